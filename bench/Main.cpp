@@ -1,0 +1,172 @@
+#include "bench/LoopbackServer.h"
+#include "bench/PollBenchmark.h"
+#include "bench/ProcessRun.h"
+#include "bench/Report.h"
+#include "bench/SampleSite.h"
+#include "bench/Worker.h"
+#include "deploy/FolderScan.h"
+#include "support/TemporaryFolder.h"
+
+#include <QCoreApplication>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <stdexcept>
+
+using namespace driftwell;
+using namespace driftwell::bench;
+
+namespace {
+
+constexpr std::int64_t megabyte = 1'000'000;
+constexpr int rounds = 5;
+
+const std::string self = "/proc/self/exe";
+const std::string helpers = DRIFTWELL_HELPERS_FOLDER;
+
+std::string text(const std::filesystem::path& path) {
+    return path.string();
+}
+
+double wall(const std::vector<std::string>& command, const std::vector<std::string>& variables = {}) {
+    return run(command, variables).wallSeconds;
+}
+
+double secondsOf(const std::function<std::int64_t()>& work) {
+    const auto start = std::chrono::steady_clock::now();
+    if (work() == 0) {
+        throw std::runtime_error("nothing was measured");
+    }
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+Row timesFaster(const std::string& work, const Pair& pair, const std::string& against, double goal) {
+    return {work,
+            fixed(pair.ours, 3, "s"),
+            against + ": " + fixed(pair.theirs, 3, "s"),
+            fixed(pair.faster, 2, "times faster"),
+            fixed(goal, 2, "times faster"),
+            pair.faster >= goal};
+}
+
+std::vector<Row> measurePacking(const std::filesystem::path& site, const std::filesystem::path& folder) {
+    const std::string ours = text(folder / "ours.tgz");
+    const std::string theirs = text(folder / "theirs.tgz");
+    const std::string program = text(std::filesystem::canonical(self));
+    const Pair pair = inTurn(
+        rounds,
+        [&] {
+            return wall({program, "pack", text(site), ours});
+        },
+        [&] {
+            return wall({"tar", "-czf", theirs, "-C", text(site), "."});
+        });
+    const double size =
+        static_cast<double>(std::filesystem::file_size(ours)) / static_cast<double>(std::filesystem::file_size(theirs));
+    return {timesFaster("pack a 125 MB site", pair, "`tar -czf`", 5),
+            {"size of that archive", fixed(static_cast<double>(std::filesystem::file_size(ours)) / 1e6, 1, "MB"),
+             "`tar -czf`: " + fixed(static_cast<double>(std::filesystem::file_size(theirs)) / 1e6, 1, "MB"),
+             fixed(size, 3, ""), "at most 1.02", size <= 1.02}};
+}
+
+Row measureScan(const std::filesystem::path& folder) {
+    const std::filesystem::path files = folder / "many";
+    makeManyFiles(files, 100'000);
+    const Pair pair = inTurn(
+        rounds * 2, [&] { return secondsOf([&files] { return scanFolder(files).fileCount; }); },
+        [&] {
+            return wall({"find", text(files), "-type", "f", "-printf", "%s %P\\n"});
+        });
+    return timesFaster("scan 100,000 files with sizes, in process", pair, "`find -type f -printf '%s %P\\n'`", 2);
+}
+
+std::vector<Row> measureUpload(const std::filesystem::path& folder) {
+    const LoopbackServer server({});
+    const std::string program = text(std::filesystem::canonical(self));
+    const auto hollow = [&folder](std::int64_t megabytes) {
+        const std::filesystem::path file = folder / (std::to_string(megabytes) + "-megabytes");
+        makeHollowFile(file, megabytes * megabyte);
+        return text(file);
+    };
+    const std::string large = hollow(800);
+    const Pair pair = inTurn(
+        rounds,
+        [&] {
+            return wall({program, "upload", large, server.origin()});
+        },
+        [&] {
+            return wall({"curl", "-sf", "-H", "Expect:", "-T", large, server.origin() + "/api/deploy"});
+        });
+    const long small = run({program, "upload", hollow(100), server.origin()}).peakKilobytes;
+    const long huge = run({program, "upload", hollow(2000), server.origin()}).peakKilobytes;
+    const double growth = static_cast<double>(huge) / static_cast<double>(small);
+    return {timesFaster("upload 800 MB over loopback", pair, "`curl -T`", 0.95),
+            {"peak resident memory of an upload of 2 GB", fixed(static_cast<double>(huge) / 1e3, 1, "MB"),
+             "of 100 MB: " + fixed(static_cast<double>(small) / 1e3, 1, "MB"), fixed(growth, 2, ""), "flat",
+             growth < 1.1}};
+}
+
+Row measureDeploy(const std::filesystem::path& site, const std::filesystem::path& folder) {
+    const Background sandbox({helpers + "/driftwell-sandbox", "--port", "0", "--data", text(folder / "sandbox")});
+    const std::string& line = sandbox.firstLine();
+    const std::string origin = line.substr(line.find("http://"));
+    const std::string archive = text(folder / "by-hand.tgz");
+    const std::string home = "HOME=" + text(folder);
+    const Pair pair = inTurn(
+        rounds,
+        [&] {
+            return wall({helpers + "/dw", "deploy", text(site), "--name", "bench"}, {home, "DW_HOST=" + origin});
+        },
+        [&] {
+            return wall({"tar", "-czf", archive, "-C", text(site), "."}) +
+                   wall({"curl", "-sf", "-X", "POST", "-H", "Expect:", "-H", "content-type: application/gzip", "-T",
+                         archive, origin + "/api/deploy?site=by-hand"});
+        });
+    return timesFaster("`dw deploy` of 125 MB to the sandbox", pair, "`tar -czf`, then `curl -T`", 4);
+}
+
+Row measureStart() {
+    std::vector<double> figures;
+    for (int i = 0; i < 50; ++i) {
+        figures.push_back(wall({helpers + "/dw", "--version"}) * 1e3);
+    }
+    const double middle = median(figures);
+    return {"`dw --version`", fixed(middle, 1, "ms"), "", "", "under 10 ms", middle < 10};
+}
+
+std::vector<Row> measureEverything() {
+    const TemporaryFolder folder("driftwell-bench-");
+    const std::filesystem::path site = folder.path() / "site";
+    std::cerr << "Making a sample site…\n";
+    makeSite(site, 125 * megabyte);
+    std::vector<Row> rows;
+    const auto add = [&rows](const std::string& what, const std::vector<Row>& more) {
+        std::cerr << what << " measured\n";
+        rows.insert(rows.end(), more.begin(), more.end());
+    };
+    add("packing", measurePacking(site, folder.path()));
+    add("scanning", {measureScan(folder.path())});
+    add("uploading", measureUpload(folder.path()));
+    add("deploying", {measureDeploy(site, folder.path())});
+    add("starting", {measureStart()});
+    add("polling", measurePolls());
+    return rows;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    try {
+        if (const std::optional<int> code = runAsWorker({argv + 1, argv + argc})) {
+            return *code;
+        }
+        publish(measureEverything(), DRIFTWELL_BENCHMARKS_PAGE);
+        return 0;
+    } catch (const std::exception& failure) {
+        std::cerr << "driftwell-bench: " << failure.what() << '\n';
+        return 1;
+    }
+}

@@ -1,0 +1,30 @@
+# The bundle: a relocatable tree Driftwell/Contents/… with the same shape in the build folder and where it is installed.
+set(DRIFTWELL_BUNDLE ${CMAKE_BINARY_DIR}/Driftwell)
+set(DRIFTWELL_HELPERS ${DRIFTWELL_BUNDLE}/Contents/Helpers)
+
+# An option that is not set is null in the information dictionary.
+foreach(option CONFIG_DIR FEED_URL)
+  set(DRIFTWELL_${option}_JSON null)
+  if(DRIFTWELL_${option})
+    set(DRIFTWELL_${option}_JSON "\"${DRIFTWELL_${option}}\"")
+  endif()
+endforeach()
+configure_file(${CMAKE_SOURCE_DIR}/cmake/Info.json.in ${DRIFTWELL_BUNDLE}/Contents/Info.json @ONLY)
+install(FILES ${DRIFTWELL_BUNDLE}/Contents/Info.json DESTINATION Driftwell/Contents)
+
+# tar finds the program `gzip` here first: igzip writes the same format several times faster. Where igzip is not
+# installed the link leads nowhere and the search goes on to the system's own gzip.
+file(MAKE_DIRECTORY ${DRIFTWELL_HELPERS})
+file(CREATE_LINK /usr/bin/igzip ${DRIFTWELL_HELPERS}/gzip SYMBOLIC)
+install(FILES ${DRIFTWELL_HELPERS}/gzip DESTINATION Driftwell/Contents/Helpers)
+
+# driftwell_helper(TARGET): a program that lives in Contents/Helpers, with a link to it in the build folder's bin/.
+function(driftwell_helper target)
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${DRIFTWELL_HELPERS})
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/bin
+    COMMAND ${CMAKE_COMMAND} -E create_symlink ${DRIFTWELL_HELPERS}/$<TARGET_FILE_NAME:${target}>
+            ${CMAKE_BINARY_DIR}/bin/$<TARGET_FILE_NAME:${target}>
+    VERBATIM)
+  install(TARGETS ${target} RUNTIME DESTINATION Driftwell/Contents/Helpers)
+endfunction()

@@ -1,0 +1,13 @@
+# What a deployment of Driftwell decides. Each has a default that suits the sandbox.
+set(DRIFTWELL_DEFAULT_HOST "http://driftwell.localhost:8787" CACHE STRING
+    "The platform offered where a person has not chosen one")
+set(DRIFTWELL_CONFIG_DIR "" CACHE STRING
+    "A configuration folder of this copy's own (a development copy); empty: ~/.config/dw")
+set(DRIFTWELL_COMMAND_NAME "dw" CACHE STRING "The name of the command-line tool")
+set(DRIFTWELL_FEED_URL "" CACHE STRING "The feed of software updates; empty: none")
+
+option(DRIFTWELL_TESTS "Build the tests" ON)
+option(DRIFTWELL_BENCHMARKS "Build the benchmarks" OFF)
+option(DRIFTWELL_FUZZ "Build the fuzz targets (needs clang)" OFF)
+option(DRIFTWELL_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
+set(DRIFTWELL_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize, for example address,undefined")

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace driftwell::dw {
+
+/// What the process ends with.
+enum class ExitCode {
+    Done = 0,
+    Failed = 1,
+    WrongUsage = 2,
+    NotAllowed = 4,
+    Unreachable = 5,
+    Interrupted = 130,
+};
+
+enum class Command { Host, Deploy, List, WhoAmI };
+
+/// A command line that asks for work.
+struct Arguments {
+    Command command = Command::Deploy;
+    /// One JSON object on standard output instead of text.
+    bool json = false;
+    /// host: the platform to use from now on.
+    std::optional<std::string> host;
+    /// deploy: the folder, bytes as typed.
+    std::string folder = ".";
+    /// deploy: the site's name.
+    std::optional<std::string> name;
+    /// deploy: show what would go up.
+    bool dryRun = false;
+};
+
+/// A command line is answered at once (help, version, completion scripts, wrong usage), or it asks for work.
+struct Parsed {
+    std::optional<Arguments> arguments;
+    ExitCode answer = ExitCode::Done;
+};
+
+/// Reads a command line. Help, version and completion scripts go to standard output; what is wrong with it goes to
+/// standard error, and with --json as an object to standard output.
+[[nodiscard]] Parsed parseArguments(int argc, char** argv);
+
+} // namespace driftwell::dw

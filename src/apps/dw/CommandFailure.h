@@ -1,0 +1,47 @@
+#pragma once
+
+#include "apps/dw/Arguments.h"
+#include "platform/PlatformError.h"
+
+#include <QString>
+
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace driftwell::dw {
+
+/// A command that ended without success, as it is shown and as the process ends.
+struct CommandFailure {
+    /// Machine-readable: "usage", "interrupted", "system", "unreachable", "notTeam", "api", "noHost",
+    /// "unauthenticated".
+    std::string kind;
+    QString message;
+    /// What the person can do about it; may be empty.
+    QString hint;
+    ExitCode exitCode = ExitCode::Failed;
+};
+
+/// Thrown for what was asked for in a way that cannot be done.
+class WrongUsage final : public std::runtime_error {
+public:
+    explicit WrongUsage(const QString& message, QString hint = {})
+        : std::runtime_error(message.toStdString()), m_message(message), m_hint(std::move(hint)) {}
+
+    [[nodiscard]] const QString& message() const { return m_message; }
+    [[nodiscard]] const QString& hint() const { return m_hint; }
+
+private:
+    QString m_message;
+    QString m_hint;
+};
+
+/// The failure for what a call threw, Cancelled and WrongUsage among it.
+[[nodiscard]] CommandFailure commandFailure(const std::exception& thrown);
+
+/// The failure for a text of which only the kind of platform call is known; without a kind, a failure of this machine.
+[[nodiscard]] CommandFailure commandFailure(const QString& message, std::optional<PlatformError::Kind> kind);
+
+} // namespace driftwell::dw

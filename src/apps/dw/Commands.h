@@ -1,0 +1,31 @@
+#pragma once
+
+#include "apps/dw/Arguments.h"
+#include "apps/dw/Reporter.h"
+#include "platform/PlatformClient.h"
+#include "support/Task.h"
+
+#include <memory>
+#include <stop_token>
+
+namespace driftwell::dw {
+
+/// What the commands work with.
+struct Context {
+    std::unique_ptr<PlatformClient> client;
+    Reporter& reporter;
+    std::stop_token stop;
+};
+
+/// The platform in use. Throws PlatformError::noHost when there is none, and WrongUsage for one that cannot be read.
+[[nodiscard]] PlatformConfig requireConfig(const PlatformClient& client);
+
+/// Who is signed in; absent when the platform knows no person. Throws as PlatformClient::me(), and without asking when
+/// the platform needs a token and there is none.
+[[nodiscard]] Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformConfig config,
+                                                            std::stop_token stop);
+
+/// Runs a command to its exit code and reports a failure. Throws nothing.
+[[nodiscard]] Task<ExitCode> runCommand(Arguments arguments, Context context);
+
+} // namespace driftwell::dw

@@ -1,0 +1,224 @@
+#include "apps/dw/DeployCommand.h"
+
+#include "apps/dw/Texts.h"
+#include "core/AppState.h"
+#include "core/UserDefaults.h"
+#include "deploy/FolderScan.h"
+#include "platform/PlatformError.h"
+#include "support/Cancellation.h"
+#include "support/ChildProcess.h"
+#include "support/Completion.h"
+#include "support/WorkerPool.h"
+
+#include <QTimer>
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <system_error>
+
+namespace driftwell::dw {
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+/// The tool has no window to choose in.
+class NoDesktop final : public DesktopServices {
+public:
+    Task<std::optional<std::filesystem::path>> chooseFolder(QString, QString) override { co_return std::nullopt; }
+};
+
+struct SizedFile {
+    std::string path;
+    std::int64_t size = 0;
+};
+
+std::filesystem::path existingFolder(const std::string& typed) {
+    if (typed.empty()) {
+        throw WrongUsage(QStringLiteral("The folder's name is empty"), QStringLiteral("Run dw help deploy."));
+    }
+    std::error_code failed;
+    const std::filesystem::path folder = std::filesystem::canonical(typed, failed);
+    if (failed) {
+        throw std::system_error(failed, typed);
+    }
+    if (!std::filesystem::is_directory(folder)) {
+        throw std::system_error(std::make_error_code(std::errc::not_a_directory), typed);
+    }
+    return folder;
+}
+
+/// The name to publish under. Throws WrongUsage when it breaks a rule.
+QString chooseName(const Arguments& arguments, const std::filesystem::path& folder) {
+    if (arguments.name) {
+        const QString name = QString::fromStdString(*arguments.name);
+        if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
+            throw WrongUsage(problemText(name, problem));
+        }
+        return name;
+    }
+    const QString folderName =
+        QString::fromStdString((folder.has_filename() ? folder.filename() : folder.root_path()).string());
+    const QString name = SiteName::derive(folderName);
+    if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
+        throw WrongUsage(name.isEmpty() ? QStringLiteral("No site name can be made from “%1”").arg(folderName)
+                                        : problemText(name, problem),
+                         QStringLiteral("Choose a name: dw deploy FOLDER --name NAME"));
+    }
+    return name;
+}
+
+std::vector<SizedFile> sizedFiles(const std::filesystem::path& folder, const std::stop_token& stop) {
+    std::vector<SizedFile> files;
+    for (std::string& path : scanFolder(folder, stop).paths) {
+        std::error_code vanished;
+        const std::uintmax_t size = std::filesystem::file_size(folder / path, vanished);
+        files.push_back({std::move(path), vanished ? 0 : static_cast<std::int64_t>(size)});
+    }
+    return files;
+}
+
+Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+    const auto work = [folder, stop = context->stop] {
+        return sizedFiles(folder, stop);
+    };
+    const std::vector<SizedFile> files = co_await runOnPool(work);
+    if (files.empty()) {
+        throw PlatformError::api(QStringLiteral("folder has no deployable files"));
+    }
+    Json entries = Json::array();
+    std::int64_t bytes = 0;
+    for (const SizedFile& file : files) {
+        bytes += file.size;
+        entries.push_back({{"path", file.path}, {"size", file.size}});
+        context->reporter.line(QStringLiteral("%1  ").arg(sizeText(file.size), 10).toStdString() + file.path);
+    }
+    const auto count = static_cast<std::int64_t>(files.size());
+    context->reporter.object({{"ok", true},
+                              {"dryRun", true},
+                              {"site", name.toStdString()},
+                              {"bytes", bytes},
+                              {"files", count},
+                              {"entries", entries}});
+    context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
+                                  .arg(countText(count), sizeText(bytes), name));
+    co_return ExitCode::Done;
+}
+
+std::unique_ptr<AppState> makeState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop) {
+    auto defaults = openUserDefaults(client->store().file());
+    return std::make_unique<AppState>(std::move(client), desktop, std::move(defaults));
+}
+
+/// One deployment on a model of its own, ended with it.
+class Deployment {
+public:
+    Deployment(std::unique_ptr<PlatformClient> client, std::shared_ptr<DeployFlow>& flow,
+               const std::filesystem::path& folder, const QString& name)
+        : m_state(makeState(std::move(client), m_desktop)) {
+        m_state->reloadConfig();
+        m_state->beginDeploy(folder);
+        flow = m_state->deployFlow();
+        flow->setSiteName(name);
+    }
+
+    void start() { m_state->confirmDeploy(); }
+
+    /// Ends the model and with it the work.
+    void abandon() {
+        m_state->cancelDeploy();
+        m_state.reset();
+    }
+
+private:
+    NoDesktop m_desktop;
+    std::unique_ptr<AppState> m_state;
+};
+
+Task<DeployFlow::Phase> awaitEnd(std::shared_ptr<DeployFlow> flow, std::stop_token stop) {
+    Completion<> ended;
+    QObject::connect(flow.get(), &DeployFlow::phaseChanged, flow.get(), [flow = flow.get(), ended]() mutable {
+        if (!flow->isConfirming() && !flow->isDeploying()) {
+            ended.succeed();
+        }
+    });
+    const std::stop_callback cancel(stop, [ended]() mutable { ended.fail(Cancelled()); });
+    co_await ended;
+    co_return flow->phase();
+}
+
+/// Resumes once the flow is gone: whatever works on a deployment holds its flow, so nothing does any more.
+Task<> awaitRelease(std::shared_ptr<DeployFlow> flow) {
+    Completion<> released;
+    QObject::connect(flow.get(), &QObject::destroyed, flow.get(), [released]() mutable { released.succeed(); });
+    flow.reset();
+    // A cancel does not interrupt packing, which may even be about to begin; here nobody would wait for it.
+    constexpr std::chrono::milliseconds pause(20);
+    QTimer again;
+    QObject::connect(&again, &QTimer::timeout, &again, &ChildProcess::terminateAll);
+    again.start(pause);
+    ChildProcess::terminateAll();
+    co_await released;
+}
+
+void reportSuccess(Reporter& reporter, const DeployResponse& response, std::chrono::milliseconds duration) {
+    reporter.line(response.url.toStdString());
+    reporter.object({{"ok", response.ok},
+                     {"site", response.site.toStdString()},
+                     {"url", response.url.toStdString()},
+                     {"bytes", response.bytes},
+                     {"files", response.files},
+                     {"skipped", response.skipped},
+                     {"seconds", static_cast<double>(duration.count()) / 1000.0}});
+    reporter.success(
+        QStringLiteral("%1 is live: %2, %3 in %4")
+            .arg(response.site, countText(response.files), sizeText(response.bytes), durationText(duration)));
+    if (response.skipped > 0) {
+        reporter.message(QStringLiteral("The platform left out %1.").arg(countText(response.skipped)));
+    }
+}
+
+Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+    // Before packing, which can take a while: is there a platform, and does it know us?
+    co_await requireIdentity(*context->client, requireConfig(*context->client), context->stop);
+
+    std::shared_ptr<DeployFlow> flow;
+    Deployment deployment(std::move(context->client), flow, folder, name);
+    Reporter& reporter = context->reporter;
+    QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(),
+                     [flow = flow.get(), &reporter] { reporter.progress(stageText(flow->stage())); });
+    reporter.progress(stageText(flow->stage()));
+    deployment.start();
+
+    std::exception_ptr stopped;
+    try {
+        const DeployFlow::Phase phase = co_await awaitEnd(flow, context->stop);
+        if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
+            const CommandFailure failure = commandFailure(failed->message, failed->kind);
+            reporter.failure(failure);
+            co_return failure.exitCode;
+        }
+        const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow->finishedAt() - *flow->startedAt());
+        reportSuccess(reporter, std::get<DeployFlow::Success>(phase).response, duration);
+        co_return ExitCode::Done;
+    } catch (const Cancelled&) {
+        stopped = std::current_exception();
+    }
+    deployment.abandon();
+    co_await awaitRelease(std::exchange(flow, nullptr));
+    std::rethrow_exception(stopped);
+}
+
+} // namespace
+
+Task<ExitCode> deploy(Arguments arguments, std::shared_ptr<Context> context) {
+    const std::filesystem::path folder = existingFolder(arguments.folder);
+    const QString name = chooseName(arguments, folder);
+    if (arguments.dryRun) {
+        co_return co_await showFiles(folder, name, context);
+    }
+    co_return co_await publish(folder, name, context);
+}
+
+} // namespace driftwell::dw

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "support/UniqueFd.h"
+
+#include <memory>
+#include <stop_token>
+
+class QSocketNotifier;
+
+namespace driftwell::dw {
+
+/// Turns SIGINT, SIGTERM and SIGHUP into a stop. A second signal ends the process the hard way. Those that whoever
+/// started the process switched off, as nohup does, stay off. One at a time.
+class Interruption {
+public:
+    Interruption();
+    ~Interruption();
+    Interruption(const Interruption&) = delete;
+    Interruption& operator=(const Interruption&) = delete;
+
+    /// Stopped by the first signal.
+    [[nodiscard]] std::stop_token token() const { return m_source.get_token(); }
+
+private:
+    std::stop_source m_source;
+    UniqueFd m_reader;
+    UniqueFd m_writer;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+} // namespace driftwell::dw

@@ -1,0 +1,172 @@
+#include "apps/dw/Reporter.h"
+
+#include <nlohmann/json.hpp>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace driftwell::dw {
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+constexpr const char* red = "\033[31m";
+constexpr const char* green = "\033[32m";
+constexpr const char* plain = "\033[0m";
+constexpr const char* clearLine = "\r\033[K";
+
+bool understandsSequences() {
+    return !qEnvironmentVariableIsEmpty("TERM") && qgetenv("TERM") != "dumb";
+}
+
+/// A name or a platform's text could hold a sequence that the terminal obeys.
+QString withoutControlCharacters(QString text) {
+    for (QChar& character : text) {
+        if (character.category() == QChar::Other_Control) {
+            character = u'?';
+        }
+    }
+    return text;
+}
+
+/// JSON escapes control characters itself, all but those from U+007F to U+009F.
+std::string withEscapedControlCharacters(const std::string& json) {
+    QString text;
+    for (const QChar character : QString::fromStdString(json)) {
+        if (character.category() == QChar::Other_Control) {
+            text += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QChar(u'0'));
+        } else {
+            text += character;
+        }
+    }
+    return text.toStdString();
+}
+
+void print(const std::string& bytes, std::FILE* file) {
+    std::fwrite(bytes.data(), 1, bytes.size(), file);
+}
+
+} // namespace
+
+Reporter::Reporter(Form form)
+    : m_form(form),
+      m_outputIsTerminal(::isatty(STDOUT_FILENO) == 1),
+      m_errorIsTerminal(::isatty(STDERR_FILENO) == 1),
+      m_progressWanted(m_errorIsTerminal && understandsSequences()),
+      m_colours(m_progressWanted && qEnvironmentVariableIsEmpty("NO_COLOR")) {}
+
+Reporter::~Reporter() {
+    clearProgress();
+}
+
+int Reporter::outputColumns() {
+    constexpr int usual = 80;
+    winsize size{};
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usual;
+}
+
+void Reporter::text(const std::string& bytes) {
+    clearProgress();
+    errno = 0;
+    print(bytes, stdout);
+    noteOutputFailure();
+}
+
+void Reporter::line(const std::string& bytes) {
+    if (m_form == Form::Json) {
+        return;
+    }
+    const bool asShown = m_outputIsTerminal;
+    text((asShown ? withoutControlCharacters(QString::fromStdString(bytes)).toStdString() : bytes) + '\n');
+}
+
+void Reporter::object(const Json& object) {
+    if (m_form == Form::Json) {
+        writeObject(object);
+    }
+}
+
+void Reporter::message(const QString& text) {
+    if (m_form == Form::Text) {
+        writeError("", {}, text);
+    }
+}
+
+void Reporter::success(const QString& text) {
+    if (m_form == Form::Text) {
+        writeError(green, QStringLiteral("✓ "), text);
+    }
+}
+
+void Reporter::progress(const QString& text) {
+    if (!m_progressWanted || text == m_progressShown) {
+        return;
+    }
+    print(clearLine + text.toStdString(), stderr);
+    m_progressShown = text;
+}
+
+void Reporter::failure(const CommandFailure& failure) {
+    if (m_form == Form::Json) {
+        writeObject({{"ok", false}, {"error", {{"kind", failure.kind}, {"message", failure.message.toStdString()}}}});
+        return;
+    }
+    writeError(red, QStringLiteral("dw: "), failure.message);
+    if (!failure.hint.isEmpty()) {
+        writeError("", {}, failure.hint);
+    }
+}
+
+bool Reporter::flush() {
+    errno = 0;
+    std::fflush(stdout);
+    noteOutputFailure();
+    if (m_outputFailure == 0) {
+        return true;
+    }
+    // A reader that has seen enough, as in `dw list | head -1`, is no news to anybody.
+    if (m_outputFailure != EPIPE) {
+        writeError(red, QStringLiteral("dw: "),
+                   QStringLiteral("Could not write to standard output: ") +
+                       QString::fromLocal8Bit(std::strerror(m_outputFailure)));
+    }
+    return false;
+}
+
+void Reporter::noteOutputFailure() {
+    if (std::ferror(stdout) != 0 && m_outputFailure == 0) {
+        m_outputFailure = errno;
+    }
+}
+
+void Reporter::writeObject(const Json& object) {
+    const std::string json = object.dump(-1, ' ', false, Json::error_handler_t::replace);
+    text((m_outputIsTerminal ? withEscapedControlCharacters(json) : json) + '\n');
+}
+
+void Reporter::writeError(const char* colour, const QString& mark, const QString& text) {
+    clearProgress();
+    // What was said before on the other stream stays before.
+    errno = 0;
+    std::fflush(stdout);
+    noteOutputFailure();
+    std::string line = mark.toStdString();
+    if (m_colours && !line.empty()) {
+        line = colour + line + plain;
+    }
+    line += (m_errorIsTerminal ? withoutControlCharacters(text) : text).toStdString() + '\n';
+    print(line, stderr);
+}
+
+void Reporter::clearProgress() {
+    if (!m_progressShown.isEmpty()) {
+        print(clearLine, stderr);
+        m_progressShown.clear();
+    }
+}
+
+} // namespace driftwell::dw

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "apps/dw/CommandFailure.h"
+
+#include <QString>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+
+namespace driftwell::dw {
+
+/// Where a command's words go: data to standard output, everything else to standard error. Colours and the progress
+/// line only on a terminal that is not "dumb", colours not where NO_COLOR is set (https://no-color.org). On a terminal,
+/// control characters are shown as "?", whoever sent them.
+class Reporter {
+public:
+    enum class Form { Text, Json };
+
+    explicit Reporter(Form form);
+    ~Reporter();
+    Reporter(const Reporter&) = delete;
+    Reporter& operator=(const Reporter&) = delete;
+
+    [[nodiscard]] Form form() const { return m_form; }
+    [[nodiscard]] bool outputIsTerminal() const { return m_outputIsTerminal; }
+    /// The width of the terminal on standard output; 80 where it does not tell.
+    [[nodiscard]] static int outputColumns();
+
+    /// Data as it is: help, a script.
+    void text(const std::string& bytes);
+
+    /// One line of data. Nothing in JSON form.
+    void line(const std::string& bytes);
+
+    /// The one JSON object of a successful command. Nothing in text form.
+    void object(const nlohmann::ordered_json& object);
+
+    /// A sentence for the person. Nothing in JSON form.
+    void message(const QString& text);
+
+    /// A good end, marked as such.
+    void success(const QString& text);
+
+    /// Replaces the progress line.
+    void progress(const QString& text);
+
+    /// A failed end: in JSON form the one object, otherwise a message with its hint.
+    void failure(const CommandFailure& failure);
+
+    /// False when standard output could not take all that was written to it, which is then said.
+    [[nodiscard]] bool flush();
+
+private:
+    void writeObject(const nlohmann::ordered_json& object);
+    void writeError(const char* colour, const QString& mark, const QString& text);
+    void clearProgress();
+    void noteOutputFailure();
+
+    Form m_form;
+    bool m_outputIsTerminal;
+    bool m_errorIsTerminal;
+    bool m_progressWanted;
+    bool m_colours;
+    /// The errno of the first failed write to standard output.
+    int m_outputFailure = 0;
+    QString m_progressShown;
+};
+
+} // namespace driftwell::dw

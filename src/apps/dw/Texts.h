@@ -1,0 +1,33 @@
+#pragma once
+
+#include "deploy/DeployStage.h"
+#include "deploy/SiteName.h"
+
+#include <QString>
+
+#include <chrono>
+#include <cstdint>
+
+/// The tool's texts that depend on a value.
+namespace driftwell::dw {
+
+/// "1 byte", "200 bytes", "1.2 MB", in units of 1000 bytes.
+[[nodiscard]] QString sizeText(std::int64_t bytes);
+
+/// "1 file", "12 files".
+[[nodiscard]] QString countText(std::int64_t files);
+
+/// "1.2 s", below a second "340 ms".
+[[nodiscard]] QString durationText(std::chrono::milliseconds duration);
+
+/// A platform's time "2026-03-01T09:30:00Z" as "2026-03-01 10:30" of the person's own zone; one that cannot be read, as
+/// it is.
+[[nodiscard]] QString localTimeText(const QString& timestamp);
+
+/// The progress line of a stage.
+[[nodiscard]] QString stageText(DeployStage stage);
+
+/// Which rule a name breaks.
+[[nodiscard]] QString problemText(const QString& name, SiteName::Problem problem);
+
+} // namespace driftwell::dw

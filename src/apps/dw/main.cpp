@@ -1,0 +1,58 @@
+#include "apps/dw/Arguments.h"
+#include "apps/dw/Commands.h"
+#include "apps/dw/Interruption.h"
+#include "apps/dw/Reporter.h"
+#include "support/Bundle.h"
+
+#include <QCoreApplication>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+using namespace driftwell;
+
+namespace {
+
+/// A program started without one of the standard descriptors would give its number to the next file or connection that
+/// it opens, and then print into that. Reading takes the place of writing, so that a write is the failure it was.
+void occupyStandardDescriptors() {
+    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(standard, F_GETFD) < 0) {
+            ::open("/dev/null", standard == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+Task<> runAndQuit(dw::Arguments arguments, dw::Context context) {
+    const dw::ExitCode code = co_await dw::runCommand(std::move(arguments), std::move(context));
+    QCoreApplication::exit(static_cast<int>(code));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    occupyStandardDescriptors();
+    // A write to a pipe or connection that nobody reads any more fails instead of ending the process.
+    ::signal(SIGPIPE, SIG_IGN);
+    const dw::Parsed parsed = dw::parseArguments(argc, argv);
+    if (!parsed.arguments) {
+        return static_cast<int>(parsed.answer);
+    }
+
+    QCoreApplication application(argc, argv);
+    const dw::Interruption interruption;
+    dw::Reporter reporter(parsed.arguments->json ? dw::Reporter::Form::Json : dw::Reporter::Form::Text);
+    const Bundle bundle = Bundle::ofRunningProgram();
+    auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
+
+    // From the event loop, so that a command that ends at once finds it running.
+    QMetaObject::invokeMethod(
+        &application,
+        [&] {
+            detach(runAndQuit(*parsed.arguments, {std::move(client), reporter, interruption.token()}));
+        },
+        Qt::QueuedConnection);
+    const int code = QCoreApplication::exec();
+    return reporter.flush() ? code : static_cast<int>(dw::ExitCode::Failed);
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "apps/sandbox/Exchange.h"
+#include "apps/sandbox/Publishing.h"
+#include "apps/sandbox/SignIn.h"
+#include "apps/sandbox/Store.h"
+
+#include <string>
+#include <vector>
+
+namespace driftwell::sandbox {
+
+/// The paths under `/api/`.
+class Api {
+public:
+    Api(Store& store, Publishing& publishing, SignIn& signIn, int port);
+
+    /// Throws HttpError.
+    void handle(Exchange& exchange);
+
+private:
+    struct Route;
+    struct Call;
+    static const std::vector<Route>& routes();
+
+    void me(Call& call);
+    void sites(Call& call);
+    void stats(Call& call);
+    void libs(Call& call);
+    void logs(Call& call);
+    void deploy(Call& call);
+    void rollBack(Call& call);
+    void deleteSite(Call& call);
+    void setLib(Call& call);
+    void setAccess(Call& call);
+    void enableCollab(Call& call);
+    void disableCollab(Call& call);
+    void setCollab(Call& call, Store::Switch position);
+
+    Store& m_store;
+    Publishing& m_publishing;
+    SignIn& m_signIn;
+    const int m_port;
+};
+
+} // namespace driftwell::sandbox

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "apps/sandbox/Misbehaviour.h"
+#include "apps/sandbox/Publishing.h"
+
+#include <filesystem>
+#include <variant>
+
+namespace driftwell::sandbox {
+
+enum class SignInRule { Nobody, Everybody };
+
+struct Options {
+    int port = 8787;
+    std::filesystem::path data;
+    SignInRule signIn = SignInRule::Nobody;
+    UploadLimits limits;
+    Switches switches;
+};
+
+/// The options, or the status to exit with when everything has been said already: 0 after --help and --version, 2 after
+/// wrong usage.
+[[nodiscard]] std::variant<Options, int> parseOptions(int argc, const char* const* argv);
+
+} // namespace driftwell::sandbox

@@ -1,0 +1,97 @@
+#include "core/AppState.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace driftwell {
+
+namespace {
+
+bool wantsOnboarding(const QSettings& defaults) {
+    return qEnvironmentVariable("DW_ONBOARDING") == QLatin1String("1") ||
+           !defaults.value(QStringLiteral("onboardingCompleted"), false).toBool();
+}
+
+} // namespace
+
+AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop,
+                   std::unique_ptr<QSettings> defaults, Sleeper sleep)
+    : m_client(std::move(client)),
+      m_desktop(desktop),
+      m_sleep(std::move(sleep)),
+      m_needsOnboarding(wantsOnboarding(*defaults)) {}
+
+AppState::~AppState() {
+    // Before the client goes: what is stopped does not touch it again.
+    m_lifetime.request_stop();
+    if (m_deployTask) {
+        m_deployTask->request_stop();
+    }
+}
+
+void AppState::start() {
+    if (m_started) {
+        return;
+    }
+    m_started = true;
+    reloadConfig();
+    detach(refreshLoop(lifetime()));
+}
+
+void AppState::reloadConfig() {
+    const ConfigStore& store = m_client->store();
+    const std::optional<QString> host = store.resolveHost();
+    m_config = host ? std::optional<PlatformConfig>(*host) : std::nullopt;
+    m_status = host ? Status::connecting() : Status::noHost();
+    const std::optional<QString> repo = store.localRepoPath();
+    m_localRepo = repo ? std::optional<std::filesystem::path>(repo->toStdString()) : std::nullopt;
+}
+
+void AppState::setHost(const QString& host) {
+    const QString trimmed = host.trimmed();
+    if (trimmed.isEmpty()) {
+        return;
+    }
+    try {
+        m_client->store().saveConfig({{"host", trimmed.toStdString()}});
+    } catch (const std::exception&) {
+        // The platform holds for this run and is forgotten at the next start.
+    }
+    m_config = PlatformConfig(trimmed);
+    m_status = Status::connecting();
+    detach(refresh(lifetime()));
+}
+
+void AppState::clearPlatformData() {
+    m_sites = QList<SiteInfo>();
+    m_libs = QList<LibInfo>();
+    m_stats = std::nullopt;
+    m_known = {};
+}
+
+QList<SiteInfo> AppState::filteredSites() const {
+    return driftwell::filteredSites(m_sites, m_filter, m_sortOrder);
+}
+
+QList<SiteInfo> AppState::recentSites() const {
+    return driftwell::recentSites(m_sites);
+}
+
+bool AppState::isDeploying() const {
+    const std::shared_ptr<DeployFlow> flow = m_deployFlow;
+    return flow && flow->isDeploying();
+}
+
+std::optional<QString> AppState::deployingSiteName() const {
+    return isDeploying() ? std::optional(deployFlow()->siteName()) : std::nullopt;
+}
+
+std::optional<SiteInfo> AppState::existingSite(const QString& name) const {
+    const QList<SiteInfo> sites = m_sites;
+    const auto found =
+        std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
+    return found == sites.end() ? std::nullopt : std::optional(*found);
+}
+
+} // namespace driftwell

@@ -1,0 +1,51 @@
+#include "deploy/DeployFlow.h"
+
+namespace driftwell {
+
+DeployFlow::DeployFlow(std::filesystem::path folder, const QString& suggestedName) : m_folder(std::move(folder)) {
+    m_siteName = suggestedName;
+}
+
+std::optional<std::int64_t> DeployFlow::fileCount() const {
+    const std::optional<Figures> figures = m_figures;
+    return figures ? std::optional(figures->files) : std::nullopt;
+}
+
+std::optional<std::int64_t> DeployFlow::byteCount() const {
+    const std::optional<Figures> figures = m_figures;
+    return figures ? std::optional(figures->bytes) : std::nullopt;
+}
+
+void DeployFlow::retry() {
+    if (std::holds_alternative<Failure>(m_phase.value())) {
+        m_stage = DeployStage::packing();
+        m_phase = Confirm{};
+    }
+}
+
+void DeployFlow::showFigures(std::int64_t fileCount, std::int64_t byteCount) {
+    m_figures = Figures{fileCount, byteCount};
+}
+
+void DeployFlow::begin() {
+    m_startedAt = now();
+    m_phase = Deploying{};
+}
+
+void DeployFlow::report(DeployStage stage) {
+    if (isDeploying()) {
+        m_stage = shownStage(stage);
+    }
+}
+
+void DeployFlow::succeed(const DeployResponse& response) {
+    m_finishedAt = now();
+    m_phase = Success{response};
+}
+
+void DeployFlow::fail(const std::exception& failure) {
+    const auto* platform = dynamic_cast<const PlatformError*>(&failure);
+    m_phase = Failure{describe(failure), platform ? std::optional(platform->kind()) : std::nullopt};
+}
+
+} // namespace driftwell

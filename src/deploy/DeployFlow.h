@@ -1,0 +1,111 @@
+#pragma once
+
+#include "deploy/DeployStage.h"
+#include "platform/Models.h"
+#include "platform/PlatformError.h"
+#include "platform/Timestamp.h"
+
+#include <QObject>
+#include <QProperty>
+#include <QString>
+#include <QUuid>
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <variant>
+
+namespace driftwell {
+
+/// One attempt to publish a folder, as a person follows it. The model makes it and alone moves it on; a view writes the
+/// name and asks for a retry. Confined to the main thread; every property notifies only on a real change.
+///
+/// | phase | what it waits for | what follows |
+/// |---|---|---|
+/// | Confirm | the person to confirm the name | Deploying |
+/// | Deploying | scan, archive, upload, the platform's answer | Success, Failure |
+/// | Success | the person to close it | nothing |
+/// | Failure | the person to close it or to retry | Confirm |
+class DeployFlow final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Confirm {
+        bool operator==(const Confirm&) const = default;
+    };
+    struct Deploying {
+        bool operator==(const Deploying&) const = default;
+    };
+    struct Success {
+        DeployResponse response;
+        bool operator==(const Success&) const = default;
+    };
+    struct Failure {
+        /// What the person reads.
+        QString message;
+        /// What kind of platform call failed; absent for a failure of this machine.
+        std::optional<PlatformError::Kind> kind;
+        bool operator==(const Failure&) const = default;
+    };
+    using Phase = std::variant<Confirm, Deploying, Success, Failure>;
+
+    DeployFlow(std::filesystem::path folder, const QString& suggestedName);
+
+    [[nodiscard]] const QUuid& id() const { return m_id; }
+    [[nodiscard]] const std::filesystem::path& folder() const { return m_folder; }
+
+    /// What stands in the name field, unfiltered.
+    [[nodiscard]] QString siteName() const { return m_siteName; }
+    void setSiteName(const QString& name) { m_siteName = name; }
+
+    /// The figures of the first scan; absent until it has ended, and for good when it fails.
+    [[nodiscard]] std::optional<std::int64_t> fileCount() const;
+    [[nodiscard]] std::optional<std::int64_t> byteCount() const;
+
+    [[nodiscard]] Phase phase() const { return m_phase; }
+    [[nodiscard]] bool isConfirming() const { return std::holds_alternative<Confirm>(m_phase.value()); }
+    [[nodiscard]] bool isDeploying() const { return std::holds_alternative<Deploying>(m_phase.value()); }
+
+    /// Progress within Deploying.
+    [[nodiscard]] DeployStage stage() const { return m_stage; }
+
+    /// When the person confirmed; when the platform had published.
+    [[nodiscard]] std::optional<Timestamp> startedAt() const { return m_startedAt; }
+    [[nodiscard]] std::optional<Timestamp> finishedAt() const { return m_finishedAt; }
+
+    /// From Failure back to Confirm. Does nothing in another phase.
+    void retry();
+
+    // For the model.
+    void showFigures(std::int64_t fileCount, std::int64_t byteCount);
+    void begin();
+    /// Shows a reported stage. A report that comes after the phase has moved on is dropped.
+    void report(DeployStage stage);
+    void succeed(const DeployResponse& response);
+    void fail(const std::exception& failure);
+
+Q_SIGNALS:
+    void siteNameChanged();
+    void figuresChanged();
+    void phaseChanged();
+    void stageChanged();
+
+private:
+    /// One property, so that both change at once.
+    struct Figures {
+        std::int64_t files = 0;
+        std::int64_t bytes = 0;
+        bool operator==(const Figures&) const = default;
+    };
+
+    QUuid m_id = QUuid::createUuid();
+    std::filesystem::path m_folder;
+    std::optional<Timestamp> m_startedAt;
+    std::optional<Timestamp> m_finishedAt;
+    Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, QString, m_siteName, &DeployFlow::siteNameChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, std::optional<DeployFlow::Figures>, m_figures, &DeployFlow::figuresChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, DeployFlow::Phase, m_phase, &DeployFlow::phaseChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, DeployStage, m_stage, &DeployFlow::stageChanged)
+};
+
+} // namespace driftwell

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "deploy/FolderScan.h"
+#include "support/Task.h"
+
+#include <filesystem>
+
+namespace driftwell {
+
+/// Packs the scanned files of a folder as a gzip-compressed tar archive in the ustar format (POSIX.1-1988), members
+/// named and ordered as in the scan, and gives the archive's path, "site.tgz" in `workingFolder`.
+///
+/// The folder is not trusted: the environment that tar is given keeps a file's name from being read as an option or as
+/// a pattern, keeps everything outside the folder out, and names neither this machine's accounts nor their numbers.
+/// `helpers` is a folder in which tar looks for the program gzip first.
+///
+/// The list of names that tar reads is divided by line feeds, without quoting, so a name that holds one cannot be
+/// packed: tar fails, or the archive that it made of the pieces is refused here.
+///
+/// Throws PlatformError::api and std::system_error. Not ended by anything.
+[[nodiscard]] Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
+                                                     std::filesystem::path workingFolder,
+                                                     std::filesystem::path helpers);
+
+} // namespace driftwell

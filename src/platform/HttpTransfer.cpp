@@ -1,0 +1,322 @@
+#include "platform/HttpTransfer.h"
+
+#include "platform/HttpFailure.h"
+#include "platform/PlatformError.h"
+#include "support/SystemError.h"
+
+#include <fcntl.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+namespace driftwell {
+
+namespace {
+
+constexpr int queueChecksPerIdleLimit = 8;
+
+/// The person's own exceptions from the proxy (no_proxy), and this machine, which no proxy can reach.
+std::string proxyExceptions() {
+    const std::string exceptions = "localhost,.localhost,127.0.0.1,::1";
+    for (const char* name : {"no_proxy", "NO_PROXY"}) {
+        if (const char* own = std::getenv(name); own != nullptr && *own != '\0') {
+            // "*" means every host, and only when it stands alone.
+            return std::string_view(own) == "*" ? own : exceptions + "," + own;
+        }
+    }
+    return exceptions;
+}
+
+} // namespace
+
+HttpTransfer::HttpTransfer(HttpRequest request, HttpLimits limits) : m_request(std::move(request)), m_limits(limits) {}
+
+CURL* HttpTransfer::begin() {
+    m_easy.reset(curl_easy_init());
+    setRequest();
+    setBody();
+    setPolicy();
+    setCallbacks();
+    m_started = Clock::now();
+    noteActivity();
+    return m_easy.get();
+}
+
+void HttpTransfer::setRequest() {
+    CURL* const easy = m_easy.get();
+    curl_easy_setopt(easy, CURLOPT_URL, m_request.url.constData());
+    curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
+    for (const auto& [name, value] : m_request.headers) {
+        addHeader(name + ": " + value);
+    }
+    // GET and POST are libcurl's own, so that a redirect with 303 turns a POST into a GET as it should.
+    if (m_request.method != "GET" && m_request.method != "POST") {
+        curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, m_request.method.constData());
+        curl_easy_setopt(easy, CURLOPT_POSTREDIR, static_cast<long>(CURL_REDIR_POST_301 | CURL_REDIR_POST_302));
+    }
+}
+
+void HttpTransfer::setBody() {
+    CURL* const easy = m_easy.get();
+    if (const auto* bytes = std::get_if<QByteArray>(&m_request.body)) {
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bytes->size()));
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDS, bytes->constData());
+    } else if (const FileBody* body = fileBody()) {
+        m_file = UniqueFd(checked(::open(body->file.c_str(), O_RDONLY | O_CLOEXEC), "could not open the archive"));
+        struct stat attributes {};
+        checked(::fstat(m_file.get(), &attributes), "could not read the archive");
+        m_fileSize = attributes.st_size;
+        curl_easy_setopt(easy, CURLOPT_POST, 1L);
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_fileSize));
+        // HTTP/2 would let a refused stream be sent again.
+        curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+        // Waiting for "100 Continue" costs a second on servers that do not send it.
+        addHeader("Expect:");
+    } else if (m_request.method == "POST") {
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDS, "");
+    }
+}
+
+void HttpTransfer::setPolicy() {
+    CURL* const easy = m_easy.get();
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, m_headers.get());
+    curl_easy_setopt(easy, CURLOPT_USERAGENT, "Driftwell/" DRIFTWELL_VERSION);
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(m_limits.redirects));
+    curl_easy_setopt(easy, CURLOPT_NOPROXY, proxyExceptions().c_str());
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    // A cancel must not wait for the name lookup's thread.
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+    // The limits are this class's own; libcurl's for connecting would come in before them.
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_limits.total.count()));
+    if (m_request.method != "GET") {
+        // libcurl sends a request again when a connection that it kept turns out to be dead.
+        curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
+    }
+}
+
+void HttpTransfer::setCallbacks() {
+    CURL* const easy = m_easy.get();
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_errorText.data());
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, onOpenSocket);
+    curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, onPrerequest);
+    curl_easy_setopt(easy, CURLOPT_PREREQDATA, this);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, onProgress);
+    curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
+    curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+    if (fileBody() != nullptr) {
+        curl_easy_setopt(easy, CURLOPT_READFUNCTION, onRead);
+        curl_easy_setopt(easy, CURLOPT_READDATA, this);
+        curl_easy_setopt(easy, CURLOPT_SEEKFUNCTION, onSeek);
+        curl_easy_setopt(easy, CURLOPT_SEEKDATA, this);
+        curl_easy_setopt(easy, CURLOPT_SOCKOPTFUNCTION, onSocket);
+        curl_easy_setopt(easy, CURLOPT_SOCKOPTDATA, this);
+        curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, onSocketClosed);
+        curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
+        // The connection, and with it the callbacks on its socket, ends with this transfer.
+        curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
+    }
+}
+
+void HttpTransfer::addHeader(const QByteArray& line) {
+    curl_slist* const longer = curl_slist_append(m_headers.get(), line.constData());
+    [[maybe_unused]] const auto* const shorter = m_headers.release();
+    m_headers.reset(longer);
+}
+
+HttpTransfer::Clock::time_point HttpTransfer::nextCheck() const {
+    Clock::time_point check = std::min(m_started + m_limits.total, m_lastActivity + m_limits.idle);
+    if (!m_sockets.empty()) {
+        check = std::min(check, Clock::now() + m_limits.idle / queueChecksPerIdleLimit);
+    }
+    return check;
+}
+
+bool HttpTransfer::checkLimits() {
+    const int queued = queuedInKernel();
+    if (queued < m_queued) {
+        noteActivity();
+    }
+    m_queued = queued;
+    const Clock::time_point present = Clock::now();
+    return present < m_started + m_limits.total && present < m_lastActivity + m_limits.idle;
+}
+
+int HttpTransfer::queuedInKernel() const {
+    int sum = 0;
+    for (const curl_socket_t socket : m_sockets) {
+        int queued = 0;
+        if (::ioctl(socket, SIOCOUTQ, &queued) == 0) {
+            sum += queued;
+        }
+    }
+    return sum;
+}
+
+QByteArray HttpTransfer::triedUrl() const {
+    const char* url = nullptr;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_EFFECTIVE_URL, &url);
+    return url == nullptr || *url == '\0' ? m_request.url : QByteArray(url);
+}
+
+void HttpTransfer::finish(CURLcode code) {
+    long status = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    m_response.status = static_cast<int>(status);
+    // Headers that break off are a whole answer to libcurl.
+    if ((code == CURLE_OK && m_headComplete) || m_response.tooLarge) {
+        m_outcome.succeed(std::move(m_response));
+        return;
+    }
+    if (m_fileError != 0) {
+        m_outcome.fail(std::system_error(m_fileError, std::generic_category(), "could not read the archive"));
+        return;
+    }
+    const bool otherProtocol = code == CURLE_UNSUPPORTED_PROTOCOL && m_awaitingHead;
+    if (otherProtocol || code == CURLE_WEIRD_SERVER_REPLY) {
+        m_outcome.fail(PlatformError::unreachable(QStringLiteral("no response")));
+        return;
+    }
+    const CURLcode reason = code == CURLE_OK || m_resendRefused ? CURLE_GOT_NOTHING : code;
+    long systemError = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_OS_ERRNO, &systemError);
+    m_outcome.fail(
+        PlatformError::unreachable(describeHttpFailure(reason, triedUrl(), m_errorText.data(), systemError)));
+}
+
+void HttpTransfer::failTimedOut() {
+    m_outcome.fail(PlatformError::unreachable(describeHttpTimeout(triedUrl())));
+}
+
+void HttpTransfer::readHeader(std::string_view line) {
+    noteActivity();
+    m_awaitingHead = false;
+    if (line.starts_with("HTTP/")) {
+        m_headComplete = false;
+        return;
+    }
+    if (line != "\r\n" && line != "\n") {
+        return;
+    }
+    m_headComplete = true;
+    long status = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    if (status == 303) {
+        // The other address is to be read; libcurl would use the given method on it.
+        curl_easy_setopt(m_easy.get(), CURLOPT_CUSTOMREQUEST, nullptr);
+    }
+}
+
+std::size_t HttpTransfer::receive(const char* data, std::size_t size) {
+    noteActivity();
+    if (static_cast<std::int64_t>(size) > m_limits.replyBytes - m_response.body.size()) {
+        m_response.tooLarge = true;
+        m_response.body.clear();
+        return CURL_WRITEFUNC_ERROR;
+    }
+    m_response.body.append(data, static_cast<qsizetype>(size));
+    return size;
+}
+
+bool HttpTransfer::readFile(char* buffer, std::size_t& size) {
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::int64_t>(static_cast<std::int64_t>(size), m_fileSize - m_fileRead));
+    ssize_t got = 0;
+    do {
+        got = ::read(m_file.get(), buffer, wanted);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0 || (got == 0 && wanted > 0)) {
+        // A file that ends before the size that was announced would leave the server waiting.
+        m_fileError = got < 0 ? errno : EIO;
+        return false;
+    }
+    size = static_cast<std::size_t>(got);
+    m_fileRead += got;
+    return true;
+}
+
+void HttpTransfer::reportSent(curl_off_t sent, curl_off_t total) {
+    if (sent == m_sent) {
+        return;
+    }
+    m_sent = sent;
+    noteActivity();
+    // A redirect can turn the upload into a GET, which has nothing to send.
+    if (const FileBody* body = fileBody(); body != nullptr && body->onSent && total > 0) {
+        body->onSent(sent, total);
+    }
+}
+
+curl_socket_t HttpTransfer::onOpenSocket(void*, curlsocktype, curl_sockaddr* address) {
+    // Programs that are started meanwhile must not inherit the connection.
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+int HttpTransfer::onPrerequest(void* self, char*, char*, int, int) {
+    auto* const transfer = static_cast<HttpTransfer*>(self);
+    if (transfer->m_awaitingHead && transfer->m_request.method != "GET") {
+        transfer->m_resendRefused = true;
+        return CURL_PREREQFUNC_ABORT;
+    }
+    transfer->m_awaitingHead = true;
+    transfer->m_headComplete = false;
+    return CURL_PREREQFUNC_OK;
+}
+
+std::size_t HttpTransfer::onHeader(char* data, std::size_t size, std::size_t count, void* self) {
+    static_cast<HttpTransfer*>(self)->readHeader({data, size * count});
+    return size * count;
+}
+
+std::size_t HttpTransfer::onBody(char* data, std::size_t size, std::size_t count, void* self) {
+    return static_cast<HttpTransfer*>(self)->receive(data, size * count);
+}
+
+std::size_t HttpTransfer::onRead(char* buffer, std::size_t size, std::size_t count, void* self) {
+    std::size_t bytes = size * count;
+    return static_cast<HttpTransfer*>(self)->readFile(buffer, bytes) ? bytes : CURL_READFUNC_ABORT;
+}
+
+int HttpTransfer::onSeek(void* self, curl_off_t offset, int origin) {
+    auto* const transfer = static_cast<HttpTransfer*>(self);
+    const off_t position = ::lseek(transfer->m_file.get(), offset, origin);
+    if (position < 0) {
+        return CURL_SEEKFUNC_FAIL;
+    }
+    transfer->m_fileRead = position;
+    return CURL_SEEKFUNC_OK;
+}
+
+int HttpTransfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t uploadTotal, curl_off_t uploaded) {
+    static_cast<HttpTransfer*>(self)->reportSent(uploaded, uploadTotal);
+    return 0;
+}
+
+int HttpTransfer::onSocket(void* self, curl_socket_t socket, curlsocktype) {
+    static_cast<HttpTransfer*>(self)->m_sockets.insert(socket);
+    return CURL_SOCKOPT_OK;
+}
+
+int HttpTransfer::onSocketClosed(void* self, curl_socket_t socket) {
+    static_cast<HttpTransfer*>(self)->m_sockets.erase(socket);
+    return ::close(socket);
+}
+
+} // namespace driftwell

@@ -1,0 +1,208 @@
+#include "platform/PlatformClient.h"
+
+#include "platform/PercentEncoding.h"
+#include "platform/PlatformError.h"
+#include "platform/RecordDecoder.h"
+#include "platform/UrlSyntax.h"
+#include "support/Cancellation.h"
+#include "support/WorkerPool.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace driftwell {
+
+using Json = nlohmann::json;
+
+namespace {
+
+// Below this, decoding takes less time than a change of threads.
+constexpr qsizetype smallAnswerBytes = 16 * 1024;
+
+QByteArray encoded(const QString& text, UrlPart part) {
+    return percentEncoded(text, part).value_or(text.toUtf8());
+}
+
+QByteArray toBytes(const Json& json) {
+    return QByteArray::fromStdString(json.dump());
+}
+
+bool isSuccess(int status) {
+    return status >= 200 && status <= 299;
+}
+
+PlatformError unexpectedResponse(const QByteArray& path) {
+    return PlatformError::api(QStringLiteral("unexpected response for ") + QString::fromUtf8(path));
+}
+
+std::optional<ApiErrorBody> errorBody(const QByteArray& bytes) {
+    try {
+        return decodeRecord<ApiErrorBody>(bytes);
+    } catch (const DecodeError&) {
+        return std::nullopt;
+    }
+}
+
+PlatformError refusal(int status, const std::optional<ApiErrorBody>& body) {
+    if (status == 401) {
+        return PlatformError::unauthenticated();
+    }
+    if (status == 403 && body && body->code == QLatin1String("not_team")) {
+        return PlatformError::notTeam(body->error);
+    }
+    return PlatformError::api(body ? body->error : QStringLiteral("HTTP %1").arg(status));
+}
+
+template <class Record> Task<Record> decodeAnswer(QByteArray bytes, QByteArray path) {
+    try {
+        if (bytes.size() < smallAnswerBytes) {
+            co_return decodeRecord<Record>(bytes);
+        }
+        const auto decode = [bytes] {
+            return decodeRecord<Record>(bytes);
+        };
+        co_return co_await runOnPool(decode);
+    } catch (const DecodeError&) {
+        throw unexpectedResponse(path);
+    }
+}
+
+/// A line break in a token would end the header and begin another.
+bool canStandInHeader(const QByteArray& token) {
+    return std::none_of(token.cbegin(), token.cend(),
+                        [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f; });
+}
+
+} // namespace
+
+PlatformClient::PlatformClient(Bundle bundle, ConfigStore store, HttpLimits limits)
+    : m_bundle(std::move(bundle)), m_store(std::move(store)), m_session(limits) {}
+
+std::vector<std::pair<QByteArray, QByteArray>> PlatformClient::authHeaders(const PlatformConfig& config) const {
+    const std::optional<QString> token = m_store.token(config);
+    if (!token || !canStandInHeader(token->toUtf8())) {
+        return {};
+    }
+    return {{"Authorization", "Bearer " + token->toUtf8()}};
+}
+
+Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std::stop_token stop) {
+    HttpRequest request;
+    request.method = call.method;
+    request.url = config.origin().toUtf8() + call.path;
+    if (!hostOfUrl(request.url)) {
+        throw PlatformError::api(QStringLiteral("bad URL: ") + QString::fromUtf8(call.path));
+    }
+    request.headers = authHeaders(config);
+    request.headers.emplace_back("accept", "application/json");
+    if (!call.contentType.isEmpty()) {
+        request.headers.emplace_back("content-type", call.contentType);
+    }
+    request.body = std::move(call.body);
+
+    HttpResponse response = co_await m_session.send(std::move(request), stop);
+    if (!isSuccess(response.status)) {
+        throw refusal(response.status, errorBody(response.body));
+    }
+    if (response.tooLarge) {
+        throw unexpectedResponse(call.path);
+    }
+    co_return std::move(response.body);
+}
+
+template <class Record> Task<Record> PlatformClient::request(Call call, PlatformConfig config, std::stop_token stop) {
+    const QByteArray path = call.path;
+    QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
+    co_return co_await decodeAnswer<Record>(std::move(bytes), path);
+}
+
+template <class Record>
+Task<Fetched<Record>> PlatformClient::requestIfChanged(QByteArray path, PlatformConfig config, QByteArray known,
+                                                       std::stop_token stop) {
+    Call call{"GET", path};
+    const QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
+    // An empty answer is no record, whatever was known.
+    if (!known.isEmpty() && bytes == known) {
+        co_return Fetched<Record>{bytes, std::nullopt};
+    }
+    Record record = co_await decodeAnswer<Record>(bytes, path);
+    co_return Fetched<Record>{bytes, std::move(record)};
+}
+
+Task<std::optional<Identity>> PlatformClient::me(PlatformConfig config, std::stop_token stop) {
+    return request<std::optional<Identity>>({"GET", "/api/me"}, std::move(config), std::move(stop));
+}
+
+Task<Fetched<SitesResponse>> PlatformClient::sites(PlatformConfig config, QByteArray known, std::stop_token stop) {
+    return requestIfChanged<SitesResponse>("/api/sites", std::move(config), std::move(known), std::move(stop));
+}
+
+Task<Fetched<StatsResponse>> PlatformClient::stats(PlatformConfig config, QByteArray known, std::stop_token stop) {
+    return requestIfChanged<StatsResponse>("/api/stats", std::move(config), std::move(known), std::move(stop));
+}
+
+Task<Fetched<LibsResponse>> PlatformClient::libs(PlatformConfig config, QByteArray known, std::stop_token stop) {
+    return requestIfChanged<LibsResponse>("/api/libs", std::move(config), std::move(known), std::move(stop));
+}
+
+Task<std::optional<LogsResponse>> PlatformClient::logs(PlatformConfig config, QString site, int limit,
+                                                       std::stop_token stop) {
+    const QByteArray path = "/api/logs/" + encoded(site, UrlPart::Path) + "?limit=" + QByteArray::number(limit);
+    return request<std::optional<LogsResponse>>({"GET", path}, std::move(config), std::move(stop));
+}
+
+Task<RollbackResponse> PlatformClient::rollback(PlatformConfig config, QString site, std::stop_token stop) {
+    const Json body{{"site", site.toStdString()}};
+    return request<RollbackResponse>({"POST", "/api/rollback", "application/json", toBytes(body)}, std::move(config),
+                                     std::move(stop));
+}
+
+Task<DeleteSiteResponse> PlatformClient::deleteSite(PlatformConfig config, QString site, std::stop_token stop) {
+    return request<DeleteSiteResponse>({"DELETE", "/api/sites/" + encoded(site, UrlPart::Path)}, std::move(config),
+                                       std::move(stop));
+}
+
+Task<SiteLibsResponse> PlatformClient::setLib(PlatformConfig config, QString site, QString lib, bool enabled,
+                                              std::stop_token stop) {
+    const Json body{{"lib", lib.toStdString()}, {"enabled", enabled}};
+    return request<SiteLibsResponse>(
+        {"POST", "/api/sites/" + site.toUtf8() + "/libs", "application/json", toBytes(body)}, std::move(config),
+        std::move(stop));
+}
+
+Task<SiteAccessResponse> PlatformClient::setAccess(PlatformConfig config, QString site, AccessChange change,
+                                                   std::stop_token stop) {
+    Json body = Json::object();
+    if (change.mode) {
+        body["mode"] = rawValue(*change.mode).toStdString();
+    }
+    if (change.emails) {
+        body["emails"] = Json::array();
+        for (const QString& email : *change.emails) {
+            body["emails"].push_back(email.toStdString());
+        }
+    }
+    if (change.anyoneCanComment) {
+        body["anyoneCanComment"] = *change.anyoneCanComment;
+    }
+    const QByteArray path = "/api/sites/" + encoded(site, UrlPart::Path) + "/access";
+    return request<SiteAccessResponse>({"PUT", path, "application/json", toBytes(body)}, std::move(config),
+                                       std::move(stop));
+}
+
+Task<CollabToggleResponse> PlatformClient::setCollab(PlatformConfig config, QString site, bool enabled,
+                                                     std::stop_token stop) {
+    const QByteArray path = "/api/collab/" + site.toUtf8() + "/enable";
+    Call call = enabled ? Call{"POST", path, "application/json", QByteArray("{}")} : Call{"DELETE", path};
+    return request<CollabToggleResponse>(std::move(call), std::move(config), std::move(stop));
+}
+
+Task<DeployResponse> PlatformClient::sendArchive(FileBody archive, QString site, PlatformConfig config,
+                                                 std::stop_token stop) {
+    const QByteArray path = "/api/deploy?site=" + encoded(site, UrlPart::Query);
+    return request<DeployResponse>({"POST", path, "application/gzip", std::move(archive)}, std::move(config),
+                                   std::move(stop));
+}
+
+} // namespace driftwell

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "platform/ConfigStore.h"
+#include "platform/HttpSession.h"
+#include "platform/Models.h"
+#include "platform/PlatformConfig.h"
+#include "support/Task.h"
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <stop_token>
+
+namespace driftwell {
+
+struct DeployStage;
+struct FolderScan;
+
+/// An answer's bytes and the record decoded from them; no record when the bytes are those that the caller knew.
+template <class Record> struct Fetched {
+    QByteArray bytes;
+    std::optional<Record> record;
+};
+
+/// The only code that speaks HTTP to the platform. It reduces every outcome of a call to a decoded record, a
+/// PlatformError, or Cancelled:
+///
+/// | what happens | what the caller sees |
+/// |---|---|
+/// | the origin and path do not form a URL | Api: "bad URL: " and the path |
+/// | connection, name or certificate fails, a limit passes | Unreachable: the reason |
+/// | the answer is not HTTP | Unreachable: "no response" |
+/// | 2xx whose body is not the record, too large or too deep | Api: "unexpected response for " and the path |
+/// | 401 | Unauthenticated |
+/// | 403 with the code "not_team" | NotTeam: the platform's text |
+/// | any other status with an error body | Api: the platform's text |
+/// | any other status | Api: "HTTP " and the status |
+/// | a stop is requested | Cancelled |
+///
+/// Nothing is retried. Used on the main thread; network and decoding of large answers run off it. A call that is under
+/// way when the client goes ends with Cancelled.
+class PlatformClient {
+public:
+    PlatformClient(Bundle bundle, ConfigStore store, HttpLimits limits = {});
+
+    [[nodiscard]] const ConfigStore& store() const { return m_store; }
+
+    /// Who the token belongs to; absent when the platform answers null.
+    [[nodiscard]] Task<std::optional<Identity>> me(PlatformConfig config, std::stop_token stop);
+
+    /// The lists, each decoded only when the answer's bytes differ from `known`; nothing is known when it is empty.
+    [[nodiscard]] Task<Fetched<SitesResponse>> sites(PlatformConfig config, QByteArray known, std::stop_token stop);
+    [[nodiscard]] Task<Fetched<StatsResponse>> stats(PlatformConfig config, QByteArray known, std::stop_token stop);
+    [[nodiscard]] Task<Fetched<LibsResponse>> libs(PlatformConfig config, QByteArray known, std::stop_token stop);
+
+    /// The newest `limit` lines of a site's log; absent when the platform answers null.
+    [[nodiscard]] Task<std::optional<LogsResponse>> logs(PlatformConfig config, QString site, int limit,
+                                                         std::stop_token stop);
+    [[nodiscard]] Task<RollbackResponse> rollback(PlatformConfig config, QString site, std::stop_token stop);
+    [[nodiscard]] Task<DeleteSiteResponse> deleteSite(PlatformConfig config, QString site, std::stop_token stop);
+    [[nodiscard]] Task<SiteLibsResponse> setLib(PlatformConfig config, QString site, QString lib, bool enabled,
+                                                std::stop_token stop);
+
+    /// What setAccess() changes; what is absent stays as it is.
+    struct AccessChange {
+        std::optional<SiteAccessMode> mode;
+        std::optional<QList<QString>> emails;
+        std::optional<bool> anyoneCanComment;
+    };
+    [[nodiscard]] Task<SiteAccessResponse> setAccess(PlatformConfig config, QString site, AccessChange change,
+                                                     std::stop_token stop);
+    [[nodiscard]] Task<CollabToggleResponse> setCollab(PlatformConfig config, QString site, bool enabled,
+                                                       std::stop_token stop);
+
+    /// The files of a folder that are the site. Blocking; called off the main thread. See deploy/FolderScan.h.
+    [[nodiscard]] static FolderScan scan(const std::filesystem::path& folder);
+
+    /// Publishes a folder: scans, packs and uploads it. See deploy/Deploy.cpp.
+    ///
+    /// `site` is a valid site name. `onStage` is called from any thread, several times in quick succession. Throws
+    /// PlatformError, std::system_error for a failure of this machine, and Cancelled; the folder is untouched and no
+    /// temporary file is left in every case. A stop that comes while the archive is being packed takes effect when
+    /// packing has ended.
+    [[nodiscard]] Task<DeployResponse> deploy(std::filesystem::path folder, QString site, PlatformConfig config,
+                                              std::function<void(DeployStage)> onStage, std::stop_token stop);
+
+private:
+    struct Call {
+        QByteArray method;
+        QByteArray path;
+        QByteArray contentType = {};
+        std::variant<std::monostate, QByteArray, FileBody> body = {};
+    };
+
+    /// The body of a 2xx answer to the call.
+    Task<QByteArray> exchange(Call call, PlatformConfig config, std::stop_token stop);
+
+    template <class Record> Task<Record> request(Call call, PlatformConfig config, std::stop_token stop);
+
+    template <class Record>
+    Task<Fetched<Record>> requestIfChanged(QByteArray path, PlatformConfig config, QByteArray known,
+                                           std::stop_token stop);
+
+    [[nodiscard]] std::vector<std::pair<QByteArray, QByteArray>> authHeaders(const PlatformConfig& config) const;
+
+    Task<DeployResponse> sendArchive(FileBody archive, QString site, PlatformConfig config, std::stop_token stop);
+
+    Bundle m_bundle;
+    ConfigStore m_store;
+    HttpSession m_session;
+};
+
+} // namespace driftwell

@@ -1,0 +1,41 @@
+#include "platform/PlatformConfig.h"
+
+#include "platform/UrlSyntax.h"
+
+namespace driftwell {
+
+namespace {
+
+// Well-formed, and reserved never to resolve (RFC 6761, section 6.4).
+const QString unresolvableOrigin = QStringLiteral("https://unreadable-host.invalid");
+
+QString withoutSlashesAtEnds(QStringView text) {
+    while (text.startsWith(u'/')) {
+        text = text.mid(1);
+    }
+    while (text.endsWith(u'/')) {
+        text.chop(1);
+    }
+    return text.toString();
+}
+
+bool hasScheme(const QString& text) {
+    return text.startsWith(QLatin1String("http://")) || text.startsWith(QLatin1String("https://"));
+}
+
+QString withoutScheme(const QString& text) {
+    return hasScheme(text) ? text.mid(text.indexOf(QLatin1String("://")) + 3) : text;
+}
+
+} // namespace
+
+PlatformConfig::PlatformConfig(const QString& host) {
+    const QString normalized = hasScheme(host) ? withoutSlashesAtEnds(host) : QStringLiteral("https://") + host;
+    const std::optional<QByteArray> name = hostOfUrl(normalized.toUtf8());
+    m_origin = name ? normalized : unresolvableOrigin;
+    m_host = withoutScheme(normalized);
+    m_isReadable = name.has_value();
+    m_isLocal = name && (*name == "localhost" || name->endsWith(".localhost"));
+}
+
+} // namespace driftwell

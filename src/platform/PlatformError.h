@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QString>
+
+#include <exception>
+
+namespace driftwell {
+
+/// The failure of a call to the platform. description() is what a person reads.
+class PlatformError final : public std::exception {
+public:
+    enum class Kind {
+        /// The platform could not be reached; the text is the system's description of why.
+        Unreachable,
+        /// The signed-in person is not on the platform's team; the text is the platform's.
+        NotTeam,
+        /// The platform answered with an error, or not as expected.
+        Api,
+        /// No platform is configured.
+        NoHost,
+        /// No token, or one that the platform refuses.
+        Unauthenticated,
+    };
+
+    [[nodiscard]] static PlatformError unreachable(QString text) { return {Kind::Unreachable, std::move(text)}; }
+    [[nodiscard]] static PlatformError notTeam(QString text) { return {Kind::NotTeam, std::move(text)}; }
+    [[nodiscard]] static PlatformError api(QString text) { return {Kind::Api, std::move(text)}; }
+    [[nodiscard]] static PlatformError noHost();
+    [[nodiscard]] static PlatformError unauthenticated();
+
+    [[nodiscard]] Kind kind() const { return m_kind; }
+    [[nodiscard]] const QString& description() const { return m_description; }
+    [[nodiscard]] const char* what() const noexcept override { return m_what.constData(); }
+
+private:
+    PlatformError(Kind kind, QString description);
+
+    Kind m_kind;
+    QString m_description;
+    QByteArray m_what;
+};
+
+/// What a person reads of any failure: a PlatformError's description, the system's words for a system error.
+[[nodiscard]] QString describe(const std::exception& failure);
+
+} // namespace driftwell

@@ -1,0 +1,341 @@
+#include "support/ChildProcess.h"
+
+#include "support/Cancellation.h"
+#include "support/Completion.h"
+#include "support/SystemError.h"
+#include "support/UniqueFd.h"
+
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <system_error>
+
+namespace driftwell {
+
+namespace {
+
+constexpr std::size_t readBlock = 64 * 1024;
+
+/// Every process group that is alive, for terminateAll().
+class LiveGroups {
+public:
+    static LiveGroups& instance() {
+        static LiveGroups groups;
+        return groups;
+    }
+    void add(pid_t group) {
+        const std::scoped_lock lock(m_mutex);
+        m_groups.insert(group);
+    }
+    void remove(pid_t group) {
+        const std::scoped_lock lock(m_mutex);
+        m_groups.erase(group);
+    }
+    void signalAll(int signal) {
+        const std::scoped_lock lock(m_mutex);
+        for (const pid_t group : m_groups) {
+            ::kill(-group, signal);
+        }
+    }
+
+private:
+    std::mutex m_mutex;
+    std::set<pid_t> m_groups;
+};
+
+/// The child's standard streams are put in place one after another, so none of what is still needed may lie there, as
+/// it would in a program that was started with its own standard streams closed.
+UniqueFd aboveStandardStreams(int fd) {
+    UniqueFd opened(fd);
+    if (fd > STDERR_FILENO) {
+        return opened;
+    }
+    return UniqueFd(checked(::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "could not duplicate a descriptor"));
+}
+
+struct Pipe {
+    UniqueFd reader;
+    UniqueFd writer;
+
+    static Pipe make() {
+        std::array<int, 2> ends{};
+        checked(::pipe2(ends.data(), O_CLOEXEC), "pipe");
+        UniqueFd reader(ends[0]);
+        UniqueFd writer(ends[1]);
+        return {aboveStandardStreams(reader.release()), aboveStandardStreams(writer.release())};
+    }
+};
+
+/// What the child needs between fork and exec, where no memory may be allocated.
+struct ExecPlan {
+    const char* program;
+    const char* workingFolder;
+    char* const* arguments;
+    char* const* environment;
+    int standardInput;
+    int standardOutput;
+    int standardError;
+    int failureReport;
+    pid_t parent;
+};
+
+[[noreturn]] void execInChild(const ExecPlan& plan) {
+    const auto attempt = [&plan] {
+        ::setpgid(0, 0);
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != plan.parent) {
+            ::_exit(127); // the parent died before it could be watched
+        }
+        sigset_t none;
+        ::sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        ::signal(SIGPIPE, SIG_DFL);
+        if (::dup2(plan.standardInput, STDIN_FILENO) < 0 || ::dup2(plan.standardOutput, STDOUT_FILENO) < 0 ||
+            ::dup2(plan.standardError, STDERR_FILENO) < 0) {
+            return;
+        }
+        if (*plan.workingFolder != '\0' && ::chdir(plan.workingFolder) != 0) {
+            return;
+        }
+        // Libraries open descriptors of their own, not always with O_CLOEXEC.
+        ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+        ::execve(plan.program, plan.arguments, plan.environment);
+    };
+    attempt();
+    const int reason = errno;
+    [[maybe_unused]] const auto written = ::write(plan.failureReport, &reason, sizeof reason);
+    ::_exit(127);
+}
+
+/// Where SIGCHLD is ignored, as it may be since before this program began, the kernel forgets how a child ended
+/// (waitpid(2)), and every failure would look like a success.
+void keepHowChildrenEnd() {
+    struct sigaction action {};
+    ::sigaction(SIGCHLD, nullptr, &action);
+    if (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0) {
+        ::signal(SIGCHLD, SIG_DFL);
+    }
+}
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    result.reserve(texts.size() + 1);
+    for (std::string& text : texts) {
+        result.push_back(text.data());
+    }
+    result.push_back(nullptr);
+    return result;
+}
+
+/// Gives 0 when exec succeeded (the pipe closed unwritten), otherwise the child's errno.
+int execFailure(int reportReader) {
+    int reason = 0;
+    ssize_t got = 0;
+    do {
+        got = ::read(reportReader, &reason, sizeof reason);
+    } while (got < 0 && errno == EINTR);
+    return got == sizeof reason ? reason : 0;
+}
+
+/// A started child with its two outputs and its end, watched from the event loop.
+class RunningChild {
+public:
+    explicit RunningChild(ChildProcess::Command command);
+    ~RunningChild();
+    RunningChild(const RunningChild&) = delete;
+    RunningChild& operator=(const RunningChild&) = delete;
+
+    /// Decided when the child has ended and both outputs are read to their end.
+    [[nodiscard]] Completion<> ended() const { return m_ended; }
+
+    /// Ends the child's group, politely first.
+    void terminate();
+
+    /// Once it has ended.
+    [[nodiscard]] ChildProcess::Result takeResult();
+
+private:
+    struct Output {
+        UniqueFd reader;
+        std::string text;
+        std::unique_ptr<QSocketNotifier> readable;
+    };
+
+    void spawn(ChildProcess::Command& command, int out, int err);
+    void watch(Output& output);
+    void read(Output& output);
+    void finishIfDone();
+
+    pid_t m_pid = -1;
+    UniqueFd m_pidfd;
+    std::chrono::milliseconds m_grace;
+    Output m_out;
+    Output m_err;
+    std::unique_ptr<QSocketNotifier> m_exit;
+    QTimer m_kill;
+    bool m_exited = false;
+    bool m_terminating = false;
+    bool m_killed = false;
+    Completion<> m_ended;
+};
+
+RunningChild::RunningChild(ChildProcess::Command command) : m_grace(command.terminationGrace) {
+    Pipe out = Pipe::make();
+    Pipe err = Pipe::make();
+    spawn(command, out.writer.get(), err.writer.get());
+    m_out.reader = std::move(out.reader);
+    m_err.reader = std::move(err.reader);
+
+    m_exit = std::make_unique<QSocketNotifier>(m_pidfd.get(), QSocketNotifier::Read);
+    QObject::connect(m_exit.get(), &QSocketNotifier::activated, m_exit.get(), [this] {
+        m_exit->setEnabled(false);
+        m_exited = true;
+        finishIfDone();
+    });
+    m_kill.setSingleShot(true);
+    QObject::connect(&m_kill, &QTimer::timeout, &m_kill, [this] {
+        ::kill(-m_pid, SIGKILL);
+        m_killed = true;
+        finishIfDone();
+    });
+    watch(m_out);
+    watch(m_err);
+}
+
+RunningChild::~RunningChild() {
+    if (m_pid < 0) {
+        return;
+    }
+    ::kill(-m_pid, SIGKILL);
+    ::waitpid(m_pid, nullptr, 0);
+    LiveGroups::instance().remove(m_pid);
+}
+
+void RunningChild::spawn(ChildProcess::Command& command, int out, int err) {
+    Pipe report = Pipe::make();
+    const UniqueFd nothing = aboveStandardStreams(checked(::open("/dev/null", O_RDONLY | O_CLOEXEC), "/dev/null"));
+    std::vector<std::string> argumentTexts{command.program};
+    argumentTexts.insert(argumentTexts.end(), command.arguments.begin(), command.arguments.end());
+    std::vector<std::string> environmentTexts = command.environment.entries();
+    const std::vector<char*> arguments = pointers(argumentTexts);
+    const std::vector<char*> environment = pointers(environmentTexts);
+    const ExecPlan plan{command.program.c_str(),
+                        command.workingFolder.c_str(),
+                        arguments.data(),
+                        environment.data(),
+                        nothing.get(),
+                        out,
+                        err,
+                        report.writer.get(),
+                        ::getpid()};
+
+    keepHowChildrenEnd();
+    const pid_t pid = checked(::fork(), "fork");
+    if (pid == 0) {
+        execInChild(plan);
+    }
+    report.writer.reset();
+    if (const int reason = execFailure(report.reader.get()); reason != 0) {
+        ::waitpid(pid, nullptr, 0);
+        throw std::system_error(reason, std::generic_category(), command.program);
+    }
+    m_pidfd = UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+    if (!m_pidfd) {
+        const int reason = errno;
+        ::kill(-pid, SIGKILL);
+        ::waitpid(pid, nullptr, 0);
+        throw std::system_error(reason, std::generic_category(), "pidfd_open");
+    }
+    m_pid = pid;
+    LiveGroups::instance().add(pid);
+}
+
+void RunningChild::watch(Output& output) {
+    checked(::fcntl(output.reader.get(), F_SETFL, O_NONBLOCK), "fcntl");
+    output.readable = std::make_unique<QSocketNotifier>(output.reader.get(), QSocketNotifier::Read);
+    QObject::connect(output.readable.get(), &QSocketNotifier::activated, output.readable.get(),
+                     [this, &output] { read(output); });
+}
+
+void RunningChild::read(Output& output) {
+    std::array<char, readBlock> block;
+    const ssize_t got = ::read(output.reader.get(), block.data(), block.size());
+    if (got > 0) {
+        output.text.append(block.data(), static_cast<std::size_t>(got));
+        return;
+    }
+    if (got < 0 && (errno == EINTR || errno == EAGAIN)) {
+        return;
+    }
+    output.readable->setEnabled(false);
+    output.reader.reset();
+    finishIfDone();
+}
+
+void RunningChild::finishIfDone() {
+    // What is left of a killed group ends without a word; only somebody outside it can still hold an output open.
+    const bool outputsRead = m_killed || (!m_out.reader && !m_err.reader);
+    if (m_exited && outputsRead) {
+        m_kill.stop();
+        m_ended.succeed();
+    }
+}
+
+void RunningChild::terminate() {
+    m_terminating = true;
+    ::kill(-m_pid, SIGTERM);
+    m_kill.start(m_grace);
+}
+
+ChildProcess::Result RunningChild::takeResult() {
+    if (m_terminating) {
+        // Some of the group may have closed its outputs and gone on. The group's number is taken until waitpid().
+        ::kill(-m_pid, SIGKILL);
+    }
+    int status = 0;
+    ::waitpid(m_pid, &status, 0);
+    LiveGroups::instance().remove(m_pid);
+    m_pid = -1;
+    const bool signalled = WIFSIGNALED(status);
+    return {signalled ? WTERMSIG(status) : WEXITSTATUS(status), signalled, std::move(m_out.text),
+            std::move(m_err.text)};
+}
+
+} // namespace
+
+Task<ChildProcess::Result> ChildProcess::run(Command command, std::stop_token stop) {
+    throwIfCancelled(stop);
+    const auto child = std::make_shared<RunningChild>(std::move(command));
+    {
+        const std::stop_callback terminate(stop, [weak = std::weak_ptr(child), loop = EventLoop::current()] {
+            loop->post([weak] {
+                if (const auto running = weak.lock()) {
+                    running->terminate();
+                }
+            });
+        });
+        co_await child->ended();
+    }
+    Result result = child->takeResult();
+    throwIfCancelled(stop);
+    co_return result;
+}
+
+void ChildProcess::terminateAll() {
+    LiveGroups::instance().signalAll(SIGTERM);
+}
+
+} // namespace driftwell

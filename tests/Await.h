@@ -1,0 +1,80 @@
+#pragma once
+
+#include "support/Task.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+
+namespace driftwell::tests {
+
+/// Long enough for the slowest machine under the slowest sanitizer, since it only ends a test that would hang.
+inline constexpr std::chrono::seconds deadline(60);
+
+/// Runs the event loop until the condition holds. Throws when the deadline passes first.
+inline void waitUntil(const std::function<bool()>& condition) {
+    QTimer expiry;
+    expiry.setSingleShot(true);
+    expiry.start(deadline);
+    while (!condition()) {
+        if (!expiry.isActive()) {
+            throw std::runtime_error("the condition did not come to hold in time");
+        }
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+    }
+}
+
+namespace detail {
+
+template <class T> struct Outcome {
+    std::optional<T> value;
+    std::exception_ptr failure;
+    bool done = false;
+};
+
+template <> struct Outcome<void> {
+    std::exception_ptr failure;
+    bool done = false;
+};
+
+template <class T> Task<> observe(Task<T> task, std::shared_ptr<Outcome<T>> outcome) {
+    try {
+        if constexpr (std::is_void_v<T>) {
+            co_await task;
+        } else {
+            outcome->value.emplace(co_await task);
+        }
+    } catch (...) {
+        outcome->failure = std::current_exception();
+    }
+    outcome->done = true;
+}
+
+} // namespace detail
+
+/// Runs the event loop until the task has ended, and gives its result or throws what it threw.
+template <class T> T await(Task<T> task) {
+    const auto outcome = std::make_shared<detail::Outcome<T>>();
+    detail::observe<T>(std::move(task), outcome);
+    waitUntil([outcome] { return outcome->done; });
+    if (outcome->failure) {
+        std::rethrow_exception(outcome->failure);
+    }
+    if constexpr (!std::is_void_v<T>) {
+        return std::move(*outcome->value);
+    }
+}
+
+/// Lets everything that is ready on the event loop run, so that coroutines that were ended free their frames.
+inline void settle() {
+    for (int i = 0; i < 10; ++i) {
+        QCoreApplication::processEvents();
+    }
+}
+
+} // namespace driftwell::tests

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "desktop/DesktopServices.h"
+#include "support/Completion.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace driftwell::tests {
+
+/// A desktop that does nothing but remember what it was asked. A question that the test did not expect fails the test,
+/// and so does an expected one that never came.
+class RecordingDesktopServices final : public DesktopServices {
+public:
+    using FolderAnswer = Completion<std::optional<std::filesystem::path>>;
+
+    struct FolderQuestion {
+        std::string prompt;
+        std::string message;
+        bool operator==(const FolderQuestion&) const = default;
+    };
+
+    ~RecordingDesktopServices() override {
+        EXPECT_TRUE(m_folderAnswers.empty()) << "the desktop was never asked for a folder";
+    }
+
+    /// The next question for a folder is expected; whoever holds the result answers it.
+    FolderAnswer expectFolderQuestion() {
+        FolderAnswer answer;
+        m_folderAnswers.push_back(answer);
+        return answer;
+    }
+
+    [[nodiscard]] const std::vector<FolderQuestion>& folderQuestions() const { return m_folderQuestions; }
+
+    Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message) override {
+        m_folderQuestions.push_back({prompt.toStdString(), message.toStdString()});
+        if (m_folderAnswers.empty()) {
+            ADD_FAILURE() << "the desktop was asked for a folder unexpectedly: " << message.toStdString();
+            co_return std::nullopt;
+        }
+        FolderAnswer answer = m_folderAnswers.front();
+        m_folderAnswers.pop_front();
+        co_return co_await answer;
+    }
+
+private:
+    std::deque<FolderAnswer> m_folderAnswers;
+    std::vector<FolderQuestion> m_folderQuestions;
+};
+
+} // namespace driftwell::tests

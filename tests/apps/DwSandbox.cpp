@@ -1,0 +1,77 @@
+#include "tests/apps/DwSandbox.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace driftwell::tests {
+
+using nlohmann::json;
+
+namespace {
+
+Invocation sandboxInvocation(const TestFolder& data, std::vector<std::string> options) {
+    Invocation invocation;
+    invocation.command = {DRIFTWELL_SANDBOX, "--port", "0", "--data", data / "data"};
+    invocation.command.insert(invocation.command.end(), options.begin(), options.end());
+    invocation.environment = {{"HOME", data.path()}, {"PATH", "/usr/bin:/bin"}};
+    invocation.folder = data.path();
+    return invocation;
+}
+
+std::string between(const std::string& text, const std::string& before, const std::string& after) {
+    const std::size_t found = text.find(before);
+    const std::size_t begin = found + before.size();
+    const std::size_t end = found == std::string::npos ? found : text.find(after, begin);
+    if (end == std::string::npos) {
+        throw std::runtime_error("“" + before + "…" + after + "” is not in: " + text);
+    }
+    return text.substr(begin, end - begin);
+}
+
+} // namespace
+
+Sandbox::Sandbox(std::vector<std::string> options) : m_program(sandboxInvocation(m_data, std::move(options))) {
+    m_program.waitUntil([this] { return m_program.soFar().output.ends_with('\n'); });
+    m_port = between(m_program.soFar().output, "Driftwell sandbox: http://driftwell.localhost:", "\n");
+}
+
+Sandbox::~Sandbox() {
+    m_program.signal(SIGCONT);
+    m_program.signal(SIGTERM);
+    const Ending ending = m_program.waitForEnd();
+    EXPECT_EQ(ending.exitCode, 0);
+    EXPECT_EQ(ending.error, "");
+}
+
+std::string Sandbox::signIn(const std::string& person) const {
+    const HttpAnswerText page = exchangeHttp({remoteAddress() + "/auth/login?cli_port=1&cli_state=test"});
+    const std::string nonce = between(page.body, "name=\"nonce\" value=\"", "\"");
+    const HttpAnswerText answer = exchangeHttp({remoteAddress() + "/auth/login",
+                                                {"Content-Type: application/x-www-form-urlencoded"},
+                                                "nonce=" + nonce + "&person=person-" + person});
+    return between(answer.location, "callback?token=", "&");
+}
+
+json Sandbox::get(const std::string& path) const {
+    if (m_token.empty()) {
+        m_token = signIn("maya");
+    }
+    return json::parse(exchangeHttp({remoteAddress() + path, {"Authorization: Bearer " + m_token}}).body);
+}
+
+json Sandbox::post(const std::string& path, const json& body) const {
+    if (m_token.empty()) {
+        m_token = signIn("maya");
+    }
+    return json::parse(exchangeHttp({remoteAddress() + path,
+                                     {"Authorization: Bearer " + m_token, "Content-Type: application/json"},
+                                     body.dump()})
+                           .body);
+}
+
+HttpAnswerText Sandbox::visit(const std::string& site, const std::string& path) const {
+    return exchangeHttp({remoteAddress() + path, {"Host: " + site + ".driftwell.localhost:" + m_port}});
+}
+
+} // namespace driftwell::tests

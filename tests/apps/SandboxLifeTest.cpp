@@ -1,0 +1,240 @@
+#include "tests/apps/support/Archive.h"
+#include "tests/apps/support/HttpRequest.h"
+#include "tests/apps/support/PlatformCalls.h"
+#include "tests/apps/support/RawConnection.h"
+#include "tests/apps/support/SandboxProcess.h"
+#include "tests/apps/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+namespace driftwell::tests {
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+TEST(SandboxLife, theReadyLineIsTheOnlyOutput) {
+    const TemporaryFolder data;
+    const SandboxProcess sandbox(data.path().string());
+    EXPECT_EQ(sandbox.readyLine(), "Driftwell sandbox: http://driftwell.localhost:" + std::to_string(sandbox.port()));
+}
+
+TEST(SandboxLife, helpAndVersion) {
+    const Ended help = runSandbox({"--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char* text :
+         {"--port", "--data", "--require-sign-in", "Misbehave", "--delay", "--fail ", "--fail-path", "--fail-count",
+          "--cut ", "--cut-upload", "for one machine", "A team runs a real platform"}) {
+        EXPECT_THAT(help.output, HasSubstr(text));
+    }
+    const Ended version = runSandbox({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.output, testing::StartsWith("driftwell-sandbox "));
+}
+
+TEST(SandboxLife, wrongUsageEndsWithTwo) {
+    const TemporaryFolder data;
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--nonsense"},
+                                                      {"--port", "x"},
+                                                      {"--port", "65536"},
+                                                      {"--port", "-1"},
+                                                      {"--fail", "200"},
+                                                      {"--cut", "-1"},
+                                                      {"--delay", "soon"},
+                                                      {"word"}}) {
+        std::vector<std::string> all = {"--data", data.path().string()};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        const Ended ended = runSandbox(all);
+        EXPECT_EQ(ended.status, 2) << arguments.front();
+        EXPECT_EQ(ended.output, "") << arguments.front();
+        EXPECT_NE(ended.errors, "") << arguments.front();
+    }
+}
+
+TEST(SandboxLife, aSecondSandboxOnTheSameFolderIsRefused) {
+    const TemporaryFolder data;
+    const SandboxProcess first(data.path().string());
+    const Ended second = runSandbox({"--port", "0", "--data", data.path().string()});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_THAT(second.errors, HasSubstr("another sandbox is using it"));
+    EXPECT_EQ(get(first.url("/api/me")).status, 200);
+}
+
+TEST(SandboxLife, aPortThatIsTakenIsRefused) {
+    const TemporaryFolder data;
+    const TemporaryFolder other;
+    const SandboxProcess first(data.path().string());
+    const Ended second = runSandbox({"--port", std::to_string(first.port()), "--data", other.path().string()});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_THAT(second.errors, HasSubstr("port " + std::to_string(first.port()) + " cannot be used"));
+}
+
+TEST(SandboxLife, aFolderThatCannotBeWrittenIsRefused) {
+    const TemporaryFolder folder;
+    folder.write("file", "x");
+    const Ended ended = runSandbox({"--port", "0", "--data", (folder.path() / "file" / "data").string()});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.errors, HasSubstr("cannot be used"));
+}
+
+TEST(SandboxLife, itListensOnBothLoopbackAddresses) {
+    const TemporaryFolder data;
+    const SandboxProcess sandbox(data.path().string());
+    EXPECT_EQ(get("http://127.0.0.1:" + std::to_string(sandbox.port()) + "/api/me").status, 200);
+    if (std::filesystem::exists("/proc/net/if_inet6")) {
+        EXPECT_EQ(get("http://[::1]:" + std::to_string(sandbox.port()) + "/api/me").status, 200);
+    }
+    EXPECT_NE(get("http://127.0.0.2:" + std::to_string(sandbox.port()) + "/api/me").failure, "");
+}
+
+TEST(SandboxLife, bothSignalsEndItAtOnceWhateverGoesOn) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const TemporaryFolder data;
+        SandboxProcess sandbox(data.path().string());
+        const RawConnection idle(sandbox.port());
+        const RawConnection uploading(sandbox.port());
+        ASSERT_TRUE(
+            uploading.send("POST /api/deploy?site=a HTTP/1.1\r\nHost: localhost:" + std::to_string(sandbox.port()) +
+                           "\r\nContent-Type: application/gzip\r\nContent-Length: 1000000\r\n\r\nbegin"));
+        ASSERT_TRUE(waitUntil([&] { return entryCount(data.path() / "uploads") == 1; }));
+        const auto before = std::chrono::steady_clock::now();
+        EXPECT_EQ(sandbox.end(signal), 0);
+        EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(2));
+        EXPECT_EQ(entryCount(data.path() / "uploads"), 0U);
+    }
+}
+
+TEST(SandboxLife, everythingIsThereAfterARestart) {
+    const TemporaryFolder data;
+    json sites;
+    json log;
+    {
+        SandboxProcess sandbox(data.path().string());
+        ASSERT_EQ(deploy(sandbox, "site", pageArchive("one")).status, 200);
+        ASSERT_EQ(deploy(sandbox, "site", pageArchive("two")).status, 200);
+        ASSERT_EQ(HttpRequest("PUT", sandbox.url("/api/sites/site/access"))
+                      .json({{"mode", "restricted"}, {"emails", {"a@b.c"}}, {"anyoneCanComment", true}})
+                      .send()
+                      .status,
+                  200);
+        ASSERT_EQ(HttpRequest("POST", sandbox.url("/api/sites/site/libs"))
+                      .json({{"lib", "theme"}, {"enabled", true}})
+                      .send()
+                      .status,
+                  200);
+        ASSERT_EQ(HttpRequest("POST", sandbox.url("/api/collab/site/enable")).json(json::object()).send().status, 200);
+        sites = siteEntry(sandbox, "site");
+        log = get(sandbox.url("/api/logs/site")).json();
+        EXPECT_EQ(sandbox.end(SIGTERM), 0);
+    }
+    const SandboxProcess again(data.path().string());
+    json entry = siteEntry(again, "site");
+    // The address names the port, which is another one now.
+    sites.erase("url");
+    entry.erase("url");
+    EXPECT_EQ(entry, sites);
+    EXPECT_EQ(get(again.url("/api/logs/site")).json(), log);
+    EXPECT_EQ(get(again.siteUrl("site", "/")).body, "two");
+    ASSERT_EQ(HttpRequest("POST", again.url("/api/rollback")).json({{"site", "site"}}).send().status, 200);
+    EXPECT_EQ(get(again.siteUrl("site", "/")).body, "one");
+}
+
+TEST(SandboxLife, leftoversAreRemovedAtTheStart) {
+    const TemporaryFolder data;
+    {
+        const SandboxProcess sandbox(data.path().string());
+        ASSERT_EQ(deploy(sandbox, "site", pageArchive("kept")).status, 200);
+    }
+    data.write("uploads/half", "x");
+    data.write("versions/orphan/deep/file", "x");
+    const SandboxProcess again(data.path().string());
+    EXPECT_EQ(entryCount(data.path() / "uploads"), 0U);
+    EXPECT_EQ(entryCount(data.path() / "versions"), 1U);
+    EXPECT_EQ(get(again.siteUrl("site", "/")).body, "kept");
+}
+
+/// Each version's pages all say the same, so that a mixture would show.
+std::string versionArchive(int version) {
+    std::vector<Member> members;
+    for (int page = 0; page < 40; ++page) {
+        members.push_back({.name = std::to_string(page) + ".html", .content = std::to_string(version)});
+    }
+    members.push_back({.name = "index.html", .content = std::to_string(version)});
+    return archiveOf(members);
+}
+
+TEST(SandboxLife, aKillAtAnyMomentLeavesAWholeVersion) {
+    const TemporaryFolder data;
+    std::mt19937 random(11);
+    int version = 0;
+    int lastAnswered = -1;
+    constexpr int rounds = 40;
+    for (int round = 0; round < rounds; ++round) {
+        SandboxProcess sandbox(data.path().string());
+        if (lastAnswered >= 0) {
+            const int live = std::stoi(get(sandbox.siteUrl("site", "/")).body);
+            ASSERT_GE(live, lastAnswered);
+            ASSERT_LE(live, version);
+            for (const char* page : {"/0.html", "/39.html"}) {
+                ASSERT_EQ(get(sandbox.siteUrl("site", page)).body, std::to_string(live)) << round;
+            }
+            ASSERT_EQ(entryCount(data.path() / "uploads"), 0U);
+            ASSERT_LE(entryCount(data.path() / "versions"), 2U);
+        }
+        std::atomic<bool> done = false;
+        std::thread sender([&] {
+            while (!done) {
+                const int sent = ++version;
+                if (deploy(sandbox, "site", versionArchive(sent)).status == 200) {
+                    lastAnswered = sent;
+                } else {
+                    break;
+                }
+            }
+        });
+        // The moment is the point here: any will do.
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 60'000));
+        const int status = sandbox.end(SIGKILL);
+        done = true;
+        sender.join();
+        ASSERT_EQ(status, 128 + SIGKILL);
+    }
+    EXPECT_GT(lastAnswered, 0);
+}
+
+TEST(SandboxLife, largeUploadsAndLargeFilesDoNotGrowTheProgram) {
+    const TemporaryFolder data;
+    const SandboxProcess sandbox(data.path().string());
+    ASSERT_EQ(deploy(sandbox, "large", pageArchive("small")).status, 200);
+    const size_t before = sandbox.residentBytes();
+    const std::string large(60'000'000, 'x');
+    EXPECT_EQ(deploy(sandbox, "large", large).code(), "bad_archive");
+    ASSERT_EQ(deploy(sandbox, "large", archiveOf({{.name = "large.txt", .content = large}})).status, 200);
+    EXPECT_EQ(get(sandbox.siteUrl("large", "/large.txt")).body.size(), large.size());
+    EXPECT_LT(sandbox.residentBytes(), before + 15'000'000);
+}
+
+TEST(SandboxLife, aSlowDeploymentHoldsNobodyUp) {
+    const TemporaryFolder data;
+    const SandboxProcess sandbox(data.path().string());
+    std::vector<std::unique_ptr<RawConnection>> slow;
+    for (int connection = 0; connection < 20; ++connection) {
+        slow.push_back(std::make_unique<RawConnection>(sandbox.port()));
+        ASSERT_TRUE(
+            slow.back()->send("POST /api/deploy?site=a HTTP/1.1\r\nHost: localhost:" + std::to_string(sandbox.port()) +
+                              "\r\nContent-Type: application/gzip\r\nContent-Length: 1000000\r\n\r\nbegin"));
+    }
+    ASSERT_TRUE(waitUntil([&] { return entryCount(data.path() / "uploads") == 20; }));
+    EXPECT_EQ(get(sandbox.url("/api/me")).status, 200);
+}
+
+} // namespace
+
+} // namespace driftwell::tests

@@ -1,0 +1,207 @@
+#include "tests/core/ModelFixture.h"
+
+#include <QThreadPool>
+
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace driftwell {
+
+void PrintTo(const AppState::Status& status, std::ostream* stream) {
+    using Kind = AppState::Status::Kind;
+    switch (status.kind) {
+    case Kind::Unreachable:
+        *stream << "Unreachable(" << status.retryIn << ")";
+        return;
+    case Kind::NotTeam:
+        *stream << "NotTeam(" << status.text.toStdString() << ")";
+        return;
+    case Kind::NoHost:
+        *stream << "NoHost";
+        return;
+    case Kind::Connecting:
+        *stream << "Connecting";
+        return;
+    case Kind::Connected:
+        *stream << "Connected";
+        return;
+    case Kind::SignedOut:
+        *stream << "SignedOut";
+        return;
+    }
+}
+
+} // namespace driftwell
+
+namespace driftwell::tests {
+
+Json siteRecord(const std::string& name, const std::optional<std::string>& deployedAt) {
+    Json record{{"name", name}, {"url", "https://" + name + ".sites.test"}, {"hasPrevious", false}};
+    if (deployedAt) {
+        record["deployedAt"] = *deployedAt;
+    }
+    return record;
+}
+
+std::string sitesAnswer(const std::vector<std::string>& names) {
+    Json records = Json::array();
+    for (const std::string& name : names) {
+        records.push_back(siteRecord(name));
+    }
+    return Json{{"sites", records}}.dump();
+}
+
+std::string statsAnswer(int sites) {
+    return Json{{"sites", sites}, {"libs", 0}, {"docs", 0}, {"kvKeys", 0}, {"deploysLast7d", 0}, {"wsConnections", 0}}
+        .dump();
+}
+
+std::string libsAnswer(const std::vector<std::string>& names) {
+    Json records = Json::array();
+    for (const std::string& name : names) {
+        const Json manifest{{"name", name}, {"version", "1"}, {"description", ""}, {"author", ""}};
+        records.push_back({{"name", name}, {"moduleUrl", ""}, {"skillUrl", ""}, {"manifest", manifest}});
+    }
+    return Json{{"libs", records}}.dump();
+}
+
+std::string identityAnswer(const std::string& name) {
+    return Json{{"id", "7"}, {"name", name}, {"email", "ada@sites.test"}, {"avatar", ""}, {"handle", "ada"}}.dump();
+}
+
+std::string errorAnswer(const std::string& text, const std::string& code) {
+    return Json{{"error", text}, {"code", code}}.dump();
+}
+
+namespace {
+
+template <class Record> std::vector<std::string> names(const QList<Record>& records) {
+    std::vector<std::string> result;
+    for (const Record& record : records) {
+        result.push_back(record.name.toStdString());
+    }
+    return result;
+}
+
+} // namespace
+
+std::vector<std::string> namesOf(const QList<SiteInfo>& sites) {
+    return names(sites);
+}
+
+std::vector<std::string> namesOf(const QList<LibInfo>& libs) {
+    return names(libs);
+}
+
+ChangeLog::ChangeLog(AppState& model) {
+    const auto watch = [this, &model](auto signal, const char* name) {
+        QObject::connect(&model, signal, &m_context, [this, name] { m_changes.emplace_back(name); });
+    };
+    watch(&AppState::configChanged, "config");
+    watch(&AppState::statusChanged, "status");
+    watch(&AppState::identityChanged, "identity");
+    watch(&AppState::sitesChanged, "sites");
+    watch(&AppState::libsChanged, "libs");
+    watch(&AppState::statsChanged, "stats");
+    watch(&AppState::lastSyncChanged, "lastSync");
+    watch(&AppState::sortOrderChanged, "sortOrder");
+    watch(&AppState::filterChanged, "filter");
+    watch(&AppState::localRepoChanged, "localRepo");
+    watch(&AppState::deployFlowChanged, "deployFlow");
+}
+
+std::ptrdiff_t ChangeLog::count(const std::string& signal) const {
+    return std::count(m_changes.begin(), m_changes.end(), signal);
+}
+
+ModelFixture::ModelFixture()
+    : m_home("HOME", QByteArray((m_root / "home").c_str())),
+      m_temporary("TMPDIR", QByteArray((m_root / "tmp").c_str())) {
+    std::filesystem::create_directories(m_root / "home");
+    std::filesystem::create_directories(m_root / "tmp");
+}
+
+void ModelFixture::TearDown() {
+    endModel();
+}
+
+AppState& ModelFixture::model() {
+    if (!m_model) {
+        const Bundle bundle(m_root / "Contents");
+        m_model = std::make_unique<AppState>(
+            std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle))), desktop,
+            std::make_unique<QSettings>(QString::fromStdString(m_root / "defaults.ini"), QSettings::IniFormat),
+            sleeper.sleeper());
+    }
+    return *m_model;
+}
+
+bool ModelFixture::poolIsIdle() {
+    return QThreadPool::globalInstance()->activeThreadCount() == 0;
+}
+
+void ModelFixture::endModel() {
+    m_model.reset();
+    const auto everythingHasEnded = [] {
+        siginfo_t child{};
+        return poolIsIdle() && ::waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) < 0 && errno == ECHILD;
+    };
+    waitUntil(everythingHasEnded);
+    settle();
+}
+
+QString ModelFixture::localHost() const {
+    return QStringLiteral("http://localhost:%1").arg(server.port());
+}
+
+QString ModelFixture::remoteHost() const {
+    return QStringLiteral("http://127.0.0.1:%1").arg(server.port());
+}
+
+void ModelFixture::configureLocal() {
+    writeConfig({{"host", localHost().toStdString()}});
+}
+
+void ModelFixture::configureRemote() {
+    const std::string host = remoteHost().toStdString();
+    writeConfig({{"host", host}, {"tokens", {{host, token}}}});
+}
+
+void ModelFixture::writeConfig(const Json& config) const {
+    m_root.write("home/.config/dw/config.json", config.dump());
+}
+
+Json ModelFixture::readConfig() const {
+    return Json::parse(m_root.read("home/.config/dw/config.json"));
+}
+
+std::filesystem::path ModelFixture::configFile() const {
+    return m_root / "home/.config/dw/config.json";
+}
+
+void ModelFixture::answerAll() {
+    server.answer("/api/me", 200, identityAnswer("Ada"));
+    server.answer("/api/sites", 200, sitesAnswer({"garden", "bakery"}));
+    server.answer("/api/stats", 200, statsAnswer(2));
+    server.answer("/api/libs", 200, libsAnswer({"charts"}));
+}
+
+AppState& ModelFixture::connectedModel() {
+    answerAll();
+    model().reloadConfig();
+    await(model().refresh());
+    EXPECT_EQ(model().status(), Status::connected());
+    return model();
+}
+
+std::vector<std::string> ModelFixture::requestedPaths() const {
+    std::vector<std::string> paths;
+    for (const PlatformServer::Request& request : server.requests()) {
+        paths.push_back(request.target);
+    }
+    return paths;
+}
+
+} // namespace driftwell::tests

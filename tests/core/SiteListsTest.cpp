@@ -1,0 +1,197 @@
+#include "core/SiteLists.h"
+
+#include "tests/core/ModelFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+SiteInfo site(const QString& name, const std::optional<QString>& deployedAt = {}, const QString& url = {}) {
+    SiteInfo info;
+    info.name = name;
+    info.url = url;
+    info.deployedAt = deployedAt;
+    return info;
+}
+
+std::vector<std::string> found(const QList<SiteInfo>& sites, const QString& filter) {
+    return namesOf(filteredSites(sites, filter, SortOrder::Name));
+}
+
+TEST(SiteListsTest, AnEmptyFilterKeepsEverySite) {
+    EXPECT_THAT(found({site("a"), site("b")}, ""), ElementsAre("a", "b"));
+}
+
+TEST(SiteListsTest, AFilterOfBlanksAloneKeepsEverySite) {
+    EXPECT_THAT(found({site("a"), site("b")}, " \t  \t"), ElementsAre("a", "b"));
+}
+
+TEST(SiteListsTest, BlanksAndTabsAroundTheFilterAreIgnored) {
+    EXPECT_THAT(found({site("api-docs"), site("garden")}, " \tapi \t "), ElementsAre("api-docs"));
+}
+
+TEST(SiteListsTest, OtherKindsOfSpaceAroundTheFilterAreIgnored) {
+    const QString noBreakSpace(QChar::Nbsp);
+    const QString ideographicSpace(QChar(0x3000));
+    EXPECT_THAT(found({site("api-docs"), site("garden")}, noBreakSpace + "api" + ideographicSpace),
+                ElementsAre("api-docs"));
+}
+
+TEST(SiteListsTest, ALineBreakAtAnEndOfTheFilterIsPartOfIt) {
+    EXPECT_THAT(found({site("api-docs")}, "api\n"), IsEmpty());
+    EXPECT_THAT(found({site("api-docs")}, "\napi"), IsEmpty());
+    EXPECT_THAT(found({site("api-docs")}, "\n"), IsEmpty());
+    EXPECT_THAT(found({site("api-docs")}, "api\r"), IsEmpty());
+}
+
+TEST(SiteListsTest, ABlankInsideTheFilterIsPartOfIt) {
+    EXPECT_THAT(found({site("api-docs"), site("api docs")}, "api docs"), ElementsAre("api docs"));
+}
+
+TEST(SiteListsTest, AFilterInCapitalsFindsSmallLettersInTheName) {
+    EXPECT_THAT(found({site("my-api"), site("garden")}, " API "), ElementsAre("my-api"));
+}
+
+TEST(SiteListsTest, AFilterInCapitalsFindsSmallLettersInTheAddress) {
+    EXPECT_THAT(
+        found({site("docs", {}, "https://api.sites.test"), site("garden", {}, "https://garden.sites.test")}, " API "),
+        ElementsAre("docs"));
+}
+
+TEST(SiteListsTest, AFilterInSmallLettersFindsCapitals) {
+    EXPECT_THAT(found({site("MyAPI"), site("docs", {}, "https://API.sites.test"), site("garden")}, "api"),
+                ElementsAre("MyAPI", "docs"));
+}
+
+TEST(SiteListsTest, AFilterIsPlainText) {
+    EXPECT_THAT(found({site("a.b"), site("axb"), site("a*")}, "a.b"), ElementsAre("a.b"));
+    EXPECT_THAT(found({site("a.b"), site("axb"), site("a*")}, "a*"), ElementsAre("a*"));
+}
+
+TEST(SiteListsTest, ByNameCapitalsComeBeforeSmallLetters) {
+    const QList<SiteInfo> sites{site("alpha"), site("Zeta"), site("beta"), site("Alpha"),
+                                site("a"),     site("-"),    site("1")};
+    EXPECT_THAT(found(sites, ""), ElementsAre("-", "1", "Alpha", "Zeta", "a", "alpha", "beta"));
+}
+
+/// Many sites that compare equal, told apart by their addresses. A sort that is not stable leaves a few in their order.
+QList<SiteInfo> equalSites(const std::optional<QString>& deployedAt) {
+    QList<SiteInfo> sites;
+    for (int i = 0; i < 100; ++i) {
+        sites.append(site(QStringLiteral("garden"), deployedAt, QString::number(i)));
+    }
+    return sites;
+}
+
+TEST(SiteListsTest, ManySitesThatCompareEqualKeepTheirOrder) {
+    for (const std::optional<QString>& deployedAt :
+         {std::optional<QString>(), std::optional<QString>(QStringLiteral("2026-03-01T10:00:00Z"))}) {
+        const QList<SiteInfo> sites = equalSites(deployedAt);
+        EXPECT_EQ(filteredSites(sites, "", SortOrder::Name), sites);
+        EXPECT_EQ(filteredSites(sites, "", SortOrder::MostRecent), sites);
+        EXPECT_EQ(recentSites(sites), sites.mid(0, 5));
+    }
+}
+
+std::vector<std::string> byTime(const QList<SiteInfo>& sites) {
+    return namesOf(filteredSites(sites, "", SortOrder::MostRecent));
+}
+
+TEST(SiteListsTest, ByTimeTheLatestDeploymentComesFirst) {
+    EXPECT_THAT(byTime({site("old", "2025-01-01T00:00:00Z"), site("new", "2026-03-01T09:30:00.250Z"),
+                        site("middle", "2026-03-01T09:30:00Z")}),
+                ElementsAre("new", "middle", "old"));
+}
+
+TEST(SiteListsTest, ByTimeMomentsAreComparedAndNotTexts) {
+    // 10:30 two hours east of Greenwich is 08:30 there.
+    EXPECT_THAT(byTime({site("east", "2026-03-01T10:30:00+02:00"), site("greenwich", "2026-03-01T09:00:00Z")}),
+                ElementsAre("greenwich", "east"));
+}
+
+TEST(SiteListsTest, ByTimeSitesWithoutAReadableTimeComeLastInTheirOrder) {
+    EXPECT_THAT(byTime({site("never"), site("old", "1970-01-01T00:00:00Z"), site("garbled", "yesterday"),
+                        site("older", "0001-01-01T00:00:00Z"), site("date", "2026-03-01"), site("empty", "")}),
+                ElementsAre("old", "older", "never", "garbled", "date", "empty"));
+}
+
+TEST(SiteListsTest, ByTimeSitesOfTheSameMomentKeepTheirOrder) {
+    EXPECT_THAT(byTime({site("c", "2026-03-01T10:00:00Z"), site("a", "2026-03-01T12:00:00+02:00"),
+                        site("b", "2026-03-01T10:00:00.000Z"), site("first", "2026-03-02T10:00:00Z")}),
+                ElementsAre("first", "c", "a", "b"));
+}
+
+TEST(SiteListsTest, AFilteredListIsSortedByTimeToo) {
+    EXPECT_THAT(namesOf(filteredSites({site("api-1", "2025-01-01T00:00:00Z"), site("garden", "2027-01-01T00:00:00Z"),
+                                       site("api-2", "2026-01-01T00:00:00Z")},
+                                      "api", SortOrder::MostRecent)),
+                ElementsAre("api-2", "api-1"));
+}
+
+TEST(SiteListsTest, RecentSitesAreAllOfThreeAndFiveOfSix) {
+    QList<SiteInfo> sites{site("1", "2026-01-01T00:00:00Z"), site("2", "2026-01-02T00:00:00Z"),
+                          site("3", "2026-01-03T00:00:00Z")};
+    EXPECT_THAT(namesOf(recentSites(sites)), ElementsAre("3", "2", "1"));
+    sites << site("4", "2026-01-04T00:00:00Z") << site("5", "2026-01-05T00:00:00Z");
+    EXPECT_THAT(namesOf(recentSites(sites)), ElementsAre("5", "4", "3", "2", "1"));
+    sites << site("6", "2026-01-06T00:00:00Z");
+    EXPECT_THAT(namesOf(recentSites(sites)), ElementsAre("6", "5", "4", "3", "2"));
+    EXPECT_THAT(namesOf(recentSites({})), IsEmpty());
+}
+
+TEST(SiteListsTest, TheOrdersAreLabelledInTheirSequence) {
+    std::vector<std::string> labels;
+    for (const SortOrder order : sortOrders) {
+        labels.push_back(label(order).toStdString());
+    }
+    EXPECT_THAT(labels, ElementsAre("Most recent", "Name"));
+}
+
+class SiteListsOfModelTest : public ModelFixture {
+protected:
+    void SetUp() override {
+        configureLocal();
+        answerAll();
+        const Json sites{siteRecord("garden", "2026-01-01T00:00:00Z"), siteRecord("bakery", "2026-01-03T00:00:00Z"),
+                         siteRecord("atelier", "2026-01-02T00:00:00Z")};
+        server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
+        model().reloadConfig();
+        await(model().refresh());
+    }
+};
+
+TEST_F(SiteListsOfModelTest, TheSitesStayInThePlatformsOrder) {
+    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery", "atelier"));
+}
+
+TEST_F(SiteListsOfModelTest, TheFilteredSitesFollowTheSortOrder) {
+    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("bakery", "atelier", "garden"));
+    model().setSortOrder(SortOrder::Name);
+    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("atelier", "bakery", "garden"));
+}
+
+TEST_F(SiteListsOfModelTest, TheFilteredSitesFollowTheFilter) {
+    model().setFilter(" ER ");
+    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("bakery", "atelier"));
+}
+
+TEST_F(SiteListsOfModelTest, TheRecentSitesFollowNeither) {
+    model().setFilter("garden");
+    model().setSortOrder(SortOrder::Name);
+    EXPECT_THAT(namesOf(model().recentSites()), ElementsAre("bakery", "atelier", "garden"));
+}
+
+TEST_F(SiteListsOfModelTest, ASiteIsFoundByExactlyItsName) {
+    ASSERT_TRUE(model().existingSite("bakery"));
+    EXPECT_EQ(model().existingSite("bakery")->url, QStringLiteral("https://bakery.sites.test"));
+    for (const char* other : {"Bakery", "baker", "bakery ", " bakery", "bakery-2", ""}) {
+        EXPECT_FALSE(model().existingSite(other)) << other;
+    }
+}
+
+} // namespace
+} // namespace driftwell::tests

@@ -1,0 +1,143 @@
+#include "tests/project/IncludeRules.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string_view>
+
+namespace project {
+
+namespace {
+
+struct Include {
+    std::string name;
+    bool quoted;
+};
+
+/// What each room may include besides itself.
+const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() {
+    static const std::set<std::string> all = {"support", "platform", "deploy", "collab",
+                                              "tooling", "desktop",  "core",   "ui"};
+    static const std::map<std::string, std::set<std::string>, std::less<>> allowed = {
+        {"support", {}},
+        {"platform", {"support"}},
+        {"deploy", {"support", "platform"}},
+        {"collab", {"support", "platform", "deploy"}},
+        {"tooling", {"support", "platform", "deploy", "collab"}},
+        {"desktop", {"support"}},
+        {"core", {"support", "platform", "deploy", "collab", "tooling", "desktop"}},
+        {"ui", {"support", "platform", "deploy", "collab", "tooling", "desktop", "core"}},
+        {"apps/driftwell", all},
+        {"apps/dw", all},
+        {"apps/sandbox", {}},
+    };
+    return allowed;
+}
+
+/// The room of a path from src/ on: its folder, below apps/ the folder of the application.
+std::string roomOf(std::string_view path) {
+    std::size_t end = path.find('/');
+    if (path.starts_with("apps/"))
+        end = path.find('/', end + 1);
+    return end == std::string_view::npos ? std::string() : std::string(path.substr(0, end));
+}
+
+std::optional<Include> includeIn(std::string_view line) {
+    const auto skipBlanks = [&line] {
+        line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    };
+    const auto skip = [&line](std::string_view word) {
+        const bool found = line.starts_with(word);
+        if (found)
+            line.remove_prefix(word.size());
+        return found;
+    };
+    skipBlanks();
+    if (!skip("#"))
+        return std::nullopt;
+    skipBlanks();
+    if (!skip("include"))
+        return std::nullopt;
+    skipBlanks();
+    const bool quoted = line.starts_with('"');
+    if (!quoted && !line.starts_with('<'))
+        return std::nullopt;
+    const std::size_t end = line.find(quoted ? '"' : '>', 1);
+    if (end == std::string_view::npos)
+        return std::nullopt;
+    return Include{std::string(line.substr(1, end - 1)), quoted};
+}
+
+bool isOfGraphicalQt(std::string_view header) {
+    constexpr std::array<std::string_view, 20> prefixes = {
+        "QtGui",      "QtQuick",          "QtWidgets",       "QtQml",      "QGui",   "QQuick", "QWidget",  "QQml",
+        "QWindow",    "QImage",           "QPixmap",         "QIcon",      "QColor", "QFont",  "QPainter", "QScreen",
+        "QClipboard", "QDesktopServices", "QSystemTrayIcon", "QFileDialog"};
+    return header == "QApplication" || std::any_of(prefixes.begin(), prefixes.end(), [header](std::string_view prefix) {
+               return header.starts_with(prefix);
+           });
+}
+
+bool isOwnMocFile(const std::string& path, const std::string& include) {
+    const std::size_t start = path.rfind('/') + 1;
+    return include == path.substr(start, path.rfind('.') - start) + ".moc";
+}
+
+/// What is wrong with an include of a file below src/, or nothing.
+std::optional<std::string> violationInRoom(const std::string& room, const Include& include, bool isOurs) {
+    const bool graphical = room == "ui" || room == "apps/driftwell";
+    if (!include.quoted) {
+        if (isOurs)
+            return "is ours and belongs in quotes";
+        if (!graphical && isOfGraphicalQt(include.name))
+            return "is for ui and apps/driftwell only";
+        return std::nullopt;
+    }
+    if (!isOurs)
+        return "is not a file under src/";
+    const std::string other = roomOf(include.name);
+    if (other != room && !allowedRooms().at(room).contains(other))
+        return "is not above " + room;
+    return std::nullopt;
+}
+
+} // namespace
+
+std::vector<std::string> includeViolations(const std::vector<RepositoryFile>& files) {
+    constexpr std::string_view sources = "src/";
+    std::set<std::string, std::less<>> paths;
+    for (const RepositoryFile& file : files)
+        paths.insert(file.path);
+
+    std::vector<std::string> violations;
+    for (const RepositoryFile& file : files) {
+        if (!file.path.ends_with(".cpp") && !file.path.ends_with(".h"))
+            continue;
+        const bool inRoom = file.path.starts_with(sources);
+        const std::string room = inRoom ? roomOf(std::string_view(file.path).substr(sources.size())) : std::string();
+        if (inRoom && !allowedRooms().contains(room)) {
+            violations.push_back(file.path + " is in no known room");
+            continue;
+        }
+        std::istringstream lines(file.text);
+        for (std::string line; std::getline(lines, line);) {
+            const std::optional<Include> include = includeIn(line);
+            if (!include || isOwnMocFile(file.path, include->name))
+                continue;
+            const bool isOurs = paths.contains(std::string(sources) + include->name);
+            std::optional<std::string> violation;
+            if (inRoom)
+                violation = violationInRoom(room, *include, isOurs);
+            else if (include->quoted && !isOurs && !paths.contains(include->name))
+                violation = "is neither a file under src/ nor one of the repository";
+            if (violation)
+                violations.push_back(file.path + ": " + include->name + " " + *violation);
+        }
+    }
+    return violations;
+}
+
+} // namespace project

@@ -1,0 +1,110 @@
+#include "tests/project/IncludeRules.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using project::includeViolations;
+using project::RepositoryFile;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// A repository in which every room has a header to include, and one more file.
+std::vector<RepositoryFile> repositoryWith(RepositoryFile file) {
+    std::vector<RepositoryFile> files;
+    for (const char* room : {"support", "platform", "deploy", "collab", "tooling", "desktop", "core", "ui",
+                             "apps/driftwell", "apps/dw", "apps/sandbox"})
+        files.push_back({std::string("src/") + room + "/Thing.h", "#pragma once\n"});
+    files.push_back({"tests/support/Waiting.h", "#pragma once\n"});
+    files.push_back(std::move(file));
+    return files;
+}
+
+std::vector<std::string> violationsOf(const std::string& path, const std::string& text) {
+    return includeViolations(repositoryWith({path, text}));
+}
+
+TEST(IncludeRules, HoldInThisRepository) {
+    const std::vector<RepositoryFile> files = project::readSources({"src", "tests", "bench", "fuzz"});
+    ASSERT_GT(files.size(), 5U);
+    EXPECT_THAT(includeViolations(files), IsEmpty());
+}
+
+TEST(IncludeRules, ARoomMayIncludeItselfAndTheRoomsAboveIt) {
+    EXPECT_THAT(violationsOf("src/deploy/A.cpp", "#include \"deploy/Thing.h\"\n"
+                                                 "#include \"platform/Thing.h\"\n"
+                                                 "  #  include \"support/Thing.h\"\n"
+                                                 "#include <QString>\n"
+                                                 "#include <vector>\n"),
+                IsEmpty());
+    EXPECT_THAT(violationsOf("src/desktop/A.cpp", "#include \"support/Thing.h\"\n"), IsEmpty());
+    EXPECT_THAT(violationsOf("src/apps/dw/A.cpp", "#include \"core/Thing.h\"\n#include \"apps/dw/Thing.h\"\n"),
+                IsEmpty());
+}
+
+TEST(IncludeRules, ARoomMayNotIncludeARoomBelowIt) {
+    EXPECT_THAT(violationsOf("src/support/A.h", "#pragma once\n#include \"platform/Thing.h\"\n"),
+                ElementsAre("src/support/A.h: platform/Thing.h is not above support"));
+    EXPECT_THAT(violationsOf("src/core/A.cpp", "  #  include \"ui/Thing.h\"\n"),
+                ElementsAre("src/core/A.cpp: ui/Thing.h is not above core"));
+    EXPECT_THAT(violationsOf("src/ui/A.cpp", "#include \"apps/driftwell/Thing.h\"\n"),
+                ElementsAre("src/ui/A.cpp: apps/driftwell/Thing.h is not above ui"));
+}
+
+TEST(IncludeRules, DesktopKnowsSupportOnly) {
+    EXPECT_THAT(violationsOf("src/desktop/A.cpp", "#include \"platform/Thing.h\"\n"),
+                ElementsAre("src/desktop/A.cpp: platform/Thing.h is not above desktop"));
+}
+
+TEST(IncludeRules, ApplicationsDoNotKnowEachOther) {
+    EXPECT_THAT(violationsOf("src/apps/dw/A.cpp", "#include \"apps/driftwell/Thing.h\"\n"),
+                ElementsAre("src/apps/dw/A.cpp: apps/driftwell/Thing.h is not above apps/dw"));
+}
+
+TEST(IncludeRules, TheSandboxKnowsItselfOnly) {
+    EXPECT_THAT(violationsOf("src/apps/sandbox/A.cpp", "#include \"apps/sandbox/Thing.h\"\n"), IsEmpty());
+    EXPECT_THAT(violationsOf("src/apps/sandbox/A.cpp", "#include \"support/Thing.h\"\n"),
+                ElementsAre("src/apps/sandbox/A.cpp: support/Thing.h is not above apps/sandbox"));
+}
+
+TEST(IncludeRules, AnIncludeNamesItsRoomAndIsQuoted) {
+    EXPECT_THAT(violationsOf("src/core/A.cpp", "#include \"Thing.h\"\n#include <deploy/Thing.h>\n"),
+                ElementsAre("src/core/A.cpp: Thing.h is not a file under src/",
+                            "src/core/A.cpp: deploy/Thing.h is ours and belongs in quotes"));
+}
+
+TEST(IncludeRules, WhatMocWritesForTheFileItselfIsAllowed) {
+    EXPECT_THAT(violationsOf("src/core/A.cpp", "#include \"A.moc\"\n"), IsEmpty());
+    EXPECT_THAT(violationsOf("src/core/A.cpp", "#include \"B.moc\"\n"),
+                ElementsAre("src/core/A.cpp: B.moc is not a file under src/"));
+}
+
+TEST(IncludeRules, AFileIsInAKnownRoom) {
+    EXPECT_THAT(violationsOf("src/helpers/A.cpp", ""), ElementsAre("src/helpers/A.cpp is in no known room"));
+    EXPECT_THAT(violationsOf("src/apps/other/A.cpp", ""), ElementsAre("src/apps/other/A.cpp is in no known room"));
+    EXPECT_THAT(violationsOf("src/A.cpp", ""), ElementsAre("src/A.cpp is in no known room"));
+}
+
+TEST(IncludeRules, OnlyTheInterfaceIncludesGraphicalQt) {
+    const std::string graphical = "#include <QGuiApplication>\n";
+    for (const char* room : {"support", "deploy", "desktop", "core", "apps/dw", "apps/sandbox"}) {
+        const std::string path = std::string("src/") + room + "/A.cpp";
+        EXPECT_THAT(violationsOf(path, graphical),
+                    ElementsAre(path + ": QGuiApplication is for ui and apps/driftwell only"));
+    }
+    EXPECT_THAT(violationsOf("src/ui/A.cpp", graphical), IsEmpty());
+    EXPECT_THAT(violationsOf("src/apps/driftwell/A.cpp", graphical), IsEmpty());
+    EXPECT_THAT(violationsOf("src/core/A.cpp", "#include <QtQuick/QQuickItem>\n#include <QApplication>\n"),
+                ElementsAre("src/core/A.cpp: QtQuick/QQuickItem is for ui and apps/driftwell only",
+                            "src/core/A.cpp: QApplication is for ui and apps/driftwell only"));
+}
+
+TEST(IncludeRules, TestsNameFilesThatExist) {
+    EXPECT_THAT(violationsOf("tests/core/ATest.cpp", "#include \"core/Thing.h\"\n"
+                                                     "#include \"tests/support/Waiting.h\"\n"),
+                IsEmpty());
+    EXPECT_THAT(violationsOf("tests/core/ATest.cpp", "#include \"Waiting.h\"\n"),
+                ElementsAre("tests/core/ATest.cpp: Waiting.h is neither a file under src/ nor one of the repository"));
+}
+
+} // namespace
