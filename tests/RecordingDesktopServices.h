@@ -49,7 +49,26 @@ public:
         co_return co_await answer;
     }
 
+    /// Addresses and paths to open are always expected; whoever asks for them is judged by these lists.
+    [[nodiscard]] const std::vector<std::string>& openedUrls() const { return m_openedUrls; }
+    [[nodiscard]] const std::vector<std::filesystem::path>& shownPaths() const { return m_shownPaths; }
+    [[nodiscard]] const std::string& clipboard() const { return m_clipboard; }
+
+    void openUrl(const QUrl& url) override { m_openedUrls.push_back(url.toString().toStdString()); }
+    void showInFileManager(const std::filesystem::path& path) override { m_shownPaths.push_back(path); }
+    void copyText(const QString& text) override { m_clipboard = text.toStdString(); }
+
+    [[nodiscard]] ColorScheme colorScheme() const override { return m_colorScheme; }
+    void setColorScheme(ColorScheme scheme) {
+        m_colorScheme = scheme;
+        Q_EMIT colorSchemeChanged();
+    }
+
 private:
+    std::vector<std::string> m_openedUrls;
+    std::vector<std::filesystem::path> m_shownPaths;
+    std::string m_clipboard;
+    ColorScheme m_colorScheme = ColorScheme::Light;
     std::deque<FolderAnswer> m_folderAnswers;
     std::vector<FolderQuestion> m_folderQuestions;
 };

@@ -201,6 +201,22 @@ TEST_F(DwDeploy, AFolderWithoutFilesIsNotPublished) {
     EXPECT_THAT(sandbox.sites(), IsEmpty());
 }
 
+TEST_F(DwDeploy, EndsEvenWhenTheDeploymentFailsBeforeAnybodyWaitsForIt) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{".hidden", "x"}});
+    // More of them than cores, so that in some the scan has ended before the main thread gets its turn.
+    std::vector<std::unique_ptr<Program>> programs;
+    for (int i = 0; i < 32; ++i) {
+        programs.push_back(std::make_unique<Program>(dw({"deploy", "site"})));
+    }
+    for (const auto& program : programs) {
+        const Ending ending = program->waitForEnd();
+        EXPECT_EQ(ending.exitCode, 1);
+        EXPECT_EQ(ending.error, "dw: folder has no deployable files\n");
+    }
+}
+
 TEST_F(DwDeploy, NoRoomForTemporaryFilesIsAFailureOfThisMachine) {
     const Sandbox sandbox;
     useHost(sandbox.address());

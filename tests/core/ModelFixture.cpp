@@ -1,6 +1,6 @@
 #include "tests/core/ModelFixture.h"
 
-#include <QThreadPool>
+#include "support/WorkerPool.h"
 
 #include <sys/wait.h>
 
@@ -139,7 +139,7 @@ AppState& ModelFixture::model() {
 }
 
 bool ModelFixture::poolIsIdle() {
-    return QThreadPool::globalInstance()->activeThreadCount() == 0;
+    return WorkerPool::shared().isIdle();
 }
 
 void ModelFixture::endModel() {

@@ -2,8 +2,6 @@
 
 #include "support/WorkerPool.h"
 
-#include <QThreadPool>
-
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -14,8 +12,8 @@ namespace driftwell::tests {
 class PoolHold {
 public:
     PoolHold() {
-        for (int i = 0; i < QThreadPool::globalInstance()->maxThreadCount(); ++i) {
-            driftwell::detail::startOnPool([gate = m_gate] {
+        for (std::size_t i = 0; i < WorkerPool::shared().size(); ++i) {
+            WorkerPool::shared().start([gate = m_gate] {
                 std::unique_lock lock(gate->mutex);
                 gate->opened.wait(lock, [&gate] { return gate->isOpen; });
             });

@@ -105,7 +105,7 @@ TEST_F(ConfigStoreCrashTest, LosesNothingWhenManyProcessesSaveAtOnce) {
     constexpr int processes = 16;
     // The time grows with the square of this.
     const int each =
-        qEnvironmentVariableIsSet("DRIFTWELL_TEST_SAVES") ? qEnvironmentVariableIntValue("DRIFTWELL_TEST_SAVES") : 100;
+        qEnvironmentVariableIsSet("DRIFTWELL_TEST_SAVES") ? qEnvironmentVariableIntValue("DRIFTWELL_TEST_SAVES") : 500;
     m_folder.write("dw/config.json", R"({"foreign": "kept"})");
     Reader reader(file());
     std::vector<Task<ChildProcess::Result>> savers;

@@ -1,5 +1,6 @@
 #include "apps/dw/DeployCommand.h"
 
+#include "apps/dw/TerminalDesktop.h"
 #include "apps/dw/Texts.h"
 #include "core/AppState.h"
 #include "core/UserDefaults.h"
@@ -22,12 +23,6 @@ namespace driftwell::dw {
 using Json = nlohmann::ordered_json;
 
 namespace {
-
-/// The tool has no window to choose in.
-class NoDesktop final : public DesktopServices {
-public:
-    Task<std::optional<std::filesystem::path>> chooseFolder(QString, QString) override { co_return std::nullopt; }
-};
 
 struct SizedFile {
     std::string path;
@@ -132,17 +127,20 @@ public:
     }
 
 private:
-    NoDesktop m_desktop;
+    TerminalDesktop m_desktop;
     std::unique_ptr<AppState> m_state;
 };
 
 Task<DeployFlow::Phase> awaitEnd(std::shared_ptr<DeployFlow> flow, std::stop_token stop) {
     Completion<> ended;
-    QObject::connect(flow.get(), &DeployFlow::phaseChanged, flow.get(), [flow = flow.get(), ended]() mutable {
+    auto settle = [flow = flow.get(), ended]() mutable {
         if (!flow->isConfirming() && !flow->isDeploying()) {
             ended.succeed();
         }
-    });
+    };
+    QObject::connect(flow.get(), &DeployFlow::phaseChanged, flow.get(), settle);
+    // A deployment can fail before anybody waits for it.
+    settle();
     const std::stop_callback cancel(stop, [ended]() mutable { ended.fail(Cancelled()); });
     co_await ended;
     co_return flow->phase();
