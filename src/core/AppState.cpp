@@ -67,6 +67,7 @@ void AppState::clearPlatformData() {
     m_sites = QList<SiteInfo>();
     m_libs = QList<LibInfo>();
     m_stats = std::nullopt;
+    m_deployHistory = DeployHistory();
     m_known = {};
 }
 

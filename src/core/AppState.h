@@ -11,11 +11,14 @@
 #include "support/Sleep.h"
 #include "support/Task.h"
 
+#include <QMap>
 #include <QObject>
 #include <QProperty>
+#include <QSet>
 #include <QSettings>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -86,6 +89,26 @@ public:
     /// The deployment in progress or on screen.
     [[nodiscard]] std::shared_ptr<DeployFlow> deployFlow() const { return m_deployFlow; }
 
+    // Operations on existing sites: what is under way, by the site's name (for a library the site's name, "/" and the
+    // library's), and the text of each kind's last failure. A later success clears the failures of libraries and
+    // access; the others stay until a person has seen them.
+    [[nodiscard]] QSet<QString> rollbacksInFlight() const { return m_rollbacksInFlight; }
+    [[nodiscard]] std::optional<QString> rollbackError() const { return m_rollbackError; }
+    void clearRollbackError() { m_rollbackError = std::nullopt; }
+    [[nodiscard]] QSet<QString> deletesInFlight() const { return m_deletesInFlight; }
+    [[nodiscard]] std::optional<QString> deleteError() const { return m_deleteError; }
+    void clearDeleteError() { m_deleteError = std::nullopt; }
+    [[nodiscard]] QSet<QString> libTogglesInFlight() const { return m_libTogglesInFlight; }
+    [[nodiscard]] std::optional<QString> libToggleError() const { return m_libToggleError; }
+    [[nodiscard]] QSet<QString> accessInFlight() const { return m_accessInFlight; }
+    [[nodiscard]] std::optional<QString> accessError() const { return m_accessError; }
+    /// The versions of each site whose history was loaded, the newest first.
+    using DeployHistory = QMap<QString, QList<LogEntry>>;
+    [[nodiscard]] DeployHistory deployHistory() const { return m_deployHistory; }
+    /// The site whose history is loaded again after its deployments and rollbacks.
+    [[nodiscard]] std::optional<QString> expandedSite() const { return m_expandedSite; }
+    void setExpandedSite(const std::optional<QString>& site) { m_expandedSite = site; }
+
     [[nodiscard]] PlatformClient& client() { return *m_client; }
 
     // Derived on each read.
@@ -109,6 +132,32 @@ public:
     /// One round of questions to the platform; its outcome is the status. Throws nothing. Refreshes may overlap; the
     /// last to write wins. A stopped one leaves the status as it was.
     Task<> refresh(std::stop_token stop = {});
+
+    // Operations on existing sites. Without a platform they do nothing. They throw nothing, and the model changes only
+    // after the platform has answered. They do not refuse to overlap; whoever offers them looks at what is in flight.
+
+    /// Makes the version before the live one. A second rollback takes the first one back.
+    Task<> rollback(SiteInfo site);
+
+    /// Deletes the site for good. The folder that it was published from stays remembered.
+    Task<> deleteSite(SiteInfo site);
+
+    /// Switches a shared library of the site on or off.
+    Task<> setLib(QString lib, bool enabled, QString site);
+
+    /// Changes who may open the site and comment on it: what is given, and nothing when nothing is. The people invited
+    /// are given whole.
+    Task<> setAccess(QString site, std::optional<SiteAccessMode> mode, std::optional<QList<QString>> emails,
+                     std::optional<bool> anyoneCanComment);
+
+    /// Loads the site's history. A failure is not reported; what was loaded before then stays.
+    Task<> loadDeployHistory(QString site);
+
+    /// Opens the site in the browser. Does nothing for an address that is none for a browser.
+    void openSite(const SiteInfo& site);
+
+    /// Shows the folder that the site was last published from, if it is remembered, whether it is still there or not.
+    void revealFolder(const QString& site);
 
     /// Asks for a folder and opens a deployment of it.
     void chooseFolderAndDeploy();
@@ -136,6 +185,16 @@ Q_SIGNALS:
     void filterChanged();
     void localRepoChanged();
     void deployFlowChanged();
+    void rollbacksInFlightChanged();
+    void rollbackErrorChanged();
+    void deletesInFlightChanged();
+    void deleteErrorChanged();
+    void libTogglesInFlightChanged();
+    void libToggleErrorChanged();
+    void accessInFlightChanged();
+    void accessErrorChanged();
+    void deployHistoryChanged();
+    void expandedSiteChanged();
 
 private:
     /// The bytes from which the lists were decoded, so that an answer that brings the same ones costs a comparison.
@@ -163,6 +222,12 @@ private:
     void clearPlatformData();
     [[nodiscard]] std::stop_token lifetime() const { return m_lifetime.get_token(); }
 
+    void changeSites(const QList<SiteInfo>& sites);
+    void changeSite(const QString& name, const std::function<void(SiteInfo&)>& change);
+    void forgetSite(const QString& name);
+    Task<> fetchDeployHistory(QString site, std::stop_token stop);
+    Task<> reloadExpandedHistory(QString site, std::stop_token stop);
+
     Task<> chooseFolder();
     Task<> countFiles(std::shared_ptr<DeployFlow> flow);
     Task<> publish(std::shared_ptr<DeployFlow> flow, QString site, PlatformConfig config, std::stop_token stop);
@@ -187,6 +252,17 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY(AppState, QString, m_filter, &AppState::filterChanged)
     Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<std::filesystem::path>, m_localRepo, &AppState::localRepoChanged)
     Q_OBJECT_BINDABLE_PROPERTY(AppState, std::shared_ptr<DeployFlow>, m_deployFlow, &AppState::deployFlowChanged)
+
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, QSet<QString>, m_rollbacksInFlight, &AppState::rollbacksInFlightChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<QString>, m_rollbackError, &AppState::rollbackErrorChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, QSet<QString>, m_deletesInFlight, &AppState::deletesInFlightChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<QString>, m_deleteError, &AppState::deleteErrorChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, QSet<QString>, m_libTogglesInFlight, &AppState::libTogglesInFlightChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<QString>, m_libToggleError, &AppState::libToggleErrorChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, QSet<QString>, m_accessInFlight, &AppState::accessInFlightChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<QString>, m_accessError, &AppState::accessErrorChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, AppState::DeployHistory, m_deployHistory, &AppState::deployHistoryChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<QString>, m_expandedSite, &AppState::expandedSiteChanged)
 };
 
 } // namespace driftwell

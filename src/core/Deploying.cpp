@@ -106,6 +106,9 @@ Task<> AppState::publish(std::shared_ptr<DeployFlow> flow, QString site, Platfor
         m_client->store().saveFolder(site, flow->folder());
         co_await refresh(stop);
     }
+    if (self) {
+        co_await reloadExpandedHistory(site, stop);
+    }
 }
 
 void AppState::cancelDeploy() {

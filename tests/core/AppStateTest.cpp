@@ -33,6 +33,16 @@ TEST_F(AppStateTest, KnowsNothingAtFirst) {
     EXPECT_EQ(model().deployFlow(), nullptr);
     EXPECT_FALSE(model().isDeploying());
     EXPECT_FALSE(model().deployingSiteName());
+    for (const QSet<QString>& inFlight : {model().rollbacksInFlight(), model().deletesInFlight(),
+                                          model().libTogglesInFlight(), model().accessInFlight()}) {
+        EXPECT_THAT(inFlight, IsEmpty());
+    }
+    for (const std::optional<QString>& error :
+         {model().rollbackError(), model().deleteError(), model().libToggleError(), model().accessError()}) {
+        EXPECT_FALSE(error);
+    }
+    EXPECT_THAT(model().deployHistory(), IsEmpty());
+    EXPECT_FALSE(model().expandedSite());
 }
 
 TEST_F(AppStateTest, DoesNoWorkBeforeItIsStarted) {

@@ -488,6 +488,31 @@ TEST_F(DeployingTest, ARefreshThatFailsAfterwardsLeavesTheResult) {
     EXPECT_TRUE(succeeded(*flow()));
 }
 
+TEST_F(DeployingTest, TheHistoryOfTheExpandedSiteIsLoadedAfterTheRefresh) {
+    server.answer("/api/logs/garden", 200,
+                  R"({"site":"garden","entries":[{"ts":"1","kind":"deploy","user":"ada","detail":"deployed"}]})");
+    model().setExpandedSite("garden");
+    begin(makeFolder());
+    PlatformServer::Hold refresh = server.holdAnswer("/api/libs");
+    confirmAndWait();
+    waitUntil([&refresh] { return refresh.arrived(); });
+    EXPECT_THAT(server.requests("/api/logs/garden"), IsEmpty());
+    refresh.release();
+    waitUntil([this] { return model().deployHistory().contains("garden"); });
+    EXPECT_EQ(requestedPaths().back(), "/api/logs/garden?limit=200");
+}
+
+TEST_F(DeployingTest, TheHistoryOfAnotherExpandedSiteIsNotLoaded) {
+    model().setExpandedSite("bakery");
+    begin(makeFolder());
+    confirmAndWait();
+    waitForNothingLeft();
+    waitUntil([this] { return model().status() == Status::connected(); });
+    settle();
+    EXPECT_THAT(server.requests("/api/logs/bakery"), IsEmpty());
+    EXPECT_THAT(server.requests("/api/logs/garden"), IsEmpty());
+}
+
 // Failure
 
 struct Refusal {
@@ -757,6 +782,19 @@ TEST_F(CancelledDeploymentTest, ClosingAFinishedDeploymentEndsItsRefresh) {
     waitUntil([&held] { return held.abandoned(); });
     EXPECT_EQ(model().status(), Status::connecting());
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}})) << "the site was published";
+}
+
+TEST_F(CancelledDeploymentTest, ClosingAFinishedDeploymentEndsTheLoadingOfItsHistory) {
+    model().setExpandedSite("garden");
+    begin(makeFolder());
+    watchFlow();
+    const PlatformServer::Hold held = server.holdAnswer("/api/logs/garden");
+    confirmAndWait();
+    waitUntil([&held] { return held.arrived(); });
+    cancelAndExpectGone();
+    waitForFlowsEnd();
+    waitUntil([&held] { return held.abandoned(); });
+    EXPECT_THAT(model().deployHistory(), IsEmpty());
 }
 
 TEST_F(CancelledDeploymentTest, AnotherDeploymentThatHasBegunStays) {

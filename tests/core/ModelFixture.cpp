@@ -110,6 +110,16 @@ ChangeLog::ChangeLog(AppState& model) {
     watch(&AppState::filterChanged, "filter");
     watch(&AppState::localRepoChanged, "localRepo");
     watch(&AppState::deployFlowChanged, "deployFlow");
+    watch(&AppState::rollbacksInFlightChanged, "rollbacksInFlight");
+    watch(&AppState::rollbackErrorChanged, "rollbackError");
+    watch(&AppState::deletesInFlightChanged, "deletesInFlight");
+    watch(&AppState::deleteErrorChanged, "deleteError");
+    watch(&AppState::libTogglesInFlightChanged, "libTogglesInFlight");
+    watch(&AppState::libToggleErrorChanged, "libToggleError");
+    watch(&AppState::accessInFlightChanged, "accessInFlight");
+    watch(&AppState::accessErrorChanged, "accessError");
+    watch(&AppState::deployHistoryChanged, "deployHistory");
+    watch(&AppState::expandedSiteChanged, "expandedSite");
 }
 
 std::ptrdiff_t ChangeLog::count(const std::string& signal) const {
