@@ -20,7 +20,9 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
     : m_client(std::move(client)),
       m_desktop(desktop),
       m_sleep(std::move(sleep)),
-      m_needsOnboarding(wantsOnboarding(*defaults)) {}
+      m_needsOnboarding(wantsOnboarding(*defaults)) {
+    connect(this, &AppState::deployFlowChanged, this, &AppState::isDeployingChanged);
+}
 
 AppState::~AppState() {
     // Before the client goes: what is stopped does not touch it again.

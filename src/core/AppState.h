@@ -185,6 +185,8 @@ Q_SIGNALS:
     void filterChanged();
     void localRepoChanged();
     void deployFlowChanged();
+    /// A deployment has begun or ended; see isDeploying() and deployingSiteName().
+    void isDeployingChanged();
     void rollbacksInFlightChanged();
     void rollbackErrorChanged();
     void deletesInFlightChanged();

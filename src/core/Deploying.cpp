@@ -58,6 +58,7 @@ void AppState::beginDeploy(const std::filesystem::path& folder) {
     const std::filesystem::path tidy = tidied(folder);
     const QString suggestion = SiteName::derive(QString::fromStdString(tidy.filename().string()));
     const auto flow = std::make_shared<DeployFlow>(tidy, suggestion);
+    connect(flow.get(), &DeployFlow::phaseChanged, this, &AppState::isDeployingChanged);
     m_deployFlow = flow;
     detach(countFiles(flow));
 }
