@@ -12,8 +12,8 @@ using testing::IsEmpty;
 /// A repository in which every room has a header to include, and one more file.
 std::vector<RepositoryFile> repositoryWith(RepositoryFile file) {
     std::vector<RepositoryFile> files;
-    for (const char* room : {"support", "platform", "deploy", "collab", "tooling", "desktop", "core", "ui",
-                             "apps/driftwell", "apps/dw", "apps/sandbox"})
+    for (const char* room : {"support", "platform", "deploy", "collab", "tooling", "desktop", "desktop/freedesktop",
+                             "core", "ui", "apps/driftwell", "apps/dw", "apps/sandbox"})
         files.push_back({std::string("src/") + room + "/Thing.h", "#pragma once\n"});
     files.push_back({"tests/support/Waiting.h", "#pragma once\n"});
     files.push_back(std::move(file));
@@ -56,6 +56,19 @@ TEST(IncludeRules, DesktopKnowsSupportOnly) {
                 ElementsAre("src/desktop/A.cpp: platform/Thing.h is not above desktop"));
 }
 
+TEST(IncludeRules, OnlyTheApplicationKnowsWhichDesktopItIs) {
+    const std::string include = "#include \"desktop/freedesktop/Thing.h\"\n";
+    for (const char* room : {"support", "desktop", "core", "ui", "apps/dw"}) {
+        const std::string path = std::string("src/") + room + "/A.cpp";
+        EXPECT_THAT(violationsOf(path, include),
+                    ElementsAre(path + ": desktop/freedesktop/Thing.h is not above " + room));
+    }
+    EXPECT_THAT(violationsOf("src/apps/driftwell/A.cpp", include), IsEmpty());
+    EXPECT_THAT(violationsOf("src/desktop/freedesktop/A.cpp", include + "#include \"desktop/Thing.h\"\n"), IsEmpty());
+    EXPECT_THAT(violationsOf("src/desktop/freedesktop/A.cpp", "#include \"core/Thing.h\"\n"),
+                ElementsAre("src/desktop/freedesktop/A.cpp: core/Thing.h is not above desktop/freedesktop"));
+}
+
 TEST(IncludeRules, ApplicationsDoNotKnowEachOther) {
     EXPECT_THAT(violationsOf("src/apps/dw/A.cpp", "#include \"apps/driftwell/Thing.h\"\n"),
                 ElementsAre("src/apps/dw/A.cpp: apps/driftwell/Thing.h is not above apps/dw"));
@@ -90,13 +103,13 @@ TEST(IncludeRules, OnlyTheInterfaceIncludesGraphicalQt) {
     for (const char* room : {"support", "deploy", "desktop", "core", "apps/dw", "apps/sandbox"}) {
         const std::string path = std::string("src/") + room + "/A.cpp";
         EXPECT_THAT(violationsOf(path, graphical),
-                    ElementsAre(path + ": QGuiApplication is for ui and apps/driftwell only"));
+                    ElementsAre(path + ": QGuiApplication is for desktop/freedesktop, ui and apps/driftwell only"));
     }
-    EXPECT_THAT(violationsOf("src/ui/A.cpp", graphical), IsEmpty());
-    EXPECT_THAT(violationsOf("src/apps/driftwell/A.cpp", graphical), IsEmpty());
+    for (const char* room : {"desktop/freedesktop", "ui", "apps/driftwell"})
+        EXPECT_THAT(violationsOf(std::string("src/") + room + "/A.cpp", graphical), IsEmpty());
     EXPECT_THAT(violationsOf("src/core/A.cpp", "#include <QtQuick/QQuickItem>\n#include <QApplication>\n"),
-                ElementsAre("src/core/A.cpp: QtQuick/QQuickItem is for ui and apps/driftwell only",
-                            "src/core/A.cpp: QApplication is for ui and apps/driftwell only"));
+                ElementsAre("src/core/A.cpp: QtQuick/QQuickItem is for desktop/freedesktop, ui and apps/driftwell only",
+                            "src/core/A.cpp: QApplication is for desktop/freedesktop, ui and apps/driftwell only"));
 }
 
 TEST(IncludeRules, TestsNameFilesThatExist) {

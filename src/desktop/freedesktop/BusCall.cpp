@@ -1,0 +1,26 @@
+#include "desktop/freedesktop/BusCall.h"
+
+#include <QDBusError>
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
+
+namespace driftwell {
+
+void callOnBus(const QDBusConnection& bus, const QDBusMessage& call, std::chrono::milliseconds patience,
+               QObject* context, std::function<void(const QDBusMessage& reply)> done) {
+    // Without a bus Qt would not answer at all.
+    if (!bus.isConnected()) {
+        const QDBusMessage reply = QDBusMessage::createError(QDBusError::Disconnected, QStringLiteral("no bus"));
+        QMetaObject::invokeMethod(
+            context, [done = std::move(done), reply] { done(reply); }, Qt::QueuedConnection);
+        return;
+    }
+    const QDBusPendingCall pending = bus.asyncCall(call, static_cast<int>(patience.count()));
+    auto* watcher = new QDBusPendingCallWatcher(pending, context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, [watcher, done = std::move(done)] {
+        watcher->deleteLater();
+        done(watcher->reply());
+    });
+}
+
+} // namespace driftwell

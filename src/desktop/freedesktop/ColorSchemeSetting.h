@@ -1,0 +1,57 @@
+#pragma once
+
+#include "desktop/DesktopServices.h"
+
+#include <QDBusConnection>
+#include <QDBusVariant>
+#include <QObject>
+
+#include <chrono>
+#include <optional>
+
+namespace driftwell {
+
+/// Whether the person's desktop is dark or light, followed while the application runs.
+///
+/// The desktop portal's setting `color-scheme` decides (org.freedesktop.portal.Settings: 1 dark, 2 light, all else no
+/// preference). Where nobody answers, or without a preference, it is the palette that Qt was given by the desktop,
+/// which the application itself never sets, and then the name of the GTK theme. The environment variable
+/// DRIFTWELL_COLOR_SCHEME, "dark" or "light", comes before all of them.
+class ColorSchemeSetting : public QObject {
+    Q_OBJECT
+
+public:
+    /// `patience` is how long the portal has to answer before the setting counts as settled without it.
+    ColorSchemeSetting(QDBusConnection bus, std::chrono::milliseconds patience);
+
+    [[nodiscard]] ColorScheme value() const { return m_value; }
+
+    /// Whether the desktop was heard: it has answered, or nobody will. Until then the value is a first guess.
+    [[nodiscard]] bool isSettled() const { return m_isSettled; }
+
+Q_SIGNALS:
+    void changed();
+    void settled();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private Q_SLOTS:
+    void portalSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+private:
+    void followPortal();
+    void readPortal(const QString& method);
+    void setPortalPreference(std::optional<ColorScheme> preference);
+    void update();
+    void settle();
+
+    QDBusConnection m_bus;
+    std::chrono::milliseconds m_patience;
+    std::optional<ColorScheme> m_override;
+    std::optional<ColorScheme> m_portalPreference;
+    ColorScheme m_value;
+    bool m_isSettled = false;
+};
+
+} // namespace driftwell

@@ -1,0 +1,32 @@
+#include "desktop/freedesktop/FreedesktopServices.h"
+
+#include "desktop/XdgOpen.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+namespace driftwell {
+
+FreedesktopServices::FreedesktopServices(QDBusConnection sessionBus, std::chrono::milliseconds patience)
+    : m_folderChooser(sessionBus, patience), m_fileManager(sessionBus, patience), m_colorScheme(sessionBus, patience) {
+    connect(&m_colorScheme, &ColorSchemeSetting::changed, this, &DesktopServices::colorSchemeChanged);
+    connect(&m_colorScheme, &ColorSchemeSetting::settled, this, &FreedesktopServices::colorSchemeSettled);
+}
+
+Task<std::optional<std::filesystem::path>> FreedesktopServices::chooseFolder(QString prompt, QString message) {
+    return m_folderChooser.choose(std::move(prompt), std::move(message));
+}
+
+void FreedesktopServices::openUrl(const QUrl& url) {
+    xdgOpen(url);
+}
+
+void FreedesktopServices::showInFileManager(const std::filesystem::path& path) {
+    m_fileManager.show(path);
+}
+
+void FreedesktopServices::copyText(const QString& text) {
+    QGuiApplication::clipboard()->setText(text);
+}
+
+} // namespace driftwell

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "desktop/DesktopServices.h"
+#include "desktop/freedesktop/ColorSchemeSetting.h"
+#include "desktop/freedesktop/FileManager.h"
+#include "desktop/freedesktop/FolderChooser.h"
+
+#include <QDBusConnection>
+
+#include <chrono>
+
+namespace driftwell {
+
+/// A desktop that follows the freedesktop.org specifications, as the application uses it. Every question to another
+/// program is asked without waiting, and each has another way where nobody answers. Needs a QApplication.
+///
+/// Text that was copied is gone with the application, unless a clipboard manager runs, which then takes it over as the
+/// application ends: Qt sees to that on X11, and on Wayland the desktop does it or nobody.
+class FreedesktopServices final : public DesktopServices {
+    Q_OBJECT
+
+public:
+    /// How long another program has to begin with what it was asked to do.
+    static constexpr std::chrono::seconds usualPatience{10};
+
+    explicit FreedesktopServices(QDBusConnection sessionBus = QDBusConnection::sessionBus(),
+                                 std::chrono::milliseconds patience = usualPatience);
+
+    Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message) override;
+    void openUrl(const QUrl& url) override;
+    void showInFileManager(const std::filesystem::path& path) override;
+    void copyText(const QString& text) override;
+    [[nodiscard]] ColorScheme colorScheme() const override { return m_colorScheme.value(); }
+
+    /// Whether the colour scheme is what the desktop said, or all that there will be to know. A window that is first
+    /// shown after this does not change its colours in front of the person; it takes a few milliseconds as a rule.
+    [[nodiscard]] bool isColorSchemeSettled() const { return m_colorScheme.isSettled(); }
+
+Q_SIGNALS:
+    void colorSchemeSettled();
+
+private:
+    FolderChooser m_folderChooser;
+    FileManager m_fileManager;
+    ColorSchemeSetting m_colorScheme;
+};
+
+} // namespace driftwell

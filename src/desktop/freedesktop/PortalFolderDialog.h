@@ -1,0 +1,43 @@
+#pragma once
+
+#include "desktop/freedesktop/FolderDialog.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QVariantMap>
+
+#include <chrono>
+
+namespace driftwell {
+
+/// The desktop's own dialog, shown by the desktop portal (org.freedesktop.portal.FileChooser, of version 3 or newer).
+/// It names folders by addresses, so a name that is not text can be chosen.
+class PortalFolderDialog : public FolderDialog {
+    Q_OBJECT
+
+public:
+    /// `patience` is how long the portal has to begin.
+    PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds patience, QObject* parent);
+    ~PortalFolderDialog() override;
+
+    void open(const FolderQuestion& question) override;
+    /// The dialog belongs to another program, so its parent is all that can be raised.
+    void bringForward() override;
+
+private Q_SLOTS:
+    void answered(uint response, const QVariantMap& results);
+
+private:
+    void ask(const FolderQuestion& question);
+    void requestReplied(const QDBusMessage& reply);
+    void followRequest(const QString& path);
+    void end(const std::optional<std::filesystem::path>& folder);
+    void closeRequest();
+
+    QDBusConnection m_bus;
+    std::chrono::milliseconds m_patience;
+    /// The object path of the request under way, empty before and after.
+    QString m_request;
+};
+
+} // namespace driftwell
