@@ -18,13 +18,14 @@ file(MAKE_DIRECTORY ${DRIFTWELL_HELPERS})
 file(CREATE_LINK /usr/bin/igzip ${DRIFTWELL_HELPERS}/gzip SYMBOLIC)
 install(FILES ${DRIFTWELL_HELPERS}/gzip DESTINATION Driftwell/Contents/Helpers)
 
-# driftwell_helper(TARGET): a program that lives in Contents/Helpers, with a link to it in the build folder's bin/.
-function(driftwell_helper target)
-  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${DRIFTWELL_HELPERS})
+# driftwell_program(TARGET FOLDER): a program that lives in Contents/FOLDER, with a link to it in the build folder's bin/.
+function(driftwell_program target folder)
+  set(place ${DRIFTWELL_BUNDLE}/Contents/${folder})
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${place})
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/bin
-    COMMAND ${CMAKE_COMMAND} -E create_symlink ${DRIFTWELL_HELPERS}/$<TARGET_FILE_NAME:${target}>
+    COMMAND ${CMAKE_COMMAND} -E create_symlink ${place}/$<TARGET_FILE_NAME:${target}>
             ${CMAKE_BINARY_DIR}/bin/$<TARGET_FILE_NAME:${target}>
     VERBATIM)
-  install(TARGETS ${target} RUNTIME DESTINATION Driftwell/Contents/Helpers)
+  install(TARGETS ${target} RUNTIME DESTINATION Driftwell/Contents/${folder})
 endfunction()

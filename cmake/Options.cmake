@@ -1,6 +1,8 @@
 # What a deployment of Driftwell decides. Each has a default that suits the sandbox.
 set(DRIFTWELL_DEFAULT_HOST "http://driftwell.localhost:8787" CACHE STRING
     "The platform offered where a person has not chosen one")
+set(DRIFTWELL_EXAMPLE_HOST "http://driftwell.localhost:8787" CACHE STRING
+    "Stands in the empty field in which a person types the platform's host")
 set(DRIFTWELL_CONFIG_DIR "" CACHE STRING
     "A configuration folder of this copy's own (a development copy); empty: ~/.config/dw")
 set(DRIFTWELL_COMMAND_NAME "dw" CACHE STRING "The name of the command-line tool")

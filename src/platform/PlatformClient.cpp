@@ -130,6 +130,10 @@ Task<Fetched<Record>> PlatformClient::requestIfChanged(QByteArray path, Platform
     co_return Fetched<Record>{bytes, std::move(record)};
 }
 
+std::optional<QString> PlatformClient::configDirOverride() const {
+    return m_bundle.string(QStringLiteral("DWConfigDir"));
+}
+
 Task<std::optional<Identity>> PlatformClient::me(PlatformConfig config, std::stop_token stop) {
     return request<std::optional<Identity>>({"GET", "/api/me"}, std::move(config), std::move(stop));
 }

@@ -45,6 +45,9 @@ public:
 
     [[nodiscard]] const ConfigStore& store() const { return m_store; }
 
+    /// The configuration folder of this copy's own, as the bundle names it. Only a development copy has one.
+    [[nodiscard]] std::optional<QString> configDirOverride() const;
+
     /// Who the token belongs to; absent when the platform answers null.
     [[nodiscard]] Task<std::optional<Identity>> me(PlatformConfig config, std::stop_token stop);
 

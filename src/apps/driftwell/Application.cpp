@@ -1,0 +1,32 @@
+#include "apps/driftwell/Application.h"
+
+#include <QCoreApplication>
+
+namespace driftwell {
+
+using Action = Invocation::Action;
+
+Application::Application(AppState& state, DesktopServices& desktop)
+    : m_state(state), m_menuBar(state, desktop), m_window(state, desktop), m_tray(m_menuBar, state, desktop) {
+    connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { m_window.show(); });
+    connect(&m_menuBar, &MenuBarModel::quitRequested, this, &QCoreApplication::quit, Qt::QueuedConnection);
+}
+
+void Application::begin(const Invocation& invocation) {
+    m_state.start();
+    handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
+}
+
+void Application::handle(const Invocation& invocation, const QByteArray& activationToken) {
+    if (invocation.action == Action::Tray) {
+        return;
+    }
+    m_window.show(activationToken);
+    if (invocation.action == Action::Deploy) {
+        m_state.beginDeploy(invocation.folder);
+    } else if (invocation.action == Action::NewProject) {
+        m_state.chooseFolderAndDeploy();
+    }
+}
+
+} // namespace driftwell

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "apps/driftwell/Invocation.h"
+#include "apps/driftwell/MainWindow.h"
+#include "apps/driftwell/TrayItem.h"
+#include "core/AppState.h"
+#include "desktop/DesktopServices.h"
+#include "ui/MenuBarModel.h"
+
+#include <QObject>
+
+namespace driftwell {
+
+/// The running application: the tray item and the window on one model, from start to quit.
+class Application final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Both outlive the application.
+    Application(AppState& state, DesktopServices& desktop);
+
+    /// Does what the first start asks for.
+    void begin(const Invocation& invocation);
+
+    /// Does what a further start asks for, which hands over `activationToken`, empty where it has none.
+    void handle(const Invocation& invocation, const QByteArray& activationToken);
+
+    [[nodiscard]] MainWindow& window() { return m_window; }
+
+private:
+    AppState& m_state;
+    MenuBarModel m_menuBar;
+    MainWindow m_window;
+    TrayItem m_tray;
+};
+
+} // namespace driftwell

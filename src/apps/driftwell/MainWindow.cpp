@@ -1,0 +1,71 @@
+#include "apps/driftwell/MainWindow.h"
+
+#include "apps/driftwell/FolderDrop.h"
+#include "desktop/freedesktop/WindowActivation.h"
+#include "ui/MainWindowModel.h"
+#include "ui/Scene.h"
+#include "ui/WindowControls.h"
+
+#include <QEvent>
+
+namespace driftwell {
+
+/// In the order of making: the scene refers to all before it and goes first.
+struct MainWindow::Contents {
+    Contents(AppState& state, DesktopServices& desktop) : model(state, desktop), scene(desktop) {}
+
+    MainWindowModel model;
+    Scene scene;
+    WindowControls controls{scene.view()};
+    FolderDrop drop{scene.view(), model};
+};
+
+MainWindow::MainWindow(AppState& state, DesktopServices& desktop) : m_state(state), m_desktop(desktop) {}
+
+MainWindow::~MainWindow() = default;
+
+QQuickView* MainWindow::view() const {
+    return m_contents ? &m_contents->scene.view() : nullptr;
+}
+
+void MainWindow::show(const QByteArray& activationToken) {
+    if (!m_contents) {
+        open();
+    }
+    bringForward(*view(), activationToken);
+}
+
+void MainWindow::open() {
+    m_contents = std::make_unique<Contents>(m_state, m_desktop);
+    QQuickView& window = m_contents->scene.view();
+    window.setTitle(QStringLiteral("Driftwell"));
+    window.setFlags(Qt::Window | Qt::FramelessWindowHint);
+    window.setColor(DW::color(DW::Token::Canvas, m_desktop.colorScheme()));
+    window.setMinimumSize(minimumSize);
+    window.resize(m_size);
+    m_contents->scene.load(QStringLiteral("MainWindowView"),
+                           {{QStringLiteral("model"), QVariant::fromValue(&m_contents->model)},
+                            {QStringLiteral("window"), QVariant::fromValue(&m_contents->controls)}});
+    window.installEventFilter(this);
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Close) {
+        // Later: the window is in the middle of it, and the click that closed it in the middle of a handler.
+        QMetaObject::invokeMethod(this, &MainWindow::unload, Qt::QueuedConnection);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void MainWindow::unload() {
+    if (!m_contents || view()->isVisible()) {
+        return;
+    }
+    if (view()->windowStates() == Qt::WindowNoState) {
+        m_size = view()->size();
+    }
+    m_contents.reset();
+    Q_EMIT closed();
+}
+
+} // namespace driftwell

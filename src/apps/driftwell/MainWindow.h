@@ -1,0 +1,55 @@
+#pragma once
+
+#include "core/AppState.h"
+#include "desktop/DesktopServices.h"
+
+#include <QObject>
+#include <QSize>
+
+#include <memory>
+
+class QQuickView;
+
+namespace driftwell {
+
+/// The one window. It can be closed and opened again; while it is closed, nothing of it is in memory.
+class MainWindow final : public QObject {
+    Q_OBJECT
+
+public:
+    static constexpr QSize defaultSize{1000, 760};
+    static constexpr QSize minimumSize{780, 520};
+
+    /// Both outlive the window.
+    MainWindow(AppState& state, DesktopServices& desktop);
+    ~MainWindow() override;
+
+    [[nodiscard]] bool isOpen() const { return m_contents != nullptr; }
+
+    /// Opens the window, or brings it to the front. `activationToken` is what another program handed over so that it
+    /// may be raised; empty where there is none.
+    void show(const QByteArray& activationToken = {});
+
+    /// Null while it is closed.
+    [[nodiscard]] QQuickView* view() const;
+
+Q_SIGNALS:
+    void closed();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    struct Contents;
+
+    void open();
+    void unload();
+
+    AppState& m_state;
+    DesktopServices& m_desktop;
+    std::unique_ptr<Contents> m_contents;
+    /// As the person left it.
+    QSize m_size = defaultSize;
+};
+
+} // namespace driftwell

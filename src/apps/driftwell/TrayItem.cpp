@@ -1,0 +1,106 @@
+#include "apps/driftwell/TrayItem.h"
+
+#include "apps/driftwell/TrayIcon.h"
+
+#include <QCursor>
+
+#include <cmath>
+#include <numbers>
+#include <utility>
+
+namespace driftwell {
+
+namespace {
+
+constexpr double faintest = 0.35;
+constexpr int pulseDuration = 800;
+/// Each step is a picture that is sent to the panel.
+constexpr int pulseLevels = 8;
+
+/// Slow at both ends, from the full opacity to the faintest and back.
+int pulseLevel(double phase) {
+    return static_cast<int>(std::lround(pulseLevels * (0.5 + 0.5 * std::cos(phase * 2 * std::numbers::pi))));
+}
+
+} // namespace
+
+TrayItem::TrayItem(MenuBarModel& model, AppState& state, DesktopServices& desktop)
+    : m_model(model),
+      m_state(state),
+      m_developmentCopy(state.client().configDirOverride().has_value()),
+      m_panel(model, desktop) {
+    m_pulse.setStartValue(0.0);
+    m_pulse.setEndValue(1.0);
+    m_pulse.setDuration(2 * pulseDuration);
+    m_pulse.setLoopCount(-1);
+    connect(&m_pulse, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& phase) { showPulse(pulseLevel(phase.toDouble())); });
+    connect(&m_icon, &QSystemTrayIcon::activated, this, &TrayItem::activate);
+    connect(&model, &MenuBarModel::changed, this, &TrayItem::followModel);
+    connect(&model, &MenuBarModel::windowRequested, &m_panel, &TrayPanel::dismiss, Qt::QueuedConnection);
+    m_icon.setContextMenu(&m_menu);
+    followModel();
+    m_icon.show();
+}
+
+TrayItem::~TrayItem() = default;
+
+void TrayItem::activate(QSystemTrayIcon::ActivationReason reason) {
+    if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
+        m_panel.toggle(QCursor::pos());
+    }
+}
+
+void TrayItem::followModel() {
+    m_icon.setToolTip(QStringLiteral("Driftwell\n") + m_model.title());
+    showIcon(m_model.icon());
+    fillMenu();
+}
+
+void TrayItem::showIcon(MenuBarModel::Icon icon) {
+    if (std::exchange(m_shown, icon) == icon) {
+        return;
+    }
+    m_shownLevel = -1;
+    if (icon == MenuBarModel::Icon::Pulsing) {
+        m_pulse.start();
+    } else {
+        m_pulse.stop();
+        m_icon.setIcon(trayIcon(icon, m_developmentCopy, 1.0));
+    }
+}
+
+void TrayItem::showPulse(int level) {
+    if (std::exchange(m_shownLevel, level) != level) {
+        const double opacity = faintest + (1.0 - faintest) * level / pulseLevels;
+        m_icon.setIcon(trayIcon(MenuBarModel::Icon::Pulsing, m_developmentCopy, opacity));
+    }
+}
+
+void TrayItem::fillMenu() {
+    const QList<RecentSite> recent = MenuBarModel::recentSites(m_state, now());
+    QStringList entries{m_model.title(), m_model.authTitle()};
+    for (const RecentSite& site : recent) {
+        entries.append(site.name);
+    }
+    // A menu that is the same is not sent to the panel again with every poll.
+    if (std::exchange(m_menuEntries, entries) == entries) {
+        return;
+    }
+    m_menu.clear();
+    m_menu.addAction(m_model.title())->setEnabled(false);
+    m_menu.addSeparator();
+    for (int row = 0; row < recent.size(); ++row) {
+        connect(m_menu.addAction(recent[row].name), &QAction::triggered, &m_model,
+                [this, row] { m_model.openSite(row); });
+    }
+    m_menu.addSeparator();
+    connect(m_menu.addAction(QStringLiteral("Open Driftwell")), &QAction::triggered, &m_model,
+            &MenuBarModel::openWindow);
+    if (!m_model.authTitle().isEmpty()) {
+        connect(m_menu.addAction(m_model.authTitle()), &QAction::triggered, &m_model, &MenuBarModel::runAuthAction);
+    }
+    connect(m_menu.addAction(QStringLiteral("Quit")), &QAction::triggered, &m_model, &MenuBarModel::quit);
+}
+
+} // namespace driftwell

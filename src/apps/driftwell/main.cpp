@@ -1,0 +1,83 @@
+#include "apps/driftwell/Application.h"
+#include "apps/driftwell/Invocation.h"
+#include "core/AppState.h"
+#include "core/UserDefaults.h"
+#include "desktop/freedesktop/FreedesktopServices.h"
+#include "platform/PlatformClient.h"
+#include "support/Bundle.h"
+#include "ui/Scene.h"
+
+#include <QApplication>
+#include <QFont>
+#include <QFontDatabase>
+#include <QIcon>
+
+#include <signal.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+using namespace driftwell;
+
+namespace {
+
+constexpr int wrongUsage = 2;
+
+void describeApplication() {
+    QApplication::setApplicationName(QStringLiteral("driftwell"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Driftwell"));
+    QApplication::setApplicationVersion(QStringLiteral(DRIFTWELL_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("driftwell"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/driftwell/icons/driftwell.svg")));
+    // It lives in the tray.
+    QApplication::setQuitOnLastWindowClosed(false);
+    const QString family = QStringLiteral("Inter");
+    if (QFontDatabase::hasFamily(family)) {
+        QApplication::setFont(QFont(family));
+    }
+}
+
+/// An invocation that is answered at once has its exit code.
+std::optional<int> answer(const Invocation& invocation) {
+    switch (invocation.action) {
+    case Invocation::Action::Version:
+        std::puts(DRIFTWELL_VERSION);
+        return 0;
+    case Invocation::Action::Help:
+        std::fputs(Invocation::usage().c_str(), stdout);
+        return 0;
+    case Invocation::Action::WrongUsage:
+        std::fprintf(stderr, "driftwell: %s\nRun driftwell --help for how it is used.\n", invocation.problem.c_str());
+        return wrongUsage;
+    default:
+        return std::nullopt;
+    }
+}
+
+int run(int argc, char** argv, std::unique_ptr<PlatformClient> client, const Invocation& invocation) {
+    Scene::chooseRenderer();
+    const QApplication qt(argc, argv);
+    describeApplication();
+    FreedesktopServices desktop;
+    auto defaults = openUserDefaults(client->store().file());
+    AppState state(std::move(client), desktop, std::move(defaults));
+    Application application(state, desktop);
+    application.begin(invocation);
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // A write to a connection that nobody reads any more fails instead of ending the process.
+    ::signal(SIGPIPE, SIG_IGN);
+    const Bundle bundle = Bundle::ofRunningProgram();
+    auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const Invocation invocation = Invocation::parse(arguments, std::filesystem::current_path(), "driftwell");
+    if (const std::optional<int> code = answer(invocation)) {
+        return *code;
+    }
+    return run(argc, argv, std::move(client), invocation);
+}

@@ -1,0 +1,191 @@
+#include "ui/Format.h"
+
+#include <QDateTime>
+#include <QLocale>
+#include <QRegularExpression>
+#include <QStringList>
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
+#include <array>
+
+namespace driftwell {
+
+namespace {
+
+constexpr std::int64_t minute = 60;
+constexpr std::int64_t hour = 60 * minute;
+constexpr std::int64_t day = 24 * hour;
+constexpr std::int64_t week = 7 * day;
+
+std::int64_t secondsBetween(Timestamp date, Timestamp now) {
+    return std::chrono::duration_cast<std::chrono::seconds>(now - date).count();
+}
+
+QString counted(std::int64_t seconds, std::int64_t unit, const char* suffix) {
+    return QString::number(seconds / unit) + QLatin1String(suffix);
+}
+
+QDateTime localTime(Timestamp date) {
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch());
+    return QDateTime::fromMSecsSinceEpoch(milliseconds.count());
+}
+
+QString withFirstLetterRaised(const QString& word) {
+    const QString first = Format::firstCharacter(word);
+    return first.toUpper() + word.mid(first.size());
+}
+
+enum class Year { Shown, Left };
+
+/// The language's own long form of a date without the day of the week, the month abbreviated.
+QString abbreviatedDate(QDate date, Year year) {
+    static const QRegularExpression weekday(QStringLiteral("[ ,]*dddd[ ,]*"));
+    static const QRegularExpression yearAndWords(QStringLiteral("[ ,./-]*('[^']*'[ ]*)?y+[ ]*('[^']*')?[ ,./-]*"));
+    const QLocale locale;
+    QString format = locale.dateFormat(QLocale::LongFormat);
+    format.remove(weekday);
+    format.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
+    if (year == Year::Left) {
+        format.remove(yearAndWords);
+    }
+    return locale.toString(date, format);
+}
+
+} // namespace
+
+QString Format::relative(Timestamp date, Timestamp now) {
+    constexpr std::int64_t justNow = 5;
+    const std::int64_t seconds = secondsBetween(date, now);
+    if (seconds < justNow) {
+        return QStringLiteral("just now");
+    }
+    if (seconds < minute) {
+        return counted(seconds, 1, "s ago");
+    }
+    if (seconds < hour) {
+        return counted(seconds, minute, "m ago");
+    }
+    if (seconds < day) {
+        return counted(seconds, hour, "h ago");
+    }
+    if (seconds < 2 * day) {
+        return QStringLiteral("Yesterday");
+    }
+    if (seconds < week) {
+        return counted(seconds, day, "d ago");
+    }
+    if (seconds < 9 * week) {
+        return counted(seconds, week, "w ago");
+    }
+    return abbreviatedDate(localTime(date).date(), Year::Shown);
+}
+
+QString Format::relativeShort(Timestamp date, Timestamp now) {
+    const std::int64_t seconds = secondsBetween(date, now);
+    if (seconds < minute) {
+        return counted(std::max<std::int64_t>(seconds, 1), 1, "s");
+    }
+    if (seconds < hour) {
+        return counted(seconds, minute, "m");
+    }
+    if (seconds < day) {
+        return counted(seconds, hour, "h");
+    }
+    if (seconds < week) {
+        return counted(seconds, day, "d");
+    }
+    return counted(seconds, week, "w");
+}
+
+QString Format::initials(const QString& name) {
+    QString result;
+    const QStringList words = name.split(u' ', Qt::SkipEmptyParts).mid(0, 2);
+    for (const QString& word : words) {
+        result += firstCharacter(word);
+    }
+    return result.toUpper();
+}
+
+QColor Format::seedColor(const QString& seed) {
+    constexpr int hues = 360;
+    return QColor::fromHsvF(static_cast<float>(seedHash(seed) % hues) / hues, 0.45F, 0.62F);
+}
+
+QString Format::actor(const QString& text) {
+    const qsizetype at = text.indexOf(u'@');
+    if (at <= 0) {
+        return text;
+    }
+    static const QRegularExpression separators(QStringLiteral("[._-]"));
+    QStringList words = text.left(at).split(separators, Qt::SkipEmptyParts);
+    if (words.isEmpty()) {
+        return text;
+    }
+    std::transform(words.begin(), words.end(), words.begin(), withFirstLetterRaised);
+    return words.join(u' ');
+}
+
+QString Format::timestamp(Timestamp date) {
+    const QDateTime local = localTime(date);
+    return abbreviatedDate(local.date(), Year::Left) + QStringLiteral(", ") +
+           local.time().toString(QStringLiteral("HH:mm:ss"));
+}
+
+QString Format::byteCount(std::int64_t bytes) {
+    constexpr double step = 1000;
+    struct Unit {
+        const char* name;
+        int decimals;
+    };
+    constexpr std::array units{Unit{"KB", 0}, Unit{"MB", 1}, Unit{"GB", 2}, Unit{"TB", 2}, Unit{"PB", 2}};
+    if (bytes == 0) {
+        return QStringLiteral("Zero KB");
+    }
+    if (bytes < static_cast<std::int64_t>(step)) {
+        return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(bytes);
+    }
+    double value = static_cast<double>(bytes) / step;
+    std::size_t unit = 0;
+    const auto rounded = [&] {
+        return QString::number(value, 'f', units.at(unit).decimals);
+    };
+    while (rounded().toDouble() >= step && unit + 1 < units.size()) {
+        value /= step;
+        ++unit;
+    }
+    QString number = QLocale().toString(value, 'f', units.at(unit).decimals);
+    const QString point = QLocale().decimalPoint();
+    if (number.contains(point)) {
+        while (number.endsWith(u'0')) {
+            number.chop(1);
+        }
+        if (number.endsWith(point)) {
+            number.chop(point.size());
+        }
+    }
+    return number + u' ' + QLatin1String(units.at(unit).name);
+}
+
+QString Format::withoutScheme(const QString& url) {
+    static const QRegularExpression scheme(QStringLiteral("^https?://"));
+    return QString(url).remove(scheme);
+}
+
+QString Format::firstCharacter(const QString& text) {
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    const qsizetype end = finder.toNextBoundary();
+    return end > 0 ? text.left(end) : QString();
+}
+
+std::uint32_t Format::seedHash(const QString& seed) {
+    constexpr std::uint32_t basis = 0x811C9DC5;
+    constexpr std::uint32_t prime = 16777619;
+    std::uint32_t hash = basis;
+    for (const char byte : seed.toUtf8()) {
+        hash = (hash ^ static_cast<std::uint8_t>(byte)) * prime;
+    }
+    return hash;
+}
+
+} // namespace driftwell

@@ -1,0 +1,63 @@
+#include "ui/Scene.h"
+
+#include "ui/DW.h"
+
+#include <QQmlError>
+#include <QQuickStyle>
+#include <QQuickWindow>
+
+#include <malloc.h>
+
+// Written by the build for the module; nothing else refers to it, so the linker would leave it out.
+void qml_register_types_Driftwell();
+
+namespace driftwell {
+
+namespace {
+
+QUrl sourceOf(const QString& file) {
+    return QUrl(QStringLiteral("qrc:/driftwell/Driftwell/%1.qml").arg(file));
+}
+
+[[noreturn]] void endBroken(const QList<QQmlError>& errors) {
+    QString text;
+    for (const QQmlError& error : errors) {
+        text += error.toString() + u'\n';
+    }
+    qFatal("The interface does not load:\n%s", qUtf8Printable(text));
+}
+
+} // namespace
+
+Scene::Scene(DesktopServices& desktop) : m_engine(std::make_unique<QQmlEngine>()) {
+    qml_register_types_Driftwell();
+    m_engine->addImportPath(QStringLiteral("qrc:/driftwell"));
+    DW::provideDesktop(*m_engine, desktop);
+
+    m_view = std::make_unique<QQuickView>(m_engine.get(), nullptr);
+    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+}
+
+void Scene::load(const QString& file, const QVariantMap& properties) {
+    m_view->setInitialProperties(properties);
+    m_view->setSource(sourceOf(file));
+    if (m_view->status() != QQuickView::Ready) {
+        endBroken(m_view->errors());
+    }
+}
+
+Scene::~Scene() {
+    m_view.reset();
+    m_engine.reset();
+    // The scene's many small blocks are given back to the system, not kept for the next one.
+    ::malloc_trim(0);
+}
+
+void Scene::chooseRenderer() {
+    if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND") && !qEnvironmentVariableIsSet("QSG_RHI_BACKEND")) {
+        QQuickWindow::setSceneGraphBackend(QStringLiteral("software"));
+    }
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+}
+
+} // namespace driftwell

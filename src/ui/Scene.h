@@ -1,0 +1,41 @@
+#pragma once
+
+#include "desktop/DesktopServices.h"
+
+#include <QQmlEngine>
+#include <QQuickView>
+#include <QVariantMap>
+
+#include <memory>
+
+namespace driftwell {
+
+/// One window's whole scene: its engine and its view, loaded from a file of the application's QML module, and unloaded
+/// with this object, so that a window that is not on screen costs no memory.
+class Scene {
+public:
+    /// `desktop` outlives the scene.
+    explicit Scene(DesktopServices& desktop);
+    ~Scene();
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    /// Fills the view with `file`, for example "MainWindowView", given the root's required properties. The objects
+    /// among them outlive the scene. The view is not shown yet.
+    ///
+    /// A file that does not load is a broken build: the process ends with what is wrong.
+    void load(const QString& file, const QVariantMap& properties);
+
+    [[nodiscard]] QQuickView& view() { return *m_view; }
+    [[nodiscard]] QQmlEngine& engine() { return *m_engine; }
+
+    /// Whether to draw without a graphics card, unless the person has chosen otherwise through the variables
+    /// QT_QUICK_BACKEND or QSG_RHI_BACKEND. Called before the first scene.
+    static void chooseRenderer();
+
+private:
+    std::unique_ptr<QQmlEngine> m_engine;
+    std::unique_ptr<QQuickView> m_view;
+};
+
+} // namespace driftwell

@@ -1,0 +1,66 @@
+#include "ui/SiteListModel.h"
+
+#include "ui/ConnectionTexts.h"
+
+namespace driftwell {
+
+SiteListModel::SiteListModel(AppState& state, DesktopServices& desktop, QObject* parent)
+    : QObject(parent), m_state(state), m_desktop(desktop), m_sites(state, this) {
+    // After the rows, whose number the texts tell.
+    for (const auto signal : {&AppState::sitesChanged, &AppState::filterChanged}) {
+        connect(&state, signal, this, &SiteListModel::textsChanged);
+    }
+    for (const auto signal : {&AppState::statusChanged, &AppState::configChanged}) {
+        connect(&state, signal, this, &SiteListModel::pausedChanged);
+    }
+    connect(&state, &AppState::sortOrderChanged, this, &SiteListModel::sortOrderChanged);
+}
+
+QString SiteListModel::subtitle(qsizetype shown, qsizetype total, const QString& filter) {
+    const QString noun = total == 1 ? QStringLiteral("project") : QStringLiteral("projects");
+    return filter.isEmpty() ? QStringLiteral("%1 %2").arg(total).arg(noun)
+                            : QStringLiteral("%1 of %2 %3").arg(shown).arg(total).arg(noun);
+}
+
+QString SiteListModel::subtitle() const {
+    return subtitle(m_sites.rowCount(), m_state.sites().size(), m_state.filter());
+}
+
+QString SiteListModel::nothingMatches() const {
+    return m_sites.rowCount() > 0 || m_state.filter().isEmpty()
+               ? QString()
+               : QStringLiteral("No projects match “%1”").arg(m_state.filter());
+}
+
+bool SiteListModel::isPaused() const {
+    return !acceptsDeploys(m_state);
+}
+
+QString SiteListModel::dropHint() const {
+    return pausedText(m_state).value_or(QStringLiteral("Drag a folder here to publish a new project"));
+}
+
+void SiteListModel::open(int row) {
+    if (const std::optional<SiteInfo> site = m_sites.site(row)) {
+        m_state.openSite(*site);
+    }
+}
+
+void SiteListModel::copyLink(int row) {
+    if (const std::optional<SiteInfo> site = m_sites.site(row)) {
+        m_desktop.copyText(site->url);
+    }
+}
+
+bool SiteListModel::hasFolder(int row) const {
+    const std::optional<SiteInfo> site = m_sites.site(row);
+    return site && m_state.client().store().folderMap().contains(site->name);
+}
+
+void SiteListModel::revealFolder(int row) {
+    if (const std::optional<SiteInfo> site = m_sites.site(row)) {
+        m_state.revealFolder(site->name);
+    }
+}
+
+} // namespace driftwell

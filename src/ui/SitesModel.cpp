@@ -1,0 +1,160 @@
+#include "ui/SitesModel.h"
+
+#include "ui/Format.h"
+#include "ui/ListChange.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace driftwell {
+
+namespace {
+
+/// Beyond this many steps a new list costs less than changing the old one.
+constexpr std::size_t maximumSteps = 64;
+
+QList<QString> names(const QList<SiteInfo>& sites) {
+    QList<QString> result;
+    result.reserve(sites.size());
+    for (const SiteInfo& site : sites) {
+        result.append(site.name);
+    }
+    return result;
+}
+
+} // namespace
+
+SitesModel::SitesModel(AppState& state, QObject* parent)
+    : QAbstractListModel(parent), m_state(state), m_sites(state.filteredSites()) {
+    rememberActivity();
+    for (const auto signal : {&AppState::sitesChanged, &AppState::filterChanged, &AppState::sortOrderChanged}) {
+        connect(&state, signal, this, &SitesModel::followSites);
+    }
+    for (const auto signal :
+         {&AppState::isDeployingChanged, &AppState::rollbacksInFlightChanged, &AppState::deletesInFlightChanged}) {
+        connect(&state, signal, this, &SitesModel::followActivity);
+    }
+    // The texts that tell how long ago something was grow old; each poll renews them, without a timer of their own.
+    connect(&state, &AppState::lastSyncChanged, this, &SitesModel::renewTimes);
+    connect(&state, &AppState::statusChanged, this, &SitesModel::renewTimes);
+}
+
+int SitesModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(m_sites.size());
+}
+
+QVariant SitesModel::data(const QModelIndex& index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
+        return {};
+    }
+    const SiteInfo& site = m_sites[index.row()];
+    switch (role) {
+    case Qt::DisplayRole:
+    case NameRole:
+        return site.name;
+    case AddressRole:
+        return Format::withoutScheme(site.url);
+    case BusyRole:
+        return isBusy(site.name, m_activity);
+    case UpdatedTextRole:
+        return isBusy(site.name, m_activity) ? busyText(site.name, m_activity) : updatedText(site, now());
+    case RolledBackRole:
+        return isUpdatedByRollback(site);
+    case SharingSymbolRole:
+        return sharingSummary(site).symbol;
+    case SharingTextRole:
+        return sharingSummary(site).text;
+    case SharedEmailsRole:
+        return sharingSummary(site).shownEmails;
+    case MoreEmailsRole:
+        return static_cast<int>(sharingSummary(site).moreEmails);
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> SitesModel::roleNames() const {
+    return {{NameRole, "name"},
+            {AddressRole, "address"},
+            {BusyRole, "busy"},
+            {UpdatedTextRole, "updatedText"},
+            {RolledBackRole, "rolledBack"},
+            {SharingSymbolRole, "sharingSymbol"},
+            {SharingTextRole, "sharingText"},
+            {SharedEmailsRole, "sharedEmails"},
+            {MoreEmailsRole, "moreEmails"}};
+}
+
+std::optional<SiteInfo> SitesModel::site(int row) const {
+    return row >= 0 && row < m_sites.size() ? std::optional(m_sites[row]) : std::nullopt;
+}
+
+void SitesModel::followSites() {
+    QList<SiteInfo> next = m_state.filteredSites();
+    if (!changeRowByRow(next)) {
+        replaceAll(std::move(next));
+    }
+}
+
+void SitesModel::replaceAll(QList<SiteInfo> next) {
+    beginResetModel();
+    m_sites = std::move(next);
+    endResetModel();
+}
+
+bool SitesModel::changeRowByRow(const QList<SiteInfo>& next) {
+    const std::optional<ListChange> change = ListChange::between(names(m_sites), names(next), maximumSteps);
+    if (!change) {
+        return false;
+    }
+    for (const auto& [first, count] : change->removals) {
+        beginRemoveRows({}, first, first + count - 1);
+        m_sites.remove(first, count);
+        endRemoveRows();
+    }
+    for (const auto& [from, to] : change->moves) {
+        beginMoveRows({}, from, from, {}, to);
+        m_sites.move(from, to);
+        endMoveRows();
+    }
+    for (const auto& [first, count] : change->insertions) {
+        beginInsertRows({}, first, first + count - 1);
+        const auto rows = next.mid(first, count);
+        for (int i = 0; i < count; ++i) {
+            m_sites.insert(first + i, rows[i]);
+        }
+        endInsertRows();
+    }
+    for (int row = 0; row < static_cast<int>(next.size()); ++row) {
+        if (m_sites[row] != next[row]) {
+            m_sites[row] = next[row];
+            Q_EMIT dataChanged(index(row), index(row));
+        }
+    }
+    return true;
+}
+
+void SitesModel::rememberActivity() {
+    m_activity = {.deploying = m_state.deployingSiteName(),
+                  .rollingBack = m_state.rollbacksInFlight(),
+                  .deleting = m_state.deletesInFlight()};
+}
+
+void SitesModel::followActivity() {
+    const SiteActivity before = m_activity;
+    rememberActivity();
+    for (int row = 0; row < rowCount(); ++row) {
+        const QString& name = m_sites[row].name;
+        if (isBusy(name, before) || isBusy(name, m_activity)) {
+            Q_EMIT dataChanged(index(row), index(row), {BusyRole, UpdatedTextRole});
+        }
+    }
+}
+
+void SitesModel::renewTimes() {
+    if (!m_sites.isEmpty()) {
+        Q_EMIT dataChanged(index(0), index(rowCount() - 1), {UpdatedTextRole});
+    }
+}
+
+} // namespace driftwell

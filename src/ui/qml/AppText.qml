@@ -1,0 +1,16 @@
+import QtQuick
+import Driftwell
+
+// Every text on screen. Sizes are logical pixels, which may have a fraction.
+Text {
+    property real size: 13
+    property bool monospaced: false
+
+    color: DW.textPrimary
+    font.pointSize: size * 0.75
+    font.family: monospaced ? "monospace" : Qt.application.font.family
+    textFormat: Text.PlainText
+    elide: Text.ElideRight
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
+}

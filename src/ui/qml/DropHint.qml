@@ -1,0 +1,51 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Driftwell
+
+// The invitation at the foot of the list.
+AbstractButton {
+    id: hint
+
+    required property SiteListModel model
+
+    implicitHeight: 44
+    enabled: !model.paused
+    text: model.dropHint
+    hoverEnabled: true
+    Accessible.name: text
+    onClicked: model.chooseFolderAndDeploy()
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+
+    contentItem: Item {
+        Row {
+            anchors.centerIn: parent
+            spacing: 7
+
+            Symbol {
+                anchors.verticalCenter: parent.verticalCenter
+                name: "folder.badge.plus"
+                size: 17
+                color: words.color
+            }
+            AppText {
+                id: words
+
+                anchors.verticalCenter: parent.verticalCenter
+                text: hint.text
+                size: 12.5
+                color: hint.model.paused ? DW.textTertiary : hint.hovered ? DW.textPrimary : DW.textSecondary
+                Accessible.ignored: true
+            }
+        }
+    }
+    FocusRing {
+        shown: hint.visualFocus
+        anchors.margins: 0
+        radius: 8
+    }
+    Tip {
+        text: "Choose a folder to publish (Ctrl+D)"
+        visible: hint.hovered && hint.enabled
+    }
+}

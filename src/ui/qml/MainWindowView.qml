@@ -1,0 +1,121 @@
+import QtQuick
+import QtQuick.Layouts
+import Driftwell
+
+// The window: bar, banner, content, and what lies over them.
+Rectangle {
+    id: root
+
+    required property MainWindowModel model
+    required property WindowControls window
+
+    readonly property bool sheetOpen: sheet.status === Loader.Ready || root.model.alertTitle !== ""
+
+    function presentDeployment(sheetModel: DeploySheetModel): void {
+        if (sheetModel) {
+            sheet.setSource("DeploySheet.qml", {model: sheetModel, visible: true});
+        } else {
+            sheet.source = "";
+        }
+    }
+
+    color: DW.canvas
+    Component.onCompleted: presentDeployment(model.deploySheet)
+
+    Connections {
+        target: root.model
+
+        function onDeploySheetChanged(): void {
+            root.presentDeployment(root.model.deploySheet);
+        }
+    }
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        ToolbarView {
+            id: toolbar
+
+            Layout.fillWidth: true
+            model: root.model.toolbar
+            window: root.window
+        }
+        UnreachableBanner {
+            Layout.fillWidth: true
+            visible: root.model.bannerVisible
+            title: root.model.bannerTitle
+            text: root.model.bannerText
+        }
+        Loader {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            focus: true
+            sourceComponent: switch (root.model.content) {
+                case MainWindowModel.SignIn: return signIn;
+                case MainWindowModel.NoHost: return noHost;
+                case MainWindowModel.EmptyState: return emptyState;
+                default: return siteList;
+            }
+        }
+    }
+    Component {
+        id: signIn
+
+        SignInView { model: root.model.signIn }
+    }
+    Component {
+        id: noHost
+
+        NoHostView { model: root.model }
+    }
+    Component {
+        id: emptyState
+
+        EmptyStateView { model: root.model }
+    }
+    Component {
+        id: siteList
+
+        SiteListView { model: root.model.siteList }
+    }
+    Loader {
+        id: sheet
+    }
+    AlertSheet {
+        visible: root.model.alertTitle !== ""
+        title: root.model.alertTitle
+        text: root.model.alertText
+        onDismissed: root.model.dismissAlert()
+    }
+    DropOverlayView {
+        anchors.fill: parent
+        visible: root.model.dropOverlayVisible
+        host: root.model.host
+    }
+    Rectangle {
+        // A window without a frame would otherwise run into a window of its own colour behind it.
+        anchors.fill: parent
+        visible: root.window.resizable
+        color: "transparent"
+        border.width: 1
+        border.color: DW.border
+    }
+    ResizeBorder {
+        anchors.fill: parent
+        window: root.window
+    }
+    Shortcut {
+        sequences: ["Ctrl+F"]
+        enabled: !root.sheetOpen
+        onActivated: toolbar.focusFilter()
+    }
+    Shortcut {
+        sequences: ["Ctrl+D"]
+        enabled: !root.sheetOpen && !root.model.siteList.paused
+        onActivated: root.model.chooseFolderAndDeploy()
+    }
+    Shortcut {
+        sequences: ["Ctrl+W"]
+        onActivated: root.window.close()
+    }
+}

@@ -1,0 +1,163 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Driftwell
+
+// The panel of the tray item.
+Rectangle {
+    id: view
+
+    required property MenuBarModel model
+
+    // The panel is to go away.
+    signal dismissed
+
+    implicitWidth: 300
+    implicitHeight: column.implicitHeight + 16
+    color: DW.card
+    border.color: DW.borderStrong
+    border.width: 1
+    Accessible.role: Accessible.PopupMenu
+    Accessible.name: "Driftwell"
+
+    component Divider: Rectangle {
+        Layout.fillWidth: true
+        Layout.topMargin: 5
+        Layout.bottomMargin: 5
+        Layout.leftMargin: 14
+        Layout.rightMargin: 14
+        implicitHeight: 1
+        color: DW.rowDivider
+    }
+    component FooterButton: AbstractButton {
+        id: footerButton
+
+        implicitWidth: footerText.implicitWidth
+        implicitHeight: 24
+        hoverEnabled: true
+        Keys.onReturnPressed: click()
+        Keys.onEnterPressed: click()
+
+        contentItem: AppText {
+            id: footerText
+
+            text: footerButton.text
+            size: 11
+            verticalAlignment: Text.AlignVCenter
+            color: footerButton.hovered || footerButton.visualFocus ? DW.textPrimary : DW.textSecondary
+            font.underline: footerButton.visualFocus
+            Accessible.ignored: true
+        }
+    }
+
+    Keys.onEscapePressed: dismissed()
+
+    ColumnLayout {
+        id: column
+
+        anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter }
+        spacing: 0
+
+        RowLayout {
+            Layout.leftMargin: 14
+            Layout.rightMargin: 14
+            Layout.topMargin: 4
+            Layout.bottomMargin: 2
+            spacing: 10
+
+            Rectangle {
+                implicitWidth: 8
+                implicitHeight: 8
+                radius: 4
+                color: view.model.statusColor
+            }
+            ColumnLayout {
+                spacing: 2
+
+                AppText {
+                    Layout.fillWidth: true
+                    text: view.model.title
+                    size: 12.5
+                    font.weight: Font.DemiBold
+                }
+                AppText {
+                    Layout.fillWidth: true
+                    text: view.model.subtitle
+                    size: 11
+                    color: DW.textSecondary
+                }
+            }
+        }
+        Divider {}
+        AppText {
+            Layout.leftMargin: 14
+            Layout.bottomMargin: 3
+            visible: recent.count > 0
+            text: "RECENTLY DEPLOYED"
+            size: 9.5
+            font.weight: Font.DemiBold
+            font.letterSpacing: 0.8
+            color: DW.textSecondary
+        }
+        Repeater {
+            id: recent
+
+            model: view.model.recentSites
+
+            RecentSiteRow {
+                required property int index
+                required property var modelData
+
+                Layout.fillWidth: true
+                name: modelData.name
+                age: modelData.age
+                deploying: modelData.deploying
+                onClicked: view.model.openSite(index)
+            }
+        }
+        Divider {
+            visible: recent.count > 0
+        }
+        MenuRowButton {
+            Layout.fillWidth: true
+            symbol: "macwindow"
+            text: "Open Driftwell"
+            shortcut: "Ctrl+0"
+            onClicked: {
+                view.dismissed();
+                view.model.openWindow();
+            }
+        }
+        Divider {}
+        RowLayout {
+            Layout.leftMargin: 14
+            Layout.rightMargin: 14
+            spacing: 14
+
+            FooterButton {
+                visible: text !== ""
+                text: view.model.authTitle
+                onClicked: {
+                    view.dismissed();
+                    view.model.runAuthAction();
+                }
+            }
+            Item {
+                Layout.fillWidth: true
+            }
+            FooterButton {
+                text: "Quit"
+                onClicked: view.model.quit()
+            }
+        }
+    }
+    Shortcut {
+        sequences: ["Ctrl+0"]
+        onActivated: {
+            view.dismissed();
+            view.model.openWindow();
+        }
+    }
+}

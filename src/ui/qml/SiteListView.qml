@@ -1,0 +1,95 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Driftwell
+
+// The page of the team's sites. Only the rows on screen exist.
+Item {
+    id: view
+
+    required property SiteListModel model
+
+    Card {
+        // Behind the rows: as high as they are, and never beyond the page.
+        visible: list.count > 0
+        x: list.x
+        y: Math.max(0, list.headerItem ? list.headerItem.height - list.contentY + list.originY : 0)
+        width: list.width
+        height: Math.min(list.count * 56, view.height - y)
+        clip: false
+    }
+    ListView {
+        id: list
+
+        anchors.fill: parent
+        anchors.leftMargin: 20
+        anchors.rightMargin: 20
+        model: view.model.sites
+        reuseItems: true
+        boundsBehavior: Flickable.StopAtBounds
+        keyNavigationEnabled: true
+        activeFocusOnTab: count > 0
+        currentIndex: -1
+        cacheBuffer: 400
+        Accessible.role: Accessible.List
+        Accessible.name: "Projects"
+        onActiveFocusChanged: if (activeFocus && currentIndex < 0) currentIndex = 0
+        Keys.onReturnPressed: view.model.open(currentIndex)
+        Keys.onEnterPressed: view.model.open(currentIndex)
+        Keys.onMenuPressed: view.showMenuOfCurrent()
+        Keys.onPressed: event => {
+            if (event.key === Qt.Key_F10 && event.modifiers === Qt.ShiftModifier) {
+                view.showMenuOfCurrent();
+                event.accepted = true;
+            }
+        }
+
+        ScrollBar.vertical: ScrollBar {}
+        header: Column {
+            width: list.width
+            topPadding: 20
+            spacing: 16
+
+            PageHeader {
+                width: parent.width
+                model: view.model
+            }
+            TableHeader {
+                width: parent.width
+                visible: list.count > 0
+                height: visible ? implicitHeight + 6 : 0
+                model: view.model
+            }
+            AppText {
+                width: parent.width
+                visible: text !== ""
+                bottomPadding: 12
+                text: view.model.nothingMatches
+                wrapMode: Text.WrapAnywhere
+                maximumLineCount: 3
+                color: DW.textSecondary
+            }
+        }
+        delegate: SiteRow {
+            width: list.width
+            model: view.model
+            menu: siteMenu
+        }
+        footer: DropHint {
+            width: list.width
+            height: 64
+            model: view.model
+        }
+    }
+    SiteMenu {
+        id: siteMenu
+
+        model: view.model
+    }
+
+    function showMenuOfCurrent(): void {
+        const row = list.currentItem as SiteRow;
+        if (row) {
+            row.showMenu(Qt.point(row.width - 220, row.height - 6));
+        }
+    }
+}

@@ -1,0 +1,44 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Driftwell
+
+AbstractButton {
+    id: button
+
+    required property bool active
+
+    implicitHeight: 26
+    implicitWidth: title.implicitWidth + 20
+    hoverEnabled: true
+    Accessible.name: "Sort by " + text
+    Accessible.checkable: true
+    Accessible.checked: active
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+
+    contentItem: Row {
+        spacing: 4
+
+        AppText {
+            id: title
+
+            anchors.verticalCenter: parent.verticalCenter
+            text: button.text
+            size: 12
+            font.weight: Font.Medium
+            color: button.active || button.hovered ? DW.textPrimary : DW.textSecondary
+            Accessible.ignored: true
+        }
+        Symbol {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: button.active
+            name: "arrow.up"
+            size: 12
+            color: DW.textPrimary
+        }
+    }
+    FocusRing {
+        shown: button.visualFocus
+        radius: 7
+    }
+}

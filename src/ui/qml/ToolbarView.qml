@@ -1,0 +1,102 @@
+import QtQuick
+import QtQuick.Layouts
+import Driftwell
+
+// The bar at the top of the window, which is also its title bar.
+Rectangle {
+    id: toolbar
+
+    required property ToolbarModel model
+    required property WindowControls window
+
+    function focusFilter(): void {
+        filter.forceActiveFocus();
+        filter.selectAll();
+    }
+
+    implicitHeight: 52
+    color: DW.toolbar
+    Accessible.role: Accessible.ToolBar
+    Accessible.name: model.title
+
+    DragHandler {
+        target: null
+        grabPermissions: PointerHandler.CanTakeOverFromAnything
+        onActiveChanged: if (active) toolbar.window.startMove()
+    }
+    TapHandler {
+        acceptedButtons: Qt.LeftButton
+        gesturePolicy: TapHandler.DragThreshold
+        onDoubleTapped: toolbar.window.toggleMaximized()
+    }
+    WindowButtons {
+        x: 8
+        anchors.verticalCenter: parent.verticalCenter
+        window: toolbar.window
+    }
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 90
+        anchors.rightMargin: 20
+        spacing: 9
+
+        AppMark {}
+        AppText {
+            text: toolbar.model.title
+            size: 14
+            font.weight: Font.DemiBold
+        }
+        Rectangle {
+            implicitWidth: 6
+            implicitHeight: 6
+            radius: 3
+            color: toolbar.model.statusColor
+            Accessible.role: Accessible.Indicator
+            Accessible.name: toolbar.model.statusTip
+
+            HoverHandler {
+                id: dotHover
+
+                margin: 8
+            }
+            Tip {
+                text: toolbar.model.statusTip
+                visible: dotHover.hovered
+            }
+        }
+        AppText {
+            Layout.fillWidth: true
+            text: toolbar.model.host
+            monospaced: true
+            size: 11
+            color: DW.textTertiary
+        }
+        SearchField {
+            id: filter
+
+            Layout.preferredWidth: 230
+            placeholderText: "Filter projects"
+            text: toolbar.model.filter
+            onTextChanged: toolbar.model.filter = text
+        }
+        AvatarView {
+            visible: toolbar.model.hasIdentity
+            name: toolbar.model.personName
+            seed: toolbar.model.personEmail
+            size: 28
+
+            HoverHandler {
+                id: avatarHover
+            }
+            Tip {
+                text: toolbar.model.personTip
+                visible: avatarHover.hovered
+            }
+        }
+    }
+    Rectangle {
+        anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
+        height: 1
+        color: DW.border
+    }
+}
