@@ -1,0 +1,319 @@
+#include "ui/MainWindowModel.h"
+
+#include "tests/ui/UiFixture.h"
+
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+using Content = MainWindowModel::Content;
+
+class MainWindowModelTest : public UiFixture {
+protected:
+    MainWindowModel& window() {
+        if (!m_window) {
+            m_window = std::make_unique<MainWindowModel>(model(), desktop);
+        }
+        return *m_window;
+    }
+
+    void TearDown() override {
+        m_window.reset();
+        UiFixture::TearDown();
+    }
+
+    /// Lets one of the operations on a site fail.
+    void failRollback(const char* text) {
+        server.answer("/api/rollback", 500, errorAnswer(text, "failed"));
+        await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+    }
+    void failDelete(const char* text) {
+        server.answer("/api/sites/garden", 500, errorAnswer(text, "failed"));
+        await(model().deleteSite(*model().existingSite(QStringLiteral("garden"))));
+    }
+
+private:
+    std::unique_ptr<MainWindowModel> m_window;
+};
+
+// Content
+
+TEST_F(MainWindowModelTest, APersonWhoIsNotOnTheTeamSeesTheSignIn) {
+    become(Kind::NotTeam);
+    EXPECT_EQ(window().content(), Content::SignIn);
+}
+
+TEST_F(MainWindowModelTest, APersonWhoIsSignedOutSeesTheSignIn) {
+    become(Kind::SignedOut);
+    EXPECT_EQ(window().content(), Content::SignIn);
+}
+
+TEST_F(MainWindowModelTest, WithoutAPlatformOneIsAskedFor) {
+    become(Kind::NoHost);
+    EXPECT_EQ(window().content(), Content::NoHost);
+}
+
+TEST_F(MainWindowModelTest, AConnectionWithoutSitesShowsTheEmptyState) {
+    connectedWith(std::vector<std::string>{});
+    EXPECT_EQ(window().content(), Content::EmptyState);
+}
+
+TEST_F(MainWindowModelTest, AConnectionWithSitesShowsTheList) {
+    become(Kind::Connected);
+    EXPECT_EQ(window().content(), Content::SiteList);
+}
+
+TEST_F(MainWindowModelTest, AConnectionThatIsBeingMadeShowsTheListAndNotTheEmptyState) {
+    become(Kind::Connecting);
+    ASSERT_TRUE(model().sites().isEmpty());
+    EXPECT_EQ(window().content(), Content::SiteList);
+}
+
+TEST_F(MainWindowModelTest, AFilterWithoutSitesShowsTheListSoThatItCanSayThatNothingMatches) {
+    connectedWith(std::vector<std::string>{});
+    model().setFilter(QStringLiteral("gar"));
+    EXPECT_EQ(window().content(), Content::SiteList);
+}
+
+TEST_F(MainWindowModelTest, AnOutageKeepsTheLastKnownListOnScreen) {
+    become(Kind::Connected);
+    EXPECT_EQ(window().siteList()->sites()->rowCount(), 2);
+    become(Kind::Unreachable);
+    EXPECT_EQ(window().content(), Content::SiteList);
+    EXPECT_EQ(window().siteList()->sites()->rowCount(), 2);
+}
+
+TEST_F(MainWindowModelTest, AnOutageWithoutSitesShowsTheList) {
+    become(Kind::Unreachable);
+    EXPECT_EQ(window().content(), Content::SiteList);
+}
+
+TEST_F(MainWindowModelTest, AChangeOfTheContentIsAnnouncedOnce) {
+    const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
+    ASSERT_EQ(window().content(), Content::SiteList);
+    become(Kind::Connecting);
+    become(Kind::Connected);
+    EXPECT_EQ(changes.count(), 0);
+    become(Kind::NotTeam);
+    EXPECT_EQ(changes.count(), 1);
+    become(Kind::SignedOut);
+    EXPECT_EQ(changes.count(), 1);
+    become(Kind::NoHost);
+    EXPECT_EQ(changes.count(), 2);
+}
+
+TEST_F(MainWindowModelTest, TheFilterChangesTheContent) {
+    connectedWith(std::vector<std::string>{});
+    ASSERT_EQ(window().content(), Content::EmptyState);
+    const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
+    model().setFilter(QStringLiteral("gar"));
+    EXPECT_EQ(changes.count(), 1);
+    model().setFilter(QString());
+    EXPECT_EQ(changes.count(), 2);
+}
+
+// Banner
+
+TEST_F(MainWindowModelTest, APlatformOutOfReachHasABanner) {
+    become(Kind::Unreachable);
+    EXPECT_TRUE(window().isBannerVisible());
+    EXPECT_EQ(window().bannerTitle(), QStringLiteral("Can’t reach ") + host());
+    EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 8s · deploys are paused"));
+}
+
+TEST_F(MainWindowModelTest, NoOtherStatusHasABanner) {
+    for (const Kind kind : {Kind::NotTeam, Kind::NoHost, Kind::Connecting, Kind::Connected, Kind::SignedOut}) {
+        become(kind);
+        EXPECT_FALSE(window().isBannerVisible());
+    }
+}
+
+TEST_F(MainWindowModelTest, TheBannerCountsDown) {
+    EXPECT_EQ(MainWindowModel::retryText(0), QStringLiteral("retrying in 0s · deploys are paused"));
+    EXPECT_EQ(MainWindowModel::retryText(1), QStringLiteral("retrying in 1s · deploys are paused"));
+    configureLocal();
+    server.closeWithoutAnswer("/api/me");
+    model().start();
+    waitUntil([this] { return sleeper.isAsleep(); });
+    const QSignalSpy changes(&window(), &MainWindowModel::bannerChanged);
+    EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 8s · deploys are paused"));
+    sleeper.wake();
+    waitUntil([this] { return model().status() == Status::unreachable(7); });
+    EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 7s · deploys are paused"));
+    EXPECT_EQ(changes.count(), 1);
+}
+
+// Dropping
+
+TEST_F(MainWindowModelTest, AHoveringFolderIsWelcomedWhileItCanBeTaken) {
+    become(Kind::Connected);
+    const QSignalSpy changes(&window(), &MainWindowModel::dropChanged);
+    EXPECT_FALSE(window().isDropOverlayVisible());
+    window().setDropTargeted(true);
+    EXPECT_TRUE(window().isDropTargeted());
+    EXPECT_TRUE(window().isDropOverlayVisible());
+    window().setDropTargeted(true);
+    EXPECT_EQ(changes.count(), 1);
+    window().setDropTargeted(false);
+    EXPECT_FALSE(window().isDropOverlayVisible());
+    EXPECT_EQ(changes.count(), 2);
+}
+
+TEST_F(MainWindowModelTest, AHoveringFolderThatCannotBeTakenShowsNothing) {
+    for (const Kind kind : {Kind::Unreachable, Kind::NotTeam, Kind::NoHost, Kind::SignedOut}) {
+        become(kind);
+        window().setDropTargeted(true);
+        EXPECT_FALSE(window().canDeploy());
+        EXPECT_FALSE(window().isDropOverlayVisible());
+    }
+}
+
+TEST_F(MainWindowModelTest, WhileTheIntroductionIsShownAHoveringFolderShowsNothing) {
+    folder().write("defaults.ini", "[General]\nonboardingCompleted=false\n");
+    become(Kind::Connected);
+    window().setDropTargeted(true);
+    EXPECT_FALSE(window().isDropOverlayVisible());
+}
+
+TEST_F(MainWindowModelTest, TheWelcomeFollowsTheConnectionWhileTheFolderHovers) {
+    become(Kind::Connected);
+    window().setDropTargeted(true);
+    const QSignalSpy changes(&window(), &MainWindowModel::dropChanged);
+    become(Kind::Unreachable);
+    EXPECT_FALSE(window().isDropOverlayVisible());
+    EXPECT_GE(changes.count(), 1);
+    become(Kind::Connected);
+    EXPECT_TRUE(window().isDropOverlayVisible());
+}
+
+TEST_F(MainWindowModelTest, ADroppedFolderOpensADeployment) {
+    become(Kind::Connected);
+    window().drop(siteFolder("garden"));
+    ASSERT_TRUE(model().deployFlow());
+    EXPECT_EQ(model().deployFlow()->folder(), siteFolder("garden"));
+}
+
+// The sheet of a deployment
+
+TEST_F(MainWindowModelTest, WithoutADeploymentThereIsNoSheet) {
+    EXPECT_EQ(window().deploySheet(), nullptr);
+}
+
+TEST_F(MainWindowModelTest, ADeploymentHasASheetForAsLongAsItIsOnScreen) {
+    become(Kind::Connected);
+    const QSignalSpy changes(&window(), &MainWindowModel::deploySheetChanged);
+    openDeployment("garden");
+    ASSERT_NE(window().deploySheet(), nullptr);
+    EXPECT_EQ(window().deploySheet()->siteName(), QStringLiteral("garden"));
+    EXPECT_EQ(changes.count(), 1);
+    model().cancelDeploy();
+    EXPECT_EQ(window().deploySheet(), nullptr);
+    EXPECT_EQ(changes.count(), 2);
+}
+
+TEST_F(MainWindowModelTest, AnotherDeploymentHasAnotherSheet) {
+    become(Kind::Connected);
+    openDeployment("garden")->succeed({});
+    const QPointer<DeploySheetModel> first = window().deploySheet();
+    ASSERT_TRUE(first);
+    openDeployment("bakery");
+    ASSERT_NE(window().deploySheet(), nullptr);
+    EXPECT_FALSE(first) << "the first one is gone";
+    EXPECT_EQ(window().deploySheet()->siteName(), QStringLiteral("bakery"));
+    EXPECT_EQ(window().deploySheet()->phase(), DeploySheetModel::Phase::Confirm);
+}
+
+TEST_F(MainWindowModelTest, AWindowThatOpensDuringADeploymentHasItsSheet) {
+    become(Kind::Connected);
+    openDeployment("garden");
+    EXPECT_NE(window().deploySheet(), nullptr);
+}
+
+// Alerts
+
+TEST_F(MainWindowModelTest, WithoutAFailureThereIsNoAlert) {
+    become(Kind::Connected);
+    EXPECT_EQ(window().alertTitle(), QString());
+    EXPECT_EQ(window().alertText(), QString());
+}
+
+TEST_F(MainWindowModelTest, AFailedRollbackIsTold) {
+    become(Kind::Connected);
+    const QSignalSpy changes(&window(), &MainWindowModel::alertChanged);
+    failRollback("no such version");
+    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
+    EXPECT_EQ(window().alertText(), QStringLiteral("no such version"));
+    EXPECT_EQ(changes.count(), 1);
+}
+
+TEST_F(MainWindowModelTest, AFailedDeleteIsTold) {
+    become(Kind::Connected);
+    const QSignalSpy changes(&window(), &MainWindowModel::alertChanged);
+    failDelete("only its owner may");
+    EXPECT_EQ(window().alertTitle(), QStringLiteral("Delete failed"));
+    EXPECT_EQ(window().alertText(), QStringLiteral("only its owner may"));
+    EXPECT_EQ(changes.count(), 1);
+}
+
+TEST_F(MainWindowModelTest, DismissingAnAlertClearsItsFailure) {
+    become(Kind::Connected);
+    failRollback("no such version");
+    window().dismissAlert();
+    EXPECT_EQ(model().rollbackError(), std::nullopt);
+    EXPECT_EQ(window().alertTitle(), QString());
+    failDelete("only its owner may");
+    window().dismissAlert();
+    EXPECT_EQ(model().deleteError(), std::nullopt);
+    EXPECT_EQ(window().alertTitle(), QString());
+}
+
+TEST_F(MainWindowModelTest, TwoFailuresAreToldOneAfterTheOther) {
+    become(Kind::Connected);
+    failDelete("only its owner may");
+    failRollback("no such version");
+    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
+    EXPECT_EQ(window().alertText(), QStringLiteral("no such version"));
+    window().dismissAlert();
+    EXPECT_EQ(window().alertTitle(), QStringLiteral("Delete failed"));
+    EXPECT_EQ(window().alertText(), QStringLiteral("only its owner may"));
+    window().dismissAlert();
+    EXPECT_EQ(window().alertTitle(), QString());
+    EXPECT_EQ(window().alertText(), QString());
+}
+
+TEST_F(MainWindowModelTest, AFailureWithoutWordsIsToldAllTheSame) {
+    become(Kind::Connected);
+    failRollback("");
+    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
+}
+
+// What the views ask for
+
+TEST_F(MainWindowModelTest, TheHostThatAPersonTypesIsConnectedTo) {
+    become(Kind::NoHost);
+    answerAll();
+    window().setHost(localHost());
+    EXPECT_EQ(window().host(), host());
+    waitUntil([this] { return model().status() == Status::connected(); });
+}
+
+TEST_F(MainWindowModelTest, ThereIsAnExampleOfAHost) {
+    EXPECT_EQ(MainWindowModel::exampleHost(), QStringLiteral(DRIFTWELL_EXAMPLE_HOST));
+}
+
+TEST_F(MainWindowModelTest, ChoosingAFolderOpensADeploymentOfIt) {
+    become(Kind::Connected);
+    RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
+    window().chooseFolderAndDeploy();
+    ASSERT_EQ(desktop.folderQuestions().size(), 1U);
+    EXPECT_EQ(desktop.folderQuestions()[0].prompt, "Deploy");
+    EXPECT_EQ(desktop.folderQuestions()[0].message, "Choose a folder to deploy to " + host().toStdString());
+    answer.succeed(siteFolder("garden"));
+    waitUntil([this] { return model().deployFlow() != nullptr; });
+}
+
+} // namespace
+} // namespace driftwell::tests

@@ -1,0 +1,271 @@
+#include "ui/MenuBarModel.h"
+
+#include "tests/ui/UiFixture.h"
+
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using AuthAction = MenuBarModel::AuthAction;
+using Icon = MenuBarModel::Icon;
+using Token = DW::Token;
+
+TEST(MenuBarStatusTest, TheDotHasTheColourOfTheStatus) {
+    EXPECT_EQ(MenuBarModel::statusToken(Status::unreachable(8)), Token::Danger);
+    EXPECT_EQ(MenuBarModel::statusToken(Status::notTeam(QString())), Token::Warning);
+    EXPECT_EQ(MenuBarModel::statusToken(Status::noHost()), Token::TextSecondary);
+    EXPECT_EQ(MenuBarModel::statusToken(Status::signedOut()), Token::Warning);
+    EXPECT_EQ(MenuBarModel::statusToken(Status::connecting()), Token::Accent);
+    EXPECT_EQ(MenuBarModel::statusToken(Status::connected()), Token::Accent);
+}
+
+class MenuBarModelTest : public UiFixture {
+protected:
+    [[nodiscard]] std::string title() { return MenuBarModel::title(model()).toStdString(); }
+    [[nodiscard]] std::string header() { return MenuBarModel::headerSubtitle(model()).toStdString(); }
+    [[nodiscard]] std::string hostText() const { return host().toStdString(); }
+
+    void beginDeploying(const std::string& name) { openDeployment(name)->begin(); }
+};
+
+// Icon
+
+TEST_F(MenuBarModelTest, TheIconIsTheGlyphWhileNothingIsWrong) {
+    for (const Kind kind : {Kind::NoHost, Kind::Connecting, Kind::Connected}) {
+        EXPECT_EQ(MenuBarModel::icon(become(kind)), Icon::Glyph);
+    }
+}
+
+TEST_F(MenuBarModelTest, TheIconWarnsOfAnOutageAndOfAPersonWhoIsNotLetIn) {
+    for (const Kind kind : {Kind::Unreachable, Kind::NotTeam, Kind::SignedOut}) {
+        EXPECT_EQ(MenuBarModel::icon(become(kind)), Icon::Warning);
+    }
+}
+
+TEST_F(MenuBarModelTest, TheIconPulsesDuringADeployment) {
+    become(Kind::Connected);
+    const std::shared_ptr<DeployFlow> flow = openDeployment("garden");
+    EXPECT_EQ(MenuBarModel::icon(model()), Icon::Glyph) << "it has not been confirmed";
+    flow->begin();
+    EXPECT_EQ(MenuBarModel::icon(model()), Icon::Pulsing);
+    flow->succeed({});
+    EXPECT_EQ(MenuBarModel::icon(model()), Icon::Glyph);
+}
+
+TEST_F(MenuBarModelTest, TheWarningWinsOverADeployment) {
+    become(Kind::Connected);
+    beginDeploying("garden");
+    EXPECT_EQ(MenuBarModel::icon(become(Kind::Unreachable)), Icon::Warning);
+}
+
+// Header
+
+TEST_F(MenuBarModelTest, AnOutageNamesTheHostAndTheNextAttempt) {
+    become(Kind::Unreachable);
+    EXPECT_EQ(title(), "Can’t reach " + hostText());
+    EXPECT_EQ(header(), "retrying in 8s · deploys are paused");
+}
+
+TEST_F(MenuBarModelTest, APersonWhoIsNotOnTheTeamIsNamed) {
+    become(Kind::NotTeam);
+    EXPECT_EQ(title(), "Not a team account");
+    EXPECT_EQ(header(), "ada@sites.test");
+}
+
+TEST_F(MenuBarModelTest, APersonWhoIsNotOnTheTeamAndNotKnownIsToldTheHost) {
+    configureLocal();
+    server.answer("/api/me", 403, errorAnswer(notTeamText, "not_team"));
+    model().reloadConfig();
+    await(model().refresh());
+    ASSERT_EQ(model().status().kind, Kind::NotTeam);
+    EXPECT_EQ(header(), hostText());
+}
+
+TEST_F(MenuBarModelTest, WithoutAPlatformTheWindowIsPointedTo) {
+    become(Kind::NoHost);
+    EXPECT_EQ(title(), "No platform configured");
+    EXPECT_EQ(header(), "open Driftwell to connect");
+}
+
+TEST_F(MenuBarModelTest, APersonWhoIsSignedOutIsToldWhere) {
+    become(Kind::SignedOut);
+    EXPECT_EQ(title(), "Not signed in");
+    EXPECT_EQ(header(), "127.0.0.1:" + std::to_string(server.port()) + " · sign in to see your sites");
+}
+
+TEST_F(MenuBarModelTest, AConnectionNamesThePerson) {
+    become(Kind::Connected);
+    EXPECT_EQ(title(), "Connected as ada@sites.test");
+    EXPECT_EQ(header(), hostText() + " · 2 sites");
+}
+
+TEST_F(MenuBarModelTest, WhileNobodyIsKnownItIsConnecting) {
+    become(Kind::Connecting);
+    EXPECT_EQ(title(), "Connecting…");
+    EXPECT_EQ(header(), hostText() + " · 0 sites");
+}
+
+TEST_F(MenuBarModelTest, AKnownPersonIsNamedWhileConnectingAgain) {
+    become(Kind::Connected);
+    become(Kind::Connecting);
+    EXPECT_EQ(title(), "Connected as ada@sites.test");
+}
+
+TEST_F(MenuBarModelTest, AConnectionToAPlatformThatKnowsNobodyIsStillConnecting) {
+    configureLocal();
+    answerAll();
+    server.answer("/api/me", 200, "null");
+    model().reloadConfig();
+    await(model().refresh());
+    ASSERT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(title(), "Connecting…");
+}
+
+TEST_F(MenuBarModelTest, OneSiteTakesTheSingular) {
+    connectedWith({"garden"});
+    EXPECT_EQ(header(), hostText() + " · 1 site");
+}
+
+TEST_F(MenuBarModelTest, NoSitesTakeThePlural) {
+    connectedWith(std::vector<std::string>{});
+    EXPECT_EQ(header(), hostText() + " · 0 sites");
+}
+
+TEST_F(MenuBarModelTest, ADeploymentIsCounted) {
+    connectedWith({"garden"});
+    beginDeploying("garden");
+    EXPECT_EQ(header(), hostText() + " · 1 site · 1 deploying");
+}
+
+TEST_F(MenuBarModelTest, WithoutAPlatformTheSubtitleCallsItDriftwell) {
+    become(Kind::NoHost);
+    EXPECT_EQ(MenuBarModel::subtitle(model()), QStringLiteral("driftwell · 0 sites"));
+}
+
+// The account
+
+TEST_F(MenuBarModelTest, ALocalPlatformHasNoAccountToManage) {
+    for (const Kind kind : {Kind::Unreachable, Kind::NotTeam, Kind::Connecting, Kind::Connected}) {
+        EXPECT_EQ(MenuBarModel::authAction(become(kind)), AuthAction::None);
+    }
+    const MenuBarModel menuBar(model(), desktop);
+    EXPECT_EQ(menuBar.authTitle(), QString());
+}
+
+TEST_F(MenuBarModelTest, WithoutAPlatformThereIsNoAccount) {
+    EXPECT_EQ(MenuBarModel::authAction(become(Kind::NoHost)), AuthAction::None);
+}
+
+TEST_F(MenuBarModelTest, APersonWhoIsSignedInCanSignOut) {
+    for (const Kind kind : {Kind::Unreachable, Kind::Connecting, Kind::Connected}) {
+        EXPECT_EQ(MenuBarModel::authAction(becomeOnRemote(kind)), AuthAction::SignOut);
+    }
+    const MenuBarModel menuBar(model(), desktop);
+    EXPECT_EQ(menuBar.authTitle(), QStringLiteral("Sign out"));
+}
+
+TEST_F(MenuBarModelTest, APersonWhoIsNotLetInCanSignIn) {
+    for (const Kind kind : {Kind::NotTeam, Kind::SignedOut}) {
+        EXPECT_EQ(MenuBarModel::authAction(becomeOnRemote(kind)), AuthAction::SignIn);
+    }
+    const MenuBarModel menuBar(model(), desktop);
+    EXPECT_EQ(menuBar.authTitle(), QStringLiteral("Sign in…"));
+}
+
+// Recent sites
+
+TEST_F(MenuBarModelTest, TheSitesThatWereDeployedLastComeFirst) {
+    connectedWith(std::vector<Json>{siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("never"),
+                                    siteRecord("new", "2026-03-01T09:55:00Z"), siteRecord("odd", "yesterday")});
+    const Timestamp present = *timestampFromIso(u"2026-03-01T10:00:00Z");
+    EXPECT_THAT(MenuBarModel::recentSites(model(), present),
+                ElementsAre(RecentSite{QStringLiteral("new"), QStringLiteral("5m"), false},
+                            RecentSite{QStringLiteral("old"), QStringLiteral("2h"), false},
+                            RecentSite{QStringLiteral("never"), QStringLiteral("—"), false},
+                            RecentSite{QStringLiteral("odd"), QStringLiteral("—"), false}));
+}
+
+TEST_F(MenuBarModelTest, WithoutSitesThereAreNoRecentOnes) {
+    connectedWith(std::vector<std::string>{});
+    EXPECT_THAT(MenuBarModel::recentSites(model(), now()), IsEmpty());
+}
+
+TEST_F(MenuBarModelTest, TheSiteThatIsBeingDeployedIsMarked) {
+    connectedWith({"garden", "bakery"});
+    beginDeploying("garden");
+    const QList<RecentSite> rows = MenuBarModel::recentSites(model(), now());
+    ASSERT_EQ(rows.size(), 2);
+    EXPECT_TRUE(rows[0].deploying);
+    EXPECT_FALSE(rows[1].deploying);
+}
+
+TEST_F(MenuBarModelTest, ARecentSiteIsOpened) {
+    connectedWith(
+        std::vector<Json>{siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("new", "2026-03-01T09:55:00Z")});
+    MenuBarModel menuBar(model(), desktop);
+    menuBar.openSite(1);
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
+}
+
+TEST_F(MenuBarModelTest, ARowThatIsGoneDoesNothing) {
+    connectedWith({"garden"});
+    MenuBarModel menuBar(model(), desktop);
+    menuBar.openSite(-1);
+    menuBar.openSite(1);
+    EXPECT_THAT(desktop.openedUrls(), IsEmpty());
+}
+
+TEST_F(MenuBarModelTest, ASiteWithAnAddressThatIsNoneForABrowserIsNotOpened) {
+    Json strange = siteRecord("garden");
+    strange["url"] = "file:///etc/passwd";
+    connectedWith(std::vector<Json>{strange});
+    MenuBarModel menuBar(model(), desktop);
+    menuBar.openSite(0);
+    EXPECT_THAT(desktop.openedUrls(), IsEmpty());
+}
+
+// Following
+
+TEST_F(MenuBarModelTest, ItFollowsTheModel) {
+    const MenuBarModel menuBar(model(), desktop);
+    const auto changesDuring = [&menuBar](const std::function<void()>& act) {
+        const QSignalSpy changes(&menuBar, &MenuBarModel::changed);
+        act();
+        return changes.count();
+    };
+    EXPECT_GE(changesDuring([this] { become(Kind::Connecting); }), 1);
+    EXPECT_GE(changesDuring([this] { become(Kind::Connected); }), 1);
+    EXPECT_GE(changesDuring([this] { await(model().refresh()); }), 1) << "ages grow with each refresh";
+    const std::shared_ptr<DeployFlow> flow = openDeployment("garden");
+    EXPECT_EQ(changesDuring([&flow] { flow->begin(); }), 1);
+    EXPECT_EQ(changesDuring([&flow] { flow->succeed({}); }), 1);
+}
+
+TEST_F(MenuBarModelTest, TheDotFollowsTheColorScheme) {
+    become(Kind::Unreachable);
+    const MenuBarModel menuBar(model(), desktop);
+    const QSignalSpy changes(&menuBar, &MenuBarModel::changed);
+    EXPECT_EQ(menuBar.statusColor(), DW::color(Token::Danger, ColorScheme::Light));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(menuBar.statusColor(), DW::color(Token::Danger, ColorScheme::Dark));
+    EXPECT_EQ(changes.count(), 1);
+}
+
+TEST_F(MenuBarModelTest, TheWindowAndTheEndAreAskedForBySignals) {
+    MenuBarModel menuBar(model(), desktop);
+    const QSignalSpy windows(&menuBar, &MenuBarModel::windowRequested);
+    const QSignalSpy ends(&menuBar, &MenuBarModel::quitRequested);
+    menuBar.openWindow();
+    EXPECT_EQ(windows.count(), 1);
+    menuBar.quit();
+    EXPECT_EQ(ends.count(), 1);
+}
+
+} // namespace
+} // namespace driftwell::tests

@@ -1,0 +1,58 @@
+#include "ui/SignInModel.h"
+
+#include "tests/ui/UiFixture.h"
+
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+class SignInModelTest : public UiFixture {
+protected:
+    [[nodiscard]] QString remoteHostName() const { return QStringLiteral("127.0.0.1:%1").arg(server.port()); }
+};
+
+TEST_F(SignInModelTest, APersonWhoIsSignedOutIsAskedToSignIn) {
+    const SignInModel signIn(become(Kind::SignedOut), nullptr);
+    EXPECT_EQ(signIn.symbol(), QStringLiteral("person.crop.circle.badge.checkmark"));
+    EXPECT_EQ(signIn.title(), QStringLiteral("Sign in to ") + remoteHostName());
+    EXPECT_EQ(signIn.text(), QStringLiteral("Driftwell uses your team account. We’ll open your\n"
+                                            "browser to finish, then bring you right back."));
+    EXPECT_EQ(signIn.action(), SignInModel::Action::SignIn);
+    EXPECT_EQ(signIn.error(), QString());
+}
+
+TEST_F(SignInModelTest, APersonWhoIsNotOnTheTeamReadsThePlatformsWords) {
+    const SignInModel signIn(becomeOnRemote(Kind::NotTeam), nullptr);
+    EXPECT_EQ(signIn.symbol(), QStringLiteral("person.crop.circle.badge.exclamationmark"));
+    EXPECT_EQ(signIn.title(), QStringLiteral("This account can’t manage sites"));
+    EXPECT_EQ(signIn.text(), QString::fromLatin1(notTeamText));
+    EXPECT_EQ(signIn.action(), SignInModel::Action::SignOut);
+}
+
+TEST_F(SignInModelTest, APersonWhoIsKnownIsNamed) {
+    const SignInModel signIn(becomeOnRemote(Kind::NotTeam), nullptr);
+    EXPECT_TRUE(signIn.hasIdentity());
+    EXPECT_EQ(signIn.personName(), QStringLiteral("Ada"));
+    EXPECT_EQ(signIn.personEmail(), QStringLiteral("ada@sites.test"));
+}
+
+TEST_F(SignInModelTest, APersonWhoIsNotKnownIsNotNamed) {
+    const SignInModel signIn(become(Kind::SignedOut), nullptr);
+    EXPECT_FALSE(signIn.hasIdentity());
+    EXPECT_EQ(signIn.personName(), QString());
+    EXPECT_EQ(signIn.personEmail(), QString());
+}
+
+TEST_F(SignInModelTest, ItFollowsTheModel) {
+    const SignInModel signIn(model(), nullptr);
+    const QSignalSpy changes(&signIn, &SignInModel::changed);
+    becomeOnRemote(Kind::NotTeam);
+    EXPECT_GE(changes.count(), 3) << "the platform, the person and the status";
+    EXPECT_EQ(signIn.title(), QStringLiteral("This account can’t manage sites"));
+}
+
+} // namespace
+} // namespace driftwell::tests

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "tests/core/ModelFixture.h"
+
+#include <string>
+#include <vector>
+
+namespace driftwell::tests {
+
+/// A model brought to a state of the connection by a platform that really answers so. The introduction was gone through
+/// before.
+class UiFixture : public ModelFixture {
+protected:
+    using Kind = AppState::Status::Kind;
+
+    UiFixture();
+
+    /// What the platform says to a person who is not on the team.
+    static constexpr const char* notTeamText = "Ask an administrator to add you to the team.";
+
+    /// The model in the state, from whatever state it is in. On a local platform, but SignedOut on a remote one, and
+    /// NoHost on none.
+    AppState& become(Kind kind);
+
+    /// The same on a platform that has accounts.
+    AppState& becomeOnRemote(Kind kind);
+
+    /// Connected to a platform that holds these sites.
+    AppState& connectedWith(const std::vector<Json>& sites);
+    AppState& connectedWith(const std::vector<std::string>& names);
+
+    /// What the model says the host is: the platform's address without its scheme.
+    [[nodiscard]] QString host() const;
+
+    /// A folder with one file of five bytes.
+    [[nodiscard]] std::filesystem::path siteFolder(const std::string& name) const;
+
+    /// The open deployment of such a folder, after its figures have been counted.
+    std::shared_ptr<DeployFlow> openDeployment(const std::string& folderName);
+
+    /// Lets a running or future deployment be answered so.
+    void answerDeploy(const Json& response);
+
+private:
+    AppState& settleAs(Kind kind);
+};
+
+/// All kinds of status.
+inline constexpr std::array allKinds{AppState::Status::Kind::Unreachable, AppState::Status::Kind::NotTeam,
+                                     AppState::Status::Kind::NoHost,      AppState::Status::Kind::Connecting,
+                                     AppState::Status::Kind::Connected,   AppState::Status::Kind::SignedOut};
+
+} // namespace driftwell::tests
