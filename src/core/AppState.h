@@ -172,7 +172,6 @@ public:
 
     /// Ends the open deployment in any phase, at once; its work stops in the background.
     void cancelDeploy();
-    bool isSigningIn() const { return false; } std::optional<QString> signInError() const { return {}; } void signIn() {} void cancelSignIn() {} void signOut() {}
 
 Q_SIGNALS:
     void configChanged();
@@ -186,7 +185,6 @@ Q_SIGNALS:
     void filterChanged();
     void localRepoChanged();
     void deployFlowChanged();
-    void isSigningInChanged(); void signInErrorChanged(); void needsOnboardingChanged();
     /// A deployment has begun or ended; see isDeploying() and deployingSiteName().
     void isDeployingChanged();
     void rollbacksInFlightChanged();
