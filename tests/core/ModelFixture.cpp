@@ -110,6 +110,9 @@ ChangeLog::ChangeLog(AppState& model) {
     watch(&AppState::filterChanged, "filter");
     watch(&AppState::localRepoChanged, "localRepo");
     watch(&AppState::deployFlowChanged, "deployFlow");
+    watch(&AppState::isSigningInChanged, "isSigningIn");
+    watch(&AppState::signInErrorChanged, "signInError");
+    watch(&AppState::needsOnboardingChanged, "needsOnboarding");
 }
 
 std::ptrdiff_t ChangeLog::count(const std::string& signal) const {
