@@ -3,6 +3,7 @@
 #include "apps/dw/CommandDefinition.h"
 #include "apps/dw/Completions.h"
 #include "apps/dw/Reporter.h"
+#include "apps/dw/SiteArguments.h"
 
 #include <QStringList>
 
@@ -80,6 +81,7 @@ Parser::Parser() {
     addHost();
     addDeploy();
     addList();
+    addSiteCommands(m_app, m_arguments);
     addWhoAmI();
     addCompletion();
     addHelp();
@@ -216,8 +218,12 @@ QString Parser::whatIsWrong(const CLI::ParseError& error) const {
     if (m_completion->parsed()) {
         return QStringLiteral("completion needs a shell: bash, zsh or fish");
     }
-    return dynamic_cast<const CLI::RequiredError*>(&error) != nullptr ? QStringLiteral("A command is missing")
-                                                                      : text(error.what());
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        const CLI::App& command = askedFor();
+        return &command == &m_app ? QStringLiteral("A command is missing")
+                                  : QStringLiteral("%1 needs a site").arg(text(command.get_name()));
+    }
+    return text(error.what());
 }
 
 QString Parser::whatIsWrongWith(const std::string& optionName, const CLI::App& command) const {
