@@ -96,7 +96,6 @@ class Session:
             "PATH": "/usr/bin:/bin",
             "LC_ALL": "C.UTF-8",
             "XDG_RUNTIME_DIR": str(self.folder / "run"),
-            "XDG_CURRENT_DESKTOP": "XFCE",
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
             "BROWSER": str(self.folder / "browser"),
             "NO_AT_BRIDGE": "0",
