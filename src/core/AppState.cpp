@@ -1,26 +1,20 @@
 #include "core/AppState.h"
 
+#include "core/Gates.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 
 namespace driftwell {
 
-namespace {
-
-bool wantsOnboarding(const QSettings& defaults) {
-    return qEnvironmentVariable("DW_ONBOARDING") == QLatin1String("1") ||
-           !defaults.value(QStringLiteral("onboardingCompleted"), false).toBool();
-}
-
-} // namespace
-
 AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop,
                    std::unique_ptr<QSettings> defaults, Sleeper sleep)
     : m_client(std::move(client)),
       m_desktop(desktop),
       m_sleep(std::move(sleep)),
-      m_needsOnboarding(wantsOnboarding(*defaults)) {
+      m_defaults(std::move(defaults)),
+      m_needsOnboarding(wantsOnboarding(*m_defaults)) {
     connect(this, &AppState::deployFlowChanged, this, &AppState::isDeployingChanged);
 }
 
@@ -29,6 +23,9 @@ AppState::~AppState() {
     m_lifetime.request_stop();
     if (m_deployTask) {
         m_deployTask->request_stop();
+    }
+    if (m_signInTask) {
+        m_signInTask->request_stop();
     }
 }
 

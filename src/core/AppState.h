@@ -85,6 +85,10 @@ public:
     [[nodiscard]] std::optional<std::filesystem::path> localRepo() const { return m_localRepo; }
     /// The first run's introduction is to be shown. The variable DW_ONBOARDING=1 asks for it again.
     [[nodiscard]] bool needsOnboarding() const { return m_needsOnboarding; }
+    /// A browser sign-in is running.
+    [[nodiscard]] bool isSigningIn() const { return m_isSigningIn; }
+    /// Why the last sign-in failed.
+    [[nodiscard]] std::optional<QString> signInError() const { return m_signInError; }
 
     /// The deployment in progress or on screen.
     [[nodiscard]] std::shared_ptr<DeployFlow> deployFlow() const { return m_deployFlow; }
@@ -172,7 +176,19 @@ public:
 
     /// Ends the open deployment in any phase, at once; its work stops in the background.
     void cancelDeploy();
-    bool isSigningIn() const { return false; } std::optional<QString> signInError() const { return {}; } void signIn() {} void cancelSignIn() {} void signOut() {}
+
+    /// Signs in through the browser, and refreshes. Does nothing without a platform, and while a sign-in is running.
+    void signIn();
+
+    /// Ends the running sign-in at once; its work stops in the background and leaves no message.
+    void cancelSignIn();
+
+    /// Forgets the platform's token, the person and what was fetched for them, and ends a running sign-in. Does nothing
+    /// without a platform.
+    void signOut();
+
+    /// The introduction has been gone through and is not shown again.
+    void completeOnboarding();
 
 Q_SIGNALS:
     void configChanged();
@@ -186,7 +202,6 @@ Q_SIGNALS:
     void filterChanged();
     void localRepoChanged();
     void deployFlowChanged();
-    void isSigningInChanged(); void signInErrorChanged(); void needsOnboardingChanged();
     /// A deployment has begun or ended; see isDeploying() and deployingSiteName().
     void isDeployingChanged();
     void rollbacksInFlightChanged();
@@ -199,6 +214,9 @@ Q_SIGNALS:
     void accessErrorChanged();
     void deployHistoryChanged();
     void expandedSiteChanged();
+    void isSigningInChanged();
+    void signInErrorChanged();
+    void needsOnboardingChanged();
 
 private:
     /// The bytes from which the lists were decoded, so that an answer that brings the same ones costs a comparison.
@@ -236,13 +254,18 @@ private:
     Task<> countFiles(std::shared_ptr<DeployFlow> flow);
     Task<> publish(std::shared_ptr<DeployFlow> flow, QString site, PlatformConfig config, std::stop_token stop);
 
+    Task<> runSignIn(PlatformConfig config, std::stop_token stop);
+    Task<> enter(PlatformConfig config, std::stop_token stop);
+    [[nodiscard]] bool isRunningSignIn(const std::stop_token& stop) const;
+
     std::unique_ptr<PlatformClient> m_client;
     DesktopServices& m_desktop;
     Sleeper m_sleep;
-    bool m_needsOnboarding;
+    std::unique_ptr<QSettings> m_defaults;
     std::stop_source m_lifetime;
     bool m_started = false;
     std::optional<std::stop_source> m_deployTask;
+    std::optional<std::stop_source> m_signInTask;
     KnownAnswers m_known;
 
     Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<PlatformConfig>, m_config, &AppState::configChanged)
@@ -267,6 +290,9 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<QString>, m_accessError, &AppState::accessErrorChanged)
     Q_OBJECT_BINDABLE_PROPERTY(AppState, AppState::DeployHistory, m_deployHistory, &AppState::deployHistoryChanged)
     Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<QString>, m_expandedSite, &AppState::expandedSiteChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, bool, m_isSigningIn, &AppState::isSigningInChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<QString>, m_signInError, &AppState::signInErrorChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(AppState, bool, m_needsOnboarding, &AppState::needsOnboardingChanged)
 };
 
 } // namespace driftwell

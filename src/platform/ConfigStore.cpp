@@ -124,9 +124,11 @@ std::optional<QString> ConfigStore::localRepoPath() const {
 }
 
 std::optional<QString> ConfigStore::token(const PlatformConfig& config) const {
-    if (const std::optional<QString> variable = nonEmptyVariable("DW_TOKEN")) {
-        return variable;
-    }
+    const std::optional<QString> variable = nonEmptyVariable("DW_TOKEN");
+    return variable ? variable : storedToken(config);
+}
+
+std::optional<QString> ConfigStore::storedToken(const PlatformConfig& config) const {
     const std::map<std::string, std::string> tokens = stringMap("tokens");
     const auto found = tokens.find(config.origin().toStdString());
     if (found == tokens.end() || found->second.empty()) {

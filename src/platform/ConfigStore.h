@@ -46,6 +46,9 @@ public:
     /// DW_TOKEN, which holds for every origin, or the origin's entry in "tokens".
     [[nodiscard]] std::optional<QString> token(const PlatformConfig& config) const;
 
+    /// The origin's entry in "tokens", whatever the environment says.
+    [[nodiscard]] std::optional<QString> storedToken(const PlatformConfig& config) const;
+
     /// Site names and the absolute folder last published or linked for each.
     [[nodiscard]] std::map<QString, std::filesystem::path> folderMap() const;
 

@@ -14,6 +14,18 @@ QString rawValue(SiteAccessMode mode) {
     Q_UNREACHABLE();
 }
 
+QString rawValue(LogEntry::Kind kind) {
+    switch (kind) {
+    case LogEntry::Kind::Api:
+        return QStringLiteral("api");
+    case LogEntry::Kind::Ws:
+        return QStringLiteral("ws");
+    case LogEntry::Kind::Deploy:
+        return QStringLiteral("deploy");
+    }
+    Q_UNREACHABLE();
+}
+
 const SiteAccess& SiteAccess::teamDefault() {
     static const SiteAccess access;
     return access;

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 
+#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -14,6 +15,9 @@ namespace driftwell {
 
 /// Who may open a site: "team", "restricted", "public".
 enum class SiteAccessMode { Team, Restricted, Public };
+
+inline constexpr std::array<SiteAccessMode, 3> siteAccessModes{SiteAccessMode::Team, SiteAccessMode::Restricted,
+                                                               SiteAccessMode::Public};
 
 /// The text by which the API names a mode.
 [[nodiscard]] QString rawValue(SiteAccessMode mode);
@@ -122,6 +126,9 @@ struct LogEntry {
 
     bool operator==(const LogEntry&) const = default;
 };
+
+/// The text by which the API names a kind.
+[[nodiscard]] QString rawValue(LogEntry::Kind kind);
 
 struct SitesResponse {
     QList<SiteInfo> sites;

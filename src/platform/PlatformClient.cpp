@@ -74,17 +74,27 @@ bool canStandInHeader(const QByteArray& token) {
                         [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f; });
 }
 
+std::vector<std::pair<QByteArray, QByteArray>> bearerHeader(const std::optional<QString>& token) {
+    if (!token || !canStandInHeader(token->toUtf8())) {
+        return {};
+    }
+    return {{"Authorization", "Bearer " + token->toUtf8()}};
+}
+
 } // namespace
 
 PlatformClient::PlatformClient(Bundle bundle, ConfigStore store, HttpLimits limits)
     : m_bundle(std::move(bundle)), m_store(std::move(store)), m_session(limits) {}
 
+QString PlatformClient::urlScheme() const {
+    const QVariantMap type = m_bundle.list(QStringLiteral("CFBundleURLTypes")).value(0).toMap();
+    const QVariant scheme = type.value(QStringLiteral("CFBundleURLSchemes")).toList().value(0);
+    const bool isName = scheme.typeId() == QMetaType::QString && !scheme.toString().isEmpty();
+    return isName ? scheme.toString() : QStringLiteral("driftwell");
+}
+
 std::vector<std::pair<QByteArray, QByteArray>> PlatformClient::authHeaders(const PlatformConfig& config) const {
-    const std::optional<QString> token = m_store.token(config);
-    if (!token || !canStandInHeader(token->toUtf8())) {
-        return {};
-    }
-    return {{"Authorization", "Bearer " + token->toUtf8()}};
+    return bearerHeader(m_store.token(config));
 }
 
 Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std::stop_token stop) {
@@ -94,7 +104,7 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     if (!hostOfUrl(request.url)) {
         throw PlatformError::api(QStringLiteral("bad URL: ") + QString::fromUtf8(call.path));
     }
-    request.headers = authHeaders(config);
+    request.headers = call.token ? bearerHeader(call.token) : authHeaders(config);
     request.headers.emplace_back("accept", "application/json");
     if (!call.contentType.isEmpty()) {
         request.headers.emplace_back("content-type", call.contentType);
@@ -136,6 +146,12 @@ std::optional<QString> PlatformClient::configDirOverride() const {
 
 Task<std::optional<Identity>> PlatformClient::me(PlatformConfig config, std::stop_token stop) {
     return request<std::optional<Identity>>({"GET", "/api/me"}, std::move(config), std::move(stop));
+}
+
+Task<Identity> PlatformClient::ownerOf(QString token, PlatformConfig config, std::stop_token stop) {
+    Call call{"GET", "/api/me"};
+    call.token = std::move(token);
+    return request<Identity>(std::move(call), std::move(config), std::move(stop));
 }
 
 Task<Fetched<SitesResponse>> PlatformClient::sites(PlatformConfig config, QByteArray known, std::stop_token stop) {

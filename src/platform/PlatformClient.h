@@ -4,7 +4,10 @@
 #include "platform/HttpSession.h"
 #include "platform/Models.h"
 #include "platform/PlatformConfig.h"
+#include "support/Sleep.h"
 #include "support/Task.h"
+
+#include <QUrl>
 
 #include <filesystem>
 #include <functional>
@@ -48,8 +51,25 @@ public:
     /// The configuration folder of this copy's own, as the bundle names it. Only a development copy has one.
     [[nodiscard]] std::optional<QString> configDirOverride() const;
 
+    /// The scheme of the addresses that open the application, from the bundle's information dictionary: the first of
+    /// the CFBundleURLSchemes of the first of its CFBundleURLTypes. Where that is not there, "driftwell".
+    [[nodiscard]] QString urlScheme() const;
+
     /// Who the token belongs to; absent when the platform answers null.
     [[nodiscard]] Task<std::optional<Identity>> me(PlatformConfig config, std::stop_token stop);
+
+    /// Who a token belongs to that is not stored.
+    [[nodiscard]] Task<Identity> ownerOf(QString token, PlatformConfig config, std::stop_token stop);
+
+    /// Signs in through the browser: has the platform's sign-in page opened by `openUrl`, waits for the browser to come
+    /// back with a token (LoopbackCallbackServer.h), stores the token, and asks who it belongs to. See
+    /// BrowserSignIn.cpp.
+    ///
+    /// Throws PlatformError, "Timed out waiting for the browser sign-in." after five minutes of `sleep` among it,
+    /// std::system_error for a failure of this machine, and Cancelled. The platform has no token afterwards when it
+    /// does not honour the one that came. Whoever lets the client go requests the stop first.
+    [[nodiscard]] Task<Identity> signIn(PlatformConfig config, std::function<void(const QUrl&)> openUrl, Sleeper sleep,
+                                        std::stop_token stop);
 
     /// The lists, each decoded only when the answer's bytes differ from `known`; nothing is known when it is empty.
     [[nodiscard]] Task<Fetched<SitesResponse>> sites(PlatformConfig config, QByteArray known, std::stop_token stop);
@@ -93,6 +113,8 @@ private:
         QByteArray path;
         QByteArray contentType = {};
         std::variant<std::monostate, QByteArray, FileBody> body = {};
+        /// In place of the stored one.
+        std::optional<QString> token = {};
     };
 
     /// The body of a 2xx answer to the call.

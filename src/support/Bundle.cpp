@@ -35,6 +35,12 @@ std::optional<QString> Bundle::string(const QString& key) const {
     return value.toString();
 }
 
+QVariantList Bundle::list(const QString& key) const {
+    const QVariant value = m_information.value(key);
+    // A text converts to the list of its characters.
+    return value.typeId() == QMetaType::QVariantList ? value.toList() : QVariantList();
+}
+
 std::filesystem::path Bundle::helpers() const {
     return m_contents.empty() ? std::filesystem::path() : m_contents / "Helpers";
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QVariantList>
 #include <QVariantMap>
 
 #include <filesystem>
@@ -23,6 +24,9 @@ public:
 
     /// The value of a key of the information dictionary when it is a string.
     [[nodiscard]] std::optional<QString> string(const QString& key) const;
+
+    /// The value of a key of the information dictionary when it is a list, or else an empty one.
+    [[nodiscard]] QVariantList list(const QString& key) const;
 
     /// Contents/Helpers, with the programs that the application brings along. Empty without a bundle.
     [[nodiscard]] std::filesystem::path helpers() const;

@@ -41,6 +41,28 @@ const std::vector<Misuse>& misuses() {
         {{"deploy", "one", "two"}, "Too many arguments for deploy: two", "Run dw help deploy."},
         {{"host", "one", "two", "three"}, "Too many arguments for host: two three", "Run dw help host."},
         {{"list", "one"}, "Too many arguments for list: one", "Run dw help list."},
+        {{"open", "one", "two"}, "Too many arguments for open: two", "Run dw help open."},
+        {{"open", "--browser"}, "open has no option --browser", "Run dw help open."},
+        {{"logs", "one", "two"}, "Too many arguments for logs: two", "Run dw help logs."},
+        {{"logs", "--limit"}, "--limit needs a value", "Run dw help logs."},
+        {{"logs", "--limit", "many"}, "--limit takes a number from 1 on, not “many”", "Run dw help logs."},
+        {{"history", "--limit", "3"}, "history has no option --limit", "Run dw help history."},
+        {{"rollback"}, "rollback needs a site", "Run dw help rollback."},
+        {{"rollback", "one", "two"}, "Too many arguments for rollback: two", "Run dw help rollback."},
+        {{"delete"}, "delete needs a site", "Run dw help delete."},
+        {{"delete", "one", "--confirm"}, "--confirm needs a value", "Run dw help delete."},
+        {{"share"}, "share needs a site", "Run dw help share."},
+        {{"share", "one", "a@b"}, "Too many arguments for share: a@b", "Run dw help share."},
+        {{"share", "one", "--invite"}, "--invite needs a value", "Run dw help share."},
+        {{"share", "one", "--mode="}, "--mode needs a value", "Run dw help share."},
+        {{"share", "--mode", "private", "one"},
+         "--mode takes team, restricted or public, not “private”",
+         "Run dw help share."},
+        {{"share", "one", "--comments", "yes"}, "--comments takes on or off, not “yes”", "Run dw help share."},
+        {{"libs"}, "libs needs a site", "Run dw help libs."},
+        {{"libs", "one", "toast"}, "Too many arguments for libs: toast", "Run dw help libs."},
+        {{"libs", "one", "--enable"}, "--enable needs a value", "Run dw help libs."},
+        {{"libs", "one", "--disable"}, "--disable needs a value", "Run dw help libs."},
         {{"whoami", "one"}, "Too many arguments for whoami: one", "Run dw help whoami."},
         {{"help", "one", "two"}, "Too many arguments for help: two", "Run dw help help."},
         {{"help", "publish"}, "There is no command “publish”", "Run dw help for the commands."},
@@ -67,8 +89,9 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
     const Ending help = runDw({"help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_EQ(help.error, "");
-    for (const char* word : {"Usage: dw ", "\n  host ", "\n  deploy ", "\n  list ", "\n  whoami ", "\n  completion ",
-                             "\n  help ", "DW_HOST", "DW_TOKEN", "NO_COLOR", "130 interrupted"}) {
+    for (const char* word : {"Usage: dw ", "\n  host ", "\n  deploy ", "\n  list ", "\n  open ", "\n  logs ",
+                             "\n  history ", "\n  rollback ", "\n  delete ", "\n  share ", "\n  libs ", "\n  whoami ",
+                             "\n  completion ", "\n  help ", "DW_HOST", "DW_TOKEN", "NO_COLOR", "130 interrupted"}) {
         EXPECT_THAT(help.output, HasSubstr(word));
     }
     EXPECT_THAT(help.output, AllOf(EndsWith("\n"), Not(EndsWith("\n\n"))));
@@ -77,7 +100,8 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
 }
 
 TEST_F(DwCommandLine, HelpOfACommandIsTheSameEitherWay) {
-    for (const char* command : {"host", "deploy", "list", "whoami", "completion"}) {
+    for (const char* command : {"host", "deploy", "list", "open", "logs", "history", "rollback", "delete", "share",
+                                "libs", "whoami", "completion"}) {
         const Ending help = runDw({"help", command});
         EXPECT_EQ(help.exitCode, 0);
         EXPECT_THAT(help.output, HasSubstr(std::string("Usage: dw ") + command));
@@ -89,8 +113,18 @@ TEST_F(DwCommandLine, HelpOfACommandIsTheSameEitherWay) {
 }
 
 TEST_F(DwCommandLine, NoLineOfHelpIsWiderThanATerminal) {
-    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
-             {"help"}, {"help", "host"}, {"help", "deploy"}, {"help", "list"}, {"help", "completion"}}) {
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"help"},
+                                                                                           {"help", "host"},
+                                                                                           {"help", "deploy"},
+                                                                                           {"help", "list"},
+                                                                                           {"help", "open"},
+                                                                                           {"help", "logs"},
+                                                                                           {"help", "history"},
+                                                                                           {"help", "rollback"},
+                                                                                           {"help", "delete"},
+                                                                                           {"help", "share"},
+                                                                                           {"help", "libs"},
+                                                                                           {"help", "completion"}}) {
         for (const std::string& line : screen(runDw(arguments).output)) {
             EXPECT_LE(line.size(), 80U) << line;
         }

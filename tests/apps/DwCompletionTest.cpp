@@ -1,4 +1,5 @@
 #include "tests/apps/DwFixture.h"
+#include "tests/core/PlatformServer.h"
 
 #include <sstream>
 
@@ -6,12 +7,37 @@ namespace driftwell::tests {
 
 namespace {
 
+using nlohmann::json;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
+
+/// The commands on sites and their options.
+const std::map<std::string, std::vector<std::string>>& siteCommands() {
+    static const std::map<std::string, std::vector<std::string>> table{
+        {"open", {"--json", "--help"}},
+        {"logs", {"--json", "--help", "--limit"}},
+        {"history", {"--json", "--help"}},
+        {"rollback", {"--json", "--help"}},
+        {"delete", {"--json", "--help", "--confirm"}},
+        {"share", {"--json", "--help", "--mode", "--invite", "--remove", "--comments"}},
+        {"libs", {"--json", "--help", "--enable", "--disable"}}};
+    return table;
+}
+
+/// Ends of lines where only the person knows what comes.
+std::vector<std::vector<std::string>> valueWords() {
+    return {{"dw", "logs", "--limit", ""},
+            {"dw", "delete", "garden", "--confirm", ""},
+            {"dw", "share", "garden", "--invite", ""},
+            {"dw", "share", "garden", "--remove", ""},
+            {"dw", "libs", "garden", "--enable", ""},
+            {"dw", "libs", "garden", "--disable", ""}};
+}
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
@@ -109,8 +135,9 @@ TEST_F(DwCompletion, ScriptsAreValid) {
 
 TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", ""}),
-                UnorderedElementsAre("host", "deploy", "list", "whoami", "completion", "help", "--version", "--help"));
-    EXPECT_THAT(bashCandidates({"dw", "de"}), ElementsAre("deploy"));
+                UnorderedElementsAre("host", "deploy", "list", "open", "logs", "history", "rollback", "delete", "share",
+                                     "libs", "whoami", "completion", "help", "--version", "--help"));
+    EXPECT_THAT(bashCandidates({"dw", "de"}), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--"}),
@@ -122,8 +149,10 @@ TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
 }
 
 TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
-    EXPECT_THAT(fishCandidates("dw "), UnorderedElementsAre("host", "deploy", "list", "whoami", "completion", "help"));
-    EXPECT_THAT(fishCandidates("dw de"), ElementsAre("deploy"));
+    EXPECT_THAT(fishCandidates("dw "),
+                UnorderedElementsAre("host", "deploy", "list", "open", "logs", "history", "rollback", "delete", "share",
+                                     "libs", "whoami", "completion", "help"));
+    EXPECT_THAT(fishCandidates("dw de"), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
     EXPECT_THAT(fishCandidates("dw deploy --"), UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));
     EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--help"));
@@ -139,6 +168,81 @@ TEST_F(DwCompletion, InZshCompletesWhatIsTyped) {
     EXPECT_EQ(zshCommand("dw list --j\t"), "list --json");
     EXPECT_EQ(zshCommand("dw completion f\t"), "completion fish");
     EXPECT_EQ(zshCommand("dw help who\t"), "help whoami");
+}
+
+TEST_F(DwCompletion, InBashOffersTheOptionsOfTheCommandsOnSites) {
+    for (const auto& [command, options] : siteCommands()) {
+        SCOPED_TRACE(command);
+        EXPECT_THAT(bashCandidates({"dw", command, "--"}), UnorderedElementsAreArray(options));
+        EXPECT_THAT(bashCandidates({"dw", command, "garden", "--"}), UnorderedElementsAreArray(options));
+    }
+    EXPECT_THAT(bashCandidates({"dw", "share", "garden", "--mode", ""}), ElementsAre("team", "restricted", "public"));
+    EXPECT_THAT(bashCandidates({"dw", "share", "garden", "--mode", "p"}), ElementsAre("public"));
+    EXPECT_THAT(bashCandidates({"dw", "share", "garden", "--comments", ""}), ElementsAre("on", "off"));
+    for (const std::vector<std::string>& words : valueWords()) {
+        EXPECT_THAT(bashCandidates(words), IsEmpty());
+    }
+}
+
+TEST_F(DwCompletion, InFishOffersTheOptionsOfTheCommandsOnSites) {
+    for (const auto& [command, options] : siteCommands()) {
+        SCOPED_TRACE(command);
+        EXPECT_THAT(fishCandidates("dw " + command + " --"), UnorderedElementsAreArray(options));
+    }
+    EXPECT_THAT(fishCandidates("dw share garden --mode "), UnorderedElementsAre("team", "restricted", "public"));
+    EXPECT_THAT(fishCandidates("dw share garden --comments "), UnorderedElementsAre("on", "off"));
+}
+
+TEST_F(DwCompletion, InZshCompletesTheOptionsOfTheCommandsOnSites) {
+    EXPECT_EQ(zshCommand("dw rol\t"), "rollback");
+    EXPECT_EQ(zshCommand("dw share garden --mo\tres\t"), "share garden --mode restricted");
+    EXPECT_EQ(zshCommand("dw share garden --invite a@b --inv\tc@d"), "share garden --invite a@b --invite c@d");
+    EXPECT_EQ(zshCommand("dw libs garden --en\ttoast"), "libs garden --enable toast");
+    EXPECT_EQ(zshCommand("dw logs --li\t3"), "logs --limit 3");
+    EXPECT_EQ(zshCommand("dw delete garden --c\tgarden"), "delete garden --confirm garden");
+}
+
+/// A platform whose sites are completed.
+class DwSiteCompletion : public DwCompletion {
+protected:
+    DwSiteCompletion() { useHost("http://localhost:" + std::to_string(m_server.port())); }
+
+    void answer(const std::vector<std::string>& names) {
+        json sites = json::array();
+        for (const std::string& name : names) {
+            sites.push_back({{"name", name}, {"url", "http://" + name + ".test/"}, {"hasPrevious", false}});
+        }
+        m_server.answer("/api/me", 200, "null");
+        m_server.answer("/api/sites", 200, json{{"sites", sites}}.dump());
+    }
+
+private:
+    PlatformServer m_server;
+};
+
+TEST_F(DwSiteCompletion, OffersTheSitesOfThePlatform) {
+    answer({"garden", "bakery", "gate-2"});
+    for (const auto& [command, options] : siteCommands()) {
+        SCOPED_TRACE(command);
+        EXPECT_THAT(bashCandidates({"dw", command, ""}), UnorderedElementsAre("garden", "bakery", "gate-2"));
+        EXPECT_THAT(fishCandidates("dw " + command + " ga"), UnorderedElementsAre("garden", "gate-2"));
+    }
+    EXPECT_THAT(bashCandidates({"dw", "rollback", "ga"}), UnorderedElementsAre("garden", "gate-2"));
+    EXPECT_EQ(zshCommand("dw rollback gar\t"), "rollback garden");
+    EXPECT_EQ(zshCommand("dw share gar\t--mo\tteam"), "share garden --mode team");
+}
+
+TEST_F(DwSiteCompletion, LeavesOutWhatAShellCouldObey) {
+    answer({"garden", "$(touch harm)", "`touch harm`", "a;touch harm", "-x", "a b", "a\nb", "*", "Käse", "a/b", ""});
+    EXPECT_THAT(bashCandidates({"dw", "open", ""}), ElementsAre("garden"));
+    EXPECT_THAT(fishCandidates("dw open "), ElementsAre("garden"));
+    EXPECT_EQ(zshCommand("dw open \t"), "open garden");
+    EXPECT_FALSE(std::filesystem::exists(home() / "harm"));
+}
+
+TEST_F(DwSiteCompletion, OfAPlatformThatRefusesOffersNothing) {
+    EXPECT_THAT(bashCandidates({"dw", "open", ""}), IsEmpty());
+    EXPECT_THAT(fishCandidates("dw open "), IsEmpty());
 }
 
 TEST_F(DwCompletion, InZshWorksFromAFolderOfFunctionsToo) {

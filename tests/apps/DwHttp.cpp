@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 
 namespace driftwell::tests {
 
@@ -20,6 +21,15 @@ struct ListCloser {
 
 std::size_t append(char* data, std::size_t size, std::size_t count, void* body) {
     static_cast<std::string*>(body)->append(data, size * count);
+    return size * count;
+}
+
+std::size_t noteCookie(char* data, std::size_t size, std::size_t count, void* cookie) {
+    const std::string_view header(data, size * count);
+    constexpr std::string_view name = "Set-Cookie: ";
+    if (header.starts_with(name)) {
+        *static_cast<std::string*>(cookie) = header.substr(name.size(), header.find(';') - name.size());
+    }
     return size * count;
 }
 
@@ -41,6 +51,8 @@ HttpAnswerText exchangeHttp(const HttpRequestText& request) {
     curl_easy_setopt(easy.get(), CURLOPT_HTTPHEADER, headers.get());
     curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION, append);
     curl_easy_setopt(easy.get(), CURLOPT_WRITEDATA, &answer.body);
+    curl_easy_setopt(easy.get(), CURLOPT_HEADERFUNCTION, noteCookie);
+    curl_easy_setopt(easy.get(), CURLOPT_HEADERDATA, &answer.cookie);
     if (request.body) {
         curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(request.body->size()));
         curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDS, request.body->c_str());

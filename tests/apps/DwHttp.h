@@ -19,6 +19,8 @@ struct HttpAnswerText {
     std::string body;
     /// Where a redirect leads. Redirects are not followed.
     std::string location;
+    /// "name=value" of the cookie that is set.
+    std::string cookie;
 };
 
 /// Asks a server on this machine, as a browser would. Throws when there is no answer.

@@ -29,6 +29,11 @@ std::string between(const std::string& text, const std::string& before, const st
     return text.substr(begin, end - begin);
 }
 
+/// The part of an address behind the host.
+std::string pathOf(const std::string& address) {
+    return address.substr(address.find('/', std::string("http://").size()));
+}
+
 } // namespace
 
 Sandbox::Sandbox(std::vector<std::string> options) : m_program(sandboxInvocation(m_data, std::move(options))) {
@@ -44,13 +49,16 @@ Sandbox::~Sandbox() {
     EXPECT_EQ(ending.error, "");
 }
 
-std::string Sandbox::signIn(const std::string& person) const {
-    const HttpAnswerText page = exchangeHttp({remoteAddress() + "/auth/login?cli_port=1&cli_state=test"});
+HttpAnswerText Sandbox::choose(const std::string& pagePath, const std::string& person) const {
+    const HttpAnswerText page = exchangeHttp({remoteAddress() + pagePath});
     const std::string nonce = between(page.body, "name=\"nonce\" value=\"", "\"");
-    const HttpAnswerText answer = exchangeHttp({remoteAddress() + "/auth/login",
-                                                {"Content-Type: application/x-www-form-urlencoded"},
-                                                "nonce=" + nonce + "&person=person-" + person});
-    return between(answer.location, "callback?token=", "&");
+    return exchangeHttp({remoteAddress() + "/auth/login",
+                         {"Content-Type: application/x-www-form-urlencoded"},
+                         "nonce=" + nonce + "&person=person-" + person});
+}
+
+std::string Sandbox::signIn(const std::string& person) const {
+    return between(choose("/auth/login?cli_port=1&cli_state=test", person).location, "callback?token=", "&");
 }
 
 json Sandbox::get(const std::string& path) const {
@@ -71,7 +79,22 @@ json Sandbox::post(const std::string& path, const json& body) const {
 }
 
 HttpAnswerText Sandbox::visit(const std::string& site, const std::string& path) const {
-    return exchangeHttp({remoteAddress() + path, {"Host: " + site + ".driftwell.localhost:" + m_port}});
+    return getFromSite(site, path, {});
+}
+
+std::string Sandbox::cookieFor(const std::string& site, const std::string& person) const {
+    const HttpAnswerText chosen = choose(pathOf(visit(site).location), person);
+    return getFromSite(site, pathOf(chosen.location), {}).cookie;
+}
+
+HttpAnswerText Sandbox::visitAs(const std::string& site, const std::string& cookie) const {
+    return getFromSite(site, "/", {"Cookie: " + cookie});
+}
+
+HttpAnswerText Sandbox::getFromSite(const std::string& site, const std::string& path,
+                                    std::vector<std::string> headers) const {
+    headers.push_back("Host: " + site + ".driftwell.localhost:" + m_port);
+    return exchangeHttp({remoteAddress() + path, std::move(headers)});
 }
 
 } // namespace driftwell::tests

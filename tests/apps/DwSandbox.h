@@ -36,11 +36,21 @@ public:
     /// A hosted page as an anonymous visitor gets it.
     [[nodiscard]] HttpAnswerText visit(const std::string& site, const std::string& path = "/") const;
 
+    /// Signs a person in to a hosted page; the cookie that the browser then has.
+    [[nodiscard]] std::string cookieFor(const std::string& site, const std::string& person) const;
+    /// The page as a visitor with a cookie gets it.
+    [[nodiscard]] HttpAnswerText visitAs(const std::string& site, const std::string& cookie) const;
+
     /// Stands still, connections open and unanswered, until goOn().
     void freeze() const { m_program.signal(SIGSTOP); }
     void goOn() const { m_program.signal(SIGCONT); }
 
 private:
+    /// Chooses a person on a sign-in page.
+    [[nodiscard]] HttpAnswerText choose(const std::string& pagePath, const std::string& person) const;
+    [[nodiscard]] HttpAnswerText getFromSite(const std::string& site, const std::string& path,
+                                             std::vector<std::string> headers) const;
+
     TestFolder m_data;
     Program m_program;
     std::string m_port;

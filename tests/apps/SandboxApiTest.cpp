@@ -100,6 +100,8 @@ TEST_F(SandboxApi, rollbackSwapsTheTwoVersions) {
     EXPECT_EQ(page("swap"), "one");
     EXPECT_EQ(siteEntry(sandbox, "swap").at("lastAction"), "rollback");
     EXPECT_EQ(siteEntry(sandbox, "swap").at("hasPrevious"), true);
+    EXPECT_EQ(get(sandbox.url("/api/logs/swap?limit=1")).json().at("entries").at(0).at("detail"),
+              "rolled back to the version before");
 
     EXPECT_EQ(post("/api/rollback", {{"site", "swap"}}).status, 200);
     EXPECT_EQ(page("swap"), "two");

@@ -11,10 +11,6 @@ using testing::SizeIs;
 
 class AppStateTest : public ModelFixture {
 protected:
-    void storeDefault(const QString& key, const QVariant& value) {
-        QSettings(QString::fromStdString(folder() / "defaults.ini"), QSettings::IniFormat).setValue(key, value);
-    }
-
     [[nodiscard]] std::string configBytes() const { return folder().read("home/.config/dw/config.json"); }
 };
 
@@ -43,6 +39,8 @@ TEST_F(AppStateTest, KnowsNothingAtFirst) {
     }
     EXPECT_THAT(model().deployHistory(), IsEmpty());
     EXPECT_FALSE(model().expandedSite());
+    EXPECT_FALSE(model().isSigningIn());
+    EXPECT_FALSE(model().signInError());
 }
 
 TEST_F(AppStateTest, DoesNoWorkBeforeItIsStarted) {
@@ -54,41 +52,6 @@ TEST_F(AppStateTest, DoesNoWorkBeforeItIsStarted) {
     EXPECT_THAT(server.requests(), IsEmpty());
     EXPECT_THAT(sleeper.requested(), IsEmpty());
 }
-
-TEST_F(AppStateTest, AFirstRunNeedsTheIntroduction) {
-    EXPECT_TRUE(model().needsOnboarding());
-}
-
-TEST_F(AppStateTest, TheIntroductionOnceCompletedIsNotNeededAgain) {
-    storeDefault("onboardingCompleted", true);
-    EXPECT_FALSE(model().needsOnboarding());
-}
-
-TEST_F(AppStateTest, AnIntroductionStoredAsNotCompletedIsNeeded) {
-    storeDefault("onboardingCompleted", false);
-    EXPECT_TRUE(model().needsOnboarding());
-}
-
-TEST_F(AppStateTest, TheVariableSetToOneAsksForTheIntroductionAgain) {
-    storeDefault("onboardingCompleted", true);
-    const ScopedVariable variable("DW_ONBOARDING", "1");
-    EXPECT_TRUE(model().needsOnboarding());
-}
-
-class OnboardingVariableTest : public AppStateTest, public testing::WithParamInterface<const char*> {};
-
-TEST_P(OnboardingVariableTest, AnyOtherValueLeavesACompletedIntroductionAlone) {
-    storeDefault("onboardingCompleted", true);
-    const ScopedVariable variable("DW_ONBOARDING", GetParam());
-    EXPECT_FALSE(model().needsOnboarding());
-}
-
-TEST_P(OnboardingVariableTest, AnyOtherValueDoesNotHideTheIntroduction) {
-    const ScopedVariable variable("DW_ONBOARDING", GetParam());
-    EXPECT_TRUE(model().needsOnboarding());
-}
-
-INSTANTIATE_TEST_SUITE_P(Values, OnboardingVariableTest, testing::Values("0", "", "true", "yes", " 1", "1 ", "11"));
 
 TEST_F(AppStateTest, ReloadingTheConfigurationTakesTheHostOfTheFile) {
     configureLocal();

@@ -120,6 +120,9 @@ ChangeLog::ChangeLog(AppState& model) {
     watch(&AppState::accessErrorChanged, "accessError");
     watch(&AppState::deployHistoryChanged, "deployHistory");
     watch(&AppState::expandedSiteChanged, "expandedSite");
+    watch(&AppState::isSigningInChanged, "isSigningIn");
+    watch(&AppState::signInErrorChanged, "signInError");
+    watch(&AppState::needsOnboardingChanged, "needsOnboarding");
 }
 
 std::ptrdiff_t ChangeLog::count(const std::string& signal) const {

@@ -151,6 +151,13 @@ TEST_F(ConfigStoreTest, IgnoresAnEmptyTokenInTheEnvironment) {
     EXPECT_EQ(m_store.token(m_there), std::nullopt);
 }
 
+TEST_F(ConfigStoreTest, TellsTheStoredTokenWhateverTheEnvironmentHolds) {
+    write(R"({"tokens": {"https://here.example": "of-the-file"}})");
+    const ScopedVariable variable("DW_TOKEN", QByteArray("of-the-environment"));
+    EXPECT_EQ(m_store.storedToken(m_here), QStringLiteral("of-the-file"));
+    EXPECT_EQ(m_store.storedToken(m_there), std::nullopt);
+}
+
 TEST_F(ConfigStoreTest, ChangesOnlyTheFileWhileTheEnvironmentHasAToken) {
     write(R"({"tokens": {"https://there.example": "there"}})");
     const ScopedVariable variable("DW_TOKEN", QByteArray("of-the-environment"));

@@ -414,6 +414,23 @@ TEST_F(PlatformClientTest, FetchesStats) {
     EXPECT_EQ(*fetched.record, (StatsResponse{1, 2, 3, 4, 5, 6}));
 }
 
+TEST_F(PlatformClientTest, AsksWhoATokenBelongsToWithoutStoringIt) {
+    serve(answer("200 OK", identity));
+    saveToken("stored");
+    const Identity owner = await(client().ownerOf(QStringLiteral("given"), config(), {}));
+    EXPECT_EQ(owner.name, QStringLiteral("Ada"));
+    EXPECT_EQ(sent(server()), "GET /api/me (none) (none)");
+    EXPECT_EQ(server().onlyRequest().header("Authorization"), "Bearer given");
+    EXPECT_EQ(client().store().storedToken(config()), QStringLiteral("stored"));
+}
+
+TEST_F(PlatformClientTest, ExpectsAnOwnerOfAToken) {
+    serve(answer("200 OK", "null"));
+    EXPECT_EQ(outcomeOf(client().ownerOf(QStringLiteral("given"), config(), {}),
+                        [](const Identity& owner) { return owner.name.toStdString(); }),
+              "Api: unexpected response for /api/me");
+}
+
 TEST_F(PlatformClientTest, FetchesLibs) {
     serve(answer("200 OK", R"({"libs":[{"name":"auth","moduleUrl":"m","skillUrl":"s","manifest":)"
                            R"({"name":"auth","version":"1","description":"d","author":"a"}}]})"));
@@ -543,6 +560,41 @@ TEST_F(PlatformClientTest, DecodesTheAnswerOfEveryChange) {
     serve(answer("200 OK", R"({"ok":1,"site":"blog","enabled":true})"));
     EXPECT_EQ(outcomeOf(client().setCollab(config(), blog, true, {}), toText),
               "Api: unexpected response for /api/collab/blog/enable");
+}
+
+class UrlSchemeTest : public testing::Test {
+protected:
+    [[nodiscard]] std::string schemeOf(std::string_view information) const {
+        m_folder.write("Contents/Info.json", information);
+        const PlatformClient client(Bundle(m_folder / "Contents"), ConfigStore(m_folder / "config.json"));
+        return client.urlScheme().toStdString();
+    }
+
+private:
+    TestFolder m_folder;
+};
+
+TEST_F(UrlSchemeTest, IsTheFirstOfTheBundle) {
+    EXPECT_EQ(schemeOf(R"({"CFBundleURLTypes": [{"CFBundleURLSchemes": ["acme"]}]})"), "acme");
+    EXPECT_EQ(schemeOf(R"({"CFBundleURLTypes": [{"CFBundleURLSchemes": ["acme", "other"]},
+                                                {"CFBundleURLSchemes": ["third"]}]})"),
+              "acme");
+}
+
+TEST_F(UrlSchemeTest, IsTheUsualOneWhereTheBundleNamesNone) {
+    for (const char* information :
+         {"", "{}", R"({"CFBundleURLTypes": null})", R"({"CFBundleURLTypes": "acme"})", R"({"CFBundleURLTypes": []})",
+          R"({"CFBundleURLTypes": ["acme"]})", R"({"CFBundleURLTypes": {"CFBundleURLSchemes": ["acme"]}})",
+          R"({"CFBundleURLTypes": [{}]})", R"({"CFBundleURLTypes": [{"CFBundleURLSchemes": "acme"}]})",
+          R"({"CFBundleURLTypes": [{"CFBundleURLSchemes": []}]})",
+          R"({"CFBundleURLTypes": [{"CFBundleURLSchemes": [7]}]})",
+          R"({"CFBundleURLTypes": [{"CFBundleURLSchemes": [""]}]})",
+          R"({"CFBundleURLTypes": [{"CFBundleURLSchemes": [null, "acme"]}]})",
+          R"({"CFBundleURLTypes": [{}, {"CFBundleURLSchemes": ["acme"]}]})"}) {
+        EXPECT_EQ(schemeOf(information), "driftwell") << information;
+    }
+    const TestFolder folder;
+    EXPECT_EQ(PlatformClient(Bundle(), ConfigStore(folder / "config.json")).urlScheme(), QStringLiteral("driftwell"));
 }
 
 } // namespace

@@ -486,6 +486,12 @@ TEST(RecordDecoderTest, NamesEveryModeByTheTextItDecodesFrom) {
     EXPECT_EQ(rawValue(SiteAccessMode::Public), QStringLiteral("public"));
 }
 
+TEST(RecordDecoderTest, NamesEveryKindOfLineByTheTextItDecodesFrom) {
+    EXPECT_EQ(rawValue(LogEntry::Kind::Api), QStringLiteral("api"));
+    EXPECT_EQ(rawValue(LogEntry::Kind::Ws), QStringLiteral("ws"));
+    EXPECT_EQ(rawValue(LogEntry::Kind::Deploy), QStringLiteral("deploy"));
+}
+
 TEST(RecordDecoderTest, HasATeamsAccessForASiteWithoutARecord) {
     EXPECT_EQ(SiteAccess::teamDefault(), (SiteAccess{SiteAccessMode::Team, {}, std::nullopt, std::nullopt}));
 }

@@ -10,7 +10,7 @@ namespace project {
 namespace {
 
 /// Known here rather than looked up, so that a folder which is gone is still missed where a document names it.
-constexpr std::array<std::string_view, 19> topNames = {".ci",
+constexpr std::array<std::string_view, 20> topNames = {".ci",
                                                        ".clang-format",
                                                        ".clang-tidy",
                                                        ".gitignore",
@@ -22,6 +22,7 @@ constexpr std::array<std::string_view, 19> topNames = {".ci",
                                                        "README.md",
                                                        "bench",
                                                        "cmake",
+                                                       "data",
                                                        "dev",
                                                        "docs",
                                                        "examples",

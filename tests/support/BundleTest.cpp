@@ -30,6 +30,28 @@ TEST(BundleTest, GivesNoValueThatIsNotAString) {
     }
 }
 
+TEST(BundleTest, GivesTheListsOfItsInformation) {
+    const TestFolder folder;
+    folder.write("Contents/Info.json", R"({"List": ["dw", 7, {"a": ["b"]}], "None": []})");
+    const Bundle bundle(folder / "Contents");
+    const QVariantList list = bundle.list(QStringLiteral("List"));
+    ASSERT_EQ(list.size(), 3);
+    EXPECT_EQ(list.at(0).toString(), QStringLiteral("dw"));
+    EXPECT_EQ(list.at(2).toMap().value(QStringLiteral("a")).toList(), QVariantList{QStringLiteral("b")});
+    EXPECT_TRUE(bundle.list(QStringLiteral("None")).isEmpty());
+}
+
+TEST(BundleTest, GivesAnEmptyListForAValueThatIsNone) {
+    const TestFolder folder;
+    folder.write("Contents/Info.json",
+                 R"({"Null": null, "Number": 7, "Truth": true, "Text": "dw", "Object": {"a": "b"}})");
+    const Bundle bundle(folder / "Contents");
+    for (const char* key : {"Null", "Number", "Truth", "Text", "Object", "Missing"}) {
+        EXPECT_TRUE(bundle.list(QString::fromLatin1(key)).isEmpty()) << key;
+    }
+    EXPECT_TRUE(Bundle().list(QStringLiteral("Text")).isEmpty());
+}
+
 TEST(BundleTest, ReadsMissingOrDamagedInformationAsEmpty) {
     const TestFolder folder;
     EXPECT_EQ(Bundle(folder / "Contents").string(QStringLiteral("DWCommandName")), std::nullopt);

@@ -13,6 +13,10 @@ Application::Application(AppState& state, DesktopServices& desktop)
 }
 
 void Application::begin(const Invocation& invocation) {
+    // There is no introduction to go through: the window itself shows how one begins.
+    if (m_state.needsOnboarding()) {
+        m_state.completeOnboarding();
+    }
     m_state.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
 }

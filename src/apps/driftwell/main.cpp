@@ -3,6 +3,8 @@
 #include "core/AppState.h"
 #include "core/UserDefaults.h"
 #include "desktop/freedesktop/FreedesktopServices.h"
+#include "desktop/freedesktop/LaunchRequest.h"
+#include "desktop/freedesktop/SingleInstance.h"
 #include "platform/PlatformClient.h"
 #include "support/Bundle.h"
 #include "ui/Scene.h"
@@ -22,6 +24,7 @@ using namespace driftwell;
 
 namespace {
 
+constexpr int failed = 1;
 constexpr int wrongUsage = 2;
 
 void describeApplication() {
@@ -55,14 +58,26 @@ std::optional<int> answer(const Invocation& invocation) {
     }
 }
 
-int run(int argc, char** argv, std::unique_ptr<PlatformClient> client, const Invocation& invocation) {
+Invocation invocationOf(const std::vector<std::string>& arguments, const QString& urlScheme) {
+    return Invocation::parse(arguments, std::filesystem::current_path(), urlScheme.toStdString());
+}
+
+int run(int argc, char** argv, std::unique_ptr<PlatformClient> client, SingleInstance& instance,
+        const Invocation& invocation) {
     Scene::chooseRenderer();
     const QApplication qt(argc, argv);
     describeApplication();
     FreedesktopServices desktop;
+    const QString urlScheme = client->urlScheme();
     auto defaults = openUserDefaults(client->store().file());
     AppState state(std::move(client), desktop, std::move(defaults));
     Application application(state, desktop);
+    QObject::connect(&instance, &SingleInstance::activated, &application,
+                     [&](const std::vector<std::string>& arguments, const std::string& activationToken) {
+                         application.handle(invocationOf(arguments, urlScheme),
+                                            QByteArray::fromStdString(activationToken));
+                     });
+    instance.listen();
     application.begin(invocation);
     return QApplication::exec();
 }
@@ -74,10 +89,19 @@ int main(int argc, char** argv) {
     ::signal(SIGPIPE, SIG_IGN);
     const Bundle bundle = Bundle::ofRunningProgram();
     auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
-    const std::vector<std::string> arguments(argv + 1, argv + argc);
-    const Invocation invocation = Invocation::parse(arguments, std::filesystem::current_path(), "driftwell");
+    const LaunchRequest request = LaunchRequest::ofThisProcess(argc, argv);
+    const Invocation invocation = invocationOf(request.arguments, client->urlScheme());
     if (const std::optional<int> code = answer(invocation)) {
         return *code;
     }
-    return run(argc, argv, std::move(client), invocation);
+    try {
+        SingleInstance instance(client->store().file().parent_path());
+        if (instance.claim(request) == SingleInstance::Role::HandedOver) {
+            return 0;
+        }
+        return run(argc, argv, std::move(client), instance, invocation);
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "driftwell: %s\n", failure.what());
+        return failed;
+    }
 }

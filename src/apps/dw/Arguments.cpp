@@ -1,7 +1,9 @@
 #include "apps/dw/Arguments.h"
 
+#include "apps/dw/CommandDefinition.h"
 #include "apps/dw/Completions.h"
 #include "apps/dw/Reporter.h"
+#include "apps/dw/SiteArguments.h"
 
 #include <QStringList>
 
@@ -46,7 +48,6 @@ private:
     void addWhoAmI();
     void addCompletion();
     void addHelp();
-    void addJson(CLI::App& command);
     [[nodiscard]] bool isCommand(const std::string& name) const;
     [[nodiscard]] const CLI::App& askedFor() const;
     [[nodiscard]] std::string help(const CLI::App& command) const;
@@ -61,10 +62,6 @@ private:
 
     CLI::App m_app{"Publishes a folder as a website on your team's platform.", "dw"};
     Arguments m_arguments;
-    CLI::App* m_host = nullptr;
-    CLI::App* m_deploy = nullptr;
-    CLI::App* m_list = nullptr;
-    CLI::App* m_whoAmI = nullptr;
     CLI::App* m_completion = nullptr;
     CLI::App* m_help = nullptr;
     std::string m_shell;
@@ -84,6 +81,7 @@ Parser::Parser() {
     addHost();
     addDeploy();
     addList();
+    addSiteCommands(m_app, m_arguments);
     addWhoAmI();
     addCompletion();
     addHelp();
@@ -94,29 +92,29 @@ Parser::Parser() {
 }
 
 void Parser::addHost() {
-    m_host = m_app.add_subcommand("host", "Print the platform in use, or choose another");
-    m_host->add_option("HOST", m_arguments.host, "The platform, for example sites.example.org")->type_name("");
+    addCommand(m_app, m_arguments, Command::Host, "host", "Print the platform in use, or choose another")
+        .add_option("HOST", m_arguments.host, "The platform, for example sites.example.org")
+        ->type_name("");
 }
 
 void Parser::addDeploy() {
-    m_deploy = m_app.add_subcommand("deploy", "Publish a folder as a website and print its address");
-    m_deploy->add_option("FOLDER", m_arguments.folder, "The folder to publish (default: the present one)")
-        ->type_name("");
-    m_deploy->add_option("--name", m_arguments.name, "The site's name (default: from the folder's name)")
+    CLI::App& deploy = addCommand(m_app, m_arguments, Command::Deploy, "deploy",
+                                  "Publish a folder as a website and print its address");
+    deploy.add_option("FOLDER", m_arguments.folder, "The folder to publish (default: the present one)")->type_name("");
+    deploy.add_option("--name", m_arguments.name, "The site's name (default: from the folder's name)")
         ->type_name("NAME");
-    m_deploy->add_flag("--dry-run", m_arguments.dryRun, "List the files that would go up and send nothing")
+    deploy.add_flag("--dry-run", m_arguments.dryRun, "List the files that would go up and send nothing")
         ->disable_flag_override();
-    addJson(*m_deploy);
+    addJson(deploy, m_arguments);
 }
 
 void Parser::addList() {
-    m_list = m_app.add_subcommand("list", "List the team's sites, the latest deployment first");
-    addJson(*m_list);
+    addJson(addCommand(m_app, m_arguments, Command::List, "list", "List the team's sites, the latest deployment first"),
+            m_arguments);
 }
 
 void Parser::addWhoAmI() {
-    m_whoAmI = m_app.add_subcommand("whoami", "Print who is signed in");
-    addJson(*m_whoAmI);
+    addJson(addCommand(m_app, m_arguments, Command::WhoAmI, "whoami", "Print who is signed in"), m_arguments);
 }
 
 void Parser::addCompletion() {
@@ -127,10 +125,6 @@ void Parser::addCompletion() {
 void Parser::addHelp() {
     m_help = m_app.add_subcommand("help", "Print help, for all commands or for one");
     m_help->add_option("COMMAND", m_helpTopic, "The command")->type_name("");
-}
-
-void Parser::addJson(CLI::App& command) {
-    command.add_flag("--json", m_arguments.json, "Print one JSON object instead of text")->disable_flag_override();
 }
 
 Parsed Parser::parse(int argc, char** argv) {
@@ -160,13 +154,6 @@ Parsed Parser::parse(int argc, char** argv) {
         return script.empty() ? wrongUsage(QStringLiteral("There are completions for bash, zsh and fish, not for “%1”")
                                                .arg(text(m_shell)))
                               : answer(script);
-    }
-    if (m_host->parsed()) {
-        m_arguments.command = Command::Host;
-    } else if (m_list->parsed()) {
-        m_arguments.command = Command::List;
-    } else if (m_whoAmI->parsed()) {
-        m_arguments.command = Command::WhoAmI;
     }
     return {m_arguments, ExitCode::Done};
 }
@@ -231,8 +218,12 @@ QString Parser::whatIsWrong(const CLI::ParseError& error) const {
     if (m_completion->parsed()) {
         return QStringLiteral("completion needs a shell: bash, zsh or fish");
     }
-    return dynamic_cast<const CLI::RequiredError*>(&error) != nullptr ? QStringLiteral("A command is missing")
-                                                                      : text(error.what());
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        const CLI::App& command = askedFor();
+        return &command == &m_app ? QStringLiteral("A command is missing")
+                                  : QStringLiteral("%1 needs a site").arg(text(command.get_name()));
+    }
+    return text(error.what());
 }
 
 QString Parser::whatIsWrongWith(const std::string& optionName, const CLI::App& command) const {

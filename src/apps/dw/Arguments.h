@@ -1,7 +1,10 @@
 #pragma once
 
+#include "platform/Models.h"
+
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace driftwell::dw {
 
@@ -15,7 +18,22 @@ enum class ExitCode {
     Interrupted = 130,
 };
 
-enum class Command { Host, Deploy, List, WhoAmI };
+enum class Command { Host, Deploy, List, WhoAmI, Open, Logs, History, Rollback, Delete, Share, Libs };
+
+/// share: what is to be changed.
+struct ShareArguments {
+    std::optional<SiteAccessMode> mode;
+    /// E-mail addresses, as typed.
+    std::vector<std::string> invite;
+    std::vector<std::string> remove;
+    std::optional<bool> anyoneCanComment;
+};
+
+/// libs: the libraries to be switched.
+struct LibsArguments {
+    std::vector<std::string> enable;
+    std::vector<std::string> disable;
+};
 
 /// A command line that asks for work.
 struct Arguments {
@@ -30,6 +48,14 @@ struct Arguments {
     std::optional<std::string> name;
     /// deploy: show what would go up.
     bool dryRun = false;
+    /// The site that a command is about. Only what reads can do without: absent, it is the present folder's.
+    std::optional<std::string> site;
+    /// logs: how many lines.
+    int limit = 100;
+    /// delete: the site's name once more.
+    std::optional<std::string> confirmation;
+    ShareArguments share;
+    LibsArguments libs;
 };
 
 /// A command line is answered at once (help, version, completion scripts, wrong usage), or it asks for work.

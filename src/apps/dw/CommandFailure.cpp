@@ -30,6 +30,9 @@ CommandFailure commandFailure(const std::exception& thrown) {
     if (const auto* const usage = dynamic_cast<const WrongUsage*>(&thrown)) {
         return {"usage", usage->message(), usage->hint(), ExitCode::WrongUsage};
     }
+    if (const auto* const failed = dynamic_cast<const FailedCommand*>(&thrown)) {
+        return failed->failure();
+    }
     const auto* const platform = dynamic_cast<const PlatformError*>(&thrown);
     return commandFailure(describe(thrown), platform != nullptr ? std::optional(platform->kind()) : std::nullopt);
 }

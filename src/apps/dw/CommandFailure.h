@@ -16,7 +16,7 @@ namespace driftwell::dw {
 /// A command that ended without success, as it is shown and as the process ends.
 struct CommandFailure {
     /// Machine-readable: "usage", "interrupted", "system", "unreachable", "notTeam", "api", "noHost",
-    /// "unauthenticated".
+    /// "unauthenticated", "noSite", "noLibrary", "notConfirmed".
     std::string kind;
     QString message;
     /// What the person can do about it; may be empty.
@@ -38,7 +38,19 @@ private:
     QString m_hint;
 };
 
-/// The failure for what a call threw, Cancelled and WrongUsage among it.
+/// Thrown for a failure that only this tool knows of.
+class FailedCommand final : public std::runtime_error {
+public:
+    explicit FailedCommand(CommandFailure failure)
+        : std::runtime_error(failure.message.toStdString()), m_failure(std::move(failure)) {}
+
+    [[nodiscard]] const CommandFailure& failure() const { return m_failure; }
+
+private:
+    CommandFailure m_failure;
+};
+
+/// The failure for what a call threw, Cancelled, WrongUsage and FailedCommand among it.
 [[nodiscard]] CommandFailure commandFailure(const std::exception& thrown);
 
 /// The failure for a text of which only the kind of platform call is known; without a kind, a failure of this machine.

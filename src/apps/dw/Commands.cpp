@@ -1,6 +1,11 @@
 #include "apps/dw/Commands.h"
 
 #include "apps/dw/DeployCommand.h"
+#include "apps/dw/JsonValues.h"
+#include "apps/dw/LibsCommand.h"
+#include "apps/dw/LogCommands.h"
+#include "apps/dw/ShareCommand.h"
+#include "apps/dw/SiteCommands.h"
 #include "apps/dw/Table.h"
 #include "apps/dw/Texts.h"
 #include "core/SiteLists.h"
@@ -8,18 +13,16 @@
 
 #include <QStringList>
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
-
-using Json = nlohmann::ordered_json;
 
 namespace {
 
 const QString hostExample = QStringLiteral("For example: dw host sites.example.org");
 
-Json orNull(const std::optional<QString>& text) {
-    return text ? Json(text->toStdString()) : Json(nullptr);
+void requireToken(const PlatformClient& client, const PlatformConfig& config) {
+    if (!config.isLocal() && !client.store().token(config)) {
+        throw PlatformError::unauthenticated();
+    }
 }
 
 ExitCode host(const Arguments& arguments, const Context& context) {
@@ -46,7 +49,7 @@ void printFields(Reporter& reporter, const QList<SiteInfo>& sites) {
     for (const SiteInfo& site : sites) {
         const QStringList fields{site.name, site.url, site.deployedAt.value_or(QString()),
                                  site.deployedBy.value_or(QString())};
-        reporter.line(fields.join(u'\t').toStdString());
+        reporter.line(fieldsText(fields).toStdString());
     }
 }
 
@@ -120,6 +123,20 @@ Task<ExitCode> dispatch(Arguments arguments, std::shared_ptr<Context> context) {
         co_return co_await list(context);
     case Command::WhoAmI:
         co_return co_await whoAmI(context);
+    case Command::Open:
+        co_return co_await open(std::move(arguments), context);
+    case Command::Logs:
+        co_return co_await logs(std::move(arguments), context);
+    case Command::History:
+        co_return co_await history(std::move(arguments), context);
+    case Command::Rollback:
+        co_return co_await rollback(std::move(arguments), context);
+    case Command::Delete:
+        co_return co_await deleteSite(std::move(arguments), context);
+    case Command::Share:
+        co_return co_await share(std::move(arguments), context);
+    case Command::Libs:
+        co_return co_await libs(std::move(arguments), context);
     }
     Q_UNREACHABLE();
 }
@@ -138,10 +155,14 @@ PlatformConfig requireConfig(const PlatformClient& client) {
     return config;
 }
 
+PlatformConfig requireSignIn(const PlatformClient& client) {
+    PlatformConfig config = requireConfig(client);
+    requireToken(client, config);
+    return config;
+}
+
 Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformConfig config, std::stop_token stop) {
-    if (!config.isLocal() && !client.store().token(config)) {
-        throw PlatformError::unauthenticated();
-    }
+    requireToken(client, config);
     co_return co_await client.me(config, stop);
 }
 

@@ -20,6 +20,10 @@ struct Context {
 /// The platform in use. Throws PlatformError::noHost when there is none, and WrongUsage for one that cannot be read.
 [[nodiscard]] PlatformConfig requireConfig(const PlatformClient& client);
 
+/// The platform in use, which has a token of ours if it needs one. Throws as requireConfig(), and
+/// PlatformError::unauthenticated.
+[[nodiscard]] PlatformConfig requireSignIn(const PlatformClient& client);
+
 /// Who is signed in; absent when the platform knows no person. Throws as PlatformClient::me(), and without asking when
 /// the platform needs a token and there is none.
 [[nodiscard]] Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformConfig config,

@@ -4,41 +4,73 @@ namespace driftwell::dw {
 
 namespace {
 
+// The names of the sites are the platform's. What is no site name is left out, for a shell would take it as it is.
+
 constexpr const char* bash = R"script(# Completion for dw in bash. Load it with: source <(dw completion bash)
+_dw_sites() {
+    timeout 2 dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*'
+}
 _dw() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
+    local commands="host deploy list open logs history rollback delete share libs whoami completion" words=""
     COMPREPLY=()
-    if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W "host deploy list whoami completion help --version --help" -- "$current"))
-        return
-    fi
-    case $command in
-        deploy)
-            if [[ $previous == --name ]]; then
-                return
-            elif [[ $current == -* ]]; then
-                COMPREPLY=($(compgen -W "--name --dry-run --json --help" -- "$current"))
+    case $COMP_CWORD:$command:$previous in
+        1:*) words="$commands help --version --help" ;;
+        *:share:--mode) words="team restricted public" ;;
+        *:share:--comments) words="on off" ;;
+        *:deploy:--name | *:logs:--limit | *:delete:--confirm) ;;
+        *:share:--invite | *:share:--remove | *:libs:--enable | *:libs:--disable) ;;
+        *:deploy:*)
+            if [[ $current == -* ]]; then
+                words="--name --dry-run --json --help"
             else
                 compopt -o filenames 2>/dev/null
                 mapfile -t COMPREPLY < <(compgen -d -- "$current")
             fi
             ;;
-        list | whoami) COMPREPLY=($(compgen -W "--json --help" -- "$current")) ;;
-        completion) COMPREPLY=($(compgen -W "bash zsh fish" -- "$current")) ;;
-        help) COMPREPLY=($(compgen -W "host deploy list whoami completion" -- "$current")) ;;
-        host) COMPREPLY=($(compgen -W "--help" -- "$current")) ;;
+        *:open:* | *:logs:* | *:history:* | *:rollback:* | *:delete:* | *:share:* | *:libs:*)
+            if [[ $current != -* ]]; then
+                words=$(_dw_sites)
+            else
+                words="--json --help"
+                case $command in
+                    logs) words+=" --limit" ;;
+                    delete) words+=" --confirm" ;;
+                    share) words+=" --mode --invite --remove --comments" ;;
+                    libs) words+=" --enable --disable" ;;
+                esac
+            fi
+            ;;
+        *:list:* | *:whoami:*) words="--json --help" ;;
+        *:completion:*) words="bash zsh fish" ;;
+        *:help:*) words=$commands ;;
+        *:host:*) words="--help" ;;
     esac
+    if [[ -n $words ]]; then
+        COMPREPLY=($(compgen -W "$words" -- "$current"))
+    fi
 }
 complete -F _dw dw
 )script";
 
 constexpr const char* zsh = R"script(#compdef dw
 # Completion for dw in zsh. Load it with: source <(dw completion zsh)
+_dw_sites() {
+    local -a sites=(${(f)"$(timeout 2 dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*')"})
+    compadd -a sites
+}
 _dw() {
     local -a commands=(
         'host:print the platform in use, or choose another'
         'deploy:publish a folder as a website and print its address'
         'list:list the sites of the team'
+        'open:open a site in the browser and print its address'
+        'logs:print the recent activity of a site'
+        'history:print the deployments and rollbacks of a site'
+        'rollback:swap the live version of a site with the one before it'
+        'delete:delete a site for good'
+        'share:print who may open a site, or change that'
+        'libs:list the shared libraries of a site, or switch them'
         'whoami:print who is signed in'
         'completion:print a completion script for a shell'
         'help:print help, for all commands or for one'
@@ -49,16 +81,29 @@ _dw() {
         return
     fi
     local command=$words[2]
+    local -a common=('--json[print one JSON object]' '--help[print help]') site=('1:site:_dw_sites')
     shift words
     ((CURRENT--))
     case $command in
         deploy)
-            _arguments '--name[the name of the site]:name:' '--dry-run[list the files and send nothing]' \
-                '--json[print one JSON object]' '--help[print help]' '1:folder:_files -/'
+            _arguments $common '--name[the name of the site]:name:' '--dry-run[list the files and send nothing]' \
+                '1:folder:_files -/'
             ;;
-        list | whoami) _arguments '--json[print one JSON object]' '--help[print help]' ;;
+        list | whoami) _arguments $common ;;
+        open | history | rollback) _arguments $common $site ;;
+        logs) _arguments $common $site '--limit[at most so many lines]:number:' ;;
+        delete) _arguments $common $site '--confirm[the name of the site once more]:name:' ;;
+        share)
+            _arguments $common $site '--mode[who may open it]:mode:(team restricted public)' \
+                '*--invite[invite somebody]:address:' '*--remove[take an invitation back]:address:' \
+                '--comments[whether everyone with access can comment]:switch:(on off)'
+            ;;
+        libs)
+            _arguments $common $site '*--enable[switch a library on]:library:' \
+                '*--disable[switch a library off]:library:'
+            ;;
         completion) _arguments '1:shell:(bash zsh fish)' ;;
-        help) _arguments '1:command:(host deploy list whoami completion)' ;;
+        help) _arguments '1:command:(host deploy list open logs history rollback delete share libs whoami completion)' ;;
         host) _arguments '1:host:_hosts' '--help[print help]' ;;
     esac
 }
@@ -70,10 +115,20 @@ fi
 )script";
 
 constexpr const char* fish = R"script(# Completion for dw in fish. Load it with: dw completion fish | source
+function __dw_sites
+    timeout 2 dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*'
+end
 complete -c dw -f
 complete -c dw -n __fish_use_subcommand -a host -d 'Print the platform in use, or choose another'
 complete -c dw -n __fish_use_subcommand -a deploy -d 'Publish a folder as a website and print its address'
 complete -c dw -n __fish_use_subcommand -a list -d 'List the sites of the team'
+complete -c dw -n __fish_use_subcommand -a open -d 'Open a site in the browser and print its address'
+complete -c dw -n __fish_use_subcommand -a logs -d 'Print the recent activity of a site'
+complete -c dw -n __fish_use_subcommand -a history -d 'Print the deployments and rollbacks of a site'
+complete -c dw -n __fish_use_subcommand -a rollback -d 'Swap the live version of a site with the one before it'
+complete -c dw -n __fish_use_subcommand -a delete -d 'Delete a site for good'
+complete -c dw -n __fish_use_subcommand -a share -d 'Print who may open a site, or change that'
+complete -c dw -n __fish_use_subcommand -a libs -d 'List the shared libraries of a site, or switch them'
 complete -c dw -n __fish_use_subcommand -a whoami -d 'Print who is signed in'
 complete -c dw -n __fish_use_subcommand -a completion -d 'Print a completion script for a shell'
 complete -c dw -n __fish_use_subcommand -a help -d 'Print help, for all commands or for one'
@@ -82,9 +137,19 @@ complete -c dw -l help -s h -d 'Print help'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -a '(__fish_complete_directories)'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -l name -x -d 'The name of the site'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -l dry-run -d 'List the files and send nothing'
-complete -c dw -n '__fish_seen_subcommand_from deploy list whoami' -l json -d 'Print one JSON object'
+set -l site_commands open logs history rollback delete share libs
+complete -c dw -n "__fish_seen_subcommand_from deploy list whoami $site_commands" -l json -d 'Print one JSON object'
+complete -c dw -n "__fish_seen_subcommand_from $site_commands; and not __fish_seen_subcommand_from help" -a '(__dw_sites)'
+complete -c dw -n '__fish_seen_subcommand_from logs' -l limit -x -d 'At most so many lines'
+complete -c dw -n '__fish_seen_subcommand_from delete' -l confirm -x -d 'The name of the site once more'
+complete -c dw -n '__fish_seen_subcommand_from share' -l mode -x -a 'team restricted public' -d 'Who may open it'
+complete -c dw -n '__fish_seen_subcommand_from share' -l invite -x -d 'Invite somebody'
+complete -c dw -n '__fish_seen_subcommand_from share' -l remove -x -d 'Take an invitation back'
+complete -c dw -n '__fish_seen_subcommand_from share' -l comments -x -a 'on off' -d 'Whether everyone can comment'
+complete -c dw -n '__fish_seen_subcommand_from libs' -l enable -x -d 'Switch a library on'
+complete -c dw -n '__fish_seen_subcommand_from libs' -l disable -x -d 'Switch a library off'
 complete -c dw -n '__fish_seen_subcommand_from completion' -a 'bash zsh fish'
-complete -c dw -n '__fish_seen_subcommand_from help' -a 'host deploy list whoami completion'
+complete -c dw -n '__fish_seen_subcommand_from help' -a 'host deploy list open logs history rollback delete share libs whoami completion'
 )script";
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "apps/dw/DeployCommand.h"
 
+#include "apps/dw/JsonValues.h"
 #include "apps/dw/TerminalDesktop.h"
 #include "apps/dw/Texts.h"
 #include "core/AppState.h"
@@ -13,14 +14,10 @@
 
 #include <QTimer>
 
-#include <nlohmann/json.hpp>
-
 #include <chrono>
 #include <system_error>
 
 namespace driftwell::dw {
-
-using Json = nlohmann::ordered_json;
 
 namespace {
 

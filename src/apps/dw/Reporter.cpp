@@ -60,7 +60,7 @@ Reporter::Reporter(Form form)
       m_colours(m_progressWanted && qEnvironmentVariableIsEmpty("NO_COLOR")) {}
 
 Reporter::~Reporter() {
-    clearProgress();
+    beginLine();
 }
 
 int Reporter::outputColumns() {
@@ -70,7 +70,7 @@ int Reporter::outputColumns() {
 }
 
 void Reporter::text(const std::string& bytes) {
-    clearProgress();
+    beginLine();
     errno = 0;
     print(bytes, stdout);
     noteOutputFailure();
@@ -108,6 +108,16 @@ void Reporter::progress(const QString& text) {
     }
     print(clearLine + text.toStdString(), stderr);
     m_progressShown = text;
+}
+
+bool Reporter::canAsk() const {
+    return m_errorIsTerminal && ::isatty(STDIN_FILENO) == 1;
+}
+
+void Reporter::question(const QString& sentence, const QString& text) {
+    writeError("", {}, sentence);
+    print(withoutControlCharacters(text).toStdString(), stderr);
+    m_questionOpen = true;
 }
 
 void Reporter::failure(const CommandFailure& failure) {
@@ -149,7 +159,7 @@ void Reporter::writeObject(const Json& object) {
 }
 
 void Reporter::writeError(const char* colour, const QString& mark, const QString& text) {
-    clearProgress();
+    beginLine();
     // What was said before on the other stream stays before.
     errno = 0;
     std::fflush(stdout);
@@ -162,10 +172,15 @@ void Reporter::writeError(const char* colour, const QString& mark, const QString
     print(line, stderr);
 }
 
-void Reporter::clearProgress() {
+/// Whatever is written next begins a line of its own.
+void Reporter::beginLine() {
     if (!m_progressShown.isEmpty()) {
         print(clearLine, stderr);
         m_progressShown.clear();
+    }
+    if (m_questionOpen) {
+        print("\n", stderr);
+        m_questionOpen = false;
     }
 }
 

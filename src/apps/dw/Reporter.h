@@ -45,6 +45,15 @@ public:
     /// Replaces the progress line.
     void progress(const QString& text);
 
+    /// Whether there is a person who reads questions and can answer them.
+    [[nodiscard]] bool canAsk() const;
+
+    /// A sentence, and in the next line a question, which the person ends with an answer.
+    void question(const QString& sentence, const QString& text);
+
+    /// The person has ended it.
+    void answered() { m_questionOpen = false; }
+
     /// A failed end: in JSON form the one object, otherwise a message with its hint.
     void failure(const CommandFailure& failure);
 
@@ -54,7 +63,7 @@ public:
 private:
     void writeObject(const nlohmann::ordered_json& object);
     void writeError(const char* colour, const QString& mark, const QString& text);
-    void clearProgress();
+    void beginLine();
     void noteOutputFailure();
 
     Form m_form;
@@ -65,6 +74,7 @@ private:
     /// The errno of the first failed write to standard output.
     int m_outputFailure = 0;
     QString m_progressShown;
+    bool m_questionOpen = false;
 };
 
 } // namespace driftwell::dw

@@ -38,6 +38,19 @@ QString localTimeText(const QString& timestamp) {
     return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).toString(QStringLiteral("yyyy-MM-dd HH:mm"));
 }
 
+QString fieldsText(QStringList fields) {
+    for (QString& field : fields) {
+        for (const QChar separator : {u'\t', u'\n', u'\r'}) {
+            field.replace(separator, u' ');
+        }
+    }
+    return fields.join(u'\t');
+}
+
+QString personText(const QString& address) {
+    return address.section(u'@', 0, 0);
+}
+
 QString stageText(DeployStage stage) {
     switch (stage.step) {
     case DeployStage::Step::Packing:

@@ -4,6 +4,7 @@
 #include "deploy/SiteName.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <chrono>
 #include <cstdint>
@@ -23,6 +24,12 @@ namespace driftwell::dw {
 /// A platform's time "2026-03-01T09:30:00Z" as "2026-03-01 10:30" of the person's own zone; one that cannot be read, as
 /// it is.
 [[nodiscard]] QString localTimeText(const QString& timestamp);
+
+/// A row for a program: the fields joined by tabs. Tabs and line breaks within a field become blanks.
+[[nodiscard]] QString fieldsText(QStringList fields);
+
+/// A person as a narrow column has it: the address up to its "@".
+[[nodiscard]] QString personText(const QString& address);
 
 /// The progress line of a stage.
 [[nodiscard]] QString stageText(DeployStage stage);

@@ -235,7 +235,7 @@ Store::Rollback Store::rollBack(const std::string& site, const std::string& pers
         .bind(person)
         .bind(site)
         .run();
-    addLog(site, "deploy", "rollback", person, "Rolled back to the version before", time);
+    addLog(site, "deploy", "rollback", person, "rolled back to the version before", time);
     transaction.commit();
     return Rollback::Done;
 }

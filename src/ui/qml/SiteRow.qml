@@ -35,6 +35,9 @@ Item {
     Accessible.name: name
     Accessible.description: updatedText
     Accessible.focusable: true
+    // A row that waits for its next site is not there for a screen reader either.
+    ListView.onPooled: visible = false
+    ListView.onReused: visible = true
 
     HoverHandler {
         id: hover

@@ -51,7 +51,7 @@ Rectangle {
             implicitHeight: 6
             radius: 3
             color: toolbar.model.statusColor
-            Accessible.role: Accessible.Indicator
+            Accessible.role: Accessible.Graphic
             Accessible.name: toolbar.model.statusTip
 
             HoverHandler {

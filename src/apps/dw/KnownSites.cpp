@@ -1,0 +1,61 @@
+#include "apps/dw/KnownSites.h"
+
+#include <QStringList>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace driftwell::dw {
+
+namespace {
+
+/// The same folder, whatever links lead to it.
+bool isPresentFolder(const std::filesystem::path& folder) {
+    std::error_code failed;
+    return std::filesystem::equivalent(folder, ".", failed) && !failed;
+}
+
+QString quoted(const QStringList& names) {
+    QStringList all;
+    for (const QString& name : names) {
+        all += QStringLiteral("“%1”").arg(name);
+    }
+    return all.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+QString chosenSite(const Arguments& arguments, const ConfigStore& store) {
+    if (arguments.site) {
+        return QString::fromStdString(*arguments.site);
+    }
+    QStringList names;
+    for (const auto& [name, folder] : store.folderMap()) {
+        if (isPresentFolder(folder)) {
+            names += name;
+        }
+    }
+    if (names.isEmpty()) {
+        throw WrongUsage(QStringLiteral("The present folder was not published from here, so a site must be named"),
+                         QStringLiteral("dw list shows the sites."));
+    }
+    if (names.size() > 1) {
+        throw WrongUsage(
+            QStringLiteral("The present folder was published as %1, so one must be named").arg(quoted(names)));
+    }
+    return names.front();
+}
+
+Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig config, QString name) {
+    const Fetched<SitesResponse> answer = co_await context->client->sites(config, {}, context->stop);
+    const QList<SiteInfo>& sites = answer.record->sites;
+    const auto found =
+        std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
+    if (found == sites.end()) {
+        throw FailedCommand({"noSite", QStringLiteral("There is no site “%1” on %2").arg(name, config.host()),
+                             QStringLiteral("dw list shows the sites."), ExitCode::Failed});
+    }
+    co_return *found;
+}
+
+} // namespace driftwell::dw

@@ -1,0 +1,90 @@
+#include "tests/core/ModelFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+using testing::ElementsAre;
+
+class GatesTest : public ModelFixture {
+protected:
+    void storeDefault(const QString& key, const QVariant& value) {
+        QSettings(QString::fromStdString(folder() / "defaults.ini"), QSettings::IniFormat).setValue(key, value);
+    }
+
+    /// A model as the next start makes it.
+    AppState& restartedModel() {
+        endModel();
+        return model();
+    }
+};
+
+TEST_F(GatesTest, AFirstRunNeedsTheIntroduction) {
+    EXPECT_TRUE(model().needsOnboarding());
+}
+
+TEST_F(GatesTest, TheIntroductionOnceCompletedIsNotNeededAgain) {
+    storeDefault("onboardingCompleted", true);
+    EXPECT_FALSE(model().needsOnboarding());
+}
+
+TEST_F(GatesTest, AnIntroductionStoredAsNotCompletedIsNeeded) {
+    storeDefault("onboardingCompleted", false);
+    EXPECT_TRUE(model().needsOnboarding());
+}
+
+TEST_F(GatesTest, TheVariableSetToOneAsksForTheIntroductionAgain) {
+    storeDefault("onboardingCompleted", true);
+    const ScopedVariable variable("DW_ONBOARDING", "1");
+    EXPECT_TRUE(model().needsOnboarding());
+}
+
+class OnboardingVariableTest : public GatesTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(OnboardingVariableTest, AnyOtherValueLeavesACompletedIntroductionAlone) {
+    storeDefault("onboardingCompleted", true);
+    const ScopedVariable variable("DW_ONBOARDING", GetParam());
+    EXPECT_FALSE(model().needsOnboarding());
+}
+
+TEST_P(OnboardingVariableTest, AnyOtherValueDoesNotHideTheIntroduction) {
+    const ScopedVariable variable("DW_ONBOARDING", GetParam());
+    EXPECT_TRUE(model().needsOnboarding());
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, OnboardingVariableTest, testing::Values("0", "", "true", "yes", " 1", "1 ", "11"));
+
+TEST_F(GatesTest, CompletingTheIntroductionTellsItsObserversOnce) {
+    ChangeLog log(model());
+    model().completeOnboarding();
+    EXPECT_FALSE(model().needsOnboarding());
+    EXPECT_THAT(log.changes(), ElementsAre("needsOnboarding"));
+    model().completeOnboarding();
+    EXPECT_THAT(log.changes(), ElementsAre("needsOnboarding"));
+}
+
+TEST_F(GatesTest, CompletingTheIntroductionHoldsForLaterStarts) {
+    model().completeOnboarding();
+    EXPECT_FALSE(restartedModel().needsOnboarding());
+    EXPECT_THAT(folder().read("defaults.ini"), testing::HasSubstr("onboardingCompleted=true"));
+}
+
+TEST_F(GatesTest, CompletingTheIntroductionThatTheVariableAskedForEndsItForThisRun) {
+    storeDefault("onboardingCompleted", true);
+    const ScopedVariable variable("DW_ONBOARDING", "1");
+    model().completeOnboarding();
+    EXPECT_FALSE(model().needsOnboarding());
+    EXPECT_TRUE(restartedModel().needsOnboarding());
+}
+
+TEST_F(GatesTest, TheIntroductionStaysCompletedWhenTheVariableGoes) {
+    {
+        const ScopedVariable variable("DW_ONBOARDING", "1");
+        model().completeOnboarding();
+    }
+    EXPECT_FALSE(restartedModel().needsOnboarding());
+}
+
+} // namespace
+} // namespace driftwell::tests

@@ -1,0 +1,71 @@
+#include "desktop/freedesktop/RuntimeFolder.h"
+
+#include "tests/ScopedVariable.h"
+#include "tests/TestFolder.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <system_error>
+
+namespace driftwell::tests {
+
+namespace {
+
+using std::filesystem::perms;
+
+QByteArray bytes(const std::filesystem::path& path) {
+    return QByteArray::fromStdString(path.string());
+}
+
+} // namespace
+
+class RuntimeFolderTest : public testing::Test {
+protected:
+    [[nodiscard]] std::filesystem::path fallback() const {
+        return folder / ("driftwell-" + std::to_string(::geteuid()));
+    }
+
+    TestFolder folder;
+    ScopedVariable temporary{"TMPDIR", bytes(folder.path())};
+    ScopedVariable session{"XDG_RUNTIME_DIR", std::nullopt};
+};
+
+TEST_F(RuntimeFolderTest, IsInTheSessionsAndThePersonsOwn) {
+    std::filesystem::create_directory(folder / "session");
+    const ScopedVariable variable("XDG_RUNTIME_DIR", bytes(folder / "session"));
+    EXPECT_EQ(runtimeFolder(), folder / "session/driftwell");
+    EXPECT_EQ(std::filesystem::status(runtimeFolder()).permissions(), perms::owner_all);
+    EXPECT_EQ(runtimeFolder(), folder / "session/driftwell") << "it is there now";
+}
+
+TEST_F(RuntimeFolderTest, IsAmongTemporaryFilesWithoutASession) {
+    EXPECT_EQ(runtimeFolder(), fallback());
+    EXPECT_EQ(std::filesystem::status(runtimeFolder()).permissions(), perms::owner_all);
+}
+
+TEST_F(RuntimeFolderTest, IsAmongTemporaryFilesWhereTheSessionsIsNoFolderOfTheirOwn) {
+    folder.write("file", "");
+    std::filesystem::create_directory(folder / "folder");
+    std::filesystem::create_symlink(folder / "folder", folder / "link");
+    for (const QByteArray& value : {bytes(folder / "missing"), bytes(folder / "file"), bytes(folder / "link"),
+                                    QByteArray("relative"), QByteArray()}) {
+        const ScopedVariable variable("XDG_RUNTIME_DIR", value);
+        EXPECT_EQ(runtimeFolder(), fallback()) << value.toStdString();
+    }
+}
+
+TEST_F(RuntimeFolderTest, IsNotOneThatOthersCanEnter) {
+    std::filesystem::create_directory(fallback());
+    std::filesystem::permissions(fallback(), perms::owner_all | perms::group_exec);
+    EXPECT_THROW(static_cast<void>(runtimeFolder()), std::system_error);
+}
+
+TEST_F(RuntimeFolderTest, IsNotWhatSomethingElseStandsInFor) {
+    std::filesystem::create_directory(folder / "folder");
+    std::filesystem::permissions(folder / "folder", perms::owner_all);
+    std::filesystem::create_symlink(folder / "folder", fallback());
+    EXPECT_THROW(static_cast<void>(runtimeFolder()), std::system_error);
+}
+
+} // namespace driftwell::tests

@@ -1,0 +1,334 @@
+"""A real desktop of its own: X server, window manager, panel with a tray, session bus, accessibility bus; a sandbox
+platform; and the application in it, driven only by what a person has (mouse, keyboard, screen) and read through AT-SPI,
+as a screen reader does.
+
+Nothing is shared with the desktop that a developer sits at, and everything ends with the process.
+"""
+
+import ctypes
+import os
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+from pathlib import Path
+
+DEADLINE = float(os.environ.get("DRIFTWELL_TEST_DEADLINE", "60"))
+POLL = 0.05
+
+
+class TimedOut(AssertionError):
+    """Something that was waited for did not come."""
+
+
+def wait_for(what, condition, deadline=None):
+    """The first true result of `condition`, which may throw meanwhile: widgets come and go while they are looked at."""
+    end = time.monotonic() + (deadline or DEADLINE)
+    last = None
+    while True:
+        try:
+            result = condition()
+            if result:
+                return result
+        except TimedOut:
+            raise
+        except Exception as failure:  # what AT-SPI throws for a widget that has just gone is of many kinds
+            last = failure
+        if time.monotonic() > end:
+            raise TimedOut(f"{what} did not come" + (f" ({last!r})" if last else ""))
+        time.sleep(POLL)
+
+
+def end_with_parent():
+    pr_set_pdeathsig = 1
+    ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
+
+
+class Sandbox:
+    """A platform on this machine, with data that outlives a restart."""
+
+    def __init__(self, session, *options, port=0, data="platform"):
+        self.options = options
+        self.session = session
+        self.data = session.folder / data
+        self.port = port
+        self.process = None
+        self.start()
+
+    def start(self):
+        log = open(self.session.folder / "sandbox.log", "ab")
+        self.process = subprocess.Popen(
+            [self.session.programs / "driftwell-sandbox", "--port", str(self.port), "--data", self.data, *self.options],
+            stdout=subprocess.PIPE, stderr=log, env=self.session.environment, preexec_fn=end_with_parent, text=True)
+        line = self.process.stdout.readline()
+        match = re.search(r"http://\S+:(\d+)", line)
+        if not match:
+            raise AssertionError(f"the sandbox said {line!r}")
+        self.address = match.group(0)
+        self.port = int(match.group(1))
+
+    def stop(self):
+        if self.process:
+            self.process.terminate()
+            self.process.wait(DEADLINE)
+            self.process.stdout.close()
+            self.process = None
+
+    def restart(self, *options):
+        self.stop()
+        self.options = options
+        self.start()
+
+
+class Session:
+    """The desktop. Use as a context manager."""
+
+    def __init__(self, programs, size=(1280, 900)):
+        self.programs = Path(programs)
+        self.size = size
+        self.processes = []
+        self.app = None
+        self.folder = Path(tempfile.mkdtemp(prefix="driftwell-session-"))
+        self.environment = {
+            "HOME": str(self.folder / "home"),
+            "PATH": "/usr/bin:/bin",
+            "LC_ALL": "C.UTF-8",
+            "XDG_RUNTIME_DIR": str(self.folder / "run"),
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+            "BROWSER": str(self.folder / "browser"),
+            "NO_AT_BRIDGE": "0",
+            "no_proxy": "localhost",
+        }
+        for name, value in os.environ.items():
+            if name.endswith("SAN_OPTIONS"):
+                self.environment[name] = value
+
+    def __enter__(self):
+        for name in ("home", "run"):
+            (self.folder / name).mkdir()
+        (self.folder / "run").chmod(0o700)
+        self.write_browser()
+        self.start_screen()
+        self.start_buses()
+        self.start_desktop()
+        return self
+
+    def __exit__(self, *failure):
+        self.close_app()
+        for process in reversed(self.processes):
+            process.kill()
+            process.wait()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    # --- Setting up ---
+
+    def write_browser(self):
+        """What opens in the browser is written down, an address a line."""
+        browser = self.folder / "browser"
+        browser.write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >>"{self.folder}/opened"\n')
+        browser.chmod(0o755)
+
+    def opened(self):
+        file = self.folder / "opened"
+        return file.read_text().splitlines() if file.exists() else []
+
+    def spawn(self, *command, log=None, **options):
+        output = open(self.folder / (log or Path(command[0]).name + ".log"), "ab")
+        process = subprocess.Popen([str(part) for part in command], env=self.environment, preexec_fn=end_with_parent,
+                                   stdin=subprocess.DEVNULL, stderr=output,
+                                   stdout=options.pop("stdout", output), **options)
+        self.processes.append(process)
+        return process
+
+    def start_screen(self):
+        ours, theirs = os.pipe()
+        self.spawn("/usr/bin/Xvfb", "-displayfd", theirs, "-screen", "0", "%dx%dx24" % self.size, "-dpi", "96",
+                   "-nolisten", "tcp", "-noreset", pass_fds=(theirs,))
+        os.close(theirs)
+        with os.fdopen(ours) as numbers:
+            self.environment["DISPLAY"] = ":" + numbers.readline().strip()
+
+    def start_buses(self):
+        bus = self.spawn("/usr/bin/dbus-daemon", "--session", "--nofork", "--print-address=1", stdout=subprocess.PIPE)
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
+        self.spawn("/usr/libexec/at-spi-bus-launcher", "--launch-immediately")
+        # AT-SPI and D-Bus are found through this process's own environment.
+        for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"):
+            os.environ[name] = self.environment[name]
+
+    def start_desktop(self):
+        self.spawn("/usr/bin/xfwm4", "--compositor=off")
+        wait_for("the window manager", lambda: self.x("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").count("#"))
+        self.spawn("/usr/bin/xfce4-panel", "--disable-wm-check")
+        wait_for("the tray", lambda: self.tray_items() is not None)
+
+    # --- The session bus ---
+
+    def bus(self):
+        import dbus
+        return dbus.bus.BusConnection(self.environment["DBUS_SESSION_BUS_ADDRESS"])
+
+    def tray_items(self):
+        """The bus names of the items in the tray; None while there is no tray."""
+        import dbus
+        bus = self.bus()
+        try:
+            watcher = bus.get_object("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher")
+            properties = dbus.Interface(watcher, "org.freedesktop.DBus.Properties")
+            return [str(item) for item in
+                    properties.Get("org.kde.StatusNotifierWatcher", "RegisteredStatusNotifierItems")]
+        except dbus.DBusException:
+            return None
+        finally:
+            bus.close()
+
+    # --- Mouse, keyboard, screen ---
+
+    def x(self, *command):
+        return subprocess.run([str(part) for part in command], env=self.environment, check=True, text=True,
+                              capture_output=True, timeout=DEADLINE).stdout
+
+    def xdotool(self, *arguments):
+        return self.x("xdotool", *arguments)
+
+    def move(self, x, y):
+        self.xdotool("mousemove", round(x), round(y))
+
+    def click(self, x, y, button=1):
+        self.move(x, y)
+        self.xdotool("click", button)
+
+    def key(self, *keys):
+        self.xdotool("key", "--clearmodifiers", *keys)
+
+    def type(self, text):
+        self.xdotool("type", "--delay", "15", text)
+
+    def drag(self, start, *stops):
+        """Press at `start`, move through `stops`, and stay pressed; drop() lets go."""
+        self.move(*start)
+        self.xdotool("mousedown", 1)
+        x, y = start
+        for stop in stops:
+            for step in range(1, 11):
+                self.move(x + (stop[0] - x) * step / 10, y + (stop[1] - y) * step / 10)
+                time.sleep(0.02)
+            x, y = stop
+
+    def drop(self):
+        self.xdotool("mouseup", 1)
+
+    def clipboard(self):
+        return self.x("xclip", "-o", "-selection", "clipboard")
+
+    def picture(self, file, window=None):
+        self.x("import", "-window", window or "root", file)
+
+    def windows(self, title):
+        """The identifiers of the visible windows with exactly this title."""
+        result = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], env=self.environment,
+                                text=True, capture_output=True, timeout=DEADLINE)
+        return result.stdout.split()
+
+    # --- The application ---
+
+    def launch(self, *arguments, host=None, **environment):
+        """Starts the application and gives its process."""
+        variables = dict(self.environment, **environment)
+        if host:
+            variables["DW_HOST"] = host
+        log = open(self.folder / "driftwell.log", "ab")
+        return subprocess.Popen([self.programs / "driftwell", *map(str, arguments)], env=variables, stdout=log,
+                                stderr=log, stdin=subprocess.DEVNULL, preexec_fn=end_with_parent)
+
+    def open_app(self, *arguments, **options):
+        self.app = self.launch(*arguments, **options)
+        return self.app
+
+    def close_app(self):
+        if self.app:
+            self.app.terminate()
+            self.app.wait(DEADLINE)
+            self.app = None
+
+    def app_log(self):
+        file = self.folder / "driftwell.log"
+        return file.read_text(errors="replace") if file.exists() else ""
+
+    def dw(self, *arguments, host=None, stdin=None):
+        variables = dict(self.environment)
+        if host:
+            variables["DW_HOST"] = host
+        return subprocess.run([self.programs / "dw", *map(str, arguments)], env=variables, check=True, text=True,
+                              capture_output=True, timeout=DEADLINE, input=stdin).stdout
+
+    # --- What a screen reader sees ---
+
+    def application(self):
+        import pyatspi
+        for child in pyatspi.Registry.getDesktop(0):
+            if child is not None and child.name in ("driftwell", "Driftwell"):
+                return child
+        return None
+
+    def widgets(self, role=None, name=None, showing=True):
+        """All of the application's widgets with this role and name; a name may be a compiled pattern."""
+        import pyatspi
+        app = self.application()
+        found = []
+
+        def visit(widget):
+            if widget is None:
+                return
+            matches = (role is None or widget.getRoleName() == role) and (
+                name is None or (name.search(widget.name) if hasattr(name, "search") else widget.name == name))
+            if matches and (not showing or widget.getState().contains(pyatspi.STATE_SHOWING)):
+                found.append(widget)
+            for index in range(widget.childCount):
+                visit(widget.getChildAtIndex(index))
+
+        if app is not None:
+            visit(app)
+        return found
+
+    def find(self, role=None, name=None, deadline=None):
+        return wait_for(f"{role or 'a widget'} {name!r}", lambda: self.widgets(role, name), deadline)[0]
+
+    def gone(self, role=None, name=None):
+        wait_for(f"the end of {role or 'a widget'} {name!r}", lambda: not self.widgets(role, name))
+
+    def place(self, widget):
+        """The middle of a widget on screen."""
+        import pyatspi
+        box = widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        return box.x + box.width / 2, box.y + box.height / 2
+
+    def press(self, role, name):
+        """A click on a widget, with the mouse."""
+        self.click(*self.place(self.find(role, name)))
+
+    def focused(self):
+        import pyatspi
+        return [widget for widget in self.widgets() if widget.getState().contains(pyatspi.STATE_FOCUSED)]
+
+    def is_enabled(self, widget):
+        import pyatspi
+        return widget.getState().contains(pyatspi.STATE_ENABLED)
+
+    def dump(self):
+        """The tree as text, for a failure's report."""
+        lines = []
+
+        def visit(widget, depth):
+            if widget is None:
+                return
+            lines.append("  " * depth + f"{widget.getRoleName()} {widget.name!r} {widget.description!r}")
+            for index in range(widget.childCount):
+                visit(widget.getChildAtIndex(index), depth + 1)
+
+        app = self.application()
+        if app is not None:
+            visit(app, 0)
+        return "\n".join(lines)

@@ -1,0 +1,411 @@
+"""The application on a real desktop, as a person uses it."""
+
+import os
+import re
+import signal
+import subprocess
+import time
+import unittest
+import urllib.parse
+import urllib.request
+from pathlib import Path
+
+from session import Sandbox, Session, wait_for
+
+PROGRAMS = Path(os.environ["DRIFTWELL_PROGRAMS"])
+
+
+def fetch(url):
+    """A page of the sandbox, whatever proxy is set. Names under localhost are this machine."""
+    address = urllib.parse.urlsplit(url)
+    request = urllib.request.Request(f"http://127.0.0.1:{address.port}{address.path}", headers={"Host": address.netloc})
+    with urllib.request.build_opener(urllib.request.ProxyHandler({})).open(request, timeout=20) as answer:
+        return answer.read().decode()
+
+
+class ApplicationTest(unittest.TestCase):
+    """A desktop for all tests of the class; each has a platform and an application of its own."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.desktop = Session(PROGRAMS)
+        cls.addClassCleanup(cls.desktop.__exit__)
+        cls.desktop.__enter__()
+
+    def setUp(self):
+        self.extra = []
+        self.platform = None
+        name = self.id().rsplit(".", 1)[-1]
+        self.folder = self.desktop.folder / name
+        self.folder.mkdir()
+        home = self.folder / "home"
+        home.mkdir()
+        self.desktop.environment["HOME"] = str(home)
+        (self.desktop.folder / "opened").unlink(missing_ok=True)
+        self.addCleanup(self.clean_up)
+
+    def clean_up(self):
+        if self._outcome and any(failure for _, failure in getattr(self._outcome, "errors", []) or []):
+            print(self.desktop.dump(), self.desktop.app_log(), sep="\n")
+        self.desktop.close_app()
+        for process in self.extra:
+            process.kill()
+            process.wait()
+        if self.platform:
+            self.platform.stop()
+        self.assertEqual(self.qml_complaints(), [])
+        (self.desktop.folder / "driftwell.log").unlink(missing_ok=True)
+
+    def qml_complaints(self):
+        return [line for line in self.desktop.app_log().splitlines() if "qrc:/" in line or "qml" in line.lower()]
+
+    # --- What the tests begin with ---
+
+    def start_platform(self, *options):
+        self.platform = Sandbox(self.desktop, *options, data=f"{self.id().rsplit('.', 1)[-1]}/platform")
+        return self.platform
+
+    def site(self, name, page="<h1>Hello</h1>"):
+        folder = self.folder / "sites" / name
+        folder.mkdir(parents=True)
+        (folder / "index.html").write_text(page)
+        return folder
+
+    def publish(self, *names):
+        folder = self.site("published")
+        for name in names:
+            self.desktop.dw("deploy", folder, "--name", name, host=self.platform.address)
+
+    def open(self, *arguments):
+        self.desktop.open_app(*arguments, host=self.platform.address)
+        if "--tray" not in arguments:
+            self.find("frame", "Driftwell")
+            window = wait_for("the window", lambda: self.desktop.windows("Driftwell"))[0]
+            self.desktop.xdotool("windowmove", "--sync", window, 0, 40)
+            self.window = window
+
+    def find(self, role, name=None):
+        return self.desktop.find(role, name)
+
+    def press(self, role, name):
+        self.desktop.press(role, name)
+
+    def rows(self):
+        return [row.name for row in self.desktop.widgets("list item")]
+
+    def wait_for_rows(self, *names):
+        wait_for(f"the rows {names}", lambda: self.rows() == list(names))
+
+    def texts(self):
+        return [widget.name for widget in self.desktop.widgets("label")]
+
+    def wait_for_text(self, text):
+        return wait_for(f"the text {text!r}", lambda: [found for found in self.texts() if
+                                                       (text.search(found) if hasattr(text, "search") else
+                                                        found == text)])[0]
+
+    def wait_for_opened(self, address):
+        wait_for(f"{address} in the browser", lambda: address in self.desktop.opened())
+
+    def tray_button(self):
+        """Where the tray shows its one item: the small button in the panel at the top of the screen."""
+        import pyatspi
+
+        def place():
+            for child in pyatspi.Registry.getDesktop(0):
+                if child is not None and child.name == "xfce4-panel":
+                    return self.button_at_top(child)
+            return None
+        return wait_for("the item in the tray", place)
+
+    def button_at_top(self, widget):
+        import pyatspi
+        if widget.getRoleName() == "push button":
+            box = widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+            if 0 <= box.y < 26 and box.width > 8:
+                return box.x + box.width / 2, box.y + box.height / 2
+        for index in range(widget.childCount):
+            child = widget.getChildAtIndex(index)
+            found = self.button_at_top(child) if child is not None else None
+            if found:
+                return found
+        return None
+
+    # --- The tray ---
+
+    def test_the_tray_item_opens_a_panel_with_the_recent_sites(self):
+        self.start_platform()
+        self.publish("portfolio", "handbook")
+        self.open("--tray")
+        wait_for("the tray item", lambda: len(self.desktop.tray_items()) == 1)
+        self.assertEqual(self.desktop.windows("Driftwell"), [])
+        wait_for("the connection", lambda: self.desktop.application() is not None)
+        self.desktop.click(*self.tray_button())
+        self.find("label", "RECENTLY DEPLOYED")
+        wait_for("the recent sites", lambda: [b.name for b in self.desktop.widgets("push button")][:2] ==
+                 ["handbook", "portfolio"])
+        self.wait_for_text(re.compile(r"^driftwell\.localhost:\d+ · 2 sites$"))
+        self.press("push button", "handbook")
+        self.wait_for_opened(f"http://handbook.driftwell.localhost:{self.platform.port}/")
+        self.assertTrue(self.desktop.widgets("push button", "Open Driftwell"))
+
+    def test_the_window_is_closed_and_comes_back_from_the_tray(self):
+        self.start_platform()
+        self.publish("portfolio")
+        self.open()
+        self.wait_for_rows("portfolio")
+        self.press("push button", "Close")
+        wait_for("the end of the window", lambda: not self.desktop.windows("Driftwell"))
+        self.assertIsNone(self.desktop.app.poll())
+        self.desktop.click(*self.tray_button())
+        self.press("push button", "Open Driftwell")
+        self.wait_for_rows("portfolio")
+        self.assertEqual(self.desktop.widgets("label", "RECENTLY DEPLOYED"), [])
+
+    def test_quit_in_the_panel_ends_the_application(self):
+        self.start_platform()
+        self.open("--tray")
+        self.desktop.click(*self.tray_button())
+        self.press("push button", "Quit")
+        self.assertEqual(self.desktop.app.wait(20), 0)
+        self.desktop.app = None
+
+    # --- From a folder to a live site ---
+
+    def file_manager(self, folder):
+        """A real file manager on `folder`, beside the window; gives the place of its first icon."""
+        import pyatspi
+        self.desktop.xdotool("windowsize", "--sync", self.window, 780, 520)
+        thunar = subprocess.Popen(["/usr/bin/thunar", folder], env=self.desktop.environment, stdout=subprocess.DEVNULL,
+                                  stderr=subprocess.DEVNULL)
+        self.extra.append(thunar)
+        window = wait_for("the file manager", lambda: self.desktop.windows(f"{folder.name} - Thunar"))[0]
+        self.desktop.xdotool("windowsize", "--sync", window, 460, 520)
+        self.desktop.xdotool("windowmove", "--sync", window, 800, 40)
+
+        def pane(widget):
+            if widget.getRoleName() == "layered pane":
+                return widget
+            for index in range(widget.childCount):
+                child = widget.getChildAtIndex(index)
+                found = pane(child) if child is not None else None
+                if found:
+                    return found
+            return None
+
+        def icons():
+            for child in pyatspi.Registry.getDesktop(0):
+                if child is not None and child.name.lower() == "thunar":
+                    found = pane(child)
+                    if found is not None and found.childCount > 0:
+                        box = found.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+                        return (box.x + 73, box.y + 40) if box.x >= 790 else None
+            return None
+        return wait_for("the folder's icon", icons)
+
+    def test_a_folder_dragged_from_the_file_manager_goes_live(self):
+        self.start_platform("--delay", "300")
+        folder = self.site("Summer Campaign", "<h1>Summer</h1>")
+        self.open()
+        self.wait_for_text("No projects yet")
+        icon = self.file_manager(folder.parent)
+        self.desktop.drag(icon, (icon[0] - 40, icon[1]), (400, 300))
+        self.find("panel", "Drop to deploy")
+        self.wait_for_text(re.compile(r"^live on driftwell\.localhost:\d+ in about 30 seconds$"))
+        self.desktop.drop()
+
+        self.wait_for_text("Deploy summer-campaign")
+        self.desktop.gone("panel", "Drop to deploy")
+        self.wait_for_text(re.compile(r"^1 file · \d+ bytes$"))
+        field = self.find("text", "Site name")
+        wait_for("the keyboard in the name field", lambda: field in self.desktop.focused())
+        self.name_messages()
+        self.desktop.key("ctrl+a")
+        self.desktop.type("summer")
+        self.wait_for_text("New site — this name is free")
+        self.press("push button", "Deploy")
+        self.wait_for_text("Deploying summer")
+        self.find("progress bar", "Deployment")
+        self.wait_for_text("summer is live")
+        address = f"http://summer.driftwell.localhost:{self.platform.port}/"
+        self.assertIn("<h1>Summer</h1>", fetch(address))
+        self.press("push button", "Copy URL")
+        self.find("push button", "Copied")
+        wait_for("the address on the clipboard", lambda: self.desktop.clipboard() == address)
+        self.press("link", address.removeprefix("http://"))
+        self.wait_for_opened(address)
+        self.press("push button", "Done")
+        self.wait_for_rows("summer")
+
+    def name_messages(self):
+        deploy = self.find("push button", "Deploy")
+        for typed, message, allowed in (("Admin", "Lowercase letters, digits and dashes only", False),
+                                        ("admin", "“admin” is reserved", False),
+                                        ("-x", "Lowercase letters, digits and dashes only", False),
+                                        ("x-1", "New site — this name is free", True)):
+            self.desktop.key("ctrl+a")
+            self.desktop.type(typed)
+            self.wait_for_text(message)
+            wait_for("the button", lambda: self.desktop.is_enabled(deploy) == allowed)
+        self.desktop.key("ctrl+a", "BackSpace")
+        self.wait_for_text("Name the site to deploy it")
+        self.wait_for_text("Deploy Summer Campaign")
+        wait_for("the button", lambda: not self.desktop.is_enabled(deploy))
+
+    def test_a_failed_deployment_says_why_and_can_be_tried_again(self):
+        self.start_platform("--fail", "503", "--fail-path", "/api/deploy", "--fail-count", "1")
+        self.open(self.site("portfolio"))
+        self.wait_for_text("Deploy portfolio")
+        self.desktop.key("Return")
+        self.wait_for_text("Deploy failed")
+        self.desktop.key("Return")
+        self.wait_for_text("New site — this name is free")
+        self.desktop.key("Return")
+        self.wait_for_text("portfolio is live")
+
+    def test_a_running_deployment_is_cancelled_with_escape(self):
+        self.start_platform("--delay", "20000", "--fail-path", "/api/deploy")
+        self.open(self.site("portfolio"))
+        self.wait_for_text("Deploy portfolio")
+        self.desktop.key("Escape")
+        self.desktop.gone("label", "Deploy portfolio")
+        wait_for("no dialog", lambda: not self.desktop.widgets("dialog"))
+
+    # --- The list ---
+
+    def test_the_list_is_filtered_sorted_and_acted_on(self):
+        self.start_platform()
+        self.publish("zebra", "annual-report", "annual-party")
+        self.open()
+        self.wait_for_rows("annual-party", "annual-report", "zebra")
+        self.wait_for_text("3 projects")
+        self.press("push button", "Sort by Name")
+        self.wait_for_rows("annual-party", "annual-report", "zebra")
+        self.press("push button", "Sort by Last updated")
+
+        self.desktop.key("ctrl+f")
+        self.desktop.type("annual")
+        self.wait_for_rows("annual-party", "annual-report")
+        self.wait_for_text("2 of 3 projects")
+        self.desktop.type("x")
+        self.wait_for_text("No projects match “annualx”")
+        self.press("push button", "Clear filter")
+        self.wait_for_rows("annual-party", "annual-report", "zebra")
+
+        row = self.find("list item", "zebra")
+        self.assertEqual(self.desktop.widgets("push button", "Open zebra"), [])
+        self.desktop.move(*self.desktop.place(row))
+        self.press("push button", "Open zebra")
+        self.wait_for_opened(f"http://zebra.driftwell.localhost:{self.platform.port}/")
+
+        self.desktop.click(*self.desktop.place(row), button=3)
+        self.press("menu item", "Copy Link")
+        wait_for("the address on the clipboard",
+                 lambda: self.desktop.clipboard() == f"http://zebra.driftwell.localhost:{self.platform.port}/")
+
+    def test_everything_is_done_with_the_keyboard_alone(self):
+        self.start_platform()
+        self.publish("portfolio", "handbook")
+        self.open()
+        self.wait_for_rows("handbook", "portfolio")
+        self.desktop.key("ctrl+f")
+        self.desktop.type("port")
+        self.wait_for_rows("portfolio")
+        self.desktop.key("Escape")
+        self.wait_for_rows("handbook", "portfolio")
+        for _ in range(12):
+            self.desktop.key("Tab")
+            if any(widget.getRoleName() == "list" for widget in self.desktop.focused()):
+                break
+            time.sleep(0.1)
+        self.find("push button", "Open handbook")
+        self.desktop.key("Down")
+        self.find("push button", "Open portfolio")
+        self.desktop.key("Return")
+        self.wait_for_opened(f"http://portfolio.driftwell.localhost:{self.platform.port}/")
+        self.desktop.key("ctrl+d")
+        wait_for("the folder chooser", lambda: self.desktop.widgets("dialog") or self.desktop.widgets("file chooser"))
+        self.desktop.key("Escape")
+        wait_for("the end of the folder chooser",
+                 lambda: not self.desktop.widgets("dialog") and not self.desktop.widgets("file chooser"))
+
+    # --- The connection ---
+
+    def test_an_outage_shows_a_banner_that_counts_down_and_goes(self):
+        self.start_platform()
+        self.publish("portfolio")
+        self.open()
+        self.wait_for_rows("portfolio")
+        self.platform.stop()
+        self.find("alert", re.compile("^Can’t reach driftwell.localhost"))
+        first = self.wait_for_text(re.compile(r"^retrying in \d+s · deploys are paused$"))
+        self.assertEqual(self.rows(), ["portfolio"])
+        wait_for("the countdown", lambda: first not in self.texts())
+        self.wait_for_text(re.compile("^Deploys are paused while driftwell.localhost:[0-9]+ is unreachable$"))
+        self.platform.start()
+        self.desktop.gone("alert", re.compile("^Can’t reach"))
+        self.wait_for_text("Drag a folder here to publish a new project")
+
+    def sign_in_as(self, person):
+        """What a person does in the browser that the application opened: looks at the page and presses a button."""
+        page = wait_for("the sign-in page", lambda: [a for a in self.desktop.opened() if "/auth/login?" in a])[-1]
+        browser = urllib.request.build_opener(urllib.request.ProxyHandler({}), urllib.request.HTTPCookieProcessor())
+        html = browser.open(page, timeout=20).read().decode()
+        nonce = re.search(r'name="nonce" value="([^"]+)"', html).group(1)
+        answer = urllib.parse.urlencode({"nonce": nonce, "person": person}).encode()
+        target = urllib.parse.urljoin(page, "/auth/login")
+        return browser.open(target, answer, timeout=20).read().decode()
+
+    def test_a_person_signs_in_and_out_again(self):
+        self.start_platform("--require-sign-in")
+        self.platform.address = f"http://127.0.0.1:{self.platform.port}"
+        self.open()
+        self.wait_for_text(f"Sign in to 127.0.0.1:{self.platform.port}")
+        self.press("push button", "Sign in…")
+        self.wait_for_text("Waiting for browser…")
+        self.press("push button", "Cancel")
+        self.press("push button", "Sign in…")
+        wait_for("both attempts in the browser", lambda: len(self.desktop.opened()) == 2)
+        self.assertIn("Signed in to Driftwell", self.sign_in_as("person-ines"))
+        self.wait_for_text("No projects yet")
+        self.desktop.click(*self.tray_button())
+        self.press("push button", "Sign out")
+        self.wait_for_text(f"Sign in to 127.0.0.1:{self.platform.port}")
+
+    def test_somebody_who_is_not_on_the_team_is_told_so(self):
+        self.start_platform("--require-sign-in")
+        self.platform.address = f"http://127.0.0.1:{self.platform.port}"
+        self.open()
+        self.press("push button", "Sign in…")
+        self.sign_in_as("person-sam")
+        self.wait_for_text("This account can’t manage sites")
+        self.press("push button", "Sign out")
+        self.wait_for_text(f"Sign in to 127.0.0.1:{self.platform.port}")
+
+    # --- A second start ---
+
+    def test_a_second_start_raises_the_first_and_hands_over_its_folder(self):
+        self.start_platform()
+        self.open()
+        self.wait_for_text("No projects yet")
+        self.press("push button", "Minimize")
+        wait_for("the minimised window", lambda: not self.desktop.windows("Driftwell"))
+        second = self.desktop.launch(self.site("handbook"), host=self.platform.address)
+        self.assertEqual(second.wait(20), 0)
+        wait_for("the raised window", lambda: self.desktop.windows("Driftwell") == [self.window])
+        self.wait_for_text("Deploy handbook")
+        active = wait_for("the active window", lambda: self.desktop.xdotool("getactivewindow").strip())
+        self.assertEqual(active, self.window)
+
+    def test_the_first_is_found_again_after_it_was_killed(self):
+        self.start_platform()
+        self.open()
+        self.desktop.app.send_signal(signal.SIGKILL)
+        self.desktop.app.wait()
+        self.desktop.app = None
+        self.open()
+        self.wait_for_text("No projects yet")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
