@@ -13,8 +13,8 @@ AbstractButton {
     leftPadding: 14
     rightPadding: 14
     hoverEnabled: true
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: button.click()
+    Keys.onEnterPressed: button.click()
 
     contentItem: RowLayout {
         spacing: 8

@@ -16,8 +16,8 @@ AbstractButton {
     hoverEnabled: true
     text: name
     Accessible.description: deploying ? "deploying…" : age
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: row.click()
+    Keys.onEnterPressed: row.click()
 
     contentItem: RowLayout {
         spacing: 6

@@ -8,20 +8,18 @@ AbstractButton {
     required property bool active
 
     implicitHeight: 26
-    implicitWidth: title.implicitWidth + 20
+    implicitWidth: implicitContentWidth + 4
     hoverEnabled: true
     Accessible.name: "Sort by " + text
     Accessible.checkable: true
     Accessible.checked: active
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: button.click()
+    Keys.onEnterPressed: button.click()
 
     contentItem: Row {
         spacing: 4
 
         AppText {
-            id: title
-
             anchors.verticalCenter: parent.verticalCenter
             text: button.text
             size: 12
@@ -31,7 +29,7 @@ AbstractButton {
         }
         Symbol {
             anchors.verticalCenter: parent.verticalCenter
-            visible: button.active
+            opacity: button.active ? 1 : 0
             name: "arrow.up"
             size: 12
             color: DW.textPrimary

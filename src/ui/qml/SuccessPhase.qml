@@ -48,8 +48,8 @@ ColumnLayout {
         hoverEnabled: true
         Accessible.role: Accessible.Link
         Accessible.name: text
-        Keys.onReturnPressed: click()
-        Keys.onEnterPressed: click()
+        Keys.onReturnPressed: link.click()
+        Keys.onEnterPressed: link.click()
         onClicked: phase.model.openLiveSite()
 
         contentItem: RowLayout {
@@ -107,7 +107,7 @@ ColumnLayout {
         }
     }
     Shortcut {
-        sequences: [StandardKey.Copy]
+        sequences: ["Ctrl+C"]
         onActivated: phase.model.copyUrl()
     }
 }
