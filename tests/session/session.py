@@ -278,7 +278,11 @@ class Session:
 
     def application(self):
         import pyatspi
-        for child in pyatspi.Registry.getDesktop(0):
+        from gi.repository import Atspi
+        desktop = pyatspi.Registry.getDesktop(0)
+        # What was seen before is not what is there now.
+        desktop.set_cache_mask(Atspi.Cache.NONE)
+        for child in desktop:
             if child is not None and child.name in ("driftwell", "Driftwell"):
                 return child
         return None
@@ -322,6 +326,10 @@ class Session:
     def focused(self):
         import pyatspi
         return [widget for widget in self.widgets() if widget.getState().contains(pyatspi.STATE_FOCUSED)]
+
+    def is_focused(self, widget):
+        import pyatspi
+        return widget.getState().contains(pyatspi.STATE_FOCUSED)
 
     def is_enabled(self, widget):
         import pyatspi

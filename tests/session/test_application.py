@@ -91,7 +91,8 @@ class ApplicationTest(unittest.TestCase):
         self.desktop.press(role, name)
 
     def rows(self):
-        return [row.name for row in self.desktop.widgets("list item")]
+        """From the top down: the tree has them in the order in which they came."""
+        return [row.name for row in sorted(self.desktop.widgets("list item"), key=lambda row: self.desktop.place(row)[1])]
 
     def wait_for_rows(self, *names):
         wait_for(f"the rows {names}", lambda: self.rows() == list(names))
@@ -218,7 +219,7 @@ class ApplicationTest(unittest.TestCase):
         self.desktop.gone("panel", "Drop to deploy")
         self.wait_for_text(re.compile(r"^1 file · \d+ bytes$"))
         field = self.find("text", "Site name")
-        wait_for("the keyboard in the name field", lambda: field in self.desktop.focused())
+        wait_for("the keyboard in the name field", lambda: self.desktop.is_focused(field))
         self.name_messages()
         self.desktop.key("ctrl+a")
         self.desktop.type("summer")

@@ -14,8 +14,8 @@ AbstractButton {
     hoverEnabled: true
     Accessible.name: text
     onClicked: model.chooseFolderAndDeploy()
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Item {
         Row {

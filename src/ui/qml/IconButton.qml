@@ -15,8 +15,8 @@ AbstractButton {
     implicitHeight: 28
     hoverEnabled: true
     Accessible.name: label
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Symbol {
         name: button.symbol

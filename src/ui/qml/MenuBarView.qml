@@ -37,8 +37,8 @@ Rectangle {
         implicitWidth: footerText.implicitWidth
         implicitHeight: 24
         hoverEnabled: true
-        Keys.onReturnPressed: click()
-        Keys.onEnterPressed: click()
+        Keys.onReturnPressed: clicked()
+        Keys.onEnterPressed: clicked()
 
         contentItem: AppText {
             id: footerText

@@ -18,8 +18,8 @@ Button {
     bottomPadding: 0
     hoverEnabled: true
     opacity: enabled ? 1 : 0.45
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Item {
         implicitWidth: row.implicitWidth

@@ -16,8 +16,8 @@ AbstractButton {
     hoverEnabled: true
     text: name
     Accessible.description: deploying ? "deploying…" : age
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: RowLayout {
         spacing: 6

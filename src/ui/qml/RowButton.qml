@@ -8,8 +8,8 @@ AbstractButton {
     implicitWidth: title.implicitWidth + 20
     implicitHeight: 28
     hoverEnabled: true
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: AppText {
         id: title

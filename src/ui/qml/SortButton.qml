@@ -13,8 +13,8 @@ AbstractButton {
     Accessible.name: "Sort by " + text
     Accessible.checkable: true
     Accessible.checked: active
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Row {
         spacing: 4

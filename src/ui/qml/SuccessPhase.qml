@@ -48,8 +48,8 @@ ColumnLayout {
         hoverEnabled: true
         Accessible.role: Accessible.Link
         Accessible.name: text
-        Keys.onReturnPressed: click()
-        Keys.onEnterPressed: click()
+        Keys.onReturnPressed: clicked()
+        Keys.onEnterPressed: clicked()
         onClicked: phase.model.openLiveSite()
 
         contentItem: RowLayout {
