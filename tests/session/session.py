@@ -214,7 +214,7 @@ class Session:
         self.xdotool("key", "--clearmodifiers", *keys)
 
     def type(self, text):
-        self.xdotool("type", "--delay", "15", text)
+        self.xdotool("type", "--delay", "15", "--", text)
 
     def drag(self, start, *stops):
         """Press at `start`, move through `stops`, and stay pressed; drop() lets go."""
@@ -278,12 +278,10 @@ class Session:
 
     def application(self):
         import pyatspi
-        from gi.repository import Atspi
-        desktop = pyatspi.Registry.getDesktop(0)
-        # What was seen before is not what is there now.
-        desktop.set_cache_mask(Atspi.Cache.NONE)
-        for child in desktop:
-            if child is not None and child.name in ("driftwell", "Driftwell"):
+        for child in pyatspi.Registry.getDesktop(0):
+            if child is not None and child.name == "driftwell":
+                # What was seen before is not what is there now.
+                child.clear_cache()
                 return child
         return None
 
@@ -329,11 +327,12 @@ class Session:
 
     def is_focused(self, widget):
         import pyatspi
+        widget.clear_cache()
         return widget.getState().contains(pyatspi.STATE_FOCUSED)
 
     def is_enabled(self, widget):
-        import pyatspi
-        return widget.getState().contains(pyatspi.STATE_ENABLED)
+        widget.clear_cache()
+        return widget.description != "Unavailable"
 
     def dump(self):
         """The tree as text, for a failure's report."""

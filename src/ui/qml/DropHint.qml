@@ -13,6 +13,7 @@ AbstractButton {
     text: model.dropHint
     hoverEnabled: true
     Accessible.name: text
+    Accessible.description: enabled ? "" : "Unavailable"
     onClicked: model.chooseFolderAndDeploy()
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()

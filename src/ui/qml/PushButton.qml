@@ -18,6 +18,8 @@ Button {
     bottomPadding: 0
     hoverEnabled: true
     opacity: enabled ? 1 : 0.45
+    // Qt Quick does not tell assistive technology that a control is disabled.
+    Accessible.description: enabled ? "" : "Unavailable"
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
