@@ -233,7 +233,7 @@ class ApplicationTest(unittest.TestCase):
         self.press("push button", "Copy URL")
         self.find("push button", "Copied")
         wait_for("the address on the clipboard", lambda: self.desktop.clipboard() == address)
-        self.press("link", address.removeprefix("http://"))
+        self.press("push button", address.removeprefix("http://"))
         self.wait_for_opened(address)
         self.press("push button", "Done")
         self.wait_for_rows("summer")

@@ -12,8 +12,6 @@ Sheet {
     contentItem: FocusScope {
         implicitHeight: phase.item ? phase.item.implicitHeight : 0
         focus: true
-        Accessible.role: Accessible.Dialog
-        Accessible.name: sheet.title
         Keys.onEscapePressed: sheet.leave()
 
         Loader {

@@ -46,7 +46,6 @@ ColumnLayout {
         Layout.maximumWidth: phase.width
         text: phase.model.liveAddress
         hoverEnabled: true
-        Accessible.role: Accessible.Link
         Accessible.name: text
         Keys.onReturnPressed: clicked()
         Keys.onEnterPressed: clicked()
