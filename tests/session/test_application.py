@@ -41,6 +41,9 @@ class ApplicationTest(unittest.TestCase):
         home = self.folder / "home"
         home.mkdir()
         self.desktop.environment["HOME"] = str(home)
+        temporary = self.folder / "tmp"
+        temporary.mkdir()
+        self.desktop.environment["TMPDIR"] = str(temporary)
         (self.desktop.folder / "opened").unlink(missing_ok=True)
         self.addCleanup(self.clean_up)
 
@@ -268,9 +271,13 @@ class ApplicationTest(unittest.TestCase):
         self.start_platform("--delay", "20000", "--fail-path", "/api/deploy")
         self.open(self.site("portfolio"))
         self.wait_for_text("Deploy portfolio")
+        self.desktop.key("Return")
+        self.wait_for_text("Deploying portfolio")
+        self.wait_for_text(re.compile(r"^[1-9]\d*s elapsed$"))
         self.desktop.key("Escape")
-        self.desktop.gone("label", "Deploy portfolio")
         wait_for("no dialog", lambda: not self.desktop.widgets("dialog"))
+        self.wait_for_text("No projects yet")
+        wait_for("no temporary folder", lambda: not list(Path(self.desktop.environment["TMPDIR"]).iterdir()))
 
     # --- The list ---
 
