@@ -46,6 +46,10 @@ void Scene::load(const QString& file, const QVariantMap& properties) {
     }
 }
 
+void Scene::unload() {
+    m_view->setSource({});
+}
+
 Scene::~Scene() {
     m_view.reset();
     m_engine.reset();

@@ -26,6 +26,9 @@ public:
     /// A file that does not load is a broken build: the process ends with what is wrong.
     void load(const QString& file, const QVariantMap& properties);
 
+    /// Empties the view: what load() was given is not used any more.
+    void unload();
+
     [[nodiscard]] QQuickView& view() { return *m_view; }
     [[nodiscard]] QQmlEngine& engine() { return *m_engine; }
 

@@ -29,6 +29,16 @@ protected:
         return run(invocation);
     }
 
+    /// What the installed program tells the dynamic linker (readelf(1)).
+    [[nodiscard]] std::string linkedLibraries() const {
+        Invocation invocation = dw({});
+        invocation.command = {"/usr/bin/readelf", "--dynamic", installed};
+        const Ending ending = run(invocation);
+        EXPECT_EQ(ending.exitCode, 0);
+        EXPECT_THAT(ending.output, testing::HasSubstr("libQt6Core"));
+        return ending.output;
+    }
+
     const std::filesystem::path contents = home() / "moved here/Driftwell/Contents";
     const std::filesystem::path installed = contents / "Helpers/dw";
 };
@@ -57,12 +67,14 @@ TEST_F(DwInstall, BelongsToItsOwnTreeAlsoByALink) {
 }
 
 TEST_F(DwInstall, NeedsNothingOfTheBuildFolder) {
-    Invocation invocation = dw({});
     // A build with debug information names its sources; what must not be there is a path to look for things.
-    invocation.command = {"/usr/bin/readelf", "--dynamic", installed};
-    const Ending ending = run(invocation);
-    EXPECT_EQ(ending.exitCode, 0);
-    EXPECT_THAT(ending.output, testing::Not(testing::HasSubstr(DRIFTWELL_BUILD)));
+    EXPECT_THAT(linkedLibraries(), testing::Not(testing::HasSubstr(DRIFTWELL_BUILD)));
+}
+
+TEST_F(DwInstall, NeedsNoLibraryForWindows) {
+    for (const char* library : {"libQt6Gui", "libQt6Widgets", "libQt6Quick", "libQt6DBus"}) {
+        EXPECT_THAT(linkedLibraries(), testing::Not(testing::HasSubstr(library)));
+    }
 }
 
 } // namespace driftwell::tests

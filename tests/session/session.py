@@ -58,10 +58,11 @@ class Sandbox:
         self.start()
 
     def start(self):
-        log = open(self.session.folder / "sandbox.log", "ab")
-        self.process = subprocess.Popen(
-            [self.session.programs / "driftwell-sandbox", "--port", str(self.port), "--data", self.data, *self.options],
-            stdout=subprocess.PIPE, stderr=log, env=self.session.environment, preexec_fn=end_with_parent, text=True)
+        with open(self.session.folder / "sandbox.log", "ab") as log:
+            self.process = subprocess.Popen(
+                [self.session.programs / "driftwell-sandbox", "--port", str(self.port), "--data", self.data,
+                 *self.options],
+                stdout=subprocess.PIPE, stderr=log, env=self.session.environment, preexec_fn=end_with_parent, text=True)
         line = self.process.stdout.readline()
         match = re.search(r"http://\S+:(\d+)", line)
         if not match:
@@ -97,7 +98,8 @@ class Session:
             "LC_ALL": "C.UTF-8",
             "XDG_RUNTIME_DIR": str(self.folder / "run"),
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
-            "BROWSER": str(self.folder / "browser"),
+            "XDG_DATA_DIRS": f"{self.folder / 'share'}:/usr/local/share:/usr/share",
+            "XDG_CONFIG_DIRS": f"{self.folder / 'share' / 'applications'}:/etc/xdg",
             "NO_AT_BRIDGE": "0",
             "no_proxy": "localhost",
         }
@@ -129,16 +131,24 @@ class Session:
         browser = self.folder / "browser"
         browser.write_text(f'#!/bin/sh\nprintf "%s\\n" "$1" >>"{self.folder}/opened"\n')
         browser.chmod(0o755)
+        applications = self.folder / "share" / "applications"
+        applications.mkdir(parents=True)
+        (applications / "recorder.desktop").write_text(
+            f"[Desktop Entry]\nType=Application\nName=Recorder\nExec={browser} %u\n"
+            "MimeType=x-scheme-handler/http;x-scheme-handler/https\n")
+        (applications / "mimeapps.list").write_text(
+            "[Default Applications]\nx-scheme-handler/http=recorder.desktop\n"
+            "x-scheme-handler/https=recorder.desktop\n")
 
     def opened(self):
         file = self.folder / "opened"
         return file.read_text().splitlines() if file.exists() else []
 
     def spawn(self, *command, log=None, **options):
-        output = open(self.folder / (log or Path(command[0]).name + ".log"), "ab")
-        process = subprocess.Popen([str(part) for part in command], env=self.environment, preexec_fn=end_with_parent,
-                                   stdin=subprocess.DEVNULL, stderr=output,
-                                   stdout=options.pop("stdout", output), **options)
+        with open(self.folder / (log or Path(command[0]).name + ".log"), "ab") as output:
+            process = subprocess.Popen([str(part) for part in command], env=self.environment,
+                                       preexec_fn=end_with_parent, stdin=subprocess.DEVNULL, stderr=output,
+                                       stdout=options.pop("stdout", output), **options)
         self.processes.append(process)
         return process
 
@@ -204,7 +214,7 @@ class Session:
         self.xdotool("key", "--clearmodifiers", *keys)
 
     def type(self, text):
-        self.xdotool("type", "--delay", "15", text)
+        self.xdotool("type", "--delay", "15", "--", text)
 
     def drag(self, start, *stops):
         """Press at `start`, move through `stops`, and stay pressed; drop() lets go."""
@@ -239,9 +249,9 @@ class Session:
         variables = dict(self.environment, **environment)
         if host:
             variables["DW_HOST"] = host
-        log = open(self.folder / "driftwell.log", "ab")
-        return subprocess.Popen([self.programs / "driftwell", *map(str, arguments)], env=variables, stdout=log,
-                                stderr=log, stdin=subprocess.DEVNULL, preexec_fn=end_with_parent)
+        with open(self.folder / "driftwell.log", "ab") as log:
+            return subprocess.Popen([self.programs / "driftwell", *map(str, arguments)], env=variables, stdout=log,
+                                    stderr=log, stdin=subprocess.DEVNULL, preexec_fn=end_with_parent)
 
     def open_app(self, *arguments, **options):
         self.app = self.launch(*arguments, **options)
@@ -269,7 +279,9 @@ class Session:
     def application(self):
         import pyatspi
         for child in pyatspi.Registry.getDesktop(0):
-            if child is not None and child.name in ("driftwell", "Driftwell"):
+            if child is not None and child.name == "driftwell":
+                # What was seen before is not what is there now.
+                child.clear_cache()
                 return child
         return None
 
@@ -313,9 +325,14 @@ class Session:
         import pyatspi
         return [widget for widget in self.widgets() if widget.getState().contains(pyatspi.STATE_FOCUSED)]
 
-    def is_enabled(self, widget):
+    def is_focused(self, widget):
         import pyatspi
-        return widget.getState().contains(pyatspi.STATE_ENABLED)
+        widget.clear_cache()
+        return widget.getState().contains(pyatspi.STATE_FOCUSED)
+
+    def is_enabled(self, widget):
+        widget.clear_cache()
+        return widget.description != "Unavailable"
 
     def dump(self):
         """The tree as text, for a failure's report."""

@@ -41,6 +41,9 @@ class ApplicationTest(unittest.TestCase):
         home = self.folder / "home"
         home.mkdir()
         self.desktop.environment["HOME"] = str(home)
+        temporary = self.folder / "tmp"
+        temporary.mkdir()
+        self.desktop.environment["TMPDIR"] = str(temporary)
         (self.desktop.folder / "opened").unlink(missing_ok=True)
         self.addCleanup(self.clean_up)
 
@@ -91,13 +94,14 @@ class ApplicationTest(unittest.TestCase):
         self.desktop.press(role, name)
 
     def rows(self):
-        return [row.name for row in self.desktop.widgets("list item")]
+        """From the top down: the tree has them in the order in which they came."""
+        return [row.name for row in sorted(self.desktop.widgets("list item"), key=lambda row: self.desktop.place(row)[1])]
 
     def wait_for_rows(self, *names):
         wait_for(f"the rows {names}", lambda: self.rows() == list(names))
 
     def texts(self):
-        return [widget.name for widget in self.desktop.widgets("label")]
+        return [widget.name for role in ("label", "heading") for widget in self.desktop.widgets(role)]
 
     def wait_for_text(self, text):
         return wait_for(f"the text {text!r}", lambda: [found for found in self.texts() if
@@ -183,12 +187,12 @@ class ApplicationTest(unittest.TestCase):
         self.desktop.xdotool("windowsize", "--sync", window, 460, 520)
         self.desktop.xdotool("windowmove", "--sync", window, 800, 40)
 
-        def pane(widget):
-            if widget.getRoleName() == "layered pane":
+        def inside(widget, role):
+            if widget.getRoleName() == role:
                 return widget
             for index in range(widget.childCount):
                 child = widget.getChildAtIndex(index)
-                found = pane(child) if child is not None else None
+                found = inside(child, role) if child is not None else None
                 if found:
                     return found
             return None
@@ -196,10 +200,10 @@ class ApplicationTest(unittest.TestCase):
         def icons():
             for child in pyatspi.Registry.getDesktop(0):
                 if child is not None and child.name.lower() == "thunar":
-                    found = pane(child)
-                    if found is not None and found.childCount > 0:
-                        box = found.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-                        return (box.x + 73, box.y + 40) if box.x >= 790 else None
+                    pane = inside(child, "directory pane")
+                    box = pane.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+                    is_ready = box.x >= 790 and inside(child, "status bar").name.startswith("1 folder")
+                    return (box.x + 73, box.y + 40) if is_ready else None
             return None
         return wait_for("the folder's icon", icons)
 
@@ -218,7 +222,7 @@ class ApplicationTest(unittest.TestCase):
         self.desktop.gone("panel", "Drop to deploy")
         self.wait_for_text(re.compile(r"^1 file · \d+ bytes$"))
         field = self.find("text", "Site name")
-        wait_for("the keyboard in the name field", lambda: field in self.desktop.focused())
+        wait_for("the keyboard in the name field", lambda: self.desktop.is_focused(field))
         self.name_messages()
         self.desktop.key("ctrl+a")
         self.desktop.type("summer")
@@ -232,7 +236,7 @@ class ApplicationTest(unittest.TestCase):
         self.press("push button", "Copy URL")
         self.find("push button", "Copied")
         wait_for("the address on the clipboard", lambda: self.desktop.clipboard() == address)
-        self.press("link", address.removeprefix("http://"))
+        self.press("push button", address.removeprefix("http://"))
         self.wait_for_opened(address)
         self.press("push button", "Done")
         self.wait_for_rows("summer")
@@ -267,30 +271,36 @@ class ApplicationTest(unittest.TestCase):
         self.start_platform("--delay", "20000", "--fail-path", "/api/deploy")
         self.open(self.site("portfolio"))
         self.wait_for_text("Deploy portfolio")
+        self.desktop.key("Return")
+        self.wait_for_text("Deploying portfolio")
+        self.wait_for_text(re.compile(r"^[1-9]\d*s elapsed$"))
         self.desktop.key("Escape")
-        self.desktop.gone("label", "Deploy portfolio")
         wait_for("no dialog", lambda: not self.desktop.widgets("dialog"))
+        self.wait_for_text("No projects yet")
+        wait_for("no temporary folder", lambda: not list(Path(self.desktop.environment["TMPDIR"]).iterdir()))
 
     # --- The list ---
 
     def test_the_list_is_filtered_sorted_and_acted_on(self):
         self.start_platform()
-        self.publish("zebra", "annual-report", "annual-party")
+        self.publish("zebra", "annual-report", "newsletter", "annual-party")
+        by_time = ["annual-party", "newsletter", "annual-report", "zebra"]
         self.open()
-        self.wait_for_rows("annual-party", "annual-report", "zebra")
-        self.wait_for_text("3 projects")
+        self.wait_for_rows(*by_time)
+        self.wait_for_text("4 projects")
         self.press("push button", "Sort by Name")
-        self.wait_for_rows("annual-party", "annual-report", "zebra")
+        self.wait_for_rows(*sorted(by_time))
         self.press("push button", "Sort by Last updated")
+        self.wait_for_rows(*by_time)
 
         self.desktop.key("ctrl+f")
         self.desktop.type("annual")
         self.wait_for_rows("annual-party", "annual-report")
-        self.wait_for_text("2 of 3 projects")
+        self.wait_for_text("2 of 4 projects")
         self.desktop.type("x")
         self.wait_for_text("No projects match “annualx”")
         self.press("push button", "Clear filter")
-        self.wait_for_rows("annual-party", "annual-report", "zebra")
+        self.wait_for_rows(*by_time)
 
         row = self.find("list item", "zebra")
         self.assertEqual(self.desktop.widgets("push button", "Open zebra"), [])
@@ -341,10 +351,11 @@ class ApplicationTest(unittest.TestCase):
         first = self.wait_for_text(re.compile(r"^retrying in \d+s · deploys are paused$"))
         self.assertEqual(self.rows(), ["portfolio"])
         wait_for("the countdown", lambda: first not in self.texts())
-        self.wait_for_text(re.compile("^Deploys are paused while driftwell.localhost:[0-9]+ is unreachable$"))
+        hint = self.find("push button", re.compile("^Deploys are paused while driftwell.localhost:[0-9]+ is unreachable$"))
+        self.assertFalse(self.desktop.is_enabled(hint))
         self.platform.start()
         self.desktop.gone("alert", re.compile("^Can’t reach"))
-        self.wait_for_text("Drag a folder here to publish a new project")
+        self.find("push button", "Drag a folder here to publish a new project")
 
     def sign_in_as(self, person):
         """What a person does in the browser that the application opened: looks at the page and presses a button."""

@@ -7,7 +7,7 @@
 
 namespace driftwell {
 
-FolderDrop::FolderDrop(QWindow& window, MainWindowModel& model) : m_model(model) {
+FolderDrop::FolderDrop(QWindow& window, MainWindowModel& model) : m_window(window), m_model(model) {
     window.installEventFilter(this);
 }
 
@@ -60,6 +60,8 @@ void FolderDrop::drop(QDropEvent& event) {
     event.setDropAction(Qt::CopyAction);
     event.accept();
     m_model.drop(*file);
+    // The keyboard is still in the file manager, and the name is to be typed here.
+    m_window.requestActivate();
 }
 
 } // namespace driftwell

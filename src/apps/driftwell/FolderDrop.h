@@ -29,6 +29,7 @@ private:
     void hover(QDropEvent& event);
     void drop(QDropEvent& event);
 
+    QWindow& m_window;
     MainWindowModel& m_model;
 };
 

@@ -10,9 +10,12 @@
 
 namespace driftwell {
 
-/// In the order of making: the scene refers to all before it and goes first.
 struct MainWindow::Contents {
     Contents(AppState& state, DesktopServices& desktop) : model(state, desktop), scene(desktop) {}
+    // What is on screen refers to all the rest and goes first.
+    ~Contents() { scene.unload(); }
+    Contents(const Contents&) = delete;
+    Contents& operator=(const Contents&) = delete;
 
     MainWindowModel model;
     Scene scene;

@@ -1,5 +1,7 @@
 #include "desktop/freedesktop/WindowActivation.h"
 
+#include "desktop/freedesktop/X11Startup.h"
+
 #include <QGuiApplication>
 #include <QWindow>
 
@@ -11,19 +13,30 @@ bool isOrdinary(const QWindow* window) {
     return window && window->isVisible() && window->type() == Qt::Window;
 }
 
+void useStartupId(QWindow& window, const QByteArray& id) {
+    if (const std::optional<xcb_timestamp_t> time = x11::timeOfStartup(id)) {
+        x11::activate(window, *time);
+    }
+    x11::finishStartup(id, window);
+}
+
 } // namespace
 
 void bringForward(QWindow& window, const QByteArray& token) {
-    if (!token.isEmpty()) {
+    if (!token.isEmpty() && !x11::isInUse()) {
         // Where Qt's Wayland plugin looks for it when it activates a window.
         qputenv("XDG_ACTIVATION_TOKEN", token);
     }
     if (window.windowStates().testFlag(Qt::WindowMinimized)) {
         window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
     }
-    window.show();
+    // Unlike show(), this leaves a maximized window maximized.
+    window.setVisible(true);
     window.raise();
     window.requestActivate();
+    if (!token.isEmpty()) {
+        useStartupId(window, token);
+    }
 }
 
 QWindow* applicationWindow() {

@@ -19,8 +19,6 @@ Sheet {
     contentItem: DeployPhases {
         model: sheet.model
         focus: true
-        Accessible.role: Accessible.Dialog
-        Accessible.name: sheet.title
         Keys.onEscapePressed: sheet.leave()
     }
 }

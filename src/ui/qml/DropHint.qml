@@ -14,9 +14,10 @@ AbstractButton {
     text: model.dropHint
     hoverEnabled: true
     Accessible.name: text
+    Accessible.description: enabled ? "" : "Unavailable"
     onClicked: model.chooseFolderAndDeploy()
-    Keys.onReturnPressed: hint.click()
-    Keys.onEnterPressed: hint.click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Item {
         Row {

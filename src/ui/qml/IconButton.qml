@@ -15,8 +15,8 @@ AbstractButton {
     implicitHeight: 28
     hoverEnabled: true
     Accessible.name: label
-    Keys.onReturnPressed: button.click()
-    Keys.onEnterPressed: button.click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Symbol {
         name: button.symbol

@@ -37,8 +37,8 @@ Rectangle {
         implicitWidth: implicitContentWidth
         implicitHeight: 24
         hoverEnabled: true
-        Keys.onReturnPressed: footerButton.click()
-        Keys.onEnterPressed: footerButton.click()
+        Keys.onReturnPressed: clicked()
+        Keys.onEnterPressed: clicked()
 
         contentItem: AppText {
             text: footerButton.text

@@ -13,8 +13,8 @@ AbstractButton {
     leftPadding: 14
     rightPadding: 14
     hoverEnabled: true
-    Keys.onReturnPressed: button.click()
-    Keys.onEnterPressed: button.click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: RowLayout {
         spacing: 8

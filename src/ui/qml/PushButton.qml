@@ -19,8 +19,10 @@ Button {
     bottomPadding: 0
     hoverEnabled: true
     opacity: enabled ? 1 : 0.45
-    Keys.onReturnPressed: button.click()
-    Keys.onEnterPressed: button.click()
+    // Qt Quick does not tell assistive technology that a control is disabled.
+    Accessible.description: enabled ? "" : "Unavailable"
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Item {
         implicitWidth: childrenRect.width

@@ -16,8 +16,8 @@ AbstractButton {
     hoverEnabled: true
     text: name
     Accessible.description: deploying ? "deploying…" : age
-    Keys.onReturnPressed: row.click()
-    Keys.onEnterPressed: row.click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: RowLayout {
         spacing: 6

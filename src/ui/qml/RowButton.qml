@@ -10,8 +10,8 @@ AbstractButton {
     leftPadding: 10
     rightPadding: 10
     hoverEnabled: true
-    Keys.onReturnPressed: button.click()
-    Keys.onEnterPressed: button.click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: AppText {
         text: button.text

@@ -4,11 +4,11 @@ import QtQuick.Templates as T
 import Driftwell
 
 // A surface before the window that wants an answer. Nothing behind it can be reached meanwhile.
-Popup {
+Dialog {
     id: sheet
 
-    required property string title
-
+    header: null
+    footer: null
     parent: T.Overlay.overlay
     anchors.centerIn: parent
     width: Math.min(440, parent.width - 40)

@@ -13,8 +13,8 @@ AbstractButton {
     Accessible.name: "Sort by " + text
     Accessible.checkable: true
     Accessible.checked: active
-    Keys.onReturnPressed: button.click()
-    Keys.onEnterPressed: button.click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Row {
         spacing: 4

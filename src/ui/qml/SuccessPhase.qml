@@ -46,10 +46,9 @@ ColumnLayout {
         Layout.maximumWidth: phase.width
         text: phase.model.liveAddress
         hoverEnabled: true
-        Accessible.role: Accessible.Link
         Accessible.name: text
-        Keys.onReturnPressed: link.click()
-        Keys.onEnterPressed: link.click()
+        Keys.onReturnPressed: clicked()
+        Keys.onEnterPressed: clicked()
         onClicked: phase.model.openLiveSite()
 
         contentItem: RowLayout {

@@ -1,0 +1,240 @@
+"""Pictures of every screen and state, from the real application on sample data. Usage: shots.py PROGRAMS FOLDER"""
+
+import os
+import re
+import shutil
+import sqlite3
+import sys
+import time
+import urllib.parse
+import urllib.request
+from datetime import datetime, timedelta, timezone
+from pathlib import Path
+
+from session import Sandbox, Session, wait_for
+
+LARGE = (1000, 760)
+SMALL = (780, 520)
+LONG_NAME = "international-conference-on-sustainable-architecture-2026-draft"
+
+# name, hours since it was deployed, by whom, last action, access mode, invited people
+SITES = [
+    ("summer-campaign", 0.05, "maya.lindqvist@driftwell.example", "deploy", "team", []),
+    ("annual-report", 2.2, "tomas.reyes@driftwell.example", "deploy", "public", []),
+    ("design-system", 5, "ines.okafor@driftwell.example", "rollback", "team", []),
+    ("board-minutes", 26, "maya.lindqvist@driftwell.example", "deploy", "restricted", []),
+    ("investor-update", 50, "ines.okafor@driftwell.example", "deploy", "restricted",
+     ["tomas@driftwell.example", "ada@studio.example", "kim@bank.example", "lee@bank.example", "ola@bank.example"]),
+    (LONG_NAME, 75, "tomas.reyes@driftwell.example", "deploy", "team", []),
+    ("handbook", 200, "tomas.reyes@driftwell.example", "deploy", "team", []),
+    ("status-page", 900, "maya.lindqvist@driftwell.example", "deploy", "public", []),
+    ("portfolio-2019", 9000, "ines.okafor@driftwell.example", "deploy", "restricted", ["ada@studio.example"]),
+]
+
+
+class Shots:
+    def __init__(self, desktop, folder, theme, scale):
+        self.desktop = desktop
+        self.folder = folder
+        self.theme = theme
+        self.scale = scale
+        self.count = 0
+
+    def open(self, sandbox, *arguments, host=None):
+        self.desktop.environment["HOME"] = str(self.desktop.folder / f"home-{self.theme}-{self.scale}-{self.count}")
+        self.count += 1
+        os.makedirs(self.desktop.environment["HOME"])
+        self.desktop.open_app(*arguments, host=host or (sandbox.address if sandbox else None),
+                              DRIFTWELL_COLOR_SCHEME=self.theme, QT_SCALE_FACTOR=str(self.scale))
+        self.desktop.find("frame", "Driftwell")
+        self.window = wait_for("the window", lambda: self.desktop.windows("Driftwell"))[0]
+
+    def take(self, name, at=None):
+        """A picture at both sizes; `at` puts the pointer on a widget first, away from everything else otherwise."""
+        for size in (LARGE, SMALL) if self.scale == 1 else (LARGE,):
+            width, height = (side * self.scale for side in size)
+            self.desktop.xdotool("windowsize", self.window, width, height)
+            wait_for("the size", lambda: f"{width}x{height}" in self.desktop.xdotool("getwindowgeometry", self.window))
+            if at:
+                self.desktop.move(*self.desktop.place(self.desktop.find(*at)))
+            else:
+                self.desktop.move(self.desktop.size[0] - 5, self.desktop.size[1] // 2)
+            self.settle()
+            scale = "" if self.scale == 1 else f"@{self.scale}x"
+            file = self.folder / f"{name}-{self.theme}-{size[0]}x{size[1]}{scale}.png"
+            self.desktop.picture(file, self.window)
+            print(file.name, flush=True)
+
+    def settle(self):
+        """Until two pictures in a row are the same, or for a second where something always moves."""
+        before = None
+        for _ in range(10):
+            picture = self.desktop.x("import", "-window", self.window, "-format", "%#", "info:")
+            if picture == before:
+                return
+            before = picture
+            time.sleep(0.1)
+
+    def close(self):
+        self.desktop.close_app()
+
+    def heading(self, text):
+        self.desktop.find("heading", text)
+
+
+def fill(desktop, sandbox):
+    folder = desktop.folder / "published"
+    folder.mkdir(exist_ok=True)
+    (folder / "index.html").write_text("<h1>Hello</h1>")
+    for name, *_ in reversed(SITES):
+        desktop.dw("deploy", folder, "--name", name, host=sandbox.address)
+    sandbox.stop()
+    database = sqlite3.connect(next(sandbox.data.glob("*.sqlite3")))
+    for name, hours, person, action, mode, emails in SITES:
+        deployed = datetime.now(timezone.utc) - timedelta(hours=hours)
+        database.execute(
+            "UPDATE sites SET deployed_at=?, deployed_by=?, last_action=?, access_mode=?, access_emails=? WHERE name=?",
+            (deployed.strftime("%Y-%m-%dT%H:%M:%S.000Z"), person, action, mode,
+             "[" + ",".join(f'"{email}"' for email in emails) + "]", name))
+    database.commit()
+    database.close()
+    sandbox.start()
+
+
+def sample_folder(desktop, name, megabytes=0):
+    folder = desktop.folder / "home-of-samples" / name
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / "index.html").write_text("<h1>Hello</h1>")
+    (folder / "style.css").write_text("body{}" * 300)
+    for number in range(megabytes):
+        (folder / f"{number}.bin").write_bytes(os.urandom(1 << 20))
+    return folder
+
+
+def sign_in(desktop, person):
+    page = wait_for("the sign-in page", lambda: [a for a in desktop.opened() if "/auth/login?" in a])[-1]
+    browser = urllib.request.build_opener(urllib.request.ProxyHandler({}), urllib.request.HTTPCookieProcessor())
+    nonce = re.search(r'name="nonce" value="([^"]+)"', browser.open(page).read().decode()).group(1)
+    answer = urllib.parse.urlencode({"nonce": nonce, "person": person}).encode()
+    browser.open(urllib.parse.urljoin(page, "/auth/login"), answer)
+
+
+def take_connection(shots):
+    desktop = shots.desktop
+    shots.open(None)
+    desktop.find("label", "Where does your team deploy?")
+    shots.take("no-host")
+    shots.close()
+
+    empty = Sandbox(desktop, data=f"empty-{shots.theme}-{shots.scale}")
+    shots.open(empty)
+    desktop.find("label", "No projects yet")
+    shots.take("empty")
+    shots.close()
+    empty.stop()
+
+    closed = Sandbox(desktop, "--require-sign-in", data=f"closed-{shots.theme}-{shots.scale}")
+    shots.open(closed, host=f"http://127.0.0.1:{closed.port}")
+    desktop.find("push button", "Sign in…")
+    shots.take("signed-out")
+    (desktop.folder / "opened").unlink(missing_ok=True)
+    desktop.press("push button", "Sign in…")
+    desktop.find("label", "Waiting for browser…")
+    shots.take("signing-in")
+    sign_in(desktop, "person-sam")
+    desktop.find("label", "This account can’t manage sites")
+    shots.take("not-on-the-team")
+    shots.close()
+    closed.stop()
+
+
+def take_list(shots, sandbox):
+    desktop = shots.desktop
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+    shots.take("sites")
+    shots.take("sites-hover", at=("list item", "annual-report"))
+    desktop.click(*desktop.place(desktop.find("list item", "annual-report")), button=3)
+    desktop.find("menu item", "Copy Link")
+    shots.take("sites-menu", at=("menu item", "Copy Link"))
+    desktop.key("Escape")
+    desktop.key("ctrl+f")
+    desktop.type("nothing like it")
+    desktop.find("label", "No projects match “nothing like it”")
+    shots.take("sites-no-match")
+    desktop.key("ctrl+a")
+    desktop.type("re")
+    shots.take("sites-filtered")
+    desktop.key("Escape")
+    desktop.find("list item", "handbook")
+    sandbox.stop()
+    desktop.find("alert", re.compile("^Can’t reach"))
+    shots.take("offline")
+    shots.close()
+    sandbox.start()
+
+
+def take_deploy(shots, sandbox):
+    desktop = shots.desktop
+    shots.open(sandbox, sample_folder(desktop, "Spring Lookbook"))
+    desktop.find("label", "New site — this name is free")
+    shots.take("deploy-confirm-new")
+    desktop.key("ctrl+a")
+    desktop.type("annual-report")
+    desktop.find("label", re.compile("^Replaces annual-report"))
+    shots.take("deploy-confirm-replaces")
+    desktop.key("ctrl+a")
+    desktop.type("Spring Lookbook")
+    desktop.find("label", "Lowercase letters, digits and dashes only")
+    shots.take("deploy-confirm-forbidden")
+    desktop.key("ctrl+a", "BackSpace")
+    desktop.find("label", "Name the site to deploy it")
+    shots.take("deploy-confirm-empty")
+    desktop.key("ctrl+a")
+    desktop.type(LONG_NAME[:63])
+    shots.take("deploy-confirm-long")
+    shots.close()
+
+    sandbox.restart("--delay", "60000", "--fail-path", "/api/deploy")
+    shots.open(sandbox, sample_folder(desktop, "photo-archive", 8))
+    shots.heading("Deploy photo-archive")
+    desktop.key("Return")
+    shots.heading("Deploying photo-archive")
+    shots.take("deploy-running")
+    shots.close()
+
+    sandbox.restart("--fail", "507", "--fail-path", "/api/deploy")
+    shots.open(sandbox, sample_folder(desktop, "Spring Lookbook"))
+    shots.heading("Deploy spring-lookbook")
+    desktop.key("Return")
+    shots.heading("Deploy failed")
+    shots.take("deploy-failed")
+    shots.close()
+
+    sandbox.restart()
+    shots.open(sandbox, sample_folder(desktop, "Spring Lookbook"))
+    shots.heading("Deploy spring-lookbook")
+    desktop.key("Return")
+    shots.heading("spring-lookbook is live")
+    shots.take("deploy-live")
+    shots.close()
+
+
+def main():
+    programs, folder = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve()
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    for scale in (1, 2):
+        with Session(programs, size=(1100 * scale + 100, 860 * scale)) as desktop:
+            for theme in ("light", "dark"):
+                shots = Shots(desktop, folder, theme, scale)
+                sandbox = Sandbox(desktop, data=f"platform-{theme}-{scale}")
+                fill(desktop, sandbox)
+                take_connection(shots)
+                take_list(shots, sandbox)
+                take_deploy(shots, sandbox)
+                sandbox.stop()
+
+
+if __name__ == "__main__":
+    main()
