@@ -98,7 +98,7 @@ private:
 TEST_F(DeploySheetTest, TheSheetIsAsWideAsItIsMeantToBe) {
     showSheet();
     const Seen sheet = the(Role::Dialog, QStringLiteral("Deploy garden"));
-    EXPECT_EQ(sheet.item->width(), 440 - 2 * 20);
+    EXPECT_EQ(sheet.item->width(), 440);
 }
 
 TEST_F(DeploySheetTest, ConfirmingShowsFolderFiguresAndStatus) {
@@ -345,7 +345,7 @@ TEST_F(DeploySheetTest, SuccessShowsTheAddressAndTheSummary) {
     showSheet();
     succeed();
     EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("garden is live")));
-    EXPECT_TRUE(isSeen(Role::Link, QStringLiteral("garden.sites.test")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("garden.sites.test")));
     EXPECT_THAT(texts(), Contains(testing::MatchesRegex("deployed in [1-9][0-9]*s · 1 file · 5 bytes")));
     EXPECT_NO_THROW(textItem(QString(QChar(0xE86C))));
 }
@@ -353,7 +353,7 @@ TEST_F(DeploySheetTest, SuccessShowsTheAddressAndTheSummary) {
 TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
     showSheet();
     succeed();
-    click(Role::Link, QStringLiteral("garden.sites.test"));
+    click(Role::Button, QStringLiteral("garden.sites.test"));
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
     EXPECT_TRUE(sheetIsThere());
 }
@@ -361,7 +361,7 @@ TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
 TEST_F(DeploySheetTest, TheLinkTellsTheWholeAddressUnderTheRestingPointer) {
     showSheet();
     succeed();
-    hover(the(Role::Link, QStringLiteral("garden.sites.test")).item);
+    hover(the(Role::Button, QStringLiteral("garden.sites.test")).item);
     waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Open https://garden.sites.test")); });
 }
 
@@ -398,13 +398,13 @@ TEST_F(DeploySheetTest, AnEscapeTooManyDoesNotHideTheAddress) {
     succeed();
     press(Qt::Key_Escape);
     EXPECT_TRUE(sheetIsThere());
-    EXPECT_TRUE(isSeen(Role::Link, QStringLiteral("garden.sites.test")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("garden.sites.test")));
 }
 
 TEST_F(DeploySheetTest, TabGoesThroughTheSuccess) {
     showSheet();
     succeed();
-    EXPECT_THAT(tabs(3), ElementsAre("Link garden.sites.test", "Button Copy URL", "Button Done"));
+    EXPECT_THAT(tabs(3), ElementsAre("Button garden.sites.test", "Button Copy URL", "Button Done"));
 }
 
 TEST_F(DeploySheetTest, SuccessFollowsTheColorScheme) {

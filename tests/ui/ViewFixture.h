@@ -22,7 +22,7 @@ struct Seen {
     QAccessible::State state;
     QQuickItem* item = nullptr;
 
-    [[nodiscard]] bool isEnabled() const { return !state.disabled; }
+    [[nodiscard]] bool isEnabled() const { return item != nullptr && item->isEnabled(); }
 };
 
 /// A view of the application in a window of its own, that is looked at and handled as people do: through what a screen
