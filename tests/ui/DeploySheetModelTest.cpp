@@ -298,7 +298,7 @@ TEST_F(DeploySheetModelTest, ANameThatIsFreeSaysSo) {
 }
 
 TEST_F(DeploySheetModelTest, ASiteThatIsReplacedTellsSinceWhenItIsLive) {
-    connectedWith(std::vector<Json>{siteRecord("garden", "2024-03-01T10:00:00Z")});
+    connectedWithRecords({siteRecord("garden", "2024-03-01T10:00:00Z")});
     EXPECT_EQ(sheet().nameStatus(), NameStatus::Replaces);
     EXPECT_EQ(sheet().nameStatusText(), QStringLiteral("Replaces garden — live since Mar 1, 2024"));
     EXPECT_TRUE(sheet().isNameValid());

@@ -41,7 +41,10 @@ private:
 /// Another time zone until the end of the scope.
 class ScopedTimeZone {
 public:
-    explicit ScopedTimeZone(const char* zone) : m_variable("TZ", zone) { ::tzset(); }
+    explicit ScopedTimeZone(const char* zone) {
+        m_variable.emplace("TZ", QByteArray(zone));
+        ::tzset();
+    }
     ~ScopedTimeZone() {
         m_variable.reset();
         ::tzset();

@@ -57,7 +57,7 @@ TEST_F(MainWindowModelTest, WithoutAPlatformOneIsAskedFor) {
 }
 
 TEST_F(MainWindowModelTest, AConnectionWithoutSitesShowsTheEmptyState) {
-    connectedWith(std::vector<std::string>{});
+    connectedWith({});
     EXPECT_EQ(window().content(), Content::EmptyState);
 }
 
@@ -73,7 +73,7 @@ TEST_F(MainWindowModelTest, AConnectionThatIsBeingMadeShowsTheListAndNotTheEmpty
 }
 
 TEST_F(MainWindowModelTest, AFilterWithoutSitesShowsTheListSoThatItCanSayThatNothingMatches) {
-    connectedWith(std::vector<std::string>{});
+    connectedWith({});
     model().setFilter(QStringLiteral("gar"));
     EXPECT_EQ(window().content(), Content::SiteList);
 }
@@ -106,7 +106,7 @@ TEST_F(MainWindowModelTest, AChangeOfTheContentIsAnnouncedOnce) {
 }
 
 TEST_F(MainWindowModelTest, TheFilterChangesTheContent) {
-    connectedWith(std::vector<std::string>{});
+    connectedWith({});
     ASSERT_EQ(window().content(), Content::EmptyState);
     const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
     model().setFilter(QStringLiteral("gar"));

@@ -133,7 +133,7 @@ TEST_F(MenuBarModelTest, OneSiteTakesTheSingular) {
 }
 
 TEST_F(MenuBarModelTest, NoSitesTakeThePlural) {
-    connectedWith(std::vector<std::string>{});
+    connectedWith({});
     EXPECT_EQ(header(), hostText() + " · 0 sites");
 }
 
@@ -181,8 +181,8 @@ TEST_F(MenuBarModelTest, APersonWhoIsNotLetInCanSignIn) {
 // Recent sites
 
 TEST_F(MenuBarModelTest, TheSitesThatWereDeployedLastComeFirst) {
-    connectedWith(std::vector<Json>{siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("never"),
-                                    siteRecord("new", "2026-03-01T09:55:00Z"), siteRecord("odd", "yesterday")});
+    connectedWithRecords({siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("never"),
+                          siteRecord("new", "2026-03-01T09:55:00Z"), siteRecord("odd", "yesterday")});
     const Timestamp present = *timestampFromIso(u"2026-03-01T10:00:00Z");
     EXPECT_THAT(MenuBarModel::recentSites(model(), present),
                 ElementsAre(RecentSite{QStringLiteral("new"), QStringLiteral("5m"), false},
@@ -192,7 +192,7 @@ TEST_F(MenuBarModelTest, TheSitesThatWereDeployedLastComeFirst) {
 }
 
 TEST_F(MenuBarModelTest, WithoutSitesThereAreNoRecentOnes) {
-    connectedWith(std::vector<std::string>{});
+    connectedWith({});
     EXPECT_THAT(MenuBarModel::recentSites(model(), now()), IsEmpty());
 }
 
@@ -224,7 +224,7 @@ TEST_F(MenuBarModelTest, ARowThatIsGoneDoesNothing) {
 TEST_F(MenuBarModelTest, ASiteWithAnAddressThatIsNoneForABrowserIsNotOpened) {
     Json strange = siteRecord("garden");
     strange["url"] = "file:///etc/passwd";
-    connectedWith(std::vector<Json>{strange});
+    connectedWithRecords({strange});
     MenuBarModel menuBar(model(), desktop);
     menuBar.openSite(0);
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());

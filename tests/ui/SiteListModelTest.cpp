@@ -106,7 +106,7 @@ TEST_F(SiteListModelTest, AFilterThatLooksLikeAPlaceholderIsNamedAsItWasTyped) {
 }
 
 TEST_F(SiteListModelTest, WithoutSitesAndFilterNothingIsSaid) {
-    connectedWith(std::vector<std::string>{});
+    connectedWith({});
     EXPECT_EQ(list().nothingMatches(), QString());
     EXPECT_EQ(list().subtitle(), QStringLiteral("0 projects"));
 }

@@ -152,7 +152,7 @@ TEST_F(SitesModelTest, ARowHasTheTextsOfItsSite) {
     Json garden = siteRecord("garden");
     garden["deployedBy"] = "ada.byron@sites.test";
     garden["access"] = {{"mode", "public"}, {"emails", Json::array()}};
-    connectedWith(std::vector<Json>{garden});
+    connectedWithRecords({garden});
     EXPECT_EQ(data(0, Qt::DisplayRole), QStringLiteral("garden"));
     EXPECT_EQ(data(0, Role::NameRole), QStringLiteral("garden"));
     EXPECT_EQ(data(0, Role::AddressRole), QStringLiteral("garden.sites.test"));
@@ -168,7 +168,7 @@ TEST_F(SitesModelTest, ARowHasTheTextsOfItsSite) {
 TEST_F(SitesModelTest, ARowNamesTheFirstInvitedPeopleAndCountsTheRest) {
     Json garden = siteRecord("garden");
     garden["access"] = {{"mode", "restricted"}, {"emails", {"a@x", "b@x", "c@x", "d@x", "e@x"}}};
-    connectedWith(std::vector<Json>{garden});
+    connectedWithRecords({garden});
     EXPECT_EQ(data(0, Role::SharedEmailsRole), (QStringList{"a@x", "b@x", "c@x"}));
     EXPECT_EQ(data(0, Role::MoreEmailsRole), 2);
     EXPECT_EQ(data(0, Role::SharingTextRole), QString());
@@ -177,7 +177,7 @@ TEST_F(SitesModelTest, ARowNamesTheFirstInvitedPeopleAndCountsTheRest) {
 TEST_F(SitesModelTest, ARowTellsOfARollback) {
     Json garden = siteRecord("garden", "2024-03-01T10:00:00Z");
     garden["lastAction"] = "rollback";
-    connectedWith(std::vector<Json>{garden});
+    connectedWithRecords({garden});
     EXPECT_EQ(data(0, Role::RolledBackRole), true);
     EXPECT_EQ(data(0, Role::UpdatedTextRole), QStringLiteral("Rolled back Mar 1, 2024"));
 }
@@ -223,11 +223,11 @@ TEST_F(SitesModelTest, ASiteThatIsGoneIsOneRowLess) {
 
 TEST_F(SitesModelTest, ASiteThatWasDeployedMovesToTheTop) {
     model().setSortOrder(SortOrder::MostRecent);
-    connectedWith(std::vector<Json>{siteRecord("a", "2026-03-03T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
-                                    siteRecord("c", "2026-03-01T10:00:00Z")});
+    connectedWithRecords({siteRecord("a", "2026-03-03T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
+                          siteRecord("c", "2026-03-01T10:00:00Z")});
     mirror();
-    connectedWith(std::vector<Json>{siteRecord("a", "2026-03-03T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
-                                    siteRecord("c", "2026-03-04T10:00:00Z")});
+    connectedWithRecords({siteRecord("a", "2026-03-03T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
+                          siteRecord("c", "2026-03-04T10:00:00Z")});
     EXPECT_THAT(listLog(), ElementsAre("move 2 0", "change 0 0"));
     EXPECT_THAT(names(), ElementsAre("c", "a", "b"));
 }
@@ -237,7 +237,7 @@ TEST_F(SitesModelTest, ASiteThatChangesIsReadAgainAndNoOther) {
     mirror();
     Json changed = siteRecord("b");
     changed["deployedBy"] = "ada@sites.test";
-    connectedWith(std::vector<Json>{siteRecord("a"), changed, siteRecord("c")});
+    connectedWithRecords({siteRecord("a"), changed, siteRecord("c")});
     EXPECT_THAT(listLog(), ElementsAre("change 1 1"));
     EXPECT_EQ(data(1, Role::UpdatedTextRole), QStringLiteral("By Ada"));
 }
@@ -266,8 +266,8 @@ TEST_F(SitesModelTest, TheFilterTakesRowsAwayAndBringsThemBack) {
 }
 
 TEST_F(SitesModelTest, AnotherOrderMovesTheRows) {
-    connectedWith(std::vector<Json>{siteRecord("a", "2026-03-01T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
-                                    siteRecord("c", "2026-03-03T10:00:00Z")});
+    connectedWithRecords({siteRecord("a", "2026-03-01T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
+                          siteRecord("c", "2026-03-03T10:00:00Z")});
     mirror();
     model().setSortOrder(SortOrder::MostRecent);
     EXPECT_THAT(names(), ElementsAre("c", "b", "a"));

@@ -43,7 +43,7 @@ AppState& UiFixture::settleAs(Kind kind) {
     return model();
 }
 
-AppState& UiFixture::connectedWith(const std::vector<Json>& sites) {
+AppState& UiFixture::connectedWithRecords(const std::vector<Json>& sites) {
     configureLocal();
     answerAll();
     server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
@@ -58,7 +58,7 @@ AppState& UiFixture::connectedWith(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         sites.push_back(siteRecord(name));
     }
-    return connectedWith(sites);
+    return connectedWithRecords(sites);
 }
 
 QString UiFixture::host() const {

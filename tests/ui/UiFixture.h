@@ -26,7 +26,7 @@ protected:
     AppState& becomeOnRemote(Kind kind);
 
     /// Connected to a platform that holds these sites.
-    AppState& connectedWith(const std::vector<Json>& sites);
+    AppState& connectedWithRecords(const std::vector<Json>& sites);
     AppState& connectedWith(const std::vector<std::string>& names);
 
     /// What the model says the host is: the platform's address without its scheme.

@@ -8,7 +8,7 @@ Text {
 
     color: DW.textPrimary
     font.pointSize: size * 0.75
-    font.family: monospaced ? "monospace" : Qt.application.font.family
+    font.family: monospaced ? "monospace" : Application.font.family
     textFormat: Text.PlainText
     elide: Text.ElideRight
     Accessible.role: Accessible.StaticText

@@ -12,7 +12,7 @@ Row {
 
     spacing: -6
     Accessible.role: Accessible.StaticText
-    Accessible.name: "Shared with " + emails.join(", ") + (more > 0 ? " and " + more + " more" : "")
+    Accessible.name: "Shared with " + [...emails].join(", ") + (more > 0 ? " and " + more + " more" : "")
 
     Repeater {
         model: stack.emails

@@ -6,22 +6,15 @@ import Driftwell
 Switch {
     id: toggle
 
-    spacing: 10
-    padding: 0
+    component Track: Rectangle {
+        id: track
 
-    contentItem: AppText {
-        text: toggle.text
-        rightPadding: toggle.indicator.width + toggle.spacing
-        verticalAlignment: Text.AlignVCenter
-        Accessible.ignored: true
-    }
-    indicator: Rectangle {
-        x: toggle.width - width
-        y: (toggle.height - height) / 2
+        required property bool on
+
         implicitWidth: 38
         implicitHeight: 22
         radius: height / 2
-        color: toggle.checked ? DW.accent : DW.toggleOff
+        color: on ? DW.accent : DW.toggleOff
 
         Rectangle {
             x: knob.x
@@ -35,7 +28,7 @@ Switch {
         Rectangle {
             id: knob
 
-            x: toggle.checked ? parent.width - width - 2 : 2
+            x: track.on ? track.width - width - 2 : 2
             y: 2
             width: 18
             height: 18
@@ -49,6 +42,22 @@ Switch {
                 }
             }
         }
+    }
+
+    spacing: 10
+    padding: 0
+
+    contentItem: AppText {
+        text: toggle.text
+        rightPadding: toggle.indicator.width + toggle.spacing
+        verticalAlignment: Text.AlignVCenter
+        Accessible.ignored: true
+    }
+    indicator: Track {
+        x: toggle.width - width
+        y: (toggle.height - height) / 2
+        on: toggle.checked
+
         FocusRing {
             shown: toggle.visualFocus
             radius: 14

@@ -7,6 +7,7 @@ AbstractButton {
     id: hint
 
     required property SiteListModel model
+    readonly property color ink: model.paused ? DW.textTertiary : hovered ? DW.textPrimary : DW.textSecondary
 
     implicitHeight: 44
     enabled: !model.paused
@@ -27,15 +28,13 @@ AbstractButton {
                 anchors.verticalCenter: parent.verticalCenter
                 name: "folder.badge.plus"
                 size: 17
-                color: words.color
+                color: hint.ink
             }
             AppText {
-                id: words
-
                 anchors.verticalCenter: parent.verticalCenter
                 text: hint.text
                 size: 12.5
-                color: hint.model.paused ? DW.textTertiary : hint.hovered ? DW.textPrimary : DW.textSecondary
+                color: hint.ink
                 Accessible.ignored: true
             }
         }

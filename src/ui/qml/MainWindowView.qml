@@ -19,12 +19,31 @@ Rectangle {
         }
     }
 
+    function presentContent(): void {
+        switch (model.content) {
+        case MainWindowModel.SignIn:
+            return content.setSource("SignInView.qml", {model: model.signIn});
+        case MainWindowModel.NoHost:
+            return content.setSource("NoHostView.qml", {model: model});
+        case MainWindowModel.EmptyState:
+            return content.setSource("EmptyStateView.qml", {model: model});
+        default:
+            return content.setSource("SiteListView.qml", {model: model.siteList});
+        }
+    }
+
     color: DW.canvas
-    Component.onCompleted: presentDeployment(model.deploySheet)
+    Component.onCompleted: {
+        presentContent();
+        presentDeployment(model.deploySheet);
+    }
 
     Connections {
         target: root.model
 
+        function onContentChanged(): void {
+            root.presentContent();
+        }
         function onDeploySheetChanged(): void {
             root.presentDeployment(root.model.deploySheet);
         }
@@ -47,36 +66,12 @@ Rectangle {
             text: root.model.bannerText
         }
         Loader {
+            id: content
+
             Layout.fillWidth: true
             Layout.fillHeight: true
             focus: true
-            sourceComponent: switch (root.model.content) {
-                case MainWindowModel.SignIn: return signIn;
-                case MainWindowModel.NoHost: return noHost;
-                case MainWindowModel.EmptyState: return emptyState;
-                default: return siteList;
-            }
         }
-    }
-    Component {
-        id: signIn
-
-        SignInView { model: root.model.signIn }
-    }
-    Component {
-        id: noHost
-
-        NoHostView { model: root.model }
-    }
-    Component {
-        id: emptyState
-
-        EmptyStateView { model: root.model }
-    }
-    Component {
-        id: siteList
-
-        SiteListView { model: root.model.siteList }
     }
     Loader {
         id: sheet

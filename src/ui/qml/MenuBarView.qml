@@ -34,15 +34,13 @@ Rectangle {
     component FooterButton: AbstractButton {
         id: footerButton
 
-        implicitWidth: footerText.implicitWidth
+        implicitWidth: implicitContentWidth
         implicitHeight: 24
         hoverEnabled: true
         Keys.onReturnPressed: clicked()
         Keys.onEnterPressed: clicked()
 
         contentItem: AppText {
-            id: footerText
-
             text: footerButton.text
             size: 11
             verticalAlignment: Text.AlignVCenter

@@ -10,6 +10,7 @@ Button {
     property string symbol: ""
     property string tip: ""
     property real size: 13
+    readonly property color ink: prominent ? (DW.dark ? DW.canvas : "white") : DW.textPrimary
 
     implicitHeight: 32
     leftPadding: 14
@@ -24,12 +25,10 @@ Button {
     Keys.onEnterPressed: clicked()
 
     contentItem: Item {
-        implicitWidth: row.implicitWidth
-        implicitHeight: row.implicitHeight
+        implicitWidth: childrenRect.width
+        implicitHeight: childrenRect.height
 
         Row {
-            id: row
-
             anchors.centerIn: parent
             spacing: 6
 
@@ -38,16 +37,14 @@ Button {
                 visible: button.symbol !== ""
                 name: button.symbol
                 size: button.size + 3
-                color: label.color
+                color: button.ink
             }
             AppText {
-                id: label
-
                 anchors.verticalCenter: parent.verticalCenter
                 text: button.text
                 size: button.size
                 font.weight: Font.Medium
-                color: button.prominent ? (DW.dark ? DW.canvas : "white") : DW.textPrimary
+                color: button.ink
                 Accessible.ignored: true
             }
         }

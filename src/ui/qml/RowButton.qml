@@ -5,15 +5,15 @@ import Driftwell
 AbstractButton {
     id: button
 
-    implicitWidth: title.implicitWidth + 20
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: 28
+    leftPadding: 10
+    rightPadding: 10
     hoverEnabled: true
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
     contentItem: AppText {
-        id: title
-
         text: button.text
         size: 12.5
         font.weight: Font.Medium

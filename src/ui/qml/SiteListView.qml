@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls.Basic
 import Driftwell
@@ -8,14 +10,53 @@ Item {
 
     required property SiteListModel model
 
+    function showMenuOfCurrent(): void {
+        const row = list.currentItem as SiteRow;
+        if (row) {
+            row.showMenu(Qt.point(row.width - 220, row.height - 6));
+        }
+    }
+
+    clip: true
+
     Card {
         // Behind the rows: as high as they are, and never beyond the page.
         visible: list.count > 0
         x: list.x
-        y: Math.max(0, list.headerItem ? list.headerItem.height - list.contentY + list.originY : 0)
+        y: Math.max(0, header.y + header.height)
         width: list.width
-        height: Math.min(list.count * 56, view.height - y)
-        clip: false
+        height: Math.min(footer.y, view.height) - y
+    }
+    // Header and footer scroll with the rows, in the margins that the list leaves for them.
+    Column {
+        id: header
+
+        x: list.x
+        y: list.originY - list.contentY - height
+        z: 1
+        width: list.width
+        topPadding: 20
+        spacing: 16
+
+        PageHeader {
+            width: header.width
+            model: view.model
+        }
+        TableHeader {
+            width: header.width
+            visible: list.count > 0
+            height: implicitHeight + 6
+            model: view.model
+        }
+        AppText {
+            width: header.width
+            visible: text !== ""
+            bottomPadding: 12
+            text: view.model.nothingMatches
+            wrapMode: Text.WrapAnywhere
+            maximumLineCount: 3
+            color: DW.textSecondary
+        }
     }
     ListView {
         id: list
@@ -23,6 +64,8 @@ Item {
         anchors.fill: parent
         anchors.leftMargin: 20
         anchors.rightMargin: 20
+        topMargin: header.height
+        bottomMargin: footer.height
         model: view.model.sites
         reuseItems: true
         boundsBehavior: Flickable.StopAtBounds
@@ -44,52 +87,25 @@ Item {
         }
 
         ScrollBar.vertical: ScrollBar {}
-        header: Column {
-            width: list.width
-            topPadding: 20
-            spacing: 16
-
-            PageHeader {
-                width: parent.width
-                model: view.model
-            }
-            TableHeader {
-                width: parent.width
-                visible: list.count > 0
-                height: visible ? implicitHeight + 6 : 0
-                model: view.model
-            }
-            AppText {
-                width: parent.width
-                visible: text !== ""
-                bottomPadding: 12
-                text: view.model.nothingMatches
-                wrapMode: Text.WrapAnywhere
-                maximumLineCount: 3
-                color: DW.textSecondary
-            }
-        }
         delegate: SiteRow {
             width: list.width
             model: view.model
             menu: siteMenu
         }
-        footer: DropHint {
-            width: list.width
-            height: 64
-            model: view.model
-        }
+    }
+    DropHint {
+        id: footer
+
+        x: list.x
+        y: header.y + header.height + list.contentHeight
+        z: 1
+        width: list.width
+        height: 64
+        model: view.model
     }
     SiteMenu {
         id: siteMenu
 
         model: view.model
-    }
-
-    function showMenuOfCurrent(): void {
-        const row = list.currentItem as SiteRow;
-        if (row) {
-            row.showMenu(Qt.point(row.width - 220, row.height - 6));
-        }
     }
 }

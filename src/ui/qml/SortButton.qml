@@ -8,7 +8,7 @@ AbstractButton {
     required property bool active
 
     implicitHeight: 26
-    implicitWidth: title.implicitWidth + 20
+    implicitWidth: implicitContentWidth + 4
     hoverEnabled: true
     Accessible.name: "Sort by " + text
     Accessible.checkable: true
@@ -20,8 +20,6 @@ AbstractButton {
         spacing: 4
 
         AppText {
-            id: title
-
             anchors.verticalCenter: parent.verticalCenter
             text: button.text
             size: 12
@@ -31,7 +29,7 @@ AbstractButton {
         }
         Symbol {
             anchors.verticalCenter: parent.verticalCenter
-            visible: button.active
+            opacity: button.active ? 1 : 0
             name: "arrow.up"
             size: 12
             color: DW.textPrimary

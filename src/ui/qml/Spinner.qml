@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Driftwell
 
@@ -6,7 +8,7 @@ Item {
     id: spinner
 
     property real size: 14
-    property int turn: 0
+    property int turn
 
     implicitWidth: size
     implicitHeight: size

@@ -106,7 +106,7 @@ ColumnLayout {
         }
     }
     Shortcut {
-        sequences: [StandardKey.Copy]
+        sequences: ["Ctrl+C"]
         onActivated: phase.model.copyUrl()
     }
 }

@@ -1,0 +1,653 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/MainWindowModel.h"
+#include "ui/WindowControls.h"
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+using Token = DW::Token;
+
+/// The sheets, over the window that they belong to.
+class SheetTest : public ViewFixture {
+protected:
+    void TearDown() override {
+        hideView();
+        m_controls.reset();
+        m_window.reset();
+        ViewFixture::TearDown();
+    }
+
+    void showWindow() {
+        m_window = std::make_unique<MainWindowModel>(model(), desktop);
+        m_controls = std::make_unique<WindowControls>(m_frame);
+        show(QStringLiteral("MainWindowView"),
+             {{QStringLiteral("model"), QVariant::fromValue(m_window.get())},
+              {QStringLiteral("window"), QVariant::fromValue(m_controls.get())}},
+             {1000, 760});
+    }
+
+    [[nodiscard]] QColor colorOf(const QString& text) { return textItem(text)->property("color").value<QColor>(); }
+    [[nodiscard]] static QColor light(Token token) { return DW::color(token, ColorScheme::Light); }
+    [[nodiscard]] bool enabled(const char* button) { return the(Role::Button, QString::fromUtf8(button)).isEnabled(); }
+
+private:
+    QWindow m_frame;
+    std::unique_ptr<MainWindowModel> m_window;
+    std::unique_ptr<WindowControls> m_controls;
+};
+
+class DeploySheetTest : public SheetTest {
+protected:
+    /// A sheet for a folder of this name, on a platform with a site "bakery".
+    void showSheet(const std::string& folderName = "garden") {
+        connectedWithRecords({siteRecord("bakery", "2024-03-01T10:00:00Z"), siteRecord("orchard")});
+        showWindow();
+        m_flow = openDeployment(folderName);
+        waitUntil([this] { return sheetIsThere(); });
+    }
+
+    [[nodiscard]] bool sheetIsThere() { return !all(Role::Dialog).empty(); }
+    DeployFlow& flow() { return *m_flow; }
+    Seen field() { return the(Role::EditableText, QStringLiteral("Site name")); }
+
+    /// Replaces what stands in the field.
+    void retype(const QString& name) {
+        press(Qt::Key_A, Qt::ControlModifier);
+        press(Qt::Key_Delete);
+        type(name);
+    }
+
+    /// The border of the name's row; null while it is invisible.
+    QQuickItem* border() {
+        for (QQuickItem* const item : items()) {
+            if (item->inherits("QQuickRectangle") && item->property("border").value<QObject*>() != nullptr &&
+                item->property("border").value<QObject*>()->property("width").toDouble() == 1.5) {
+                return item;
+            }
+        }
+        return nullptr;
+    }
+    [[nodiscard]] QColor borderColor() {
+        return border()->property("border").value<QObject*>()->property("color").value<QColor>();
+    }
+
+    void succeed(const QString& url = QStringLiteral("https://garden.sites.test")) {
+        flow().begin();
+        flow().succeed({.ok = true, .site = QStringLiteral("garden"), .url = url, .bytes = 5, .files = 1});
+        settleView();
+    }
+    void fail(const char* message = "The disk is full.") {
+        flow().begin();
+        flow().fail(std::runtime_error(message));
+        settleView();
+    }
+
+private:
+    std::shared_ptr<DeployFlow> m_flow;
+};
+
+// Confirming
+
+TEST_F(DeploySheetTest, TheSheetIsAsWideAsItIsMeantToBe) {
+    showSheet();
+    const Seen sheet = the(Role::Dialog, QStringLiteral("Deploy garden"));
+    EXPECT_EQ(sheet.item->width(), 440 - 2 * 20);
+}
+
+TEST_F(DeploySheetTest, ConfirmingShowsFolderFiguresAndStatus) {
+    showSheet();
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy garden")));
+    for (const std::string& text :
+         {siteFolder("garden").string(), std::string("1 file · 5 bytes"), std::string("SITE NAME"),
+          "." + host().toStdString(), std::string("New site — this name is free")}) {
+        EXPECT_THAT(texts(), Contains(text));
+    }
+    EXPECT_EQ(field().item->property("text").toString(), QStringLiteral("garden"));
+    EXPECT_EQ(field().item->property("placeholderText").toString(), QStringLiteral("site-name"));
+    EXPECT_EQ(colorOf(QStringLiteral("New site — this name is free")), light(Token::Accent));
+}
+
+TEST_F(DeploySheetTest, TheFieldHasTheKeyboardAndItsTextIsSelected) {
+    showSheet();
+    EXPECT_EQ(focus(), "EditableText Site name");
+    type(QStringLiteral("shed"));
+    EXPECT_EQ(flow().siteName(), QStringLiteral("shed"));
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy shed")));
+}
+
+TEST_F(DeploySheetTest, ANameThatIsValidHasABorderInTheAccent) {
+    showSheet();
+    ASSERT_NE(border(), nullptr);
+    EXPECT_EQ(borderColor(), light(Token::Accent));
+    EXPECT_DOUBLE_EQ(border()->opacity(), 0.7);
+    EXPECT_TRUE(enabled("Deploy"));
+}
+
+TEST_F(DeploySheetTest, AnEmptyNameHasNoBorderAndCannotBeDeployed) {
+    showSheet("___");
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy ___")));
+    EXPECT_EQ(field().item->property("text").toString(), QString());
+    EXPECT_EQ(border(), nullptr);
+    EXPECT_FALSE(enabled("Deploy"));
+    EXPECT_THAT(texts(), Contains("Name the site to deploy it"));
+    EXPECT_EQ(colorOf(QStringLiteral("Name the site to deploy it")), light(Token::TextSecondary));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(flow().isConfirming());
+}
+
+TEST_F(DeploySheetTest, AFieldOfBlanksCountsAsEmpty) {
+    showSheet("___");
+    type(QStringLiteral("   "));
+    EXPECT_EQ(border(), nullptr);
+    EXPECT_FALSE(enabled("Deploy"));
+    EXPECT_THAT(texts(), Contains("Name the site to deploy it"));
+}
+
+TEST_F(DeploySheetTest, AReservedWordHasARedBorderAndCannotBeDeployed) {
+    showSheet();
+    retype(QStringLiteral("admin"));
+    EXPECT_THAT(texts(), Contains("“admin” is reserved"));
+    EXPECT_EQ(colorOf(QStringLiteral("“admin” is reserved")), light(Token::Danger));
+    ASSERT_NE(border(), nullptr);
+    EXPECT_EQ(borderColor(), light(Token::Danger));
+    EXPECT_DOUBLE_EQ(border()->opacity(), 0.6);
+    EXPECT_FALSE(enabled("Deploy"));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(flow().isConfirming());
+    click(QStringLiteral("Deploy"));
+    EXPECT_TRUE(flow().isConfirming());
+}
+
+TEST_F(DeploySheetTest, ACapitalStaysACapitalAndIsRefused) {
+    showSheet();
+    retype(QStringLiteral("Garden"));
+    EXPECT_EQ(field().item->property("text").toString(), QStringLiteral("Garden"));
+    EXPECT_THAT(texts(), Contains("Lowercase letters, digits and dashes only"));
+    EXPECT_EQ(field().description, QStringLiteral("Lowercase letters, digits and dashes only"));
+    EXPECT_FALSE(enabled("Deploy"));
+}
+
+TEST_F(DeploySheetTest, TheNameOfASiteTurnsTheStatusIntoTheBoxOfAReplacementAtOnce) {
+    showSheet();
+    retype(QStringLiteral("bakery"));
+    const QString status = QStringLiteral("Replaces bakery — live since Mar 1, 2024");
+    EXPECT_THAT(texts(), Contains(status.toStdString()));
+    EXPECT_THAT(texts(), Contains("The current version stays available as a rollback."));
+    EXPECT_EQ(colorOf(status), light(Token::Warning));
+    EXPECT_EQ(textItem(status)->property("font").value<QFont>().weight(), QFont::DemiBold);
+    EXPECT_NO_THROW(textItem(QString(QChar(0xE53B))));
+    EXPECT_TRUE(enabled("Deploy"));
+    expectPaletteIsFollowed();
+    retype(QStringLiteral("orchard"));
+    EXPECT_THAT(texts(), Contains("Replaces orchard"));
+    retype(QStringLiteral("shed"));
+    EXPECT_THAT(texts(), Not(Contains("The current version stays available as a rollback.")));
+}
+
+TEST_F(DeploySheetTest, ReturnInTheFieldDeploys) {
+    showSheet();
+    PlatformServer::Hold hold = server.holdBody("/api/deploy");
+    press(Qt::Key_Return);
+    EXPECT_TRUE(flow().isDeploying());
+    waitUntil([&hold] { return hold.arrived(); });
+    model().cancelDeploy();
+    waitUntil([&hold] { return hold.abandoned(); });
+}
+
+TEST_F(DeploySheetTest, TheButtonDeploys) {
+    showSheet();
+    PlatformServer::Hold hold = server.holdBody("/api/deploy");
+    click(QStringLiteral("Deploy"));
+    EXPECT_TRUE(flow().isDeploying());
+    waitUntil([&hold] { return hold.arrived(); });
+    model().cancelDeploy();
+    waitUntil([&hold] { return hold.abandoned(); });
+}
+
+TEST_F(DeploySheetTest, EscapeCancels) {
+    showSheet();
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(sheetIsThere());
+}
+
+TEST_F(DeploySheetTest, CancelCancels) {
+    showSheet();
+    click(QStringLiteral("Cancel"));
+    EXPECT_FALSE(model().deployFlow());
+}
+
+TEST_F(DeploySheetTest, TabStaysInTheSheet) {
+    showSheet();
+    EXPECT_THAT(tabs(3), ElementsAre("Button Cancel", "Button Deploy", "EditableText Site name"));
+}
+
+TEST_F(DeploySheetTest, NothingBehindTheSheetCanBeReached) {
+    showSheet();
+    press(Qt::Key_F, Qt::ControlModifier);
+    EXPECT_EQ(focus(), "EditableText Site name");
+    press(Qt::Key_D, Qt::ControlModifier);
+    EXPECT_THAT(desktop.folderQuestions(), IsEmpty());
+    EXPECT_TRUE(flow().isConfirming());
+}
+
+TEST_F(DeploySheetTest, ALongNameAndALongFolderStayInTheSheet) {
+    showSheet("a-folder-with-a-very-long-name-that-does-not-fit-into-one-line-of-the-sheet-at-all");
+    const QRectF sheet = all(Role::Dialog).front().item->mapRectToScene({0, 0, 400, 400});
+    for (const Seen& each : all(Role::Button)) {
+        if (each.name == QStringLiteral("Deploy") || each.name == QStringLiteral("Cancel")) {
+            EXPECT_TRUE(sheet.contains(each.item->mapRectToScene({0, 0, each.item->width(), 1})));
+        }
+    }
+    const QRectF name = field().item->mapRectToScene({0, 0, field().item->width(), 1});
+    EXPECT_TRUE(sheet.contains(name));
+    EXPECT_GT(textItem(u'.' + host())->width(), 0) << "the host is still seen";
+}
+
+TEST_F(DeploySheetTest, ConfirmingFollowsTheColorScheme) {
+    showSheet();
+    expectPaletteIsFollowed();
+    retype(QStringLiteral("admin"));
+    expectPaletteIsFollowed();
+}
+
+// Deploying
+
+TEST_F(DeploySheetTest, DeployingShowsBarPercentageTimeAndStages) {
+    showSheet();
+    flow().begin();
+    flow().report(DeployStage::uploading(0.5));
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploying garden")));
+    EXPECT_THAT(texts(), Contains("47%"));
+    EXPECT_THAT(texts(), Contains(testing::MatchesRegex("[0-9]+s elapsed")));
+    EXPECT_EQ(colorOf(QStringLiteral("47%")), light(Token::Accent));
+    EXPECT_DOUBLE_EQ(the(Role::ProgressBar, QStringLiteral("Deployment")).item->property("value").toDouble(), 0.475);
+
+    EXPECT_EQ(the(Role::ListItem, QStringLiteral("Packed 1 files")).description, QStringLiteral("done"));
+    EXPECT_EQ(the(Role::ListItem, QStringLiteral("Uploading 5 bytes · 50%")).description, QStringLiteral("under way"));
+    EXPECT_EQ(the(Role::ListItem, QStringLiteral("Publishing to garden.") + host()).description,
+              QStringLiteral("to come"));
+    EXPECT_EQ(colorOf(QStringLiteral("Publishing to garden.") + host()), light(Token::TextTertiary));
+    EXPECT_EQ(colorOf(QStringLiteral("Packed 1 files")), light(Token::TextPrimary));
+}
+
+TEST_F(DeploySheetTest, TheStagesHaveTheirMarks) {
+    showSheet();
+    flow().begin();
+    flow().report(DeployStage::uploading(0.5));
+    QQuickItem* const packed = the(Role::ListItem, QStringLiteral("Packed 1 files")).item;
+    QQuickItem* const publishing = the(Role::ListItem, QStringLiteral("Publishing to garden.") + host()).item;
+    QQuickItem* const check = textItem(QString(QChar(0xE86C)));
+    EXPECT_TRUE(packed->isAncestorOf(check));
+    EXPECT_EQ(check->property("color").value<QColor>(), light(Token::Accent));
+    EXPECT_TRUE(publishing->isAncestorOf(textItem(QString(QChar(0xE836)))));
+}
+
+TEST_F(DeploySheetTest, TheBarFillsAsTheStageGoesOn) {
+    showSheet();
+    flow().begin();
+    QQuickItem* const bar = the(Role::ProgressBar, QStringLiteral("Deployment")).item;
+    const QPointF ninetyPercent(bar->width() * 0.9, bar->height() / 2);
+    EXPECT_EQ(colorAt(bar, ninetyPercent), light(Token::Chip));
+    flow().report(DeployStage::publishing());
+    waitUntil([&] { return colorAt(bar, ninetyPercent) == light(Token::Accent); });
+    EXPECT_EQ(colorAt(bar, {bar->width() * 0.97, bar->height() / 2}), light(Token::Chip));
+}
+
+TEST_F(DeploySheetTest, TheElapsedTimeGoesOn) {
+    showSheet();
+    flow().begin();
+    std::string first;
+    for (const std::string& text : texts()) {
+        first = text.ends_with("s elapsed") ? text : first;
+    }
+    ASSERT_FALSE(first.empty());
+    waitUntil([&] {
+        const std::vector<std::string> now = texts();
+        return std::find(now.begin(), now.end(), first) == now.end();
+    });
+}
+
+TEST_F(DeploySheetTest, WhileDeployingCancelHasTheKeyboardAndCancels) {
+    showSheet();
+    flow().begin();
+    EXPECT_EQ(focus(), "Button Cancel");
+    press(Qt::Key_Return);
+    EXPECT_FALSE(model().deployFlow());
+}
+
+TEST_F(DeploySheetTest, EscapeCancelsARunningDeployment) {
+    showSheet();
+    flow().begin();
+    settleView();
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(sheetIsThere());
+}
+
+TEST_F(DeploySheetTest, DeployingFollowsTheColorScheme) {
+    showSheet();
+    flow().begin();
+    flow().report(DeployStage::uploading(0.5));
+    expectPaletteIsFollowed();
+}
+
+// Success
+
+TEST_F(DeploySheetTest, SuccessShowsTheAddressAndTheSummary) {
+    showSheet();
+    succeed();
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("garden is live")));
+    EXPECT_TRUE(isSeen(Role::Link, QStringLiteral("garden.sites.test")));
+    EXPECT_THAT(texts(), Contains(testing::MatchesRegex("deployed in [1-9][0-9]*s · 1 file · 5 bytes")));
+    EXPECT_NO_THROW(textItem(QString(QChar(0xE86C))));
+}
+
+TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
+    showSheet();
+    succeed();
+    click(Role::Link, QStringLiteral("garden.sites.test"));
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+    EXPECT_TRUE(sheetIsThere());
+}
+
+TEST_F(DeploySheetTest, TheLinkTellsTheWholeAddressUnderTheRestingPointer) {
+    showSheet();
+    succeed();
+    hover(the(Role::Link, QStringLiteral("garden.sites.test")).item);
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Open https://garden.sites.test")); });
+}
+
+TEST_F(DeploySheetTest, CopyUrlCopiesAndSaysSoUntilTheSheetCloses) {
+    showSheet();
+    succeed();
+    click(QStringLiteral("Copy URL"));
+    EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Copied")));
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Copy URL")));
+    click(QStringLiteral("Copied"));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Copied")));
+}
+
+TEST_F(DeploySheetTest, ItsShortcutCopiesToo) {
+    showSheet();
+    succeed();
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Copied")));
+}
+
+TEST_F(DeploySheetTest, DoneHasTheKeyboardAndCloses) {
+    showSheet();
+    succeed();
+    EXPECT_EQ(focus(), "Button Done");
+    press(Qt::Key_Return);
+    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(sheetIsThere());
+}
+
+TEST_F(DeploySheetTest, AnEscapeTooManyDoesNotHideTheAddress) {
+    showSheet();
+    succeed();
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(sheetIsThere());
+    EXPECT_TRUE(isSeen(Role::Link, QStringLiteral("garden.sites.test")));
+}
+
+TEST_F(DeploySheetTest, TabGoesThroughTheSuccess) {
+    showSheet();
+    succeed();
+    EXPECT_THAT(tabs(3), ElementsAre("Link garden.sites.test", "Button Copy URL", "Button Done"));
+}
+
+TEST_F(DeploySheetTest, SuccessFollowsTheColorScheme) {
+    showSheet();
+    succeed();
+    expectPaletteIsFollowed();
+}
+
+// Failure
+
+TEST_F(DeploySheetTest, AFailureSaysWhy) {
+    showSheet();
+    fail();
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy failed")));
+    EXPECT_THAT(texts(), Contains("The disk is full."));
+    EXPECT_EQ(colorOf(QString(QChar(0xE002))), light(Token::Danger));
+}
+
+TEST_F(DeploySheetTest, TryAgainHasTheKeyboardAndGoesBackToTheNameThatWasTyped) {
+    showSheet();
+    retype(QStringLiteral("shed"));
+    fail();
+    EXPECT_EQ(focus(), "Button Try again");
+    press(Qt::Key_Return);
+    EXPECT_TRUE(flow().isConfirming()) << "it does not deploy at once";
+    EXPECT_EQ(focus(), "EditableText Site name");
+    EXPECT_EQ(field().item->property("text").toString(), QStringLiteral("shed"));
+}
+
+TEST_F(DeploySheetTest, CloseClosesTheFailure) {
+    showSheet();
+    fail();
+    click(QStringLiteral("Close"));
+    EXPECT_FALSE(model().deployFlow());
+}
+
+TEST_F(DeploySheetTest, EscapeClosesTheFailure) {
+    showSheet();
+    fail();
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(sheetIsThere());
+}
+
+TEST_F(DeploySheetTest, AVeryLongFailureLeavesTheButtonsOnTheWindow) {
+    showSheet();
+    fail(std::string(20000, 'x').c_str());
+    QQuickItem* const again = the(Role::Button, QStringLiteral("Try again")).item;
+    EXPECT_LT(again->mapToScene({0, again->height()}).y(), 760);
+    click(again);
+    EXPECT_TRUE(flow().isConfirming());
+}
+
+TEST_F(DeploySheetTest, FailureFollowsTheColorScheme) {
+    showSheet();
+    fail();
+    expectPaletteIsFollowed();
+}
+
+// From the beginning to the end
+
+TEST_F(DeploySheetTest, AWholeDeploymentIsDoneByKeyboard) {
+    showSheet();
+    answerDeploy({{"ok", true},
+                  {"site", "garden"},
+                  {"url", "https://garden.sites.test"},
+                  {"bytes", 5},
+                  {"files", 1},
+                  {"skipped", 0}});
+    press(Qt::Key_Return);
+    waitUntil([this] { return std::holds_alternative<DeployFlow::Success>(flow().phase()); });
+    EXPECT_EQ(focus(), "Button Done");
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
+    press(Qt::Key_Return);
+    EXPECT_FALSE(sheetIsThere());
+    EXPECT_FALSE(model().deployFlow());
+}
+
+TEST_F(DeploySheetTest, AnotherDeploymentIsAnotherSheet) {
+    showSheet();
+    succeed();
+    click(QStringLiteral("Copy URL"));
+    openDeployment("shed");
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy shed")));
+    EXPECT_EQ(focus(), "EditableText Site name");
+    EXPECT_EQ(all(Role::Dialog).size(), 1U);
+}
+
+TEST_F(DeploySheetTest, AWindowThatOpensDuringADeploymentShowsIt) {
+    become(Kind::Connected);
+    openDeployment("garden");
+    showWindow();
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy garden")));
+    EXPECT_EQ(focus(), "EditableText Site name");
+}
+
+// AlertSheet
+
+class AlertSheetTest : public SheetTest {
+protected:
+    void showFailedRollback() {
+        connectedWith({"garden"});
+        showWindow();
+        server.answer("/api/rollback", 500, errorAnswer("no such version", "failed"));
+        await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+    }
+    [[nodiscard]] bool alertIsThere() { return !all(Role::AlertMessage).empty(); }
+};
+
+TEST_F(AlertSheetTest, AFailureIsTold) {
+    showFailedRollback();
+    EXPECT_EQ(the(Role::AlertMessage, QStringLiteral("Rollback failed")).description,
+              QStringLiteral("no such version"));
+    EXPECT_THAT(texts(), Contains("Rollback failed"));
+    EXPECT_THAT(texts(), Contains("no such version"));
+}
+
+TEST_F(AlertSheetTest, OkHasTheKeyboardAndReturnDismisses) {
+    showFailedRollback();
+    EXPECT_EQ(focus(), "Button OK");
+    press(Qt::Key_Return);
+    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(alertIsThere());
+}
+
+TEST_F(AlertSheetTest, EscapeDismisses) {
+    showFailedRollback();
+    settleView();
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(alertIsThere());
+}
+
+TEST_F(AlertSheetTest, AClickDismisses) {
+    showFailedRollback();
+    click(QStringLiteral("OK"));
+    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(alertIsThere());
+}
+
+TEST_F(AlertSheetTest, TheNextFailureFollows) {
+    showFailedRollback();
+    server.answer("/api/sites/garden", 500, errorAnswer("only its owner may", "failed"));
+    await(model().deleteSite(*model().existingSite(QStringLiteral("garden"))));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(isSeen(Role::AlertMessage, QStringLiteral("Delete failed")));
+    EXPECT_EQ(focus(), "Button OK");
+    press(Qt::Key_Return);
+    EXPECT_FALSE(alertIsThere());
+}
+
+TEST_F(AlertSheetTest, ALongFailureIsReadWhole) {
+    connectedWith({"garden"});
+    showWindow();
+    const std::string words = "The version before this one has been removed by the platform, which keeps versions for "
+                              "thirty days only; deploy the folder again to bring it back.";
+    server.answer("/api/rollback", 500, errorAnswer(words, "failed"));
+    await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+    EXPECT_FALSE(textItem(QString::fromStdString(words))->property("truncated").toBool());
+}
+
+TEST_F(AlertSheetTest, ItFollowsTheColorScheme) {
+    showFailedRollback();
+    expectPaletteIsFollowed();
+}
+
+// MainWindowView
+
+class MainWindowViewTest : public SheetTest {};
+
+TEST_F(MainWindowViewTest, EachStatusHasItsContent) {
+    become(Kind::NoHost);
+    showWindow();
+    EXPECT_THAT(texts(), Contains("Where does your team deploy?"));
+    become(Kind::SignedOut);
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
+    EXPECT_THAT(texts(), Not(Contains("Where does your team deploy?")));
+    becomeOnRemote(Kind::NotTeam);
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign out")));
+    connectedWith({});
+    EXPECT_THAT(texts(), Contains("No projects yet"));
+    connectedWith({"garden"});
+    EXPECT_TRUE(isSeen(Role::ListItem, QStringLiteral("garden")));
+    EXPECT_THAT(texts(), Not(Contains("No projects yet")));
+}
+
+TEST_F(MainWindowViewTest, AnOutageHasABannerOverTheLastKnownList) {
+    connectedWith({"garden"});
+    showWindow();
+    EXPECT_TRUE(all(Role::AlertMessage).empty());
+    become(Kind::Unreachable);
+    const Seen banner = the(Role::AlertMessage, QStringLiteral("Can’t reach ") + host());
+    EXPECT_EQ(banner.description, QStringLiteral("retrying in 8s · deploys are paused"));
+    EXPECT_DOUBLE_EQ(banner.item->mapToScene({}).y(), 52);
+    EXPECT_TRUE(isSeen(Role::ListItem, QStringLiteral("garden")));
+    become(Kind::Connected);
+    EXPECT_TRUE(all(Role::AlertMessage).empty());
+}
+
+TEST_F(MainWindowViewTest, TheShortcutOfTheFilterFocusesIt) {
+    connectedWith({"garden"});
+    showWindow();
+    press(Qt::Key_F, Qt::ControlModifier);
+    EXPECT_EQ(focus(), "EditableText Filter projects");
+    type(QStringLiteral("zoo"));
+    EXPECT_THAT(texts(), Contains("No projects match “zoo”"));
+}
+
+TEST_F(MainWindowViewTest, TheShortcutOfANewProjectAsksForAFolder) {
+    connectedWith({});
+    showWindow();
+    RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
+    press(Qt::Key_D, Qt::ControlModifier);
+    ASSERT_EQ(desktop.folderQuestions().size(), 1U);
+    answer.succeed(std::nullopt);
+    settleView();
+}
+
+TEST_F(MainWindowViewTest, WhileDeploysArePausedItsShortcutDoesNothing) {
+    become(Kind::Unreachable);
+    showWindow();
+    press(Qt::Key_D, Qt::ControlModifier);
+    EXPECT_THAT(desktop.folderQuestions(), IsEmpty());
+}
+
+TEST_F(MainWindowViewTest, TypingAFilterThatMatchesNothingKeepsTheKeyboardInTheField) {
+    connectedWith({});
+    showWindow();
+    press(Qt::Key_F, Qt::ControlModifier);
+    type(QStringLiteral("zoo"));
+    EXPECT_EQ(model().filter(), QStringLiteral("zoo"));
+    EXPECT_EQ(focus(), "EditableText Filter projects");
+    press(Qt::Key_Escape);
+    EXPECT_THAT(texts(), Contains("No projects yet"));
+    EXPECT_EQ(focus(), "EditableText Filter projects");
+}
+
+TEST_F(MainWindowViewTest, ItFollowsTheColorScheme) {
+    connectedWith({"garden", "bakery"});
+    showWindow();
+    expectPaletteIsFollowed();
+}
+
+} // namespace
+} // namespace driftwell::tests

@@ -1,0 +1,434 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/DW.h"
+#include "ui/Format.h"
+
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+using testing::ElementsAre;
+using Token = DW::Token;
+
+class LeafViewsTest : public ViewFixture {
+protected:
+    /// The first of the objects that the test wrote.
+    [[nodiscard]] QQuickItem* leaf() { return view().rootObject()->childItems().at(0); }
+
+    [[nodiscard]] static QColor light(Token token) { return DW::color(token, ColorScheme::Light); }
+    [[nodiscard]] static QColor dark(Token token) { return DW::color(token, ColorScheme::Dark); }
+
+    [[nodiscard]] static double pointSize(QQuickItem* text) {
+        return text->property("font").value<QFont>().pointSizeF();
+    }
+    [[nodiscard]] static int weight(QQuickItem* text) { return text->property("font").value<QFont>().weight(); }
+    [[nodiscard]] static QColor color(QQuickItem* item) { return item->property("color").value<QColor>(); }
+
+    /// Sizes of texts are logical pixels; fonts count in points, of which three are four pixels.
+    static constexpr double pointsPerPixel = 0.75;
+};
+
+// AvatarView
+
+TEST_F(LeafViewsTest, AnAvatarIsACircleInTheColourOfItsSeed) {
+    showQml(R"(AvatarView { name: "Ada Byron"; seed: "ada@sites.test"; size: 40 })");
+    EXPECT_EQ(leaf()->size(), QSizeF(40, 40));
+    const QColor color = Format::seedColor(QStringLiteral("ada@sites.test"));
+    EXPECT_EQ(colorAt(leaf(), {20, 4}).rgb(), color.rgb());
+    EXPECT_EQ(colorAt(leaf(), {1, 1}).rgb(), light(Token::Canvas).rgb()) << "its corners are round";
+}
+
+TEST_F(LeafViewsTest, AnAvatarHasTheInitialsOfItsName) {
+    showQml(R"(AvatarView { name: "ada byron lovelace"; seed: "x"; size: 40 })");
+    QQuickItem* const letters = textItem(QStringLiteral("AB"));
+    EXPECT_DOUBLE_EQ(pointSize(letters), 40 * 0.42 * pointsPerPixel);
+    EXPECT_EQ(weight(letters), QFont::DemiBold);
+    EXPECT_EQ(color(letters), QColor(Qt::white));
+}
+
+TEST_F(LeafViewsTest, AnAvatarKeepsItsColourWhenTheNameChangesAndInTheDark) {
+    showQml(R"(AvatarView { name: "Ada"; seed: "x" })");
+    const QColor before = color(leaf());
+    leaf()->setProperty("name", QStringLiteral("Tom"));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_NO_THROW(textItem(QStringLiteral("T")));
+    EXPECT_EQ(color(leaf()), before);
+}
+
+TEST_F(LeafViewsTest, AnAvatarIsAPictureNamedAfterThePerson) {
+    showQml(R"(AvatarView { name: "Ada Byron"; seed: "x" })");
+    EXPECT_EQ(the(Role::Graphic, QStringLiteral("Ada Byron")).item, leaf());
+    EXPECT_TRUE(texts().empty()) << "the letters say nothing new";
+}
+
+TEST_F(LeafViewsTest, AnAvatarOfNobodyIsAnEmptyCircle) {
+    showQml(R"(AvatarView { name: ""; seed: "" })");
+    EXPECT_NO_THROW(textItem(QString()));
+    EXPECT_EQ(color(leaf()).hsvHue(), 61);
+}
+
+// Favicon
+
+TEST_F(LeafViewsTest, AFaviconIsTheFirstLetterOnTheTintOfTheName) {
+    showQml(R"(Favicon { name: "garden" })");
+    EXPECT_EQ(leaf()->size(), QSizeF(32, 32));
+    EXPECT_EQ(leaf()->property("radius").toInt(), 8);
+    QQuickItem* const letter = textItem(QStringLiteral("G"));
+    EXPECT_DOUBLE_EQ(pointSize(letter), 15 * pointsPerPixel);
+    EXPECT_EQ(weight(letter), QFont::DemiBold);
+    const Tint tint = DW::seedTint(QStringLiteral("garden"), ColorScheme::Light);
+    EXPECT_EQ(color(letter), tint.fg);
+    EXPECT_EQ(colorAt(leaf(), {3, 16}), tint.bg);
+}
+
+TEST_F(LeafViewsTest, AFaviconFollowsTheColorScheme) {
+    showQml(R"(Favicon { name: "garden" })");
+    desktop.setColorScheme(ColorScheme::Dark);
+    const Tint tint = DW::seedTint(QStringLiteral("garden"), ColorScheme::Dark);
+    EXPECT_EQ(color(leaf()), tint.bg);
+    EXPECT_EQ(color(textItem(QStringLiteral("G"))), tint.fg);
+}
+
+TEST_F(LeafViewsTest, AFaviconSaysNothingToAScreenReader) {
+    showQml(R"(Favicon { name: "garden" })");
+    EXPECT_TRUE(texts().empty());
+    EXPECT_TRUE(all(Role::Graphic).empty());
+}
+
+// Card
+
+TEST_F(LeafViewsTest, ACardIsFilledAndHasABorderInsideItsEdge) {
+    showQml(R"(Card { x: 20; y: 20; width: 100; height: 80 })");
+    EXPECT_EQ(leaf()->property("radius").toInt(), 12);
+    EXPECT_EQ(colorAt(leaf(), {50, 40}), light(Token::Card));
+    EXPECT_EQ(colorAt(leaf(), {0, 40}), light(Token::Border));
+    EXPECT_EQ(colorAt(leaf(), {1, 40}), light(Token::Card)) << "it is one pixel wide";
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(colorAt(leaf(), {50, 40}), dark(Token::Card));
+    EXPECT_EQ(colorAt(leaf(), {0, 40}), dark(Token::Border));
+}
+
+TEST_F(LeafViewsTest, AStrongCardHasAStrongerBorder) {
+    showQml(R"(Card { x: 20; y: 20; width: 100; height: 80; strong: true })");
+    EXPECT_EQ(colorAt(leaf(), {0, 40}), light(Token::BorderStrong));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(colorAt(leaf(), {0, 40}), dark(Token::BorderStrong));
+}
+
+TEST_F(LeafViewsTest, ACardThrowsAFaintShadowDownwards) {
+    showQml(R"(Card { x: 20; y: 20; width: 100; height: 80 })");
+    const QColor below = colorAt(leaf(), {50, 80});
+    EXPECT_LT(below.lightness(), 255);
+    EXPECT_GT(below.lightness(), 235);
+    EXPECT_EQ(colorAt(leaf(), {50, -1}).lightness(), 255);
+}
+
+// DWToggleStyle
+
+TEST_F(LeafViewsTest, APressOnAToggleFlipsIt) {
+    showQml(R"(DWToggleStyle { x: 10; y: 10; text: "Remember me" })");
+    const QSignalSpy toggles(leaf(), SIGNAL(toggled()));
+    EXPECT_FALSE(leaf()->property("checked").toBool());
+    click(leaf());
+    EXPECT_TRUE(leaf()->property("checked").toBool());
+    click(leaf());
+    EXPECT_FALSE(leaf()->property("checked").toBool());
+    EXPECT_EQ(toggles.count(), 2);
+}
+
+TEST_F(LeafViewsTest, TheKnobOfAToggleMovesToTheOtherEnd) {
+    showQml(R"(DWToggleStyle { x: 10; y: 10; text: "Remember me" })");
+    const double left = leaf()->width() - 38;
+    const double top = (leaf()->height() - 22) / 2;
+    const auto at = [&](double x) {
+        return colorAt(leaf(), {left + x, top + 11});
+    };
+    EXPECT_EQ(at(11), QColor(Qt::white));
+    EXPECT_EQ(at(27), light(Token::ToggleOff));
+    click(leaf());
+    waitUntil([&] { return at(27) == QColor(Qt::white) && at(11) == light(Token::Accent); });
+    click(leaf());
+    waitUntil([&] { return at(11) == QColor(Qt::white) && at(27) == light(Token::ToggleOff); });
+}
+
+TEST_F(LeafViewsTest, AToggleHasItsLabelBeforeTheSwitch) {
+    showQml(R"(DWToggleStyle { text: "Remember me" })");
+    QQuickItem* const label = textItem(QStringLiteral("Remember me"));
+    EXPECT_LE(label->mapToItem(leaf(), {label->property("contentWidth").toDouble(), 0}).x(), leaf()->width() - 38);
+    EXPECT_GE(leaf()->implicitWidth(), label->property("contentWidth").toDouble() + 38);
+}
+
+TEST_F(LeafViewsTest, AToggleIsNamedAndTellsItsState) {
+    showQml(R"(DWToggleStyle { text: "Remember me" })");
+    EXPECT_FALSE(the(Role::CheckBox, QStringLiteral("Remember me")).state.checked);
+    click(leaf());
+    EXPECT_TRUE(the(Role::CheckBox, QStringLiteral("Remember me")).state.checked);
+    EXPECT_TRUE(texts().empty()) << "the label is its name";
+}
+
+TEST_F(LeafViewsTest, AToggleIsFlippedByTheKeyboard) {
+    showQml(R"(DWToggleStyle { text: "Remember me" })");
+    EXPECT_THAT(tabs(1), ElementsAre("CheckBox Remember me"));
+    press(Qt::Key_Space);
+    EXPECT_TRUE(leaf()->property("checked").toBool());
+}
+
+TEST_F(LeafViewsTest, AToggleFollowsTheColorScheme) {
+    showQml(R"(DWToggleStyle { text: "Remember me"; checked: true })");
+    expectPaletteIsFollowed();
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(colorAt(leaf(), {leaf()->width() - 38 + 6, leaf()->height() / 2}), dark(Token::Accent));
+}
+
+// AppMark
+
+TEST_F(LeafViewsTest, TheMarkIsTheApplicationsPicture) {
+    showQml("AppMark {}");
+    EXPECT_EQ(leaf()->size(), QSizeF(24, 24));
+    // Image.Ready
+    EXPECT_EQ(leaf()->property("status").toInt(), 1);
+    const QImage image = picture().copy(0, 0, 24, 24);
+    int drawn = 0;
+    for (int y = 0; y < 24; ++y) {
+        for (int x = 0; x < 24; ++x) {
+            drawn += image.pixelColor(x, y) != light(Token::Canvas) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(drawn, 60);
+}
+
+// SortButton
+
+TEST_F(LeafViewsTest, TheArrowStandsAtTheActiveColumnOnly) {
+    showQml(R"(Row { SortButton { text: "Name"; active: true } SortButton { text: "Last updated"; active: false } })");
+    QQuickItem* const byName = the(Role::Button, QStringLiteral("Sort by Name")).item;
+    QQuickItem* const byTime = the(Role::Button, QStringLiteral("Sort by Last updated")).item;
+    const QString arrow(QChar(0xE5D8));
+    QQuickItem* const shown = textItem(arrow);
+    EXPECT_TRUE(byName->isAncestorOf(shown));
+    byName->setProperty("active", false);
+    EXPECT_ANY_THROW(textItem(arrow));
+    byTime->setProperty("active", true);
+    EXPECT_TRUE(byTime->isAncestorOf(textItem(arrow)));
+}
+
+TEST_F(LeafViewsTest, TheArrowDoesNotMoveTheColumn) {
+    showQml(R"(SortButton { text: "Name"; active: true })");
+    const double width = leaf()->implicitWidth();
+    leaf()->setProperty("active", false);
+    settleView();
+    EXPECT_DOUBLE_EQ(leaf()->implicitWidth(), width);
+}
+
+TEST_F(LeafViewsTest, ASortButtonTellsWhetherItIsActive) {
+    showQml(R"(SortButton { text: "Name"; active: true })");
+    EXPECT_TRUE(the(Role::Button, QStringLiteral("Sort by Name")).state.checked);
+    leaf()->setProperty("active", false);
+    EXPECT_FALSE(the(Role::Button, QStringLiteral("Sort by Name")).state.checked);
+}
+
+TEST_F(LeafViewsTest, ASortButtonIsPressedByPointerAndKeyboard) {
+    showQml(R"(SortButton { text: "Name"; active: false })");
+    const QSignalSpy clicks(leaf(), SIGNAL(clicked()));
+    click(leaf());
+    EXPECT_EQ(clicks.count(), 1);
+    tabs(1);
+    press(Qt::Key_Return);
+    press(Qt::Key_Enter);
+    press(Qt::Key_Space);
+    EXPECT_EQ(clicks.count(), 4);
+}
+
+// RowButton and its kin
+
+TEST_F(LeafViewsTest, TheBackgroundOfARowButtonStrengthensUnderThePointer) {
+    showQml(R"(RowButton { x: 20; y: 20; text: "Open" })");
+    const int resting = colorAt(leaf(), {4, 14}).lightness();
+    hover(leaf());
+    EXPECT_LT(colorAt(leaf(), {4, 14}).lightness(), resting);
+    moveAway();
+    EXPECT_EQ(colorAt(leaf(), {4, 14}).lightness(), resting);
+    EXPECT_EQ(weight(textItem(QStringLiteral("Open"))), QFont::Medium);
+    EXPECT_DOUBLE_EQ(pointSize(textItem(QStringLiteral("Open"))), 12.5 * pointsPerPixel);
+}
+
+class ButtonTest : public LeafViewsTest, public testing::WithParamInterface<const char*> {
+protected:
+    void SetUp() override { showQml(QString::fromUtf8(GetParam())); }
+};
+
+TEST_P(ButtonTest, IsNamed) {
+    EXPECT_EQ(the(Role::Button, QStringLiteral("Do it")).item, leaf());
+    EXPECT_TRUE(texts().empty()) << "its words are its name";
+}
+
+TEST_P(ButtonTest, IsPressedByPointerAndKeyboard) {
+    const QSignalSpy clicks(leaf(), SIGNAL(clicked()));
+    click(leaf());
+    EXPECT_EQ(clicks.count(), 1);
+    EXPECT_THAT(tabs(1), ElementsAre("Button Do it"));
+    press(Qt::Key_Return);
+    EXPECT_EQ(clicks.count(), 2);
+    press(Qt::Key_Enter);
+    EXPECT_EQ(clicks.count(), 3);
+    press(Qt::Key_Space);
+    EXPECT_EQ(clicks.count(), 4);
+}
+
+TEST_P(ButtonTest, ShowsThatItHasTheKeyboard) {
+    const QImage resting = picture();
+    tabs(1);
+    EXPECT_NE(picture(), resting);
+}
+
+TEST_P(ButtonTest, DoesNothingWhileItIsDisabled) {
+    leaf()->setEnabled(false);
+    const QSignalSpy clicks(leaf(), SIGNAL(clicked()));
+    click(leaf());
+    EXPECT_EQ(clicks.count(), 0);
+    EXPECT_THAT(tabs(1), ElementsAre(""));
+    EXPECT_FALSE(the(Role::Button, QStringLiteral("Do it")).isEnabled());
+}
+
+TEST_P(ButtonTest, FollowsTheColorScheme) {
+    expectPaletteIsFollowed();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Buttons, ButtonTest,
+    testing::Values(R"(RowButton { x: 20; y: 20; text: "Do it" })", R"(PushButton { x: 20; y: 20; text: "Do it" })",
+                    R"(PushButton { x: 20; y: 20; text: "Do it"; symbol: "plus"; prominent: true })",
+                    R"(IconButton { x: 20; y: 20; symbol: "ellipsis"; label: "Do it"; tipShown: false })",
+                    R"(MenuRowButton { x: 20; y: 20; width: 200; symbol: "macwindow"; text: "Do it" })"),
+    [](const auto& test) {
+        return std::array{"RowButton", "PushButton", "ProminentButton", "IconButton", "MenuRowButton"}[test.index];
+    });
+
+TEST_F(LeafViewsTest, AButtonThatIsWiderThanItsWordsHasThemInTheMiddle) {
+    showQml(R"(PushButton { x: 20; y: 20; width: 300; text: "Do it"; symbol: "plus" })");
+    const QRectF words = textItem(QStringLiteral("Do it"))->mapRectToItem(leaf(), textItem("Do it")->boundingRect());
+    const QRectF symbol =
+        textItem(QString(QChar(0xE145)))->mapRectToItem(leaf(), textItem(QString(QChar(0xE145)))->boundingRect());
+    EXPECT_NEAR((symbol.left() + words.right()) / 2, 150, 1.5);
+}
+
+TEST_F(LeafViewsTest, AnIconButtonTellsItsWordsUnderTheRestingPointer) {
+    showQml(R"(IconButton { x: 100; y: 100; symbol: "ellipsis"; label: "More" })");
+    hover(leaf());
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("More")); });
+}
+
+// SharingLabel
+
+TEST_F(LeafViewsTest, ASharingLabelIsItsText) {
+    showQml(R"(SharingLabel { symbol: ""; text: "Team" })");
+    EXPECT_THAT(texts(), ElementsAre("Team"));
+    QQuickItem* const text = textItem(QStringLiteral("Team"));
+    EXPECT_DOUBLE_EQ(pointSize(text), 13 * pointsPerPixel);
+    EXPECT_EQ(color(text), light(Token::TextSecondary));
+    EXPECT_DOUBLE_EQ(text->mapToItem(leaf(), QPointF()).x(), 0) << "no room is left for a symbol";
+    expectPaletteIsFollowed();
+}
+
+TEST_F(LeafViewsTest, ASharingLabelHasItsSymbolBeforeTheText) {
+    showQml(R"(SharingLabel { symbol: "globe"; text: "Anyone with link" })");
+    QQuickItem* const globe = textItem(QString(QChar(0xE80B)));
+    EXPECT_LT(globe->mapToScene(QPointF()).x(),
+              textItem(QStringLiteral("Anyone with link"))->mapToScene(QPointF()).x());
+    EXPECT_THAT(texts(), ElementsAre("Anyone with link"));
+}
+
+// AvatarStack
+
+TEST_F(LeafViewsTest, AnAvatarStackOverlapsItsCircles) {
+    showQml(R"(AvatarStack { emails: ["ada@x", "tom@x", "eve@x"]; more: 0 })");
+    const QList<QQuickItem*> circles = {textItem(QStringLiteral("A"))->parentItem(),
+                                        textItem(QStringLiteral("T"))->parentItem(),
+                                        textItem(QStringLiteral("E"))->parentItem()};
+    for (QQuickItem* const circle : circles) {
+        EXPECT_EQ(circle->size(), QSizeF(22, 22));
+    }
+    EXPECT_LT(circles[1]->x(), circles[0]->x() + 22);
+    EXPECT_LT(circles[2]->x(), circles[1]->x() + 22);
+    EXPECT_EQ(color(circles[0]), DW::seedTint(QStringLiteral("ada@x"), ColorScheme::Light).bg);
+    expectPaletteIsFollowed();
+}
+
+TEST_F(LeafViewsTest, AnAvatarStackOfThreeCountsNobodyElse) {
+    showQml(R"(AvatarStack { emails: ["ada@x", "tom@x", "eve@x"]; more: 0 })");
+    for (QQuickItem* const item : items()) {
+        EXPECT_FALSE(item->property("text").toString().startsWith(u'+'));
+    }
+    EXPECT_TRUE(isSeen(Role::StaticText, QStringLiteral("Shared with ada@x, tom@x, eve@x")));
+}
+
+TEST_F(LeafViewsTest, AnAvatarStackOfFiveShowsThreeAndTwoMore) {
+    showQml(R"(AvatarStack { emails: ["ada@x", "tom@x", "eve@x"]; more: 2 })");
+    QQuickItem* const count = textItem(QStringLiteral("+2"));
+    EXPECT_DOUBLE_EQ(pointSize(count), 10 * pointsPerPixel);
+    EXPECT_EQ(weight(count), QFont::DemiBold);
+    EXPECT_THAT(texts(), ElementsAre("Shared with ada@x, tom@x, eve@x and 2 more"));
+}
+
+// Spinner
+
+TEST_F(LeafViewsTest, ASpinnerTurns) {
+    showQml("Spinner { x: 20; y: 20 }");
+    const QImage first = picture();
+    waitUntil([&] { return picture() != first; });
+    expectPaletteIsFollowed();
+}
+
+// DropOverlayView
+
+TEST_F(LeafViewsTest, TheDropOverlayWelcomesAFolder) {
+    showQml(R"(DropOverlayView { anchors.fill: parent; host: "sites.test" })");
+    EXPECT_THAT(texts(), ElementsAre("Drop to deploy", "live on sites.test in about 30 seconds",
+                                     "You can rename it before it goes live."));
+    EXPECT_DOUBLE_EQ(pointSize(textItem(QStringLiteral("Drop to deploy"))), 20 * pointsPerPixel);
+    EXPECT_EQ(weight(textItem(QStringLiteral("Drop to deploy"))), QFont::DemiBold);
+    EXPECT_NO_THROW(textItem(QString(QChar(0xE2CC))));
+    expectPaletteIsFollowed();
+}
+
+TEST_F(LeafViewsTest, TheDropOverlayLetsTheWindowShineThrough) {
+    showQml(
+        R"(Rectangle { anchors.fill: parent; color: "#FF0000" } DropOverlayView { anchors.fill: parent; host: "x" })");
+    const QColor edge = picture().pixelColor(5, 5);
+    EXPECT_NEAR(edge.green(), 255 * 0.72, 2);
+    EXPECT_EQ(edge.red(), 255);
+}
+
+// UnreachableBanner
+
+TEST_F(LeafViewsTest, TheBannerHasTwoLines) {
+    showQml(R"(UnreachableBanner { width: parent.width; title: "Can’t reach sites.test"; text: "retrying in 8s" })");
+    EXPECT_THAT(texts(), ElementsAre("Can’t reach sites.test", "retrying in 8s"));
+    QQuickItem* const title = textItem(QStringLiteral("Can’t reach sites.test"));
+    EXPECT_DOUBLE_EQ(pointSize(title), 12 * pointsPerPixel);
+    EXPECT_EQ(weight(title), QFont::DemiBold);
+    QQuickItem* const text = textItem(QStringLiteral("retrying in 8s"));
+    EXPECT_DOUBLE_EQ(pointSize(text), 11.5 * pointsPerPixel);
+    EXPECT_EQ(text->property("font").value<QFont>().family(), QStringLiteral("monospace"));
+    EXPECT_EQ(color(text), light(Token::TextSecondary));
+}
+
+TEST_F(LeafViewsTest, TheBannerIsAnAlert) {
+    showQml(R"(UnreachableBanner { width: parent.width; title: "Can’t reach sites.test"; text: "retrying in 8s" })");
+    const Seen banner = the(Role::AlertMessage, QStringLiteral("Can’t reach sites.test"));
+    EXPECT_EQ(banner.description, QStringLiteral("retrying in 8s"));
+}
+
+TEST_F(LeafViewsTest, TheBannerIsTingedWithDangerAboveALine) {
+    showQml(R"(UnreachableBanner { width: parent.width; title: "Can’t reach"; text: "retrying in 8s" })");
+    const QColor danger = light(Token::Danger);
+    const QColor strip = colorAt(leaf(), {5, 5});
+    EXPECT_NEAR(strip.green(), 255 - (255 - danger.green()) * 0.09, 2);
+    EXPECT_EQ(colorAt(leaf(), {5, leaf()->height() - 1}), light(Token::Border));
+    expectPaletteIsFollowed();
+}
+
+} // namespace
+} // namespace driftwell::tests

@@ -1,0 +1,227 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/MenuBarModel.h"
+
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using Token = DW::Token;
+
+class MenuBarViewTest : public ViewFixture {
+protected:
+    void TearDown() override {
+        m_dismissals.reset();
+        hideView();
+        m_menuBar.reset();
+        ViewFixture::TearDown();
+    }
+
+    MenuBarModel& menuBar() {
+        if (!m_menuBar) {
+            m_menuBar = std::make_unique<MenuBarModel>(model(), desktop);
+        }
+        return *m_menuBar;
+    }
+
+    void showPanel() {
+        show(QStringLiteral("MenuBarView"), {{QStringLiteral("model"), QVariant::fromValue(&menuBar())}}, {300, 400});
+        m_dismissals = std::make_unique<QSignalSpy>(view().rootObject(), SIGNAL(dismissed()));
+    }
+
+    [[nodiscard]] qsizetype dismissals() const { return m_dismissals->count(); }
+
+    std::vector<std::string> buttons() {
+        std::vector<std::string> names;
+        for (const Seen& each : all(Role::Button)) {
+            names.push_back(each.name.toStdString());
+        }
+        return names;
+    }
+
+    AppState& withThreeSites() {
+        return connectedWithRecords({siteRecord("old", "2024-03-01T08:00:00Z"), siteRecord("never"),
+                                     siteRecord("new", "2024-03-02T08:00:00Z")});
+    }
+
+private:
+    std::unique_ptr<MenuBarModel> m_menuBar;
+    std::unique_ptr<QSignalSpy> m_dismissals;
+};
+
+// Header
+
+TEST_F(MenuBarViewTest, TheHeaderTellsTheConnection) {
+    connectedWith({"garden"});
+    showPanel();
+    EXPECT_THAT(texts(),
+                ElementsAre("Connected as ada@sites.test", host().toStdString() + " · 1 site", "RECENTLY DEPLOYED"));
+    EXPECT_TRUE(isSeen(Role::PopupMenu, QStringLiteral("Driftwell")));
+}
+
+TEST_F(MenuBarViewTest, TheHeaderFollowsTheConnection) {
+    connectedWith({"garden"});
+    showPanel();
+    become(Kind::Unreachable);
+    EXPECT_THAT(texts(), Contains("Can’t reach " + host().toStdString()));
+    EXPECT_THAT(texts(), Contains("retrying in 8s · deploys are paused"));
+}
+
+TEST_F(MenuBarViewTest, ThePanelIsThreeHundredWideAndAsHighAsItsContent) {
+    connectedWith({});
+    showPanel();
+    QQuickItem* const root = view().rootObject();
+    EXPECT_EQ(root->implicitWidth(), 300);
+    const double empty = root->implicitHeight();
+    withThreeSites();
+    settleView();
+    EXPECT_GE(root->implicitHeight(), empty + 3 * 28);
+}
+
+// Recent sites
+
+TEST_F(MenuBarViewTest, WithoutRecentSitesThereIsNoHeading) {
+    connectedWith({});
+    showPanel();
+    EXPECT_THAT(texts(), Not(Contains("RECENTLY DEPLOYED")));
+    EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Quit"));
+}
+
+TEST_F(MenuBarViewTest, TheRecentSitesAreListed) {
+    withThreeSites();
+    showPanel();
+    EXPECT_THAT(buttons(), ElementsAre("new", "old", "never", "Open Driftwell", "Quit"));
+    EXPECT_EQ(the(Role::Button, QStringLiteral("never")).description, QStringLiteral("—"));
+    EXPECT_THAT(the(Role::Button, QStringLiteral("old")).description.toStdString(), testing::MatchesRegex("[0-9]+w"));
+}
+
+TEST_F(MenuBarViewTest, ARecentSiteIsOpenedAndThePanelStays) {
+    withThreeSites();
+    showPanel();
+    click(QStringLiteral("old"));
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
+    EXPECT_EQ(dismissals(), 0);
+}
+
+TEST_F(MenuBarViewTest, ARecentSiteUnderThePointerShowsThatItIsALink) {
+    withThreeSites();
+    showPanel();
+    moveAway();
+    const QString arrow(QChar(0xE0B2));
+    EXPECT_ANY_THROW(textItem(arrow));
+    hover(the(Role::Button, QStringLiteral("old")).item);
+    EXPECT_TRUE(the(Role::Button, QStringLiteral("old")).item->isAncestorOf(textItem(arrow)));
+}
+
+TEST_F(MenuBarViewTest, TheSiteThatIsBeingDeployedSaysSoAndNothingMore) {
+    withThreeSites();
+    showPanel();
+    openDeployment("old")->begin();
+    EXPECT_EQ(the(Role::Button, QStringLiteral("old")).description, QStringLiteral("deploying…"));
+    QQuickItem* const words = textItem(QStringLiteral("deploying…"));
+    EXPECT_EQ(words->property("color").value<QColor>(), DW::color(Token::Accent, ColorScheme::Light));
+    hover(the(Role::Button, QStringLiteral("old")).item);
+    EXPECT_ANY_THROW(textItem(QString(QChar(0xE0B2))));
+}
+
+TEST_F(MenuBarViewTest, ARecentSiteKeepsTheKeyboardWhenThePlatformIsPolled) {
+    withThreeSites();
+    showPanel();
+    EXPECT_THAT(tabs(2), ElementsAre("Button new", "Button old"));
+    await(model().refresh());
+    EXPECT_EQ(focus(), "Button old");
+    press(Qt::Key_Return);
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
+}
+
+// Commands
+
+TEST_F(MenuBarViewTest, OpenDriftwellDismissesThePanelAndAsksForTheWindow) {
+    connectedWith({});
+    showPanel();
+    const QSignalSpy windows(&menuBar(), &MenuBarModel::windowRequested);
+    click(QStringLiteral("Open Driftwell"));
+    EXPECT_EQ(dismissals(), 1);
+    EXPECT_EQ(windows.count(), 1);
+    EXPECT_NO_THROW(textItem(QStringLiteral("Ctrl+0")));
+}
+
+TEST_F(MenuBarViewTest, ItsShortcutDoesTheSame) {
+    connectedWith({});
+    showPanel();
+    const QSignalSpy windows(&menuBar(), &MenuBarModel::windowRequested);
+    press(Qt::Key_0, Qt::ControlModifier);
+    EXPECT_EQ(dismissals(), 1);
+    EXPECT_EQ(windows.count(), 1);
+}
+
+TEST_F(MenuBarViewTest, QuitAsksForTheEnd) {
+    connectedWith({});
+    showPanel();
+    const QSignalSpy ends(&menuBar(), &MenuBarModel::quitRequested);
+    click(QStringLiteral("Quit"));
+    EXPECT_EQ(ends.count(), 1);
+}
+
+TEST_F(MenuBarViewTest, EscapeDismissesThePanel) {
+    connectedWith({});
+    showPanel();
+    press(Qt::Key_Escape);
+    EXPECT_EQ(dismissals(), 1);
+    tabs(1);
+    press(Qt::Key_Escape);
+    EXPECT_EQ(dismissals(), 2);
+}
+
+TEST_F(MenuBarViewTest, APersonSignsOut) {
+    becomeOnRemote(Kind::Connected);
+    showPanel();
+    click(QStringLiteral("Sign out"));
+    EXPECT_EQ(dismissals(), 1);
+    EXPECT_EQ(model().status(), Status::signedOut());
+    EXPECT_THAT(texts(), Contains("Not signed in"));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
+}
+
+TEST_F(MenuBarViewTest, APersonSignsInAndNothingMoreIsOfferedMeanwhile) {
+    become(Kind::SignedOut);
+    showPanel();
+    click(QStringLiteral("Sign in…"));
+    EXPECT_EQ(dismissals(), 1);
+    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Quit"));
+    EXPECT_THAT(texts(), Contains("waiting for browser…"));
+    model().cancelSignIn();
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
+}
+
+TEST_F(MenuBarViewTest, ALocalPlatformHasNoAccountToManage) {
+    become(Kind::Connected);
+    showPanel();
+    EXPECT_THAT(buttons(), Not(Contains("Sign out")));
+    EXPECT_THAT(buttons(), Not(Contains("Sign in…")));
+}
+
+TEST_F(MenuBarViewTest, TabGoesThroughEverything) {
+    becomeOnRemote(Kind::Connected);
+    showPanel();
+    EXPECT_THAT(tabs(6), ElementsAre("Button garden", "Button bakery", "Button Open Driftwell", "Button Sign out",
+                                     "Button Quit", "Button garden"));
+}
+
+TEST_F(MenuBarViewTest, ItFollowsTheColorScheme) {
+    withThreeSites();
+    openDeployment("old")->begin();
+    showPanel();
+    hover(the(Role::Button, QStringLiteral("new")).item);
+    expectPaletteIsFollowed();
+}
+
+} // namespace
+} // namespace driftwell::tests

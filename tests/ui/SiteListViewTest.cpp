@@ -1,0 +1,407 @@
+#include "tests/ui/ViewFixture.h"
+#include "ui/SiteListModel.h"
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+class SiteListViewTest : public ViewFixture {
+protected:
+    void SetUp() override { model().setSortOrder(SortOrder::Name); }
+
+    void TearDown() override {
+        hideView();
+        m_list.reset();
+        ViewFixture::TearDown();
+    }
+
+    void showList(QSize size = {900, 600}) {
+        m_list = std::make_unique<SiteListModel>(model(), desktop, nullptr);
+        show(QStringLiteral("SiteListView"), {{QStringLiteral("model"), QVariant::fromValue(m_list.get())}}, size);
+    }
+
+    QQuickItem* row(const QString& name) { return the(Role::ListItem, name).item; }
+
+    std::vector<std::string> rows() {
+        std::vector<Seen> found = all(Role::ListItem);
+        std::sort(found.begin(), found.end(),
+                  [](const Seen& a, const Seen& b) { return a.item->mapToScene({}).y() < b.item->mapToScene({}).y(); });
+        std::vector<std::string> names;
+        for (const Seen& each : found) {
+            names.push_back(each.name.toStdString());
+        }
+        return names;
+    }
+
+    std::vector<std::string> menu() {
+        std::vector<std::string> entries;
+        for (const Seen& each : all(Role::MenuItem)) {
+            entries.push_back(each.name.toStdString());
+        }
+        return entries;
+    }
+
+    [[nodiscard]] double topOf(QQuickItem* item) { return item->mapToScene({}).y(); }
+
+private:
+    std::unique_ptr<SiteListModel> m_list;
+};
+
+// The page
+
+TEST_F(SiteListViewTest, ThePageHasATitleItsCountAndTheTable) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("My projects")));
+    EXPECT_THAT(texts(), Contains("2 projects"));
+    EXPECT_THAT(texts(), Contains("Sharing"));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sort by Name")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sort by Last updated")));
+    EXPECT_TRUE(isSeen(Role::List, QStringLiteral("Projects")));
+    EXPECT_THAT(rows(), ElementsAre("bakery", "garden"));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Drag a folder here to publish a new project")));
+}
+
+TEST_F(SiteListViewTest, HeaderTableAndHintStandOneBelowTheOther) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    QQuickItem* const title = textItem(QStringLiteral("My projects"));
+    QQuickItem* const sort = the(Role::Button, QStringLiteral("Sort by Name")).item;
+    QQuickItem* const hint = the(Role::Button, QStringLiteral("Drag a folder here to publish a new project")).item;
+    EXPECT_GE(topOf(title), 20);
+    EXPECT_LE(topOf(title), 40);
+    EXPECT_GT(topOf(sort), topOf(title));
+    EXPECT_GE(topOf(row(QStringLiteral("bakery"))), topOf(sort) + sort->height());
+    EXPECT_DOUBLE_EQ(topOf(row(QStringLiteral("garden"))), topOf(row(QStringLiteral("bakery"))) + 56);
+    EXPECT_DOUBLE_EQ(topOf(hint), topOf(row(QStringLiteral("garden"))) + 56);
+}
+
+TEST_F(SiteListViewTest, EverythingScrollsWithTheRows) {
+    std::vector<std::string> many;
+    for (int i = 100; i < 150; ++i) {
+        many.push_back("site-" + std::to_string(i));
+    }
+    connectedWith(many);
+    showList();
+    EXPECT_FALSE(rows().empty());
+    EXPECT_LT(rows().size(), 40U) << "only the rows on screen exist";
+    QQuickItem* const title = textItem(QStringLiteral("My projects"));
+    const double top = topOf(title);
+    QQuickItem* const list = the(Role::List, QStringLiteral("Projects")).item;
+    QMetaObject::invokeMethod(list, "positionViewAtEnd");
+    settleView();
+    EXPECT_LT(title->mapToScene({}).y(), 0);
+    // With the hint below the last row.
+    list->setProperty("contentY", list->property("contentHeight").toDouble() + list->property("originY").toDouble() +
+                                      list->property("bottomMargin").toDouble() - list->height());
+    settleView();
+    QQuickItem* const hint = the(Role::Button, QStringLiteral("Drag a folder here to publish a new project")).item;
+    EXPECT_DOUBLE_EQ(topOf(hint), topOf(row(QStringLiteral("site-149"))) + 56);
+    EXPECT_DOUBLE_EQ(topOf(hint) + hint->height(), 600);
+    QMetaObject::invokeMethod(list, "returnToBounds");
+    list->setProperty("contentY", list->property("originY").toDouble() - list->property("topMargin").toDouble());
+    settleView();
+    EXPECT_DOUBLE_EQ(topOf(title), top);
+}
+
+TEST_F(SiteListViewTest, WithoutSitesTheTableIsLeftOut) {
+    connectedWith({});
+    showList();
+    EXPECT_THAT(texts(), ElementsAre("My projects", "0 projects"));
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sort by Name")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Drag a folder here to publish a new project")));
+}
+
+TEST_F(SiteListViewTest, AFilterThatMatchesNothingSaysSoAndClearingItBringsTheTableBack) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    model().setFilter(QStringLiteral("zoo"));
+    EXPECT_THAT(texts(), ElementsAre("My projects", "0 of 2 projects", "No projects match “zoo”"));
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sort by Name")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Drag a folder here to publish a new project")));
+    model().setFilter(QString());
+    EXPECT_THAT(rows(), ElementsAre("bakery", "garden"));
+    EXPECT_THAT(texts(), Not(Contains("No projects match “zoo”")));
+}
+
+TEST_F(SiteListViewTest, TheSubtitleFollowsTheFilter) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    model().setFilter(QStringLiteral("gar"));
+    EXPECT_THAT(texts(), Contains("1 of 2 projects"));
+    EXPECT_THAT(rows(), ElementsAre("garden"));
+}
+
+TEST_F(SiteListViewTest, TheColumnsSortTheTable) {
+    connectedWithRecords({siteRecord("a", "2024-03-01T10:00:00Z"), siteRecord("b", "2024-03-02T10:00:00Z")});
+    showList();
+    EXPECT_TRUE(the(Role::Button, QStringLiteral("Sort by Name")).state.checked);
+    click(QStringLiteral("Sort by Last updated"));
+    EXPECT_THAT(rows(), ElementsAre("b", "a"));
+    EXPECT_TRUE(the(Role::Button, QStringLiteral("Sort by Last updated")).state.checked);
+    EXPECT_FALSE(the(Role::Button, QStringLiteral("Sort by Name")).state.checked);
+    click(QStringLiteral("Sort by Name"));
+    EXPECT_THAT(rows(), ElementsAre("a", "b"));
+}
+
+// New projects
+
+TEST_F(SiteListViewTest, TheNewProjectButtonAsksForAFolder) {
+    connectedWith({"garden"});
+    showList();
+    RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
+    click(QStringLiteral("New project"));
+    ASSERT_EQ(desktop.folderQuestions().size(), 1U);
+    answer.succeed(std::nullopt);
+    settleView();
+    EXPECT_FALSE(model().deployFlow());
+}
+
+TEST_F(SiteListViewTest, TheHintAsksForAFolderToo) {
+    connectedWith({"garden"});
+    showList();
+    RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
+    click(QStringLiteral("Drag a folder here to publish a new project"));
+    ASSERT_EQ(desktop.folderQuestions().size(), 1U);
+    answer.succeed(std::nullopt);
+    settleView();
+}
+
+TEST_F(SiteListViewTest, NothingNewCanBeMadeWhileDeploysArePaused) {
+    connectedWith({"garden"});
+    showList();
+    become(Kind::Unreachable);
+    const QString hint = QStringLiteral("Deploys are paused while %1 is unreachable").arg(host());
+    EXPECT_FALSE(the(Role::Button, QStringLiteral("New project")).isEnabled());
+    EXPECT_FALSE(the(Role::Button, hint).isEnabled());
+    EXPECT_EQ(textItem(hint)->property("color").value<QColor>(),
+              DW::color(DW::Token::TextTertiary, ColorScheme::Light));
+    click(QStringLiteral("New project"));
+    click(hint);
+    EXPECT_THAT(desktop.folderQuestions(), IsEmpty());
+    become(Kind::Connected);
+    EXPECT_TRUE(the(Role::Button, QStringLiteral("New project")).isEnabled());
+}
+
+TEST_F(SiteListViewTest, BothWaysToANewProjectTellTheirShortcut) {
+    connectedWith({"garden"});
+    showList();
+    hover(the(Role::Button, QStringLiteral("New project")).item);
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Choose a folder to publish (Ctrl+D)")); });
+    moveAway();
+    waitUntil([this] { return all(Role::ToolTip).empty(); });
+    hover(the(Role::Button, QStringLiteral("Drag a folder here to publish a new project")).item);
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Choose a folder to publish (Ctrl+D)")); });
+}
+
+// Rows
+
+TEST_F(SiteListViewTest, ARowTellsNameAddressTimeAndSharing) {
+    Json garden = siteRecord("garden", "2024-03-01T10:00:00Z");
+    garden["deployedBy"] = "ada.byron@sites.test";
+    connectedWithRecords({garden});
+    showList();
+    EXPECT_EQ(row(QStringLiteral("garden"))->height(), 56);
+    for (const char* text : {"garden", "garden.sites.test", "Mar 1, 2024 · Ada Byron", "Team"}) {
+        EXPECT_THAT(texts(), Contains(text));
+    }
+    EXPECT_EQ(the(Role::ListItem, QStringLiteral("garden")).description, QStringLiteral("Mar 1, 2024 · Ada Byron"));
+    EXPECT_EQ(textItem(QStringLiteral("Mar 1, 2024 · Ada Byron"))->property("color").value<QColor>(),
+              DW::color(DW::Token::TextSecondary, ColorScheme::Light));
+}
+
+TEST_F(SiteListViewTest, ARollbackHasTheWarningsColour) {
+    Json garden = siteRecord("garden", "2024-03-01T10:00:00Z");
+    garden["lastAction"] = "rollback";
+    connectedWithRecords({garden});
+    showList();
+    EXPECT_EQ(textItem(QStringLiteral("Rolled back Mar 1, 2024"))->property("color").value<QColor>(),
+              DW::color(DW::Token::Warning, ColorScheme::Light));
+}
+
+TEST_F(SiteListViewTest, APublicSiteHasAGlobe) {
+    Json garden = siteRecord("garden");
+    garden["access"] = {{"mode", "public"}, {"emails", Json::array()}};
+    connectedWithRecords({garden});
+    showList();
+    EXPECT_THAT(texts(), Contains("Anyone with link"));
+    EXPECT_NO_THROW(textItem(QString(QChar(0xE80B))));
+}
+
+TEST_F(SiteListViewTest, APublicSiteWithInvitedPeopleShowsThem) {
+    Json garden = siteRecord("garden");
+    garden["access"] = {{"mode", "public"}, {"emails", {"a@x", "b@x", "c@x", "d@x", "e@x"}}};
+    connectedWithRecords({garden});
+    showList();
+    EXPECT_THAT(texts(), Contains("Shared with a@x, b@x, c@x and 2 more"));
+    EXPECT_THAT(texts(), Not(Contains("Anyone with link")));
+    EXPECT_NO_THROW(textItem(QStringLiteral("+2")));
+}
+
+TEST_F(SiteListViewTest, ARowShowsItsButtonsUnderThePointerOnly) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    moveAway();
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Open garden")));
+    const QColor resting = colorAt(row(QStringLiteral("garden")), {300, 28});
+    hover(row(QStringLiteral("garden")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open garden")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("More for garden")));
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Open bakery")));
+    EXPECT_NE(colorAt(row(QStringLiteral("garden")), {300, 28}), resting);
+    moveAway();
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Open garden")));
+}
+
+TEST_F(SiteListViewTest, OpenOpensTheSite) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    hover(row(QStringLiteral("garden")));
+    click(QStringLiteral("Open garden"));
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+}
+
+TEST_F(SiteListViewTest, ABusyRowSaysWhatIsUnderWayAndKeepsItsButtons) {
+    connectedWith({"garden"});
+    server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
+    PlatformServer::Hold hold = server.holdAnswer("/api/rollback");
+    showList();
+    Task<> rollback = model().rollback(*model().existingSite(QStringLiteral("garden")));
+    EXPECT_THAT(texts(), Contains("Rolling back…"));
+    hover(row(QStringLiteral("garden")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open garden")));
+    const QImage before = picture();
+    waitUntil([&] { return picture() != before; }); // the spinner turns
+    hold.release();
+    await(std::move(rollback));
+    EXPECT_THAT(texts(), Contains("No deploys yet"));
+}
+
+// The menu
+
+TEST_F(SiteListViewTest, ASecondaryClickOpensTheMenu) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+    click(Role::MenuItem, QStringLiteral("Copy Link"));
+    EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
+    EXPECT_THAT(menu(), IsEmpty()) << "it closes";
+}
+
+TEST_F(SiteListViewTest, TheMenuOfTheButtonIsTheSame) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    hover(row(QStringLiteral("garden")));
+    click(QStringLiteral("More for garden"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+    click(Role::MenuItem, QStringLiteral("Open in Browser"));
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+}
+
+TEST_F(SiteListViewTest, AKnownFolderCanBeShown) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    store().saveFolder(QStringLiteral("garden"), "/srv/garden");
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files"));
+    click(Role::MenuItem, QStringLiteral("Show Folder in Files"));
+    EXPECT_THAT(desktop.shownPaths(), ElementsAre("/srv/garden"));
+    click(row(QStringLiteral("bakery")), Qt::RightButton);
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+}
+
+TEST_F(SiteListViewTest, EscapeClosesTheMenu) {
+    connectedWith({"garden"});
+    showList();
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    press(Qt::Key_Escape);
+    EXPECT_THAT(menu(), IsEmpty());
+}
+
+TEST_F(SiteListViewTest, AMenuIsAboutTheSiteItWasOpenedForAlsoWhenTheRowsMoveMeanwhile) {
+    connectedWith({"garden", "orchard"});
+    showList();
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    connectedWith({"bakery", "garden", "orchard"});
+    ASSERT_THAT(menu(), Contains("Copy Link"));
+    click(Role::MenuItem, QStringLiteral("Copy Link"));
+    EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
+}
+
+// The keyboard
+
+TEST_F(SiteListViewTest, TabGoesFromTheHeaderThroughTheListToTheHint) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    EXPECT_THAT(tabs(7), ElementsAre("Button New project", "Button Sort by Name", "Button Sort by Last updated",
+                                     "List Projects", "Button Open bakery", "Button More for bakery",
+                                     "Button Drag a folder here to publish a new project"));
+}
+
+TEST_F(SiteListViewTest, WithTheKeyboardTheCurrentRowShowsItsButtons) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    tabs(4);
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open bakery")));
+    press(Qt::Key_Down);
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Open bakery")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open garden")));
+}
+
+TEST_F(SiteListViewTest, ReturnOpensTheCurrentRow) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    tabs(4);
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+}
+
+TEST_F(SiteListViewTest, TheMenuKeysOpenTheMenuOfTheCurrentRow) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    tabs(4);
+    press(Qt::Key_Menu);
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+    press(Qt::Key_Escape);
+    EXPECT_THAT(menu(), IsEmpty());
+    EXPECT_EQ(focus(), "List Projects");
+    press(Qt::Key_F10, Qt::ShiftModifier);
+    press(Qt::Key_Down);
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_EQ(desktop.clipboard(), "https://bakery.sites.test");
+}
+
+TEST_F(SiteListViewTest, TheListKeepsItsPlaceWhenItIsPolled) {
+    connectedWith({"garden", "bakery", "orchard"});
+    showList();
+    tabs(4);
+    press(Qt::Key_Down);
+    connectedWith({"garden", "bakery", "orchard"});
+    connectedWith({"apiary", "garden", "bakery", "orchard"});
+    EXPECT_EQ(focus(), "List Projects");
+    press(Qt::Key_Return);
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+}
+
+TEST_F(SiteListViewTest, ItFollowsTheColorScheme) {
+    Json garden = siteRecord("garden", "2024-03-01T10:00:00Z");
+    garden["lastAction"] = "rollback";
+    Json bakery = siteRecord("bakery");
+    bakery["access"] = {{"mode", "restricted"}, {"emails", {"a@x", "b@x", "c@x", "d@x", "e@x"}}};
+    connectedWithRecords({garden, bakery});
+    showList();
+    hover(row(QStringLiteral("garden")));
+    expectPaletteIsFollowed();
+}
+
+} // namespace
+} // namespace driftwell::tests
