@@ -108,24 +108,31 @@ TEST_F(DwCompletion, ScriptsAreValid) {
 }
 
 TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
-    EXPECT_THAT(bashCandidates({"dw", ""}),
-                UnorderedElementsAre("host", "deploy", "list", "whoami", "completion", "help", "--version", "--help"));
+    EXPECT_THAT(bashCandidates({"dw", ""}), UnorderedElementsAre("host", "login", "logout", "deploy", "list", "whoami",
+                                                                 "completion", "help", "--version", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "de"}), ElementsAre("deploy"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--"}),
                 UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--name", ""}), IsEmpty());
+    EXPECT_THAT(bashCandidates({"dw", "login", ""}),
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--help"));
+    EXPECT_THAT(bashCandidates({"dw", "logout", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "list", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "completion", ""}), ElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(bashCandidates({"dw", "help", "who"}), ElementsAre("whoami"));
 }
 
 TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
-    EXPECT_THAT(fishCandidates("dw "), UnorderedElementsAre("host", "deploy", "list", "whoami", "completion", "help"));
+    EXPECT_THAT(fishCandidates("dw "),
+                UnorderedElementsAre("host", "login", "logout", "deploy", "list", "whoami", "completion", "help"));
     EXPECT_THAT(fishCandidates("dw de"), ElementsAre("deploy"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
     EXPECT_THAT(fishCandidates("dw deploy --"), UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));
+    EXPECT_THAT(fishCandidates("dw login --"),
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--help"));
+    EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--help"));
     EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--help"));
     EXPECT_THAT(fishCandidates("dw completion "), UnorderedElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(fishCandidates("dw help who"), ElementsAre("whoami"));
@@ -136,6 +143,9 @@ TEST_F(DwCompletion, InZshCompletesWhatIsTyped) {
     EXPECT_EQ(zshCommand("dw deploy --dr\t"), "deploy --dry-run");
     // The shell itself takes the slash back.
     EXPECT_EQ(zshCommand("dw deploy si\t"), "deploy site");
+    EXPECT_EQ(zshCommand("dw login --no\t"), "login --no-browser");
+    EXPECT_EQ(zshCommand("dw login --wi\t"), "login --with-token");
+    EXPECT_EQ(zshCommand("dw logout --j\t"), "logout --json");
     EXPECT_EQ(zshCommand("dw list --j\t"), "list --json");
     EXPECT_EQ(zshCommand("dw completion f\t"), "completion fish");
     EXPECT_EQ(zshCommand("dw help who\t"), "help whoami");

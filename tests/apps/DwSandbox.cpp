@@ -44,13 +44,18 @@ Sandbox::~Sandbox() {
     EXPECT_EQ(ending.error, "");
 }
 
-std::string Sandbox::signIn(const std::string& person) const {
-    const HttpAnswerText page = exchangeHttp({remoteAddress() + "/auth/login?cli_port=1&cli_state=test"});
+std::string Sandbox::choosePerson(const std::string& address, const std::string& person) const {
+    const HttpAnswerText page = exchangeHttp({address});
     const std::string nonce = between(page.body, "name=\"nonce\" value=\"", "\"");
     const HttpAnswerText answer = exchangeHttp({remoteAddress() + "/auth/login",
                                                 {"Content-Type: application/x-www-form-urlencoded"},
                                                 "nonce=" + nonce + "&person=person-" + person});
-    return between(answer.location, "callback?token=", "&");
+    return answer.location;
+}
+
+std::string Sandbox::signIn(const std::string& person) const {
+    const std::string location = choosePerson(remoteAddress() + "/auth/login?cli_port=1&cli_state=test", person);
+    return between(location, "callback?token=", "&");
 }
 
 json Sandbox::get(const std::string& path) const {

@@ -27,7 +27,7 @@ Exit codes:
 
 const QString generalHint = QStringLiteral("Run dw help for the commands.");
 
-constexpr std::size_t helpColumn = 14;
+constexpr std::size_t helpColumn = 16;
 
 QString text(const std::string& bytes) {
     return QString::fromStdString(bytes);
@@ -41,6 +41,8 @@ public:
 
 private:
     void addHost();
+    void addLogin();
+    void addLogout();
     void addDeploy();
     void addList();
     void addWhoAmI();
@@ -62,6 +64,8 @@ private:
     CLI::App m_app{"Publishes a folder as a website on your team's platform.", "dw"};
     Arguments m_arguments;
     CLI::App* m_host = nullptr;
+    CLI::App* m_login = nullptr;
+    CLI::App* m_logout = nullptr;
     CLI::App* m_deploy = nullptr;
     CLI::App* m_list = nullptr;
     CLI::App* m_whoAmI = nullptr;
@@ -82,6 +86,8 @@ Parser::Parser() {
     m_app.set_help_flag("-h,--help", "Print this help");
     m_app.require_subcommand(1);
     addHost();
+    addLogin();
+    addLogout();
     addDeploy();
     addList();
     addWhoAmI();
@@ -96,6 +102,20 @@ Parser::Parser() {
 void Parser::addHost() {
     m_host = m_app.add_subcommand("host", "Print the platform in use, or choose another");
     m_host->add_option("HOST", m_arguments.host, "The platform, for example sites.example.org")->type_name("");
+}
+
+void Parser::addLogin() {
+    m_login = m_app.add_subcommand("login", "Sign in to the platform, in the browser");
+    m_login->add_flag("--no-browser", m_arguments.noBrowser, "Print the address to open, and open nothing")
+        ->disable_flag_override();
+    m_login->add_flag("--with-token", m_arguments.withToken, "Sign in with a token from standard input")
+        ->disable_flag_override();
+    addJson(*m_login);
+}
+
+void Parser::addLogout() {
+    m_logout = m_app.add_subcommand("logout", "Sign out of the platform");
+    addJson(*m_logout);
 }
 
 void Parser::addDeploy() {
@@ -152,6 +172,9 @@ Parsed Parser::parse(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return wrongUsage(whatIsWrong(error));
     }
+    if (m_arguments.noBrowser && m_arguments.withToken) {
+        return wrongUsage(QStringLiteral("--no-browser and --with-token exclude each other"));
+    }
     if (m_help->parsed()) {
         return answerHelp();
     }
@@ -163,6 +186,10 @@ Parsed Parser::parse(int argc, char** argv) {
     }
     if (m_host->parsed()) {
         m_arguments.command = Command::Host;
+    } else if (m_login->parsed()) {
+        m_arguments.command = Command::Login;
+    } else if (m_logout->parsed()) {
+        m_arguments.command = Command::Logout;
     } else if (m_list->parsed()) {
         m_arguments.command = Command::List;
     } else if (m_whoAmI->parsed()) {

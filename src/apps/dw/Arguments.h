@@ -15,7 +15,7 @@ enum class ExitCode {
     Interrupted = 130,
 };
 
-enum class Command { Host, Deploy, List, WhoAmI };
+enum class Command { Host, Login, Logout, Deploy, List, WhoAmI };
 
 /// A command line that asks for work.
 struct Arguments {
@@ -24,6 +24,10 @@ struct Arguments {
     bool json = false;
     /// host: the platform to use from now on.
     std::optional<std::string> host;
+    /// login: leave the opening of the address to the person.
+    bool noBrowser = false;
+    /// login: with a token from standard input.
+    bool withToken = false;
     /// deploy: the folder, bytes as typed.
     std::string folder = ".";
     /// deploy: the site's name.

@@ -1,6 +1,7 @@
 #include "apps/dw/Commands.h"
 
 #include "apps/dw/DeployCommand.h"
+#include "apps/dw/LoginCommand.h"
 #include "apps/dw/Table.h"
 #include "apps/dw/Texts.h"
 #include "core/SiteLists.h"
@@ -101,12 +102,8 @@ Task<ExitCode> whoAmI(std::shared_ptr<Context> context) {
     if (!identity) {
         throw PlatformError::unauthenticated();
     }
-    context->reporter.line((identity->name + QStringLiteral(" <") + identity->email + u'>').toStdString());
-    context->reporter.object({{"ok", true},
-                              {"host", config.host().toStdString()},
-                              {"name", identity->name.toStdString()},
-                              {"email", identity->email.toStdString()},
-                              {"handle", identity->handle.toStdString()}});
+    context->reporter.line(identityText(*identity).toStdString());
+    context->reporter.object(identityObject(*identity, config));
     co_return ExitCode::Done;
 }
 
@@ -114,6 +111,10 @@ Task<ExitCode> dispatch(Arguments arguments, std::shared_ptr<Context> context) {
     switch (arguments.command) {
     case Command::Host:
         co_return host(arguments, *context);
+    case Command::Login:
+        co_return co_await login(std::move(arguments), context);
+    case Command::Logout:
+        co_return logout(*context);
     case Command::Deploy:
         co_return co_await deploy(std::move(arguments), context);
     case Command::List:
@@ -143,6 +144,18 @@ Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformCo
         throw PlatformError::unauthenticated();
     }
     co_return co_await client.me(config, stop);
+}
+
+QString identityText(const Identity& identity) {
+    return identity.name + QStringLiteral(" <") + identity.email + u'>';
+}
+
+Json identityObject(const Identity& identity, const PlatformConfig& config) {
+    return {{"ok", true},
+            {"host", config.host().toStdString()},
+            {"name", identity.name.toStdString()},
+            {"email", identity.email.toStdString()},
+            {"handle", identity.handle.toStdString()}};
 }
 
 Task<ExitCode> runCommand(Arguments arguments, Context context) {

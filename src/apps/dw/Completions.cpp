@@ -9,7 +9,7 @@ _dw() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W "host deploy list whoami completion help --version --help" -- "$current"))
+        COMPREPLY=($(compgen -W "host login logout deploy list whoami completion help --version --help" -- "$current"))
         return
     fi
     case $command in
@@ -23,9 +23,10 @@ _dw() {
                 mapfile -t COMPREPLY < <(compgen -d -- "$current")
             fi
             ;;
-        list | whoami) COMPREPLY=($(compgen -W "--json --help" -- "$current")) ;;
+        login) COMPREPLY=($(compgen -W "--no-browser --with-token --json --help" -- "$current")) ;;
+        list | logout | whoami) COMPREPLY=($(compgen -W "--json --help" -- "$current")) ;;
         completion) COMPREPLY=($(compgen -W "bash zsh fish" -- "$current")) ;;
-        help) COMPREPLY=($(compgen -W "host deploy list whoami completion" -- "$current")) ;;
+        help) COMPREPLY=($(compgen -W "host login logout deploy list whoami completion" -- "$current")) ;;
         host) COMPREPLY=($(compgen -W "--help" -- "$current")) ;;
     esac
 }
@@ -37,6 +38,8 @@ constexpr const char* zsh = R"script(#compdef dw
 _dw() {
     local -a commands=(
         'host:print the platform in use, or choose another'
+        'login:sign in to the platform, in the browser'
+        'logout:sign out of the platform'
         'deploy:publish a folder as a website and print its address'
         'list:list the sites of the team'
         'whoami:print who is signed in'
@@ -56,9 +59,14 @@ _dw() {
             _arguments '--name[the name of the site]:name:' '--dry-run[list the files and send nothing]' \
                 '--json[print one JSON object]' '--help[print help]' '1:folder:_files -/'
             ;;
-        list | whoami) _arguments '--json[print one JSON object]' '--help[print help]' ;;
+        login)
+            _arguments '(--with-token)--no-browser[print the address to open, and open nothing]' \
+                '(--no-browser)--with-token[sign in with a token from standard input]' \
+                '--json[print one JSON object]' '--help[print help]'
+            ;;
+        list | logout | whoami) _arguments '--json[print one JSON object]' '--help[print help]' ;;
         completion) _arguments '1:shell:(bash zsh fish)' ;;
-        help) _arguments '1:command:(host deploy list whoami completion)' ;;
+        help) _arguments '1:command:(host login logout deploy list whoami completion)' ;;
         host) _arguments '1:host:_hosts' '--help[print help]' ;;
     esac
 }
@@ -72,6 +80,8 @@ fi
 constexpr const char* fish = R"script(# Completion for dw in fish. Load it with: dw completion fish | source
 complete -c dw -f
 complete -c dw -n __fish_use_subcommand -a host -d 'Print the platform in use, or choose another'
+complete -c dw -n __fish_use_subcommand -a login -d 'Sign in to the platform, in the browser'
+complete -c dw -n __fish_use_subcommand -a logout -d 'Sign out of the platform'
 complete -c dw -n __fish_use_subcommand -a deploy -d 'Publish a folder as a website and print its address'
 complete -c dw -n __fish_use_subcommand -a list -d 'List the sites of the team'
 complete -c dw -n __fish_use_subcommand -a whoami -d 'Print who is signed in'
@@ -82,9 +92,11 @@ complete -c dw -l help -s h -d 'Print help'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -a '(__fish_complete_directories)'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -l name -x -d 'The name of the site'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -l dry-run -d 'List the files and send nothing'
-complete -c dw -n '__fish_seen_subcommand_from deploy list whoami' -l json -d 'Print one JSON object'
+complete -c dw -n '__fish_seen_subcommand_from login' -l no-browser -d 'Print the address to open, and open nothing'
+complete -c dw -n '__fish_seen_subcommand_from login' -l with-token -d 'Sign in with a token from standard input'
+complete -c dw -n '__fish_seen_subcommand_from login logout deploy list whoami' -l json -d 'Print one JSON object'
 complete -c dw -n '__fish_seen_subcommand_from completion' -a 'bash zsh fish'
-complete -c dw -n '__fish_seen_subcommand_from help' -a 'host deploy list whoami completion'
+complete -c dw -n '__fish_seen_subcommand_from help' -a 'host login logout deploy list whoami completion'
 )script";
 
 } // namespace
