@@ -33,18 +33,9 @@ protected:
 
     [[nodiscard]] std::string host() const { return "127.0.0.1:" + sandbox.port(); }
 
-    /// The address that a program has told on standard error, once it has.
+    /// The address of the sign-in page, once the program has told it.
     [[nodiscard]] std::string addressToldBy(Program& program) const {
-        const std::string begin = sandbox.remoteAddress() + "/auth/login?";
-        std::string address;
-        program.waitUntil([&] {
-            const std::string told = program.soFar().error + program.soFar().terminal;
-            const std::size_t found = told.find(begin);
-            const std::size_t end = found == std::string::npos ? found : told.find_first_of("\r\n", found);
-            address = end == std::string::npos ? std::string() : told.substr(found, end - found);
-            return !address.empty();
-        });
-        return address;
+        return toldAddress(program, sandbox.remoteAddress() + "/auth/login?");
     }
 
     /// Does what the person does in the browser.
@@ -342,12 +333,8 @@ TEST_F(DwLogin, OnALocalPlatformSaysThatThereIsNoAccount) {
 TEST_F(DwLogin, OnALocalPlatformThatHasAccountsSignsIn) {
     useHost(sandbox.address());
     Program program(dw({"login", "--no-browser"}));
-    program.waitUntil([&program] {
-        return program.soFar().error.ends_with("\n") && program.soFar().error.find("cli_state=") != std::string::npos;
-    });
-    const std::string& told = program.soFar().error;
-    const std::size_t begin = told.find("/auth/login");
-    signInAt(sandbox.remoteAddress() + told.substr(begin, told.find('\n', begin) - begin));
+    const std::string address = toldAddress(program, sandbox.address() + "/auth/login?");
+    signInAt(sandbox.remoteAddress() + address.substr(sandbox.address().size()));
     EXPECT_EQ(program.waitForEnd().exitCode, 0);
     EXPECT_EQ(runDw({"whoami"}).exitCode, 0);
 }
