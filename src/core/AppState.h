@@ -22,6 +22,7 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <vector>
 
 namespace driftwell {
 
@@ -177,6 +178,10 @@ public:
     /// Ends the open deployment in any phase, at once; its work stops in the background.
     void cancelDeploy();
 
+    /// The same for the end of the process: resumes when the work of every deployment has stopped and its temporary
+    /// files are gone.
+    Task<> endDeployments();
+
     /// Signs in through the browser, and refreshes. Does nothing without a platform, and while a sign-in is running.
     void signIn();
 
@@ -265,6 +270,8 @@ private:
     std::stop_source m_lifetime;
     bool m_started = false;
     std::optional<std::stop_source> m_deployTask;
+    /// Those that may still be worked on, cancelled ones among them.
+    std::vector<std::weak_ptr<DeployFlow>> m_startedFlows;
     std::optional<std::stop_source> m_signInTask;
     KnownAnswers m_known;
 

@@ -1,4 +1,5 @@
 #include "core/AppState.h"
+#include "deploy/DeployRelease.h"
 #include "deploy/FolderScan.h"
 #include "deploy/SiteName.h"
 #include "support/Cancellation.h"
@@ -8,6 +9,7 @@
 #include <QPointer>
 
 #include <system_error>
+#include <utility>
 
 namespace driftwell {
 
@@ -84,6 +86,8 @@ void AppState::confirmDeploy() {
         return;
     }
     flow->begin();
+    std::erase_if(m_startedFlows, [](const auto& started) { return started.expired(); });
+    m_startedFlows.push_back(flow);
     m_deployTask.emplace();
     detach(publish(flow, flow->siteName(), *m_config.value(), m_deployTask->get_token()));
 }
@@ -118,6 +122,18 @@ void AppState::cancelDeploy() {
         m_deployTask.reset();
     }
     m_deployFlow = nullptr;
+}
+
+Task<> AppState::endDeployments() {
+    const QPointer<AppState> self(this);
+    cancelDeploy();
+    while (self && !m_startedFlows.empty()) {
+        std::shared_ptr<DeployFlow> flow = m_startedFlows.back().lock();
+        m_startedFlows.pop_back();
+        if (flow) {
+            co_await awaitRelease(std::exchange(flow, nullptr));
+        }
+    }
 }
 
 } // namespace driftwell

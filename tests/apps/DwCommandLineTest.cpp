@@ -38,6 +38,12 @@ const std::vector<Misuse>& misuses() {
         {{"deploy", "--name"}, "--name needs a value", "Run dw help deploy."},
         {{"deploy", "--dry-run=soon"}, "--dry-run takes no value", "Run dw help deploy."},
         {{"list", "--json=1"}, "--json takes no value", "Run dw help list."},
+        {{"login", "maya"}, "Too many arguments for login: maya", "Run dw help login."},
+        {{"login", "--with-token=secret"}, "--with-token takes no value", "Run dw help login."},
+        {{"login", "--no-browser", "--with-token"},
+         "--no-browser and --with-token exclude each other",
+         "Run dw help login."},
+        {{"logout", "--no-browser"}, "logout has no option --no-browser", "Run dw help logout."},
         {{"deploy", "one", "two"}, "Too many arguments for deploy: two", "Run dw help deploy."},
         {{"host", "one", "two", "three"}, "Too many arguments for host: two three", "Run dw help host."},
         {{"list", "one"}, "Too many arguments for list: one", "Run dw help list."},
@@ -89,9 +95,10 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
     const Ending help = runDw({"help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_EQ(help.error, "");
-    for (const char* word : {"Usage: dw ", "\n  host ", "\n  deploy ", "\n  list ", "\n  open ", "\n  logs ",
-                             "\n  history ", "\n  rollback ", "\n  delete ", "\n  share ", "\n  libs ", "\n  whoami ",
-                             "\n  completion ", "\n  help ", "DW_HOST", "DW_TOKEN", "NO_COLOR", "130 interrupted"}) {
+    for (const char* word : {"Usage: dw ",  "\n  host ",  "\n  login ", "\n  logout ",  "\n  deploy ",
+                             "\n  list ",   "\n  open ",  "\n  logs ",  "\n  history ", "\n  rollback ",
+                             "\n  delete ", "\n  share ", "\n  libs ",  "\n  whoami ",  "\n  completion ",
+                             "\n  help ",   "DW_HOST",    "DW_TOKEN",   "NO_COLOR",     "130 interrupted"}) {
         EXPECT_THAT(help.output, HasSubstr(word));
     }
     EXPECT_THAT(help.output, AllOf(EndsWith("\n"), Not(EndsWith("\n\n"))));
@@ -100,8 +107,8 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
 }
 
 TEST_F(DwCommandLine, HelpOfACommandIsTheSameEitherWay) {
-    for (const char* command : {"host", "deploy", "list", "open", "logs", "history", "rollback", "delete", "share",
-                                "libs", "whoami", "completion"}) {
+    for (const char* command : {"host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
+                                "delete", "share", "libs", "whoami", "completion"}) {
         const Ending help = runDw({"help", command});
         EXPECT_EQ(help.exitCode, 0);
         EXPECT_THAT(help.output, HasSubstr(std::string("Usage: dw ") + command));
@@ -115,6 +122,8 @@ TEST_F(DwCommandLine, HelpOfACommandIsTheSameEitherWay) {
 TEST_F(DwCommandLine, NoLineOfHelpIsWiderThanATerminal) {
     for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"help"},
                                                                                            {"help", "host"},
+                                                                                           {"help", "login"},
+                                                                                           {"help", "logout"},
                                                                                            {"help", "deploy"},
                                                                                            {"help", "list"},
                                                                                            {"help", "open"},

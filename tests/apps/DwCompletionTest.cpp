@@ -135,14 +135,17 @@ TEST_F(DwCompletion, ScriptsAreValid) {
 
 TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", ""}),
-                UnorderedElementsAre("host", "deploy", "list", "open", "logs", "history", "rollback", "delete", "share",
-                                     "libs", "whoami", "completion", "help", "--version", "--help"));
+                UnorderedElementsAre("host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
+                                     "delete", "share", "libs", "whoami", "completion", "help", "--version", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "de"}), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--"}),
                 UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--name", ""}), IsEmpty());
+    EXPECT_THAT(bashCandidates({"dw", "login", ""}),
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--help"));
+    EXPECT_THAT(bashCandidates({"dw", "logout", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "list", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "completion", ""}), ElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(bashCandidates({"dw", "help", "who"}), ElementsAre("whoami"));
@@ -150,11 +153,14 @@ TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
 
 TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(fishCandidates("dw "),
-                UnorderedElementsAre("host", "deploy", "list", "open", "logs", "history", "rollback", "delete", "share",
-                                     "libs", "whoami", "completion", "help"));
+                UnorderedElementsAre("host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
+                                     "delete", "share", "libs", "whoami", "completion", "help"));
     EXPECT_THAT(fishCandidates("dw de"), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
     EXPECT_THAT(fishCandidates("dw deploy --"), UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));
+    EXPECT_THAT(fishCandidates("dw login --"),
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--help"));
+    EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--help"));
     EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--help"));
     EXPECT_THAT(fishCandidates("dw completion "), UnorderedElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(fishCandidates("dw help who"), ElementsAre("whoami"));
@@ -165,6 +171,9 @@ TEST_F(DwCompletion, InZshCompletesWhatIsTyped) {
     EXPECT_EQ(zshCommand("dw deploy --dr\t"), "deploy --dry-run");
     // The shell itself takes the slash back.
     EXPECT_EQ(zshCommand("dw deploy si\t"), "deploy site");
+    EXPECT_EQ(zshCommand("dw login --no\t"), "login --no-browser");
+    EXPECT_EQ(zshCommand("dw login --wi\t"), "login --with-token");
+    EXPECT_EQ(zshCommand("dw logout --j\t"), "logout --json");
     EXPECT_EQ(zshCommand("dw list --j\t"), "list --json");
     EXPECT_EQ(zshCommand("dw completion f\t"), "completion fish");
     EXPECT_EQ(zshCommand("dw help who\t"), "help whoami");

@@ -33,6 +33,18 @@ Ending DwFixture::run(const Invocation& invocation) {
     return Program(invocation).waitForEnd();
 }
 
+std::string DwFixture::toldAddress(Program& program, const std::string& beginning) {
+    std::string address;
+    program.waitUntil([&] {
+        const std::string told = program.soFar().error + program.soFar().terminal;
+        const std::size_t begin = told.find(beginning);
+        const std::size_t end = begin == std::string::npos ? begin : told.find_first_of("\r\n", begin);
+        address = end == std::string::npos ? std::string() : told.substr(begin, end - begin);
+        return !address.empty();
+    });
+    return address;
+}
+
 void DwFixture::setVariable(const std::string& name, const std::string& value) {
     if (value.empty()) {
         m_environment.erase(name);

@@ -25,6 +25,9 @@ protected:
     [[nodiscard]] static Ending run(const Invocation& invocation);
     [[nodiscard]] Ending runDw(std::vector<std::string> arguments) const { return run(dw(std::move(arguments))); }
 
+    /// The address that begins so and that the program has told on standard error or the terminal, once it has.
+    [[nodiscard]] static std::string toldAddress(Program& program, const std::string& beginning);
+
     /// Adds to, or takes from ("" unsets), what each further start is given.
     void setVariable(const std::string& name, const std::string& value);
     void useHost(const std::string& address) { setVariable("DW_HOST", address); }

@@ -57,6 +57,9 @@ HttpAnswerText exchangeHttp(const HttpRequestText& request) {
         curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(request.body->size()));
         curl_easy_setopt(easy.get(), CURLOPT_POSTFIELDS, request.body->c_str());
     }
+    if (!request.method.empty()) {
+        curl_easy_setopt(easy.get(), CURLOPT_CUSTOMREQUEST, request.method.c_str());
+    }
     if (const CURLcode code = curl_easy_perform(easy.get()); code != CURLE_OK) {
         throw std::runtime_error(request.url + ": " + curl_easy_strerror(code));
     }

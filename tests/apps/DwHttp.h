@@ -12,6 +12,8 @@ struct HttpRequestText {
     std::vector<std::string> headers = {};
     /// Makes it a POST.
     std::optional<std::string> body = {};
+    /// In place of GET or POST.
+    std::string method = {};
 };
 
 struct HttpAnswerText {

@@ -49,16 +49,18 @@ Sandbox::~Sandbox() {
     EXPECT_EQ(ending.error, "");
 }
 
-HttpAnswerText Sandbox::choose(const std::string& pagePath, const std::string& person) const {
-    const HttpAnswerText page = exchangeHttp({remoteAddress() + pagePath});
+std::string Sandbox::choosePerson(const std::string& address, const std::string& person) const {
+    const HttpAnswerText page = exchangeHttp({address});
     const std::string nonce = between(page.body, "name=\"nonce\" value=\"", "\"");
-    return exchangeHttp({remoteAddress() + "/auth/login",
-                         {"Content-Type: application/x-www-form-urlencoded"},
-                         "nonce=" + nonce + "&person=person-" + person});
+    const HttpAnswerText answer = exchangeHttp({remoteAddress() + "/auth/login",
+                                                {"Content-Type: application/x-www-form-urlencoded"},
+                                                "nonce=" + nonce + "&person=person-" + person});
+    return answer.location;
 }
 
 std::string Sandbox::signIn(const std::string& person) const {
-    return between(choose("/auth/login?cli_port=1&cli_state=test", person).location, "callback?token=", "&");
+    const std::string location = choosePerson(remoteAddress() + "/auth/login?cli_port=1&cli_state=test", person);
+    return between(location, "callback?token=", "&");
 }
 
 json Sandbox::get(const std::string& path) const {
@@ -83,8 +85,8 @@ HttpAnswerText Sandbox::visit(const std::string& site, const std::string& path) 
 }
 
 std::string Sandbox::cookieFor(const std::string& site, const std::string& person) const {
-    const HttpAnswerText chosen = choose(pathOf(visit(site).location), person);
-    return getFromSite(site, pathOf(chosen.location), {}).cookie;
+    const std::string location = choosePerson(remoteAddress() + pathOf(visit(site).location), person);
+    return getFromSite(site, pathOf(location), {}).cookie;
 }
 
 HttpAnswerText Sandbox::visitAs(const std::string& site, const std::string& cookie) const {

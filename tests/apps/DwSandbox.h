@@ -25,6 +25,9 @@ public:
     /// "http://127.0.0.1:PORT": the same by an address that is not local in the eyes of a client.
     [[nodiscard]] std::string remoteAddress() const { return "http://127.0.0.1:" + m_port; }
 
+    /// What a browser does on the sign-in page at this address for a person; gives where it is sent then.
+    [[nodiscard]] std::string choosePerson(const std::string& address, const std::string& person) const;
+
     /// Signs in through the page, as "maya", "tomas", "ines" (on the team) or "sam" (not).
     [[nodiscard]] std::string signIn(const std::string& person) const;
 
@@ -46,8 +49,6 @@ public:
     void goOn() const { m_program.signal(SIGCONT); }
 
 private:
-    /// Chooses a person on a sign-in page.
-    [[nodiscard]] HttpAnswerText choose(const std::string& pagePath, const std::string& person) const;
     [[nodiscard]] HttpAnswerText getFromSite(const std::string& site, const std::string& path,
                                              std::vector<std::string> headers) const;
 

@@ -7,7 +7,7 @@ namespace {
 using nlohmann::json;
 using testing::IsEmpty;
 
-const std::string notSignedIn = "dw: Not signed in\nSet DW_TOKEN to a token of yours.\n";
+const std::string notSignedIn = "dw: Not signed in\nSign in: dw login\n";
 
 } // namespace
 
@@ -108,8 +108,7 @@ TEST_F(DwSignIn, IsNeverAskedForEvenOnATerminal) {
     invocation.terminal = Invocation::Terminal::All;
     const Ending ending = run(invocation);
     EXPECT_EQ(ending.exitCode, 4);
-    EXPECT_THAT(screen(ending.terminal),
-                testing::ElementsAre("dw: Not signed in", "Set DW_TOKEN to a token of yours."));
+    EXPECT_THAT(screen(ending.terminal), testing::ElementsAre("dw: Not signed in", "Sign in: dw login"));
 }
 
 } // namespace driftwell::tests

@@ -245,7 +245,7 @@ TEST_F(DwSiteCommandsSignIn, WithoutATokenEndWithFourBeforeAnythingIsSent) {
     setVariable("DW_TOKEN", "");
     for (const SiteCommand& command : commandsOn("garden")) {
         SCOPED_TRACE(line(command.words));
-        expectFailure(command.words, 4, "unauthenticated", "Not signed in", "Set DW_TOKEN to a token of yours.");
+        expectFailure(command.words, 4, "unauthenticated", "Not signed in", "Sign in: dw login");
     }
     EXPECT_EQ(sandbox.sites(), before);
 }
@@ -254,7 +254,7 @@ TEST_F(DwSiteCommandsSignIn, WithATokenThatIsRefusedEndWithFour) {
     setVariable("DW_TOKEN", "made-up");
     for (const SiteCommand& command : commandsOn("garden")) {
         SCOPED_TRACE(line(command.words));
-        expectFailure(command.words, 4, "unauthenticated", "Not signed in", "Set DW_TOKEN to a token of yours.");
+        expectFailure(command.words, 4, "unauthenticated", "Not signed in", "Sign in: dw login");
     }
     EXPECT_EQ(sandbox.sites(), before);
 }

@@ -276,10 +276,10 @@ class Session:
 
     # --- What a screen reader sees ---
 
-    def application(self):
+    def application(self, name="driftwell"):
         import pyatspi
         for child in pyatspi.Registry.getDesktop(0):
-            if child is not None and child.name == "driftwell":
+            if child is not None and child.name.lower() == name:
                 # What was seen before is not what is there now.
                 child.clear_cache()
                 return child

@@ -113,14 +113,7 @@ class ApplicationTest(unittest.TestCase):
 
     def tray_button(self):
         """Where the tray shows its one item: the small button in the panel at the top of the screen."""
-        import pyatspi
-
-        def place():
-            for child in pyatspi.Registry.getDesktop(0):
-                if child is not None and child.name == "xfce4-panel":
-                    return self.button_at_top(child)
-            return None
-        return wait_for("the item in the tray", place)
+        return wait_for("the item in the tray", lambda: self.button_at_top(self.desktop.application("xfce4-panel")))
 
     def button_at_top(self, widget):
         import pyatspi
@@ -198,13 +191,10 @@ class ApplicationTest(unittest.TestCase):
             return None
 
         def icons():
-            for child in pyatspi.Registry.getDesktop(0):
-                if child is not None and child.name.lower() == "thunar":
-                    pane = inside(child, "directory pane")
-                    box = pane.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-                    is_ready = box.x >= 790 and inside(child, "status bar").name.startswith("1 folder")
-                    return (box.x + 73, box.y + 40) if is_ready else None
-            return None
+            thunar = self.desktop.application("thunar")
+            box = inside(thunar, "directory pane").queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+            is_ready = box.x >= 790 and inside(thunar, "status bar").name.startswith("1 folder")
+            return (box.x + 73, box.y + 40) if is_ready else None
         return wait_for("the folder's icon", icons)
 
     def test_a_folder_dragged_from_the_file_manager_goes_live(self):
@@ -278,6 +268,19 @@ class ApplicationTest(unittest.TestCase):
         wait_for("no dialog", lambda: not self.desktop.widgets("dialog"))
         self.wait_for_text("No projects yet")
         wait_for("no temporary folder", lambda: not list(Path(self.desktop.environment["TMPDIR"]).iterdir()))
+
+    def test_quitting_in_the_middle_of_a_deployment_leaves_nothing_behind(self):
+        self.start_platform("--delay", "60000", "--fail-path", "/api/deploy")
+        for number, end in enumerate((lambda: self.desktop.key("ctrl+q"), lambda: self.desktop.app.terminate())):
+            self.open(self.site(f"site-{number}"))
+            self.find("text", "Site name")
+            self.desktop.key("Return")
+            self.find("progress bar", "Deployment")
+            self.assertTrue(list(Path(self.desktop.environment["TMPDIR"]).iterdir()))
+            end()
+            self.assertEqual(self.desktop.app.wait(20), 0)
+            self.desktop.app = None
+            self.assertEqual(list(Path(self.desktop.environment["TMPDIR"]).iterdir()), [])
 
     # --- The list ---
 

@@ -1,6 +1,10 @@
 #include "apps/driftwell/Application.h"
 
+#include "support/Concurrency.h"
+
 #include <QCoreApplication>
+
+#include <utility>
 
 namespace driftwell {
 
@@ -9,7 +13,19 @@ using Action = Invocation::Action;
 Application::Application(AppState& state, DesktopServices& desktop)
     : m_state(state), m_menuBar(state, desktop), m_window(state, desktop), m_tray(m_menuBar, state, desktop) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { m_window.show(); });
-    connect(&m_menuBar, &MenuBarModel::quitRequested, this, &QCoreApplication::quit, Qt::QueuedConnection);
+    connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_window, &MainWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+}
+
+void Application::quit() {
+    if (!std::exchange(m_isQuitting, true)) {
+        detach(endAndQuit());
+    }
+}
+
+Task<> Application::endAndQuit() {
+    co_await m_state.endDeployments();
+    QCoreApplication::quit();
 }
 
 void Application::begin(const Invocation& invocation) {
@@ -22,7 +38,7 @@ void Application::begin(const Invocation& invocation) {
 }
 
 void Application::handle(const Invocation& invocation, const QByteArray& activationToken) {
-    if (invocation.action == Action::Tray) {
+    if (invocation.action == Action::Tray || m_isQuitting) {
         return;
     }
     m_window.show(activationToken);

@@ -25,13 +25,20 @@ public:
     /// Does what a further start asks for, which hands over `activationToken`, empty where it has none.
     void handle(const Invocation& invocation, const QByteArray& activationToken);
 
+    /// Ends the application when what it is doing has come to its end: a running deployment is cancelled and leaves
+    /// nothing behind. A second call does nothing.
+    void quit();
+
     [[nodiscard]] MainWindow& window() { return m_window; }
 
 private:
+    Task<> endAndQuit();
+
     AppState& m_state;
     MenuBarModel m_menuBar;
     MainWindow m_window;
     TrayItem m_tray;
+    bool m_isQuitting = false;
 };
 
 } // namespace driftwell

@@ -6,7 +6,7 @@
 #include "ui/Scene.h"
 #include "ui/WindowControls.h"
 
-#include <QEvent>
+#include <QKeyEvent>
 
 namespace driftwell {
 
@@ -57,7 +57,19 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
         // Later: the window is in the middle of it, and the click that closed it in the middle of a handler.
         QMetaObject::invokeMethod(this, &MainWindow::unload, Qt::QueuedConnection);
     }
+    // Before the scene, whose sheets keep every key to themselves.
+    if (event->type() == QEvent::KeyPress && leave(*static_cast<QKeyEvent*>(event))) {
+        return true;
+    }
     return QObject::eventFilter(watched, event);
+}
+
+bool MainWindow::leave(const QKeyEvent& key) {
+    if (key.matches(QKeySequence::Quit)) {
+        Q_EMIT quitRequested();
+        return true;
+    }
+    return key.matches(QKeySequence::Close) && view()->close();
 }
 
 void MainWindow::unload() {

@@ -8,6 +8,7 @@
 
 #include <memory>
 
+class QKeyEvent;
 class QQuickView;
 
 namespace driftwell {
@@ -35,6 +36,8 @@ public:
 
 Q_SIGNALS:
     void closed();
+    /// The person wants the whole application to end.
+    void quitRequested();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -44,6 +47,8 @@ private:
 
     void open();
     void unload();
+    /// Whether the keys are those that close the window or end the application, and do so.
+    bool leave(const QKeyEvent& key);
 
     AppState& m_state;
     DesktopServices& m_desktop;

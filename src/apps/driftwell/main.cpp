@@ -7,6 +7,7 @@
 #include "desktop/freedesktop/SingleInstance.h"
 #include "platform/PlatformClient.h"
 #include "support/Bundle.h"
+#include "support/Interruption.h"
 #include "ui/Scene.h"
 
 #include <QApplication>
@@ -17,6 +18,7 @@
 #include <signal.h>
 
 #include <cstdio>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -78,6 +80,8 @@ int run(int argc, char** argv, std::unique_ptr<PlatformClient> client, SingleIns
                                             QByteArray::fromStdString(activationToken));
                      });
     instance.listen();
+    const Interruption interruption;
+    const std::stop_callback end(interruption.token(), [&application] { application.quit(); });
     application.begin(invocation);
     return QApplication::exec();
 }

@@ -29,7 +29,7 @@ Exit codes:
 
 const QString generalHint = QStringLiteral("Run dw help for the commands.");
 
-constexpr std::size_t helpColumn = 14;
+constexpr std::size_t helpColumn = 16;
 
 QString text(const std::string& bytes) {
     return QString::fromStdString(bytes);
@@ -43,6 +43,8 @@ public:
 
 private:
     void addHost();
+    void addLogin();
+    void addLogout();
     void addDeploy();
     void addList();
     void addWhoAmI();
@@ -79,6 +81,8 @@ Parser::Parser() {
     m_app.set_help_flag("-h,--help", "Print this help");
     m_app.require_subcommand(1);
     addHost();
+    addLogin();
+    addLogout();
     addDeploy();
     addList();
     addSiteCommands(m_app, m_arguments);
@@ -95,6 +99,20 @@ void Parser::addHost() {
     addCommand(m_app, m_arguments, Command::Host, "host", "Print the platform in use, or choose another")
         .add_option("HOST", m_arguments.host, "The platform, for example sites.example.org")
         ->type_name("");
+}
+
+void Parser::addLogin() {
+    CLI::App& login =
+        addCommand(m_app, m_arguments, Command::Login, "login", "Sign in to the platform, in the browser");
+    login.add_flag("--no-browser", m_arguments.noBrowser, "Print the address to open, and open nothing")
+        ->disable_flag_override();
+    login.add_flag("--with-token", m_arguments.withToken, "Sign in with a token from standard input")
+        ->disable_flag_override();
+    addJson(login, m_arguments);
+}
+
+void Parser::addLogout() {
+    addJson(addCommand(m_app, m_arguments, Command::Logout, "logout", "Sign out of the platform"), m_arguments);
 }
 
 void Parser::addDeploy() {
@@ -145,6 +163,9 @@ Parsed Parser::parse(int argc, char** argv) {
         return answer(help(askedFor()));
     } catch (const CLI::ParseError& error) {
         return wrongUsage(whatIsWrong(error));
+    }
+    if (m_arguments.noBrowser && m_arguments.withToken) {
+        return wrongUsage(QStringLiteral("--no-browser and --with-token exclude each other"));
     }
     if (m_help->parsed()) {
         return answerHelp();

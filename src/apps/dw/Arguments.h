@@ -18,7 +18,7 @@ enum class ExitCode {
     Interrupted = 130,
 };
 
-enum class Command { Host, Deploy, List, WhoAmI, Open, Logs, History, Rollback, Delete, Share, Libs };
+enum class Command { Host, Login, Logout, Deploy, List, WhoAmI, Open, Logs, History, Rollback, Delete, Share, Libs };
 
 /// share: what is to be changed.
 struct ShareArguments {
@@ -42,6 +42,10 @@ struct Arguments {
     bool json = false;
     /// host: the platform to use from now on.
     std::optional<std::string> host;
+    /// login: leave the opening of the address to the person.
+    bool noBrowser = false;
+    /// login: with a token from standard input.
+    bool withToken = false;
     /// deploy: the folder, bytes as typed.
     std::string folder = ".";
     /// deploy: the site's name.

@@ -18,7 +18,7 @@ CommandFailure commandFailure(const QString& message, std::optional<PlatformErro
     case PlatformError::Kind::NoHost:
         return {"noHost", message, QStringLiteral("Choose a platform: dw host HOST"), ExitCode::Failed};
     case PlatformError::Kind::Unauthenticated:
-        return {"unauthenticated", message, QStringLiteral("Set DW_TOKEN to a token of yours."), ExitCode::NotAllowed};
+        return {"unauthenticated", message, QStringLiteral("Sign in: dw login"), ExitCode::NotAllowed};
     }
     Q_UNREACHABLE();
 }

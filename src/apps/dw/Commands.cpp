@@ -4,6 +4,8 @@
 #include "apps/dw/JsonValues.h"
 #include "apps/dw/LibsCommand.h"
 #include "apps/dw/LogCommands.h"
+#include "apps/dw/LoginCommand.h"
+#include "apps/dw/LogoutCommand.h"
 #include "apps/dw/ShareCommand.h"
 #include "apps/dw/SiteCommands.h"
 #include "apps/dw/Table.h"
@@ -104,12 +106,8 @@ Task<ExitCode> whoAmI(std::shared_ptr<Context> context) {
     if (!identity) {
         throw PlatformError::unauthenticated();
     }
-    context->reporter.line((identity->name + QStringLiteral(" <") + identity->email + u'>').toStdString());
-    context->reporter.object({{"ok", true},
-                              {"host", config.host().toStdString()},
-                              {"name", identity->name.toStdString()},
-                              {"email", identity->email.toStdString()},
-                              {"handle", identity->handle.toStdString()}});
+    context->reporter.line(identityText(*identity).toStdString());
+    context->reporter.object(identityObject(*identity, config));
     co_return ExitCode::Done;
 }
 
@@ -117,6 +115,10 @@ Task<ExitCode> dispatch(Arguments arguments, std::shared_ptr<Context> context) {
     switch (arguments.command) {
     case Command::Host:
         co_return host(arguments, *context);
+    case Command::Login:
+        co_return co_await login(std::move(arguments), context);
+    case Command::Logout:
+        co_return logout(*context);
     case Command::Deploy:
         co_return co_await deploy(std::move(arguments), context);
     case Command::List:
@@ -164,6 +166,22 @@ PlatformConfig requireSignIn(const PlatformClient& client) {
 Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformConfig config, std::stop_token stop) {
     requireToken(client, config);
     co_return co_await client.me(config, stop);
+}
+
+bool environmentHasToken() {
+    return !qEnvironmentVariableIsEmpty("DW_TOKEN");
+}
+
+QString identityText(const Identity& identity) {
+    return identity.name + QStringLiteral(" <") + identity.email + u'>';
+}
+
+Json identityObject(const Identity& identity, const PlatformConfig& config) {
+    return {{"ok", true},
+            {"host", config.host().toStdString()},
+            {"name", identity.name.toStdString()},
+            {"email", identity.email.toStdString()},
+            {"handle", identity.handle.toStdString()}};
 }
 
 Task<ExitCode> runCommand(Arguments arguments, Context context) {

@@ -5,6 +5,8 @@
 #include "platform/PlatformClient.h"
 #include "support/Task.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <memory>
 #include <stop_token>
 
@@ -28,6 +30,13 @@ struct Context {
 /// the platform needs a token and there is none.
 [[nodiscard]] Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformConfig config,
                                                             std::stop_token stop);
+
+/// Whether DW_TOKEN holds a token, which then comes before every stored one.
+[[nodiscard]] bool environmentHasToken();
+
+/// A person as one line, "NAME <EMAIL>", and as the object of a successful command.
+[[nodiscard]] QString identityText(const Identity& identity);
+[[nodiscard]] nlohmann::ordered_json identityObject(const Identity& identity, const PlatformConfig& config);
 
 /// Runs a command to its exit code and reports a failure. Throws nothing.
 [[nodiscard]] Task<ExitCode> runCommand(Arguments arguments, Context context);

@@ -12,7 +12,7 @@ _dw_sites() {
 }
 _dw() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local commands="host deploy list open logs history rollback delete share libs whoami completion" words=""
+    local commands="host login logout deploy list open logs history rollback delete share libs whoami completion" words=""
     COMPREPLY=()
     case $COMP_CWORD:$command:$previous in
         1:*) words="$commands help --version --help" ;;
@@ -41,7 +41,8 @@ _dw() {
                 esac
             fi
             ;;
-        *:list:* | *:whoami:*) words="--json --help" ;;
+        *:login:*) words="--no-browser --with-token --json --help" ;;
+        *:list:* | *:logout:* | *:whoami:*) words="--json --help" ;;
         *:completion:*) words="bash zsh fish" ;;
         *:help:*) words=$commands ;;
         *:host:*) words="--help" ;;
@@ -62,6 +63,8 @@ _dw_sites() {
 _dw() {
     local -a commands=(
         'host:print the platform in use, or choose another'
+        'login:sign in to the platform, in the browser'
+        'logout:sign out of the platform'
         'deploy:publish a folder as a website and print its address'
         'list:list the sites of the team'
         'open:open a site in the browser and print its address'
@@ -89,7 +92,11 @@ _dw() {
             _arguments $common '--name[the name of the site]:name:' '--dry-run[list the files and send nothing]' \
                 '1:folder:_files -/'
             ;;
-        list | whoami) _arguments $common ;;
+        login)
+            _arguments $common '(--with-token)--no-browser[print the address to open, and open nothing]' \
+                '(--no-browser)--with-token[sign in with a token from standard input]'
+            ;;
+        list | logout | whoami) _arguments $common ;;
         open | history | rollback) _arguments $common $site ;;
         logs) _arguments $common $site '--limit[at most so many lines]:number:' ;;
         delete) _arguments $common $site '--confirm[the name of the site once more]:name:' ;;
@@ -103,7 +110,9 @@ _dw() {
                 '*--disable[switch a library off]:library:'
             ;;
         completion) _arguments '1:shell:(bash zsh fish)' ;;
-        help) _arguments '1:command:(host deploy list open logs history rollback delete share libs whoami completion)' ;;
+        help)
+            _arguments '1:command:(host login logout deploy list open logs history rollback delete share libs whoami completion)'
+            ;;
         host) _arguments '1:host:_hosts' '--help[print help]' ;;
     esac
 }
@@ -120,6 +129,8 @@ function __dw_sites
 end
 complete -c dw -f
 complete -c dw -n __fish_use_subcommand -a host -d 'Print the platform in use, or choose another'
+complete -c dw -n __fish_use_subcommand -a login -d 'Sign in to the platform, in the browser'
+complete -c dw -n __fish_use_subcommand -a logout -d 'Sign out of the platform'
 complete -c dw -n __fish_use_subcommand -a deploy -d 'Publish a folder as a website and print its address'
 complete -c dw -n __fish_use_subcommand -a list -d 'List the sites of the team'
 complete -c dw -n __fish_use_subcommand -a open -d 'Open a site in the browser and print its address'
@@ -137,8 +148,10 @@ complete -c dw -l help -s h -d 'Print help'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -a '(__fish_complete_directories)'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -l name -x -d 'The name of the site'
 complete -c dw -n '__fish_seen_subcommand_from deploy' -l dry-run -d 'List the files and send nothing'
+complete -c dw -n '__fish_seen_subcommand_from login' -l no-browser -d 'Print the address to open, and open nothing'
+complete -c dw -n '__fish_seen_subcommand_from login' -l with-token -d 'Sign in with a token from standard input'
 set -l site_commands open logs history rollback delete share libs
-complete -c dw -n "__fish_seen_subcommand_from deploy list whoami $site_commands" -l json -d 'Print one JSON object'
+complete -c dw -n "__fish_seen_subcommand_from login logout deploy list whoami $site_commands" -l json -d 'Print one JSON object'
 complete -c dw -n "__fish_seen_subcommand_from $site_commands; and not __fish_seen_subcommand_from help" -a '(__dw_sites)'
 complete -c dw -n '__fish_seen_subcommand_from logs' -l limit -x -d 'At most so many lines'
 complete -c dw -n '__fish_seen_subcommand_from delete' -l confirm -x -d 'The name of the site once more'
@@ -149,7 +162,7 @@ complete -c dw -n '__fish_seen_subcommand_from share' -l comments -x -a 'on off'
 complete -c dw -n '__fish_seen_subcommand_from libs' -l enable -x -d 'Switch a library on'
 complete -c dw -n '__fish_seen_subcommand_from libs' -l disable -x -d 'Switch a library off'
 complete -c dw -n '__fish_seen_subcommand_from completion' -a 'bash zsh fish'
-complete -c dw -n '__fish_seen_subcommand_from help' -a 'host deploy list open logs history rollback delete share libs whoami completion'
+complete -c dw -n '__fish_seen_subcommand_from help' -a 'host login logout deploy list open logs history rollback delete share libs whoami completion'
 )script";
 
 } // namespace

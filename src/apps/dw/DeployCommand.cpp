@@ -5,14 +5,12 @@
 #include "apps/dw/Texts.h"
 #include "core/AppState.h"
 #include "core/UserDefaults.h"
+#include "deploy/DeployRelease.h"
 #include "deploy/FolderScan.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
-#include "support/ChildProcess.h"
 #include "support/Completion.h"
 #include "support/WorkerPool.h"
-
-#include <QTimer>
 
 #include <chrono>
 #include <system_error>
@@ -141,20 +139,6 @@ Task<DeployFlow::Phase> awaitEnd(std::shared_ptr<DeployFlow> flow, std::stop_tok
     const std::stop_callback cancel(stop, [ended]() mutable { ended.fail(Cancelled()); });
     co_await ended;
     co_return flow->phase();
-}
-
-/// Resumes once the flow is gone: whatever works on a deployment holds its flow, so nothing does any more.
-Task<> awaitRelease(std::shared_ptr<DeployFlow> flow) {
-    Completion<> released;
-    QObject::connect(flow.get(), &QObject::destroyed, flow.get(), [released]() mutable { released.succeed(); });
-    flow.reset();
-    // A cancel does not interrupt packing, which may even be about to begin; here nobody would wait for it.
-    constexpr std::chrono::milliseconds pause(20);
-    QTimer again;
-    QObject::connect(&again, &QTimer::timeout, &again, &ChildProcess::terminateAll);
-    again.start(pause);
-    ChildProcess::terminateAll();
-    co_await released;
 }
 
 void reportSuccess(Reporter& reporter, const DeployResponse& response, std::chrono::milliseconds duration) {

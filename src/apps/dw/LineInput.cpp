@@ -12,9 +12,8 @@
 
 namespace driftwell::dw {
 
-namespace {
-
 Task<> awaitInput(std::stop_token stop) {
+    throwIfCancelled(stop);
     Completion<> readable;
     QSocketNotifier notifier(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [&notifier, readable]() mutable {
@@ -24,8 +23,6 @@ Task<> awaitInput(std::stop_token stop) {
     const std::stop_callback cancel(stop, [readable]() mutable { readable.fail(Cancelled()); });
     co_await readable;
 }
-
-} // namespace
 
 Task<std::optional<std::string>> readLine(std::stop_token stop) {
     std::string line;

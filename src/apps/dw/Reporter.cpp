@@ -96,6 +96,10 @@ void Reporter::message(const QString& text) {
     }
 }
 
+void Reporter::notice(const QString& text) {
+    writeError("", {}, text);
+}
+
 void Reporter::success(const QString& text) {
     if (m_form == Form::Text) {
         writeError(green, QStringLiteral("✓ "), text);

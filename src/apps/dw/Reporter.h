@@ -39,6 +39,9 @@ public:
     /// A sentence for the person. Nothing in JSON form.
     void message(const QString& text);
 
+    /// A sentence that the person needs to go on, and so in JSON form too.
+    void notice(const QString& text);
+
     /// A good end, marked as such.
     void success(const QString& text);
 

@@ -1,8 +1,8 @@
 #include "apps/dw/Arguments.h"
 #include "apps/dw/Commands.h"
-#include "apps/dw/Interruption.h"
 #include "apps/dw/Reporter.h"
 #include "support/Bundle.h"
+#include "support/Interruption.h"
 
 #include <QCoreApplication>
 
@@ -41,7 +41,7 @@ int main(int argc, char** argv) {
     }
 
     QCoreApplication application(argc, argv);
-    const dw::Interruption interruption;
+    const Interruption interruption;
     dw::Reporter reporter(parsed.arguments->json ? dw::Reporter::Form::Json : dw::Reporter::Form::Text);
     const Bundle bundle = Bundle::ofRunningProgram();
     auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));

@@ -109,8 +109,4 @@ Rectangle {
         enabled: !root.sheetOpen && !root.model.siteList.paused
         onActivated: root.model.chooseFolderAndDeploy()
     }
-    Shortcut {
-        sequences: ["Ctrl+W"]
-        onActivated: root.window.close()
-    }
 }

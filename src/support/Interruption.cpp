@@ -1,4 +1,4 @@
-#include "apps/dw/Interruption.h"
+#include "support/Interruption.h"
 
 #include "support/SystemError.h"
 
@@ -11,7 +11,7 @@
 #include <array>
 #include <atomic>
 
-namespace driftwell::dw {
+namespace driftwell {
 
 namespace {
 
@@ -61,4 +61,4 @@ Interruption::~Interruption() {
     signalWriter = -1;
 }
 
-} // namespace driftwell::dw
+} // namespace driftwell

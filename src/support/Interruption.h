@@ -7,7 +7,7 @@
 
 class QSocketNotifier;
 
-namespace driftwell::dw {
+namespace driftwell {
 
 /// Turns SIGINT, SIGTERM and SIGHUP into a stop. A second signal ends the process the hard way. Those that whoever
 /// started the process switched off, as nohup does, stay off. One at a time.
@@ -28,4 +28,4 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 
-} // namespace driftwell::dw
+} // namespace driftwell
