@@ -7,9 +7,7 @@ namespace {
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
-using testing::StartsWith;
 
 struct Misuse {
     std::vector<std::string> arguments;

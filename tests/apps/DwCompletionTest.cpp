@@ -8,11 +8,8 @@ namespace driftwell::tests {
 namespace {
 
 using nlohmann::json;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::UnorderedElementsAre;
 using testing::UnorderedElementsAreArray;
 

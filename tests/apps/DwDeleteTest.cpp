@@ -8,7 +8,6 @@ namespace {
 
 using nlohmann::json;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Not;
 
 const std::string warning = "This takes the project offline and permanently deletes its files, stored data, and "

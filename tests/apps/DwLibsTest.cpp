@@ -6,12 +6,10 @@ namespace driftwell::tests {
 namespace {
 
 using nlohmann::json;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
-using testing::StartsWith;
 
 using Words = std::vector<std::string>;
 

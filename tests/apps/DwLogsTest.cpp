@@ -11,7 +11,6 @@ namespace {
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
 using testing::StartsWith;

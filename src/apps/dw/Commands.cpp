@@ -65,7 +65,7 @@ void printTable(Reporter& reporter, const QList<SiteInfo>& sites) {
         table.add({site.name, site.url, localTimeText(site.deployedAt.value_or(QString())),
                    site.deployedBy.value_or(QString())});
     }
-    for (const QString& line : table.lines(reporter.outputColumns())) {
+    for (const QString& line : table.lines(Reporter::outputColumns())) {
         reporter.line(line.toStdString());
     }
 }

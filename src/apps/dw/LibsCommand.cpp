@@ -93,7 +93,7 @@ void printTable(Reporter& reporter, const QList<Library>& libraries) {
         table.add({library.name, stateText(library), library.version.value_or(QString()),
                    library.description.value_or(QString())});
     }
-    for (const QString& line : table.lines(reporter.outputColumns())) {
+    for (const QString& line : table.lines(Reporter::outputColumns())) {
         reporter.line(line.toStdString());
     }
 }

@@ -53,7 +53,7 @@ void printTable(Reporter& reporter, const QList<LogEntry>& entries, SecondColumn
     for (const LogEntry& entry : entries) {
         table.add({localTimeText(entry.ts), second(entry), personText(entry.user), entry.detail});
     }
-    for (const QString& line : table.lines(reporter.outputColumns())) {
+    for (const QString& line : table.lines(Reporter::outputColumns())) {
         reporter.line(line.toStdString());
     }
 }

@@ -17,7 +17,7 @@ using Change = PlatformClient::AccessChange;
 
 const QString helpHint = QStringLiteral("Run dw help share.");
 
-/// The addresses of an option, each as it is invited. Throws WrongUsage for what is none.
+/// The addresses of an option, each once and as it is invited. Throws WrongUsage for what is none.
 QStringList addresses(const std::vector<std::string>& typed) {
     QStringList result;
     for (const std::string& text : typed) {
@@ -25,7 +25,9 @@ QStringList addresses(const std::vector<std::string>& typed) {
         if (!address.contains(u'@')) {
             throw WrongUsage(QStringLiteral("“%1” is no e-mail address").arg(QString::fromStdString(text)), helpHint);
         }
-        result += address;
+        if (!result.contains(address)) {
+            result += address;
+        }
     }
     return result;
 }
