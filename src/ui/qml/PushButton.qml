@@ -25,10 +25,12 @@ Button {
     Keys.onEnterPressed: clicked()
 
     contentItem: Item {
-        implicitWidth: childrenRect.width
-        implicitHeight: childrenRect.height
+        implicitWidth: words.implicitWidth
+        implicitHeight: words.implicitHeight
 
         Row {
+            id: words
+
             anchors.centerIn: parent
             spacing: 6
 
