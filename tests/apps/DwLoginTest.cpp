@@ -51,6 +51,11 @@ protected:
         return run(invocation);
     }
 
+    [[nodiscard]] std::string content(const char* name) const {
+        std::ifstream file(home() / name);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
     [[nodiscard]] std::string storedToken() const {
         return std::filesystem::exists(configFile())
                    ? config().value("tokens", json::object()).value(sandbox.remoteAddress(), "none")
@@ -89,15 +94,16 @@ TEST_F(DwLogin, WithJsonIsOneObjectAndTellsTheAddressAllTheSame) {
 }
 
 TEST_F(DwLogin, OpensTheAddressInTheBrowser) {
-    folder(".", {{"browser", "#!/bin/sh\nprintf %s \"$1\" > \"$HOME/opened.part\"\nmv \"$HOME/opened.part\" "
+    folder(".", {{"browser", "#!/bin/sh\nls -l /proc/self/fd > \"$HOME/descriptors\"\nprintf %s \"$1\" > "
+                             "\"$HOME/opened.part\"\nmv \"$HOME/opened.part\" "
                              "\"$HOME/opened\"\n"}});
     ::chmod((home() / "browser").c_str(), 0700);
     setVariable("BROWSER", home() / "browser");
     Program program(dw({"login"}));
     program.waitUntil([this] { return std::filesystem::exists(home() / "opened"); });
-    std::string opened;
-    std::getline(std::ifstream(home() / "opened"), opened);
+    const std::string opened = content("opened");
     EXPECT_EQ(opened, addressToldBy(program));
+    EXPECT_THAT(content("descriptors"), AllOf(HasSubstr("/dev/null"), Not(HasSubstr("socket:"))));
     signInAt(opened);
     const Ending ending = program.waitForEnd();
     EXPECT_EQ(ending.exitCode, 0);
@@ -290,10 +296,6 @@ TEST_F(DwLogin, WithATokenIsInterruptedAtOnceAndTheTerminalShowsAgainWhatIsTyped
     const Ending ending = program.waitForEnd();
     EXPECT_EQ(ending.exitCode, 130);
     EXPECT_EQ(screen(ending.terminal).back(), "dw: Interrupted");
-    const auto content = [this](const char* name) {
-        std::ifstream file(home() / name);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    };
     EXPECT_THAT(content("before"), HasSubstr(" echo "));
     EXPECT_EQ(content("before"), content("after"));
 }
