@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 
@@ -18,14 +19,16 @@ inline constexpr std::chrono::seconds deadline(60);
 
 /// Runs the event loop until the condition holds. Throws when the deadline passes first.
 inline void waitUntil(const std::function<bool()>& condition) {
-    QTimer expiry;
-    expiry.setSingleShot(true);
-    expiry.start(deadline);
+    const auto expiry = std::chrono::steady_clock::now() + deadline;
+    // What another thread or process makes true wakes no event loop. (With a time limit, processEvents() does not wait
+    // but spins.)
+    QTimer look;
+    look.start(std::chrono::milliseconds(10));
     while (!condition()) {
-        if (!expiry.isActive()) {
+        if (std::chrono::steady_clock::now() > expiry) {
             throw std::runtime_error("the condition did not come to hold in time");
         }
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
 }
 

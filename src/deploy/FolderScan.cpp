@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <climits>
 #include <condition_variable>
+#include <deque>
 #include <exception>
 #include <iterator>
 #include <memory>
@@ -80,8 +81,53 @@ UniqueFd openBeneath(int root, std::string_view path) {
     return folder;
 }
 
+std::string joined(std::string_view folder, std::string_view name, std::string_view end = {}) {
+    std::string path;
+    path.reserve(folder.size() + name.size() + end.size());
+    return path.append(folder).append(name).append(end);
+}
+
 bool isHidden(std::string_view name) {
     return name.starts_with('.');
+}
+
+/// What stands directly in one folder. Filled by one thread, and left alone from then on.
+struct Listing {
+    /// Relative to the root; empty for the root itself, else with a slash at its end.
+    std::string path;
+    /// Their paths, sorted.
+    std::vector<std::string> files;
+    /// Sorted by their paths.
+    std::vector<Listing*> folders;
+    std::int64_t bytes = 0;
+};
+
+/// Takes all files out of the listings, in the order of the bytes of their paths. Since a folder's path ends with a
+/// slash, it stands among the paths beside it where those of its files belong.
+std::vector<std::string> takeInOrder(Listing& root, std::size_t count) {
+    struct Position {
+        Listing* listing;
+        std::size_t file = 0;
+        std::size_t folder = 0;
+    };
+    std::vector<std::string> paths;
+    paths.reserve(count);
+    // A stack of its own, since folders can be nested deeper than calls.
+    std::vector<Position> open{{&root}};
+    while (!open.empty()) {
+        Position& at = open.back();
+        std::vector<std::string>& files = at.listing->files;
+        const std::vector<Listing*>& folders = at.listing->folders;
+        const bool filesLeft = at.file < files.size();
+        if (at.folder < folders.size() && (!filesLeft || folders[at.folder]->path < files[at.file])) {
+            open.push_back({folders[at.folder++]});
+        } else if (filesLeft) {
+            paths.push_back(std::move(files[at.file++]));
+        } else {
+            open.pop_back();
+        }
+    }
+    return paths;
 }
 
 /// A walk of one folder by several threads that share a list of subfolders still to be read.
@@ -92,27 +138,26 @@ public:
     FolderScan run();
 
 private:
-    struct Found {
-        std::vector<std::string> files;
-        std::vector<std::string> folders;
-        std::int64_t bytes = 0;
-    };
+    /// Subfolders that were found, not yet part of the walk.
+    using Found = std::vector<std::string>;
 
     void work();
-    void readFolder(const std::string& folder, Found& found) const;
-    void readEntry(int directory, const dirent& entry, const std::string& folder, Found& found) const;
+    void readFolder(Listing& listing, Found& folders) const;
+    void readEntry(int directory, const dirent& entry, Listing& listing, Found& folders) const;
     void addThreadIfWorthwhile();
+    /// With the lock held.
+    void addFolders(Listing& parent, Found folders);
 
     UniqueFd m_root;
     const std::stop_token& m_stop;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::vector<std::string> m_pending{std::string()};
+    std::deque<Listing> m_listings{1};
+    std::vector<Listing*> m_pending{&m_listings.front()};
     std::size_t m_reading = 0;
     std::exception_ptr m_failure;
     std::vector<std::thread> m_threads;
-    FolderScan m_result;
 };
 
 FolderScan Walk::run() {
@@ -123,47 +168,55 @@ FolderScan Walk::run() {
     if (m_failure) {
         std::rethrow_exception(m_failure);
     }
-    std::sort(m_result.paths.begin(), m_result.paths.end());
-    m_result.fileCount = static_cast<std::int64_t>(m_result.paths.size());
-    return std::move(m_result);
+    FolderScan result;
+    for (const Listing& listing : m_listings) {
+        result.fileCount += std::ssize(listing.files);
+        result.byteCount += listing.bytes;
+    }
+    result.paths = takeInOrder(m_listings.front(), static_cast<std::size_t>(result.fileCount));
+    return result;
 }
 
 void Walk::work() {
-    std::vector<std::string> files;
-    std::int64_t bytes = 0;
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return !m_pending.empty() || m_reading == 0 || m_failure; });
         if (m_pending.empty() || m_failure) {
-            break;
+            return;
         }
-        const std::string folder = std::move(m_pending.back());
+        Listing& listing = *m_pending.back();
         m_pending.pop_back();
         ++m_reading;
         lock.unlock();
 
-        Found found;
+        Found folders;
         std::exception_ptr failure;
         try {
             throwIfCancelled(m_stop);
-            readFolder(folder, found);
+            readFolder(listing, folders);
         } catch (...) {
             failure = std::current_exception();
         }
-        std::move(found.files.begin(), found.files.end(), std::back_inserter(files));
-        bytes += found.bytes;
 
         lock.lock();
         --m_reading;
-        std::move(found.folders.begin(), found.folders.end(), std::back_inserter(m_pending));
+        addFolders(listing, std::move(folders));
         if (failure && !m_failure) {
             m_failure = failure;
         }
         addThreadIfWorthwhile();
         m_changed.notify_all();
     }
-    m_result.byteCount += bytes;
-    std::move(files.begin(), files.end(), std::back_inserter(m_result.paths));
+}
+
+void Walk::addFolders(Listing& parent, Found folders) {
+    parent.folders.reserve(folders.size());
+    for (std::string& path : folders) {
+        Listing& listing = m_listings.emplace_back();
+        listing.path = std::move(path);
+        parent.folders.push_back(&listing);
+        m_pending.push_back(&listing);
+    }
 }
 
 void Walk::addThreadIfWorthwhile() {
@@ -177,8 +230,9 @@ void Walk::addThreadIfWorthwhile() {
     }
 }
 
-void Walk::readFolder(const std::string& folder, Found& found) const {
-    UniqueFd opened = openBeneath(m_root.get(), folder);
+void Walk::readFolder(Listing& listing, Found& folders) const {
+    const std::string_view path = listing.path;
+    UniqueFd opened = openBeneath(m_root.get(), path.substr(0, path.size() - (path.empty() ? 0 : 1)));
     if (!opened) {
         return;
     }
@@ -188,11 +242,13 @@ void Walk::readFolder(const std::string& folder, Found& found) const {
     }
     const int fd = opened.release();
     while (const dirent* entry = ::readdir(directory.get())) {
-        readEntry(fd, *entry, folder, found);
+        readEntry(fd, *entry, listing, folders);
     }
+    std::sort(listing.files.begin(), listing.files.end());
+    std::sort(folders.begin(), folders.end());
 }
 
-void Walk::readEntry(int directory, const dirent& entry, const std::string& folder, Found& found) const {
+void Walk::readEntry(int directory, const dirent& entry, Listing& listing, Found& folders) const {
     const std::string_view name = entry.d_name;
     const bool isOtherKind = entry.d_type != DT_REG && entry.d_type != DT_DIR && entry.d_type != DT_UNKNOWN;
     if (isHidden(name) || isOtherKind) {
@@ -203,17 +259,14 @@ void Walk::readEntry(int directory, const dirent& entry, const std::string& fold
     if (entry.d_type != DT_DIR && ::fstatat(directory, entry.d_name, &attributes, AT_SYMLINK_NOFOLLOW) != 0) {
         throwSystemError(entry.d_name);
     }
-    const bool atTop = folder.empty();
-    const auto path = [&] {
-        return atTop ? std::string(name) : folder + '/' + std::string(name);
-    };
+    const bool atTop = listing.path.empty();
     if (S_ISDIR(attributes.st_mode)) {
         if (name != "node_modules" && !(atTop && name == "skills")) {
-            found.folders.push_back(path());
+            folders.push_back(joined(listing.path, name, "/"));
         }
     } else if (S_ISREG(attributes.st_mode) && !(atTop && name == "CLAUDE.md")) {
-        found.files.push_back(path());
-        found.bytes += attributes.st_size;
+        listing.files.push_back(joined(listing.path, name));
+        listing.bytes += attributes.st_size;
     }
 }
 

@@ -6,8 +6,6 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-#include <chrono>
-
 namespace driftwell::tests {
 
 namespace {
@@ -43,10 +41,7 @@ protected:
     DwFailure() { folder("site", {{"index.html", "x"}, {"noise.bin", noise(2'000'000)}}); }
 
     void expectUnreachable(const std::vector<std::string>& arguments, const std::string& message) {
-        const auto begin = std::chrono::steady_clock::now();
         const Ending ending = runDw(arguments);
-        // Long before any time limit.
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
         EXPECT_EQ(ending.exitCode, 5);
         EXPECT_EQ(ending.output, "");
         EXPECT_EQ(ending.error, "dw: " + message + '\n');

@@ -93,7 +93,7 @@ std::vector<std::string> DwFixture::ownProcesses() const {
 void fillForLongPacking(const std::filesystem::path& folder) {
     // Holes take no room on the disk and yet must be read and packed byte by byte.
     constexpr std::uintmax_t size = 4ULL * 1024 * 1024 * 1024;
-    for (int i = 0; i < 16; ++i) {
+    for (int i = 0; i < 256; ++i) {
         const std::filesystem::path file = folder / ("large" + std::to_string(i) + ".bin");
         std::ofstream(file).close();
         std::filesystem::resize_file(file, size);

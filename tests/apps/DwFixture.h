@@ -50,7 +50,7 @@ private:
     std::map<std::string, std::string> m_environment;
 };
 
-/// A deployment of a folder that is too large to be packed before a test has looked.
+/// A deployment of a folder whose packing takes longer than the tests' deadline.
 void fillForLongPacking(const std::filesystem::path& folder);
 
 /// Bytes that no compression makes smaller.

@@ -146,7 +146,7 @@ AppState& ModelFixture::model() {
         m_model = std::make_unique<AppState>(
             std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle))), desktop,
             std::make_unique<QSettings>(QString::fromStdString(m_root / "defaults.ini"), QSettings::IniFormat),
-            sleeper.sleeper());
+            m_sleep);
     }
     return *m_model;
 }

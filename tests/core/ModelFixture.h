@@ -64,6 +64,9 @@ protected:
     /// Made when it is first asked for.
     AppState& model();
 
+    /// What the model sleeps with in place of `sleeper`; to be given before the model is made.
+    void sleepWith(Sleeper sleep) { m_sleep = std::move(sleep); }
+
     /// Destroys the model and waits for nothing.
     void destroyModel() { m_model.reset(); }
 
@@ -114,6 +117,7 @@ protected:
     ManualSleeper sleeper;
 
 private:
+    Sleeper m_sleep = sleeper.sleeper();
     std::unique_ptr<AppState> m_model;
 };
 

@@ -1,4 +1,5 @@
 #include "tests/core/ModelFixture.h"
+#include "tests/NoMoreDescriptors.h"
 
 #include <gmock/gmock.h>
 
@@ -194,6 +195,21 @@ TEST_F(RefreshLoopTest, TheWaitFollowsTheStatusThatTheRefreshLeft) {
     server.answer("/api/libs", 500, "");
     wakeAndWait();
     EXPECT_THAT(sleeper.requested(), ElementsAre(seconds(10), seconds(5), seconds(10), seconds(5), seconds(1)));
+}
+
+TEST_F(RefreshLoopTest, GoesOnAfterATimeInWhichNoDescriptorWasLeft) {
+    int looks = 0;
+    sleepWith([&looks](std::chrono::milliseconds, std::stop_token stop) {
+        ++looks;
+        return sleepFor(milliseconds(1), std::move(stop));
+    });
+    model().start();
+    {
+        const NoMoreDescriptors exhausted;
+        waitUntil([&looks, before = looks] { return looks > before + 3; });
+    }
+    waitUntil([&looks, before = looks] { return looks > before + 3; });
+    endModel();
 }
 
 // The end of the model

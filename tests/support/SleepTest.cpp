@@ -2,6 +2,7 @@
 
 #include "support/Cancellation.h"
 #include "tests/Await.h"
+#include "tests/NoMoreDescriptors.h"
 
 #include <gtest/gtest.h>
 
@@ -34,11 +35,12 @@ TEST(SleepTest, EndsAfterNoTimeAtAll) {
 }
 
 TEST(SleepTest, LetsTheShorterOfTwoEndFirst) {
-    const Task<> longer = sleepFor(60ms, {});
-    const Task<> shorter = sleepFor(5ms, {});
-    tests::waitUntil([&shorter] { return shorter.isReady(); });
+    std::stop_source stop;
+    Task<> longer = sleepFor(forever, stop.get_token());
+    await(sleepFor(5ms, {}));
     EXPECT_FALSE(longer.isReady());
-    tests::waitUntil([&longer] { return longer.isReady(); });
+    stop.request_stop();
+    EXPECT_THROW(await(std::move(longer)), Cancelled);
 }
 
 TEST(SleepTest, IsCancelledAtOnce) {
@@ -76,6 +78,26 @@ TEST(SleepTest, LeavesNoTimerHoweverItEnds) {
     EXPECT_THROW(await(std::move(cancelled)), Cancelled);
     await(std::move(ended));
     EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(SleepTest, EndsAfterItsTimeWhereNoDescriptorIsLeft) {
+    await(sleepFor(0ms, {})); // the event loop's own descriptors are open from here on
+    const tests::NoMoreDescriptors exhausted;
+    const auto start = Clock::now();
+    await(sleepFor(30ms, {}));
+    EXPECT_GE(Clock::now() - start, 30ms);
+    await(sleepFor(-5ms, {}));
+}
+
+TEST(SleepTest, IsCancelledWhereNoDescriptorIsLeft) {
+    await(sleepFor(0ms, {}));
+    const tests::NoMoreDescriptors exhausted;
+    std::stop_source stop;
+    Task<> sleep = sleepFor(forever, stop.get_token());
+    tests::settle();
+    EXPECT_FALSE(sleep.isReady());
+    stop.request_stop();
+    EXPECT_THROW(await(std::move(sleep)), Cancelled);
 }
 
 } // namespace

@@ -2,12 +2,13 @@
 
 #include "apps/sandbox/StopSignal.h"
 
-#include <zlib.h>
-
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <span>
 #include <vector>
+
+struct inflate_state;
 
 namespace driftwell::sandbox {
 
@@ -25,8 +26,13 @@ public:
     [[nodiscard]] std::span<const unsigned char> next();
 
 private:
-    /// False at the end of the file.
+    /// Reads more of the file. False at its end.
     bool refill();
+    [[nodiscard]] bool hasInput() const;
+    /// Several gzip members in a row are one file. False at the end of the file.
+    bool beginMember();
+    /// Unpacks what there is room for.
+    void continueMember();
     /// Programs that write in blocks fill the last one up with zeros. Throws when anything else follows.
     void checkPadding();
 
@@ -35,8 +41,10 @@ private:
     const StopSignal& m_stop;
     std::vector<unsigned char> m_packed;
     std::vector<unsigned char> m_unpacked;
-    z_stream m_stream{};
-    bool m_memberOpen = true;
+    std::unique_ptr<inflate_state> m_stream;
+    bool m_memberOpen = false;
+    /// A file of no members at all is no gzip file.
+    bool m_memberSeen = false;
     bool m_finished = false;
 };
 

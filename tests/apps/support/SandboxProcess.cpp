@@ -83,7 +83,7 @@ int waitForEnd(pid_t pid) {
 
 std::string readLine(int pipe) {
     std::string line;
-    const auto deadline = steady_clock::now() + std::chrono::seconds(20);
+    const auto deadline = steady_clock::now() + std::chrono::seconds(60);
     while (steady_clock::now() < deadline) {
         pollfd watched{.fd = pipe, .events = POLLIN, .revents = 0};
         char character = 0;

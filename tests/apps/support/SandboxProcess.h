@@ -11,7 +11,7 @@ namespace driftwell::tests {
 
 /// Waits until the condition holds; false when it does not within the time.
 [[nodiscard]] bool waitUntil(const std::function<bool()>& condition,
-                             std::chrono::milliseconds time = std::chrono::seconds(10));
+                             std::chrono::milliseconds time = std::chrono::seconds(60));
 
 /// What a program that was run to its end left.
 struct Ended {
