@@ -1,4 +1,5 @@
 #include "tests/apps/DwFixture.h"
+#include "tests/Await.h"
 #include "tests/core/PlatformServer.h"
 
 #include <sstream>
@@ -211,7 +212,11 @@ TEST_F(DwCompletion, InZshCompletesTheOptionsOfTheCommandsOnSites) {
 /// A platform whose sites are completed.
 class DwSiteCompletion : public DwCompletion {
 protected:
-    DwSiteCompletion() { useHost("http://localhost:" + std::to_string(m_server.port())); }
+    DwSiteCompletion() {
+        useHost("http://localhost:" + std::to_string(m_server.port()));
+        // However busy the machine is.
+        setVariable("DW_COMPLETION_SECONDS", std::to_string(deadline.count()));
+    }
 
     void answer(const std::vector<std::string>& names) {
         json sites = json::array();
@@ -221,6 +226,9 @@ protected:
         m_server.answer("/api/me", 200, "null");
         m_server.answer("/api/sites", 200, json{{"sites", sites}}.dump());
     }
+
+    /// Keeps the next question waiting for good.
+    [[nodiscard]] PlatformServer::Hold hold() { return m_server.holdAnswer("/api/me"); }
 
 private:
     PlatformServer m_server;
@@ -244,6 +252,15 @@ TEST_F(DwSiteCompletion, LeavesOutWhatAShellCouldObey) {
     EXPECT_THAT(fishCandidates("dw open "), ElementsAre("garden"));
     EXPECT_EQ(zshCommand("dw open \t"), "open garden");
     EXPECT_FALSE(std::filesystem::exists(home() / "harm"));
+}
+
+TEST_F(DwSiteCompletion, GivesUpOnAPlatformThatDoesNotAnswer) {
+    answer({"garden"});
+    setVariable("DW_COMPLETION_SECONDS", "0.1");
+    const PlatformServer::Hold inBash = hold();
+    EXPECT_THAT(bashCandidates({"dw", "open", ""}), IsEmpty());
+    const PlatformServer::Hold inFish = hold();
+    EXPECT_THAT(fishCandidates("dw open "), IsEmpty());
 }
 
 TEST_F(DwSiteCompletion, OfAPlatformThatRefusesOffersNothing) {

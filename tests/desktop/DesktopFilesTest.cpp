@@ -145,7 +145,7 @@ TEST_F(DesktopFilesTest, OfferAddressesAndFoldersToTheApplication) {
                                  .at(0)
                                  .toObject();
     QStringList expected{QStringLiteral("inode/directory")};
-    for (const QJsonValue& scheme : type.value(QStringLiteral("CFBundleURLSchemes")).toArray()) {
+    for (const auto& scheme : type.value(QStringLiteral("CFBundleURLSchemes")).toArray()) {
         expected.append(QStringLiteral("x-scheme-handler/") + scheme.toString());
     }
     QStringList offered = listOf(mainValue(entry(), "MimeType"));

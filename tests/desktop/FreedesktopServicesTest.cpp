@@ -15,8 +15,6 @@
 
 namespace driftwell::tests {
 
-using testing::ElementsAre;
-
 class FreedesktopServicesTest : public testing::Test {
 protected:
     OpenedAddresses opened;

@@ -20,7 +20,6 @@
 namespace driftwell::tests {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 

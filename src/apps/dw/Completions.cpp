@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char* bash = R"script(# Completion for dw in bash. Load it with: source <(dw completion bash)
 _dw_sites() {
-    timeout 2 dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*'
+    timeout "${DW_COMPLETION_SECONDS:-2}" dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*'
 }
 _dw() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
@@ -57,7 +57,8 @@ complete -F _dw dw
 constexpr const char* zsh = R"script(#compdef dw
 # Completion for dw in zsh. Load it with: source <(dw completion zsh)
 _dw_sites() {
-    local -a sites=(${(f)"$(timeout 2 dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*')"})
+    local seconds=${DW_COMPLETION_SECONDS:-2}
+    local -a sites=(${(f)"$(timeout $seconds dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*')"})
     compadd -a sites
 }
 _dw() {
@@ -125,7 +126,9 @@ fi
 
 constexpr const char* fish = R"script(# Completion for dw in fish. Load it with: dw completion fish | source
 function __dw_sites
-    timeout 2 dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*'
+    set -l seconds 2
+    test -n "$DW_COMPLETION_SECONDS"; and set seconds $DW_COMPLETION_SECONDS
+    timeout $seconds dw list 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE '[a-z0-9][a-z0-9-]*'
 end
 complete -c dw -f
 complete -c dw -n __fish_use_subcommand -a host -d 'Print the platform in use, or choose another'

@@ -1,8 +1,11 @@
 #include "desktop/freedesktop/BusCall.h"
 
+#include "support/EventLoop.h"
+
 #include <QDBusError>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
+#include <QPointer>
 
 namespace driftwell {
 
@@ -11,8 +14,11 @@ void callOnBus(const QDBusConnection& bus, const QDBusMessage& call, std::chrono
     // Without a bus Qt would not answer at all.
     if (!bus.isConnected()) {
         const QDBusMessage reply = QDBusMessage::createError(QDBusError::Disconnected, QStringLiteral("no bus"));
-        QMetaObject::invokeMethod(
-            context, [done = std::move(done), reply] { done(reply); }, Qt::QueuedConnection);
+        EventLoop::current()->post([context = QPointer(context), done = std::move(done), reply] {
+            if (context) {
+                done(reply);
+            }
+        });
         return;
     }
     const QDBusPendingCall pending = bus.asyncCall(call, static_cast<int>(patience.count()));

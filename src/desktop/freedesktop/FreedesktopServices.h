@@ -11,7 +11,7 @@
 
 namespace driftwell {
 
-/// A desktop that follows the freedesktop.org specifications, as the application uses it. Every question to another
+/// A desktop as freedesktop.org describes it, as the application uses it. Every question to another
 /// program is asked without waiting, and each has another way where nobody answers. Needs a QApplication.
 ///
 /// Text that was copied is gone with the application, unless a clipboard manager runs, which then takes it over as the

@@ -27,7 +27,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds pauseBetweenAttempts(10);
 
 /// Without the sticky bit a folder for the session is swept of files that nobody has touched for hours (XDG Base
-/// Directory Specification).
+/// Directory).
 constexpr mode_t ownAndSticky = S_ISVTX | S_IRUSR | S_IWUSR;
 
 /// The same for every way to name a folder, and short.
