@@ -115,7 +115,7 @@ TEST_F(FileManagerTest, ThatFailsIsReplaced) {
 
     fileManager.show(folder / "site");
     waitUntil([&program] { return !program.calls().empty(); });
-    waitForReplies();
+    waitUntil([this] { return !opened.list().empty(); });
 
     EXPECT_THAT(opened.list(), ElementsAre("file://" + folder.path().string()));
 }
