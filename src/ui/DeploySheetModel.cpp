@@ -1,5 +1,6 @@
 #include "ui/DeploySheetModel.h"
 
+#include "core/WebAddress.h"
 #include "deploy/SiteName.h"
 #include "ui/ConnectionTexts.h"
 #include "ui/Format.h"
@@ -224,9 +225,8 @@ void DeploySheetModel::confirm() {
 }
 
 void DeploySheetModel::openLiveSite() {
-    const QUrl url(liveUrl(), QUrl::StrictMode);
-    if (url.isValid() && !url.isEmpty()) {
-        m_desktop.openUrl(url);
+    if (const std::optional<QUrl> url = webAddress(liveUrl())) {
+        m_desktop.openUrl(*url);
     }
 }
 

@@ -38,18 +38,59 @@ QString withFirstLetterRaised(const QString& word) {
 
 enum class Year { Shown, Left };
 
+/// A piece of a date's format (QLocale::toString): a field, or what stands between fields.
+struct Piece {
+    QString text;
+
+    [[nodiscard]] bool isWeekday() const { return text.startsWith(QLatin1String("ddd")); }
+    [[nodiscard]] bool isYear() const { return text.startsWith(u'y'); }
+    [[nodiscard]] bool isField() const { return text.startsWith(u'd') || text.startsWith(u'M') || isYear(); }
+    [[nodiscard]] bool isComma() const { return QStringView(u",،፣⹁").contains(text); }
+};
+
+QList<Piece> piecesOf(const QString& format) {
+    static const QRegularExpression piece(QStringLiteral("'[^']*'|d+|M+|y+|."));
+    QList<Piece> pieces;
+    for (auto match = piece.globalMatch(format); match.hasNext();) {
+        pieces.append({match.next().captured()});
+    }
+    return pieces;
+}
+
+/// What belongs to the field before it: all up to a comma or the end; before a field that is left out, which has words
+/// of its own, only what is joined to it.
+QString suffix(const QList<Piece>& pieces) {
+    QString joined;
+    QString result;
+    bool isJoined = true;
+    for (const Piece& piece : pieces) {
+        if (piece.isField()) {
+            return joined;
+        }
+        if (piece.isComma()) {
+            return result;
+        }
+        isJoined = isJoined && piece.text != QLatin1String(" ");
+        joined += isJoined ? piece.text : QString();
+        result += piece.text;
+    }
+    return result;
+}
+
 /// The language's own long form of a date without the day of the week, the month abbreviated.
 QString abbreviatedDate(QDate date, Year year) {
-    static const QRegularExpression weekday(QStringLiteral("[ ,]*dddd[ ,]*"));
-    static const QRegularExpression yearAndWords(QStringLiteral("[ ,./-]*('[^']*'[ ]*)?y+[ ]*('[^']*')?[ ,./-]*"));
     const QLocale locale;
-    QString format = locale.dateFormat(QLocale::LongFormat);
-    format.remove(weekday);
-    format.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
-    if (year == Year::Left) {
-        format.remove(yearAndWords);
+    const QList<Piece> pieces = piecesOf(locale.dateFormat(QLocale::LongFormat));
+    const auto isKept = [year](const Piece& piece) {
+        return piece.isField() && !piece.isWeekday() && (year == Year::Shown || !piece.isYear());
+    };
+    const auto first = std::find_if(pieces.begin(), pieces.end(), isKept);
+    const auto last = std::find_if(pieces.rbegin(), pieces.rend(), isKept).base();
+    QString format;
+    for (auto piece = first; piece < last; ++piece) {
+        format += piece->text == QLatin1String("MMMM") ? QStringLiteral("MMM") : piece->text;
     }
-    return locale.toString(date, format);
+    return locale.toString(date, format + suffix(pieces.mid(last - pieces.begin())));
 }
 
 } // namespace
@@ -129,7 +170,7 @@ QString Format::actor(const QString& text) {
 QString Format::timestamp(Timestamp date) {
     const QDateTime local = localTime(date);
     return abbreviatedDate(local.date(), Year::Left) + QStringLiteral(", ") +
-           local.time().toString(QStringLiteral("HH:mm:ss"));
+           QLocale().toString(local.time(), QStringLiteral("HH:mm:ss"));
 }
 
 QString Format::byteCount(std::int64_t bytes) {
@@ -154,14 +195,14 @@ QString Format::byteCount(std::int64_t bytes) {
         value /= step;
         ++unit;
     }
-    QString number = QLocale().toString(value, 'f', units.at(unit).decimals);
-    const QString point = QLocale().decimalPoint();
-    if (number.contains(point)) {
-        while (number.endsWith(u'0')) {
-            number.chop(1);
+    const QLocale locale;
+    QString number = locale.toString(value, 'f', units.at(unit).decimals);
+    if (number.contains(locale.decimalPoint())) {
+        while (number.endsWith(locale.zeroDigit())) {
+            number.chop(locale.zeroDigit().size());
         }
-        if (number.endsWith(point)) {
-            number.chop(point.size());
+        if (number.endsWith(locale.decimalPoint())) {
+            number.chop(locale.decimalPoint().size());
         }
     }
     return number + u' ' + QLatin1String(units.at(unit).name);

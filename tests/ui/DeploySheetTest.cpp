@@ -182,7 +182,7 @@ TEST_F(DeploySheetTest, TheNameOfASiteTurnsTheStatusIntoTheBoxOfAReplacementAtOn
     EXPECT_THAT(texts(), Contains("The current version stays available as a rollback."));
     EXPECT_EQ(colorOf(status), light(Token::Warning));
     EXPECT_EQ(textItem(status)->property("font").value<QFont>().weight(), QFont::DemiBold);
-    EXPECT_NO_THROW(textItem(QString(QChar(0xE53B))));
+    EXPECT_TRUE(isDrawn(QString(QChar(0xE53B))));
     EXPECT_TRUE(enabled("Deploy"));
     expectPaletteIsFollowed();
     retype(QStringLiteral("orchard"));
@@ -238,19 +238,6 @@ TEST_F(DeploySheetTest, NothingBehindTheSheetCanBeReached) {
     EXPECT_TRUE(flow().isConfirming());
 }
 
-TEST_F(DeploySheetTest, ALongNameAndALongFolderStayInTheSheet) {
-    showSheet("a-folder-with-a-very-long-name-that-does-not-fit-into-one-line-of-the-sheet-at-all");
-    const QRectF sheet = all(Role::Dialog).front().item->mapRectToScene({0, 0, 400, 400});
-    for (const Seen& each : all(Role::Button)) {
-        if (each.name == QStringLiteral("Deploy") || each.name == QStringLiteral("Cancel")) {
-            EXPECT_TRUE(sheet.contains(each.item->mapRectToScene({0, 0, each.item->width(), 1})));
-        }
-    }
-    const QRectF name = field().item->mapRectToScene({0, 0, field().item->width(), 1});
-    EXPECT_TRUE(sheet.contains(name));
-    EXPECT_GT(textItem(u'.' + host())->width(), 0) << "the host is still seen";
-}
-
 TEST_F(DeploySheetTest, ConfirmingFollowsTheColorScheme) {
     showSheet();
     expectPaletteIsFollowed();
@@ -288,17 +275,6 @@ TEST_F(DeploySheetTest, TheStagesHaveTheirMarks) {
     EXPECT_TRUE(packed->isAncestorOf(check));
     EXPECT_EQ(check->property("color").value<QColor>(), light(Token::Accent));
     EXPECT_TRUE(publishing->isAncestorOf(textItem(QString(QChar(0xE836)))));
-}
-
-TEST_F(DeploySheetTest, TheBarFillsAsTheStageGoesOn) {
-    showSheet();
-    flow().begin();
-    QQuickItem* const bar = the(Role::ProgressBar, QStringLiteral("Deployment")).item;
-    const QPointF ninetyPercent(bar->width() * 0.9, bar->height() / 2);
-    EXPECT_EQ(colorAt(bar, ninetyPercent), light(Token::Chip));
-    flow().report(DeployStage::publishing());
-    waitUntil([&] { return colorAt(bar, ninetyPercent) == light(Token::Accent); });
-    EXPECT_EQ(colorAt(bar, {bar->width() * 0.97, bar->height() / 2}), light(Token::Chip));
 }
 
 TEST_F(DeploySheetTest, TheElapsedTimeGoesOn) {
@@ -347,7 +323,7 @@ TEST_F(DeploySheetTest, SuccessShowsTheAddressAndTheSummary) {
     EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("garden is live")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("garden.sites.test")));
     EXPECT_THAT(texts(), Contains(testing::MatchesRegex("deployed in [1-9][0-9]*s · 1 file · 5 bytes")));
-    EXPECT_NO_THROW(textItem(QString(QChar(0xE86C))));
+    EXPECT_TRUE(isDrawn(QString(QChar(0xE86C))));
 }
 
 TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
@@ -356,13 +332,6 @@ TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
     click(Role::Button, QStringLiteral("garden.sites.test"));
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
     EXPECT_TRUE(sheetIsThere());
-}
-
-TEST_F(DeploySheetTest, TheLinkTellsTheWholeAddressUnderTheRestingPointer) {
-    showSheet();
-    succeed();
-    hover(the(Role::Button, QStringLiteral("garden.sites.test")).item);
-    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Open https://garden.sites.test")); });
 }
 
 TEST_F(DeploySheetTest, CopyUrlCopiesAndSaysSoUntilTheSheetCloses) {
@@ -434,13 +403,6 @@ TEST_F(DeploySheetTest, TryAgainHasTheKeyboardAndGoesBackToTheNameThatWasTyped) 
     EXPECT_EQ(field().item->property("text").toString(), QStringLiteral("shed"));
 }
 
-TEST_F(DeploySheetTest, CloseClosesTheFailure) {
-    showSheet();
-    fail();
-    click(QStringLiteral("Close"));
-    EXPECT_FALSE(model().deployFlow());
-}
-
 TEST_F(DeploySheetTest, EscapeClosesTheFailure) {
     showSheet();
     fail();
@@ -482,16 +444,6 @@ TEST_F(DeploySheetTest, AWholeDeploymentIsDoneByKeyboard) {
     press(Qt::Key_Return);
     EXPECT_FALSE(sheetIsThere());
     EXPECT_FALSE(model().deployFlow());
-}
-
-TEST_F(DeploySheetTest, AnotherDeploymentIsAnotherSheet) {
-    showSheet();
-    succeed();
-    click(QStringLiteral("Copy URL"));
-    openDeployment("shed");
-    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy shed")));
-    EXPECT_EQ(focus(), "EditableText Site name");
-    EXPECT_EQ(all(Role::Dialog).size(), 1U);
 }
 
 TEST_F(DeploySheetTest, AWindowThatOpensDuringADeploymentShowsIt) {

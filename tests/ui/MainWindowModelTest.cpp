@@ -91,20 +91,6 @@ TEST_F(MainWindowModelTest, AnOutageWithoutSitesShowsTheList) {
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
-TEST_F(MainWindowModelTest, AChangeOfTheContentIsAnnouncedOnce) {
-    const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
-    ASSERT_EQ(window().content(), Content::SiteList);
-    become(Kind::Connecting);
-    become(Kind::Connected);
-    EXPECT_EQ(changes.count(), 0);
-    become(Kind::NotTeam);
-    EXPECT_EQ(changes.count(), 1);
-    become(Kind::SignedOut);
-    EXPECT_EQ(changes.count(), 1);
-    become(Kind::NoHost);
-    EXPECT_EQ(changes.count(), 2);
-}
-
 TEST_F(MainWindowModelTest, TheFilterChangesTheContent) {
     connectedWith({});
     ASSERT_EQ(window().content(), Content::EmptyState);

@@ -206,8 +206,7 @@ TEST_F(MenuBarModelTest, TheSiteThatIsBeingDeployedIsMarked) {
 }
 
 TEST_F(MenuBarModelTest, ARecentSiteIsOpened) {
-    connectedWith(
-        std::vector<Json>{siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("new", "2026-03-01T09:55:00Z")});
+    connectedWithRecords({siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("new", "2026-03-01T09:55:00Z")});
     MenuBarModel menuBar(model(), desktop);
     menuBar.openSite(1);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));

@@ -114,7 +114,7 @@ TEST_F(MenuBarViewTest, ARecentSiteUnderThePointerShowsThatItIsALink) {
     showPanel();
     moveAway();
     const QString arrow(QChar(0xE0B2));
-    EXPECT_ANY_THROW(textItem(arrow));
+    EXPECT_FALSE(isDrawn(arrow));
     hover(the(Role::Button, QStringLiteral("old")).item);
     EXPECT_TRUE(the(Role::Button, QStringLiteral("old")).item->isAncestorOf(textItem(arrow)));
 }
@@ -127,7 +127,7 @@ TEST_F(MenuBarViewTest, TheSiteThatIsBeingDeployedSaysSoAndNothingMore) {
     QQuickItem* const words = textItem(QStringLiteral("deploying…"));
     EXPECT_EQ(words->property("color").value<QColor>(), DW::color(Token::Accent, ColorScheme::Light));
     hover(the(Role::Button, QStringLiteral("old")).item);
-    EXPECT_ANY_THROW(textItem(QString(QChar(0xE0B2))));
+    EXPECT_FALSE(isDrawn(QString(QChar(0xE0B2))));
 }
 
 TEST_F(MenuBarViewTest, ARecentSiteKeepsTheKeyboardWhenThePlatformIsPolled) {
@@ -149,7 +149,7 @@ TEST_F(MenuBarViewTest, OpenDriftwellDismissesThePanelAndAsksForTheWindow) {
     click(QStringLiteral("Open Driftwell"));
     EXPECT_EQ(dismissals(), 1);
     EXPECT_EQ(windows.count(), 1);
-    EXPECT_NO_THROW(textItem(QStringLiteral("Ctrl+0")));
+    EXPECT_TRUE(isDrawn(QStringLiteral("Ctrl+0")));
 }
 
 TEST_F(MenuBarViewTest, ItsShortcutDoesTheSame) {
@@ -167,16 +167,6 @@ TEST_F(MenuBarViewTest, QuitAsksForTheEnd) {
     const QSignalSpy ends(&menuBar(), &MenuBarModel::quitRequested);
     click(QStringLiteral("Quit"));
     EXPECT_EQ(ends.count(), 1);
-}
-
-TEST_F(MenuBarViewTest, EscapeDismissesThePanel) {
-    connectedWith({});
-    showPanel();
-    press(Qt::Key_Escape);
-    EXPECT_EQ(dismissals(), 1);
-    tabs(1);
-    press(Qt::Key_Escape);
-    EXPECT_EQ(dismissals(), 2);
 }
 
 TEST_F(MenuBarViewTest, APersonSignsOut) {

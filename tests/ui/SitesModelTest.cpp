@@ -190,7 +190,6 @@ TEST_F(SitesModelTest, EveryRoleHasANameForTheViews) {
 
 TEST_F(SitesModelTest, WhatIsNoRowHasNoData) {
     connectedWith({"garden"});
-    EXPECT_FALSE(sites().data(QModelIndex(), Role::NameRole).isValid());
     EXPECT_FALSE(data(0, Qt::DecorationRole).isValid());
     EXPECT_EQ(sites().rowCount(sites().index(0)), 0);
     EXPECT_EQ(sites().site(-1), std::nullopt);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/core/ModelFixture.h"
+#include "tests/QtPrinters.h"
 
 #include <string>
 #include <vector>

@@ -4,8 +4,11 @@
 
 #include <QApplication>
 #include <QLocale>
+#include <qpa/qplatformaccessibility.h>
+#include <qpa/qplatformintegration.h>
 
 #include <gmock/gmock.h>
+#include <private/qguiapplication_p.h>
 
 #include <ctime>
 
@@ -22,6 +25,8 @@ int main(int argc, char** argv) {
     qunsetenv("QSG_RHI_BACKEND");
     driftwell::Scene::chooseRenderer();
     QApplication application(argc, argv);
+    // As when a screen reader is running: only then controls tell their names.
+    QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
     testing::InitGoogleMock(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new driftwell::tests::NoWarnings);

@@ -139,8 +139,6 @@ void ViewFixture::settleView() {
 
 std::vector<Seen> ViewFixture::everything() {
     settleView();
-    // Controls that were made since then do not know yet that somebody listens.
-    QAccessible::setActive(true);
     std::vector<Seen> found;
     if (QAccessibleInterface* const window = QAccessible::queryAccessibleInterface(&view())) {
         collect(window, found);
@@ -189,7 +187,6 @@ std::vector<std::string> ViewFixture::texts() {
 
 std::string ViewFixture::focus() {
     settleView();
-    QAccessible::setActive(true);
     QQuickItem* const item = view().activeFocusItem();
     QAccessibleInterface* const interface = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
     if (interface == nullptr) {
@@ -259,13 +256,25 @@ std::vector<QQuickItem*> ViewFixture::items() {
     return found;
 }
 
-QQuickItem* ViewFixture::textItem(const QString& text) {
+QQuickItem* ViewFixture::findText(const QString& text) {
     for (QQuickItem* const item : items()) {
         if (item->inherits("QQuickText") && item->property("text").toString() == text) {
             return item;
         }
     }
-    throw std::runtime_error("no text \"" + text.toStdString() + "\" among" + outline());
+    return nullptr;
+}
+
+QQuickItem* ViewFixture::textItem(const QString& text) {
+    QQuickItem* const item = findText(text);
+    if (item == nullptr) {
+        throw std::runtime_error("no text \"" + text.toStdString() + "\" among" + outline());
+    }
+    return item;
+}
+
+bool ViewFixture::isDrawn(const QString& text) {
+    return findText(text) != nullptr;
 }
 
 void ViewFixture::expectColorsOf(ColorScheme scheme) {

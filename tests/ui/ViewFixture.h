@@ -86,10 +86,12 @@ protected:
     [[nodiscard]] std::vector<QQuickItem*> items();
     /// The item that draws a text. Throws where there is none.
     [[nodiscard]] QQuickItem* textItem(const QString& text);
+    [[nodiscard]] bool isDrawn(const QString& text);
 
 private:
     void start(QSize size);
     void present(QSize size);
+    [[nodiscard]] QQuickItem* findText(const QString& text);
     void expectColorsOf(ColorScheme scheme);
     [[nodiscard]] std::vector<Seen> everything();
     [[nodiscard]] std::string outline();

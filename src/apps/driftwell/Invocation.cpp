@@ -45,7 +45,7 @@ Invocation folderOrAddress(const std::string& text, const std::filesystem::path&
         folder = *path;
     }
     std::error_code failed;
-    if (!std::filesystem::is_directory(folder, failed)) {
+    if (text.empty() || !std::filesystem::is_directory(folder, failed)) {
         return wrongUsage("not a folder: " + text);
     }
     return {.action = Action::Deploy, .folder = folder.lexically_normal(), .problem = {}};

@@ -13,7 +13,7 @@ Rectangle {
 
     function presentDeployment(sheetModel: DeploySheetModel): void {
         if (sheetModel) {
-            sheet.setSource("DeploySheet.qml", {model: sheetModel, visible: true});
+            sheet.setSource("DeploySheet.qml", {model: sheetModel, parent: root, visible: true});
         } else {
             sheet.source = "";
         }
@@ -32,11 +32,12 @@ Rectangle {
         }
     }
 
+    // A sheet that is opened before there is a window for it stays closed.
+    readonly property bool placed: Window.window !== null
+
     color: DW.canvas
-    Component.onCompleted: {
-        presentContent();
-        presentDeployment(model.deploySheet);
-    }
+    Component.onCompleted: presentContent()
+    onPlacedChanged: presentDeployment(model.deploySheet)
 
     Connections {
         target: root.model
@@ -77,7 +78,7 @@ Rectangle {
         id: sheet
     }
     AlertSheet {
-        visible: root.model.alertTitle !== ""
+        visible: root.placed && root.model.alertTitle !== ""
         title: root.model.alertTitle
         text: root.model.alertText
         onDismissed: root.model.dismissAlert()

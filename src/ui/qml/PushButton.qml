@@ -25,31 +25,8 @@ Button {
     Keys.onEnterPressed: clicked()
 
     contentItem: Item {
-        implicitWidth: words.implicitWidth
-        implicitHeight: words.implicitHeight
-
-        Row {
-            id: words
-
-            anchors.centerIn: parent
-            spacing: 6
-
-            Symbol {
-                anchors.verticalCenter: parent.verticalCenter
-                visible: button.symbol !== ""
-                name: button.symbol
-                size: button.size + 3
-                color: button.ink
-            }
-            AppText {
-                anchors.verticalCenter: parent.verticalCenter
-                text: button.text
-                size: button.size
-                font.weight: Font.Medium
-                color: button.ink
-                Accessible.ignored: true
-            }
-        }
+        implicitWidth: face.width
+        implicitHeight: face.height
     }
     background: Rectangle {
         radius: 7
@@ -66,6 +43,28 @@ Button {
         FocusRing {
             shown: button.visualFocus
             radius: parent.radius + 3
+        }
+    }
+    Row {
+        id: face
+
+        anchors.centerIn: parent
+        spacing: 6
+
+        Symbol {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: button.symbol !== ""
+            name: button.symbol
+            size: button.size + 3
+            color: button.ink
+        }
+        AppText {
+            anchors.verticalCenter: parent.verticalCenter
+            text: button.text
+            size: button.size
+            font.weight: Font.Medium
+            color: button.ink
+            Accessible.ignored: true
         }
     }
     Tip {

@@ -44,6 +44,7 @@ TextField {
         visible: field.text !== ""
         symbol: "xmark.circle.fill"
         label: "Clear filter"
+        focusPolicy: Qt.TabFocus
         onClicked: field.clear()
     }
 }

@@ -9,9 +9,8 @@ Dialog {
 
     header: null
     footer: null
-    parent: T.Overlay.overlay
     anchors.centerIn: parent
-    width: Math.min(440, parent.width - 40)
+    width: parent ? Math.min(440, parent.width - 40) : 440
     padding: 20
     modal: true
     focus: true
@@ -25,8 +24,5 @@ Dialog {
     }
     T.Overlay.modal: Rectangle {
         color: DW.dark ? "#A0000008" : "#59201F3A"
-    }
-    enter: Transition {
-        NumberAnimation { property: "opacity"; from: 0; to: 1; duration: 120 }
     }
 }
