@@ -6,6 +6,7 @@ Nothing is shared with the desktop that a developer sits at, and everything ends
 """
 
 import ctypes
+import json
 import os
 import re
 import shutil
@@ -84,11 +85,14 @@ class Sandbox:
 
 
 class Session:
-    """The desktop. Use as a context manager."""
+    """The desktop, with a panel or without. Use as a context manager."""
 
-    def __init__(self, programs, size=(1280, 900)):
+    def __init__(self, programs, size=(1280, 900), panel=True):
         self.programs = Path(programs)
         self.size = size
+        self.has_panel = panel
+        self.panel = None
+        self.notifier = None
         self.processes = []
         self.app = None
         self.folder = Path(tempfile.mkdtemp(prefix="driftwell-session-"))
@@ -164,6 +168,8 @@ class Session:
         bus = self.spawn("/usr/bin/dbus-daemon", "--session", "--nofork", "--print-address=1", stdout=subprocess.PIPE)
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
         self.spawn("/usr/libexec/at-spi-bus-launcher", "--launch-immediately")
+        # Who asks for it before it is there makes the bus start another one, which others then do not see.
+        wait_for("the accessibility bus", self.accessibility_bus)
         # AT-SPI and D-Bus are found through this process's own environment.
         for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"):
             os.environ[name] = self.environment[name]
@@ -171,14 +177,41 @@ class Session:
     def start_desktop(self):
         self.spawn("/usr/bin/xfwm4", "--compositor=off")
         wait_for("the window manager", lambda: self.x("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").count("#"))
-        self.spawn("/usr/bin/xfce4-panel", "--disable-wm-check")
+        if self.has_panel:
+            self.start_panel()
+
+    def start_panel(self):
+        self.panel = self.spawn("/usr/bin/xfce4-panel", "--disable-wm-check")
         wait_for("the tray", lambda: self.tray_items() is not None)
+        wait_for("what a screen reader sees of the panel", lambda: self.application("xfce4-panel"))
+
+    def stop_panel(self):
+        if self.panel:
+            self.end(self.panel)
+            self.panel = None
+            wait_for("the end of the tray", lambda: self.tray_items() is None)
+
+    def end(self, process):
+        process.kill()
+        process.wait()
+        self.processes.remove(process)
 
     # --- The session bus ---
 
     def bus(self):
         import dbus
         return dbus.bus.BusConnection(self.environment["DBUS_SESSION_BUS_ADDRESS"])
+
+    def accessibility_bus(self):
+        """Its address; None while nobody has it."""
+        import dbus
+        bus = self.bus()
+        try:
+            if not bus.name_has_owner("org.a11y.Bus"):
+                return None
+            return str(dbus.Interface(bus.get_object("org.a11y.Bus", "/org/a11y/bus"), "org.a11y.Bus").GetAddress())
+        finally:
+            bus.close()
 
     def tray_items(self):
         """The bus names of the items in the tray; None while there is no tray."""
@@ -191,6 +224,52 @@ class Session:
                     properties.Get("org.kde.StatusNotifierWatcher", "RegisteredStatusNotifierItems")]
         except dbus.DBusException:
             return None
+        finally:
+            bus.close()
+
+    def tray_menu(self):
+        """The commands of the menu of the one item, as a tray without a panel shows it, and how to choose one."""
+        import dbus
+        bus = self.bus()
+        name, _, path = self.tray_items()[0].partition("/")
+        item = dbus.Interface(bus.get_object(name, "/" + path), "org.freedesktop.DBus.Properties")
+        menu = dbus.Interface(bus.get_object(name, item.Get("org.kde.StatusNotifierItem", "Menu")),
+                              "com.canonical.dbusmenu")
+        _, (_, _, entries) = menu.GetLayout(0, -1, dbus.Array([], signature="s"))
+        commands = {str(properties["label"]): number for number, properties, _ in entries
+                    if properties.get("type") != "separator" and properties.get("enabled", True)}
+
+        def choose(label):
+            menu.Event(commands[label], "clicked", dbus.String("", variant_level=1), dbus.UInt32(0))
+        return list(commands), choose
+
+    def start_notifications(self):
+        self.notifier = self.spawn("/usr/bin/python3", "-B", Path(__file__).with_name("notifications.py"),
+                                   log="notifications.log")
+        wait_for("the notifications", lambda: self.notifications() == [])
+
+    def stop_notifications(self):
+        if self.notifier:
+            self.end(self.notifier)
+            self.notifier = None
+
+    def notification_service(self, bus):
+        import dbus
+        return dbus.Interface(bus.get_object("org.freedesktop.Notifications", "/org/freedesktop/Notifications"),
+                              "driftwell.test.Notifications")
+
+    def notifications(self):
+        """All that were shown since the start, the earliest first."""
+        bus = self.bus()
+        try:
+            return json.loads(self.notification_service(bus).All())
+        finally:
+            bus.close()
+
+    def choose_in_notification(self, number, label):
+        bus = self.bus()
+        try:
+            self.notification_service(bus).Choose(number, label)
         finally:
             bus.close()
 

@@ -1,5 +1,6 @@
 #include "apps/driftwell/Application.h"
 
+#include "desktop/freedesktop/FreedesktopServices.h"
 #include "support/Concurrency.h"
 
 #include <QCoreApplication>
@@ -10,12 +11,34 @@ namespace driftwell {
 
 using Action = Invocation::Action;
 
-Application::Application(AppState& state, DesktopServices& desktop)
-    : m_state(state), m_menuBar(state, desktop), m_window(state, desktop), m_tray(m_menuBar, state, desktop) {
-    connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { m_window.show(); });
+namespace {
+
+const QString openKey = QStringLiteral("open");
+const QString quitKey = QStringLiteral("quit");
+
+Notification::Content signOfLife() {
+    return {.title = QStringLiteral("Driftwell is still running"),
+            .text = QStringLiteral("This desktop has no tray. Start Driftwell again to bring the window back."),
+            .actions = {{openKey, QStringLiteral("Open")}, {quitKey, QStringLiteral("Quit")}}};
+}
+
+} // namespace
+
+Application::Application(AppState& state, DesktopServices& desktop, QDBusConnection sessionBus)
+    : m_state(state),
+      m_sessionBus(std::move(sessionBus)),
+      m_trayHost(m_sessionBus, FreedesktopServices::usualPatience),
+      m_menuBar(state, desktop),
+      m_window(state, desktop),
+      m_tray(m_menuBar, state, desktop, m_trayHost) {
+    connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_window, &MainWindow::closed, this, &Application::followClosedWindow);
+    connect(&m_trayHost, &TrayHost::appeared, this, [this] { m_sign.reset(); });
 }
+
+Application::~Application() = default;
 
 void Application::quit() {
     if (!std::exchange(m_isQuitting, true)) {
@@ -41,11 +64,42 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
     if (invocation.action == Action::Tray || m_isQuitting) {
         return;
     }
-    m_window.show(activationToken);
+    showWindow(activationToken);
     if (invocation.action == Action::Deploy) {
         m_state.beginDeploy(invocation.folder);
     } else if (invocation.action == Action::NewProject) {
         m_state.chooseFolderAndDeploy();
+    }
+}
+
+void Application::showWindow(const QByteArray& activationToken) {
+    m_sign.reset();
+    m_window.show(activationToken);
+}
+
+void Application::followClosedWindow() {
+    if (m_trayHost.isSettled()) {
+        sayThatItRuns();
+    } else {
+        connect(&m_trayHost, &TrayHost::settled, this, &Application::sayThatItRuns, Qt::SingleShotConnection);
+    }
+}
+
+void Application::sayThatItRuns() {
+    if (m_wasSaid || m_window.isOpen() || m_trayHost.isPresent()) {
+        return;
+    }
+    m_wasSaid = true;
+    m_sign = std::make_unique<Notification>(m_sessionBus, FreedesktopServices::usualPatience, signOfLife());
+    // Later: what is done ends the notification, which is in the middle of telling.
+    connect(m_sign.get(), &Notification::actionChosen, this, &Application::runAction, Qt::QueuedConnection);
+}
+
+void Application::runAction(const QString& key, const QByteArray& activationToken) {
+    if (key == openKey) {
+        showWindow(activationToken);
+    } else if (key == quitKey) {
+        m_menuBar.quit();
     }
 }
 

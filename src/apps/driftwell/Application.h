@@ -5,9 +5,14 @@
 #include "apps/driftwell/TrayItem.h"
 #include "core/AppState.h"
 #include "desktop/DesktopServices.h"
+#include "desktop/freedesktop/Notification.h"
+#include "desktop/freedesktop/TrayHost.h"
 #include "ui/MenuBarModel.h"
 
+#include <QDBusConnection>
 #include <QObject>
+
+#include <memory>
 
 namespace driftwell {
 
@@ -16,8 +21,9 @@ class Application final : public QObject {
     Q_OBJECT
 
 public:
-    /// Both outlive the application.
-    Application(AppState& state, DesktopServices& desktop);
+    /// `state` and `desktop` outlive the application.
+    Application(AppState& state, DesktopServices& desktop, QDBusConnection sessionBus = QDBusConnection::sessionBus());
+    ~Application() override;
 
     /// Does what the first start asks for.
     void begin(const Invocation& invocation);
@@ -33,12 +39,21 @@ public:
 
 private:
     Task<> endAndQuit();
+    void showWindow(const QByteArray& activationToken = {});
+    void followClosedWindow();
+    void sayThatItRuns();
+    void runAction(const QString& key, const QByteArray& activationToken);
 
     AppState& m_state;
+    QDBusConnection m_sessionBus;
+    TrayHost m_trayHost;
     MenuBarModel m_menuBar;
     MainWindow m_window;
     TrayItem m_tray;
     bool m_isQuitting = false;
+    /// That the application goes on although nothing of it is to be seen; null while it is not said.
+    std::unique_ptr<Notification> m_sign;
+    bool m_wasSaid = false;
 };
 
 } // namespace driftwell

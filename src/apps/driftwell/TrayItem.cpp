@@ -24,7 +24,7 @@ int pulseLevel(double phase) {
 
 } // namespace
 
-TrayItem::TrayItem(MenuBarModel& model, AppState& state, DesktopServices& desktop)
+TrayItem::TrayItem(MenuBarModel& model, AppState& state, DesktopServices& desktop, TrayHost& host)
     : m_model(model),
       m_state(state),
       m_developmentCopy(state.client().configDirOverride().has_value()),
@@ -35,15 +35,23 @@ TrayItem::TrayItem(MenuBarModel& model, AppState& state, DesktopServices& deskto
     m_pulse.setLoopCount(-1);
     connect(&m_pulse, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& phase) { showPulse(pulseLevel(phase.toDouble())); });
-    connect(&m_icon, &QSystemTrayIcon::activated, this, &TrayItem::activate);
-    connect(&model, &MenuBarModel::changed, this, &TrayItem::followModel);
     connect(&model, &MenuBarModel::windowRequested, &m_panel, &TrayPanel::dismiss, Qt::QueuedConnection);
-    m_icon.setContextMenu(&m_menu);
-    followModel();
-    m_icon.show();
+    connect(&host, &TrayHost::appeared, this, &TrayItem::makeIcon);
 }
 
 TrayItem::~TrayItem() = default;
+
+void TrayItem::makeIcon() {
+    if (m_icon) {
+        return;
+    }
+    m_icon = std::make_unique<QSystemTrayIcon>();
+    connect(m_icon.get(), &QSystemTrayIcon::activated, this, &TrayItem::activate);
+    connect(&m_model, &MenuBarModel::changed, this, &TrayItem::followModel);
+    m_icon->setContextMenu(&m_menu);
+    followModel();
+    m_icon->show();
+}
 
 void TrayItem::activate(QSystemTrayIcon::ActivationReason reason) {
     if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
@@ -52,7 +60,7 @@ void TrayItem::activate(QSystemTrayIcon::ActivationReason reason) {
 }
 
 void TrayItem::followModel() {
-    m_icon.setToolTip(QStringLiteral("Driftwell\n") + m_model.title());
+    m_icon->setToolTip(QStringLiteral("Driftwell\n") + m_model.title());
     showIcon(m_model.icon());
     fillMenu();
 }
@@ -66,14 +74,14 @@ void TrayItem::showIcon(MenuBarModel::Icon icon) {
         m_pulse.start();
     } else {
         m_pulse.stop();
-        m_icon.setIcon(trayIcon(icon, m_developmentCopy, 1.0));
+        m_icon->setIcon(trayIcon(icon, m_developmentCopy, 1.0));
     }
 }
 
 void TrayItem::showPulse(int level) {
     if (std::exchange(m_shownLevel, level) != level) {
         const double opacity = faintest + (1.0 - faintest) * level / pulseLevels;
-        m_icon.setIcon(trayIcon(MenuBarModel::Icon::Pulsing, m_developmentCopy, opacity));
+        m_icon->setIcon(trayIcon(MenuBarModel::Icon::Pulsing, m_developmentCopy, opacity));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "apps/driftwell/TrayPanel.h"
 #include "core/AppState.h"
+#include "desktop/freedesktop/TrayHost.h"
 #include "ui/MenuBarModel.h"
 
 #include <QMenu>
@@ -9,22 +10,24 @@
 #include <QSystemTrayIcon>
 #include <QVariantAnimation>
 
+#include <memory>
+#include <optional>
+
 namespace driftwell {
 
 /// The application's constant presence: an icon in the desktop's tray that tells the state at a glance, with a panel on
-/// a click, and a plain menu with the same commands for trays that show only menus.
+/// a click, and a plain menu with the same commands for trays that show only menus. Where there is no tray, it waits
+/// for one.
 class TrayItem final : public QObject {
     Q_OBJECT
 
 public:
     /// All outlive the item.
-    TrayItem(MenuBarModel& model, AppState& state, DesktopServices& desktop);
+    TrayItem(MenuBarModel& model, AppState& state, DesktopServices& desktop, TrayHost& host);
     ~TrayItem() override;
 
-    /// Whether there is a tray that shows the item. A tray that comes later is noticed.
-    [[nodiscard]] bool isShown() const { return QSystemTrayIcon::isSystemTrayAvailable(); }
-
 private:
+    void makeIcon();
     void activate(QSystemTrayIcon::ActivationReason reason);
     void followModel();
     void showIcon(MenuBarModel::Icon icon);
@@ -34,8 +37,9 @@ private:
     MenuBarModel& m_model;
     AppState& m_state;
     bool m_developmentCopy;
-    QSystemTrayIcon m_icon;
     QMenu m_menu;
+    /// Null before there is a tray; never made anew, since it finds a tray that comes back by itself.
+    std::unique_ptr<QSystemTrayIcon> m_icon;
     TrayPanel m_panel;
     QVariantAnimation m_pulse;
     std::optional<MenuBarModel::Icon> m_shown;

@@ -1,5 +1,6 @@
 #include "desktop/freedesktop/WindowActivation.h"
 
+#include "desktop/freedesktop/X11Connection.h"
 #include "desktop/freedesktop/X11Startup.h"
 
 #include <QGuiApplication>

@@ -1,31 +1,18 @@
 #include "desktop/freedesktop/X11Startup.h"
 
-#include <QGuiApplication>
+#include "desktop/freedesktop/X11Connection.h"
+
 #include <QWindow>
 
 #include <xcb/xcb.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
+#include <iterator>
 #include <string_view>
 
 namespace driftwell::x11 {
 
 namespace {
-
-xcb_connection_t* connection() {
-    const auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
-}
-
-xcb_atom_t atom(std::string_view name) {
-    const xcb_intern_atom_cookie_t cookie =
-        xcb_intern_atom(connection(), 0, static_cast<uint16_t>(name.size()), name.data());
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-        xcb_intern_atom_reply(connection(), cookie, nullptr), &std::free);
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-}
 
 xcb_client_message_event_t messageFrom(const QWindow& window, std::string_view type, uint8_t format) {
     xcb_client_message_event_t message{};
@@ -47,10 +34,6 @@ QByteArray quoted(QByteArray text) {
 }
 
 } // namespace
-
-bool isInUse() {
-    return connection() != nullptr;
-}
 
 std::optional<xcb_timestamp_t> timeOfStartup(const QByteArray& startupId) {
     const QByteArray mark = QByteArrayLiteral("_TIME");

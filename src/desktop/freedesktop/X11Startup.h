@@ -8,10 +8,8 @@
 
 class QWindow;
 
+// Where the application's windows are not on an X11 screen, nothing is told and nothing is asked.
 namespace driftwell::x11 {
-
-/// Whether the application's windows are on an X11 screen. The other functions do nothing where they are not.
-[[nodiscard]] bool isInUse();
 
 /// When the person asked for the start with this id, in the X server's time, where the id says so: "…_TIME123"
 /// (Startup Notification protocol).

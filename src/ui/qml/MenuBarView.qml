@@ -50,7 +50,15 @@ Rectangle {
         }
     }
 
-    Keys.onEscapePressed: dismissed()
+    function moveKeyboard(forward: bool): void {
+        const next = (view.Window.activeFocusItem ?? column).nextItemInFocusChain(forward);
+        next.forceActiveFocus(forward ? Qt.TabFocusReason : Qt.BacktabFocusReason);
+    }
+    // The first command has the keyboard, as in a menu.
+    Window.onActiveChanged: {
+        if (view.Window.active)
+            column.nextItemInFocusChain().forceActiveFocus(Qt.TabFocusReason);
+    }
 
     ColumnLayout {
         id: column
@@ -102,16 +110,17 @@ Rectangle {
         Repeater {
             id: recent
 
-            model: view.model.recentSites
+            // By number, so that a row with the keyboard stays while its age changes.
+            model: view.model.recentSites.length
 
             RecentSiteRow {
                 required property int index
-                required property var modelData
+                readonly property var site: view.model.recentSites[index]
 
                 Layout.fillWidth: true
-                name: modelData.name
-                age: modelData.age
-                deploying: modelData.deploying
+                name: site?.name ?? ""
+                age: site?.age ?? ""
+                deploying: site?.deploying ?? false
                 onClicked: view.model.openSite(index)
             }
         }
@@ -150,6 +159,18 @@ Rectangle {
                 onClicked: view.model.quit()
             }
         }
+    }
+    Shortcut {
+        sequences: ["Escape"]
+        onActivated: view.dismissed()
+    }
+    Shortcut {
+        sequences: ["Down"]
+        onActivated: view.moveKeyboard(true)
+    }
+    Shortcut {
+        sequences: ["Up"]
+        onActivated: view.moveKeyboard(false)
     }
     Shortcut {
         sequences: ["Ctrl+0"]
