@@ -32,6 +32,11 @@ std::vector<double> each(const std::vector<FrameCost>& frames, double FrameCost:
     return figures;
 }
 
+double nearlyAll(std::vector<double> figures) {
+    std::sort(figures.begin(), figures.end());
+    return figures.at(figures.size() * 95 / 100);
+}
+
 } // namespace
 
 void FrameTimer::settle() {
@@ -69,14 +74,15 @@ FrameCost FrameTimer::frameAfter(const std::function<void()>& sendEvent) {
 }
 
 double nearlyAll(const std::vector<FrameCost>& frames) {
-    std::vector<double> figures = each(frames, &FrameCost::wall);
-    std::sort(figures.begin(), figures.end());
-    return figures.at(figures.size() * 95 / 100);
+    return nearlyAll(each(frames, &FrameCost::wall));
 }
 
 std::string describe(const std::vector<FrameCost>& frames) {
-    return fixed(median(each(frames, &FrameCost::wall)), 1, "ms, 95 % within ") + fixed(nearlyAll(frames), 1, "ms, ") +
-           fixed(median(each(frames, &FrameCost::cpu)), 1, "ms CPU");
+    const auto both = [&frames](double FrameCost::*figure) {
+        const std::vector<double> figures = each(frames, figure);
+        return fixed(median(figures), 1, "ms, 95 % within ") + fixed(nearlyAll(figures), 1, "ms");
+    };
+    return both(&FrameCost::wall) + "; CPU " + both(&FrameCost::cpu);
 }
 
 } // namespace driftwell::bench

@@ -30,7 +30,7 @@ private:
     QQuickWindow& m_window;
 };
 
-/// "MEDIAN ms, 95 % within … ms, … ms CPU"
+/// The median and what 95 % keep to, of the time that passed and of the time that the process ran.
 [[nodiscard]] std::string describe(const std::vector<FrameCost>& frames);
 
 /// What 95 % of the frames keep to, in milliseconds.

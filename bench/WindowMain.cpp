@@ -6,7 +6,6 @@
 #include "bench/Report.h"
 #include "bench/SampleModel.h"
 #include "bench/SampleSite.h"
-#include "ui/Scene.h"
 
 #include <QApplication>
 #include <QQuickItem>
@@ -49,7 +48,8 @@ std::vector<FrameCost> typeInFilter(QQuickView& window, const AppState& state) {
             frames.push_back(timer.frameAfter([&] { QTest::keyClick(&window, character); }));
         }
         if (state.filter() != QString::fromLatin1(word) || field.property("text").toString() != state.filter()) {
-            throw std::runtime_error("the keys did not reach the filter");
+            throw std::runtime_error("the keys did not reach the filter, which says \"" + state.filter().toStdString() +
+                                     '"');
         }
         for (int left = static_cast<int>(word.size()); left > 0; --left) {
             frames.push_back(timer.frameAfter([&] { QTest::keyClick(&window, Qt::Key_Backspace); }));
@@ -90,7 +90,6 @@ Row frameRow(const std::string& work, const std::vector<FrameCost>& frames) {
 
 void measure() {
     SampleModel model({sitesAnswer(sampleSiteCount, "2026-03-02T10:00:00.000Z")});
-    Scene::chooseRenderer();
     int count = 1;
     char name[] = "driftwell-bench-window";
     char* arguments[] = {name, nullptr};
@@ -98,8 +97,8 @@ void measure() {
     model.refresh();
     MainWindow window(model.state(), model.desktop());
     window.show();
-    if (!QTest::qWaitForWindowExposed(window.view())) {
-        throw std::runtime_error("the window was not shown");
+    if (!QTest::qWaitForWindowActive(window.view())) {
+        throw std::runtime_error("the window did not come to the front");
     }
     printRows({frameRow("key press in the filter of 10,000 sites to the new frame",
                         typeInFilter(*window.view(), model.state())),

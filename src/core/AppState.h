@@ -115,7 +115,7 @@ public:
 
     [[nodiscard]] PlatformClient& client() { return *m_client; }
 
-    // Derived on each read.
+    // Derived from the sites.
     [[nodiscard]] QList<SiteInfo> filteredSites() const;
     [[nodiscard]] QList<SiteInfo> recentSites() const;
     [[nodiscard]] bool isDeploying() const;
@@ -244,6 +244,8 @@ private:
     void clearPlatformData();
     [[nodiscard]] std::stop_token lifetime() const { return m_lifetime.get_token(); }
 
+    /// Of the sites that are known now.
+    [[nodiscard]] SiteLists& siteLists() const;
     void changeSites(const QList<SiteInfo>& sites);
     void changeSite(const QString& name, const std::function<void(SiteInfo&)>& change);
     void forgetSite(const QString& name);
@@ -267,6 +269,7 @@ private:
     std::optional<std::stop_source> m_deployTask;
     std::optional<std::stop_source> m_signInTask;
     KnownAnswers m_known;
+    mutable SiteLists m_siteLists;
 
     Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<PlatformConfig>, m_config, &AppState::configChanged)
     Q_OBJECT_BINDABLE_PROPERTY(AppState, AppState::Status, m_status, &AppState::statusChanged)

@@ -1,6 +1,5 @@
 #include "support/TemporaryFolder.h"
 #include "tests/ui/NoWarnings.h"
-#include "ui/Scene.h"
 
 #include <QApplication>
 #include <QLocale>
@@ -20,7 +19,6 @@ int main(int argc, char** argv) {
     ::tzset();
     qunsetenv("QT_QUICK_BACKEND");
     qunsetenv("QSG_RHI_BACKEND");
-    driftwell::Scene::chooseRenderer();
     QApplication application(argc, argv);
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
     testing::InitGoogleMock(&argc, argv);

@@ -7,7 +7,6 @@
 #include "desktop/freedesktop/SingleInstance.h"
 #include "platform/PlatformClient.h"
 #include "support/Bundle.h"
-#include "ui/Scene.h"
 
 #include <QApplication>
 #include <QFont>
@@ -64,7 +63,6 @@ Invocation invocationOf(const std::vector<std::string>& arguments, const QString
 
 int run(int argc, char** argv, std::unique_ptr<PlatformClient> client, SingleInstance& instance,
         const Invocation& invocation) {
-    Scene::chooseRenderer();
     const QApplication qt(argc, argv);
     describeApplication();
     FreedesktopServices desktop;
