@@ -136,6 +136,11 @@ Row measureStart() {
     return {"`dw --version`", fixed(middle, 1, "ms"), "", "", "under 10 ms", middle < 10};
 }
 
+/// The application in a desktop of its own.
+std::vector<Row> measureDesktop() {
+    return readRows(outputOf({"/usr/bin/python3", "-B", DRIFTWELL_DESKTOP_BENCHMARK, DRIFTWELL_PROGRAMS_FOLDER}));
+}
+
 std::vector<Row> measureEverything() {
     const TemporaryFolder folder("driftwell-bench-");
     const std::filesystem::path site = folder.path() / "site";
@@ -152,6 +157,7 @@ std::vector<Row> measureEverything() {
     add("deploying", {measureDeploy(site, folder.path())});
     add("starting", {measureStart()});
     add("polling", measurePolls());
+    add("the desktop", measureDesktop());
     return rows;
 }
 

@@ -1,14 +1,8 @@
 #include "bench/PollBenchmark.h"
 
 #include "bench/Allocations.h"
-#include "bench/LoopbackServer.h"
+#include "bench/SampleModel.h"
 #include "bench/SampleSite.h"
-#include "core/AppState.h"
-#include "core/UserDefaults.h"
-#include "support/TemporaryFolder.h"
-
-#include <QCoreApplication>
-#include <QEventLoop>
 
 #include <nlohmann/json.hpp>
 #include <sys/resource.h>
@@ -19,13 +13,7 @@ namespace driftwell::bench {
 
 namespace {
 
-constexpr int siteCount = 10'000;
 constexpr int rounds = 30;
-
-class NoDesktop final : public DesktopServices {
-public:
-    Task<std::optional<std::filesystem::path>> chooseFolder(QString, QString) override { co_return std::nullopt; }
-};
 
 double cpuMilliseconds() {
     rusage usage{};
@@ -42,36 +30,12 @@ struct PollCost {
     double notifications = 0;
 };
 
-Task<> refreshThenQuit(AppState& state, QEventLoop& loop) {
-    co_await state.refresh();
-    loop.quit();
-}
-
-void refresh(AppState& state) {
-    QEventLoop loop;
-    detach(refreshThenQuit(state, loop));
-    loop.exec();
-    if (state.status() != AppState::Status::connected()) {
-        throw std::runtime_error("the poll failed");
-    }
-}
-
 /// One model against a server that answers with the bodies in turn.
 PollCost measure(const std::vector<std::string>& sites) {
-    const LoopbackServer server({{"/api/me", {R"({"id":"1","name":"Maya","email":"m","avatar":"","handle":"m"})"}},
-                                 {"/api/sites", sites},
-                                 {"/api/stats",
-                                  {R"({"sites":1,"libs":0,"docs":0,"kvKeys":0,)"
-                                   R"("deploysLast7d":0,"wsConnections":0})"}},
-                                 {"/api/libs", {R"({"libs":[]})"}}});
-    const TemporaryFolder folder("driftwell-bench-");
-    const std::filesystem::path file = folder.path() / "config.json";
-    NoDesktop desktop;
-    AppState state(std::make_unique<PlatformClient>(Bundle(), ConfigStore(file)), desktop, openUserDefaults(file));
-    ConfigStore(file).saveConfig({{"host", server.origin()}});
-    state.reloadConfig();
-    refresh(state);
-    refresh(state);
+    SampleModel model(sites);
+    AppState& state = model.state();
+    model.refresh();
+    model.refresh();
 
     int notifications = 0;
     const auto count = [&notifications] {
@@ -85,7 +49,7 @@ PollCost measure(const std::vector<std::string>& sites) {
     const double cpu = cpuMilliseconds();
     const std::uint64_t allocations = allocationCount();
     for (int i = 0; i < rounds; ++i) {
-        refresh(state);
+        model.refresh();
     }
     return {(cpuMilliseconds() - cpu) / rounds, static_cast<double>(allocationCount() - allocations) / rounds,
             static_cast<double>(notifications) / rounds};
@@ -96,7 +60,7 @@ PollCost measureParsing(const std::string& json) {
     const double cpu = cpuMilliseconds();
     const std::uint64_t allocations = allocationCount();
     for (int i = 0; i < rounds; ++i) {
-        if (nlohmann::json::parse(json)["sites"].size() != siteCount) {
+        if (nlohmann::json::parse(json)["sites"].size() != sampleSiteCount) {
             throw std::runtime_error("the answer does not parse");
         }
     }
@@ -111,8 +75,8 @@ std::string describe(const PollCost& cost) {
 } // namespace
 
 std::vector<Row> measurePolls() {
-    const std::string sites = sitesAnswer(siteCount, "2026-03-02T10:00:00.000Z");
-    const std::string newer = sitesAnswer(siteCount, "2026-03-02T11:00:00.000Z");
+    const std::string sites = sitesAnswer(sampleSiteCount, "2026-03-02T10:00:00.000Z");
+    const std::string newer = sitesAnswer(sampleSiteCount, "2026-03-02T11:00:00.000Z");
     const PollCost parsing = measureParsing(sites);
     const PollCost unchanged = measure({sites});
     const PollCost changed = measure({sites, newer});

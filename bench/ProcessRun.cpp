@@ -73,6 +73,26 @@ Cost run(const std::vector<std::string>& command, const std::vector<std::string>
     return {wall.count(), seconds(usage.ru_utime) + seconds(usage.ru_stime), usage.ru_maxrss};
 }
 
+std::string outputOf(const std::vector<std::string>& command) {
+    std::array<int, 2> ends{};
+    checked(::pipe2(ends.data(), O_CLOEXEC), "pipe");
+    const UniqueFd reader(ends[0]);
+    UniqueFd writer(ends[1]);
+    const pid_t pid = spawn(command, {}, writer.get());
+    writer.reset();
+    std::string output;
+    std::array<char, 4096> buffer{};
+    for (ssize_t got = 0; (got = ::read(reader.get(), buffer.data(), buffer.size())) > 0;) {
+        output.append(buffer.data(), static_cast<std::size_t>(got));
+    }
+    int status = 0;
+    checked(::waitpid(pid, &status, 0), "waitpid");
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        throw std::runtime_error(command.front() + " failed");
+    }
+    return output;
+}
+
 Background::Background(const std::vector<std::string>& command) {
     std::array<int, 2> ends{};
     checked(::pipe2(ends.data(), O_CLOEXEC), "pipe");

@@ -17,6 +17,9 @@ struct Cost {
 /// Runs a program to its end, its output thrown away, with extra variables ("NAME=value"). Throws when it fails.
 [[nodiscard]] Cost run(const std::vector<std::string>& command, const std::vector<std::string>& variables = {});
 
+/// What a program prints until it ends. Throws when it fails.
+[[nodiscard]] std::string outputOf(const std::vector<std::string>& command);
+
 /// A program that runs until the object goes; it is asked to terminate then.
 class Background {
 public:

@@ -58,6 +58,29 @@ std::string fixed(double value, int decimals, const std::string& unit) {
     return text.str();
 }
 
+void printRows(const std::vector<Row>& rows) {
+    for (const Row& row : rows) {
+        std::cout << row.work << '\t' << row.ours << '\t' << row.against << '\t' << row.ratio << '\t' << row.goal
+                  << '\t' << (row.met ? "yes" : "no") << '\n';
+    }
+}
+
+std::vector<Row> readRows(const std::string& text) {
+    std::vector<Row> rows;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::vector<std::string> columns;
+        std::istringstream cells(line);
+        for (std::string cell; std::getline(cells, cell, '\t');) {
+            columns.push_back(cell);
+        }
+        if (columns.size() == 6) {
+            rows.push_back({columns[0], columns[1], columns[2], columns[3], columns[4], columns[5] == "yes"});
+        }
+    }
+    return rows;
+}
+
 void publish(const std::vector<Row>& rows, const std::filesystem::path& page) {
     std::ostringstream text;
     text << "# Benchmarks\n\n"

@@ -31,6 +31,11 @@ struct Pair {
 
 [[nodiscard]] std::string fixed(double value, int decimals, const std::string& unit);
 
+/// Rows on their way from one program of the benchmarks to the one that publishes: a line each, its columns apart by
+/// tabs. Lines that are no row are left out.
+void printRows(const std::vector<Row>& rows);
+[[nodiscard]] std::vector<Row> readRows(const std::string& text);
+
 /// Prints the rows and writes them as a page with the machine's processors and the date.
 void publish(const std::vector<Row>& rows, const std::filesystem::path& page);
 

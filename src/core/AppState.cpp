@@ -70,12 +70,20 @@ void AppState::clearPlatformData() {
     m_known = {};
 }
 
+SiteLists& AppState::siteLists() const {
+    const QList<SiteInfo> sites = m_sites;
+    if (!m_siteLists.areOf(sites)) {
+        m_siteLists = SiteLists(sites);
+    }
+    return m_siteLists;
+}
+
 QList<SiteInfo> AppState::filteredSites() const {
-    return driftwell::filteredSites(m_sites, m_filter, m_sortOrder);
+    return siteLists().filtered(m_filter, m_sortOrder);
 }
 
 QList<SiteInfo> AppState::recentSites() const {
-    return driftwell::recentSites(m_sites);
+    return siteLists().recent();
 }
 
 bool AppState::isDeploying() const {

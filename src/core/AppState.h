@@ -116,7 +116,7 @@ public:
 
     [[nodiscard]] PlatformClient& client() { return *m_client; }
 
-    // Derived on each read.
+    // Derived from the sites.
     [[nodiscard]] QList<SiteInfo> filteredSites() const;
     [[nodiscard]] QList<SiteInfo> recentSites() const;
     [[nodiscard]] bool isDeploying() const;
@@ -249,6 +249,8 @@ private:
     void clearPlatformData();
     [[nodiscard]] std::stop_token lifetime() const { return m_lifetime.get_token(); }
 
+    /// Of the sites that are known now.
+    [[nodiscard]] SiteLists& siteLists() const;
     void changeSites(const QList<SiteInfo>& sites);
     void changeSite(const QString& name, const std::function<void(SiteInfo&)>& change);
     void forgetSite(const QString& name);
@@ -274,6 +276,7 @@ private:
     std::vector<std::weak_ptr<DeployFlow>> m_startedFlows;
     std::optional<std::stop_source> m_signInTask;
     KnownAnswers m_known;
+    mutable SiteLists m_siteLists;
 
     Q_OBJECT_BINDABLE_PROPERTY(AppState, std::optional<PlatformConfig>, m_config, &AppState::configChanged)
     Q_OBJECT_BINDABLE_PROPERTY(AppState, AppState::Status, m_status, &AppState::statusChanged)

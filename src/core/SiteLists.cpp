@@ -3,6 +3,7 @@
 #include "platform/Timestamp.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace driftwell {
@@ -30,19 +31,27 @@ Timestamp deploymentTime(const SiteInfo& site) {
     return time.value_or(Timestamp::min());
 }
 
-QList<SiteInfo> byTime(const QList<SiteInfo>& sites) {
-    std::vector<std::pair<Timestamp, qsizetype>> order;
-    order.reserve(static_cast<std::size_t>(sites.size()));
+std::vector<qsizetype> byTime(const QList<SiteInfo>& sites) {
+    std::vector<std::pair<Timestamp, qsizetype>> times;
+    times.reserve(static_cast<std::size_t>(sites.size()));
     for (qsizetype i = 0; i < sites.size(); ++i) {
-        order.emplace_back(deploymentTime(sites[i]), i);
+        times.emplace_back(deploymentTime(sites[i]), i);
     }
-    std::stable_sort(order.begin(), order.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
-    QList<SiteInfo> sorted;
-    sorted.reserve(sites.size());
-    for (const auto& [time, index] : order) {
-        sorted.append(sites[index]);
+    std::stable_sort(times.begin(), times.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
+    std::vector<qsizetype> order;
+    order.reserve(times.size());
+    for (const auto& [time, index] : times) {
+        order.push_back(index);
     }
-    return sorted;
+    return order;
+}
+
+std::vector<qsizetype> byName(const QList<SiteInfo>& sites) {
+    std::vector<qsizetype> order(static_cast<std::size_t>(sites.size()));
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(),
+                     [&sites](qsizetype a, qsizetype b) { return sites[a].name < sites[b].name; });
+    return order;
 }
 
 } // namespace
@@ -58,23 +67,56 @@ QString label(SortOrder order) {
 }
 
 QList<SiteInfo> filteredSites(const QList<SiteInfo>& sites, const QString& filter, SortOrder order) {
-    const QString query = withoutBlanksAtEnds(filter).toString().toLower();
-    QList<SiteInfo> matching = sites;
-    if (!query.isEmpty()) {
-        matching.removeIf([&query](const SiteInfo& site) {
-            return !site.name.toLower().contains(query) && !site.url.toLower().contains(query);
-        });
-    }
-    if (order == SortOrder::MostRecent) {
-        return byTime(matching);
-    }
-    std::stable_sort(matching.begin(), matching.end(),
-                     [](const SiteInfo& a, const SiteInfo& b) { return a.name < b.name; });
-    return matching;
+    return SiteLists(sites).filtered(filter, order);
 }
 
 QList<SiteInfo> recentSites(const QList<SiteInfo>& sites) {
-    return byTime(sites).mid(0, recentCount);
+    return SiteLists(sites).recent();
+}
+
+QList<SiteInfo> SiteLists::filtered(const QString& filter, SortOrder order) {
+    const QString query = withoutBlanksAtEnds(filter).toString().toLower();
+    const auto matches = [this, &query](qsizetype index) {
+        const Texts& site = texts()[static_cast<std::size_t>(index)];
+        return site.name.contains(query) || site.url.contains(query);
+    };
+    QList<SiteInfo> result;
+    result.reserve(query.isEmpty() ? m_sites.size() : 0);
+    for (const qsizetype index : inOrder(order)) {
+        if (query.isEmpty() || matches(index)) {
+            result.append(m_sites.at(index));
+        }
+    }
+    return result;
+}
+
+QList<SiteInfo> SiteLists::recent() {
+    QList<SiteInfo> result;
+    for (const qsizetype index : inOrder(SortOrder::MostRecent)) {
+        if (result.size() == recentCount) {
+            break;
+        }
+        result.append(m_sites.at(index));
+    }
+    return result;
+}
+
+const SiteLists::Order& SiteLists::inOrder(SortOrder order) {
+    Order& known = order == SortOrder::MostRecent ? m_byTime : m_byName;
+    if (known.empty()) {
+        known = order == SortOrder::MostRecent ? byTime(m_sites) : byName(m_sites);
+    }
+    return known;
+}
+
+const std::vector<SiteLists::Texts>& SiteLists::texts() {
+    if (m_texts.empty()) {
+        m_texts.reserve(static_cast<std::size_t>(m_sites.size()));
+        for (const SiteInfo& site : std::as_const(m_sites)) {
+            m_texts.push_back({.name = site.name.toLower(), .url = site.url.toLower()});
+        }
+    }
+    return m_texts;
 }
 
 } // namespace driftwell

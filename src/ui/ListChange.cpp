@@ -67,10 +67,33 @@ std::optional<std::vector<ListChange::Move>> moves(QList<QString> from, const QL
     return result;
 }
 
+/// How many pieces were taken out of `longer` where all that is left of it is `shorter`; absent otherwise.
+std::optional<std::size_t> gaps(const QList<QString>& longer, const QList<QString>& shorter) {
+    std::size_t count = 0;
+    qsizetype next = 0;
+    bool inGap = false;
+    for (const QString& name : longer) {
+        const bool stays = next < shorter.size() && name == shorter[next];
+        next += stays ? 1 : 0;
+        count += !stays && !inGap ? 1 : 0;
+        inGap = !stays;
+    }
+    return next == shorter.size() ? std::optional(count) : std::nullopt;
+}
+
+/// A filter takes rows away or brings them back: that it is too many is seen at once, row by row.
+bool scatters(const QList<QString>& before, const QList<QString>& after, std::size_t limit) {
+    const auto count = before.size() > after.size() ? gaps(before, after) : gaps(after, before);
+    return count && *count > limit;
+}
+
 } // namespace
 
 std::optional<ListChange> ListChange::between(const QList<QString>& before, const QList<QString>& after,
                                               std::size_t limit) {
+    if (scatters(before, after, limit)) {
+        return std::nullopt;
+    }
     const QSet<QString> old = namesOf(before);
     const QSet<QString> fresh = namesOf(after);
     if (old.size() != before.size() || fresh.size() != after.size()) {

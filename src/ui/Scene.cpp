@@ -8,6 +8,8 @@
 
 #include <malloc.h>
 
+#include <mutex>
+
 // Written by the build for the module; nothing else refers to it, so the linker would leave it out.
 void qml_register_types_Driftwell();
 
@@ -17,6 +19,15 @@ namespace {
 
 QUrl sourceOf(const QString& file) {
     return QUrl(QStringLiteral("qrc:/driftwell/Driftwell/%1.qml").arg(file));
+}
+
+/// Draws without a graphics card, unless the person has chosen otherwise. Both hold for the whole process from its
+/// first scene on, and no sooner: while there is only the tray, nothing of Qt Quick is touched.
+void chooseRenderer() {
+    if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND") && !qEnvironmentVariableIsSet("QSG_RHI_BACKEND")) {
+        QQuickWindow::setSceneGraphBackend(QStringLiteral("software"));
+    }
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
 }
 
 [[noreturn]] void endBroken(const QList<QQmlError>& errors) {
@@ -30,6 +41,8 @@ QUrl sourceOf(const QString& file) {
 } // namespace
 
 Scene::Scene(DesktopServices& desktop) : m_engine(std::make_unique<QQmlEngine>()) {
+    static std::once_flag chosen;
+    std::call_once(chosen, chooseRenderer);
     qml_register_types_Driftwell();
     m_engine->addImportPath(QStringLiteral("qrc:/driftwell"));
     DW::provideDesktop(*m_engine, desktop);
@@ -55,13 +68,6 @@ Scene::~Scene() {
     m_engine.reset();
     // The scene's many small blocks are given back to the system, not kept for the next one.
     ::malloc_trim(0);
-}
-
-void Scene::chooseRenderer() {
-    if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND") && !qEnvironmentVariableIsSet("QSG_RHI_BACKEND")) {
-        QQuickWindow::setSceneGraphBackend(QStringLiteral("software"));
-    }
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
 }
 
 } // namespace driftwell

@@ -12,6 +12,9 @@ namespace driftwell {
 
 /// One window's whole scene: its engine and its view, loaded from a file of the application's QML module, and unloaded
 /// with this object, so that a window that is not on screen costs no memory.
+///
+/// It is drawn without a graphics card, unless the person has chosen otherwise through the variables QT_QUICK_BACKEND
+/// or QSG_RHI_BACKEND.
 class Scene {
 public:
     /// `desktop` outlives the scene.
@@ -31,10 +34,6 @@ public:
 
     [[nodiscard]] QQuickView& view() { return *m_view; }
     [[nodiscard]] QQmlEngine& engine() { return *m_engine; }
-
-    /// Whether to draw without a graphics card, unless the person has chosen otherwise through the variables
-    /// QT_QUICK_BACKEND or QSG_RHI_BACKEND. Called before the first scene.
-    static void chooseRenderer();
 
 private:
     std::unique_ptr<QQmlEngine> m_engine;

@@ -10,7 +10,7 @@ namespace driftwell {
 
 namespace {
 
-/// Beyond this many steps a new list costs less than changing the old one.
+/// Beyond this many steps it costs less to let each row show another site.
 constexpr std::size_t maximumSteps = 64;
 
 QList<QString> names(const QList<SiteInfo>& sites) {
@@ -90,20 +90,21 @@ std::optional<SiteInfo> SitesModel::site(int row) const {
 }
 
 void SitesModel::followSites() {
-    QList<SiteInfo> next = m_state.filteredSites();
-    if (!changeRowByRow(next)) {
-        replaceAll(std::move(next));
+    const QList<SiteInfo> next = m_state.filteredSites();
+    if (moveRows(next)) {
+        changeRows(next);
+    } else {
+        reuseRows(next);
     }
 }
 
-void SitesModel::replaceAll(QList<SiteInfo> next) {
-    beginResetModel();
-    m_sites = std::move(next);
-    endResetModel();
-}
-
-bool SitesModel::changeRowByRow(const QList<SiteInfo>& next) {
-    const std::optional<ListChange> change = ListChange::between(names(m_sites), names(next), maximumSteps);
+bool SitesModel::moveRows(const QList<SiteInfo>& next) {
+    const QList<QString> before = names(m_sites);
+    const QList<QString> after = names(next);
+    if (before == after) {
+        return true;
+    }
+    const std::optional<ListChange> change = ListChange::between(before, after, maximumSteps);
     if (!change) {
         return false;
     }
@@ -119,19 +120,40 @@ bool SitesModel::changeRowByRow(const QList<SiteInfo>& next) {
     }
     for (const auto& [first, count] : change->insertions) {
         beginInsertRows({}, first, first + count - 1);
-        const auto rows = next.mid(first, count);
-        for (int i = 0; i < count; ++i) {
-            m_sites.insert(first + i, rows[i]);
-        }
+        m_sites.insert(first, count, SiteInfo());
+        std::copy_n(next.begin() + first, count, m_sites.begin() + first);
         endInsertRows();
     }
-    for (int row = 0; row < static_cast<int>(next.size()); ++row) {
+    return true;
+}
+
+void SitesModel::changeRows(const QList<SiteInfo>& next) {
+    for (int row = 0; row < rowCount(); ++row) {
         if (m_sites[row] != next[row]) {
             m_sites[row] = next[row];
             Q_EMIT dataChanged(index(row), index(row));
         }
     }
-    return true;
+}
+
+void SitesModel::reuseRows(const QList<SiteInfo>& next) {
+    const int before = rowCount();
+    const int after = static_cast<int>(next.size());
+    const int kept = std::min(before, after);
+    if (before > kept) {
+        beginRemoveRows({}, kept, before - 1);
+        m_sites.resize(kept);
+        endRemoveRows();
+    }
+    if (kept > 0) {
+        std::copy_n(next.begin(), kept, m_sites.begin());
+        Q_EMIT dataChanged(index(0), index(kept - 1));
+    }
+    if (after > kept) {
+        beginInsertRows({}, kept, after - 1);
+        m_sites = next;
+        endInsertRows();
+    }
 }
 
 void SitesModel::rememberActivity() {

@@ -8,8 +8,9 @@
 
 namespace driftwell {
 
-/// The rows of the site list: the model's filtered and sorted sites. It changes row by row, so that an unchanged row is
-/// never rebuilt; only a new order of many rows, or a filter that scatters them, is a new list.
+/// The rows of the site list: the model's filtered and sorted sites. A row follows its site through the list, and an
+/// unchanged row is never rebuilt. Only where many rows change places at once, for a new order or a filter that
+/// scatters them, the rows stay and show other sites, which costs a view less than rows that are built anew.
 class SitesModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -44,9 +45,13 @@ private:
     void followActivity();
     void renewTimes();
 
-    void replaceAll(QList<SiteInfo> next);
-    /// False when it would take too many steps; nothing is then changed.
-    [[nodiscard]] bool changeRowByRow(const QList<SiteInfo>& next);
+    /// Brings the rows into the order of the sites to come. False when that would take too many steps; nothing is then
+    /// changed.
+    [[nodiscard]] bool moveRows(const QList<SiteInfo>& next);
+    /// The rows are in order; those that changed are told.
+    void changeRows(const QList<SiteInfo>& next);
+    /// Each row shows the site that is to come in its place.
+    void reuseRows(const QList<SiteInfo>& next);
     void rememberActivity();
 
     AppState& m_state;

@@ -143,6 +143,30 @@ TEST(SiteListsTest, RecentSitesAreAllOfThreeAndFiveOfSix) {
     EXPECT_THAT(namesOf(recentSites({})), IsEmpty());
 }
 
+TEST(SiteListsTest, OneListAnswersEveryQuestionAgainAndAgain) {
+    const QList<SiteInfo> sites{site("Api", "2026-01-01T00:00:00Z"), site("garden", {}, "https://API.sites.test"),
+                                site("bakery", "2026-01-03T00:00:00Z")};
+    SiteLists lists(sites);
+    for (int i = 0; i < 2; ++i) {
+        for (const char* filter : {"", " api ", "BAKER", "nothing", ""}) {
+            for (const SortOrder order : sortOrders) {
+                EXPECT_EQ(lists.filtered(filter, order), filteredSites(sites, filter, order)) << filter;
+            }
+        }
+        EXPECT_THAT(namesOf(lists.recent()), ElementsAre("bakery", "Api", "garden"));
+    }
+}
+
+TEST(SiteListsTest, AListKnowsItsOwnSitesFromEqualOnes) {
+    const QList<SiteInfo> sites{site("a"), site("b")};
+    QList<SiteInfo> others = sites;
+    EXPECT_TRUE(SiteLists(sites).areOf(others));
+    others[0].url = QStringLiteral("https://a.sites.test");
+    EXPECT_FALSE(SiteLists(sites).areOf(others));
+    EXPECT_FALSE(SiteLists().areOf(sites));
+    EXPECT_TRUE(SiteLists().areOf({}));
+}
+
 TEST(SiteListsTest, TheOrdersAreLabelledInTheirSequence) {
     std::vector<std::string> labels;
     for (const SortOrder order : sortOrders) {
@@ -183,6 +207,18 @@ TEST_F(SiteListsOfModelTest, TheRecentSitesFollowNeither) {
     model().setFilter("garden");
     model().setSortOrder(SortOrder::Name);
     EXPECT_THAT(namesOf(model().recentSites()), ElementsAre("bakery", "atelier", "garden"));
+}
+
+TEST_F(SiteListsOfModelTest, TheListsFollowTheSites) {
+    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("bakery", "atelier", "garden"));
+    EXPECT_THAT(namesOf(model().recentSites()), ElementsAre("bakery", "atelier", "garden"));
+    const Json sites{siteRecord("garden", "2026-01-04T00:00:00Z"), siteRecord("quay", "2026-01-01T00:00:00Z")};
+    server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
+    await(model().refresh());
+    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("garden", "quay"));
+    EXPECT_THAT(namesOf(model().recentSites()), ElementsAre("garden", "quay"));
+    model().setFilter("QUAY.sites");
+    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("quay"));
 }
 
 TEST_F(SiteListsOfModelTest, ASiteIsFoundByExactlyItsName) {

@@ -1,6 +1,5 @@
 """The application on a real desktop, as a person uses it."""
 
-import os
 import re
 import signal
 import subprocess
@@ -10,9 +9,8 @@ import urllib.parse
 import urllib.request
 from pathlib import Path
 
-from session import Sandbox, Session, wait_for
-
-PROGRAMS = Path(os.environ["DRIFTWELL_PROGRAMS"])
+from desktop_test import DesktopTest
+from session import wait_for
 
 
 def fetch(url):
@@ -21,114 +19,6 @@ def fetch(url):
     request = urllib.request.Request(f"http://127.0.0.1:{address.port}{address.path}", headers={"Host": address.netloc})
     with urllib.request.build_opener(urllib.request.ProxyHandler({})).open(request, timeout=20) as answer:
         return answer.read().decode()
-
-
-class DesktopTest(unittest.TestCase):
-    """A desktop for all tests of a class; each has a platform and an application of its own."""
-
-    has_panel = True
-
-    @classmethod
-    def setUpClass(cls):
-        cls.desktop = Session(PROGRAMS, panel=cls.has_panel)
-        cls.addClassCleanup(cls.desktop.__exit__)
-        cls.desktop.__enter__()
-
-    def setUp(self):
-        self.extra = []
-        self.platform = None
-        name = self.id().rsplit(".", 1)[-1]
-        self.folder = self.desktop.folder / name
-        self.folder.mkdir()
-        home = self.folder / "home"
-        home.mkdir()
-        self.desktop.environment["HOME"] = str(home)
-        temporary = self.folder / "tmp"
-        temporary.mkdir()
-        self.desktop.environment["TMPDIR"] = str(temporary)
-        (self.desktop.folder / "opened").unlink(missing_ok=True)
-        self.addCleanup(self.clean_up)
-
-    def clean_up(self):
-        if self._outcome and any(failure for _, failure in getattr(self._outcome, "errors", []) or []):
-            print(self.desktop.dump(), self.desktop.app_log(), sep="\n")
-        self.desktop.close_app()
-        for process in self.extra:
-            process.kill()
-            process.wait()
-        if self.platform:
-            self.platform.stop()
-        self.assertEqual(self.qml_complaints(), [])
-        (self.desktop.folder / "driftwell.log").unlink(missing_ok=True)
-
-    def qml_complaints(self):
-        return [line for line in self.desktop.app_log().splitlines() if "qrc:/" in line or "qml" in line.lower()]
-
-    # --- What the tests begin with ---
-
-    def start_platform(self, *options):
-        self.platform = Sandbox(self.desktop, *options, data=f"{self.id().rsplit('.', 1)[-1]}/platform")
-        return self.platform
-
-    def site(self, name, page="<h1>Hello</h1>"):
-        folder = self.folder / "sites" / name
-        folder.mkdir(parents=True)
-        (folder / "index.html").write_text(page)
-        return folder
-
-    def publish(self, *names):
-        folder = self.site("published")
-        for name in names:
-            self.desktop.dw("deploy", folder, "--name", name, host=self.platform.address)
-
-    def open(self, *arguments):
-        self.desktop.open_app(*arguments, host=self.platform.address)
-        if "--tray" not in arguments:
-            self.find("frame", "Driftwell")
-            window = wait_for("the window", lambda: self.desktop.windows("Driftwell"))[0]
-            self.desktop.xdotool("windowmove", "--sync", window, 0, 40)
-            self.window = window
-
-    def find(self, role, name=None):
-        return self.desktop.find(role, name)
-
-    def press(self, role, name):
-        self.desktop.press(role, name)
-
-    def rows(self):
-        """From the top down: the tree has them in the order in which they came."""
-        return [row.name for row in sorted(self.desktop.widgets("list item"), key=lambda row: self.desktop.place(row)[1])]
-
-    def wait_for_rows(self, *names):
-        wait_for(f"the rows {names}", lambda: self.rows() == list(names))
-
-    def texts(self):
-        return [widget.name for role in ("label", "heading") for widget in self.desktop.widgets(role)]
-
-    def wait_for_text(self, text):
-        return wait_for(f"the text {text!r}", lambda: [found for found in self.texts() if
-                                                       (text.search(found) if hasattr(text, "search") else
-                                                        found == text)])[0]
-
-    def wait_for_opened(self, address):
-        wait_for(f"{address} in the browser", lambda: address in self.desktop.opened())
-
-    def tray_button(self):
-        """Where the tray shows its one item: the small button in the panel at the top of the screen."""
-        return wait_for("the item in the tray", lambda: self.button_at_top(self.desktop.application("xfce4-panel")))
-
-    def button_at_top(self, widget):
-        import pyatspi
-        if widget.getRoleName() == "push button":
-            box = widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-            if 0 <= box.y < 26 and box.width > 8:
-                return box.x + box.width / 2, box.y + box.height / 2
-        for index in range(widget.childCount):
-            child = widget.getChildAtIndex(index)
-            found = self.button_at_top(child) if child is not None else None
-            if found:
-                return found
-        return None
 
 
 class ApplicationTest(DesktopTest):
@@ -465,112 +355,6 @@ class ApplicationTest(DesktopTest):
         self.desktop.app = None
         self.open()
         self.wait_for_text("No projects yet")
-
-
-class WithoutTrayTest(DesktopTest):
-    """On a desktop where nothing shows tray items, or not yet."""
-
-    has_panel = False
-
-    def setUp(self):
-        super().setUp()
-        self.start_platform()
-        self.addCleanup(self.desktop.stop_panel)
-        self.addCleanup(self.desktop.stop_notifications)
-
-    def close_window(self):
-        self.press("push button", "Close")
-        wait_for("the end of the window", lambda: not self.desktop.windows("Driftwell"))
-
-    def wait_for_notification(self):
-        return wait_for("the notification", self.desktop.notifications)[0]
-
-    def wait_for_item(self):
-        wait_for("the tray item", lambda: len(self.desktop.tray_items()) == 1)
-
-    def open_again(self):
-        self.assertEqual(self.desktop.launch(host=self.platform.address).wait(20), 0)
-        self.wait_for_text("No projects yet")
-
-    def test_a_closed_window_leaves_a_notification_that_opens_it_again(self):
-        self.desktop.start_notifications()
-        self.open()
-        self.close_window()
-        notification = self.wait_for_notification()
-        self.assertEqual(notification, {
-            "id": 1, "app": "Driftwell", "icon": "driftwell", "entry": "driftwell", "open": True,
-            "title": "Driftwell is still running",
-            "text": "This desktop has no tray. Start Driftwell again to bring the window back.",
-            "actions": {"open": "Open", "quit": "Quit"}})
-        self.assertIsNone(self.desktop.app.poll())
-        self.desktop.choose_in_notification(1, "Open")
-        self.wait_for_text("No projects yet")
-
-    def test_the_notification_comes_once(self):
-        self.desktop.start_notifications()
-        self.open()
-        self.close_window()
-        self.wait_for_notification()
-        self.open_again()
-        self.close_window()
-        self.open_again()
-        self.assertEqual(len(self.desktop.notifications()), 1)
-
-    def test_a_second_start_opens_the_window_and_takes_the_notification_away(self):
-        self.desktop.start_notifications()
-        self.open()
-        self.close_window()
-        self.wait_for_notification()
-        self.open_again()
-        wait_for("the end of the notification", lambda: not self.desktop.notifications()[0]["open"])
-
-    def test_quit_in_the_notification_ends_the_application(self):
-        self.desktop.start_notifications()
-        self.open()
-        self.close_window()
-        self.wait_for_notification()
-        self.desktop.choose_in_notification(1, "Quit")
-        self.assertEqual(self.desktop.app.wait(20), 0)
-        self.desktop.app = None
-
-    def test_where_nobody_shows_notifications_the_application_goes_on(self):
-        self.open()
-        self.close_window()
-        self.open_again()
-        self.assertIsNone(self.desktop.app.poll())
-
-    def test_a_start_into_the_tray_waits_for_one(self):
-        self.desktop.start_notifications()
-        self.open("--tray")
-        wait_for("the application", lambda: self.desktop.application() is not None)
-        self.assertEqual(self.desktop.windows("Driftwell"), [])
-        self.desktop.start_panel()
-        self.wait_for_item()
-        self.desktop.click(*self.tray_button())
-        self.press("push button", "Open Driftwell")
-        self.wait_for_text("No projects yet")
-        self.close_window()
-        self.open_again()
-        self.assertEqual(self.desktop.notifications(), [])
-
-    def test_a_tray_that_comes_takes_the_notification_away(self):
-        self.desktop.start_notifications()
-        self.open()
-        self.close_window()
-        self.wait_for_notification()
-        self.desktop.start_panel()
-        self.wait_for_item()
-        wait_for("the end of the notification", lambda: not self.desktop.notifications()[0]["open"])
-
-    def test_the_item_comes_back_with_the_panel(self):
-        self.open("--tray")
-        self.desktop.start_panel()
-        self.wait_for_item()
-        self.desktop.stop_panel()
-        self.desktop.start_panel()
-        self.wait_for_item()
-        self.desktop.click(*self.tray_button())
-        self.find("push button", "Open Driftwell")
 
 
 if __name__ == "__main__":

@@ -1,6 +1,5 @@
 #include "support/TemporaryFolder.h"
 #include "tests/ui/NoWarnings.h"
-#include "ui/Scene.h"
 
 #include <QApplication>
 #include <QLocale>
@@ -23,7 +22,6 @@ int main(int argc, char** argv) {
     ::tzset();
     qunsetenv("QT_QUICK_BACKEND");
     qunsetenv("QSG_RHI_BACKEND");
-    driftwell::Scene::chooseRenderer();
     QApplication application(argc, argv);
     // As when a screen reader is running: only then controls tell their names.
     QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);

@@ -8,7 +8,6 @@
 #include "platform/PlatformClient.h"
 #include "support/Bundle.h"
 #include "support/Interruption.h"
-#include "ui/Scene.h"
 
 #include <QApplication>
 #include <QFont>
@@ -66,7 +65,6 @@ Invocation invocationOf(const std::vector<std::string>& arguments, const QString
 
 int run(int argc, char** argv, std::unique_ptr<PlatformClient> client, SingleInstance& instance,
         const Invocation& invocation) {
-    Scene::chooseRenderer();
     const QApplication qt(argc, argv);
     describeApplication();
     FreedesktopServices desktop;

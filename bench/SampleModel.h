@@ -1,0 +1,46 @@
+#pragma once
+
+#include "bench/LoopbackServer.h"
+#include "core/AppState.h"
+#include "desktop/DesktopServices.h"
+#include "support/TemporaryFolder.h"
+
+#include <string>
+#include <vector>
+
+namespace driftwell::bench {
+
+inline constexpr int sampleSiteCount = 10'000;
+
+/// A desktop on which nothing happens.
+class NoDesktop final : public DesktopServices {
+public:
+    Task<std::optional<std::filesystem::path>> chooseFolder(QString, QString) override { co_return std::nullopt; }
+    void openUrl(const QUrl&) override {}
+    void showInFileManager(const std::filesystem::path&) override {}
+    void copyText(const QString&) override {}
+    [[nodiscard]] ColorScheme colorScheme() const override { return ColorScheme::Light; }
+};
+
+/// A model that is connected to a server on this machine. Made before the process has other threads: the server is a
+/// copy of it.
+class SampleModel {
+public:
+    /// The server answers with these lists of sites in turn.
+    explicit SampleModel(const std::vector<std::string>& sites);
+
+    /// One refresh, to its end. Throws when it fails.
+    void refresh();
+
+    [[nodiscard]] AppState& state() { return m_state; }
+    [[nodiscard]] DesktopServices& desktop() { return m_desktop; }
+
+private:
+    LoopbackServer m_server;
+    TemporaryFolder m_folder{"driftwell-bench-"};
+    std::filesystem::path m_config{m_folder.path() / "config.json"};
+    NoDesktop m_desktop;
+    AppState m_state;
+};
+
+} // namespace driftwell::bench

@@ -1,0 +1,118 @@
+/// The window with 10,000 sites, on the display that the program is started on: what a key press in the filter and a
+/// step of the wheel cost until they are seen. Prints the rows of the report, a line each.
+
+#include "apps/driftwell/MainWindow.h"
+#include "bench/FrameTimer.h"
+#include "bench/Report.h"
+#include "bench/SampleModel.h"
+#include "bench/SampleSite.h"
+
+#include <QApplication>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QTest>
+#include <QWheelEvent>
+
+#include <iostream>
+#include <stdexcept>
+
+using namespace driftwell;
+using namespace driftwell::bench;
+
+namespace {
+
+constexpr double frameMilliseconds = 16;
+constexpr int filterRounds = 8;
+constexpr int wheelSteps = 150;
+constexpr int wheelPixels = 90;
+
+QQuickItem& focusFilter(QQuickView& window) {
+    const QList<QQuickItem*> items = window.rootObject()->findChildren<QQuickItem*>();
+    for (QQuickItem* item : items) {
+        if (item->inherits("QQuickTextInput")) {
+            item->forceActiveFocus();
+            return *item;
+        }
+    }
+    throw std::runtime_error("the window has no filter");
+}
+
+/// A word is typed, and deleted again, a character at a time.
+std::vector<FrameCost> typeInFilter(QQuickView& window, const AppState& state) {
+    FrameTimer timer(window);
+    const QByteArray word = "project-42";
+    const QQuickItem& field = focusFilter(window);
+    std::vector<FrameCost> frames;
+    for (int i = 0; i < filterRounds; ++i) {
+        for (const char character : word) {
+            frames.push_back(timer.frameAfter([&] { QTest::keyClick(&window, character); }));
+        }
+        if (state.filter() != QString::fromLatin1(word) || field.property("text").toString() != state.filter()) {
+            throw std::runtime_error("the keys did not reach the filter, which says \"" + state.filter().toStdString() +
+                                     '"');
+        }
+        for (int left = static_cast<int>(word.size()); left > 0; --left) {
+            frames.push_back(timer.frameAfter([&] { QTest::keyClick(&window, Qt::Key_Backspace); }));
+        }
+    }
+    return frames;
+}
+
+void turnWheel(QQuickView& window, Qt::ScrollPhase phase, int pixels) {
+    const QPointF middle(window.width() / 2.0, window.height() / 2.0);
+    QWheelEvent event(middle, window.mapToGlobal(middle), QPoint(0, pixels), QPoint(0, pixels), Qt::NoButton,
+                      Qt::NoModifier, phase, false);
+    QCoreApplication::sendEvent(&window, &event);
+}
+
+/// The list follows a touch pad, a row and a half with each event.
+std::vector<FrameCost> scroll(QQuickView& window) {
+    FrameTimer timer(window);
+    std::vector<FrameCost> frames;
+    timer.settle();
+    turnWheel(window, Qt::ScrollBegin, 0);
+    for (int i = 0; i < wheelSteps; ++i) {
+        frames.push_back(timer.frameAfter([&] { turnWheel(window, Qt::ScrollUpdate, -wheelPixels); }));
+    }
+    turnWheel(window, Qt::ScrollEnd, 0);
+    return frames;
+}
+
+Row frameRow(const std::string& work, const std::vector<FrameCost>& frames) {
+    const double most = nearlyAll(frames);
+    return {work,
+            describe(frames),
+            "a frame of a screen that shows 60 in a second: 16 ms",
+            fixed(most / frameMilliseconds, 2, "of it"),
+            "95 % under 16 ms",
+            most < frameMilliseconds};
+}
+
+void measure() {
+    SampleModel model({sitesAnswer(sampleSiteCount, "2026-03-02T10:00:00.000Z")});
+    int count = 1;
+    char name[] = "driftwell-bench-window";
+    char* arguments[] = {name, nullptr};
+    const QApplication application(count, arguments);
+    model.refresh();
+    MainWindow window(model.state(), model.desktop());
+    window.show();
+    if (!QTest::qWaitForWindowActive(window.view())) {
+        throw std::runtime_error("the window did not come to the front");
+    }
+    printRows({frameRow("key press in the filter of 10,000 sites to the new frame",
+                        typeInFilter(*window.view(), model.state())),
+               frameRow("scrolling 10,000 sites, a step to the new frame", scroll(*window.view()))});
+}
+
+} // namespace
+
+int main() {
+    try {
+        measure();
+        return 0;
+    } catch (const std::exception& failure) {
+        std::cerr << "driftwell-bench-window: " << failure.what() << '\n';
+        return 1;
+    }
+}

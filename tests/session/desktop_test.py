@@ -1,0 +1,117 @@
+"""What the tests of the application on a desktop have in common."""
+
+import os
+import unittest
+from pathlib import Path
+
+from session import Sandbox, Session, wait_for
+
+PROGRAMS = Path(os.environ["DRIFTWELL_PROGRAMS"])
+
+
+class DesktopTest(unittest.TestCase):
+    """A desktop for all tests of a class; each has a platform and an application of its own."""
+
+    has_panel = True
+
+    @classmethod
+    def setUpClass(cls):
+        cls.desktop = Session(PROGRAMS, panel=cls.has_panel)
+        cls.addClassCleanup(cls.desktop.__exit__)
+        cls.desktop.__enter__()
+
+    def setUp(self):
+        self.extra = []
+        self.platform = None
+        name = self.id().rsplit(".", 1)[-1]
+        self.folder = self.desktop.folder / name
+        self.folder.mkdir()
+        home = self.folder / "home"
+        home.mkdir()
+        self.desktop.environment["HOME"] = str(home)
+        temporary = self.folder / "tmp"
+        temporary.mkdir()
+        self.desktop.environment["TMPDIR"] = str(temporary)
+        (self.desktop.folder / "opened").unlink(missing_ok=True)
+        self.addCleanup(self.clean_up)
+
+    def clean_up(self):
+        if self._outcome and any(failure for _, failure in getattr(self._outcome, "errors", []) or []):
+            print(self.desktop.dump(), self.desktop.app_log(), sep="\n")
+        self.desktop.close_app()
+        for process in self.extra:
+            process.kill()
+            process.wait()
+        if self.platform:
+            self.platform.stop()
+        self.assertEqual(self.qml_complaints(), [])
+        (self.desktop.folder / "driftwell.log").unlink(missing_ok=True)
+
+    def qml_complaints(self):
+        return [line for line in self.desktop.app_log().splitlines() if "qrc:/" in line or "qml" in line.lower()]
+
+    # --- What the tests begin with ---
+
+    def start_platform(self, *options):
+        self.platform = Sandbox(self.desktop, *options, data=f"{self.id().rsplit('.', 1)[-1]}/platform")
+        return self.platform
+
+    def site(self, name, page="<h1>Hello</h1>"):
+        folder = self.folder / "sites" / name
+        folder.mkdir(parents=True)
+        (folder / "index.html").write_text(page)
+        return folder
+
+    def publish(self, *names):
+        folder = self.site("published")
+        for name in names:
+            self.desktop.dw("deploy", folder, "--name", name, host=self.platform.address)
+
+    def open(self, *arguments):
+        self.desktop.open_app(*arguments, host=self.platform.address)
+        if "--tray" not in arguments:
+            self.find("frame", "Driftwell")
+            window = wait_for("the window", lambda: self.desktop.windows("Driftwell"))[0]
+            self.desktop.xdotool("windowmove", "--sync", window, 0, 40)
+            self.window = window
+
+    def find(self, role, name=None):
+        return self.desktop.find(role, name)
+
+    def press(self, role, name):
+        self.desktop.press(role, name)
+
+    def rows(self):
+        """From the top down: the tree has them in the order in which they came."""
+        return [row.name for row in sorted(self.desktop.widgets("list item"), key=lambda row: self.desktop.place(row)[1])]
+
+    def wait_for_rows(self, *names):
+        wait_for(f"the rows {names}", lambda: self.rows() == list(names))
+
+    def texts(self):
+        return [widget.name for role in ("label", "heading") for widget in self.desktop.widgets(role)]
+
+    def wait_for_text(self, text):
+        return wait_for(f"the text {text!r}", lambda: [found for found in self.texts() if
+                                                       (text.search(found) if hasattr(text, "search") else
+                                                        found == text)])[0]
+
+    def wait_for_opened(self, address):
+        wait_for(f"{address} in the browser", lambda: address in self.desktop.opened())
+
+    def tray_button(self):
+        """Where the tray shows its one item: the small button in the panel at the top of the screen."""
+        return wait_for("the item in the tray", lambda: self.button_at_top(self.desktop.application("xfce4-panel")))
+
+    def button_at_top(self, widget):
+        import pyatspi
+        if widget.getRoleName() == "push button":
+            box = widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+            if 0 <= box.y < 26 and box.width > 8:
+                return box.x + box.width / 2, box.y + box.height / 2
+        for index in range(widget.childCount):
+            child = widget.getChildAtIndex(index)
+            found = self.button_at_top(child) if child is not None else None
+            if found:
+                return found
+        return None
