@@ -118,8 +118,9 @@ void AppState::storeLibs(const LibsResponse& response) {
 void AppState::settleFailure(const PlatformConfig& config, const std::exception& failure) {
     const auto* const platform = dynamic_cast<const PlatformError*>(&failure);
     if (platform != nullptr && platform->kind() == PlatformError::Kind::NotTeam) {
-        clearPlatformData();
+        // The status first: a screen that is connected to no sites would say so for a moment.
         m_status = Status::notTeam(platform->description());
+        clearPlatformData();
     } else if (platform != nullptr && platform->kind() == PlatformError::Kind::Unauthenticated) {
         m_client->store().signOut(config);
         signOutLocally();
@@ -130,8 +131,8 @@ void AppState::settleFailure(const PlatformConfig& config, const std::exception&
 
 void AppState::signOutLocally() {
     m_identity = std::nullopt;
-    clearPlatformData();
     m_status = Status::signedOut();
+    clearPlatformData();
 }
 
 Task<> AppState::refreshLoop(std::stop_token stop) {

@@ -49,6 +49,7 @@ Scene::Scene(DesktopServices& desktop) : m_engine(std::make_unique<QQmlEngine>()
 
     m_view = std::make_unique<QQuickView>(m_engine.get(), nullptr);
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    m_focus = std::make_unique<KeyboardFocus>(*m_view);
 }
 
 void Scene::load(const QString& file, const QVariantMap& properties) {
@@ -64,6 +65,7 @@ void Scene::unload() {
 }
 
 Scene::~Scene() {
+    m_focus.reset();
     m_view.reset();
     m_engine.reset();
     // The scene's many small blocks are given back to the system, not kept for the next one.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "desktop/DesktopServices.h"
+#include "ui/KeyboardFocus.h"
 
 #include <QQmlEngine>
 #include <QQuickView>
@@ -38,6 +39,7 @@ public:
 private:
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QQuickView> m_view;
+    std::unique_ptr<KeyboardFocus> m_focus;
 };
 
 } // namespace driftwell

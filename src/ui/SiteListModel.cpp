@@ -40,26 +40,25 @@ QString SiteListModel::dropHint() const {
     return pausedText(m_state).value_or(QStringLiteral("Drag a folder here to publish a new project"));
 }
 
-void SiteListModel::open(int row) {
-    if (const std::optional<SiteInfo> site = m_sites.site(row)) {
+void SiteListModel::open(const QString& name) {
+    if (const std::optional<SiteInfo> site = m_state.existingSite(name)) {
         m_state.openSite(*site);
     }
 }
 
-void SiteListModel::copyLink(int row) {
-    if (const std::optional<SiteInfo> site = m_sites.site(row)) {
+void SiteListModel::copyLink(const QString& name) {
+    if (const std::optional<SiteInfo> site = m_state.existingSite(name)) {
         m_desktop.copyText(site->url);
     }
 }
 
-bool SiteListModel::hasFolder(int row) const {
-    const std::optional<SiteInfo> site = m_sites.site(row);
-    return site && m_state.client().store().folderMap().contains(site->name);
+bool SiteListModel::hasFolder(const QString& name) const {
+    return m_state.existingSite(name) && m_state.client().store().folderMap().contains(name);
 }
 
-void SiteListModel::revealFolder(int row) {
-    if (const std::optional<SiteInfo> site = m_sites.site(row)) {
-        m_state.revealFolder(site->name);
+void SiteListModel::revealFolder(const QString& name) {
+    if (m_state.existingSite(name)) {
+        m_state.revealFolder(name);
     }
 }
 

@@ -42,12 +42,13 @@ public:
     Q_INVOKABLE void sortByTime() { m_state.setSortOrder(SortOrder::MostRecent); }
     Q_INVOKABLE void chooseFolderAndDeploy() { m_state.chooseFolderAndDeploy(); }
 
-    // What a row offers. A row that has just gone does nothing.
-    Q_INVOKABLE void open(int row);
-    Q_INVOKABLE void copyLink(int row);
+    // What a row offers, by the name of its site: rows move while a menu is open. For a site that has just gone they do
+    // nothing.
+    Q_INVOKABLE void open(const QString& name);
+    Q_INVOKABLE void copyLink(const QString& name);
     /// Whether the folder is known that the site was published from on this machine. Read afresh.
-    Q_INVOKABLE bool hasFolder(int row) const;
-    Q_INVOKABLE void revealFolder(int row);
+    Q_INVOKABLE bool hasFolder(const QString& name) const;
+    Q_INVOKABLE void revealFolder(const QString& name);
 
 Q_SIGNALS:
     void textsChanged();

@@ -85,10 +85,6 @@ QHash<int, QByteArray> SitesModel::roleNames() const {
             {MoreEmailsRole, "moreEmails"}};
 }
 
-std::optional<SiteInfo> SitesModel::site(int row) const {
-    return row >= 0 && row < m_sites.size() ? std::optional(m_sites[row]) : std::nullopt;
-}
-
 void SitesModel::followSites() {
     const QList<SiteInfo> next = m_state.filteredSites();
     if (moveRows(next)) {

@@ -37,9 +37,6 @@ public:
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
     [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
-    /// The site in a row; absent for a row that there is not.
-    [[nodiscard]] std::optional<SiteInfo> site(int row) const;
-
 private:
     void followSites();
     void followActivity();

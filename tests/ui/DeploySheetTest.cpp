@@ -238,6 +238,21 @@ TEST_F(DeploySheetTest, NothingBehindTheSheetCanBeReached) {
     EXPECT_TRUE(flow().isConfirming());
 }
 
+TEST_F(DeploySheetTest, ALongNameAndALongFolderStayInTheSheet) {
+    showSheet("a-folder-with-a-very-long-name-that-does-not-fit-into-one-line-of-the-sheet-at-all");
+    const auto place = [](const Seen& each) {
+        return each.item->mapRectToScene({0, 0, each.item->width(), each.item->height()});
+    };
+    const QRectF sheet = place(all(Role::Dialog).front());
+    for (const Seen& each : all(Role::Button)) {
+        if (each.name == QStringLiteral("Deploy") || each.name == QStringLiteral("Cancel")) {
+            EXPECT_TRUE(sheet.contains(place(each)));
+        }
+    }
+    EXPECT_TRUE(sheet.contains(place(field())));
+    EXPECT_GT(textItem(u'.' + host())->width(), 0) << "the host is still seen";
+}
+
 TEST_F(DeploySheetTest, ConfirmingFollowsTheColorScheme) {
     showSheet();
     expectPaletteIsFollowed();
@@ -275,6 +290,17 @@ TEST_F(DeploySheetTest, TheStagesHaveTheirMarks) {
     EXPECT_TRUE(packed->isAncestorOf(check));
     EXPECT_EQ(check->property("color").value<QColor>(), light(Token::Accent));
     EXPECT_TRUE(publishing->isAncestorOf(textItem(QString(QChar(0xE836)))));
+}
+
+TEST_F(DeploySheetTest, TheBarFillsAsTheStageGoesOn) {
+    showSheet();
+    flow().begin();
+    QQuickItem* const bar = the(Role::ProgressBar, QStringLiteral("Deployment")).item;
+    const QPointF ninetyPercent(bar->width() * 0.9, bar->height() / 2);
+    EXPECT_EQ(colorAt(bar, ninetyPercent), light(Token::Chip));
+    flow().report(DeployStage::publishing());
+    waitUntil([&] { return colorAt(bar, ninetyPercent) == light(Token::Accent); });
+    EXPECT_EQ(colorAt(bar, {bar->width() * 0.97, bar->height() / 2}), light(Token::Chip));
 }
 
 TEST_F(DeploySheetTest, TheElapsedTimeGoesOn) {
@@ -332,6 +358,13 @@ TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
     click(Role::Button, QStringLiteral("garden.sites.test"));
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
     EXPECT_TRUE(sheetIsThere());
+}
+
+TEST_F(DeploySheetTest, TheLinkTellsTheWholeAddressUnderTheRestingPointer) {
+    showSheet();
+    succeed();
+    hover(the(Role::Button, QStringLiteral("garden.sites.test")).item);
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Open https://garden.sites.test")); });
 }
 
 TEST_F(DeploySheetTest, CopyUrlCopiesAndSaysSoUntilTheSheetCloses) {
@@ -403,6 +436,14 @@ TEST_F(DeploySheetTest, TryAgainHasTheKeyboardAndGoesBackToTheNameThatWasTyped) 
     EXPECT_EQ(field().item->property("text").toString(), QStringLiteral("shed"));
 }
 
+TEST_F(DeploySheetTest, CloseClosesTheFailure) {
+    showSheet();
+    fail();
+    // The window has one, too.
+    click(all(Role::Button, QStringLiteral("Close")).back().item);
+    EXPECT_FALSE(model().deployFlow());
+}
+
 TEST_F(DeploySheetTest, EscapeClosesTheFailure) {
     showSheet();
     fail();
@@ -444,6 +485,16 @@ TEST_F(DeploySheetTest, AWholeDeploymentIsDoneByKeyboard) {
     press(Qt::Key_Return);
     EXPECT_FALSE(sheetIsThere());
     EXPECT_FALSE(model().deployFlow());
+}
+
+TEST_F(DeploySheetTest, AnotherDeploymentIsAnotherSheet) {
+    showSheet();
+    succeed();
+    click(QStringLiteral("Copy URL"));
+    openDeployment("shed");
+    EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy shed")));
+    EXPECT_EQ(focus(), "EditableText Site name");
+    EXPECT_EQ(all(Role::Dialog).size(), 1U);
 }
 
 TEST_F(DeploySheetTest, AWindowThatOpensDuringADeploymentShowsIt) {

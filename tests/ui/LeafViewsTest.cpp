@@ -222,6 +222,13 @@ TEST_F(LeafViewsTest, TheArrowDoesNotMoveTheColumn) {
     EXPECT_DOUBLE_EQ(leaf()->implicitWidth(), width);
 }
 
+TEST_F(LeafViewsTest, ASortButtonTellsWhetherItIsActive) {
+    showQml(R"(SortButton { text: "Name"; active: true })");
+    EXPECT_EQ(the(Role::Button, QStringLiteral("Sort by Name")).description, QStringLiteral("Current order"));
+    leaf()->setProperty("active", false);
+    EXPECT_EQ(the(Role::Button, QStringLiteral("Sort by Name")).description, QString());
+}
+
 TEST_F(LeafViewsTest, ASortButtonIsPressedByPointerAndKeyboard) {
     showQml(R"(SortButton { text: "Name"; active: false })");
     const QSignalSpy clicks(leaf(), SIGNAL(clicked()));

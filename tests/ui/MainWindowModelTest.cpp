@@ -91,6 +91,24 @@ TEST_F(MainWindowModelTest, AnOutageWithoutSitesShowsTheList) {
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
+TEST_F(MainWindowModelTest, OnlyAChangeOfTheContentIsAnnounced) {
+    becomeOnRemote(Kind::Connecting);
+    const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
+    await(model().refresh());
+    ASSERT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(changes.count(), 0) << "the list was there before";
+    server.answer("/api/sites", 403, errorAnswer(notTeamText, "not_team"));
+    await(model().refresh());
+    EXPECT_EQ(changes.count(), 1);
+    server.answer("/api/sites", 401, errorAnswer("sign in", "unauthenticated"));
+    await(model().refresh());
+    ASSERT_EQ(model().status(), Status::signedOut());
+    EXPECT_EQ(changes.count(), 1) << "it is the sign-in as before";
+    writeConfig(Json::object());
+    model().reloadConfig();
+    EXPECT_EQ(changes.count(), 2);
+}
+
 TEST_F(MainWindowModelTest, TheFilterChangesTheContent) {
     connectedWith({});
     ASSERT_EQ(window().content(), Content::EmptyState);

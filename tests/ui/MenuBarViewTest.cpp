@@ -170,6 +170,16 @@ TEST_F(MenuBarViewTest, QuitAsksForTheEnd) {
     EXPECT_EQ(ends.count(), 1);
 }
 
+TEST_F(MenuBarViewTest, EscapeDismissesThePanel) {
+    connectedWith({});
+    showPanel();
+    press(Qt::Key_Escape);
+    EXPECT_EQ(dismissals(), 1);
+    tabs(1);
+    press(Qt::Key_Escape);
+    EXPECT_EQ(dismissals(), 2);
+}
+
 TEST_F(MenuBarViewTest, APersonSignsOut) {
     becomeOnRemote(Kind::Connected);
     showPanel();

@@ -83,6 +83,34 @@ TEST_F(SiteListViewTest, HeaderTableAndHintStandOneBelowTheOther) {
     EXPECT_DOUBLE_EQ(topOf(hint), topOf(row(QStringLiteral("garden"))) + 56);
 }
 
+TEST_F(SiteListViewTest, EverythingScrollsWithTheRows) {
+    std::vector<std::string> many;
+    for (int i = 100; i < 150; ++i) {
+        many.push_back("site-" + std::to_string(i));
+    }
+    connectedWith(many);
+    showList();
+    EXPECT_FALSE(rows().empty());
+    EXPECT_LT(rows().size(), 40U) << "only the rows on screen exist";
+    QQuickItem* const title = textItem(QStringLiteral("My projects"));
+    const double top = topOf(title);
+    QQuickItem* const list = the(Role::List, QStringLiteral("Projects")).item;
+    QMetaObject::invokeMethod(list, "positionViewAtEnd");
+    settleView();
+    EXPECT_LT(title->mapToScene({}).y(), 0);
+    // With the hint below the last row.
+    list->setProperty("contentY", list->property("contentHeight").toDouble() + list->property("originY").toDouble() +
+                                      list->property("bottomMargin").toDouble() - list->height());
+    settleView();
+    QQuickItem* const hint = the(Role::Button, QStringLiteral("Drag a folder here to publish a new project")).item;
+    EXPECT_DOUBLE_EQ(topOf(hint), topOf(row(QStringLiteral("site-149"))) + 56);
+    EXPECT_DOUBLE_EQ(topOf(hint) + hint->height(), 600);
+    QMetaObject::invokeMethod(list, "returnToBounds");
+    list->setProperty("contentY", list->property("originY").toDouble() - list->property("topMargin").toDouble());
+    settleView();
+    EXPECT_DOUBLE_EQ(topOf(title), top);
+}
+
 TEST_F(SiteListViewTest, WithoutSitesTheTableIsLeftOut) {
     connectedWith({});
     showList();
@@ -109,6 +137,21 @@ TEST_F(SiteListViewTest, TheSubtitleFollowsTheFilter) {
     model().setFilter(QStringLiteral("gar"));
     EXPECT_THAT(texts(), Contains("1 of 2 projects"));
     EXPECT_THAT(rows(), ElementsAre("garden"));
+}
+
+TEST_F(SiteListViewTest, TheColumnsSortTheTable) {
+    connectedWithRecords({siteRecord("a", "2024-03-01T10:00:00Z"), siteRecord("b", "2024-03-02T10:00:00Z")});
+    showList();
+    const auto descriptionOf = [this](const char* column) {
+        return the(Role::Button, QStringLiteral("Sort by ") + QString::fromLatin1(column)).description.toStdString();
+    };
+    EXPECT_EQ(descriptionOf("Name"), "Current order");
+    click(QStringLiteral("Sort by Last updated"));
+    EXPECT_THAT(rows(), ElementsAre("b", "a"));
+    EXPECT_EQ(descriptionOf("Last updated"), "Current order");
+    EXPECT_EQ(descriptionOf("Name"), "");
+    click(QStringLiteral("Sort by Name"));
+    EXPECT_THAT(rows(), ElementsAre("a", "b"));
 }
 
 // New projects
@@ -286,7 +329,25 @@ TEST_F(SiteListViewTest, EscapeClosesTheMenu) {
     EXPECT_THAT(menu(), IsEmpty());
 }
 
+TEST_F(SiteListViewTest, AMenuIsAboutTheSiteItWasOpenedForAlsoWhenTheRowsMoveMeanwhile) {
+    connectedWith({"garden", "orchard"});
+    showList();
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    connectedWith({"bakery", "garden", "orchard"});
+    ASSERT_THAT(menu(), Contains("Copy Link"));
+    click(Role::MenuItem, QStringLiteral("Copy Link"));
+    EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
+}
+
 // The keyboard
+
+TEST_F(SiteListViewTest, TabGoesFromTheHeaderThroughTheListToTheHint) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    EXPECT_THAT(tabs(7), ElementsAre("Button New project", "Button Sort by Name", "Button Sort by Last updated",
+                                     "ListItem bakery", "Button Open bakery", "Button More for bakery",
+                                     "Button Drag a folder here to publish a new project"));
+}
 
 TEST_F(SiteListViewTest, WithTheKeyboardTheCurrentRowShowsItsButtons) {
     connectedWith({"garden", "bakery"});
@@ -303,6 +364,34 @@ TEST_F(SiteListViewTest, ReturnOpensTheCurrentRow) {
     showList();
     tabs(4);
     press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+}
+
+TEST_F(SiteListViewTest, TheMenuKeysOpenTheMenuOfTheCurrentRow) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    tabs(4);
+    press(Qt::Key_Menu);
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+    press(Qt::Key_Escape);
+    EXPECT_THAT(menu(), IsEmpty());
+    EXPECT_EQ(focus(), "ListItem bakery");
+    press(Qt::Key_F10, Qt::ShiftModifier);
+    press(Qt::Key_Down);
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_EQ(desktop.clipboard(), "https://bakery.sites.test");
+}
+
+TEST_F(SiteListViewTest, TheListKeepsItsPlaceWhenItIsPolled) {
+    connectedWith({"garden", "bakery", "orchard"});
+    showList();
+    tabs(4);
+    press(Qt::Key_Down);
+    connectedWith({"garden", "bakery", "orchard"});
+    connectedWith({"apiary", "garden", "bakery", "orchard"});
+    EXPECT_EQ(focus(), "ListItem garden");
     press(Qt::Key_Return);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
 }

@@ -160,9 +160,14 @@ std::vector<Seen> ViewFixture::all(Role role) {
     return found;
 }
 
-Seen ViewFixture::the(Role role, const QString& name) {
+std::vector<Seen> ViewFixture::all(Role role, const QString& name) {
     std::vector<Seen> found = all(role);
     std::erase_if(found, [&name](const Seen& each) { return each.name != name; });
+    return found;
+}
+
+Seen ViewFixture::the(Role role, const QString& name) {
+    const std::vector<Seen> found = all(role, name);
     if (found.size() != 1) {
         throw std::runtime_error(std::to_string(found.size()) + " times " + nameOf(role) + " \"" + name.toStdString() +
                                  "\" among" + outline());
@@ -171,8 +176,7 @@ Seen ViewFixture::the(Role role, const QString& name) {
 }
 
 bool ViewFixture::isSeen(Role role, const QString& name) {
-    const std::vector<Seen> found = all(role);
-    return std::any_of(found.begin(), found.end(), [&name](const Seen& each) { return each.name == name; });
+    return !all(role, name).empty();
 }
 
 std::vector<std::string> ViewFixture::texts() {
@@ -218,7 +222,8 @@ void ViewFixture::click(QQuickItem* item, Qt::MouseButton button) {
 }
 
 void ViewFixture::hover(QQuickItem* item) {
-    settleView();
+    // A move to where the pointer was for another window before is none.
+    moveAway();
     QTest::mouseMove(&view(), centerOf(item));
     settleView();
 }

@@ -55,6 +55,7 @@ protected:
     [[nodiscard]] bool isSeen(Role role, const QString& name);
     /// Every thing of the role, from the top of the tree on.
     [[nodiscard]] std::vector<Seen> all(Role role);
+    [[nodiscard]] std::vector<Seen> all(Role role, const QString& name);
     /// All texts and headings.
     [[nodiscard]] std::vector<std::string> texts();
     /// Role and name of what has the keyboard, for example "Button Connect"; empty when nothing has.

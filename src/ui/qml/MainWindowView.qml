@@ -12,6 +12,10 @@ Rectangle {
     readonly property bool sheetOpen: sheet.status === Loader.Ready || root.model.alertTitle !== ""
 
     function presentDeployment(sheetModel: DeploySheetModel): void {
+        const old = sheet.item as DeploySheet;
+        if (old) {
+            old.close();
+        }
         if (sheetModel) {
             sheet.setSource("DeploySheet.qml", {model: sheetModel, parent: root, visible: true});
         } else {

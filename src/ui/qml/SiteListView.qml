@@ -10,6 +10,12 @@ Item {
 
     required property SiteListModel model
 
+    function openCurrent(): void {
+        const row = list.currentItem as SiteRow;
+        if (row) {
+            model.open(row.name);
+        }
+    }
     function showMenuOfCurrent(): void {
         const row = list.currentItem as SiteRow;
         if (row) {
@@ -61,6 +67,8 @@ Item {
     ListView {
         id: list
 
+        property real headerHeight: 0
+
         anchors.fill: parent
         anchors.leftMargin: 20
         anchors.rightMargin: 20
@@ -75,9 +83,16 @@ Item {
         cacheBuffer: 400
         Accessible.role: Accessible.List
         Accessible.name: "Projects"
+        // The height of the header comes late, and changes; at the beginning stays at the beginning.
+        onTopMarginChanged: {
+            if (contentY <= originY - headerHeight) {
+                contentY = originY - topMargin;
+            }
+            headerHeight = topMargin;
+        }
         onActiveFocusChanged: if (activeFocus && currentIndex < 0) currentIndex = 0
-        Keys.onReturnPressed: view.model.open(currentIndex)
-        Keys.onEnterPressed: view.model.open(currentIndex)
+        Keys.onReturnPressed: view.openCurrent()
+        Keys.onEnterPressed: view.openCurrent()
         Keys.onMenuPressed: view.showMenuOfCurrent()
         Keys.onPressed: event => {
             if (event.key === Qt.Key_F10 && event.modifiers === Qt.ShiftModifier) {

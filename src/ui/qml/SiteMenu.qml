@@ -7,12 +7,12 @@ Menu {
     id: menu
 
     required property SiteListModel model
-    property int row: -1
+    property string site
     property bool folderKnown: false
 
-    function openFor(forRow: int): void {
-        row = forRow;
-        folderKnown = model.hasFolder(forRow);
+    function openFor(name: string): void {
+        site = name;
+        folderKnown = model.hasFolder(name);
     }
 
     padding: 4
@@ -26,11 +26,11 @@ Menu {
 
     MenuEntry {
         text: "Open in Browser"
-        onTriggered: menu.model.open(menu.row)
+        onTriggered: menu.model.open(menu.site)
     }
     MenuEntry {
         text: "Copy Link"
-        onTriggered: menu.model.copyLink(menu.row)
+        onTriggered: menu.model.copyLink(menu.site)
     }
     MenuSeparator {
         visible: menu.folderKnown
@@ -44,6 +44,6 @@ Menu {
         visible: menu.folderKnown
         height: implicitHeight
         text: "Show Folder in Files"
-        onTriggered: menu.model.revealFolder(menu.row)
+        onTriggered: menu.model.revealFolder(menu.site)
     }
 }

@@ -20,11 +20,11 @@ Item {
     required property SiteListModel model
     required property SiteMenu menu
     readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
-    readonly property bool hovered: hover.hovered || (menu.visible && menu.row === index)
+    readonly property bool hovered: hover.hovered || (menu.visible && menu.site === name)
     readonly property bool actionsShown: hovered || current || open.activeFocus || more.activeFocus
 
     function showMenu(at: point): void {
-        menu.openFor(index);
+        menu.openFor(name);
         menu.parent = row;
         menu.popup(row, at);
     }
@@ -163,7 +163,7 @@ Item {
 
                     text: "Open"
                     Accessible.name: "Open " + row.name
-                    onClicked: row.model.open(row.index)
+                    onClicked: row.model.open(row.name)
                 }
                 IconButton {
                     id: more

@@ -11,8 +11,7 @@ AbstractButton {
     implicitWidth: implicitContentWidth + 4
     hoverEnabled: true
     Accessible.name: "Sort by " + text
-    Accessible.checkable: true
-    Accessible.checked: active
+    Accessible.description: active ? "Current order" : ""
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
