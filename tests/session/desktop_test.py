@@ -100,18 +100,4 @@ class DesktopTest(unittest.TestCase):
         wait_for(f"{address} in the browser", lambda: address in self.desktop.opened())
 
     def tray_button(self):
-        """Where the tray shows its one item: the small button in the panel at the top of the screen."""
-        return wait_for("the item in the tray", lambda: self.button_at_top(self.desktop.application("xfce4-panel")))
-
-    def button_at_top(self, widget):
-        import pyatspi
-        if widget.getRoleName() == "push button":
-            box = widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-            if 0 <= box.y < 26 and box.width > 8:
-                return box.x + box.width / 2, box.y + box.height / 2
-        for index in range(widget.childCount):
-            child = widget.getChildAtIndex(index)
-            found = self.button_at_top(child) if child is not None else None
-            if found:
-                return found
-        return None
+        return self.desktop.tray_button()

@@ -47,6 +47,14 @@ def end_with_parent():
     ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
 
 
+def descendants(widget):
+    """A widget of any application's tree, and all below it."""
+    if widget is not None:
+        yield widget
+        for index in range(widget.childCount):
+            yield from descendants(widget.getChildAtIndex(index))
+
+
 class Sandbox:
     """A platform on this machine, with data that outlives a restart."""
 
@@ -173,6 +181,7 @@ class Session:
         # AT-SPI and D-Bus are found through this process's own environment.
         for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"):
             os.environ[name] = self.environment[name]
+        wait_for("the register of what a screen reader sees", lambda: self.applications() is not None)
 
     def start_desktop(self):
         self.spawn("/usr/bin/xfwm4", "--compositor=off")
@@ -181,9 +190,17 @@ class Session:
             self.start_panel()
 
     def start_panel(self):
-        self.panel = self.spawn("/usr/bin/xfce4-panel", "--disable-wm-check")
-        wait_for("the tray", lambda: self.tray_items() is not None)
-        wait_for("what a screen reader sees of the panel", lambda: self.application("xfce4-panel"))
+        """A panel that misses the accessibility bus at its start never looks for it again: it is then started anew."""
+        for patience in (10, 20, None):
+            self.panel = self.spawn("/usr/bin/xfce4-panel", "--disable-wm-check")
+            wait_for("the tray", lambda: self.tray_items() is not None)
+            try:
+                wait_for("the panel as a screen reader sees it", lambda: self.application("xfce4-panel"), patience)
+                return
+            except TimedOut as failure:
+                if patience is None:
+                    raise TimedOut(f"{failure}; {[found.name for found in self.applications()]} did") from None
+                self.stop_panel()
 
     def stop_panel(self):
         if self.panel:
@@ -273,6 +290,45 @@ class Session:
         finally:
             bus.close()
 
+    def tray_button(self):
+        """Where the tray shows its one item: the small button in the panel at the top of the screen."""
+        import pyatspi
+
+        seen = []
+
+        def button():
+            seen.clear()
+            for widget in descendants(self.application("xfce4-panel")):
+                role = widget.getRoleName()
+                box = widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS) if role != "application" else None
+                seen.append((role, widget.name, box and (box.x, box.y, box.width, box.height)))
+                if role == "push button" and 0 <= box.y < 26 and box.width > 8:
+                    return self.place(widget)
+            return None
+        try:
+            return wait_for("the item in the tray", button)
+        except TimedOut as failure:
+            raise TimedOut(f"{failure}; the panel has {seen}, the tray {self.tray_items()}") from None
+
+    # --- The file manager ---
+
+    def file_manager(self, folder, window):
+        """A real file manager on `folder`, beside the application's window; gives the place of its one icon."""
+        import pyatspi
+        self.xdotool("windowmove", "--sync", window, 0, 40)
+        self.xdotool("windowsize", "--sync", window, 780, 520)
+        self.spawn("/usr/bin/thunar", folder)
+        other = wait_for("the file manager", lambda: self.windows(f"{folder.name} - Thunar"))[0]
+        self.xdotool("windowsize", "--sync", other, 460, 520)
+        self.xdotool("windowmove", "--sync", other, 800, 40)
+
+        def icon():
+            found = {widget.getRoleName(): widget for widget in descendants(self.application("thunar"))}
+            box = found["directory pane"].queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+            is_ready = box.x >= 790 and found["status bar"].name.startswith("1 folder")
+            return (box.x + 73, box.y + 40) if is_ready else None
+        return wait_for("the folder's icon", icon)
+
     # --- Mouse, keyboard, screen ---
 
     def x(self, *command):
@@ -356,33 +412,30 @@ class Session:
     # --- What a screen reader sees ---
 
     def application(self, name="driftwell"):
-        import pyatspi
-        for child in pyatspi.Registry.getDesktop(0):
-            if child is not None and child.name.lower() == name:
+        applications = self.applications()
+        for application in applications:
+            if application.name.lower() == name:
                 # What was seen before is not what is there now.
-                child.clear_cache()
-                return child
+                application.clear_cache()
+                return application
+        # Nor is a name that was read too early.
+        for application in applications:
+            application.clear_cache()
         return None
+
+    def applications(self):
+        import pyatspi
+        return [application for application in pyatspi.Registry.getDesktop(0) if application is not None]
 
     def widgets(self, role=None, name=None, showing=True):
         """All of the application's widgets with this role and name; a name may be a compiled pattern."""
         import pyatspi
-        app = self.application()
-        found = []
 
-        def visit(widget):
-            if widget is None:
-                return
-            matches = (role is None or widget.getRoleName() == role) and (
-                name is None or (name.search(widget.name) if hasattr(name, "search") else widget.name == name))
-            if matches and (not showing or widget.getState().contains(pyatspi.STATE_SHOWING)):
-                found.append(widget)
-            for index in range(widget.childCount):
-                visit(widget.getChildAtIndex(index))
-
-        if app is not None:
-            visit(app)
-        return found
+        def matches(widget):
+            return (role is None or widget.getRoleName() == role) and (
+                name is None or (name.search(widget.name) if hasattr(name, "search") else widget.name == name)) and (
+                not showing or widget.getState().contains(pyatspi.STATE_SHOWING))
+        return [widget for widget in descendants(self.application()) if matches(widget)]
 
     def find(self, role=None, name=None, deadline=None):
         return wait_for(f"{role or 'a widget'} {name!r}", lambda: self.widgets(role, name), deadline)[0]

@@ -2,7 +2,6 @@
 
 import os
 import re
-import shutil
 import sqlite3
 import sys
 import time
@@ -41,11 +40,13 @@ class Shots:
         self.count = 0
 
     def open(self, sandbox, *arguments, host=None):
-        self.desktop.environment["HOME"] = str(self.desktop.folder / f"home-{self.theme}-{self.scale}-{self.count}")
+        self.desktop.environment["HOME"] = str(self.desktop.folder / f"home-{self.theme}-{self.count}")
         self.count += 1
         os.makedirs(self.desktop.environment["HOME"])
         self.desktop.open_app(*arguments, host=host or (sandbox.address if sandbox else None),
                               DRIFTWELL_COLOR_SCHEME=self.theme, QT_SCALE_FACTOR=str(self.scale))
+        if "--tray" in arguments:
+            return
         self.desktop.find("frame", "Driftwell")
         self.window = wait_for("the window", lambda: self.desktop.windows("Driftwell"))[0]
 
@@ -60,10 +61,13 @@ class Shots:
             else:
                 self.desktop.move(self.desktop.size[0] - 5, self.desktop.size[1] // 2)
             self.settle()
-            scale = "" if self.scale == 1 else f"@{self.scale}x"
-            file = self.folder / f"{name}-{self.theme}-{size[0]}x{size[1]}{scale}.png"
-            self.desktop.picture(file, self.window)
-            print(file.name, flush=True)
+            self.keep(name, size)
+
+    def keep(self, name, size=None):
+        parts = [name, self.theme] + ([f"{size[0]}x{size[1]}"] if size else [])
+        file = self.folder / ("-".join(parts) + ("" if self.scale == 1 else f"@{self.scale}x") + ".png")
+        self.desktop.picture(file, self.window)
+        print(file.name, flush=True)
 
     def settle(self):
         """Until two pictures in a row are the same, or for a second where something always moves."""
@@ -126,14 +130,14 @@ def take_connection(shots):
     shots.take("no-host")
     shots.close()
 
-    empty = Sandbox(desktop, data=f"empty-{shots.theme}-{shots.scale}")
+    empty = Sandbox(desktop, data=f"empty-{shots.theme}")
     shots.open(empty)
     desktop.find("label", "No projects yet")
     shots.take("empty")
     shots.close()
     empty.stop()
 
-    closed = Sandbox(desktop, "--require-sign-in", data=f"closed-{shots.theme}-{shots.scale}")
+    closed = Sandbox(desktop, "--require-sign-in", data=f"closed-{shots.theme}")
     shots.open(closed, host=f"http://127.0.0.1:{closed.port}")
     desktop.find("push button", "Sign in…")
     shots.take("signed-out")
@@ -220,20 +224,49 @@ def take_deploy(shots, sandbox):
     shots.close()
 
 
+def take_tray(shots, sandbox):
+    desktop = shots.desktop
+    shots.open(sandbox, "--tray")
+    desktop.click(*desktop.tray_button())
+    desktop.find("label", "RECENTLY DEPLOYED")
+    shots.window = wait_for("the panel", lambda: desktop.windows("Driftwell"))[0]
+    desktop.move(desktop.size[0] - 5, desktop.size[1] // 2)
+    shots.settle()
+    shots.keep("tray")
+    shots.close()
+
+
+def take_drop(shots, sandbox):
+    """The file manager and its pointer have no second scale."""
+    desktop = shots.desktop
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+    icon = desktop.file_manager(sample_folder(desktop, f"{shots.theme}/Spring Lookbook").parent, shots.window)
+    desktop.drag(icon, (icon[0] - 40, icon[1]), (400, 300))
+    desktop.find("panel", "Drop to deploy")
+    shots.settle()
+    shots.keep("drop", SMALL)
+    desktop.key("Escape")
+    desktop.drop()
+    shots.close()
+
+
 def main():
-    programs, folder = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve()
-    shutil.rmtree(folder, ignore_errors=True)
-    folder.mkdir(parents=True)
-    for scale in (1, 2):
-        with Session(programs, size=(1100 * scale + 100, 860 * scale)) as desktop:
-            for theme in ("light", "dark"):
-                shots = Shots(desktop, folder, theme, scale)
-                sandbox = Sandbox(desktop, data=f"platform-{theme}-{scale}")
-                fill(desktop, sandbox)
-                take_connection(shots)
-                take_list(shots, sandbox)
-                take_deploy(shots, sandbox)
-                sandbox.stop()
+    """For one scale: a process sees one desktop in its life."""
+    programs, folder, scale = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve(), int(sys.argv[3])
+    folder.mkdir(parents=True, exist_ok=True)
+    with Session(programs, size=(1300 * scale, 860 * scale)) as desktop:
+        for theme in ("light", "dark"):
+            shots = Shots(desktop, folder, theme, scale)
+            sandbox = Sandbox(desktop, data=f"platform-{theme}")
+            fill(desktop, sandbox)
+            take_connection(shots)
+            take_list(shots, sandbox)
+            take_deploy(shots, sandbox)
+            take_tray(shots, sandbox)
+            if scale == 1:
+                take_drop(shots, sandbox)
+            sandbox.stop()
 
 
 if __name__ == "__main__":

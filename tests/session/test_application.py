@@ -2,7 +2,6 @@
 
 import re
 import signal
-import subprocess
 import time
 import unittest
 import urllib.parse
@@ -105,40 +104,12 @@ class ApplicationTest(DesktopTest):
 
     # --- From a folder to a live site ---
 
-    def file_manager(self, folder):
-        """A real file manager on `folder`, beside the window; gives the place of its first icon."""
-        import pyatspi
-        self.desktop.xdotool("windowsize", "--sync", self.window, 780, 520)
-        thunar = subprocess.Popen(["/usr/bin/thunar", folder], env=self.desktop.environment, stdout=subprocess.DEVNULL,
-                                  stderr=subprocess.DEVNULL)
-        self.extra.append(thunar)
-        window = wait_for("the file manager", lambda: self.desktop.windows(f"{folder.name} - Thunar"))[0]
-        self.desktop.xdotool("windowsize", "--sync", window, 460, 520)
-        self.desktop.xdotool("windowmove", "--sync", window, 800, 40)
-
-        def inside(widget, role):
-            if widget.getRoleName() == role:
-                return widget
-            for index in range(widget.childCount):
-                child = widget.getChildAtIndex(index)
-                found = inside(child, role) if child is not None else None
-                if found:
-                    return found
-            return None
-
-        def icons():
-            thunar = self.desktop.application("thunar")
-            box = inside(thunar, "directory pane").queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-            is_ready = box.x >= 790 and inside(thunar, "status bar").name.startswith("1 folder")
-            return (box.x + 73, box.y + 40) if is_ready else None
-        return wait_for("the folder's icon", icons)
-
     def test_a_folder_dragged_from_the_file_manager_goes_live(self):
         self.start_platform("--delay", "300")
         folder = self.site("Summer Campaign", "<h1>Summer</h1>")
         self.open()
         self.wait_for_text("No projects yet")
-        icon = self.file_manager(folder.parent)
+        icon = self.desktop.file_manager(folder.parent, self.window)
         self.desktop.drag(icon, (icon[0] - 40, icon[1]), (400, 300))
         self.find("panel", "Drop to deploy")
         self.wait_for_text(re.compile(r"^live on driftwell\.localhost:\d+ in about 30 seconds$"))
