@@ -2,6 +2,8 @@
 
 #include "core/Gates.h"
 
+#include <QPointer>
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -20,6 +22,10 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
 
 AppState::~AppState() {
     // Before the client goes: what is stopped does not touch it again.
+    requestStop();
+}
+
+void AppState::requestStop() {
     m_lifetime.request_stop();
     if (m_deployTask) {
         m_deployTask->request_stop();
@@ -29,13 +35,22 @@ AppState::~AppState() {
     }
 }
 
+Task<> AppState::end() {
+    const QPointer<AppState> self(this);
+    requestStop();
+    co_await endDeployments();
+    if (self) {
+        co_await m_background.ended();
+    }
+}
+
 void AppState::start() {
     if (m_started) {
         return;
     }
     m_started = true;
     reloadConfig();
-    detach(refreshLoop(lifetime()));
+    m_background.run(refreshLoop(lifetime()));
 }
 
 void AppState::reloadConfig() {
@@ -59,7 +74,7 @@ void AppState::setHost(const QString& host) {
     }
     m_config = PlatformConfig(trimmed);
     m_status = Status::connecting();
-    detach(refresh(lifetime()));
+    m_background.run(refresh(lifetime()));
 }
 
 void AppState::clearPlatformData() {

@@ -10,6 +10,7 @@
 #include "support/Concurrency.h"
 #include "support/Sleep.h"
 #include "support/Task.h"
+#include "support/TaskGroup.h"
 
 #include <QMap>
 #include <QObject>
@@ -127,6 +128,11 @@ public:
     /// Reads the configuration and starts the polling that keeps the model current. Later calls do nothing.
     void start();
 
+    /// For the end of the process: stops everything that runs in the background and resumes when all of it has ended,
+    /// the temporary files of a deployment gone. What waits for the person does not count. Called once; nothing is
+    /// asked of the model afterwards.
+    Task<> end();
+
     /// Reads the host and the local checkout from the environment and the session file.
     void reloadConfig();
 
@@ -177,10 +183,6 @@ public:
 
     /// Ends the open deployment in any phase, at once; its work stops in the background.
     void cancelDeploy();
-
-    /// The same for the end of the process: resumes when the work of every deployment has stopped and its temporary
-    /// files are gone.
-    Task<> endDeployments();
 
     /// Signs in through the browser, and refreshes. Does nothing without a platform, and while a sign-in is running.
     void signIn();
@@ -247,6 +249,7 @@ private:
     void settleFailure(const PlatformConfig& config, const std::exception& failure);
     void signOutLocally();
     void clearPlatformData();
+    void requestStop();
     [[nodiscard]] std::stop_token lifetime() const { return m_lifetime.get_token(); }
 
     /// Of the sites that are known now.
@@ -258,6 +261,7 @@ private:
     Task<> reloadExpandedHistory(QString site, std::stop_token stop);
 
     Task<> chooseFolder();
+    Task<> endDeployments();
     Task<> countFiles(std::shared_ptr<DeployFlow> flow);
     Task<> publish(std::shared_ptr<DeployFlow> flow, QString site, PlatformConfig config, std::stop_token stop);
 
@@ -270,6 +274,7 @@ private:
     Sleeper m_sleep;
     std::unique_ptr<QSettings> m_defaults;
     std::stop_source m_lifetime;
+    TaskGroup m_background;
     bool m_started = false;
     std::optional<std::stop_source> m_deployTask;
     /// Those that may still be worked on, cancelled ones among them.

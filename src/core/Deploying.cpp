@@ -62,7 +62,7 @@ void AppState::beginDeploy(const std::filesystem::path& folder) {
     const auto flow = std::make_shared<DeployFlow>(tidy, suggestion);
     connect(flow.get(), &DeployFlow::phaseChanged, this, &AppState::isDeployingChanged);
     m_deployFlow = flow;
-    detach(countFiles(flow));
+    m_background.run(countFiles(flow));
 }
 
 Task<> AppState::countFiles(std::shared_ptr<DeployFlow> flow) {
@@ -89,7 +89,7 @@ void AppState::confirmDeploy() {
     std::erase_if(m_startedFlows, [](const auto& started) { return started.expired(); });
     m_startedFlows.push_back(flow);
     m_deployTask.emplace();
-    detach(publish(flow, flow->siteName(), *m_config.value(), m_deployTask->get_token()));
+    m_background.run(publish(flow, flow->siteName(), *m_config.value(), m_deployTask->get_token()));
 }
 
 Task<> AppState::publish(std::shared_ptr<DeployFlow> flow, QString site, PlatformConfig config, std::stop_token stop) {
@@ -124,6 +124,7 @@ void AppState::cancelDeploy() {
     m_deployFlow = nullptr;
 }
 
+/// Resumes when the work of every deployment has stopped and its temporary files are gone.
 Task<> AppState::endDeployments() {
     const QPointer<AppState> self(this);
     cancelDeploy();

@@ -13,7 +13,7 @@ void AppState::signIn() {
     m_signInError = std::nullopt;
     m_isSigningIn = true;
     m_signInTask.emplace();
-    detach(runSignIn(*m_config.value(), m_signInTask->get_token()));
+    m_background.run(runSignIn(*m_config.value(), m_signInTask->get_token()));
 }
 
 Task<> AppState::runSignIn(PlatformConfig config, std::stop_token stop) {

@@ -161,6 +161,28 @@ TEST_F(AppStateTest, ASecondStartBeforeTheFirstRefreshChangesNothing) {
     EXPECT_THAT(server.requests("/api/me"), SizeIs(1));
 }
 
+TEST_F(AppStateTest, AtTheEndItsPollingStops) {
+    configureLocal();
+    answerAll();
+    model().start();
+    waitUntil([this] { return sleeper.isAsleep(); });
+    await(model().end());
+    EXPECT_FALSE(sleeper.isAsleep());
+    EXPECT_THAT(server.requests("/api/me"), SizeIs(1));
+}
+
+TEST_F(AppStateTest, TheEndComesWhenTheLastRequestHasStopped) {
+    configureLocal();
+    answerAll();
+    const PlatformServer::Hold held = server.holdAnswer("/api/me");
+    model().start();
+    waitUntil([&held] { return held.arrived(); });
+    await(model().end());
+    waitUntil([&held] { return held.abandoned(); });
+    EXPECT_FALSE(sleeper.isAsleep());
+    EXPECT_EQ(model().status(), Status::connecting());
+}
+
 TEST_F(AppStateTest, SettingTheHostConnectsToIt) {
     answerAll();
     PlatformServer::Hold held = server.holdAnswer("/api/me");

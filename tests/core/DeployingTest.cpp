@@ -752,6 +752,17 @@ TEST_F(CancelledDeploymentTest, AWaitForThePlatformsAnswerEnds) {
     EXPECT_THAT(requestedPaths(), SizeIs(1)) << "no refresh follows";
 }
 
+TEST_F(CancelledDeploymentTest, TheEndOfTheModelEndsAnUpload) {
+    PlatformServer::Hold held = server.holdBody("/api/deploy");
+    uploadThatStalls();
+    watchFlow();
+    waitUntil([&held] { return held.arrived(); });
+    await(model().end());
+    EXPECT_EQ(flow(), nullptr);
+    EXPECT_TRUE(flowGone());
+    waitForNothingLeft();
+}
+
 TEST_F(CancelledDeploymentTest, AFailedDeploymentIsClosed) {
     server.answer("/api/deploy", 500, "");
     begin(makeFolder());

@@ -4,7 +4,7 @@ import os
 import unittest
 from pathlib import Path
 
-from session import Sandbox, Session, wait_for
+from session import DEADLINE, Sandbox, Session, wait_for
 
 PROGRAMS = Path(os.environ["DRIFTWELL_PROGRAMS"])
 
@@ -74,6 +74,11 @@ class DesktopTest(unittest.TestCase):
             window = wait_for("the window", lambda: self.desktop.windows("Driftwell"))[0]
             self.desktop.xdotool("windowmove", "--sync", window, 0, 40)
             self.window = window
+
+    def wait_for_end(self):
+        """Of the application, by itself and in order."""
+        self.assertEqual(self.desktop.app.wait(DEADLINE), 0, self.desktop.app_log())
+        self.desktop.app = None
 
     def find(self, role, name=None):
         return self.desktop.find(role, name)

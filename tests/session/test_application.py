@@ -59,8 +59,7 @@ class ApplicationTest(DesktopTest):
         self.open("--tray")
         self.desktop.click(*self.tray_button())
         self.press("push button", "Quit")
-        self.assertEqual(self.desktop.app.wait(20), 0)
-        self.desktop.app = None
+        self.wait_for_end()
 
     def test_the_panel_is_used_with_the_keyboard_alone(self):
         self.start_platform()
@@ -99,8 +98,7 @@ class ApplicationTest(DesktopTest):
         choose("Open Driftwell")
         self.wait_for_rows("handbook", "portfolio")
         choose("Quit")
-        self.assertEqual(self.desktop.app.wait(20), 0)
-        self.desktop.app = None
+        self.wait_for_end()
 
     # --- From a folder to a live site ---
 
@@ -185,8 +183,7 @@ class ApplicationTest(DesktopTest):
             self.find("progress bar", "Deployment")
             self.assertTrue(list(Path(self.desktop.environment["TMPDIR"]).iterdir()))
             end()
-            self.assertEqual(self.desktop.app.wait(20), 0)
-            self.desktop.app = None
+            self.wait_for_end()
             self.assertEqual(list(Path(self.desktop.environment["TMPDIR"]).iterdir()), [])
 
     # --- The list ---

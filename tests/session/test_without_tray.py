@@ -69,8 +69,7 @@ class WithoutTrayTest(DesktopTest):
         self.close_window()
         self.wait_for_notification()
         self.desktop.choose_in_notification(1, "Quit")
-        self.assertEqual(self.desktop.app.wait(20), 0)
-        self.desktop.app = None
+        self.wait_for_end()
 
     def test_where_nobody_shows_notifications_the_application_goes_on(self):
         self.open()

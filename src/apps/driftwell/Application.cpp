@@ -4,7 +4,9 @@
 #include "support/Concurrency.h"
 
 #include <QCoreApplication>
+#include <QTimer>
 
+#include <chrono>
 #include <utility>
 
 namespace driftwell {
@@ -12,6 +14,8 @@ namespace driftwell {
 using Action = Invocation::Action;
 
 namespace {
+
+constexpr std::chrono::seconds quitPatience(15);
 
 const QString openKey = QStringLiteral("open");
 const QString quitKey = QStringLiteral("quit");
@@ -47,7 +51,9 @@ void Application::quit() {
 }
 
 Task<> Application::endAndQuit() {
-    co_await m_state.endDeployments();
+    // A folder on a server that does not answer, for example, keeps nobody from quitting.
+    QTimer::singleShot(quitPatience, qApp, &QCoreApplication::quit);
+    co_await m_state.end();
     QCoreApplication::quit();
 }
 
