@@ -37,6 +37,9 @@ protected:
     [[nodiscard]] static QColor light(Token token) { return DW::color(token, ColorScheme::Light); }
     [[nodiscard]] bool enabled(const char* button) { return the(Role::Button, QString::fromUtf8(button)).isEnabled(); }
 
+    /// What the window's own buttons act on.
+    [[nodiscard]] QWindow& frame() { return m_frame; }
+
 private:
     QWindow m_frame;
     std::unique_ptr<MainWindowModel> m_window;
@@ -236,6 +239,20 @@ TEST_F(DeploySheetTest, NothingBehindTheSheetCanBeReached) {
     press(Qt::Key_D, Qt::ControlModifier);
     EXPECT_THAT(desktop.folderQuestions(), IsEmpty());
     EXPECT_TRUE(flow().isConfirming());
+}
+
+TEST_F(DeploySheetTest, TheWindowsButtonsStillAct) {
+    showSheet();
+    frame().show();
+    click(QStringLiteral("Maximize"));
+    EXPECT_EQ(frame().visibility(), QWindow::Maximized);
+    EXPECT_TRUE(sheetIsThere());
+}
+
+TEST_F(DeploySheetTest, NothingElseOfTheBarActs) {
+    showSheet();
+    click(all(Role::EditableText, QStringLiteral("Filter projects")).front().item);
+    EXPECT_EQ(focus(), "EditableText Site name");
 }
 
 TEST_F(DeploySheetTest, ALongNameAndALongFolderStayInTheSheet) {

@@ -104,6 +104,13 @@ Rectangle {
         anchors.fill: parent
         window: root.window
     }
+    SheetFrame {
+        parent: root.placed ? root.Window.contentItem : root
+        anchors.fill: parent
+        visible: root.sheetOpen
+        toolbar: toolbar
+        window: root.window
+    }
     Shortcut {
         sequences: ["Ctrl+F"]
         enabled: !root.sheetOpen

@@ -14,6 +14,15 @@ Rectangle {
         filter.selectAll();
     }
 
+    // For a press that does not reach the button itself.
+    function clickWindowButton(at: point): void {
+        const inside = windowButtons.mapFromItem(toolbar, at);
+        const button = windowButtons.childAt(inside.x, inside.y) as IconButton;
+        if (button) {
+            button.clicked();
+        }
+    }
+
     implicitHeight: 52
     color: DW.toolbar
     Accessible.role: Accessible.ToolBar
@@ -30,6 +39,8 @@ Rectangle {
         onDoubleTapped: toolbar.window.toggleMaximized()
     }
     WindowButtons {
+        id: windowButtons
+
         x: 8
         anchors.verticalCenter: parent.verticalCenter
         window: toolbar.window
