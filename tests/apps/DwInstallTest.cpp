@@ -18,9 +18,7 @@ protected:
         install.command = {DRIFTWELL_CMAKE, "--install", DRIFTWELL_BUILD, "--prefix", home() / "prefix"};
         const Ending ending = run(install);
         ASSERT_EQ(ending.exitCode, 0) << ending.output << ending.error;
-        std::filesystem::create_directory(home() / "moved here");
-        std::filesystem::rename(home() / "prefix/Driftwell", contents.parent_path());
-        std::filesystem::remove_all(home() / "prefix");
+        std::filesystem::rename(home() / "prefix", home() / "moved here");
     }
 
     [[nodiscard]] Ending runInstalled(const std::filesystem::path& program, std::vector<std::string> arguments) const {
@@ -50,6 +48,10 @@ TEST_F(DwInstall, WorksWhereverItIs) {
     EXPECT_EQ(runInstalled(installed, {"--version"}).output, DRIFTWELL_VERSION "\n");
     EXPECT_EQ(runInstalled(installed, {"deploy", "site"}).exitCode, 0);
     EXPECT_EQ(sandbox.visit("site").body, "x");
+}
+
+TEST_F(DwInstall, TheApplicationIsFoundByTheNameThatItsDesktopEntrySays) {
+    EXPECT_EQ(runInstalled(home() / "moved here/bin/driftwell", {"--version"}).output, DRIFTWELL_VERSION "\n");
 }
 
 TEST_F(DwInstall, BelongsToItsOwnTreeAlsoByALink) {

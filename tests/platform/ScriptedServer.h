@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -32,6 +33,8 @@ public:
 
 private:
     UniqueFd m_event;
+    /// The thread sanitizer does not see that the event hands anything over.
+    mutable std::atomic<bool> m_isOpen = false;
 };
 
 /// A request as it came over the wire.

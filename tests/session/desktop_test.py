@@ -70,10 +70,14 @@ class DesktopTest(unittest.TestCase):
     def open(self, *arguments):
         self.desktop.open_app(*arguments, host=self.platform.address)
         if "--tray" not in arguments:
-            self.find("frame", "Driftwell")
-            window = wait_for("the window", lambda: self.desktop.windows("Driftwell"))[0]
-            self.desktop.xdotool("windowmove", "--sync", window, 0, 40)
-            self.window = window
+            self.place_window()
+
+    def place_window(self):
+        """Where the window manager has put it, it is only seen to be a moment later."""
+        self.find("frame", "Driftwell")
+        self.window = wait_for("the window", lambda: self.desktop.windows("Driftwell"))[0]
+        self.desktop.xdotool("windowmove", "--sync", self.window, 0, 40)
+        wait_for("the window in its place", lambda: self.desktop.corner(self.find("frame", "Driftwell")) == (0, 40))
 
     def wait_for_end(self):
         """Of the application, by itself and in order."""

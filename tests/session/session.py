@@ -95,10 +95,12 @@ class Sandbox:
 class Session:
     """The desktop, with a panel or without. Use as a context manager."""
 
-    def __init__(self, programs, size=(1280, 900), panel=True):
+    def __init__(self, programs, size=(1280, 900), panel=True, scale=1):
         self.programs = Path(programs)
         self.size = size
         self.has_panel = panel
+        # Of the application's pixels, in which it tells where its widgets are.
+        self.scale = scale
         self.panel = None
         self.notifier = None
         self.processes = []
@@ -292,18 +294,16 @@ class Session:
 
     def tray_button(self):
         """Where the tray shows its one item: the small button in the panel at the top of the screen."""
-        import pyatspi
-
         seen = []
 
         def button():
             seen.clear()
             for widget in descendants(self.application("xfce4-panel")):
                 role = widget.getRoleName()
-                box = widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS) if role != "application" else None
+                box = self.box(widget) if role != "application" else None
                 seen.append((role, widget.name, box and (box.x, box.y, box.width, box.height)))
                 if role == "push button" and 0 <= box.y < 26 and box.width > 8:
-                    return self.place(widget)
+                    return box.x + box.width / 2, box.y + box.height / 2
             return None
         try:
             return wait_for("the item in the tray", button)
@@ -314,7 +314,6 @@ class Session:
 
     def file_manager(self, folder, window):
         """A real file manager on `folder`, beside the application's window; gives the place of its one icon."""
-        import pyatspi
         self.xdotool("windowmove", "--sync", window, 0, 40)
         self.xdotool("windowsize", "--sync", window, 780, 520)
         self.spawn("/usr/bin/thunar", folder)
@@ -324,7 +323,7 @@ class Session:
 
         def icon():
             found = {widget.getRoleName(): widget for widget in descendants(self.application("thunar"))}
-            box = found["directory pane"].queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+            box = self.box(found["directory pane"])
             is_ready = box.x >= 790 and found["status bar"].name.startswith("1 folder")
             return (box.x + 73, box.y + 40) if is_ready else None
         return wait_for("the folder's icon", icon)
@@ -443,11 +442,18 @@ class Session:
     def gone(self, role=None, name=None):
         wait_for(f"the end of {role or 'a widget'} {name!r}", lambda: not self.widgets(role, name))
 
-    def place(self, widget):
-        """The middle of a widget on screen."""
+    def box(self, widget):
         import pyatspi
-        box = widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
-        return box.x + box.width / 2, box.y + box.height / 2
+        return widget.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+
+    def place(self, widget):
+        """The middle of a widget of the application on screen."""
+        box = self.box(widget)
+        return (box.x + box.width / 2) * self.scale, (box.y + box.height / 2) * self.scale
+
+    def corner(self, widget):
+        box = self.box(widget)
+        return box.x, box.y
 
     def press(self, role, name):
         """A click on a widget, with the mouse."""

@@ -255,7 +255,7 @@ def main():
     """For one scale: a process sees one desktop in its life."""
     programs, folder, scale = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve(), int(sys.argv[3])
     folder.mkdir(parents=True, exist_ok=True)
-    with Session(programs, size=(1300 * scale, 860 * scale)) as desktop:
+    with Session(programs, size=(1300 * scale, 860 * scale), scale=scale) as desktop:
         for theme in ("light", "dark"):
             shots = Shots(desktop, folder, theme, scale)
             sandbox = Sandbox(desktop, data=f"platform-{theme}")

@@ -3,7 +3,7 @@
 import unittest
 
 from desktop_test import DesktopTest
-from session import wait_for
+from session import DEADLINE, wait_for
 
 
 class WithoutTrayTest(DesktopTest):
@@ -28,8 +28,9 @@ class WithoutTrayTest(DesktopTest):
         wait_for("the tray item", lambda: len(self.desktop.tray_items()) == 1)
 
     def open_again(self):
-        self.assertEqual(self.desktop.launch(host=self.platform.address).wait(20), 0)
+        self.assertEqual(self.desktop.launch(host=self.platform.address).wait(DEADLINE), 0)
         self.wait_for_text("No projects yet")
+        self.place_window()
 
     def test_a_closed_window_leaves_a_notification_that_opens_it_again(self):
         self.desktop.start_notifications()
