@@ -1,10 +1,15 @@
 import QtQuick
 
-Image {
-    width: 24
-    height: 24
-    sourceSize.width: 24 * Screen.devicePixelRatio
-    sourceSize.height: 24 * Screen.devicePixelRatio
-    source: "qrc:/driftwell/icons/Logo.svg"
-    Accessible.ignored: true
+// The application's mark, sharp at every scale.
+Item {
+    implicitWidth: 24
+    implicitHeight: 24
+
+    Image {
+        anchors.fill: parent
+        sourceSize.width: width * Screen.devicePixelRatio
+        sourceSize.height: height * Screen.devicePixelRatio
+        source: "qrc:/driftwell/icons/Logo.svg"
+        Accessible.ignored: true
+    }
 }
