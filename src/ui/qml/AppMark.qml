@@ -10,6 +10,8 @@ Item {
         sourceSize.width: width * Screen.devicePixelRatio
         sourceSize.height: height * Screen.devicePixelRatio
         source: "qrc:/driftwell/icons/Logo.svg"
+        // It goes with the window.
+        cache: false
         Accessible.ignored: true
     }
 }
