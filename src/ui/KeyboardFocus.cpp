@@ -1,5 +1,7 @@
 #include "ui/KeyboardFocus.h"
 
+#include <QTimer>
+
 namespace driftwell {
 
 KeyboardFocus::KeyboardFocus(QQuickView& view) : m_view(view) {
@@ -10,7 +12,7 @@ void KeyboardFocus::follow() {
     QQuickItem* const item = m_view.activeFocusItem();
     if (item == m_view.contentItem()) {
         // Later: the keyboard may be on its way to another item.
-        QMetaObject::invokeMethod(this, &KeyboardFocus::restore, Qt::QueuedConnection);
+        QTimer::singleShot(0, this, &KeyboardFocus::restore);
     } else if (item != nullptr && m_view.rootObject() != nullptr && m_view.rootObject()->isAncestorOf(item)) {
         m_last = item;
     }
