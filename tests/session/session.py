@@ -47,6 +47,20 @@ def end_with_parent():
     ctypes.CDLL(None).prctl(pr_set_pdeathsig, signal.SIGKILL)
 
 
+def adopt_orphans():
+    """What a desktop's programs start, and leave behind when they end, becomes a child of this process."""
+    pr_set_child_subreaper = 36
+    ctypes.CDLL(None).prctl(pr_set_child_subreaper, 1)
+
+
+def end_children():
+    """Ends every child process, adopted ones too, and theirs."""
+    while children := Path("/proc/thread-self/children").read_text().split():
+        for child in map(int, children):
+            os.kill(child, signal.SIGKILL)
+            os.waitpid(child, 0)
+
+
 def descendants(widget):
     """A widget of any application's tree, and all below it."""
     if widget is not None:
@@ -122,6 +136,7 @@ class Session:
                 self.environment[name] = value
 
     def __enter__(self):
+        adopt_orphans()
         for name in ("home", "run"):
             (self.folder / name).mkdir()
         (self.folder / "run").chmod(0o700)
@@ -136,6 +151,7 @@ class Session:
         for process in reversed(self.processes):
             process.kill()
             process.wait()
+        end_children()
         shutil.rmtree(self.folder, ignore_errors=True)
 
     # --- Setting up ---
