@@ -8,6 +8,7 @@
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
 #include <QGuiApplication>
+#include <QTimer>
 
 #include <gmock/gmock.h>
 
@@ -139,12 +140,9 @@ TEST_F(NotificationTest, HandsOnWhatAWindowIsRaisedWith) {
 TEST_F(NotificationTest, TellsAnActionThatFollowsItsNumberAtOnce) {
     const auto service = desktopThatGives(7);
     service->on(name, notify, [&service](const QDBusMessage& call) {
-        QMetaObject::invokeMethod(
-            service.get(),
-            [&service] {
-                say(*service, "ActionInvoked", {7U, QStringLiteral("come")});
-            },
-            Qt::QueuedConnection);
+        QTimer::singleShot(0, service.get(), [&service] {
+            say(*service, "ActionInvoked", {7U, QStringLiteral("come")});
+        });
         return call.createReply(7U);
     });
     const auto notification = begun(client);

@@ -63,7 +63,7 @@ private:
 
 class X11TrayTest : public testing::Test {
 protected:
-    ~X11TrayTest() override {
+    void TearDown() override {
         waitUntil([] { return !X11Tray().isPresent(); });
     }
 

@@ -309,20 +309,23 @@ class Session:
             bus.close()
 
     def tray_button(self):
-        """Where the tray shows its one item: the small button in the panel at the top of the screen."""
+        """Where the tray shows its one item: the middle of the tray's box, which is as wide as what it holds. What it
+        holds a panel that was looked at early does not always tell."""
         seen = []
 
-        def button():
+        def box_of_one_item():
+            if len(self.tray_items()) != 1:
+                return None
             seen.clear()
             for widget in descendants(self.application("xfce4-panel")):
                 role = widget.getRoleName()
                 box = self.box(widget) if role != "application" else None
                 seen.append((role, widget.name, box and (box.x, box.y, box.width, box.height)))
-                if role == "push button" and 0 <= box.y < 26 and box.width > 8:
+                if role == "filler" and box.y == 0 and 16 < box.width < 40:
                     return box.x + box.width / 2, box.y + box.height / 2
             return None
         try:
-            return wait_for("the item in the tray", button)
+            return wait_for("the item in the tray", box_of_one_item)
         except TimedOut as failure:
             raise TimedOut(f"{failure}; the panel has {seen}, the tray {self.tray_items()}") from None
 

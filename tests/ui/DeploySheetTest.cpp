@@ -11,7 +11,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
-using testing::StartsWith;
 using Token = DW::Token;
 
 /// The sheets, over the window that they belong to.

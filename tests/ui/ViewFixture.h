@@ -29,11 +29,13 @@ struct Seen {
 /// reader is told, the pointer, the keyboard, and the pixels. Everything is awaited; nothing depends on how fast the
 /// machine is.
 class ViewFixture : public UiFixture {
+public:
+    ~ViewFixture() override;
+
 protected:
     using Role = QAccessible::Role;
 
     ViewFixture();
-    ~ViewFixture() override;
     void TearDown() override;
 
     /// Shows a file of the module. The objects among the properties live until the end of the test or hideView().
