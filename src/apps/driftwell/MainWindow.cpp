@@ -7,6 +7,7 @@
 #include "ui/WindowControls.h"
 
 #include <QKeyEvent>
+#include <QTimer>
 
 namespace driftwell {
 
@@ -55,7 +56,7 @@ void MainWindow::open() {
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Close) {
         // Later: the window is in the middle of it, and the click that closed it in the middle of a handler.
-        QMetaObject::invokeMethod(this, &MainWindow::unload, Qt::QueuedConnection);
+        QTimer::singleShot(0, this, &MainWindow::unload);
     }
     // Before the scene, whose sheets keep every key to themselves.
     if (event->type() == QEvent::KeyPress && leave(*static_cast<QKeyEvent*>(event))) {

@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QQuickItem>
 #include <QScreen>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -76,7 +77,7 @@ void TrayPanel::followActivation() {
 
 void TrayPanel::dismissSoon() {
     // The scene is in the middle of the handler that asks for it.
-    QMetaObject::invokeMethod(this, &TrayPanel::dismiss, Qt::QueuedConnection);
+    QTimer::singleShot(0, this, &TrayPanel::dismiss);
 }
 
 void TrayPanel::dismiss() {

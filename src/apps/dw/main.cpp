@@ -5,6 +5,7 @@
 #include "support/Interruption.h"
 
 #include <QCoreApplication>
+#include <QTimer>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -47,12 +48,9 @@ int main(int argc, char** argv) {
     auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
 
     // From the event loop, so that a command that ends at once finds it running.
-    QMetaObject::invokeMethod(
-        &application,
-        [&] {
-            detach(runAndQuit(*parsed.arguments, {std::move(client), reporter, interruption.token()}));
-        },
-        Qt::QueuedConnection);
+    QTimer::singleShot(0, &application, [&] {
+        detach(runAndQuit(*parsed.arguments, {std::move(client), reporter, interruption.token()}));
+    });
     const int code = QCoreApplication::exec();
     return reporter.flush() ? code : static_cast<int>(dw::ExitCode::Failed);
 }
