@@ -4,7 +4,7 @@ import os
 import unittest
 from pathlib import Path
 
-from session import DEADLINE, Sandbox, Session, wait_for
+from session import DEADLINE, Sandbox, Session, TimedOut, wait_for
 
 PROGRAMS = Path(os.environ["DRIFTWELL_PROGRAMS"])
 
@@ -108,5 +108,14 @@ class DesktopTest(unittest.TestCase):
     def wait_for_opened(self, address):
         wait_for(f"{address} in the browser", lambda: address in self.desktop.opened())
 
-    def tray_button(self):
-        return self.desktop.tray_button()
+    def click_in_tray(self):
+        """Opens the application's panel. A desktop's panel that has just started moves its items about: a click that
+        went beside the item is made again."""
+        for patience in (5, 10, None):
+            self.desktop.click(*self.desktop.tray_button())
+            try:
+                self.desktop.find("push button", "Quit", patience)
+                return
+            except TimedOut:
+                if patience is None:
+                    raise

@@ -312,6 +312,12 @@ class Session:
         """Where the tray shows its one item: the middle of the tray's box, which is as wide as what it holds. What it
         holds a panel that was looked at early does not always tell."""
         seen = []
+        places = []
+
+        def place_of_one_item():
+            places.append(box_of_one_item())
+            last = places[-5:]
+            return last[0] if len(last) == 5 and len(set(last)) == 1 else None
 
         def box_of_one_item():
             if len(self.tray_items()) != 1:
@@ -325,7 +331,7 @@ class Session:
                     return box.x + box.width / 2, box.y + box.height / 2
             return None
         try:
-            return wait_for("the item in the tray", box_of_one_item)
+            return wait_for("the item in the tray, standing still", place_of_one_item)
         except TimedOut as failure:
             raise TimedOut(f"{failure}; the panel has {seen}, the tray {self.tray_items()}") from None
 

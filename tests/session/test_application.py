@@ -32,7 +32,7 @@ class ApplicationTest(DesktopTest):
         wait_for("the tray item", lambda: len(self.desktop.tray_items()) == 1)
         self.assertEqual(self.desktop.windows("Driftwell"), [])
         wait_for("the connection", lambda: self.desktop.application() is not None)
-        self.desktop.click(*self.tray_button())
+        self.click_in_tray()
         self.find("label", "RECENTLY DEPLOYED")
         wait_for("the recent sites", lambda: [b.name for b in self.desktop.widgets("push button")][:2] ==
                  ["handbook", "portfolio"])
@@ -49,7 +49,7 @@ class ApplicationTest(DesktopTest):
         self.press("push button", "Close")
         wait_for("the end of the window", lambda: not self.desktop.windows("Driftwell"))
         self.assertIsNone(self.desktop.app.poll())
-        self.desktop.click(*self.tray_button())
+        self.click_in_tray()
         self.press("push button", "Open Driftwell")
         self.wait_for_rows("portfolio")
         self.assertEqual(self.desktop.widgets("label", "RECENTLY DEPLOYED"), [])
@@ -57,7 +57,7 @@ class ApplicationTest(DesktopTest):
     def test_quit_in_the_panel_ends_the_application(self):
         self.start_platform()
         self.open("--tray")
-        self.desktop.click(*self.tray_button())
+        self.click_in_tray()
         self.press("push button", "Quit")
         self.wait_for_end()
 
@@ -65,7 +65,7 @@ class ApplicationTest(DesktopTest):
         self.start_platform()
         self.publish("portfolio", "handbook")
         self.open("--tray")
-        self.desktop.click(*self.tray_button())
+        self.click_in_tray()
         wait_for("the keyboard on the first site", lambda: self.focused_names() == ["handbook"])
         self.desktop.key("Tab")
         wait_for("the keyboard on the next site", lambda: self.focused_names() == ["portfolio"])
@@ -78,7 +78,7 @@ class ApplicationTest(DesktopTest):
         self.desktop.key("Escape")
         self.desktop.gone("label", "RECENTLY DEPLOYED")
 
-        self.desktop.click(*self.tray_button())
+        self.click_in_tray()
         wait_for("the keyboard on the first site", lambda: self.focused_names() == ["handbook"])
         self.desktop.key("Tab", "Tab", "Return")
         self.wait_for_rows("handbook", "portfolio")
@@ -287,7 +287,7 @@ class ApplicationTest(DesktopTest):
         wait_for("the second attempt in the browser", lambda: len(self.desktop.opened()) == 2)
         self.assertIn("Signed in to Driftwell", self.sign_in_as("person-ines"))
         self.wait_for_text("No projects yet")
-        self.desktop.click(*self.tray_button())
+        self.click_in_tray()
         self.press("push button", "Sign out")
         self.wait_for_text(f"Sign in to 127.0.0.1:{self.platform.port}")
 

@@ -85,7 +85,7 @@ class WithoutTrayTest(DesktopTest):
         self.assertEqual(self.desktop.windows("Driftwell"), [])
         self.desktop.start_panel()
         self.wait_for_item()
-        self.desktop.click(*self.tray_button())
+        self.click_in_tray()
         self.press("push button", "Open Driftwell")
         self.wait_for_text("No projects yet")
         self.close_window()
@@ -108,7 +108,7 @@ class WithoutTrayTest(DesktopTest):
         self.desktop.stop_panel()
         self.desktop.start_panel()
         self.wait_for_item()
-        self.desktop.click(*self.tray_button())
+        self.click_in_tray()
         self.find("push button", "Open Driftwell")
 
 
