@@ -2,6 +2,8 @@
 #include "ui/MainWindowModel.h"
 #include "ui/WindowControls.h"
 
+#include <QTest>
+
 #include <gmock/gmock.h>
 
 namespace driftwell::tests {
@@ -246,6 +248,15 @@ TEST_F(DeploySheetTest, TheWindowsButtonsStillAct) {
     click(QStringLiteral("Maximize"));
     EXPECT_EQ(frame().visibility(), QWindow::Maximized);
     EXPECT_TRUE(sheetIsThere());
+}
+
+TEST_F(DeploySheetTest, ADoubleClickOnAWindowButtonIsNotOneOnTheBar) {
+    showSheet();
+    frame().show();
+    QQuickItem* const button = the(Role::Button, QStringLiteral("Maximize")).item;
+    const QPointF middle = button->mapToScene({button->width() / 2, button->height() / 2});
+    QTest::mouseDClick(&view(), Qt::LeftButton, {}, middle.toPoint());
+    EXPECT_EQ(frame().visibility(), QWindow::Maximized);
 }
 
 TEST_F(DeploySheetTest, NothingElseOfTheBarActs) {

@@ -51,8 +51,12 @@ void Application::quit() {
 }
 
 Task<> Application::endAndQuit() {
+    // At once, and so that nothing more is begun in it.
+    m_window.hide();
     // A folder on a server that does not answer, for example, keeps nobody from quitting.
-    QTimer::singleShot(quitPatience, qApp, &QCoreApplication::quit);
+    QTimer patience;
+    connect(&patience, &QTimer::timeout, qApp, &QCoreApplication::quit);
+    patience.start(quitPatience);
     co_await m_state.end();
     QCoreApplication::quit();
 }

@@ -39,6 +39,12 @@ void MainWindow::show(const QByteArray& activationToken) {
     bringForward(*view(), activationToken);
 }
 
+void MainWindow::hide() {
+    if (m_contents) {
+        view()->hide();
+    }
+}
+
 void MainWindow::open() {
     m_contents = std::make_unique<Contents>(m_state, m_desktop);
     QQuickView& window = m_contents->scene.view();

@@ -31,6 +31,9 @@ public:
     /// may be raised; empty where there is none.
     void show(const QByteArray& activationToken = {});
 
+    /// Takes the window from the screen and leaves it open.
+    void hide();
+
     /// Null while it is closed.
     [[nodiscard]] QQuickView* view() const;
 

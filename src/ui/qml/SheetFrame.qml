@@ -25,8 +25,11 @@ Item {
         TapHandler {
             acceptedButtons: Qt.LeftButton
             gesturePolicy: TapHandler.DragThreshold
-            onTapped: eventPoint => frame.toolbar.clickWindowButton(eventPoint.position)
-            onDoubleTapped: frame.window.toggleMaximized()
+            onTapped: eventPoint => frame.toolbar.windowButtonAt(eventPoint.position)?.clicked()
+            onDoubleTapped: eventPoint => {
+                if (!frame.toolbar.windowButtonAt(eventPoint.position))
+                    frame.window.toggleMaximized();
+            }
         }
     }
     ResizeBorder {

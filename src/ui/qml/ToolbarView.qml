@@ -14,13 +14,10 @@ Rectangle {
         filter.selectAll();
     }
 
-    // For a press that does not reach the button itself.
-    function clickWindowButton(at: point): void {
+    // For a press that does not reach the button itself; null beside them.
+    function windowButtonAt(at: point): IconButton {
         const inside = windowButtons.mapFromItem(toolbar, at);
-        const button = windowButtons.childAt(inside.x, inside.y) as IconButton;
-        if (button) {
-            button.clicked();
-        }
+        return windowButtons.childAt(inside.x, inside.y) as IconButton;
     }
 
     implicitHeight: 52
