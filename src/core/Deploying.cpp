@@ -1,10 +1,11 @@
 #include "core/AppState.h"
 #include "deploy/DeployRelease.h"
+#include "deploy/DeployResult.h"
 #include "deploy/FolderScan.h"
 #include "deploy/SiteName.h"
 #include "support/Cancellation.h"
 #include "support/EventLoop.h"
-#include "support/WorkerPool.h"
+#include "support/OwnThread.h"
 
 #include <QPointer>
 
@@ -71,9 +72,10 @@ Task<> AppState::countFiles(std::shared_ptr<DeployFlow> flow) {
         return scanFolder(folder, stop);
     };
     try {
-        const FolderScan files = co_await runOnPool(scanWork);
+        const FolderScan files = co_await runOnOwnThread(scanWork, lifetime());
         if (self && m_deployFlow.value() == flow) {
             flow->showFigures(files.fileCount, files.byteCount);
+            flow->showUnreadable(files.unreadable);
         }
     } catch (const std::exception&) {
         // The figures stay absent; the scan of the deployment itself reports what is wrong.
@@ -95,9 +97,10 @@ void AppState::confirmDeploy() {
 Task<> AppState::publish(std::shared_ptr<DeployFlow> flow, QString site, PlatformConfig config, std::stop_token stop) {
     const QPointer<AppState> self(this);
     try {
-        const DeployResponse response =
+        const DeployResult result =
             co_await m_client->deploy(flow->folder(), site, config, stageReporter(flow), stop);
-        flow->succeed(response);
+        flow->showUnreadable(result.unreadable);
+        flow->succeed(result.response, result.sentFiles);
     } catch (const Cancelled&) {
         if (self && m_deployFlow.value() == flow) {
             m_deployFlow = nullptr;

@@ -16,6 +16,7 @@
 
 namespace driftwell {
 
+struct DeployResult;
 struct DeployStage;
 struct FolderScan;
 
@@ -104,8 +105,8 @@ public:
     /// PlatformError, std::system_error for a failure of this machine, and Cancelled; the folder is untouched and no
     /// temporary file is left in every case. A stop that comes while the archive is being packed takes effect when
     /// packing has ended.
-    [[nodiscard]] Task<DeployResponse> deploy(std::filesystem::path folder, QString site, PlatformConfig config,
-                                              std::function<void(DeployStage)> onStage, std::stop_token stop);
+    [[nodiscard]] Task<DeployResult> deploy(std::filesystem::path folder, QString site, PlatformConfig config,
+                                            std::function<void(DeployStage)> onStage, std::stop_token stop);
 
 private:
     struct Call {
@@ -127,6 +128,10 @@ private:
                                            std::stop_token stop);
 
     [[nodiscard]] std::vector<std::pair<QByteArray, QByteArray>> authHeaders(const PlatformConfig& config) const;
+
+    Task<DeployResponse> packAndSend(std::filesystem::path folder, FolderScan files,
+                                     std::filesystem::path workingFolder, QString site, PlatformConfig config,
+                                     std::function<void(DeployStage)> onStage, std::stop_token stop);
 
     Task<DeployResponse> sendArchive(FileBody archive, QString site, PlatformConfig config, std::stop_token stop);
 

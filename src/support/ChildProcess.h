@@ -1,9 +1,11 @@
 #pragma once
 
 #include "support/ProcessEnvironment.h"
+#include "support/ReadConfinement.h"
 #include "support/Task.h"
 
 #include <chrono>
+#include <memory>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -23,6 +25,8 @@ struct ChildProcess {
         std::string workingFolder = {};
         /// How long its process group has after it was told to terminate.
         std::chrono::milliseconds terminationGrace = std::chrono::seconds(2);
+        /// What it may read, where that is to be little.
+        std::shared_ptr<const ReadConfinement> confinement = {};
     };
 
     struct Result {
