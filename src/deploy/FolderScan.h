@@ -51,7 +51,7 @@ struct FolderScan {
     Unreadable unreadable;
     /// The folder itself, whatever its path leads to by now: its device and its inode.
     std::pair<dev_t, ino_t> folder;
-    /// When it began, by the clock that file systems use.
+    /// When it began.
     timespec begun{};
 };
 

@@ -193,7 +193,8 @@ Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan 
 
     std::optional<QString> failure;
     try {
-        co_await runTool(tarCommand(*packing));
+        ChildProcess::Command tar = tarCommand(*packing);
+        co_await runTool(std::move(tar));
     } catch (const PlatformError& failed) {
         failure = failed.description();
     }
@@ -201,7 +202,8 @@ Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan 
         const auto explainWork = [packing, failure = *failure] {
             return explained(failure, *packing);
         };
-        throw co_await runOnOwnThread(explainWork, packing->stop);
+        const PlatformError explanation = co_await runOnOwnThread(explainWork, packing->stop);
+        throw explanation;
     }
 
     const auto checkWork = [packing] {

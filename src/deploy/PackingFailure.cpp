@@ -69,7 +69,7 @@ bool isBefore(const timespec& time, const timespec& other) {
 bool isTouched(int root, std::string_view path, const FolderScan& files) {
     const UniqueFd place = openBeneath(root, path, O_PATH);
     struct stat attributes {};
-    return !place || ::fstat(place.get(), &attributes) != 0 || !isBefore(attributes.st_ctim, files.begun);
+    return !place || ::fstat(place.get(), &attributes) != 0 || isBefore(files.begun, attributes.st_ctim);
 }
 
 /// The first of the files and of the folders around them, if any, that was touched: exchanged and put back, for one.

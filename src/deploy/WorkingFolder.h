@@ -31,7 +31,8 @@ template <class Result> Task<Result> inWorkingFolder(WorkInFolder<Result> work) 
     std::optional<Result> result;
     std::exception_ptr failure;
     try {
-        result.emplace(co_await work(folder->path()));
+        Task<Result> task = work(folder->path());
+        result = co_await task;
     } catch (...) {
         failure = std::current_exception();
     }

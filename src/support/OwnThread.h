@@ -28,18 +28,7 @@ template <class Work> Task<std::invoke_result_t<Work>> runOnOwnThread(Work work,
     using Result = std::invoke_result_t<Work>;
     throwIfCancelled(stop);
     Completion<Result> done;
-    detail::startOwnThread([work = std::move(work), done]() mutable {
-        try {
-            if constexpr (std::is_void_v<Result>) {
-                work();
-                done.succeed();
-            } else {
-                done.succeed(work());
-            }
-        } catch (...) {
-            done.fail(std::current_exception());
-        }
-    });
+    detail::startOwnThread([work = std::move(work), done]() mutable { completeWith(std::move(work), done); });
     const std::stop_callback cancel(stop, [done]() mutable { done.fail(Cancelled()); });
     co_return co_await done;
 }

@@ -336,15 +336,16 @@ TEST_F(DeployTest, PacksTheFolderAsItIsNow) {
 }
 
 TEST_F(DeployTest, TellsWhatCouldNotBeReadAndHowManyFilesWereSent) {
+    site.write("file", "x");
+    site.write("a/file", "x");
+    site.write("locked/file", "x");
+    for (const TestFolder* folder : {&site, &temporary, &records, &bundle}) {
+        tests::giveToUnprivileged(folder->path());
+    }
     const tests::Unprivileged person;
-    const TestFolder own;
-    own.write("file", "x");
-    own.write("a/file", "x");
-    own.write("locked/file", "x");
-    const tests::ScopedMode locked(own / "locked", 0);
+    const tests::ScopedMode locked(site / "locked", 0);
     server.answerWith(200, R"({"ok":true,"site":"s","url":"u","bytes":2,"files":1,"skipped":1})");
-    const auto ending = std::make_shared<Ending>();
-    follow(client->deploy(own.path(), name, config, [](DeployStage) {}, stop.get_token()), ending);
+    const std::shared_ptr<Ending> ending = start();
     tests::waitUntil([&] { return ending->isThere(); });
     ASSERT_TRUE(ending->result) << describeFailure(*ending);
     EXPECT_EQ(ending->result->unreadable, (FolderScan::Unreadable{1, {"locked"}}));
@@ -400,7 +401,8 @@ TEST_F(DeployTest, FailsOnAFolderThatCannotBeRead) {
 
 TEST_F(DeployTest, SendsNothingWhenPackingFails) {
     site.write("a\nb", "x");
-    EXPECT_EQ(failure().description(), QStringLiteral("tar exited with status 2"));
+    EXPECT_EQ(failure().description().toStdString(),
+              "tar exited with status 2: the name of “a␤b” holds a line break and cannot be packed");
     EXPECT_EQ(server.connections(), 0U);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing()));
     expectNothingIsLeft();

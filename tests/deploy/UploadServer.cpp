@@ -123,6 +123,9 @@ void UploadServer::serve() {
         if (ready[1].revents != 0) {
             return;
         }
+        if (ready[0].revents == 0) {
+            continue; // a signal
+        }
         const UniqueFd connection(::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (connection) {
             serveConnection(connection.get());
