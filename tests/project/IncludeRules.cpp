@@ -19,12 +19,13 @@ struct Include {
 
 /// What each room may include besides itself.
 const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() {
-    static const std::set<std::string> withoutWindows = {"support", "platform", "deploy", "collab",
-                                                         "tooling", "desktop",  "core"};
+    static const std::set<std::string> withoutWindows = {"archive", "support", "platform", "deploy",
+                                                         "collab",  "tooling", "desktop",  "core"};
     static const std::map<std::string, std::set<std::string>, std::less<>> allowed = {
+        {"archive", {}},
         {"support", {}},
         {"platform", {"support"}},
-        {"deploy", {"support", "platform"}},
+        {"deploy", {"archive", "support", "platform"}},
         {"collab", {"support", "platform", "deploy"}},
         {"tooling", {"support", "platform", "deploy", "collab"}},
         {"desktop", {"support"}},
@@ -34,6 +35,7 @@ const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() 
         {"apps/driftwell",
          {"support", "platform", "deploy", "collab", "tooling", "desktop", "desktop/freedesktop", "core", "ui"}},
         {"apps/dw", withoutWindows},
+        {"apps/gzip", {"archive"}},
         {"apps/sandbox", {}},
     };
     return allowed;

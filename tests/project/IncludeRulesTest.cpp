@@ -12,8 +12,9 @@ using testing::IsEmpty;
 /// A repository in which every room has a header to include, and one more file.
 std::vector<RepositoryFile> repositoryWith(RepositoryFile file) {
     std::vector<RepositoryFile> files;
-    for (const char* room : {"support", "platform", "deploy", "collab", "tooling", "desktop", "desktop/freedesktop",
-                             "core", "ui", "apps/driftwell", "apps/dw", "apps/sandbox"})
+    for (const char* room : {"archive", "support", "platform", "deploy", "collab", "tooling", "desktop",
+                             "desktop/freedesktop", "core", "ui", "apps/gzip", "apps/driftwell", "apps/dw",
+                             "apps/sandbox"})
         files.push_back({std::string("src/") + room + "/Thing.h", "#pragma once\n"});
     files.push_back({"tests/support/Waiting.h", "#pragma once\n"});
     files.push_back(std::move(file));
@@ -78,6 +79,14 @@ TEST(IncludeRules, TheSandboxKnowsItselfOnly) {
     EXPECT_THAT(violationsOf("src/apps/sandbox/A.cpp", "#include \"apps/sandbox/Thing.h\"\n"), IsEmpty());
     EXPECT_THAT(violationsOf("src/apps/sandbox/A.cpp", "#include \"support/Thing.h\"\n"),
                 ElementsAre("src/apps/sandbox/A.cpp: support/Thing.h is not above apps/sandbox"));
+}
+
+TEST(IncludeRules, TheCompressorKnowsArchivesOnly) {
+    EXPECT_THAT(violationsOf("src/apps/gzip/A.cpp", "#include \"archive/Thing.h\"\n"), IsEmpty());
+    EXPECT_THAT(violationsOf("src/apps/gzip/A.cpp", "#include \"support/Thing.h\"\n"),
+                ElementsAre("src/apps/gzip/A.cpp: support/Thing.h is not above apps/gzip"));
+    EXPECT_THAT(violationsOf("src/archive/A.cpp", "#include \"support/Thing.h\"\n"),
+                ElementsAre("src/archive/A.cpp: support/Thing.h is not above archive"));
 }
 
 TEST(IncludeRules, AnIncludeNamesItsRoomAndIsQuoted) {
