@@ -231,7 +231,8 @@ void Walk::addThreadIfWorthwhile() {
 }
 
 void Walk::fail(int error, std::string_view place) const {
-    throw std::system_error(error, std::generic_category(), (m_path / withoutSlash(place)).string());
+    const std::filesystem::path path = place.empty() ? m_path : m_path / withoutSlash(place);
+    throw std::system_error(error, std::generic_category(), path.string());
 }
 
 void Walk::readFolder(Listing& listing, Found& folders) const {

@@ -47,16 +47,17 @@ std::optional<QString> failureOf(int root, const std::string& path, const Folder
     }
     const UniqueFd place = openBeneath(root, path, O_PATH);
     struct stat attributes {};
-    const bool isThere = place && ::fstat(place.get(), &attributes) == 0 && S_ISREG(attributes.st_mode);
-    if (!isThere && errno == EACCES) {
-        return QStringLiteral("“%1” cannot be read: permission denied").arg(shown(path));
-    }
-    if (!isThere || FolderScan::Attributes{attributes.st_size, attributes.st_mtim.tv_sec} != scanned) {
+    const bool isThere = place && ::fstat(place.get(), &attributes) == 0;
+    if (isThere && (!S_ISREG(attributes.st_mode) ||
+                    FolderScan::Attributes{attributes.st_size, attributes.st_mtim.tv_sec} != scanned)) {
         return changedText(path);
     }
-    if (!openBeneath(root, path, O_RDONLY | O_NONBLOCK | O_NOCTTY)) {
-        return QStringLiteral("“%1” cannot be read: %2")
-            .arg(shown(path), QString::fromStdString(std::generic_category().message(errno)));
+    if (!isThere || !openBeneath(root, path, O_RDONLY | O_NONBLOCK | O_NOCTTY)) {
+        const int error = errno;
+        const bool isChanged = error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENXIO;
+        return isChanged ? changedText(path)
+                         : QStringLiteral("“%1” cannot be read: %2")
+                               .arg(shown(path), QString::fromStdString(std::generic_category().message(error)));
     }
     return std::nullopt;
 }

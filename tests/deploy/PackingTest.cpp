@@ -6,7 +6,9 @@
 #include "tests/Await.h"
 #include "tests/deploy/ArchiveReader.h"
 #include "tests/deploy/ProcessState.h"
+#include "tests/deploy/Swapper.h"
 #include "tests/deploy/Unprivileged.h"
+#include "tests/ForbiddenCall.h"
 #include "tests/ScopedVariable.h"
 #include "tests/TestFolder.h"
 
@@ -14,12 +16,15 @@
 #include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <climits>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <functional>
@@ -89,9 +94,11 @@ struct PackingTest : testing::Test {
     }
 
     /// The words of the platform error that packing ends with.
-    std::string refusalOf(const FolderScan& files) {
+    std::string refusalOf(const FolderScan& files) { return refusalOf(files, helpers.path()); }
+
+    std::string refusalOf(const FolderScan& files, const std::filesystem::path& compressors) {
         try {
-            pack(files);
+            tests::await(packFolder(site.path(), files, working.path(), compressors));
             return "none";
         } catch (const PlatformError& failure) {
             EXPECT_EQ(failure.kind(), PlatformError::Kind::Api);
@@ -406,16 +413,107 @@ TEST_F(PackingTest, RefusesWhatIsNotAnyMoreAsItWasScanned) {
                                                               std::chrono::hours(24));
          }},
     };
-    for (const auto& [name, change] : changes) {
-        SCOPED_TRACE(name);
-        std::filesystem::remove_all(site / "a");
-        site.write("a", "x");
-        site.write("b", "x");
-        const FolderScan files = scanFolder(site.path());
-        std::filesystem::remove(site / "a");
-        change();
-        EXPECT_EQ(refusalOf(files), changed("a"));
+    for (const std::filesystem::path& compressors : {helpers.path(), std::filesystem::path(DRIFTWELL_HELPERS)}) {
+        for (const auto& [name, change] : changes) {
+            SCOPED_TRACE(name + " with " + compressors.string());
+            std::filesystem::remove_all(site / "a");
+            std::filesystem::remove_all(working.path());
+            std::filesystem::create_directory(working.path());
+            site.write("a", "x");
+            site.write("b", "x");
+            const FolderScan files = scanFolder(site.path());
+            std::filesystem::remove(site / "a");
+            change();
+            EXPECT_EQ(refusalOf(files, compressors), changed("a"));
+        }
     }
+}
+
+TEST_F(PackingTest, ComparesWithWhatTheCompressorOfItsOwnSaw) {
+    site.write("index.html", "x");
+    site.write("a/large", randomBytes(3'000'000));
+    const FolderScan files = scanFolder(site.path());
+    tests::await(packFolder(site.path(), files, working.path(), DRIFTWELL_HELPERS));
+    const std::vector<ArchiveMember> members = tests::readArchive(working.read("site.tgz"));
+    ASSERT_EQ(members.size(), 2U);
+    EXPECT_EQ(members[0].content.size(), 3'000'000U);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(working.path()), {}), 2);
+}
+
+/// Packs a folder again and again while in it a folder is exchanged with a link that leads out of it, to files of the
+/// same names, sizes and times. Some of the rounds must fail, and nothing from outside may ever be packed.
+void packWhileAFolderIsSwappedForALink() {
+    const TestFolder outside;
+    const TestFolder site;
+    site.write("index.html", "x");
+    const std::filesystem::file_time_type time = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    for (int i = 0; i < 20; ++i) {
+        const std::string name = std::to_string(i);
+        outside.write(name, "secret");
+        site.write("one/" + name, "public");
+        std::filesystem::last_write_time(outside / name, time);
+        std::filesystem::last_write_time(site / "one" / name, time);
+    }
+    std::filesystem::create_symlink(outside.path(), site / "two");
+    const tests::Swapper swapper(site / "one", site / "two");
+    int packed = 0;
+    int refused = 0;
+    for (int round = 0; round < 60 || packed < 5 || refused < 5; ++round) {
+        ASSERT_LT(round, 5'000) << packed << " packed, " << refused << " refused";
+        const TestFolder working;
+        try {
+            tests::await(packFolder(site.path(), scanFolder(site.path()), working.path(), DRIFTWELL_HELPERS));
+            ++packed;
+        } catch (const PlatformError& failure) {
+            EXPECT_THAT(failure.description().toStdString(), HasSubstr("was changed or removed"));
+            ++refused;
+            continue;
+        }
+        for (const ArchiveMember& member : tests::readArchive(working.read("site.tgz"))) {
+            ASSERT_NE(member.content, "secret") << member.name;
+            ASSERT_EQ(member.type, '0') << member.name;
+        }
+    }
+}
+
+TEST_F(PackingTest, NeverPacksAnythingFromOutsideWhileAFolderIsSwappedForALink) {
+    packWhileAFolderIsSwappedForALink();
+}
+
+TEST_F(PackingTest, NeverPacksAnythingFromOutsideWhereTheKernelCannotConfineTar) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto child = [] {
+        tests::forbidCall(SYS_landlock_create_ruleset, ENOSYS);
+        packWhileAFolderIsSwappedForALink();
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(PackingTest, PacksTheSameWhereTheKernelCannotConfineTar) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto child = [this] {
+        tests::forbidCall(SYS_landlock_create_ruleset, EPERM);
+        site.write("a/b/c", "deep");
+        site.write("a/d", "");
+        site.write("-C..", randomBytes(2'500'000));
+        checked(::chmod((site / "a/d").c_str(), 0750), "chmod");
+        const std::vector<ArchiveMember> members = packedMembers();
+        EXPECT_THAT(members, ElementsAre(Field(&ArchiveMember::name, "-C.."), Field(&ArchiveMember::name, "a/b/c"),
+                                         Field(&ArchiveMember::name, "a/d")));
+        EXPECT_EQ(members.at(0).content, randomBytes(2'500'000));
+        EXPECT_EQ(members.at(1).content, "deep");
+        EXPECT_EQ(members.at(2).mode & ALLPERMS, 0750U);
+        EXPECT_EQ(static_cast<std::int64_t>(members.at(1).modified), scanFolder(site.path()).attributes.at(1).modified);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(working.path()), {}), 2);
+
+        std::filesystem::remove(site / "a/d");
+        const FolderScan files = scanFolder(site.path());
+        site.write("a/b/c", "longer than before");
+        EXPECT_EQ(refusalOf(files), changed("a/b/c"));
+        std::exit(HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(PackingTest, RefusesAFolderThatAnotherOneTookThePlaceOf) {
