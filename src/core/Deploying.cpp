@@ -1,4 +1,5 @@
 #include "core/AppState.h"
+#include "core/ConnectionTexts.h"
 #include "deploy/DeployRelease.h"
 #include "deploy/FolderScan.h"
 #include "deploy/SiteName.h"
@@ -40,9 +41,8 @@ void AppState::chooseFolderAndDeploy() {
 
 Task<> AppState::chooseFolder() {
     const QPointer<AppState> self(this);
-    const QString host = m_config.value() ? m_config.value()->host() : QStringLiteral("driftwell");
     const std::optional<std::filesystem::path> folder = co_await m_desktop.chooseFolder(
-        QStringLiteral("Deploy"), QStringLiteral("Choose a folder to deploy to ") + host);
+        QStringLiteral("Deploy"), QStringLiteral("Choose a folder to deploy to ") + hostName(m_config));
     if (self && folder) {
         beginDeploy(*folder);
     }

@@ -1,4 +1,4 @@
-#include "ui/DeploySheetModel.h"
+#include "ui/deploy/DeploySheetModel.h"
 
 #include "deploy/SiteName.h"
 #include "platform/PlatformError.h"

@@ -1,4 +1,4 @@
-#include "ui/SignInModel.h"
+#include "ui/signin/SignInModel.h"
 
 #include "tests/ui/UiFixture.h"
 

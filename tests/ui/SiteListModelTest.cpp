@@ -1,4 +1,4 @@
-#include "ui/SiteListModel.h"
+#include "ui/sites/SiteListModel.h"
 
 #include "tests/ui/UiFixture.h"
 

@@ -1,4 +1,4 @@
-#include "ui/SitesModel.h"
+#include "ui/sites/SitesModel.h"
 
 #include "tests/deploy/Seed.h"
 #include "tests/ui/UiFixture.h"

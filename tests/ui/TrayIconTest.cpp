@@ -1,6 +1,6 @@
 #include "apps/driftwell/TrayIcon.h"
 
-#include "ui/DW.h"
+#include "ui/style/DW.h"
 
 #include <gmock/gmock.h>
 
@@ -9,7 +9,7 @@
 namespace driftwell::tests {
 namespace {
 
-using Icon = MenuBarModel::Icon;
+using Icon = TrayIconKind;
 
 /// The sizes that panels ask for.
 constexpr std::array sizes{16, 22, 24, 32, 48, 64};

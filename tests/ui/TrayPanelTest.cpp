@@ -60,7 +60,7 @@ class TrayPanelTest : public UiFixture {};
 
 TEST_F(TrayPanelTest, AClickOpensThePanelAndAnotherClosesIt) {
     become(Kind::Connected);
-    MenuBarModel menuBar(model(), desktop);
+    MenuBarModel menuBar(model());
     TrayPanel tray(menuBar, desktop);
     EXPECT_FALSE(tray.isOpen());
     tray.toggle({100, 5});
@@ -70,7 +70,7 @@ TEST_F(TrayPanelTest, AClickOpensThePanelAndAnotherClosesIt) {
 }
 
 TEST_F(TrayPanelTest, DismissingAPanelThatIsNotOpenDoesNothing) {
-    MenuBarModel menuBar(model(), desktop);
+    MenuBarModel menuBar(model());
     TrayPanel tray(menuBar, desktop);
     tray.dismiss();
     EXPECT_FALSE(tray.isOpen());

@@ -32,9 +32,9 @@ Application::Application(AppState& state, DesktopServices& desktop, QDBusConnect
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
       m_trayHost(m_sessionBus, FreedesktopServices::usualPatience),
-      m_menuBar(state, desktop),
+      m_menuBar(state),
       m_window(state, desktop),
-      m_tray(m_menuBar, state, desktop, m_trayHost) {
+      m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);

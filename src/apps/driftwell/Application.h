@@ -7,7 +7,7 @@
 #include "desktop/DesktopServices.h"
 #include "desktop/freedesktop/Notification.h"
 #include "desktop/freedesktop/TrayHost.h"
-#include "ui/MenuBarModel.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include <QDBusConnection>
 #include <QObject>

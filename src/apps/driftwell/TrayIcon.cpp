@@ -1,7 +1,7 @@
 #include "apps/driftwell/TrayIcon.h"
 
-#include "ui/DW.h"
-#include "ui/Symbols.h"
+#include "ui/style/DW.h"
+#include "ui/style/Symbols.h"
 
 #include <QFont>
 #include <QPainter>
@@ -60,8 +60,8 @@ QPixmap faded(const QPixmap& pixmap, double opacity) {
 
 } // namespace
 
-QIcon trayIcon(MenuBarModel::Icon icon, bool developmentCopy, double opacity) {
-    const bool isWarning = icon == MenuBarModel::Icon::Warning;
+QIcon trayIcon(TrayIconKind icon, bool developmentCopy, double opacity) {
+    const bool isWarning = icon == TrayIconKind::Warning;
     const QColor color = DW::color(isWarning ? DW::Token::Warning : DW::Token::Accent, ColorScheme::Dark);
     QIcon result;
     for (const int size : sizes) {

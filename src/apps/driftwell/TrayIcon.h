@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/MenuBarModel.h"
+#include "ui/tray/TrayTexts.h"
 
 #include <QIcon>
 
@@ -10,6 +10,6 @@ namespace driftwell {
 /// since nothing tells which one it is.
 ///
 /// `developmentCopy` chooses the glyph by which a developer tells the two copies apart. `opacity` is from 0.0 to 1.0.
-[[nodiscard]] QIcon trayIcon(MenuBarModel::Icon icon, bool developmentCopy, double opacity);
+[[nodiscard]] QIcon trayIcon(TrayIconKind icon, bool developmentCopy, double opacity);
 
 } // namespace driftwell

@@ -1,0 +1,49 @@
+#include "ui/signin/SignInModel.h"
+
+#include "core/ConnectionTexts.h"
+
+namespace driftwell {
+
+SignInModel::SignInModel(AppState& state, QObject* parent) : QObject(parent), m_state(state) {
+    for (const auto signal : {&AppState::statusChanged, &AppState::configChanged, &AppState::identityChanged,
+                              &AppState::isSigningInChanged, &AppState::signInErrorChanged}) {
+        connect(&state, signal, this, &SignInModel::changed);
+    }
+}
+
+std::optional<QString> SignInModel::notTeamMessage() const {
+    const AppState::Status status = m_state.status();
+    return status.kind == AppState::Status::Kind::NotTeam ? std::optional(status.text) : std::nullopt;
+}
+
+QString SignInModel::symbol() const {
+    return notTeamMessage() ? QStringLiteral("person.crop.circle.badge.exclamationmark")
+                            : QStringLiteral("person.crop.circle.badge.checkmark");
+}
+
+QString SignInModel::title() const {
+    return notTeamMessage() ? QStringLiteral("This account can’t manage sites")
+                            : QStringLiteral("Sign in to ") + hostName(m_state.config());
+}
+
+QString SignInModel::text() const {
+    return notTeamMessage().value_or(QStringLiteral(
+        "Driftwell uses your team account. We’ll open your\nbrowser to finish, then bring you right back."));
+}
+
+QString SignInModel::personName() const {
+    return hasIdentity() ? m_state.identity()->name : QString();
+}
+
+QString SignInModel::personEmail() const {
+    return hasIdentity() ? m_state.identity()->email : QString();
+}
+
+SignInModel::Action SignInModel::action() const {
+    if (m_state.isSigningIn()) {
+        return Action::Cancel;
+    }
+    return notTeamMessage() ? Action::SignOut : Action::SignIn;
+}
+
+} // namespace driftwell
