@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/AppState.h"
+#include "core/Connection.h"
 #include "platform/PlatformConfig.h"
 
 #include <QString>
@@ -21,10 +21,10 @@ namespace driftwell {
 
 /// Whether the platform can be given a folder at present: one is configured, and it neither refuses us nor is out of
 /// reach.
-[[nodiscard]] bool acceptsDeploys(const std::optional<PlatformConfig>& config, const AppState::Status& status);
+[[nodiscard]] bool acceptsDeploys(const std::optional<PlatformConfig>& config, const Connection::Status& status);
 
 /// Why folders are not taken at present; absent when they are.
 [[nodiscard]] std::optional<QString> pausedText(const std::optional<PlatformConfig>& config,
-                                                const AppState::Status& status);
+                                                const Connection::Status& status);
 
 } // namespace driftwell

@@ -9,7 +9,7 @@
 namespace driftwell::tests {
 namespace {
 
-using Status = AppState::Status;
+using Status = Connection::Status;
 
 const std::optional<PlatformConfig> platform = PlatformConfig(QStringLiteral("https://sites.test"));
 

@@ -1,6 +1,7 @@
 #include "ui/tray/MenuBarModel.h"
 
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QSignalSpy>
 
@@ -14,11 +15,11 @@ using testing::IsEmpty;
 
 class MenuBarModelTest : public UiFixture {
 protected:
-    [[nodiscard]] std::string title() { return MenuBarModel(model()).title().toStdString(); }
-    [[nodiscard]] std::string header() { return MenuBarModel(model()).subtitle().toStdString(); }
-    [[nodiscard]] TrayIconKind icon() { return MenuBarModel(model()).icon(); }
-    [[nodiscard]] AuthAction authAction() { return MenuBarModel(model()).authAction(); }
-    [[nodiscard]] QList<RecentSite> recentSites(Timestamp now) { return MenuBarModel(model()).recentSites(now); }
+    [[nodiscard]] std::string title() { return menuBarOf(model()).title().toStdString(); }
+    [[nodiscard]] std::string header() { return menuBarOf(model()).subtitle().toStdString(); }
+    [[nodiscard]] TrayIconKind icon() { return menuBarOf(model()).icon(); }
+    [[nodiscard]] AuthAction authAction() { return menuBarOf(model()).authAction(); }
+    [[nodiscard]] QList<RecentSite> recentSites(Timestamp now) { return menuBarOf(model()).recentSites(now); }
     [[nodiscard]] std::string hostText() const { return host().toStdString(); }
 
     void beginDeploying(const std::string& name) { openDeployment(name)->begin(); }
@@ -74,9 +75,9 @@ TEST_F(MenuBarModelTest, APersonWhoIsNotOnTheTeamIsNamed) {
 TEST_F(MenuBarModelTest, APersonWhoIsNotOnTheTeamAndNotKnownIsToldTheHost) {
     configureLocal();
     server.answer("/api/me", 403, errorAnswer(notTeamText, "not_team"));
-    model().reloadConfig();
-    await(model().refresh());
-    ASSERT_EQ(model().status().kind, Kind::NotTeam);
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    ASSERT_EQ(model().connection().status().kind, Kind::NotTeam);
     EXPECT_EQ(header(), hostText());
 }
 
@@ -114,9 +115,9 @@ TEST_F(MenuBarModelTest, AConnectionToAPlatformThatKnowsNobodyIsStillConnecting)
     configureLocal();
     answerAll();
     server.answer("/api/me", 200, "null");
-    model().reloadConfig();
-    await(model().refresh());
-    ASSERT_EQ(model().status(), Status::connected());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    ASSERT_EQ(model().connection().status(), Status::connected());
     EXPECT_EQ(title(), "Connecting…");
 }
 
@@ -143,7 +144,7 @@ TEST_F(MenuBarModelTest, ALocalPlatformHasNoAccountToManage) {
         become(kind);
         EXPECT_EQ(authAction(), AuthAction::None);
     }
-    const MenuBarModel menuBar(model());
+    const MenuBarModel menuBar = menuBarOf(model());
     EXPECT_EQ(menuBar.authTitle(), QString());
 }
 
@@ -157,7 +158,7 @@ TEST_F(MenuBarModelTest, APersonWhoIsSignedInCanSignOut) {
         becomeOnRemote(kind);
         EXPECT_EQ(authAction(), AuthAction::SignOut);
     }
-    const MenuBarModel menuBar(model());
+    const MenuBarModel menuBar = menuBarOf(model());
     EXPECT_EQ(menuBar.authTitle(), QStringLiteral("Sign out"));
 }
 
@@ -166,7 +167,7 @@ TEST_F(MenuBarModelTest, APersonWhoIsNotLetInCanSignIn) {
         becomeOnRemote(kind);
         EXPECT_EQ(authAction(), AuthAction::SignIn);
     }
-    const MenuBarModel menuBar(model());
+    const MenuBarModel menuBar = menuBarOf(model());
     EXPECT_EQ(menuBar.authTitle(), QStringLiteral("Sign in…"));
 }
 
@@ -198,14 +199,14 @@ TEST_F(MenuBarModelTest, TheSiteThatIsBeingDeployedIsMarked) {
 
 TEST_F(MenuBarModelTest, ARecentSiteIsOpened) {
     connectedWithRecords({siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("new", "2026-03-01T09:55:00Z")});
-    MenuBarModel menuBar(model());
+    MenuBarModel menuBar = menuBarOf(model());
     menuBar.openSite(1);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
 }
 
 TEST_F(MenuBarModelTest, ARowThatIsGoneDoesNothing) {
     connectedWith({"garden"});
-    MenuBarModel menuBar(model());
+    MenuBarModel menuBar = menuBarOf(model());
     menuBar.openSite(-1);
     menuBar.openSite(1);
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
@@ -215,7 +216,7 @@ TEST_F(MenuBarModelTest, ASiteWithAnAddressThatIsNoneForABrowserIsNotOpened) {
     Json strange = siteRecord("garden");
     strange["url"] = "file:///etc/passwd";
     connectedWithRecords({strange});
-    MenuBarModel menuBar(model());
+    MenuBarModel menuBar = menuBarOf(model());
     menuBar.openSite(0);
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
 }
@@ -223,7 +224,7 @@ TEST_F(MenuBarModelTest, ASiteWithAnAddressThatIsNoneForABrowserIsNotOpened) {
 // Following
 
 TEST_F(MenuBarModelTest, ItFollowsTheModel) {
-    const MenuBarModel menuBar(model());
+    const MenuBarModel menuBar = menuBarOf(model());
     const auto changesDuring = [&menuBar](const std::function<void()>& act) {
         const QSignalSpy changes(&menuBar, &MenuBarModel::changed);
         act();
@@ -231,14 +232,14 @@ TEST_F(MenuBarModelTest, ItFollowsTheModel) {
     };
     EXPECT_GE(changesDuring([this] { become(Kind::Connecting); }), 1);
     EXPECT_GE(changesDuring([this] { become(Kind::Connected); }), 1);
-    EXPECT_GE(changesDuring([this] { await(model().refresh()); }), 1) << "ages grow with each refresh";
+    EXPECT_GE(changesDuring([this] { await(model().connection().refresh()); }), 1) << "ages grow with each refresh";
     const std::shared_ptr<DeployFlow> flow = openDeployment("garden");
     EXPECT_EQ(changesDuring([&flow] { flow->begin(); }), 1);
     EXPECT_EQ(changesDuring([&flow] { flow->succeed({}); }), 1);
 }
 
 TEST_F(MenuBarModelTest, TheDotFollowsTheStatus) {
-    const MenuBarModel menuBar(model());
+    const MenuBarModel menuBar = menuBarOf(model());
     become(Kind::Connected);
     EXPECT_EQ(menuBar.statusTone(), Tone::Accent);
     become(Kind::Unreachable);
@@ -246,7 +247,7 @@ TEST_F(MenuBarModelTest, TheDotFollowsTheStatus) {
 }
 
 TEST_F(MenuBarModelTest, TheWindowAndTheEndAreAskedForBySignals) {
-    MenuBarModel menuBar(model());
+    MenuBarModel menuBar = menuBarOf(model());
     const QSignalSpy windows(&menuBar, &MenuBarModel::windowRequested);
     const QSignalSpy ends(&menuBar, &MenuBarModel::quitRequested);
     menuBar.openWindow();

@@ -1,4 +1,5 @@
 #include "tests/ui/ViewFixture.h"
+#include "tests/ui/ViewModels.h"
 #include "ui/tray/MenuBarModel.h"
 
 #include <QSignalSpy>
@@ -24,7 +25,7 @@ protected:
 
     MenuBarModel& menuBar() {
         if (!m_menuBar) {
-            m_menuBar = std::make_unique<MenuBarModel>(model());
+            m_menuBar = std::unique_ptr<MenuBarModel>(new MenuBarModel(menuBarOf(model())));
         }
         return *m_menuBar;
     }
@@ -92,7 +93,7 @@ TEST_F(MenuBarViewTest, ATitleThatIsCutIsToldWholeUnderTheRestingPointer) {
                        {"avatar", ""},
                        {"handle", "ada"}}
                       .dump());
-    await(model().refresh());
+    await(model().connection().refresh());
     showPanel();
     const QString title = QStringLiteral("Connected as ada.king.countess.of.lovelace@department-of-engines.sites.test");
     ASSERT_TRUE(textItem(title)->property("truncated").toBool());
@@ -170,7 +171,7 @@ TEST_F(MenuBarViewTest, ARecentSiteKeepsTheKeyboardWhenThePlatformIsPolled) {
     showPanel();
     EXPECT_EQ(focus(), "Button new") << "as in a menu";
     EXPECT_THAT(tabs(1), ElementsAre("Button old"));
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_EQ(focus(), "Button old");
     press(Qt::Key_Return);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
@@ -221,7 +222,7 @@ TEST_F(MenuBarViewTest, APersonSignsOut) {
     showPanel();
     click(QStringLiteral("Sign out"));
     EXPECT_EQ(dismissals(), 1);
-    EXPECT_EQ(model().status(), Status::signedOut());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_THAT(texts(), Contains("Not signed in"));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
 }
@@ -231,10 +232,10 @@ TEST_F(MenuBarViewTest, APersonSignsInAndNothingMoreIsOfferedMeanwhile) {
     showPanel();
     click(QStringLiteral("Sign in…"));
     EXPECT_EQ(dismissals(), 1);
-    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Quit"));
     EXPECT_THAT(texts(), Contains("waiting for browser…"));
-    model().cancelSignIn();
+    model().signIn().cancelSignIn();
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
 }
 

@@ -48,6 +48,7 @@ protected:
                 {{QStringLiteral("first"), QVariant::fromValue(first)}});
     }
 
+    /// The targets outlive the view.
     void ask(const char* target, QObject* model) {
         view().rootObject()->setProperty(target, QVariant::fromValue(model));
         settleView();
@@ -86,6 +87,7 @@ TEST_F(SheetHostTest, ATargetHasItsSheetForAsLongAsItIsThere) {
     EXPECT_THAT(sheets(), IsEmpty());
     EXPECT_FALSE(isOpen());
     waitUntil([this] { return focus() == "Button Behind"; });
+    hideView();
 }
 
 TEST_F(SheetHostTest, AnotherTargetHasAnotherSheet) {
@@ -99,7 +101,10 @@ TEST_F(SheetHostTest, AnotherTargetHasAnotherSheet) {
     ask("firstTarget", &bakery);
     EXPECT_THAT(sheets(), ElementsAre("First bakery"));
     EXPECT_EQ(focus(), "Button One");
-    waitUntil([&old] { return old.isNull(); });
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(old.isNull());
+    ask("firstTarget", nullptr);
+    hideView();
 }
 
 TEST_F(SheetHostTest, TheNewestTargetHasTheKeyboardAndEscape) {
@@ -117,6 +122,7 @@ TEST_F(SheetHostTest, TheNewestTargetHasTheKeyboardAndEscape) {
     press(Qt::Key_Escape);
     EXPECT_EQ(count("firstEscapes"), 1);
     EXPECT_EQ(count("secondEscapes"), 1);
+    hideView();
 }
 
 TEST_F(SheetHostTest, WhichEntryIsWrittenFirstDoesNotCount) {
@@ -126,6 +132,7 @@ TEST_F(SheetHostTest, WhichEntryIsWrittenFirstDoesNotCount) {
     ask("firstTarget", &first);
     ask("secondTarget", &second);
     EXPECT_EQ(focus(), "Button Two");
+    hideView();
 }
 
 TEST_F(SheetHostTest, ATargetThatWasThereBeforeTheWindowHasItsSheet) {
@@ -150,6 +157,7 @@ TEST_F(SheetHostTest, ASheetIsNeverLargerThanTheWindow) {
     QQuickItem* const sheet = all(Role::Dialog).front().item;
     EXPECT_EQ(sheet->height(), 300 - 2 * 20);
     EXPECT_EQ(sheet->mapToScene({}).y(), 20);
+    hideView();
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "ui/window/ToolbarModel.h"
 
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
+#include "ui/window/MainWindowModel.h"
 
 #include <QSignalSpy>
 
@@ -43,18 +45,18 @@ TEST(ToolbarStatusTest, APersonWhoIsSignedOutIsWarned) {
 class ToolbarModelTest : public UiFixture {};
 
 TEST_F(ToolbarModelTest, TheTitleIsTheApplicationsName) {
-    const ToolbarModel toolbar(model(), nullptr);
+    const ToolbarModel toolbar = toolbarOf(model());
     EXPECT_EQ(toolbar.title(), QStringLiteral("Driftwell"));
 }
 
 TEST_F(ToolbarModelTest, ADevelopmentCopySaysSo) {
     folder().write("Contents/Info.json", R"({"DWConfigDir": "~/.config/dw-dev"})");
-    const ToolbarModel toolbar(model(), nullptr);
-    EXPECT_EQ(toolbar.title(), QStringLiteral("Driftwell Dev"));
+    MainWindowModel window(model(), desktop);
+    EXPECT_EQ(window.toolbar()->title(), QStringLiteral("Driftwell Dev"));
 }
 
 TEST_F(ToolbarModelTest, TheHostFollowsTheModel) {
-    const ToolbarModel toolbar(model(), nullptr);
+    const ToolbarModel toolbar = toolbarOf(model());
     const QSignalSpy changes(&toolbar, &ToolbarModel::hostChanged);
     EXPECT_EQ(toolbar.host(), QStringLiteral("driftwell"));
     become(Kind::Connected);
@@ -64,7 +66,7 @@ TEST_F(ToolbarModelTest, TheHostFollowsTheModel) {
 
 TEST_F(ToolbarModelTest, TheDotFollowsTheStatus) {
     become(Kind::Connecting);
-    const ToolbarModel toolbar(model(), nullptr);
+    const ToolbarModel toolbar = toolbarOf(model());
     const QSignalSpy changes(&toolbar, &ToolbarModel::statusChanged);
     EXPECT_EQ(toolbar.statusTone(), Tone::Faint);
     become(Kind::Connected);
@@ -74,7 +76,7 @@ TEST_F(ToolbarModelTest, TheDotFollowsTheStatus) {
 }
 
 TEST_F(ToolbarModelTest, APersonIsShownOnceTheyAreKnown) {
-    const ToolbarModel toolbar(model(), nullptr);
+    const ToolbarModel toolbar = toolbarOf(model());
     const QSignalSpy changes(&toolbar, &ToolbarModel::identityChanged);
     EXPECT_FALSE(toolbar.hasIdentity());
     EXPECT_EQ(toolbar.personName(), QString());
@@ -89,11 +91,11 @@ TEST_F(ToolbarModelTest, APersonIsShownOnceTheyAreKnown) {
 }
 
 TEST_F(ToolbarModelTest, TheFilterIsTheModels) {
-    ToolbarModel toolbar(model(), nullptr);
+    ToolbarModel toolbar = toolbarOf(model());
     const QSignalSpy changes(&toolbar, &ToolbarModel::filterChanged);
     toolbar.setFilter(QStringLiteral("gar"));
-    EXPECT_EQ(model().filter(), QStringLiteral("gar"));
-    model().setFilter(QStringLiteral("bak"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("bak"));
     EXPECT_EQ(toolbar.filter(), QStringLiteral("bak"));
     EXPECT_EQ(changes.count(), 2);
 }

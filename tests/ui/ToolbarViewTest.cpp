@@ -1,4 +1,5 @@
 #include "tests/ui/ViewFixture.h"
+#include "tests/ui/ViewModels.h"
 #include "ui/window/ToolbarModel.h"
 #include "ui/window/WindowControls.h"
 
@@ -24,7 +25,7 @@ protected:
 
     /// The bar as the window has it, at the top of it.
     void showToolbar() {
-        m_toolbar = std::make_unique<ToolbarModel>(model(), nullptr);
+        m_toolbar = std::unique_ptr<ToolbarModel>(new ToolbarModel(toolbarOf(model())));
         m_controls = std::make_unique<WindowControls>(m_window);
         showQml(QStringLiteral("ToolbarView { objectName: 'bar'; width: test.width; model: test.toolbar; "
                                "window: test.controls }"),
@@ -119,9 +120,9 @@ TEST_F(ToolbarViewTest, TypingInTheFilterFilters) {
     EXPECT_EQ(filter().item->width(), 230);
     click(filter().item);
     type(QStringLiteral("gar"));
-    EXPECT_EQ(model().filter(), QStringLiteral("gar"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("gar"));
     press(Qt::Key_Backspace);
-    EXPECT_EQ(model().filter(), QStringLiteral("ga"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("ga"));
 }
 
 TEST_F(ToolbarViewTest, TheFieldFollowsTheFilterAlsoAfterTyping) {
@@ -129,9 +130,9 @@ TEST_F(ToolbarViewTest, TheFieldFollowsTheFilterAlsoAfterTyping) {
     showToolbar();
     click(filter().item);
     type(QStringLiteral("gar"));
-    model().setFilter(QStringLiteral("bakery"));
+    model().catalog().setFilter(QStringLiteral("bakery"));
     EXPECT_EQ(filterText(), "bakery");
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_EQ(filterText(), "");
 }
 
@@ -139,9 +140,9 @@ TEST_F(ToolbarViewTest, TheClearButtonIsThereWhileThereIsAFilter) {
     become(Kind::Connected);
     showToolbar();
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Clear filter")));
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     click(QStringLiteral("Clear filter"));
-    EXPECT_EQ(model().filter(), QString());
+    EXPECT_EQ(model().catalog().filter(), QString());
     EXPECT_EQ(filterText(), "");
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Clear filter")));
 }
@@ -161,23 +162,23 @@ TEST_F(ToolbarViewTest, EscapeClearsTheFilter) {
     click(filter().item);
     type(QStringLiteral("gar"));
     press(Qt::Key_Escape);
-    EXPECT_EQ(model().filter(), QString());
+    EXPECT_EQ(model().catalog().filter(), QString());
     EXPECT_EQ(focus(), "EditableText Filter projects");
 }
 
 TEST_F(ToolbarViewTest, TheFilterIsFocusedWithItsTextSelected) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     QMetaObject::invokeMethod(bar(), "focusFilter");
     EXPECT_EQ(focus(), "EditableText Filter projects");
     type(QStringLiteral("b"));
-    EXPECT_EQ(model().filter(), QStringLiteral("b"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("b"));
 }
 
 TEST_F(ToolbarViewTest, TabReachesTheFilterAndItsButtonButNotTheWindowButtons) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     EXPECT_THAT(tabs(3),
                 ElementsAre("EditableText Filter projects", "Button Clear filter", "EditableText Filter projects"));
@@ -201,7 +202,7 @@ TEST_F(ToolbarViewTest, TheWindowButtonsActOnTheWindow) {
 
 TEST_F(ToolbarViewTest, ItFollowsTheColorScheme) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     expectPaletteIsFollowed();
 }

@@ -9,7 +9,7 @@
 namespace driftwell::tests {
 namespace {
 
-using Status = AppState::Status;
+using Status = Connection::Status;
 
 const std::optional<PlatformConfig> platform = PlatformConfig(QStringLiteral("https://sites.test"));
 const std::optional<PlatformConfig> localPlatform = PlatformConfig(QStringLiteral("http://localhost:8787"));
@@ -18,10 +18,10 @@ const std::array everyStatus{Status::unreachable(8), Status::notTeam(QString()),
                              Status::connecting(),   Status::connected(),        Status::signedOut()};
 
 TrayFacts knowing(Status status) {
-    return {.config = platform,
-            .status = std::move(status),
-            .identity = Identity{.email = QStringLiteral("ada@sites.test"), .name = QStringLiteral("Ada")},
-            .sites = 2};
+    Identity ada;
+    ada.name = QStringLiteral("Ada");
+    ada.email = QStringLiteral("ada@sites.test");
+    return {.config = platform, .status = std::move(status), .identity = ada, .sites = 2};
 }
 
 std::string title(const TrayFacts& facts) {

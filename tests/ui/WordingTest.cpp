@@ -2,6 +2,7 @@
 
 #include "tests/ui/QmlFiles.h"
 #include "tests/ui/ViewFixture.h"
+#include "tests/ui/ViewModels.h"
 #include "ui/sites/SiteListModel.h"
 #include "ui/tray/MenuBarModel.h"
 
@@ -59,7 +60,7 @@ class WordingViewTest : public ViewFixture {};
 TEST_F(WordingViewTest, TheListShowsWhatItIsHere) {
     connectedWith({"garden"});
     store().saveFolder(QStringLiteral("garden"), "/srv/garden");
-    SiteListModel list(model(), desktop, nullptr);
+    SiteListModel list = siteListOf(model(), desktop);
     show(QStringLiteral("SiteListView"), {{QStringLiteral("model"), QVariant::fromValue(&list)}}, {900, 600});
     hover(the(Role::Button, QStringLiteral("New project")).item);
     waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Choose a folder to publish (Ctrl+D)")); });
@@ -70,7 +71,7 @@ TEST_F(WordingViewTest, TheListShowsWhatItIsHere) {
 
 TEST_F(WordingViewTest, TheTrayPanelShowsWhatItIsHere) {
     connectedWith({});
-    MenuBarModel menuBar(model());
+    MenuBarModel menuBar = menuBarOf(model());
     show(QStringLiteral("MenuBarView"), {{QStringLiteral("model"), QVariant::fromValue(&menuBar)}}, {300, 400});
     EXPECT_TRUE(isDrawn(QStringLiteral("Ctrl+0")));
     hideView();

@@ -1,6 +1,7 @@
 #include "apps/driftwell/Application.h"
 
 #include "desktop/freedesktop/FreedesktopServices.h"
+#include "platform/PlatformClient.h"
 #include "support/Concurrency.h"
 
 #include <QCoreApplication>
@@ -28,11 +29,11 @@ Notification::Content signOfLife() {
 
 } // namespace
 
-Application::Application(AppState& state, DesktopServices& desktop, QDBusConnection sessionBus)
+Application::Application(AppState& state, WindowServices& desktop, QDBusConnection sessionBus)
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
       m_trayHost(m_sessionBus, FreedesktopServices::usualPatience),
-      m_menuBar(state),
+      m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn()),
       m_window(state, desktop),
       m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
@@ -63,8 +64,8 @@ Task<> Application::endAndQuit() {
 
 void Application::begin(const Invocation& invocation) {
     // There is no introduction to go through: the window itself shows how one begins.
-    if (m_state.needsOnboarding()) {
-        m_state.completeOnboarding();
+    if (m_state.gates().needsOnboarding()) {
+        m_state.gates().completeOnboarding();
     }
     m_state.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
@@ -76,9 +77,9 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
     }
     showWindow(activationToken);
     if (invocation.action == Action::Deploy) {
-        m_state.beginDeploy(invocation.folder);
+        m_state.deployments().beginDeploy(invocation.folder);
     } else if (invocation.action == Action::NewProject) {
-        m_state.chooseFolderAndDeploy();
+        m_state.newProject().chooseFolderAndDeploy();
     }
 }
 

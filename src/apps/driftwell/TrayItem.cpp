@@ -24,7 +24,7 @@ int pulseLevel(double phase) {
 
 } // namespace
 
-TrayItem::TrayItem(MenuBarModel& model, DesktopServices& desktop, TrayHost& host, bool developmentCopy)
+TrayItem::TrayItem(MenuBarModel& model, WindowServices& desktop, TrayHost& host, bool developmentCopy)
     : m_model(model), m_developmentCopy(developmentCopy), m_panel(model, desktop) {
     m_pulse.setStartValue(0.0);
     m_pulse.setEndValue(1.0);

@@ -22,7 +22,7 @@ class TrayItem final : public QObject {
 
 public:
     /// All outlive the item. `developmentCopy` chooses the glyph by which a developer tells the two copies apart.
-    TrayItem(MenuBarModel& model, DesktopServices& desktop, TrayHost& host, bool developmentCopy);
+    TrayItem(MenuBarModel& model, WindowServices& desktop, TrayHost& host, bool developmentCopy);
     ~TrayItem() override;
 
 private:

@@ -12,6 +12,6 @@ AppText {
     }
     RestingTip {
         text: text.text
-        resting: hover.hovered
+        resting: hover.hovered && text.truncated
     }
 }

@@ -1,5 +1,3 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Driftwell
 
@@ -10,10 +8,15 @@ Loader {
     required property string text
     required property bool resting
 
-    anchors.fill: parent
-    active: resting && text !== ""
-    sourceComponent: Tip {
-        text: place.text
-        visible: true
+    function follow(): void {
+        if (resting && text !== "") {
+            setSource("Tip.qml", {text: text, visible: true});
+        } else {
+            source = "";
+        }
     }
+
+    anchors.fill: parent
+    onTextChanged: follow()
+    onRestingChanged: follow()
 }

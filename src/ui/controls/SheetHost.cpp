@@ -1,8 +1,5 @@
 #include "ui/controls/SheetHost.h"
 
-#include <QQmlContext>
-#include <QQmlEngine>
-
 #include <algorithm>
 
 namespace driftwell {
@@ -44,27 +41,31 @@ void SheetHost::remove(const SheetEntry& entry) {
     if (found == m_shown.end()) {
         return;
     }
-    const QPointer<QObject> sheet = found->sheet;
+    const Shown shown = *found;
     m_shown.erase(found);
-    if (sheet) {
-        sheet->setProperty("visible", false);
-        // Later: what closes a sheet is often one of its own buttons.
-        sheet->deleteLater();
+    if (shown.sheet) {
+        shown.sheet->setProperty("visible", false);
+        // The target goes now. The sheet goes later, since what closes it is often one of its own buttons, and is not
+        // to look for its target meanwhile.
+        delete shown.context;
+        shown.sheet->deleteLater();
     }
 }
 
 void SheetHost::present(SheetEntry& entry) {
     QQmlComponent* const component = entry.sheet();
+    auto* const context = new QQmlContext(component->creationContext(), this);
     QObject* const sheet =
         component->createWithInitialProperties({{QStringLiteral("model"), QVariant::fromValue(entry.target())},
                                                 {QStringLiteral("parent"), QVariant::fromValue<QQuickItem*>(this)}},
-                                               component->creationContext());
+                                               context);
     if (sheet == nullptr) {
+        delete context;
         qCritical("A sheet cannot be made:\n%s", qUtf8Printable(component->errorString()));
         return;
     }
     sheet->setParent(this);
-    m_shown.push_back({&entry, sheet});
+    m_shown.push_back({&entry, sheet, context});
     sheet->setProperty("visible", true);
 }
 

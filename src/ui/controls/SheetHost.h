@@ -3,6 +3,7 @@
 #include "ui/controls/SheetEntry.h"
 
 #include <QList>
+#include <QPointer>
 #include <QQmlListProperty>
 #include <QQuickItem>
 #include <QtQml/qqmlregistration.h>

@@ -1,37 +1,39 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Driftwell
 
 // What a deployment shows in the phase that it is in.
-Loader {
+FocusScope {
     id: phases
 
     required property DeploySheetModel model
 
-    // In the order of DeploySheetModel's phases.
-    readonly property list<Component> kinds: [
-        Component {
-            ConfirmPhase {
-                model: phases.model
-            }
-        },
-        Component {
-            DeployingPhase {
-                model: phases.model
-            }
-        },
-        Component {
-            SuccessPhase {
-                model: phases.model
-            }
-        },
-        Component {
-            FailurePhase {
-                model: phases.model
-            }
+    function present(): void {
+        switch (model.phase) {
+        case DeploySheetModel.Confirm:
+            return phase.setSource("ConfirmPhase.qml", {model: model});
+        case DeploySheetModel.Deploying:
+            return phase.setSource("DeployingPhase.qml", {model: model});
+        case DeploySheetModel.Success:
+            return phase.setSource("SuccessPhase.qml", {model: model});
+        default:
+            return phase.setSource("FailurePhase.qml", {model: model});
         }
-    ]
+    }
 
-    sourceComponent: kinds[model.phase]
+    implicitHeight: phase.implicitHeight
+    Component.onCompleted: present()
+
+    Connections {
+        target: phases.model
+
+        function onPhaseChanged(): void {
+            phases.present();
+        }
+    }
+    Loader {
+        id: phase
+
+        anchors { left: parent.left; right: parent.right }
+        focus: true
+    }
 }

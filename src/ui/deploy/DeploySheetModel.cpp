@@ -3,12 +3,10 @@
 #include "core/ConnectionTexts.h"
 #include "core/Format.h"
 #include "core/SiteTexts.h"
-#include "core/WebAddress.h"
 #include "deploy/SiteName.h"
 
 #include <QDir>
 #include <QStringList>
-#include <QUrl>
 
 #include <algorithm>
 #include <utility>
@@ -32,16 +30,22 @@ std::int64_t wholeSeconds(Timestamp from, Timestamp to) {
 
 } // namespace
 
-DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, AppState& state, DesktopServices& desktop)
-    : m_flow(std::move(flow)), m_state(state), m_desktop(desktop) {
+DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection& connection, Catalog& catalog,
+                                   Deployments& deployments, SiteOperations& operations, WindowServices& desktop)
+    : m_flow(std::move(flow)),
+      m_connection(connection),
+      m_catalog(catalog),
+      m_deployments(deployments),
+      m_operations(operations),
+      m_desktop(desktop) {
     connect(m_flow.get(), &DeployFlow::phaseChanged, this, &DeploySheetModel::phaseChanged);
     connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::stageChanged);
     connect(m_flow.get(), &DeployFlow::siteNameChanged, this, &DeploySheetModel::nameChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::figuresChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::stageChanged);
-    connect(&state, &AppState::sitesChanged, this, &DeploySheetModel::nameChanged);
-    connect(&state, &AppState::configChanged, this, &DeploySheetModel::hostChanged);
-    connect(&state, &AppState::configChanged, this, &DeploySheetModel::nameChanged);
+    connect(&catalog, &Catalog::sitesChanged, this, &DeploySheetModel::nameChanged);
+    connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
+    connect(&connection, &Connection::configChanged, this, &DeploySheetModel::nameChanged);
 }
 
 DeploySheetModel::NameStatus DeploySheetModel::nameStatus(const QString& trimmed, bool siteExists) {
@@ -179,7 +183,7 @@ bool DeploySheetModel::isNameValid() const {
 }
 
 DeploySheetModel::NameStatus DeploySheetModel::nameStatus() const {
-    return nameStatus(trimmedName(), m_state.existingSite(trimmedName()).has_value());
+    return nameStatus(trimmedName(), m_catalog.existingSite(trimmedName()).has_value());
 }
 
 QString DeploySheetModel::nameStatusText() const {
@@ -191,7 +195,7 @@ QString DeploySheetModel::nameStatusText() const {
     case NameStatus::Forbidden:
         return QStringLiteral("Lowercase letters, digits and dashes only");
     case NameStatus::Replaces: {
-        const SiteInfo site = *m_state.existingSite(trimmedName());
+        const SiteInfo site = *m_catalog.existingSite(trimmedName());
         return QStringLiteral("Replaces ") + site.name + liveSince(site, now());
     }
     case NameStatus::Free:
@@ -205,7 +209,7 @@ QString DeploySheetModel::folder() const {
 }
 
 QString DeploySheetModel::host() const {
-    return hostName(m_state.config());
+    return hostName(m_connection.config());
 }
 
 QString DeploySheetModel::percentText() const {
@@ -251,13 +255,11 @@ void DeploySheetModel::confirm() {
     }
     // What was judged is what is published: without the blanks around it.
     m_flow->setSiteName(trimmedName());
-    m_state.confirmDeploy();
+    m_deployments.confirmDeploy();
 }
 
 void DeploySheetModel::openLiveSite() {
-    if (const std::optional<QUrl> url = webAddress(liveUrl())) {
-        m_desktop.openUrl(*url);
-    }
+    m_operations.openAddress(liveUrl());
 }
 
 void DeploySheetModel::copyUrl() {

@@ -1,7 +1,11 @@
 #pragma once
 
-#include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SiteOperations.h"
 #include "deploy/DeployFlow.h"
+#include "desktop/WindowServices.h"
 #include "ui/style/Tone.h"
 
 #include <QObject>
@@ -55,8 +59,9 @@ public:
     enum class StageState { Done, Active, Pending };
     Q_ENUM(StageState)
 
-    /// `state` and `desktop` outlive the model.
-    DeploySheetModel(std::shared_ptr<DeployFlow> flow, AppState& state, DesktopServices& desktop);
+    /// The parts and the desktop outlive the model.
+    DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection& connection, Catalog& catalog,
+                     Deployments& deployments, SiteOperations& operations, WindowServices& desktop);
 
     // The rules, as functions of values.
     [[nodiscard]] static NameStatus nameStatus(const QString& trimmed, bool siteExists);
@@ -109,7 +114,7 @@ public:
     /// Deploys when the name is valid.
     Q_INVOKABLE void confirm();
     /// Ends the deployment, or closes what is left of it.
-    Q_INVOKABLE void close() { m_state.cancelDeploy(); }
+    Q_INVOKABLE void close() { m_deployments.cancelDeploy(); }
     Q_INVOKABLE void retry() { m_flow->retry(); }
     Q_INVOKABLE void openLiveSite();
     Q_INVOKABLE void copyUrl();
@@ -127,8 +132,11 @@ private:
     [[nodiscard]] DeployResponse response() const;
 
     std::shared_ptr<DeployFlow> m_flow;
-    AppState& m_state;
-    DesktopServices& m_desktop;
+    Connection& m_connection;
+    Catalog& m_catalog;
+    Deployments& m_deployments;
+    SiteOperations& m_operations;
+    WindowServices& m_desktop;
     bool m_copied = false;
 };
 

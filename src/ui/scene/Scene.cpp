@@ -38,7 +38,7 @@ void chooseRenderer() {
 
 } // namespace
 
-Scene::Scene(DesktopServices& desktop, DW::Token background) : m_engine(std::make_unique<QQmlEngine>()) {
+Scene::Scene(WindowServices& desktop, DW::Token background) : m_engine(std::make_unique<QQmlEngine>()) {
     static std::once_flag chosen;
     std::call_once(chosen, chooseRenderer);
     qml_register_types_Driftwell();
@@ -50,7 +50,7 @@ Scene::Scene(DesktopServices& desktop, DW::Token background) : m_engine(std::mak
     const auto clear = [&desktop, view = m_view.get(), background] {
         view->setColor(DW::color(background, desktop.colorScheme()));
     };
-    QObject::connect(&desktop, &DesktopServices::colorSchemeChanged, m_view.get(), clear);
+    QObject::connect(&desktop, &WindowServices::colorSchemeChanged, m_view.get(), clear);
     clear();
     m_focus = std::make_unique<KeyboardFocus>(*m_view);
 }

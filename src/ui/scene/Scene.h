@@ -1,6 +1,6 @@
 #pragma once
 
-#include "desktop/DesktopServices.h"
+#include "desktop/WindowServices.h"
 #include "ui/scene/KeyboardFocus.h"
 #include "ui/style/DW.h"
 
@@ -21,7 +21,7 @@ class Scene {
 public:
     /// `desktop` outlives the scene. What is not drawn yet, while the window is new or grows, has the colour
     /// `background` of the desktop's scheme.
-    Scene(DesktopServices& desktop, DW::Token background);
+    Scene(WindowServices& desktop, DW::Token background);
     ~Scene();
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;

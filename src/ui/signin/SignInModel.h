@@ -1,6 +1,7 @@
 #pragma once
 
-#include "core/AppState.h"
+#include "core/Connection.h"
+#include "core/SignIn.h"
 
 #include <QObject>
 #include <QString>
@@ -27,22 +28,22 @@ public:
     enum class Action { SignIn, SignOut, Cancel };
     Q_ENUM(Action)
 
-    /// `state` outlives the model.
-    SignInModel(AppState& state, QObject* parent);
+    /// The parts outlive the model.
+    SignInModel(Connection& connection, SignIn& signIn, QObject* parent);
 
     [[nodiscard]] QString symbol() const;
     [[nodiscard]] QString title() const;
     [[nodiscard]] QString text() const;
-    [[nodiscard]] bool hasIdentity() const { return m_state.identity().has_value(); }
+    [[nodiscard]] bool hasIdentity() const { return m_connection.identity().has_value(); }
     [[nodiscard]] QString personName() const;
     [[nodiscard]] QString personEmail() const;
     [[nodiscard]] Action action() const;
     /// Why the last attempt failed; empty when it did not.
-    [[nodiscard]] QString error() const { return m_state.signInError().value_or(QString()); }
+    [[nodiscard]] QString error() const { return m_signIn.signInError().value_or(QString()); }
 
-    Q_INVOKABLE void signIn() { m_state.signIn(); }
-    Q_INVOKABLE void cancelSignIn() { m_state.cancelSignIn(); }
-    Q_INVOKABLE void signOut() { m_state.signOut(); }
+    Q_INVOKABLE void signIn() { m_signIn.signIn(); }
+    Q_INVOKABLE void cancelSignIn() { m_signIn.cancelSignIn(); }
+    Q_INVOKABLE void signOut() { m_signIn.signOut(); }
 
 Q_SIGNALS:
     void changed();
@@ -51,7 +52,8 @@ private:
     /// The platform's words for a person who is not on the team.
     [[nodiscard]] std::optional<QString> notTeamMessage() const;
 
-    AppState& m_state;
+    Connection& m_connection;
+    SignIn& m_signIn;
 };
 
 } // namespace driftwell

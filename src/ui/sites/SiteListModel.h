@@ -1,6 +1,11 @@
 #pragma once
 
-#include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/NewProject.h"
+#include "core/SiteOperations.h"
+#include "desktop/WindowServices.h"
 #include "ui/sites/SitesModel.h"
 
 #include <QObject>
@@ -23,8 +28,9 @@ class SiteListModel final : public QObject {
     Q_PROPERTY(driftwell::SitesModel* sites READ sites CONSTANT)
 
 public:
-    /// `state` and `desktop` outlive the model.
-    SiteListModel(AppState& state, DesktopServices& desktop, QObject* parent);
+    /// The parts and the desktop outlive the model.
+    SiteListModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
+                  NewProject& newProject, WindowServices& desktop, QObject* parent);
 
     /// How many sites there are, and how many of them the filter shows.
     [[nodiscard]] static QString subtitle(qsizetype shown, qsizetype total, const QString& filter);
@@ -35,12 +41,12 @@ public:
     [[nodiscard]] bool isNewProjectEnabled() const { return !isPaused(); }
     [[nodiscard]] bool isPaused() const;
     [[nodiscard]] QString dropHint() const;
-    [[nodiscard]] bool isSortedByName() const { return m_state.sortOrder() == SortOrder::Name; }
+    [[nodiscard]] bool isSortedByName() const { return m_catalog.sortOrder() == SortOrder::Name; }
     [[nodiscard]] SitesModel* sites() { return &m_sites; }
 
-    Q_INVOKABLE void sortByName() { m_state.setSortOrder(SortOrder::Name); }
-    Q_INVOKABLE void sortByTime() { m_state.setSortOrder(SortOrder::MostRecent); }
-    Q_INVOKABLE void chooseFolderAndDeploy() { m_state.chooseFolderAndDeploy(); }
+    Q_INVOKABLE void sortByName() { m_catalog.setSortOrder(SortOrder::Name); }
+    Q_INVOKABLE void sortByTime() { m_catalog.setSortOrder(SortOrder::MostRecent); }
+    Q_INVOKABLE void chooseFolderAndDeploy() { m_newProject.chooseFolderAndDeploy(); }
 
     // What a row offers, by the name of its site: rows move while a menu is open. For a site that has just gone they do
     // nothing.
@@ -56,8 +62,11 @@ Q_SIGNALS:
     void sortOrderChanged();
 
 private:
-    AppState& m_state;
-    DesktopServices& m_desktop;
+    Connection& m_connection;
+    Catalog& m_catalog;
+    SiteOperations& m_operations;
+    NewProject& m_newProject;
+    WindowServices& m_desktop;
     SitesModel m_sites;
 };
 

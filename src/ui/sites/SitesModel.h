@@ -1,6 +1,9 @@
 #pragma once
 
-#include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SiteOperations.h"
 #include "ui/sites/SiteRowTexts.h"
 
 #include <QAbstractListModel>
@@ -30,8 +33,9 @@ public:
         MoreEmailsRole,
     };
 
-    /// `state` outlives the model.
-    SitesModel(AppState& state, QObject* parent);
+    /// The parts outlive the model.
+    SitesModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
+               QObject* parent);
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
@@ -51,7 +55,9 @@ private:
     void reuseRows(const QList<SiteInfo>& next);
     void rememberActivity();
 
-    AppState& m_state;
+    Catalog& m_catalog;
+    Deployments& m_deployments;
+    SiteOperations& m_operations;
     QList<SiteInfo> m_sites;
     SiteActivity m_activity;
 };

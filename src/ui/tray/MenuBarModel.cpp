@@ -4,21 +4,29 @@
 
 namespace driftwell {
 
-MenuBarModel::MenuBarModel(AppState& state) : m_state(state) {
-    for (const auto signal :
-         {&AppState::statusChanged, &AppState::configChanged, &AppState::identityChanged, &AppState::sitesChanged,
-          &AppState::isDeployingChanged, &AppState::isSigningInChanged, &AppState::lastSyncChanged}) {
-        connect(&state, signal, this, &MenuBarModel::changed);
+MenuBarModel::MenuBarModel(Connection& connection, Catalog& catalog, Deployments& deployments,
+                           SiteOperations& operations, SignIn& signIn)
+    : m_connection(connection),
+      m_catalog(catalog),
+      m_deployments(deployments),
+      m_operations(operations),
+      m_signIn(signIn) {
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::identityChanged,
+                              &Connection::lastSyncChanged}) {
+        connect(&connection, signal, this, &MenuBarModel::changed);
     }
+    connect(&catalog, &Catalog::sitesChanged, this, &MenuBarModel::changed);
+    connect(&deployments, &Deployments::isDeployingChanged, this, &MenuBarModel::changed);
+    connect(&signIn, &SignIn::isSigningInChanged, this, &MenuBarModel::changed);
 }
 
 TrayFacts MenuBarModel::facts() const {
-    return {.config = m_state.config(),
-            .status = m_state.status(),
-            .identity = m_state.identity(),
-            .sites = m_state.sites().size(),
-            .isDeploying = m_state.isDeploying(),
-            .isSigningIn = m_state.isSigningIn()};
+    return {.config = m_connection.config(),
+            .status = m_connection.status(),
+            .identity = m_connection.identity(),
+            .sites = m_catalog.sites().size(),
+            .isDeploying = m_deployments.isDeploying(),
+            .isSigningIn = m_signIn.isSigningIn()};
 }
 
 QList<RecentSite> MenuBarModel::recentSites(const QList<SiteInfo>& sites, const std::optional<QString>& deploying,
@@ -31,7 +39,7 @@ QList<RecentSite> MenuBarModel::recentSites(const QList<SiteInfo>& sites, const 
 }
 
 QList<RecentSite> MenuBarModel::recentSites(Timestamp now) const {
-    return recentSites(m_state.recentSites(), m_state.deployingSiteName(), now);
+    return recentSites(m_catalog.recentSites(), m_deployments.deployingSiteName(), now);
 }
 
 QVariantList MenuBarModel::recentSiteRows() const {
@@ -44,9 +52,9 @@ QVariantList MenuBarModel::recentSiteRows() const {
 }
 
 void MenuBarModel::openSite(int row) {
-    const QList<SiteInfo> sites = m_state.recentSites();
+    const QList<SiteInfo> sites = m_catalog.recentSites();
     if (row >= 0 && row < sites.size()) {
-        m_state.openSite(sites[row]);
+        m_operations.openSite(sites[row]);
     }
 }
 
@@ -55,10 +63,10 @@ void MenuBarModel::runAuthAction() {
     case AuthAction::None:
         return;
     case AuthAction::SignIn:
-        m_state.signIn();
+        m_signIn.signIn();
         return;
     case AuthAction::SignOut:
-        m_state.signOut();
+        m_signIn.signOut();
         return;
     }
 }

@@ -1,6 +1,10 @@
 #pragma once
 
-#include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
 #include "ui/tray/TrayTexts.h"
 
 #include <QObject>
@@ -40,8 +44,9 @@ class MenuBarModel final : public QObject {
     Q_PROPERTY(QString authTitle READ authTitle NOTIFY changed)
 
 public:
-    /// `state` outlives the model.
-    explicit MenuBarModel(AppState& state);
+    /// The parts outlive the model.
+    MenuBarModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
+                 SignIn& signIn);
 
     /// The rows for sites in this order, one of which may be being deployed.
     [[nodiscard]] static QList<RecentSite> recentSites(const QList<SiteInfo>& sites,
@@ -70,7 +75,11 @@ Q_SIGNALS:
 private:
     [[nodiscard]] TrayFacts facts() const;
 
-    AppState& m_state;
+    Connection& m_connection;
+    Catalog& m_catalog;
+    Deployments& m_deployments;
+    SiteOperations& m_operations;
+    SignIn& m_signIn;
 };
 
 } // namespace driftwell

@@ -7,7 +7,7 @@
 
 namespace driftwell {
 
-using Kind = AppState::Status::Kind;
+using Kind = Connection::Status::Kind;
 
 namespace {
 
@@ -30,7 +30,7 @@ TrayIconKind trayIconKind(const TrayFacts& facts) {
     return facts.isDeploying ? TrayIconKind::Pulsing : TrayIconKind::Glyph;
 }
 
-Tone trayTone(const AppState::Status& status) {
+Tone trayTone(const Connection::Status& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return Tone::Danger;

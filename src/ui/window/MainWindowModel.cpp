@@ -1,46 +1,57 @@
 #include "ui/window/MainWindowModel.h"
 
 #include "core/ConnectionTexts.h"
+#include "core/Deployments.h"
+#include "core/Gates.h"
+#include "core/NewProject.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
+#include "platform/PlatformClient.h"
 
 #include <utility>
 
 namespace driftwell {
 
-using Kind = AppState::Status::Kind;
+using Kind = Connection::Status::Kind;
 
-MainWindowModel::MainWindowModel(AppState& state, DesktopServices& desktop)
+MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop)
     : m_state(state),
       m_desktop(desktop),
-      m_toolbar(state, nullptr),
-      m_siteList(state, desktop, nullptr),
-      m_signIn(state, nullptr),
+      m_toolbar(state.connection(), state.catalog(), state.client().configDirOverride().has_value(), nullptr),
+      m_siteList(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.newProject(),
+                 desktop, nullptr),
+      m_signIn(state.connection(), state.signIn(), nullptr),
       m_content(presentContent()) {
-    connect(&state, &AppState::configChanged, this, &MainWindowModel::hostChanged);
-    for (const auto signal : {&AppState::statusChanged, &AppState::configChanged, &AppState::sitesChanged,
-                              &AppState::filterChanged, &AppState::needsOnboardingChanged}) {
-        connect(&state, signal, this, &MainWindowModel::followStatus);
+    connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::hostChanged);
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
+        connect(&state.connection(), signal, this, &MainWindowModel::followStatus);
     }
+    for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
+        connect(&state.catalog(), signal, this, &MainWindowModel::followStatus);
+    }
+    connect(&state.gates(), &Gates::needsOnboardingChanged, this, &MainWindowModel::followStatus);
     listAlerts();
-    connect(&state, &AppState::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
+    connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
     followDeployFlow();
 }
 
 MainWindowModel::~MainWindowModel() = default;
 
 void MainWindowModel::listAlerts() {
-    m_alerts.add(m_state, &AppState::rollbackErrorChanged,
+    SiteOperations& operations = m_state.siteOperations();
+    m_alerts.add(operations, &SiteOperations::rollbackErrorChanged,
                  {.title = QStringLiteral("Rollback failed"),
-                  .text = [this] { return m_state.rollbackError(); },
+                  .text = [&operations] { return operations.rollbackError(); },
                   .dismiss =
-                      [this] {
-                          m_state.clearRollbackError();
+                      [&operations] {
+                          operations.clearRollbackError();
                       }});
-    m_alerts.add(m_state, &AppState::deleteErrorChanged,
+    m_alerts.add(operations, &SiteOperations::deleteErrorChanged,
                  {.title = QStringLiteral("Delete failed"),
-                  .text = [this] { return m_state.deleteError(); },
+                  .text = [&operations] { return operations.deleteError(); },
                   .dismiss =
-                      [this] {
-                          m_state.clearDeleteError();
+                      [&operations] {
+                          operations.clearDeleteError();
                       }});
     connect(&m_alerts, &Alerts::changed, this, &MainWindowModel::alertChanged);
 }
@@ -62,7 +73,8 @@ MainWindowModel::Content MainWindowModel::content(Kind status, bool hasSites, bo
 }
 
 MainWindowModel::Content MainWindowModel::presentContent() const {
-    return content(m_state.status().kind, !m_state.sites().isEmpty(), !m_state.filter().isEmpty());
+    return content(m_state.connection().status().kind, !m_state.catalog().sites().isEmpty(),
+                   !m_state.catalog().filter().isEmpty());
 }
 
 void MainWindowModel::followStatus() {
@@ -74,15 +86,18 @@ void MainWindowModel::followStatus() {
 }
 
 void MainWindowModel::followDeployFlow() {
-    const std::shared_ptr<DeployFlow> flow = m_state.deployFlow();
+    const std::shared_ptr<DeployFlow> flow = m_state.deployments().deployFlow();
     // The view of the old model lets go of it first.
     const std::unique_ptr<DeploySheetModel> old =
-        std::exchange(m_deploySheet, flow ? std::make_unique<DeploySheetModel>(flow, m_state, m_desktop) : nullptr);
+        std::exchange(m_deploySheet, flow ? std::make_unique<DeploySheetModel>(flow, m_state.connection(),
+                                                                               m_state.catalog(), m_state.deployments(),
+                                                                               m_state.siteOperations(), m_desktop)
+                                          : nullptr);
     Q_EMIT deploySheetChanged();
 }
 
 QString MainWindowModel::host() const {
-    return hostName(m_state.config());
+    return hostName(m_state.connection().config());
 }
 
 QString MainWindowModel::exampleHost() {
@@ -90,19 +105,32 @@ QString MainWindowModel::exampleHost() {
 }
 
 bool MainWindowModel::isBannerVisible() const {
-    return m_state.status().kind == Kind::Unreachable;
+    return m_state.connection().status().kind == Kind::Unreachable;
 }
 
 QString MainWindowModel::bannerTitle() const {
-    return unreachableText(m_state.config());
+    return unreachableText(m_state.connection().config());
 }
 
 QString MainWindowModel::bannerText() const {
-    return retryText(m_state.status().retryIn);
+    return retryText(m_state.connection().status().retryIn);
 }
 
 bool MainWindowModel::canDeploy() const {
-    return !m_state.needsOnboarding() && acceptsDeploys(m_state.config(), m_state.status());
+    return !m_state.gates().needsOnboarding() &&
+           acceptsDeploys(m_state.connection().config(), m_state.connection().status());
+}
+
+void MainWindowModel::drop(const std::filesystem::path& folder) {
+    m_state.deployments().beginDeploy(folder);
+}
+
+void MainWindowModel::setHost(const QString& host) {
+    m_state.connection().setHost(host);
+}
+
+void MainWindowModel::chooseFolderAndDeploy() {
+    m_state.newProject().chooseFolderAndDeploy();
 }
 
 void MainWindowModel::setDropTargeted(bool targeted) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Connection.h"
+#include "desktop/WindowServices.h"
 #include "ui/deploy/DeploySheetModel.h"
 #include "ui/signin/SignInModel.h"
 #include "ui/sites/SiteListModel.h"
@@ -40,11 +42,12 @@ public:
     enum class Content { SignIn, NoHost, EmptyState, SiteList };
     Q_ENUM(Content)
 
-    /// `state` and `desktop` outlive the model.
-    MainWindowModel(AppState& state, DesktopServices& desktop);
+    /// `state` and `desktop` outlive the model. The window hosts every surface, so it takes the model whole and hands
+    /// each surface the parts that it shows.
+    MainWindowModel(AppState& state, WindowServices& desktop);
     ~MainWindowModel() override;
 
-    [[nodiscard]] static Content content(AppState::Status::Kind status, bool hasSites, bool isFiltered);
+    [[nodiscard]] static Content content(Connection::Status::Kind status, bool hasSites, bool isFiltered);
 
     [[nodiscard]] Content content() const { return m_content; }
     [[nodiscard]] ToolbarModel* toolbar() { return &m_toolbar; }
@@ -66,14 +69,14 @@ public:
     void setDropTargeted(bool targeted);
     [[nodiscard]] bool isDropOverlayVisible() const { return m_dropTargeted && canDeploy(); }
     /// Opens a deployment of a dropped folder.
-    void drop(const std::filesystem::path& folder) { m_state.beginDeploy(folder); }
+    void drop(const std::filesystem::path& folder);
 
     /// Null while there is no failure to tell.
     [[nodiscard]] Alerts* alert() { return m_alerts.isPending() ? &m_alerts : nullptr; }
     [[nodiscard]] const Alerts& alerts() const { return m_alerts; }
 
-    Q_INVOKABLE void setHost(const QString& host) { m_state.setHost(host); }
-    Q_INVOKABLE void chooseFolderAndDeploy() { m_state.chooseFolderAndDeploy(); }
+    Q_INVOKABLE void setHost(const QString& host);
+    Q_INVOKABLE void chooseFolderAndDeploy();
 
 Q_SIGNALS:
     void contentChanged();
@@ -90,7 +93,7 @@ private:
     void followDeployFlow();
 
     AppState& m_state;
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
     ToolbarModel m_toolbar;
     SiteListModel m_siteList;
     SignInModel m_signIn;

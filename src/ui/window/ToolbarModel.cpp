@@ -4,36 +4,37 @@
 
 namespace driftwell {
 
-using Kind = AppState::Status::Kind;
+using Kind = Connection::Status::Kind;
 
-ToolbarModel::ToolbarModel(AppState& state, QObject* parent) : QObject(parent), m_state(state) {
-    connect(&state, &AppState::statusChanged, this, &ToolbarModel::statusChanged);
-    connect(&state, &AppState::configChanged, this, &ToolbarModel::hostChanged);
-    connect(&state, &AppState::filterChanged, this, &ToolbarModel::filterChanged);
-    connect(&state, &AppState::identityChanged, this, &ToolbarModel::identityChanged);
+ToolbarModel::ToolbarModel(Connection& connection, Catalog& catalog, bool developmentCopy, QObject* parent)
+    : QObject(parent), m_connection(connection), m_catalog(catalog), m_developmentCopy(developmentCopy) {
+    connect(&connection, &Connection::statusChanged, this, &ToolbarModel::statusChanged);
+    connect(&connection, &Connection::configChanged, this, &ToolbarModel::hostChanged);
+    connect(&connection, &Connection::identityChanged, this, &ToolbarModel::identityChanged);
+    connect(&catalog, &Catalog::filterChanged, this, &ToolbarModel::filterChanged);
 }
 
 QString ToolbarModel::title() const {
-    return m_state.client().configDirOverride() ? QStringLiteral("Driftwell Dev") : QStringLiteral("Driftwell");
+    return m_developmentCopy ? QStringLiteral("Driftwell Dev") : QStringLiteral("Driftwell");
 }
 
 QString ToolbarModel::host() const {
-    return hostName(m_state.config());
+    return hostName(m_connection.config());
 }
 
 QString ToolbarModel::personName() const {
-    return hasIdentity() ? m_state.identity()->name : QString();
+    return hasIdentity() ? m_connection.identity()->name : QString();
 }
 
 QString ToolbarModel::personEmail() const {
-    return hasIdentity() ? m_state.identity()->email : QString();
+    return hasIdentity() ? m_connection.identity()->email : QString();
 }
 
 QString ToolbarModel::personTip() const {
     return hasIdentity() ? personName() + QStringLiteral(" · ") + personEmail() : QString();
 }
 
-Tone ToolbarModel::statusTone(const AppState::Status& status) {
+Tone ToolbarModel::statusTone(const Connection::Status& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return Tone::Danger;
@@ -49,7 +50,7 @@ Tone ToolbarModel::statusTone(const AppState::Status& status) {
     Q_UNREACHABLE();
 }
 
-QString ToolbarModel::statusTip(const AppState::Status& status) {
+QString ToolbarModel::statusTip(const Connection::Status& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return QStringLiteral("Unreachable");

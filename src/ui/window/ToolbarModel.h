@@ -1,6 +1,7 @@
 #pragma once
 
-#include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
 #include "ui/style/Tone.h"
 
 #include <QObject>
@@ -25,22 +26,22 @@ class ToolbarModel final : public QObject {
     Q_PROPERTY(QString personTip READ personTip NOTIFY identityChanged)
 
 public:
-    /// `state` outlives the model.
-    ToolbarModel(AppState& state, QObject* parent);
+    /// The parts outlive the model. `developmentCopy` is said in the title.
+    ToolbarModel(Connection& connection, Catalog& catalog, bool developmentCopy, QObject* parent);
 
     [[nodiscard]] QString title() const;
-    [[nodiscard]] Tone statusTone() const { return statusTone(m_state.status()); }
-    [[nodiscard]] QString statusTip() const { return statusTip(m_state.status()); }
+    [[nodiscard]] Tone statusTone() const { return statusTone(m_connection.status()); }
+    [[nodiscard]] QString statusTip() const { return statusTip(m_connection.status()); }
     [[nodiscard]] QString host() const;
-    [[nodiscard]] QString filter() const { return m_state.filter(); }
-    void setFilter(const QString& filter) { m_state.setFilter(filter); }
-    [[nodiscard]] bool hasIdentity() const { return m_state.identity().has_value(); }
+    [[nodiscard]] QString filter() const { return m_catalog.filter(); }
+    void setFilter(const QString& filter) { m_catalog.setFilter(filter); }
+    [[nodiscard]] bool hasIdentity() const { return m_connection.identity().has_value(); }
     [[nodiscard]] QString personName() const;
     [[nodiscard]] QString personEmail() const;
     [[nodiscard]] QString personTip() const;
 
-    [[nodiscard]] static Tone statusTone(const AppState::Status& status);
-    [[nodiscard]] static QString statusTip(const AppState::Status& status);
+    [[nodiscard]] static Tone statusTone(const Connection::Status& status);
+    [[nodiscard]] static QString statusTip(const Connection::Status& status);
 
 Q_SIGNALS:
     void statusChanged();
@@ -49,7 +50,9 @@ Q_SIGNALS:
     void identityChanged();
 
 private:
-    AppState& m_state;
+    Connection& m_connection;
+    Catalog& m_catalog;
+    bool m_developmentCopy;
 };
 
 } // namespace driftwell
