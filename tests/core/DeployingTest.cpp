@@ -891,6 +891,19 @@ TEST_F(PackingTest, TheModelsEndLeavesNothing) {
     EXPECT_THAT(server.requests(), IsEmpty());
 }
 
+TEST_F(PackingTest, TheModelsEndInterruptsEveryDeploymentThatPacksAlsoOnesThatWereCancelled) {
+    confirmAndWaitForPacking();
+    cancelAndExpectGone();
+    std::filesystem::remove(folder() / "packing");
+    begin(makeFolder("bakery"));
+    model().deployments().confirmDeploy();
+    waitUntil([this] { return std::filesystem::exists(folder() / "packing"); });
+    EXPECT_EQ(entries(folder() / "tmp"), 2);
+    await(model().end());
+    EXPECT_EQ(entries(folder() / "tmp"), 0);
+    EXPECT_THAT(server.requests(), IsEmpty());
+}
+
 // The end of the model
 
 class EndDuringDeploymentTest : public CancelledDeploymentTest {
