@@ -76,9 +76,9 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
     }
     showWindow(activationToken);
     if (invocation.action == Action::Deploy) {
-        m_state.deployments().beginDeploy(invocation.folder);
+        m_state.newProject().deployWhenPossible(invocation.folder);
     } else if (invocation.action == Action::NewProject) {
-        m_state.newProject().chooseFolderAndDeploy();
+        m_state.newProject().chooseFolderAndDeployWhenPossible();
     }
 }
 
