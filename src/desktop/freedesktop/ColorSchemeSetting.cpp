@@ -52,9 +52,9 @@ ColorScheme schemeOfTheme() {
 
 } // namespace
 
-ColorSchemeSetting::ColorSchemeSetting(QDBusConnection bus, std::chrono::milliseconds patience)
+ColorSchemeSetting::ColorSchemeSetting(QDBusConnection bus, std::chrono::milliseconds timeout)
     : m_bus(std::move(bus)),
-      m_patience(patience),
+      m_timeout(timeout),
       m_override(overrideOfEnvironment()),
       m_value(m_override ? *m_override : schemeOfTheme()),
       m_isSettled(m_override.has_value()) {
@@ -87,7 +87,7 @@ void ColorSchemeSetting::portalSettingChanged(const QString& group, const QStrin
 
 void ColorSchemeSetting::readPortal(const QString& method) {
     const QDBusMessage question = portal::call(settingsInterface, method, {appearanceGroup, colorSchemeKey});
-    callOnBus(m_bus, question, m_patience, this, [this, method](const QDBusMessage& reply) {
+    callOnBus(m_bus, question, m_timeout, this, [this, method](const QDBusMessage& reply) {
         if (QDBusError(reply).type() == QDBusError::UnknownMethod && method != olderReadMethod) {
             readPortal(olderReadMethod);
             return;
