@@ -1,7 +1,6 @@
 #include "desktop/freedesktop/ColorSchemeSetting.h"
 
 #include "desktop/freedesktop/BusCall.h"
-#include "desktop/freedesktop/GtkTheme.h"
 #include "desktop/freedesktop/Portal.h"
 
 #include <QDBusError>
@@ -9,6 +8,8 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QSettings>
+#include <QStandardPaths>
 
 namespace driftwell {
 
@@ -42,6 +43,25 @@ std::optional<ColorScheme> preferenceIn(const QVariant& answer) {
     default:
         return std::nullopt;
     }
+}
+
+bool isNameOfDarkTheme(const QString& name) {
+    return name.endsWith(QLatin1StringView("dark"), Qt::CaseInsensitive);
+}
+
+/// Whether the GTK theme that the person has chosen is a dark one, for desktops that say it in no other way: by the
+/// environment variable GTK_THEME ("NAME" or "NAME:dark"), else by gtk-3.0/settings.ini in the person's configuration
+/// folder (GtkSettings: gtk-application-prefer-dark-theme, gtk-theme-name). By convention a dark theme's name ends in
+/// "dark".
+bool gtkThemeIsDark() {
+    const QString chosen = qEnvironmentVariable("GTK_THEME");
+    if (!chosen.isEmpty()) {
+        return isNameOfDarkTheme(chosen);
+    }
+    const QString configuration = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    const QSettings settings(configuration + QStringLiteral("/gtk-3.0/settings.ini"), QSettings::IniFormat);
+    return settings.value(QStringLiteral("Settings/gtk-application-prefer-dark-theme")).toBool() ||
+           isNameOfDarkTheme(settings.value(QStringLiteral("Settings/gtk-theme-name")).toString());
 }
 
 ColorScheme schemeOfTheme() {
