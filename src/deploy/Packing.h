@@ -21,6 +21,6 @@ namespace driftwell {
 /// Throws PlatformError::api, std::system_error, and Cancelled once tar has ended after a stop.
 [[nodiscard]] Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
                                                      std::filesystem::path workingFolder, std::filesystem::path helpers,
-                                                     std::stop_token stop);
+                                                     std::stop_token stop = {});
 
 } // namespace driftwell

@@ -13,6 +13,6 @@ namespace driftwell {
 /// Throws PlatformError::api "NAME exited with status N" when it fails (N is the signal's number when a signal ended
 /// it), NAME the last component of its path, std::system_error when it cannot be started, and Cancelled when a stop
 /// ended it.
-[[nodiscard]] Task<std::string> runTool(ChildProcess::Command command, std::stop_token stop);
+[[nodiscard]] Task<std::string> runTool(ChildProcess::Command command, std::stop_token stop = {});
 
 } // namespace driftwell

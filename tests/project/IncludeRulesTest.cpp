@@ -17,6 +17,8 @@ std::vector<RepositoryFile> repositoryWith(RepositoryFile file) {
           "core",      "ui",       "ui/style",  "ui/controls",    "ui/scene", "ui/sites",    "ui/deploy",
           "ui/signin", "ui/tray",  "ui/window", "apps/driftwell", "apps/dw",  "apps/sandbox"})
         files.push_back({std::string("src/") + room + "/Thing.h", "#pragma once\n"});
+    for (const char* part : {"AppState", "Connection", "Deployments", "SignIn"})
+        files.push_back({std::string("src/core/") + part + ".h", "#pragma once\n"});
     files.push_back({"tests/support/Waiting.h", "#pragma once\n"});
     files.push_back(std::move(file));
     return files;
@@ -75,6 +77,20 @@ TEST(IncludeRules, OnlyTheWindowKnowsOtherSurfaces) {
                 ElementsAre("src/ui/tray/A.cpp: ui/deploy/Thing.h is not above ui/tray"));
     EXPECT_THAT(violationsOf("src/ui/deploy/A.cpp", "#include \"ui/window/Thing.h\"\n"),
                 ElementsAre("src/ui/deploy/A.cpp: ui/window/Thing.h is not above ui/deploy"));
+}
+
+TEST(IncludeRules, APartOfTheModelKnowsWhatAllStandOnAndNoOtherPart) {
+    EXPECT_THAT(violationsOf("src/core/SignIn.cpp", "#include \"core/SignIn.h\"\n#include \"core/Connection.h\"\n"
+                                                    "#include \"core/Thing.h\"\n"),
+                IsEmpty());
+    EXPECT_THAT(
+        violationsOf("src/core/SignIn.cpp", "#include \"core/Deployments.h\"\n"),
+        ElementsAre("src/core/SignIn.cpp: core/Deployments.h is a part of the model that this one does not know"));
+    EXPECT_THAT(
+        violationsOf("src/core/Catalog.cpp", "#include \"core/AppState.h\"\n"),
+        ElementsAre("src/core/Catalog.cpp: core/AppState.h is a part of the model that this one does not know"));
+    EXPECT_THAT(violationsOf("src/core/AppState.cpp", "#include \"core/Deployments.h\"\n#include \"core/SignIn.h\"\n"),
+                IsEmpty());
 }
 
 TEST(IncludeRules, DesktopKnowsSupportOnly) {

@@ -366,9 +366,9 @@ TEST_F(LeafViewsTest, AControlThatIsDisabledIsExplainedLikeAnother) {
 }
 
 TEST_F(LeafViewsTest, ATextThatIsCutTellsTheWholeUnderTheRestingPointer) {
-    showQml(R"(CuttableText { x: 100; y: 100; width: 60; text: "Connected as somebody with a long name" })");
+    showQml(R"(CuttableText { x: 100; y: 100; width: 60; text: "Connected as Ada" })");
     hover(leaf());
-    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Connected as somebody with a long name")); });
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Connected as Ada")); });
     leaf()->setWidth(300);
     waitUntil([this] { return all(Role::ToolTip).empty(); });
 }

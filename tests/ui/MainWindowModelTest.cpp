@@ -243,6 +243,7 @@ TEST_F(MainWindowModelTest, AnotherDeploymentHasAnotherSheet) {
     ASSERT_TRUE(first);
     openDeployment("bakery");
     ASSERT_NE(window().deploySheet(), nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_FALSE(first) << "the first one is gone";
     EXPECT_EQ(window().deploySheet()->siteName(), QStringLiteral("bakery"));
     EXPECT_EQ(window().deploySheet()->phase(), DeploySheetModel::Phase::Confirm);

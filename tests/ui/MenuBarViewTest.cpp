@@ -85,17 +85,15 @@ TEST_F(MenuBarViewTest, ThePanelIsThreeHundredWideAndAsHighAsItsContent) {
 }
 
 TEST_F(MenuBarViewTest, ATitleThatIsCutIsToldWholeUnderTheRestingPointer) {
-    connectedWith({});
+    const std::string email = "ada.king.countess.of.lovelace@department-of-engines.sites.test";
+    configureLocal();
+    answerAll();
     server.answer("/api/me", 200,
-                  Json{{"id", "1"},
-                       {"name", "Ada"},
-                       {"email", "ada.king.countess.of.lovelace@department-of-engines.sites.test"},
-                       {"avatar", ""},
-                       {"handle", "ada"}}
-                      .dump());
+                  Json{{"id", "7"}, {"name", "Ada"}, {"email", email}, {"avatar", ""}, {"handle", "ada"}}.dump());
+    model().connection().reloadConfig();
     await(model().connection().refresh());
     showPanel();
-    const QString title = QStringLiteral("Connected as ada.king.countess.of.lovelace@department-of-engines.sites.test");
+    const QString title = QStringLiteral("Connected as ") + QString::fromStdString(email);
     ASSERT_TRUE(textItem(title)->property("truncated").toBool());
     hover(textItem(title));
     waitUntil([&] { return isSeen(Role::ToolTip, title); });

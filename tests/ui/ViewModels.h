@@ -47,7 +47,7 @@ namespace driftwell::tests {
 
 [[nodiscard]] inline DeploySheetModel deploySheetOf(const std::shared_ptr<DeployFlow>& flow, AppState& state,
                                                     WindowServices& desktop) {
-    return {flow, state.connection(), state.catalog(), state.deployments(), state.siteOperations(), desktop};
+    return {flow, state.connection(), state.catalog(), state.deployments(), state.siteOperations(), desktop, nullptr};
 }
 
 } // namespace driftwell::tests

@@ -3,15 +3,13 @@ import Driftwell
 
 // A text that tells the whole of itself under a resting pointer where it had to be cut.
 AppText {
-    id: text
+    id: words
 
     HoverHandler {
         id: hover
-
-        enabled: text.truncated
     }
     RestingTip {
-        text: text.text
-        resting: hover.hovered && text.truncated
+        text: words.text
+        resting: hover.hovered && words.truncated
     }
 }

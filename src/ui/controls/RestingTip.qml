@@ -12,6 +12,7 @@ Loader {
         if (resting && text !== "") {
             setSource("Tip.qml", {text: text, visible: true});
         } else {
+            (item as Tip)?.close();
             source = "";
         }
     }

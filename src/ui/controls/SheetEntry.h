@@ -29,7 +29,8 @@ Q_SIGNALS:
     void targetChanged();
 
 private:
-    /// Not followed beyond its end: whoever gives the target takes it back before.
+    /// Whoever gives the target takes it back before its end, and ends it later (QObject::deleteLater): the sheet that
+    /// is on its way out still refers to it.
     QObject* m_target = nullptr;
     QQmlComponent* m_sheet = nullptr;
 };

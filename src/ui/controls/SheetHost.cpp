@@ -41,31 +41,27 @@ void SheetHost::remove(const SheetEntry& entry) {
     if (found == m_shown.end()) {
         return;
     }
-    const Shown shown = *found;
+    const QPointer<QObject> sheet = found->sheet;
     m_shown.erase(found);
-    if (shown.sheet) {
-        shown.sheet->setProperty("visible", false);
-        // The target goes now. The sheet goes later, since what closes it is often one of its own buttons, and is not
-        // to look for its target meanwhile.
-        delete shown.context;
-        shown.sheet->deleteLater();
+    if (sheet) {
+        sheet->setProperty("visible", false);
+        // Later: what closes a sheet is often one of its own buttons.
+        sheet->deleteLater();
     }
 }
 
 void SheetHost::present(SheetEntry& entry) {
     QQmlComponent* const component = entry.sheet();
-    auto* const context = new QQmlContext(component->creationContext(), this);
     QObject* const sheet =
         component->createWithInitialProperties({{QStringLiteral("model"), QVariant::fromValue(entry.target())},
                                                 {QStringLiteral("parent"), QVariant::fromValue<QQuickItem*>(this)}},
-                                               context);
+                                               component->creationContext());
     if (sheet == nullptr) {
-        delete context;
         qCritical("A sheet cannot be made:\n%s", qUtf8Printable(component->errorString()));
         return;
     }
     sheet->setParent(this);
-    m_shown.push_back({&entry, sheet, context});
+    m_shown.push_back({&entry, sheet});
     sheet->setProperty("visible", true);
 }
 

@@ -31,8 +31,10 @@ std::int64_t wholeSeconds(Timestamp from, Timestamp to) {
 } // namespace
 
 DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection& connection, Catalog& catalog,
-                                   Deployments& deployments, SiteOperations& operations, WindowServices& desktop)
-    : m_flow(std::move(flow)),
+                                   Deployments& deployments, SiteOperations& operations, WindowServices& desktop,
+                                   QObject* parent)
+    : QObject(parent),
+      m_flow(std::move(flow)),
       m_connection(connection),
       m_catalog(catalog),
       m_deployments(deployments),

@@ -61,7 +61,7 @@ public:
 
     /// The parts and the desktop outlive the model.
     DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection& connection, Catalog& catalog,
-                     Deployments& deployments, SiteOperations& operations, WindowServices& desktop);
+                     Deployments& deployments, SiteOperations& operations, WindowServices& desktop, QObject* parent);
 
     // The rules, as functions of values.
     [[nodiscard]] static NameStatus nameStatus(const QString& trimmed, bool siteExists);

@@ -34,7 +34,7 @@ Pressable {
                 Layout.fillWidth: true
                 // A name of a host may be longer than the window is wide, and is read whole.
                 wrapMode: Text.WrapAtWordBoundaryOrAnywhere
-                maximumLineCount: 3
+                maximumLineCount: 4
                 text: hint.text
                 textStyle: TextStyle.Callout
                 tone: hint.ink

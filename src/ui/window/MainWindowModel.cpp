@@ -87,13 +87,15 @@ void MainWindowModel::followStatus() {
 
 void MainWindowModel::followDeployFlow() {
     const std::shared_ptr<DeployFlow> flow = m_state.deployments().deployFlow();
-    // The view of the old model lets go of it first.
-    const std::unique_ptr<DeploySheetModel> old =
-        std::exchange(m_deploySheet, flow ? std::make_unique<DeploySheetModel>(flow, m_state.connection(),
-                                                                               m_state.catalog(), m_state.deployments(),
-                                                                               m_state.siteOperations(), m_desktop)
-                                          : nullptr);
+    DeploySheetModel* const old = m_deploySheet;
+    m_deploySheet = flow ? new DeploySheetModel(flow, m_state.connection(), m_state.catalog(), m_state.deployments(),
+                                                m_state.siteOperations(), m_desktop, this)
+                         : nullptr;
     Q_EMIT deploySheetChanged();
+    if (old != nullptr) {
+        // After its sheet, which is on its way out.
+        old->deleteLater();
+    }
 }
 
 QString MainWindowModel::host() const {

@@ -13,7 +13,7 @@
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
-#include <memory>
+#include <filesystem>
 
 namespace driftwell {
 
@@ -54,7 +54,7 @@ public:
     [[nodiscard]] SiteListModel* siteList() { return &m_siteList; }
     [[nodiscard]] SignInModel* signIn() { return &m_signIn; }
     /// The open deployment's; null while there is none. Another deployment has another model.
-    [[nodiscard]] DeploySheetModel* deploySheet() { return m_deploySheet.get(); }
+    [[nodiscard]] DeploySheetModel* deploySheet() { return m_deploySheet; }
     [[nodiscard]] QString host() const;
     /// Stands in the empty field for a platform's host.
     [[nodiscard]] static QString exampleHost();
@@ -98,7 +98,7 @@ private:
     SiteListModel m_siteList;
     SignInModel m_signIn;
     Alerts m_alerts{nullptr};
-    std::unique_ptr<DeploySheetModel> m_deploySheet;
+    DeploySheetModel* m_deploySheet = nullptr;
     Content m_content;
     bool m_dropTargeted = false;
 };
