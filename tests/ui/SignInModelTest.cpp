@@ -10,6 +10,31 @@
 namespace driftwell::tests {
 namespace {
 
+const std::optional<PlatformConfig> platform = PlatformConfig(QStringLiteral("https://sites.test"));
+
+TEST(SignInTextsTest, ASignedOutPersonIsToldWhereToAndWhatIsGoingToHappen) {
+    const Status status = Status::signedOut();
+    EXPECT_EQ(SignInModel::title(status, platform), QStringLiteral("Sign in to sites.test"));
+    EXPECT_EQ(SignInModel::title(status, std::nullopt), QStringLiteral("Sign in to driftwell"));
+    EXPECT_EQ(SignInModel::text(status), QStringLiteral("Driftwell uses your team account. We’ll open your\n"
+                                                        "browser to finish, then bring you right back."));
+    EXPECT_EQ(SignInModel::symbol(status), QStringLiteral("person.crop.circle.badge.checkmark"));
+}
+
+TEST(SignInTextsTest, APersonWhoIsNotOnTheTeamIsToldInThePlatformsWords) {
+    const Status status = Status::notTeam(QStringLiteral("Ask Ada."));
+    EXPECT_EQ(SignInModel::title(status, platform), QStringLiteral("This account can’t manage sites"));
+    EXPECT_EQ(SignInModel::text(status), QStringLiteral("Ask Ada."));
+    EXPECT_EQ(SignInModel::symbol(status), QStringLiteral("person.crop.circle.badge.exclamationmark"));
+}
+
+TEST(SignInTextsTest, WhatCanBeDoneFollowsTheStatusAndASignInUnderWay) {
+    EXPECT_EQ(SignInModel::action(Status::signedOut(), false), SignInModel::Action::SignIn);
+    EXPECT_EQ(SignInModel::action(Status::notTeam(QString()), false), SignInModel::Action::SignOut);
+    EXPECT_EQ(SignInModel::action(Status::signedOut(), true), SignInModel::Action::Cancel);
+    EXPECT_EQ(SignInModel::action(Status::notTeam(QString()), true), SignInModel::Action::Cancel);
+}
+
 class SignInModelTest : public UiFixture {
 protected:
     [[nodiscard]] QString remoteHostName() const { return QStringLiteral("127.0.0.1:%1").arg(server.port()); }

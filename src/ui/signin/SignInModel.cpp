@@ -4,6 +4,14 @@
 
 namespace driftwell {
 
+namespace {
+
+bool isNotOnTheTeam(const Connection::Status& status) {
+    return status.kind == Connection::Status::Kind::NotTeam;
+}
+
+} // namespace
+
 SignInModel::SignInModel(Connection& connection, SignIn& signIn, QObject* parent)
     : QObject(parent), m_connection(connection), m_signIn(signIn) {
     for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::identityChanged}) {
@@ -14,24 +22,27 @@ SignInModel::SignInModel(Connection& connection, SignIn& signIn, QObject* parent
     }
 }
 
-std::optional<QString> SignInModel::notTeamMessage() const {
-    const Connection::Status status = m_connection.status();
-    return status.kind == Connection::Status::Kind::NotTeam ? std::optional(status.text) : std::nullopt;
+QString SignInModel::symbol(const Connection::Status& status) {
+    return isNotOnTheTeam(status) ? QStringLiteral("person.crop.circle.badge.exclamationmark")
+                                  : QStringLiteral("person.crop.circle.badge.checkmark");
 }
 
-QString SignInModel::symbol() const {
-    return notTeamMessage() ? QStringLiteral("person.crop.circle.badge.exclamationmark")
-                            : QStringLiteral("person.crop.circle.badge.checkmark");
+QString SignInModel::title(const Connection::Status& status, const std::optional<PlatformConfig>& config) {
+    return isNotOnTheTeam(status) ? QStringLiteral("This account can’t manage sites")
+                                  : QStringLiteral("Sign in to ") + hostName(config);
 }
 
-QString SignInModel::title() const {
-    return notTeamMessage() ? QStringLiteral("This account can’t manage sites")
-                            : QStringLiteral("Sign in to ") + hostName(m_connection.config());
+QString SignInModel::text(const Connection::Status& status) {
+    return isNotOnTheTeam(status) ? status.text
+                                  : QStringLiteral("Driftwell uses your team account. We’ll open your\n"
+                                                   "browser to finish, then bring you right back.");
 }
 
-QString SignInModel::text() const {
-    return notTeamMessage().value_or(QStringLiteral(
-        "Driftwell uses your team account. We’ll open your\nbrowser to finish, then bring you right back."));
+SignInModel::Action SignInModel::action(const Connection::Status& status, bool isSigningIn) {
+    if (isSigningIn) {
+        return Action::Cancel;
+    }
+    return isNotOnTheTeam(status) ? Action::SignOut : Action::SignIn;
 }
 
 QString SignInModel::personName() const {
@@ -40,13 +51,6 @@ QString SignInModel::personName() const {
 
 QString SignInModel::personEmail() const {
     return hasIdentity() ? m_connection.identity()->email : QString();
-}
-
-SignInModel::Action SignInModel::action() const {
-    if (m_signIn.isSigningIn()) {
-        return Action::Cancel;
-    }
-    return notTeamMessage() ? Action::SignOut : Action::SignIn;
 }
 
 } // namespace driftwell

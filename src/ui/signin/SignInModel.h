@@ -31,13 +31,20 @@ public:
     /// The parts outlive the model.
     SignInModel(Connection& connection, SignIn& signIn, QObject* parent);
 
-    [[nodiscard]] QString symbol() const;
-    [[nodiscard]] QString title() const;
-    [[nodiscard]] QString text() const;
+    // The texts, as functions of what is known.
+    [[nodiscard]] static QString symbol(const Connection::Status& status);
+    [[nodiscard]] static QString title(const Connection::Status& status, const std::optional<PlatformConfig>& config);
+    /// The platform's words for a person who is not on the team, else what is going to happen.
+    [[nodiscard]] static QString text(const Connection::Status& status);
+    [[nodiscard]] static Action action(const Connection::Status& status, bool isSigningIn);
+
+    [[nodiscard]] QString symbol() const { return symbol(m_connection.status()); }
+    [[nodiscard]] QString title() const { return title(m_connection.status(), m_connection.config()); }
+    [[nodiscard]] QString text() const { return text(m_connection.status()); }
     [[nodiscard]] bool hasIdentity() const { return m_connection.identity().has_value(); }
     [[nodiscard]] QString personName() const;
     [[nodiscard]] QString personEmail() const;
-    [[nodiscard]] Action action() const;
+    [[nodiscard]] Action action() const { return action(m_connection.status(), m_signIn.isSigningIn()); }
     /// Why the last attempt failed; empty when it did not.
     [[nodiscard]] QString error() const { return m_signIn.signInError().value_or(QString()); }
 
@@ -49,9 +56,6 @@ Q_SIGNALS:
     void changed();
 
 private:
-    /// The platform's words for a person who is not on the team.
-    [[nodiscard]] std::optional<QString> notTeamMessage() const;
-
     Connection& m_connection;
     SignIn& m_signIn;
 };
