@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/dw/Arguments.h"
+#include "apps/dw/ExitCode.h"
 #include "platform/PlatformError.h"
 
 #include <QString>

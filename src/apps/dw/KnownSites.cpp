@@ -25,9 +25,9 @@ QString quoted(const QStringList& names) {
 
 } // namespace
 
-QString chosenSite(const Arguments& arguments, const ConfigStore& store) {
-    if (arguments.site) {
-        return QString::fromStdString(*arguments.site);
+QString chosenSite(const std::optional<std::string>& named, const ConfigStore& store) {
+    if (named) {
+        return QString::fromStdString(*named);
     }
     QStringList names;
     for (const auto& [name, folder] : store.folderMap()) {
@@ -56,6 +56,12 @@ Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig conf
                              QStringLiteral("dw list shows the sites."), ExitCode::Failed});
     }
     co_return *found;
+}
+
+Task<SiteOnPlatform> requireNamedSite(std::shared_ptr<Context> context, std::string name) {
+    const PlatformConfig config = requireSignIn(*context->client);
+    const SiteInfo info = co_await requireSite(context, config, QString::fromStdString(name));
+    co_return SiteOnPlatform{config, info};
 }
 
 } // namespace driftwell::dw

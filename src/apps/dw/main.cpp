@@ -1,6 +1,5 @@
-#include "apps/dw/Arguments.h"
-#include "apps/dw/Commands.h"
-#include "apps/dw/Reporter.h"
+#include "apps/dw/Command.h"
+#include "apps/dw/Program.h"
 #include "support/Bundle.h"
 #include "support/Interruption.h"
 
@@ -25,8 +24,8 @@ void occupyStandardDescriptors() {
     }
 }
 
-Task<> runAndQuit(dw::Arguments arguments, dw::Context context) {
-    const dw::ExitCode code = co_await dw::runCommand(std::move(arguments), std::move(context));
+Task<> runAndQuit(std::shared_ptr<dw::PlatformCommand> command, dw::Context context) {
+    const dw::ExitCode code = co_await dw::runCommand(std::move(command), std::move(context));
     QCoreApplication::exit(static_cast<int>(code));
 }
 
@@ -36,20 +35,20 @@ int main(int argc, char** argv) {
     occupyStandardDescriptors();
     // A write to a pipe or connection that nobody reads any more fails instead of ending the process.
     ::signal(SIGPIPE, SIG_IGN);
-    const dw::Parsed parsed = dw::parseArguments(argc, argv);
-    if (!parsed.arguments) {
+    const dw::Parsed parsed = dw::Program().parse(argc, argv);
+    if (!parsed.command) {
         return static_cast<int>(parsed.answer);
     }
 
     QCoreApplication application(argc, argv);
     const Interruption interruption;
-    dw::Reporter reporter(parsed.arguments->json ? dw::Reporter::Form::Json : dw::Reporter::Form::Text);
+    dw::Reporter reporter(parsed.form);
     const Bundle bundle = Bundle::ofRunningProgram();
     auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
 
     // From the event loop, so that a command that ends at once finds it running.
     QTimer::singleShot(0, &application, [&] {
-        detach(runAndQuit(*parsed.arguments, {std::move(client), reporter, interruption.token()}));
+        detach(runAndQuit(parsed.command, {std::move(client), reporter, interruption.token()}));
     });
     const int code = QCoreApplication::exec();
     return reporter.flush() ? code : static_cast<int>(dw::ExitCode::Failed);

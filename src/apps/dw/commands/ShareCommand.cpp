@@ -1,8 +1,6 @@
-#include "apps/dw/ShareCommand.h"
-
-#include "apps/dw/JsonValues.h"
+#include "apps/dw/Command.h"
 #include "apps/dw/KnownSites.h"
-#include "apps/dw/Texts.h"
+#include "apps/dw/Rows.h"
 #include "core/Invitations.h"
 
 #include <QStringList>
@@ -16,6 +14,15 @@ namespace {
 using Change = PlatformClient::AccessChange;
 
 const QString helpHint = QStringLiteral("Run dw help share.");
+
+/// What is to be changed.
+struct Wishes {
+    std::optional<SiteAccessMode> mode;
+    /// E-mail addresses, as typed.
+    std::vector<std::string> invite;
+    std::vector<std::string> remove;
+    std::optional<bool> anyoneCanComment;
+};
 
 /// The addresses of an option, each once and as it is invited. Throws WrongUsage for what is none.
 QStringList addresses(const std::vector<std::string>& typed) {
@@ -34,8 +41,7 @@ QStringList addresses(const std::vector<std::string>& typed) {
 
 /// What the options --invite and --remove ask for.
 struct Invitations {
-    explicit Invitations(const ShareArguments& arguments)
-        : invite(addresses(arguments.invite)), remove(addresses(arguments.remove)) {
+    explicit Invitations(const Wishes& wishes) : invite(addresses(wishes.invite)), remove(addresses(wishes.remove)) {
         for (const QString& address : invite) {
             if (remove.contains(address)) {
                 throw WrongUsage(QStringLiteral("“%1” is both to be invited and removed").arg(address), helpHint);
@@ -65,41 +71,37 @@ QList<QString> invitedAfter(const SiteAccess& before, const Invitations& invitat
 }
 
 /// What differs from how it is.
-Change neededChange(const SiteAccess& before, const ShareArguments& arguments, const Invitations& invitations) {
+Change neededChange(const SiteAccess& before, const Wishes& wishes, const Invitations& invitations) {
     Change change;
-    if (arguments.mode && arguments.mode != before.mode) {
-        change.mode = arguments.mode;
+    if (wishes.mode && wishes.mode != before.mode) {
+        change.mode = wishes.mode;
     }
     if (const QList<QString> emails = invitedAfter(before, invitations); emails != before.emails) {
         change.emails = emails;
     }
-    if (arguments.anyoneCanComment && arguments.anyoneCanComment != before.anyoneCanComment.value_or(false)) {
-        change.anyoneCanComment = arguments.anyoneCanComment;
+    if (wishes.anyoneCanComment && wishes.anyoneCanComment != before.anyoneCanComment.value_or(false)) {
+        change.anyoneCanComment = wishes.anyoneCanComment;
     }
     return change;
 }
 
-bool asksForChange(const ShareArguments& arguments) {
-    return arguments.mode || !arguments.invite.empty() || !arguments.remove.empty() || arguments.anyoneCanComment;
+bool asksForChange(const Wishes& wishes) {
+    return wishes.mode || !wishes.invite.empty() || !wishes.remove.empty() || wishes.anyoneCanComment;
 }
 
 /// A label and a value each.
-QList<QStringList> rows(const SiteInfo& site, const SiteAccess& access) {
-    QList<QStringList> rows{{QStringLiteral("address"), site.url}, {QStringLiteral("mode"), rawValue(access.mode)}};
+Rows rowsOf(const SiteInfo& site, const SiteAccess& access) {
+    Rows rows({{"label"}, {"value"}});
+    rows.add({{"label", "address"}, {"value", site.url.toStdString()}});
+    rows.add({{"label", "mode"}, {"value", rawValue(access.mode).toStdString()}});
     if (access.owner) {
-        rows.append({QStringLiteral("owner"), *access.owner});
+        rows.add({{"label", "owner"}, {"value", access.owner->toStdString()}});
     }
     for (const QString& email : access.emails) {
-        rows.append({QStringLiteral("invited"), email});
+        rows.add({{"label", "invited"}, {"value", email.toStdString()}});
     }
-    const bool anyoneCanComment = access.anyoneCanComment.value_or(false);
-    rows.append({QStringLiteral("comments"), anyoneCanComment ? QStringLiteral("on") : QStringLiteral("off")});
+    rows.add({{"label", "comments"}, {"value", access.anyoneCanComment.value_or(false)}});
     return rows;
-}
-
-QString aligned(const QStringList& row) {
-    constexpr qsizetype labelWidth = 10;
-    return row[0].leftJustified(labelWidth) + row[1];
 }
 
 void print(Reporter& reporter, const SiteInfo& site, const SiteAccess& access) {
@@ -114,9 +116,7 @@ void print(Reporter& reporter, const SiteInfo& site, const SiteAccess& access) {
                      {"emails", emails},
                      {"owner", orNull(access.owner)},
                      {"anyoneCanComment", access.anyoneCanComment.value_or(false)}});
-    for (const QStringList& row : rows(site, access)) {
-        reporter.line((reporter.outputIsTerminal() ? aligned(row) : fieldsText(row)).toStdString());
-    }
+    rowsOf(site, access).print(reporter);
 }
 
 /// The sentences about what was changed.
@@ -141,20 +141,62 @@ Task<SiteAccess> changed(std::shared_ptr<Context> context, PlatformConfig config
     co_return SiteAccess{answer.mode, answer.emails, answer.owner, answer.anyoneCanComment};
 }
 
+SiteAccessMode modeNamed(const std::string& word) {
+    return *std::find_if(siteAccessModes.begin(), siteAccessModes.end(),
+                         [&word](SiteAccessMode mode) { return rawValue(mode).toStdString() == word; });
+}
+
+std::vector<std::string> modeWords() {
+    std::vector<std::string> words;
+    for (const SiteAccessMode mode : siteAccessModes) {
+        words.push_back(rawValue(mode).toStdString());
+    }
+    return words;
+}
+
 } // namespace
 
-Task<ExitCode> share(Arguments arguments, std::shared_ptr<Context> context) {
-    const Invitations invitations(arguments.share);
-    const PlatformConfig config = requireSignIn(*context->client);
-    const SiteInfo site = co_await requireSite(context, config, QString::fromStdString(*arguments.site));
-    const SiteAccess before = site.access.value_or(SiteAccess::teamDefault());
-    const Change change = neededChange(before, arguments.share, invitations);
-    const SiteAccess access = co_await changed(context, config, site, change);
-    print(context->reporter, site, access);
-    if (asksForChange(arguments.share)) {
-        report(context->reporter, site, change, access);
+class ShareCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("share", "Print who may open a site, or change that")
+            .site(m_site)
+            .choice({"--mode",
+                     "MODE",
+                     "Who may open it: team, restricted (invited people), public",
+                     {Candidates::Kind::Words, modeWords()}},
+                    [this](const std::string& word) { m_wishes.mode = modeNamed(word); })
+            .repeatable({"--invite", "EMAIL", "Invite somebody, once for each"}, m_wishes.invite)
+            .repeatable({"--remove", "EMAIL", "Take an invitation back, once for each"}, m_wishes.remove)
+            .choice({"--comments",
+                     "on|off",
+                     "Whether everyone with access can comment, not just the team",
+                     {Candidates::Kind::Words, {"on", "off"}}},
+                    [this](const std::string& word) { m_wishes.anyoneCanComment = word == "on"; })
+            .json("`site`, `url`, `mode`, `emails`, `owner`, `anyoneCanComment`")
+            .example("dw share launch", "Print who may open the site launch")
+            .example("dw share launch --mode restricted --invite ann@example.org",
+                     "Only the people invited, Ann now too");
     }
-    co_return ExitCode::Done;
-}
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const Invitations invitations(m_wishes);
+        const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
+        const SiteAccess before = site.info.access.value_or(SiteAccess::teamDefault());
+        const Change change = neededChange(before, m_wishes, invitations);
+        const SiteAccess access = co_await changed(context, site.config, site.info, change);
+        print(context->reporter, site.info, access);
+        if (asksForChange(m_wishes)) {
+            report(context->reporter, site.info, change, access);
+        }
+        co_return ExitCode::Done;
+    }
+
+private:
+    std::string m_site;
+    Wishes m_wishes;
+};
+
+template std::unique_ptr<Command> makeCommand<ShareCommand>();
 
 } // namespace driftwell::dw

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "apps/dw/Arguments.h"
 #include "apps/dw/Reporter.h"
 #include "platform/PlatformClient.h"
 #include "support/Task.h"
@@ -22,6 +21,9 @@ struct Context {
 /// The platform in use. Throws PlatformError::noHost when there is none, and WrongUsage for one that cannot be read.
 [[nodiscard]] PlatformConfig requireConfig(const PlatformClient& client);
 
+/// What was given as a platform. Throws WrongUsage for what is none.
+[[nodiscard]] PlatformConfig readableConfig(const QString& host);
+
 /// The platform in use, which has a token of ours if it needs one. Throws as requireConfig(), and
 /// PlatformError::unauthenticated.
 [[nodiscard]] PlatformConfig requireSignIn(const PlatformClient& client);
@@ -37,8 +39,5 @@ struct Context {
 /// A person as one line, "NAME <EMAIL>", and as the object of a successful command.
 [[nodiscard]] QString identityText(const Identity& identity);
 [[nodiscard]] nlohmann::ordered_json identityObject(const Identity& identity, const PlatformConfig& config);
-
-/// Runs a command to its exit code and reports a failure. Throws nothing.
-[[nodiscard]] Task<ExitCode> runCommand(Arguments arguments, Context context);
 
 } // namespace driftwell::dw

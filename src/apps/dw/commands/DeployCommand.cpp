@@ -1,5 +1,4 @@
-#include "apps/dw/DeployCommand.h"
-
+#include "apps/dw/Command.h"
 #include "apps/dw/JsonValues.h"
 #include "apps/dw/TerminalDesktop.h"
 #include "apps/dw/Texts.h"
@@ -40,9 +39,9 @@ std::filesystem::path existingFolder(const std::string& typed) {
 }
 
 /// The name to publish under. Throws WrongUsage when it breaks a rule.
-QString chooseName(const Arguments& arguments, const std::filesystem::path& folder) {
-    if (arguments.name) {
-        const QString name = QString::fromStdString(*arguments.name);
+QString chooseName(const std::optional<std::string>& typed, const std::filesystem::path& folder) {
+    if (typed) {
+        const QString name = QString::fromStdString(*typed);
         if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
             throw WrongUsage(problemText(name, problem));
         }
@@ -191,13 +190,35 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
 
 } // namespace
 
-Task<ExitCode> deploy(Arguments arguments, std::shared_ptr<Context> context) {
-    const std::filesystem::path folder = existingFolder(arguments.folder);
-    const QString name = chooseName(arguments, folder);
-    if (arguments.dryRun) {
-        co_return co_await showFiles(folder, name, context);
+class DeployCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("deploy", "Publish a folder as a website and print its address")
+            .argument({"FOLDER", "The folder to publish (default: the present one)", {Candidates::Kind::Folders}},
+                      m_folder)
+            .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
+            .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
+            .json("`site`, `url`, `bytes`, `files`, `skipped`, `seconds`")
+            .example("dw deploy", "Publish the present folder under its own name")
+            .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }
-    co_return co_await publish(folder, name, context);
-}
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const std::filesystem::path folder = existingFolder(m_folder);
+        const QString name = chooseName(m_name, folder);
+        if (m_dryRun) {
+            co_return co_await showFiles(folder, name, context);
+        }
+        co_return co_await publish(folder, name, context);
+    }
+
+private:
+    /// Bytes as typed.
+    std::string m_folder = ".";
+    std::optional<std::string> m_name;
+    bool m_dryRun = false;
+};
+
+template std::unique_ptr<Command> makeCommand<DeployCommand>();
 
 } // namespace driftwell::dw

@@ -1,5 +1,4 @@
-#include "apps/dw/LoginCommand.h"
-
+#include "apps/dw/Command.h"
 #include "apps/dw/TerminalDesktop.h"
 #include "apps/dw/TokenInput.h"
 #include "platform/PlatformError.h"
@@ -68,45 +67,63 @@ Task<Identity> signInWithToken(PlatformConfig config, std::shared_ptr<Context> c
     co_return owner;
 }
 
-/// Absent when the platform does not accept the token.
-Task<std::optional<Identity>> signIn(Arguments arguments, PlatformConfig config, std::shared_ptr<Context> context) {
-    try {
-        if (arguments.withToken) {
-            co_return co_await signInWithToken(config, context);
-        }
-        co_return co_await signInWithBrowser(!arguments.noBrowser, config, context);
-    } catch (const PlatformError& failure) {
-        if (failure.kind() != PlatformError::Kind::Unauthenticated) {
-            throw;
-        }
-        co_return std::nullopt;
-    }
-}
-
 } // namespace
 
-Task<ExitCode> login(Arguments arguments, std::shared_ptr<Context> context) {
-    const PlatformConfig config = requireConfig(*context->client);
-    Reporter& reporter = context->reporter;
-    if (environmentHasToken()) {
-        throw WrongUsage(QStringLiteral("DW_TOKEN is set and comes before every other token"),
-                         QStringLiteral("To sign in, unset it: unset DW_TOKEN"));
+class LoginCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("login", "Sign in to the platform, in the browser")
+            .flag({"--no-browser", "", "Print the address to open, and open nothing"}, m_noBrowser)
+            .flag({"--with-token", "", "Sign in with a token from standard input"}, m_withToken)
+            .exclude("--no-browser", "--with-token")
+            .json("`host`, `name`, `email`, `handle`; where there are no accounts, `host` and `local`")
+            .example("dw login", "Open the platform's sign-in page and wait for it to come back")
+            .example("dw login --with-token < token.txt", "Sign in with the token in the first line of a file");
     }
-    if (co_await needsNoAccount(config, context)) {
-        co_return reportNoAccount(config, reporter);
+
+    /// A token that was stored before is gone after a failure only when the browser has brought another one.
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const PlatformConfig config = requireConfig(*context->client);
+        Reporter& reporter = context->reporter;
+        if (environmentHasToken()) {
+            throw WrongUsage(QStringLiteral("DW_TOKEN is set and comes before every other token"),
+                             QStringLiteral("To sign in, unset it: unset DW_TOKEN"));
+        }
+        if (co_await needsNoAccount(config, context)) {
+            co_return reportNoAccount(config, reporter);
+        }
+        const std::optional<Identity> identity = co_await signIn(config, context);
+        if (!identity) {
+            throw FailedCommand({"unauthenticated",
+                                 QStringLiteral("%1 does not accept this token").arg(config.host()),
+                                 {},
+                                 ExitCode::NotAllowed});
+        }
+        reporter.object(identityObject(*identity, config));
+        reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.host(), identityText(*identity)));
+        co_return ExitCode::Done;
     }
-    const std::optional<Identity> identity = co_await signIn(std::move(arguments), config, context);
-    if (!identity) {
-        const CommandFailure refusal{"unauthenticated",
-                                     QStringLiteral("%1 does not accept this token").arg(config.host()),
-                                     {},
-                                     ExitCode::NotAllowed};
-        reporter.failure(refusal);
-        co_return refusal.exitCode;
+
+private:
+    /// Absent when the platform does not accept the token.
+    Task<std::optional<Identity>> signIn(PlatformConfig config, std::shared_ptr<Context> context) const {
+        try {
+            if (m_withToken) {
+                co_return co_await signInWithToken(config, context);
+            }
+            co_return co_await signInWithBrowser(!m_noBrowser, config, context);
+        } catch (const PlatformError& failure) {
+            if (failure.kind() != PlatformError::Kind::Unauthenticated) {
+                throw;
+            }
+            co_return std::nullopt;
+        }
     }
-    reporter.object(identityObject(*identity, config));
-    reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.host(), identityText(*identity)));
-    co_return ExitCode::Done;
-}
+
+    bool m_noBrowser = false;
+    bool m_withToken = false;
+};
+
+template std::unique_ptr<Command> makeCommand<LoginCommand>();
 
 } // namespace driftwell::dw

@@ -1,11 +1,6 @@
-#include "apps/dw/LibsCommand.h"
-
-#include "apps/dw/JsonValues.h"
+#include "apps/dw/Command.h"
 #include "apps/dw/KnownSites.h"
-#include "apps/dw/Table.h"
-#include "apps/dw/Texts.h"
-
-#include <QStringList>
+#include "apps/dw/Rows.h"
 
 #include <algorithm>
 
@@ -26,13 +21,13 @@ struct Library {
     std::optional<QString> description;
 };
 
-QList<Switch> switches(const LibsArguments& arguments) {
+QList<Switch> switches(const std::vector<std::string>& enable, const std::vector<std::string>& disable) {
     QList<Switch> result;
-    for (const std::string& lib : arguments.enable) {
+    for (const std::string& lib : enable) {
         result.append({QString::fromStdString(lib), true});
     }
-    for (const std::string& lib : arguments.disable) {
-        if (std::find(arguments.enable.begin(), arguments.enable.end(), lib) != arguments.enable.end()) {
+    for (const std::string& lib : disable) {
+        if (std::find(enable.begin(), enable.end(), lib) != enable.end()) {
             throw WrongUsage(QStringLiteral("“%1” is both to be enabled and disabled").arg(QString::fromStdString(lib)),
                              QStringLiteral("Run dw help libs."));
         }
@@ -72,47 +67,20 @@ void requireLibraries(const QList<Switch>& switches, const QList<Library>& libra
     }
 }
 
-QString stateText(const Library& library) {
-    return library.on ? QStringLiteral("on") : QStringLiteral("off");
-}
-
-void printFields(Reporter& reporter, const QList<Library>& libraries) {
-    for (const Library& library : libraries) {
-        const QStringList fields{library.name, stateText(library), library.version.value_or(QString()),
-                                 library.description.value_or(QString())};
-        reporter.line(fieldsText(fields).toStdString());
-    }
-}
-
-void printTable(Reporter& reporter, const QList<Library>& libraries) {
-    Table table({{QStringLiteral("LIBRARY")},
-                 {QStringLiteral("STATE")},
-                 {QStringLiteral("VERSION")},
-                 {QStringLiteral("DESCRIPTION"), Table::Shrink::Cut}});
-    for (const Library& library : libraries) {
-        table.add({library.name, stateText(library), library.version.value_or(QString()),
-                   library.description.value_or(QString())});
-    }
-    for (const QString& line : table.lines(Reporter::outputColumns())) {
-        reporter.line(line.toStdString());
-    }
-}
-
 void print(Reporter& reporter, const SiteInfo& site, const QList<Library>& libraries) {
-    Json array = Json::array();
+    Rows rows({{"name", QStringLiteral("LIBRARY")},
+               {"enabled", QStringLiteral("STATE")},
+               {"version", QStringLiteral("VERSION")},
+               {"description", QStringLiteral("DESCRIPTION"), Table::Shrink::Cut}});
     for (const Library& library : libraries) {
-        array.push_back({{"name", library.name.toStdString()},
-                         {"enabled", library.on},
-                         {"version", orNull(library.version)},
-                         {"description", orNull(library.description)}});
+        rows.add({{"name", library.name.toStdString()},
+                  {"enabled", library.on},
+                  {"version", orNull(library.version)},
+                  {"description", orNull(library.description)}});
     }
-    reporter.object({{"ok", true}, {"site", site.name.toStdString()}, {"libs", array}});
-    if (reporter.outputIsTerminal() && !libraries.isEmpty()) {
-        printTable(reporter, libraries);
-    } else {
-        printFields(reporter, libraries);
-    }
-    if (libraries.isEmpty()) {
+    reporter.object({{"ok", true}, {"site", site.name.toStdString()}, {"libs", rows.array()}});
+    rows.print(reporter);
+    if (rows.isEmpty()) {
         reporter.message(QStringLiteral("The platform has no shared libraries."));
     }
 }
@@ -136,16 +104,38 @@ Task<QList<QString>> makeSwitches(std::shared_ptr<Context> context, PlatformConf
 
 } // namespace
 
-Task<ExitCode> libs(Arguments arguments, std::shared_ptr<Context> context) {
-    const QList<Switch> wanted = switches(arguments.libs);
-    const PlatformConfig config = requireSignIn(*context->client);
-    const SiteInfo site = co_await requireSite(context, config, QString::fromStdString(*arguments.site));
-    const Fetched<LibsResponse> platform = co_await context->client->libs(config, {}, context->stop);
-    const QList<LibInfo>& all = platform.record->libs;
-    requireLibraries(wanted, libraries(all, site.libs.value_or(QList<QString>())), config.host(), site.name);
-    const QList<QString> enabled = co_await makeSwitches(context, config, site, wanted);
-    print(context->reporter, site, libraries(all, enabled));
-    co_return ExitCode::Done;
-}
+class LibsCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("libs", "List a site's shared libraries, or switch them on and off")
+            .site(m_site)
+            .repeatable({"--enable", "LIB", "Switch a library on, once for each", {Candidates::Kind::Libraries}},
+                        m_enable)
+            .repeatable({"--disable", "LIB", "Switch a library off, once for each", {Candidates::Kind::Libraries}},
+                        m_disable)
+            .json("`site`, `libs`: each `name`, `enabled`, `version`, `description`")
+            .example("dw libs launch", "List the libraries and whether the site launch uses them")
+            .example("dw libs launch --enable toast --disable theme", "Switch one on and another off");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const QList<Switch> wanted = switches(m_enable, m_disable);
+        const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
+        const Fetched<LibsResponse> platform = co_await context->client->libs(site.config, {}, context->stop);
+        const QList<LibInfo>& all = platform.record->libs;
+        requireLibraries(wanted, libraries(all, site.info.libs.value_or(QList<QString>())), site.config.host(),
+                         site.info.name);
+        const QList<QString> enabled = co_await makeSwitches(context, site.config, site.info, wanted);
+        print(context->reporter, site.info, libraries(all, enabled));
+        co_return ExitCode::Done;
+    }
+
+private:
+    std::string m_site;
+    std::vector<std::string> m_enable;
+    std::vector<std::string> m_disable;
+};
+
+template std::unique_ptr<Command> makeCommand<LibsCommand>();
 
 } // namespace driftwell::dw
