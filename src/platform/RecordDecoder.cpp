@@ -51,6 +51,7 @@ void decode(const Json& json, CollabToggleResponse& record);
 void decode(const Json& json, SiteAccessResponse& record);
 void decode(const Json& json, SiteLibsResponse& record);
 void decode(const Json& json, ApiErrorBody& record);
+void decode(const Json& json, AnswerVerdict& record);
 
 template <class T> void decode(const Json& json, QList<T>& list) {
     if (!json.is_array()) {
@@ -271,6 +272,13 @@ void decode(const Json& json, ApiErrorBody& record) {
     Fields(json).required("error", record.error).required("code", record.code);
 }
 
+void decode(const Json& json, AnswerVerdict& record) {
+    record.refused = json.is_object() && json.value("ok", Json()) == Json(false);
+    if (record.refused && json.value("error", Json()).is_string()) {
+        decode(json["error"], record.error);
+    }
+}
+
 } // namespace
 
 template <class Record> Record decodeRecord(const QByteArray& json) {
@@ -291,6 +299,7 @@ template CollabToggleResponse decodeRecord(const QByteArray&);
 template SiteAccessResponse decodeRecord(const QByteArray&);
 template SiteLibsResponse decodeRecord(const QByteArray&);
 template ApiErrorBody decodeRecord(const QByteArray&);
+template AnswerVerdict decodeRecord(const QByteArray&);
 template std::optional<Identity> decodeRecord(const QByteArray&);
 template std::optional<LogsResponse> decodeRecord(const QByteArray&);
 

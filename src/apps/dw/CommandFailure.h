@@ -6,9 +6,11 @@
 #include <QString>
 
 #include <exception>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace driftwell::dw {
@@ -50,10 +52,14 @@ private:
     CommandFailure m_failure;
 };
 
+/// To be thrown for a file or folder that is there and cannot be read, so that nothing is concluded from it.
+[[nodiscard]] FailedCommand cannotRead(const std::filesystem::path& path, const std::error_code& reason);
+
 /// The failure for what a call threw, Cancelled, WrongUsage and FailedCommand among it.
 [[nodiscard]] CommandFailure commandFailure(const std::exception& thrown);
 
 /// The failure for a text of which only the kind of platform call is known; without a kind, a failure of this machine.
+/// An empty text is replaced by a sentence.
 [[nodiscard]] CommandFailure commandFailure(const QString& message, std::optional<PlatformError::Kind> kind);
 
 } // namespace driftwell::dw

@@ -9,10 +9,10 @@ namespace driftwell::dw {
 
 namespace {
 
-/// The same folder, whatever links lead to it.
-bool isPresentFolder(const std::filesystem::path& folder) {
-    std::error_code failed;
-    return std::filesystem::equivalent(folder, ".", failed) && !failed;
+/// The same folder, whatever links lead to it. A folder that is not there is another one; `unreadable` is set for one
+/// of which that cannot be known.
+bool isPresentFolder(const std::filesystem::path& folder, std::error_code& unreadable) {
+    return std::filesystem::equivalent(folder, ".", unreadable) && !unreadable;
 }
 
 QString quoted(const QStringList& names) {
@@ -30,10 +30,17 @@ QString chosenSite(const std::optional<std::string>& named, const ConfigStore& s
         return QString::fromStdString(*named);
     }
     QStringList names;
+    std::optional<FailedCommand> unknown;
     for (const auto& [name, folder] : store.folderMap()) {
-        if (isPresentFolder(folder)) {
+        std::error_code unreadable;
+        if (isPresentFolder(folder, unreadable)) {
             names += name;
+        } else if (unreadable) {
+            unknown = cannotRead(folder, unreadable);
         }
+    }
+    if (names.isEmpty() && unknown) {
+        throw *unknown;
     }
     if (names.isEmpty()) {
         throw WrongUsage(QStringLiteral("The present folder was not published from here, so a site must be named"),

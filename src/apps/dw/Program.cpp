@@ -76,6 +76,10 @@ std::string examplesText(const CommandRecord& command) {
 
 std::string helpText(const CLI::App& parser, const std::string& name) {
     std::string help = parser.get_formatter()->make_help(&parser, name, CLI::AppFormatMode::Normal);
+    // Hidden options leave an empty line behind.
+    if (const std::size_t gap = help.find("\n\n\n"); gap != std::string::npos) {
+        help.erase(gap, 1);
+    }
     help.erase(help.find_last_not_of('\n') + 1);
     return help + '\n';
 }

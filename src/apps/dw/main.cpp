@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
     dw::Reporter reporter(parsed.form);
     const Bundle bundle = Bundle::ofRunningProgram();
     auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
+    client->refuseNotOk();
 
     // From the event loop, so that a command that ends at once finds it running.
     QTimer::singleShot(0, &application, [&] {
