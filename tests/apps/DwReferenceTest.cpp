@@ -1,5 +1,7 @@
 #include "tests/apps/DwFixture.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -7,11 +9,12 @@ namespace driftwell::tests {
 
 namespace {
 
-using testing::ContainsRegex;
 using testing::HasSubstr;
 
-std::string committedPage() {
-    std::ifstream file(DRIFTWELL_REPOSITORY "/docs/dw-reference.md");
+const std::filesystem::path repository = DRIFTWELL_REPOSITORY;
+
+std::string content(const std::filesystem::path& path) {
+    std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -23,7 +26,7 @@ TEST_F(DwReference, IsThePageOfTheRepository) {
     const Ending ending = runDw({"help", "--reference"});
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.error, "");
-    EXPECT_EQ(ending.output, committedPage())
+    EXPECT_EQ(ending.output, content(repository / "docs/dw-reference.md"))
         << "dw help --reference > docs/dw-reference.md brings the page up to date.";
 }
 
@@ -47,6 +50,19 @@ TEST_F(DwReference, HasAllThatTheHelpHas) {
                 << text;
         }
     }
+}
+
+TEST_F(DwReference, HasASectionForEachFileOfACommand) {
+    const std::string list = content(repository / "src/apps/dw/CommandList.cpp");
+    std::size_t files = 0;
+    for (const auto& file : std::filesystem::directory_iterator(repository / "src/apps/dw/commands")) {
+        EXPECT_THAT(list, HasSubstr("<class " + file.path().stem().string() + '>'));
+        ++files;
+    }
+    const std::vector<std::string> lines = screen(content(repository / "docs/dw-reference.md"));
+    EXPECT_EQ(files, static_cast<std::size_t>(std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+                  return line.starts_with("## dw ");
+              })));
 }
 
 TEST_F(DwReference, IsHiddenFromWhoOnlyUsesTheProgram) {

@@ -174,7 +174,8 @@ public:
                       m_folder)
             .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
-            .json("`site`, `url`, `bytes`, `files`, `skipped`, `seconds`")
+            .json("`site`, `url`, `bytes`, `files`, `skipped`, `seconds`; with `--dry-run`, `dryRun`, `site`, `bytes`, "
+                  "`files`, `entries`: each `path`, `size`")
             .example("dw deploy", "Publish the present folder under its own name")
             .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }
