@@ -239,8 +239,9 @@ TEST_F(DwCompletion, OffersHostsThatTheMachineKnows) {
     setVariable("HOSTFILE", home() / "hosts");
     EXPECT_THAT(bashCandidates({"dw", "host", ""}), testing::IsSupersetOf({"sites.example.org", "--help"}));
     EXPECT_THAT(bashCandidates({"dw", "host", "sites"}), ElementsAre("sites.example.org"));
-    EXPECT_THAT(fishCandidates("dw host localh"), testing::Contains("localhost"));
-    EXPECT_EQ(zshCommand("zstyle ':completion:*' hosts sites.example.org; dw host sit\t"), "host sites.example.org");
+    folder(".ssh", {{"known_hosts", "sites.example.org ssh-ed25519 AAAA\n"}});
+    EXPECT_THAT(fishCandidates("dw host sit"), testing::Contains("sites.example.org"));
+    EXPECT_EQ(zshCommand("dw host sit\t"), "host sites.example.org");
 }
 
 /// A platform whose sites are completed.

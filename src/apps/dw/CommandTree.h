@@ -59,6 +59,11 @@ struct ExampleRecord {
     std::string meaning;
 };
 
+struct VariableRecord {
+    std::string name;
+    std::string meaning;
+};
+
 struct CommandRecord {
     std::string name;
     std::string description;
@@ -67,6 +72,8 @@ struct CommandRecord {
     std::vector<ExampleRecord> examples = {};
     /// The fields of the object that --json prints, beside "ok", each in backticks. Empty for a command without --json.
     std::string fields = {};
+    /// Variables that this command alone reads, or what it prints does.
+    std::vector<VariableRecord> environment = {};
 };
 
 struct ProgramRecord {
@@ -77,8 +84,8 @@ struct ProgramRecord {
     std::vector<OptionRecord> options;
     /// In the order of the help.
     std::vector<CommandRecord> commands;
-    /// Variables and what they hold.
-    std::vector<std::pair<std::string, std::string>> environment;
+    /// Variables that all commands read.
+    std::vector<VariableRecord> environment;
     std::vector<std::pair<ExitCode, std::string>> exitCodes;
 };
 

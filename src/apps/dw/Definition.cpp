@@ -117,6 +117,11 @@ Definition& Definition::exclude(const char* one, const char* other) {
     return *this;
 }
 
+Definition& Definition::variable(const char* name, const char* meaning) {
+    m_record.environment.push_back({name, meaning});
+    return *this;
+}
+
 Definition& Definition::example(const char* line, const char* meaning) {
     m_record.examples.push_back({line, meaning});
     return *this;

@@ -50,6 +50,9 @@ public:
     /// The two options, defined before, cannot stand together.
     Definition& exclude(const char* one, const char* other);
 
+    /// A variable of the environment that matters to this command alone. The reference has it, the help has not.
+    Definition& variable(const char* name, const char* meaning);
+
     Definition& example(const char* line, const char* meaning);
 
     /// The command in the program's parser.

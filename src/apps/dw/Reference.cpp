@@ -65,6 +65,9 @@ std::string section(const CommandRecord& command, const ProgramRecord& program) 
     if (!command.fields.empty()) {
         text += "\nThe object of `--json` has beside `ok`: " + command.fields + ".\n";
     }
+    for (const VariableRecord& variable : command.environment) {
+        text += "\nIn the environment, " + code(variable.name) + ": " + variable.meaning + ".\n";
+    }
     return text + '\n' + examples(command);
 }
 

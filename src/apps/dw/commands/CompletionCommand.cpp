@@ -32,6 +32,8 @@ public:
             .argument(
                 {"SHELL", "bash, zsh or fish", {Candidates::Kind::Words, shellNames()}, "a shell: bash, zsh or fish"},
                 m_shell)
+            .variable("DW_COMPLETION_SECONDS",
+                      "how long the script waits for the platform at most, instead of 2 seconds")
             .example("source <(dw completion bash)", "Complete what is typed from now on; the same way in zsh")
             .example("dw completion fish | source", "The same in fish");
     }

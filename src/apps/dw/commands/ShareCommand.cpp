@@ -176,7 +176,7 @@ public:
             .json("`site`, `url`, `mode`, `emails`, `owner`, `anyoneCanComment`")
             .example("dw share launch", "Print who may open the site launch")
             .example("dw share launch --mode restricted --invite ann@example.org",
-                     "Only the people invited, Ann now too");
+                     "Let invited people alone open it, and invite Ann");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
