@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,17 @@ struct Ended {
 /// Runs the sandbox to its end: for --help and for starts that fail.
 [[nodiscard]] Ended runSandbox(const std::vector<std::string>& arguments);
 
+/// A file system of its own for the data folder, which only the program sees.
+struct SmallDisk {
+    int megabytes = 0;
+};
+
 /// The real program as a child, on a free port. It dies with the test.
 class SandboxProcess {
 public:
     /// Returns when the program is ready, and throws when it does not get there.
-    explicit SandboxProcess(const std::string& dataFolder, std::vector<std::string> arguments = {});
+    explicit SandboxProcess(const std::string& dataFolder, std::vector<std::string> arguments = {},
+                            std::optional<SmallDisk> disk = {});
     ~SandboxProcess();
     SandboxProcess(const SandboxProcess&) = delete;
     SandboxProcess& operator=(const SandboxProcess&) = delete;
