@@ -24,7 +24,7 @@ int pulseLevel(double phase) {
 
 } // namespace
 
-TrayItem::TrayItem(MenuBarModel& model, AppState& state, DesktopServices& desktop, TrayHost& host)
+TrayItem::TrayItem(MenuBarModel& model, AppState& state, WindowServices& desktop, TrayHost& host)
     : m_model(model),
       m_state(state),
       m_developmentCopy(state.client().configDirOverride().has_value()),
