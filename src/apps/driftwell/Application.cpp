@@ -2,9 +2,9 @@
 
 #include "desktop/freedesktop/FreedesktopServices.h"
 #include "support/Concurrency.h"
+#include "support/ExitDeadline.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
 #include <chrono>
 #include <utility>
@@ -15,7 +15,7 @@ using Action = Invocation::Action;
 
 namespace {
 
-constexpr std::chrono::seconds quitPatience(15);
+constexpr std::chrono::seconds timeToQuit(15);
 
 const QString openKey = QStringLiteral("open");
 const QString quitKey = QStringLiteral("quit");
@@ -53,19 +53,14 @@ void Application::quit() {
 Task<> Application::endAndQuit() {
     // At once, and so that nothing more is begun in it.
     m_window.hide();
-    // A folder on a server that does not answer, for example, keeps nobody from quitting.
-    QTimer patience;
-    connect(&patience, &QTimer::timeout, qApp, &QCoreApplication::quit);
-    patience.start(quitPatience);
+    // A folder on a server that does not answer, for example, keeps nobody from quitting. What is stored is stored at
+    // once, so nothing is lost by an end that waits for nobody.
+    endProcessWithin(timeToQuit);
     co_await m_state.end();
     QCoreApplication::quit();
 }
 
 void Application::begin(const Invocation& invocation) {
-    // There is no introduction to go through: the window itself shows how one begins.
-    if (m_state.gates().needsOnboarding()) {
-        m_state.gates().completeOnboarding();
-    }
     m_state.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
 }

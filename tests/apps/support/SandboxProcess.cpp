@@ -106,8 +106,8 @@ int waitForEnd(pid_t pid) {
 
 std::string readLine(int pipe) {
     std::string line;
-    const auto deadline = steady_clock::now() + std::chrono::seconds(60);
-    while (steady_clock::now() < deadline) {
+    const auto end = steady_clock::now() + deadline;
+    while (steady_clock::now() < end) {
         pollfd watched{.fd = pipe, .events = POLLIN, .revents = 0};
         char character = 0;
         if (poll(&watched, 1, 100) <= 0) {
@@ -125,9 +125,9 @@ std::string readLine(int pipe) {
 } // namespace
 
 bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds time) {
-    const auto deadline = steady_clock::now() + time;
+    const auto end = steady_clock::now() + time;
     while (!condition()) {
-        if (steady_clock::now() > deadline) {
+        if (steady_clock::now() > end) {
             return false;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));

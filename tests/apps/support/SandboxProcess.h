@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/Deadline.h"
+
 #include <sys/types.h>
 
 #include <chrono>
@@ -11,8 +13,7 @@
 namespace driftwell::tests {
 
 /// Waits until the condition holds; false when it does not within the time.
-[[nodiscard]] bool waitUntil(const std::function<bool()>& condition,
-                             std::chrono::milliseconds time = std::chrono::seconds(60));
+[[nodiscard]] bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds time = deadline);
 
 /// What a program that was run to its end left.
 struct Ended {
