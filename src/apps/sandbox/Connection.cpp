@@ -134,11 +134,11 @@ milliseconds Connection::timeForNextPiece() const {
     return std::max(left, milliseconds(0));
 }
 
-bool Connection::isWithinLimits(const char* data, size_t size) {
-    m_headRead += m_inBody ? 0 : size;
-    // The library reads lines byte by byte and everything else in larger pieces; in a body a line is the size of a
-    // chunk.
-    m_lineRead = size == 1 && *data != '\n' ? m_lineRead + 1 : 0;
+bool Connection::isWithinLimits(const char* data, size_t taken, size_t asked) {
+    m_headRead += m_inBody ? 0 : taken;
+    // The library asks for lines byte by byte and for everything else in larger pieces; in a body a line is the size of
+    // a chunk.
+    m_lineRead = asked == 1 && *data != '\n' ? m_lineRead + 1 : 0;
     return m_headRead <= largestHead && m_lineRead <= largestHead;
 }
 
@@ -169,7 +169,7 @@ ssize_t Connection::read(char* data, size_t size) {
     if (m_inBody) {
         m_bodyRead += taken;
     }
-    if (!isWithinLimits(data, taken)) {
+    if (!isWithinLimits(data, taken, size)) {
         breakOff();
         return -1;
     }

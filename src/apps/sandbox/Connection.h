@@ -63,7 +63,7 @@ private:
     /// How long the next piece of the request may take.
     [[nodiscard]] std::chrono::milliseconds timeForNextPiece() const;
     /// Whether what has been read belongs to a request that a program would send.
-    [[nodiscard]] bool isWithinLimits(const char* data, size_t size);
+    [[nodiscard]] bool isWithinLimits(const char* data, size_t taken, size_t asked);
     void breakOff();
 
     /// A socket that closes itself.
@@ -85,7 +85,7 @@ private:
 
     std::chrono::steady_clock::time_point m_headDeadline;
     std::uint64_t m_headRead = 0;
-    /// Since the last end of a line, of what the library reads byte by byte.
+    /// Since the last end of a line, of what the library asks for byte by byte.
     std::uint64_t m_lineRead = 0;
     bool m_inBody = false;
     std::uint64_t m_bodyRead = 0;
