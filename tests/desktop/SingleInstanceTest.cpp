@@ -30,8 +30,8 @@ using testing::SizeIs;
 namespace {
 
 /// Longer than any wait of the tests.
-constexpr const char* endlessPatience = "3600000";
-constexpr const char* shortPatience = "300";
+constexpr const char* endlessTimeout = "3600000";
+constexpr const char* shortTimeout = "300";
 
 /// One start of the program; it ends with the object.
 class Start {
@@ -105,15 +105,15 @@ protected:
         environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), QString::fromStdString((folder / "runtime").string()));
     }
 
-    std::unique_ptr<Start> start(const QStringList& arguments = {}, const char* patience = endlessPatience) {
-        const QStringList all = QStringList{QString::fromStdString(config.string()), QString::fromLatin1(patience),
+    std::unique_ptr<Start> start(const QStringList& arguments = {}, const char* timeout = endlessTimeout) {
+        const QStringList all = QStringList{QString::fromStdString(config.string()), QString::fromLatin1(timeout),
                                             QString::fromStdString((folder / "gate").string())} +
                                 arguments;
         return std::make_unique<Start>(all, environment, workingFolder);
     }
 
-    std::unique_ptr<Start> startFirst(const QStringList& arguments = {}, const char* patience = endlessPatience) {
-        auto first = start(arguments, patience);
+    std::unique_ptr<Start> startFirst(const QStringList& arguments = {}, const char* timeout = endlessTimeout) {
+        auto first = start(arguments, timeout);
         first->waitUntilItSays("first");
         return first;
     }
@@ -168,7 +168,7 @@ TEST_F(SingleInstanceTest, TakesANameThatIsNotText) {
     shell.start(QStringLiteral("/bin/sh"),
                 {QStringLiteral("-c"), QStringLiteral("exec \"$@\" \"$(printf '/srv/caf\\351')\""),
                  QStringLiteral("sh"), QStringLiteral(SINGLE_INSTANCE_PROGRAM), QString::fromStdString(config.string()),
-                 QString::fromLatin1(endlessPatience), QString::fromStdString((folder / "gate").string())});
+                 QString::fromLatin1(endlessTimeout), QString::fromStdString((folder / "gate").string())});
     waitUntil([&shell] { return shell.state() == QProcess::NotRunning; });
     EXPECT_EQ(shell.exitCode(), 0);
     waitUntil([&first] { return !first->activations().empty(); });
@@ -236,7 +236,7 @@ TEST_F(SingleInstanceTest, IsTakenOverByAStartThatWaitsWhenTheFirstIsKilled) {
 TEST_F(SingleInstanceTest, SaysThatTheFirstDoesNotAnswer) {
     const auto first = startFirst();
     first->signal(SIGSTOP);
-    const auto second = start({}, shortPatience);
+    const auto second = start({}, shortTimeout);
     EXPECT_EQ(second->waitForEnd(), 1);
     EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
     EXPECT_THAT(second->lines(), ElementsAre("ready"));
@@ -247,7 +247,7 @@ TEST_F(SingleInstanceTest, SaysThatTheFirstDoesNotAnswerAlsoWhereItHasNoSocket) 
     const UniqueFd lock(::open(runtimeFile(".lock").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(::flock(lock.get(), LOCK_EX | LOCK_NB), 0);
     std::filesystem::remove(runtimeFile(".socket"));
-    const auto second = start({}, shortPatience);
+    const auto second = start({}, shortTimeout);
     EXPECT_EQ(second->waitForEnd(), 1);
     EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
 }
@@ -331,7 +331,7 @@ TEST_F(SingleInstanceTest, IsNotDisturbedByAnythingElseThatConnects) {
 }
 
 TEST_F(SingleInstanceTest, IsNotHeldUpByThoseWhoConnectAndSayNothing) {
-    const auto first = startFirst({}, shortPatience);
+    const auto first = startFirst({}, shortTimeout);
     std::vector<UniqueFd> silent;
     for (int number = 0; number < 100; ++number) {
         silent.push_back(connectToFirst());
@@ -371,7 +371,7 @@ TEST_F(SingleInstanceTest, TakesARequestThatComesInPieces) {
 }
 
 TEST_F(SingleInstanceTest, GivesUpOnOneThatDoesNotSayAll) {
-    const auto first = startFirst({}, shortPatience);
+    const auto first = startFirst({}, shortTimeout);
     const UniqueFd connection = connectToFirst();
     ASSERT_GT(::send(connection.get(), "driftwell", 9, MSG_NOSIGNAL), 0);
     char answer = 0;
@@ -422,7 +422,7 @@ protected:
 };
 
 TEST_F(FalseFirstTest, ThatNeverReadsIsSaidNotToAnswer) {
-    const auto second = start(longArguments(), shortPatience);
+    const auto second = start(longArguments(), shortTimeout);
     EXPECT_EQ(second->waitForEnd(), 1);
     EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
     EXPECT_THAT(second->lines(), ElementsAre("ready"));
@@ -480,7 +480,7 @@ TEST_F(FalseFirstTest, ThatAnswersSomethingElseHasNotTakenTheRequest) {
 }
 
 TEST_F(FalseFirstTest, ThatReadsAllAndNeverAnswersIsSaidNotToAnswer) {
-    const auto second = start({QStringLiteral("--one")}, shortPatience);
+    const auto second = start({QStringLiteral("--one")}, shortTimeout);
     const UniqueFd connection = accept();
     readAll(connection);
     EXPECT_EQ(second->waitForEnd(), 1);

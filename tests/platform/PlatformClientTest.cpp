@@ -389,8 +389,8 @@ TEST_F(PlatformClientTest, DecodesAListOnlyWhenItsBytesAreNew) {
     EXPECT_EQ(sites(QByteArray(site) + '\n'), "1 sites");
     EXPECT_EQ(fetchStats(stats), "absent");
     EXPECT_EQ(fetchStats("{}"), "1 sites");
-    EXPECT_FALSE(await(client().libs(config(), R"({"libs":[]})", {})).record);
-    EXPECT_TRUE(await(client().libs(config(), R"({"libs":[ ]})", {})).record);
+    EXPECT_FALSE(await(client().libs(config(), QByteArray(R"({"libs":[]})"), {})).record);
+    EXPECT_TRUE(await(client().libs(config(), QByteArray(R"({"libs":[ ]})"), {})).record);
 }
 
 TEST_F(PlatformClientTest, DoesNotTakeAnEmptyAnswerForTheOneItKnows) {

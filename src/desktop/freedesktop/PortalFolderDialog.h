@@ -21,8 +21,8 @@ class PortalFolderDialog : public FolderDialog {
     Q_OBJECT
 
 public:
-    /// `patience` is how long the portal has to begin.
-    PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds patience, QObject* parent);
+    /// `timeout` is how long the portal has to begin.
+    PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds timeout, QObject* parent);
     ~PortalFolderDialog() override;
 
     void open(const FolderQuestion& question) override;
@@ -41,7 +41,7 @@ private:
     void closeRequest();
 
     QDBusConnection m_bus;
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_timeout;
     /// The object path of the request under way, empty before and after.
     QString m_request;
     /// Of the window that the dialog stands before; null while it stands before none.
