@@ -61,6 +61,8 @@ Task<> Application::endAndQuit() {
 }
 
 void Application::begin(const Invocation& invocation) {
+    // There is no introduction to go through, so nobody waits for its end: the window itself shows how one begins.
+    m_state.gates().postponeOnboarding();
     m_state.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
 }
