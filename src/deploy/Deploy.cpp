@@ -1,4 +1,5 @@
-#include "deploy/DeployStage.h"
+#include "deploy/Deploy.h"
+
 #include "deploy/FolderScan.h"
 #include "deploy/Packing.h"
 #include "platform/PlatformClient.h"
@@ -9,13 +10,13 @@
 
 namespace driftwell {
 
-// The way of a folder to the platform: scan, pack, upload. The caller requests the stop before the client goes, so that
-// nothing after an await here touches a client that is gone.
-Task<DeployResponse> PlatformClient::deploy(std::filesystem::path folder, QString site, PlatformConfig config,
-                                            std::function<void(DeployStage)> onStage, std::stop_token stop) {
-    const std::filesystem::path helpers = m_bundle.helpers();
+// After an await, a client that may be gone is touched only once neither stop was requested.
+Task<DeployResponse> deploy(PlatformClient& client, std::filesystem::path folder, QString site, PlatformConfig config,
+                            std::function<void(DeployStage)> onStage, DeployStops stops) {
+    const StopScope either(stops.cancel, stops.end);
+    const std::filesystem::path helpers = client.helpers();
     onStage(DeployStage::packing());
-    const auto scanWork = [folder, stop] {
+    const auto scanWork = [folder, stop = either.token()] {
         return scanFolder(folder, stop);
     };
     FolderScan files = co_await runOnPool(scanWork);
@@ -24,8 +25,9 @@ Task<DeployResponse> PlatformClient::deploy(std::filesystem::path folder, QStrin
     }
 
     const TemporaryFolder working("dw-deploy-");
-    const std::filesystem::path archive = co_await packFolder(folder, std::move(files), working.path(), helpers);
-    throwIfCancelled(stop);
+    const std::filesystem::path archive =
+        co_await packFolder(folder, std::move(files), working.path(), helpers, stops.end);
+    throwIfCancelled(either.token());
 
     onStage(DeployStage::uploading(0));
     FileBody body{archive, [onStage](std::int64_t sent, std::int64_t total) {
@@ -33,7 +35,7 @@ Task<DeployResponse> PlatformClient::deploy(std::filesystem::path folder, QStrin
                           onStage(DeployStage::uploading(*fraction));
                       }
                   }};
-    co_return co_await sendArchive(std::move(body), site, config, stop);
+    co_return co_await client.upload(std::move(body), site, config, either.token());
 }
 
 } // namespace driftwell

@@ -71,7 +71,8 @@ void refuseLineFeeds(const FolderScan& files) {
 } // namespace
 
 Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
-                                       std::filesystem::path workingFolder, std::filesystem::path helpers) {
+                                       std::filesystem::path workingFolder, std::filesystem::path helpers,
+                                       std::stop_token stop) {
     const std::filesystem::path list = workingFolder / "files.txt";
     const std::filesystem::path archive = workingFolder / "site.tgz";
     replaceFile(list, joined(files.paths, '\n'), S_IRUSR | S_IWUSR);
@@ -80,7 +81,7 @@ Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan 
     tar.program = "/usr/bin/tar";
     tar.arguments = {"--format", "ustar", "-czf", archive.string(), "-C", folder.string(), "-T", list.string()};
     tar.environment = tarEnvironment(helpers);
-    co_await runTool(std::move(tar));
+    co_await runTool(std::move(tar), std::move(stop));
     refuseLineFeeds(files);
     co_return archive;
 }

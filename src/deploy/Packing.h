@@ -4,6 +4,7 @@
 #include "support/Task.h"
 
 #include <filesystem>
+#include <stop_token>
 
 namespace driftwell {
 
@@ -17,9 +18,9 @@ namespace driftwell {
 /// The list of names that tar reads is divided by line feeds, without quoting, so a name that holds one cannot be
 /// packed: tar fails, or the archive that it made of the pieces is refused here.
 ///
-/// Throws PlatformError::api and std::system_error. Not ended by anything.
+/// Throws PlatformError::api, std::system_error, and Cancelled once tar has ended after a stop.
 [[nodiscard]] Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
-                                                     std::filesystem::path workingFolder,
-                                                     std::filesystem::path helpers);
+                                                     std::filesystem::path workingFolder, std::filesystem::path helpers,
+                                                     std::stop_token stop = {});
 
 } // namespace driftwell

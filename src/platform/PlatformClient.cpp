@@ -126,12 +126,11 @@ template <class Record> Task<Record> PlatformClient::request(Call call, Platform
 }
 
 template <class Record>
-Task<Fetched<Record>> PlatformClient::requestIfChanged(QByteArray path, PlatformConfig config, QByteArray known,
+Task<Fetched<Record>> PlatformClient::requestIfChanged(QByteArray path, PlatformConfig config, KnownBytes known,
                                                        std::stop_token stop) {
     Call call{"GET", path};
     const QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
-    // An empty answer is no record, whatever was known.
-    if (!known.isEmpty() && bytes == known) {
+    if (known.are(bytes)) {
         co_return Fetched<Record>{bytes, std::nullopt};
     }
     Record record = co_await decodeAnswer<Record>(bytes, path);
@@ -156,15 +155,15 @@ Task<Identity> PlatformClient::ownerOf(QString token, PlatformConfig config, std
     return request<Identity>(std::move(call), std::move(config), std::move(stop));
 }
 
-Task<Fetched<SitesResponse>> PlatformClient::sites(PlatformConfig config, QByteArray known, std::stop_token stop) {
+Task<Fetched<SitesResponse>> PlatformClient::sites(PlatformConfig config, KnownBytes known, std::stop_token stop) {
     return requestIfChanged<SitesResponse>("/api/sites", std::move(config), std::move(known), std::move(stop));
 }
 
-Task<Fetched<StatsResponse>> PlatformClient::stats(PlatformConfig config, QByteArray known, std::stop_token stop) {
+Task<Fetched<StatsResponse>> PlatformClient::stats(PlatformConfig config, KnownBytes known, std::stop_token stop) {
     return requestIfChanged<StatsResponse>("/api/stats", std::move(config), std::move(known), std::move(stop));
 }
 
-Task<Fetched<LibsResponse>> PlatformClient::libs(PlatformConfig config, QByteArray known, std::stop_token stop) {
+Task<Fetched<LibsResponse>> PlatformClient::libs(PlatformConfig config, KnownBytes known, std::stop_token stop) {
     return requestIfChanged<LibsResponse>("/api/libs", std::move(config), std::move(known), std::move(stop));
 }
 
@@ -220,8 +219,8 @@ Task<CollabToggleResponse> PlatformClient::setCollab(PlatformConfig config, QStr
     return request<CollabToggleResponse>(std::move(call), std::move(config), std::move(stop));
 }
 
-Task<DeployResponse> PlatformClient::sendArchive(FileBody archive, QString site, PlatformConfig config,
-                                                 std::stop_token stop) {
+Task<DeployResponse> PlatformClient::upload(FileBody archive, QString site, PlatformConfig config,
+                                            std::stop_token stop) {
     const QByteArray path = "/api/deploy?site=" + encoded(site, UrlPart::Query);
     return request<DeployResponse>({"POST", path, "application/gzip", std::move(archive)}, std::move(config),
                                    std::move(stop));

@@ -2,6 +2,7 @@
 
 #include "platform/ConfigStore.h"
 #include "platform/HttpSession.h"
+#include "platform/KnownAnswer.h"
 #include "platform/Models.h"
 #include "platform/PlatformConfig.h"
 #include "support/Sleep.h"
@@ -15,15 +16,6 @@
 #include <stop_token>
 
 namespace driftwell {
-
-struct DeployStage;
-struct FolderScan;
-
-/// An answer's bytes and the record decoded from them; no record when the bytes are those that the caller knew.
-template <class Record> struct Fetched {
-    QByteArray bytes;
-    std::optional<Record> record;
-};
 
 /// The only code that speaks HTTP to the platform. It reduces every outcome of a call to a decoded record, a
 /// PlatformError, or Cancelled:
@@ -73,9 +65,9 @@ public:
                                         std::stop_token stop);
 
     /// The lists, each decoded only when the answer's bytes differ from `known`; nothing is known when it is empty.
-    [[nodiscard]] Task<Fetched<SitesResponse>> sites(PlatformConfig config, QByteArray known, std::stop_token stop);
-    [[nodiscard]] Task<Fetched<StatsResponse>> stats(PlatformConfig config, QByteArray known, std::stop_token stop);
-    [[nodiscard]] Task<Fetched<LibsResponse>> libs(PlatformConfig config, QByteArray known, std::stop_token stop);
+    [[nodiscard]] Task<Fetched<SitesResponse>> sites(PlatformConfig config, KnownBytes known, std::stop_token stop);
+    [[nodiscard]] Task<Fetched<StatsResponse>> stats(PlatformConfig config, KnownBytes known, std::stop_token stop);
+    [[nodiscard]] Task<Fetched<LibsResponse>> libs(PlatformConfig config, KnownBytes known, std::stop_token stop);
 
     /// The newest `limit` lines of a site's log; absent when the platform answers null.
     [[nodiscard]] Task<std::optional<LogsResponse>> logs(PlatformConfig config, QString site, int limit,
@@ -96,17 +88,12 @@ public:
     [[nodiscard]] Task<CollabToggleResponse> setCollab(PlatformConfig config, QString site, bool enabled,
                                                        std::stop_token stop);
 
-    /// The files of a folder that are the site. Blocking; called off the main thread. See deploy/FolderScan.h.
-    [[nodiscard]] static FolderScan scan(const std::filesystem::path& folder);
+    /// Publishes an archive under a valid site name. The file is streamed; it stays as it is.
+    [[nodiscard]] Task<DeployResponse> upload(FileBody archive, QString site, PlatformConfig config,
+                                              std::stop_token stop);
 
-    /// Publishes a folder: scans, packs and uploads it. See deploy/Deploy.cpp.
-    ///
-    /// `site` is a valid site name. `onStage` is called from any thread, several times in quick succession. Throws
-    /// PlatformError, std::system_error for a failure of this machine, and Cancelled; the folder is untouched and no
-    /// temporary file is left in every case. A stop that comes while the archive is being packed takes effect when
-    /// packing has ended.
-    [[nodiscard]] Task<DeployResponse> deploy(std::filesystem::path folder, QString site, PlatformConfig config,
-                                              std::function<void(DeployStage)> onStage, std::stop_token stop);
+    /// The folder of the programs that come with this one.
+    [[nodiscard]] std::filesystem::path helpers() const { return m_bundle.helpers(); }
 
 private:
     struct Call {
@@ -127,12 +114,10 @@ private:
     template <class Record> Task<Record> request(Call call, PlatformConfig config, std::stop_token stop);
 
     template <class Record>
-    Task<Fetched<Record>> requestIfChanged(QByteArray path, PlatformConfig config, QByteArray known,
+    Task<Fetched<Record>> requestIfChanged(QByteArray path, PlatformConfig config, KnownBytes known,
                                            std::stop_token stop);
 
     [[nodiscard]] std::vector<std::pair<QByteArray, QByteArray>> authHeaders(const PlatformConfig& config) const;
-
-    Task<DeployResponse> sendArchive(FileBody archive, QString site, PlatformConfig config, std::stop_token stop);
 
     Bundle m_bundle;
     ConfigStore m_store;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Connection.h"
+#include "core/Gates.h"
 
 #include <QString>
 

@@ -55,17 +55,17 @@ constexpr std::array tints{
 
 } // namespace
 
-DW::DW(DesktopServices& desktop) : m_desktop(desktop) {
-    connect(&desktop, &DesktopServices::colorSchemeChanged, this, &DW::changed);
+DW::DW(WindowServices& desktop) : m_desktop(desktop) {
+    connect(&desktop, &WindowServices::colorSchemeChanged, this, &DW::changed);
 }
 
 DW* DW::create(QQmlEngine* engine, QJSEngine*) {
-    auto* const desktop = qobject_cast<DesktopServices*>(engine->property(desktopProperty).value<QObject*>());
+    auto* const desktop = qobject_cast<WindowServices*>(engine->property(desktopProperty).value<QObject*>());
     Q_ASSERT_X(desktop != nullptr, "DW", "the engine has no desktop");
     return new DW(*desktop); // owned by the engine
 }
 
-void DW::provideDesktop(QQmlEngine& engine, DesktopServices& desktop) {
+void DW::provideDesktop(QQmlEngine& engine, WindowServices& desktop) {
     engine.setProperty(desktopProperty, QVariant::fromValue<QObject*>(&desktop));
 }
 

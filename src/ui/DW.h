@@ -1,6 +1,6 @@
 #pragma once
 
-#include "desktop/DesktopServices.h"
+#include "desktop/WindowServices.h"
 
 #include <QColor>
 #include <QObject>
@@ -74,12 +74,12 @@ public:
     };
 
     /// `desktop` outlives the palette.
-    explicit DW(DesktopServices& desktop);
+    explicit DW(WindowServices& desktop);
 
     static DW* create(QQmlEngine* engine, QJSEngine* scriptEngine);
 
     /// The desktop that the palette of this engine follows. It outlives the engine.
-    static void provideDesktop(QQmlEngine& engine, DesktopServices& desktop);
+    static void provideDesktop(QQmlEngine& engine, WindowServices& desktop);
 
     [[nodiscard]] static QColor color(Token token, ColorScheme scheme);
 
@@ -115,7 +115,7 @@ Q_SIGNALS:
 private:
     [[nodiscard]] QColor color(Token token) const { return color(token, m_desktop.colorScheme()); }
 
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
 };
 
 } // namespace driftwell

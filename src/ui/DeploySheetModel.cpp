@@ -1,6 +1,6 @@
 #include "ui/DeploySheetModel.h"
 
-#include "core/WebAddress.h"
+#include "core/SiteOperations.h"
 #include "deploy/SiteName.h"
 #include "ui/ConnectionTexts.h"
 #include "ui/Format.h"
@@ -31,16 +31,16 @@ std::int64_t wholeSeconds(Timestamp from, Timestamp to) {
 
 } // namespace
 
-DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, AppState& state, DesktopServices& desktop)
+DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, AppState& state, WindowServices& desktop)
     : m_flow(std::move(flow)), m_state(state), m_desktop(desktop) {
     connect(m_flow.get(), &DeployFlow::phaseChanged, this, &DeploySheetModel::phaseChanged);
     connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::stageChanged);
     connect(m_flow.get(), &DeployFlow::siteNameChanged, this, &DeploySheetModel::nameChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::figuresChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::stageChanged);
-    connect(&state, &AppState::sitesChanged, this, &DeploySheetModel::nameChanged);
-    connect(&state, &AppState::configChanged, this, &DeploySheetModel::hostChanged);
-    connect(&state, &AppState::configChanged, this, &DeploySheetModel::nameChanged);
+    connect(&state.catalog(), &Catalog::sitesChanged, this, &DeploySheetModel::nameChanged);
+    connect(&state.connection(), &Connection::configChanged, this, &DeploySheetModel::hostChanged);
+    connect(&state.connection(), &Connection::configChanged, this, &DeploySheetModel::nameChanged);
 }
 
 DeploySheetModel::NameStatus DeploySheetModel::nameStatus(const QString& trimmed, bool siteExists) {
@@ -149,7 +149,7 @@ bool DeploySheetModel::isNameValid() const {
 }
 
 DeploySheetModel::NameStatus DeploySheetModel::nameStatus() const {
-    return nameStatus(trimmedName(), m_state.existingSite(trimmedName()).has_value());
+    return nameStatus(trimmedName(), m_state.catalog().existingSite(trimmedName()).has_value());
 }
 
 QString DeploySheetModel::nameStatusText() const {
@@ -161,7 +161,7 @@ QString DeploySheetModel::nameStatusText() const {
     case NameStatus::Forbidden:
         return QStringLiteral("Lowercase letters, digits and dashes only");
     case NameStatus::Replaces: {
-        const SiteInfo site = *m_state.existingSite(trimmedName());
+        const SiteInfo site = *m_state.catalog().existingSite(trimmedName());
         return QStringLiteral("Replaces ") + site.name + liveSince(site, now());
     }
     case NameStatus::Free:
@@ -221,13 +221,11 @@ void DeploySheetModel::confirm() {
     }
     // What was judged is what is published: without the blanks around it.
     m_flow->setSiteName(trimmedName());
-    m_state.confirmDeploy();
+    m_state.deployments().confirmDeploy();
 }
 
 void DeploySheetModel::openLiveSite() {
-    if (const std::optional<QUrl> url = webAddress(liveUrl())) {
-        m_desktop.openUrl(*url);
-    }
+    m_state.siteOperations().openAddress(liveUrl());
 }
 
 void DeploySheetModel::copyUrl() {

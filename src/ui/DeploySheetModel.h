@@ -1,7 +1,11 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
 #include "deploy/DeployFlow.h"
+#include "desktop/WindowServices.h"
 
 #include <QObject>
 #include <QString>
@@ -53,7 +57,7 @@ public:
     Q_ENUM(StageState)
 
     /// `state` and `desktop` outlive the model.
-    DeploySheetModel(std::shared_ptr<DeployFlow> flow, AppState& state, DesktopServices& desktop);
+    DeploySheetModel(std::shared_ptr<DeployFlow> flow, AppState& state, WindowServices& desktop);
 
     // The rules, as functions of values.
     [[nodiscard]] static NameStatus nameStatus(const QString& trimmed, bool siteExists);
@@ -102,7 +106,7 @@ public:
     /// Deploys when the name is valid.
     Q_INVOKABLE void confirm();
     /// Ends the deployment, or closes what is left of it.
-    Q_INVOKABLE void close() { m_state.cancelDeploy(); }
+    Q_INVOKABLE void close() { m_state.deployments().cancelDeploy(); }
     Q_INVOKABLE void retry() { m_flow->retry(); }
     Q_INVOKABLE void openLiveSite();
     Q_INVOKABLE void copyUrl();
@@ -121,7 +125,7 @@ private:
 
     std::shared_ptr<DeployFlow> m_flow;
     AppState& m_state;
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
     bool m_copied = false;
 };
 

@@ -6,38 +6,42 @@
 
 namespace driftwell {
 
-using Kind = AppState::Status::Kind;
+using Kind = Connection::Status::Kind;
 
-MainWindowModel::MainWindowModel(AppState& state, DesktopServices& desktop)
+MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop)
     : m_state(state),
       m_desktop(desktop),
       m_toolbar(state, desktop, nullptr),
       m_siteList(state, desktop, nullptr),
       m_signIn(state, nullptr),
       m_content(content(state)) {
-    connect(&state, &AppState::configChanged, this, &MainWindowModel::hostChanged);
-    for (const auto signal : {&AppState::statusChanged, &AppState::configChanged, &AppState::sitesChanged,
-                              &AppState::filterChanged, &AppState::needsOnboardingChanged}) {
-        connect(&state, signal, this, &MainWindowModel::followStatus);
+    connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::hostChanged);
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
+        connect(&state.connection(), signal, this, &MainWindowModel::followStatus);
     }
-    for (const auto signal : {&AppState::rollbackErrorChanged, &AppState::deleteErrorChanged}) {
-        connect(&state, signal, this, &MainWindowModel::alertChanged);
+    for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
+        connect(&state.catalog(), signal, this, &MainWindowModel::followStatus);
     }
-    connect(&state, &AppState::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
+    connect(&state.gates(), &Gates::needsOnboardingChanged, this, &MainWindowModel::followStatus);
+    for (const auto signal : {&SiteOperations::rollbackErrorChanged, &SiteOperations::deleteErrorChanged}) {
+        connect(&state.siteOperations(), signal, this, &MainWindowModel::alertChanged);
+    }
+    connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
     followDeployFlow();
 }
 
 MainWindowModel::~MainWindowModel() = default;
 
 MainWindowModel::Content MainWindowModel::content(const AppState& state) {
-    switch (state.status().kind) {
+    switch (state.connection().status().kind) {
     case Kind::NotTeam:
     case Kind::SignedOut:
         return Content::SignIn;
     case Kind::NoHost:
         return Content::NoHost;
     case Kind::Connected:
-        return state.sites().isEmpty() && state.filter().isEmpty() ? Content::EmptyState : Content::SiteList;
+        return state.catalog().sites().isEmpty() && state.catalog().filter().isEmpty() ? Content::EmptyState
+                                                                                       : Content::SiteList;
     case Kind::Connecting:
     case Kind::Unreachable:
         return Content::SiteList;
@@ -54,7 +58,7 @@ void MainWindowModel::followStatus() {
 }
 
 void MainWindowModel::followDeployFlow() {
-    const std::shared_ptr<DeployFlow> flow = m_state.deployFlow();
+    const std::shared_ptr<DeployFlow> flow = m_state.deployments().deployFlow();
     // The view of the old model lets go of it first.
     const std::unique_ptr<DeploySheetModel> old =
         std::exchange(m_deploySheet, flow ? std::make_unique<DeploySheetModel>(flow, m_state, m_desktop) : nullptr);
@@ -70,7 +74,7 @@ QString MainWindowModel::exampleHost() {
 }
 
 bool MainWindowModel::isBannerVisible() const {
-    return m_state.status().kind == Kind::Unreachable;
+    return m_state.connection().status().kind == Kind::Unreachable;
 }
 
 QString MainWindowModel::bannerTitle() const {
@@ -82,7 +86,7 @@ QString MainWindowModel::retryText(int seconds) {
 }
 
 QString MainWindowModel::bannerText() const {
-    return retryText(m_state.status().retryIn);
+    return retryText(m_state.connection().status().retryIn);
 }
 
 bool MainWindowModel::canDeploy() const {
@@ -96,21 +100,22 @@ void MainWindowModel::setDropTargeted(bool targeted) {
 }
 
 QString MainWindowModel::alertTitle() const {
-    if (m_state.rollbackError()) {
+    if (m_state.siteOperations().rollbackError()) {
         return QStringLiteral("Rollback failed");
     }
-    return m_state.deleteError() ? QStringLiteral("Delete failed") : QString();
+    return m_state.siteOperations().deleteError() ? QStringLiteral("Delete failed") : QString();
 }
 
 QString MainWindowModel::alertText() const {
-    return m_state.rollbackError().value_or(m_state.deleteError().value_or(QString()));
+    return m_state.siteOperations().rollbackError().value_or(
+        m_state.siteOperations().deleteError().value_or(QString()));
 }
 
 void MainWindowModel::dismissAlert() {
-    if (m_state.rollbackError()) {
-        m_state.clearRollbackError();
+    if (m_state.siteOperations().rollbackError()) {
+        m_state.siteOperations().clearRollbackError();
     } else {
-        m_state.clearDeleteError();
+        m_state.siteOperations().clearDeleteError();
     }
 }
 

@@ -1,6 +1,13 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/Gates.h"
+#include "core/NewProject.h"
+#include "core/SiteOperations.h"
+#include "desktop/WindowServices.h"
 #include "ui/DeploySheetModel.h"
 #include "ui/SignInModel.h"
 #include "ui/SiteListModel.h"
@@ -41,7 +48,7 @@ public:
     Q_ENUM(Content)
 
     /// `state` and `desktop` outlive the model.
-    MainWindowModel(AppState& state, DesktopServices& desktop);
+    MainWindowModel(AppState& state, WindowServices& desktop);
     ~MainWindowModel() override;
 
     [[nodiscard]] static Content content(const AppState& state);
@@ -68,15 +75,15 @@ public:
     void setDropTargeted(bool targeted);
     [[nodiscard]] bool isDropOverlayVisible() const { return m_dropTargeted && canDeploy(); }
     /// Opens a deployment of a dropped folder.
-    void drop(const std::filesystem::path& folder) { m_state.beginDeploy(folder); }
+    void drop(const std::filesystem::path& folder) { m_state.deployments().beginDeploy(folder); }
 
     /// The failure that is to be told now; empty when there is none.
     [[nodiscard]] QString alertTitle() const;
     [[nodiscard]] QString alertText() const;
     Q_INVOKABLE void dismissAlert();
 
-    Q_INVOKABLE void setHost(const QString& host) { m_state.setHost(host); }
-    Q_INVOKABLE void chooseFolderAndDeploy() { m_state.chooseFolderAndDeploy(); }
+    Q_INVOKABLE void setHost(const QString& host) { m_state.connection().setHost(host); }
+    Q_INVOKABLE void chooseFolderAndDeploy() { m_state.newProject().chooseFolderAndDeploy(); }
 
 Q_SIGNALS:
     void contentChanged();
@@ -91,7 +98,7 @@ private:
     void followDeployFlow();
 
     AppState& m_state;
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
     ToolbarModel m_toolbar;
     SiteListModel m_siteList;
     SignInModel m_signIn;

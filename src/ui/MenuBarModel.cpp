@@ -7,26 +7,28 @@
 
 namespace driftwell {
 
-using Kind = AppState::Status::Kind;
+using Kind = Connection::Status::Kind;
 
-MenuBarModel::MenuBarModel(AppState& state, DesktopServices& desktop) : m_state(state), m_desktop(desktop) {
-    for (const auto signal :
-         {&AppState::statusChanged, &AppState::configChanged, &AppState::identityChanged, &AppState::sitesChanged,
-          &AppState::isDeployingChanged, &AppState::isSigningInChanged, &AppState::lastSyncChanged}) {
-        connect(&state, signal, this, &MenuBarModel::changed);
+MenuBarModel::MenuBarModel(AppState& state, WindowServices& desktop) : m_state(state), m_desktop(desktop) {
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::identityChanged,
+                              &Connection::lastSyncChanged}) {
+        connect(&state.connection(), signal, this, &MenuBarModel::changed);
     }
-    connect(&desktop, &DesktopServices::colorSchemeChanged, this, &MenuBarModel::changed);
+    connect(&state.catalog(), &Catalog::sitesChanged, this, &MenuBarModel::changed);
+    connect(&state.deployments(), &Deployments::isDeployingChanged, this, &MenuBarModel::changed);
+    connect(&state.signIn(), &SignIn::isSigningInChanged, this, &MenuBarModel::changed);
+    connect(&desktop, &WindowServices::colorSchemeChanged, this, &MenuBarModel::changed);
 }
 
 MenuBarModel::Icon MenuBarModel::icon(const AppState& state) {
-    const Kind kind = state.status().kind;
+    const Kind kind = state.connection().status().kind;
     if (kind == Kind::Unreachable || kind == Kind::NotTeam || kind == Kind::SignedOut) {
         return Icon::Warning;
     }
-    return state.isDeploying() ? Icon::Pulsing : Icon::Glyph;
+    return state.deployments().isDeploying() ? Icon::Pulsing : Icon::Glyph;
 }
 
-DW::Token MenuBarModel::statusToken(const AppState::Status& status) {
+DW::Token MenuBarModel::statusToken(const Connection::Status& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return DW::Token::Danger;
@@ -43,7 +45,7 @@ DW::Token MenuBarModel::statusToken(const AppState::Status& status) {
 }
 
 QString MenuBarModel::title(const AppState& state) {
-    switch (state.status().kind) {
+    switch (state.connection().status().kind) {
     case Kind::Unreachable:
         return QStringLiteral("Can’t reach ") + hostName(state);
     case Kind::NotTeam:
@@ -54,24 +56,24 @@ QString MenuBarModel::title(const AppState& state) {
         return QStringLiteral("Not signed in");
     case Kind::Connecting:
     case Kind::Connected:
-        return state.identity() ? QStringLiteral("Connected as ") + state.identity()->email
-                                : QStringLiteral("Connecting…");
+        return state.connection().identity() ? QStringLiteral("Connected as ") + state.connection().identity()->email
+                                             : QStringLiteral("Connecting…");
     }
     Q_UNREACHABLE();
 }
 
 QString MenuBarModel::headerSubtitle(const AppState& state) {
-    const AppState::Status status = state.status();
+    const Connection::Status status = state.connection().status();
     switch (status.kind) {
     case Kind::Unreachable:
         return QStringLiteral("retrying in %1s · deploys are paused").arg(status.retryIn);
     case Kind::NotTeam:
-        return state.identity() ? state.identity()->email : hostName(state);
+        return state.connection().identity() ? state.connection().identity()->email : hostName(state);
     case Kind::NoHost:
         return QStringLiteral("open Driftwell to connect");
     case Kind::SignedOut:
-        return state.isSigningIn() ? QStringLiteral("waiting for browser…")
-                                   : hostName(state) + QStringLiteral(" · sign in to see your sites");
+        return state.signIn().isSigningIn() ? QStringLiteral("waiting for browser…")
+                                            : hostName(state) + QStringLiteral(" · sign in to see your sites");
     case Kind::Connecting:
     case Kind::Connected:
         return subtitle(state);
@@ -80,30 +82,30 @@ QString MenuBarModel::headerSubtitle(const AppState& state) {
 }
 
 QString MenuBarModel::subtitle(const AppState& state) {
-    const qsizetype count = state.sites().size();
+    const qsizetype count = state.catalog().sites().size();
     QStringList parts{hostName(state),
                       QString::number(count) + (count == 1 ? QStringLiteral(" site") : QStringLiteral(" sites"))};
-    if (state.isDeploying()) {
+    if (state.deployments().isDeploying()) {
         parts.append(QStringLiteral("1 deploying"));
     }
     return parts.join(QStringLiteral(" · "));
 }
 
 MenuBarModel::AuthAction MenuBarModel::authAction(const AppState& state) {
-    if (!state.config() || state.config()->isLocal()) {
+    if (!state.connection().config() || state.connection().config()->isLocal()) {
         return AuthAction::None;
     }
-    const Kind kind = state.status().kind;
+    const Kind kind = state.connection().status().kind;
     if (kind != Kind::NotTeam && kind != Kind::SignedOut) {
         return AuthAction::SignOut;
     }
-    return state.isSigningIn() ? AuthAction::None : AuthAction::SignIn;
+    return state.signIn().isSigningIn() ? AuthAction::None : AuthAction::SignIn;
 }
 
 QList<RecentSite> MenuBarModel::recentSites(const AppState& state, Timestamp now) {
     QList<RecentSite> rows;
-    const std::optional<QString> deploying = state.deployingSiteName();
-    const QList<SiteInfo> sites = state.recentSites();
+    const std::optional<QString> deploying = state.deployments().deployingSiteName();
+    const QList<SiteInfo> sites = state.catalog().recentSites();
     for (const SiteInfo& site : sites) {
         const std::optional<Timestamp> time = site.deployedAt ? timestampFromIso(*site.deployedAt) : std::nullopt;
         rows.append({.name = site.name,
@@ -135,9 +137,9 @@ QString MenuBarModel::authTitle() const {
 }
 
 void MenuBarModel::openSite(int row) {
-    const QList<SiteInfo> sites = m_state.recentSites();
+    const QList<SiteInfo> sites = m_state.catalog().recentSites();
     if (row >= 0 && row < sites.size()) {
-        m_state.openSite(sites[row]);
+        m_state.siteOperations().openSite(sites[row]);
     }
 }
 
@@ -146,10 +148,10 @@ void MenuBarModel::runAuthAction() {
     case AuthAction::None:
         return;
     case AuthAction::SignIn:
-        m_state.signIn();
+        m_state.signIn().signIn();
         return;
     case AuthAction::SignOut:
-        m_state.signOut();
+        m_state.signIn().signOut();
         return;
     }
 }

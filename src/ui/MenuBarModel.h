@@ -1,6 +1,12 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
+#include "desktop/WindowServices.h"
 #include "ui/DW.h"
 
 #include <QObject>
@@ -46,10 +52,10 @@ public:
     enum class AuthAction { None, SignIn, SignOut };
 
     /// `state` and `desktop` outlive the model.
-    MenuBarModel(AppState& state, DesktopServices& desktop);
+    MenuBarModel(AppState& state, WindowServices& desktop);
 
     [[nodiscard]] static Icon icon(const AppState& state);
-    [[nodiscard]] static DW::Token statusToken(const AppState::Status& status);
+    [[nodiscard]] static DW::Token statusToken(const Connection::Status& status);
     [[nodiscard]] static QString title(const AppState& state);
     [[nodiscard]] static QString headerSubtitle(const AppState& state);
     /// Host, number of sites and what is under way, while connected.
@@ -59,7 +65,7 @@ public:
 
     [[nodiscard]] Icon icon() const { return icon(m_state); }
     [[nodiscard]] QColor statusColor() const {
-        return DW::color(statusToken(m_state.status()), m_desktop.colorScheme());
+        return DW::color(statusToken(m_state.connection().status()), m_desktop.colorScheme());
     }
     [[nodiscard]] QString title() const { return title(m_state); }
     [[nodiscard]] QString subtitle() const { return headerSubtitle(m_state); }
@@ -79,7 +85,7 @@ Q_SIGNALS:
 
 private:
     AppState& m_state;
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
 };
 
 } // namespace driftwell

@@ -40,7 +40,7 @@ void chooseRenderer() {
 
 } // namespace
 
-Scene::Scene(DesktopServices& desktop) : m_engine(std::make_unique<QQmlEngine>()) {
+Scene::Scene(WindowServices& desktop) : m_engine(std::make_unique<QQmlEngine>()) {
     static std::once_flag chosen;
     std::call_once(chosen, chooseRenderer);
     qml_register_types_Driftwell();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "desktop/DesktopServices.h"
+#include "desktop/WindowServices.h"
 #include "ui/KeyboardFocus.h"
 
 #include <QQmlEngine>
@@ -19,7 +19,7 @@ namespace driftwell {
 class Scene {
 public:
     /// `desktop` outlives the scene.
-    explicit Scene(DesktopServices& desktop);
+    explicit Scene(WindowServices& desktop);
     ~Scene();
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;

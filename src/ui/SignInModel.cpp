@@ -5,15 +5,17 @@
 namespace driftwell {
 
 SignInModel::SignInModel(AppState& state, QObject* parent) : QObject(parent), m_state(state) {
-    for (const auto signal : {&AppState::statusChanged, &AppState::configChanged, &AppState::identityChanged,
-                              &AppState::isSigningInChanged, &AppState::signInErrorChanged}) {
-        connect(&state, signal, this, &SignInModel::changed);
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::identityChanged}) {
+        connect(&state.connection(), signal, this, &SignInModel::changed);
+    }
+    for (const auto signal : {&SignIn::isSigningInChanged, &SignIn::signInErrorChanged}) {
+        connect(&state.signIn(), signal, this, &SignInModel::changed);
     }
 }
 
 std::optional<QString> SignInModel::notTeamMessage() const {
-    const AppState::Status status = m_state.status();
-    return status.kind == AppState::Status::Kind::NotTeam ? std::optional(status.text) : std::nullopt;
+    const Connection::Status status = m_state.connection().status();
+    return status.kind == Connection::Status::Kind::NotTeam ? std::optional(status.text) : std::nullopt;
 }
 
 QString SignInModel::symbol() const {
@@ -32,15 +34,15 @@ QString SignInModel::text() const {
 }
 
 QString SignInModel::personName() const {
-    return hasIdentity() ? m_state.identity()->name : QString();
+    return hasIdentity() ? m_state.connection().identity()->name : QString();
 }
 
 QString SignInModel::personEmail() const {
-    return hasIdentity() ? m_state.identity()->email : QString();
+    return hasIdentity() ? m_state.connection().identity()->email : QString();
 }
 
 SignInModel::Action SignInModel::action() const {
-    if (m_state.isSigningIn()) {
+    if (m_state.signIn().isSigningIn()) {
         return Action::Cancel;
     }
     return notTeamMessage() ? Action::SignOut : Action::SignIn;

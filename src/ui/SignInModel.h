@@ -1,6 +1,8 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Connection.h"
+#include "core/SignIn.h"
 
 #include <QObject>
 #include <QString>
@@ -33,16 +35,16 @@ public:
     [[nodiscard]] QString symbol() const;
     [[nodiscard]] QString title() const;
     [[nodiscard]] QString text() const;
-    [[nodiscard]] bool hasIdentity() const { return m_state.identity().has_value(); }
+    [[nodiscard]] bool hasIdentity() const { return m_state.connection().identity().has_value(); }
     [[nodiscard]] QString personName() const;
     [[nodiscard]] QString personEmail() const;
     [[nodiscard]] Action action() const;
     /// Why the last attempt failed; empty when it did not.
-    [[nodiscard]] QString error() const { return m_state.signInError().value_or(QString()); }
+    [[nodiscard]] QString error() const { return m_state.signIn().signInError().value_or(QString()); }
 
-    Q_INVOKABLE void signIn() { m_state.signIn(); }
-    Q_INVOKABLE void cancelSignIn() { m_state.cancelSignIn(); }
-    Q_INVOKABLE void signOut() { m_state.signOut(); }
+    Q_INVOKABLE void signIn() { m_state.signIn().signIn(); }
+    Q_INVOKABLE void cancelSignIn() { m_state.signIn().cancelSignIn(); }
+    Q_INVOKABLE void signOut() { m_state.signIn().signOut(); }
 
 Q_SIGNALS:
     void changed();

@@ -4,16 +4,16 @@
 
 namespace driftwell {
 
-SiteListModel::SiteListModel(AppState& state, DesktopServices& desktop, QObject* parent)
+SiteListModel::SiteListModel(AppState& state, WindowServices& desktop, QObject* parent)
     : QObject(parent), m_state(state), m_desktop(desktop), m_sites(state, this) {
     // After the rows, whose number the texts tell.
-    for (const auto signal : {&AppState::sitesChanged, &AppState::filterChanged}) {
-        connect(&state, signal, this, &SiteListModel::textsChanged);
+    for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
+        connect(&state.catalog(), signal, this, &SiteListModel::textsChanged);
     }
-    for (const auto signal : {&AppState::statusChanged, &AppState::configChanged}) {
-        connect(&state, signal, this, &SiteListModel::pausedChanged);
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
+        connect(&state.connection(), signal, this, &SiteListModel::pausedChanged);
     }
-    connect(&state, &AppState::sortOrderChanged, this, &SiteListModel::sortOrderChanged);
+    connect(&state.catalog(), &Catalog::sortOrderChanged, this, &SiteListModel::sortOrderChanged);
 }
 
 QString SiteListModel::subtitle(qsizetype shown, qsizetype total, const QString& filter) {
@@ -23,13 +23,13 @@ QString SiteListModel::subtitle(qsizetype shown, qsizetype total, const QString&
 }
 
 QString SiteListModel::subtitle() const {
-    return subtitle(m_sites.rowCount(), m_state.sites().size(), m_state.filter());
+    return subtitle(m_sites.rowCount(), m_state.catalog().sites().size(), m_state.catalog().filter());
 }
 
 QString SiteListModel::nothingMatches() const {
-    return m_sites.rowCount() > 0 || m_state.filter().isEmpty()
+    return m_sites.rowCount() > 0 || m_state.catalog().filter().isEmpty()
                ? QString()
-               : QStringLiteral("No projects match “%1”").arg(m_state.filter());
+               : QStringLiteral("No projects match “%1”").arg(m_state.catalog().filter());
 }
 
 bool SiteListModel::isPaused() const {
@@ -41,24 +41,24 @@ QString SiteListModel::dropHint() const {
 }
 
 void SiteListModel::open(const QString& name) {
-    if (const std::optional<SiteInfo> site = m_state.existingSite(name)) {
-        m_state.openSite(*site);
+    if (const std::optional<SiteInfo> site = m_state.catalog().existingSite(name)) {
+        m_state.siteOperations().openSite(*site);
     }
 }
 
 void SiteListModel::copyLink(const QString& name) {
-    if (const std::optional<SiteInfo> site = m_state.existingSite(name)) {
+    if (const std::optional<SiteInfo> site = m_state.catalog().existingSite(name)) {
         m_desktop.copyText(site->url);
     }
 }
 
 bool SiteListModel::hasFolder(const QString& name) const {
-    return m_state.existingSite(name) && m_state.client().store().folderMap().contains(name);
+    return m_state.catalog().existingSite(name) && m_state.siteOperations().hasFolder(name);
 }
 
 void SiteListModel::revealFolder(const QString& name) {
-    if (m_state.existingSite(name)) {
-        m_state.revealFolder(name);
+    if (m_state.catalog().existingSite(name)) {
+        m_state.siteOperations().revealFolder(name);
     }
 }
 

@@ -1,6 +1,11 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/NewProject.h"
+#include "core/SiteOperations.h"
+#include "desktop/WindowServices.h"
 #include "ui/SitesModel.h"
 
 #include <QObject>
@@ -24,7 +29,7 @@ class SiteListModel final : public QObject {
 
 public:
     /// `state` and `desktop` outlive the model.
-    SiteListModel(AppState& state, DesktopServices& desktop, QObject* parent);
+    SiteListModel(AppState& state, WindowServices& desktop, QObject* parent);
 
     /// How many sites there are, and how many of them the filter shows.
     [[nodiscard]] static QString subtitle(qsizetype shown, qsizetype total, const QString& filter);
@@ -35,12 +40,12 @@ public:
     [[nodiscard]] bool isNewProjectEnabled() const { return !isPaused(); }
     [[nodiscard]] bool isPaused() const;
     [[nodiscard]] QString dropHint() const;
-    [[nodiscard]] bool isSortedByName() const { return m_state.sortOrder() == SortOrder::Name; }
+    [[nodiscard]] bool isSortedByName() const { return m_state.catalog().sortOrder() == SortOrder::Name; }
     [[nodiscard]] SitesModel* sites() { return &m_sites; }
 
-    Q_INVOKABLE void sortByName() { m_state.setSortOrder(SortOrder::Name); }
-    Q_INVOKABLE void sortByTime() { m_state.setSortOrder(SortOrder::MostRecent); }
-    Q_INVOKABLE void chooseFolderAndDeploy() { m_state.chooseFolderAndDeploy(); }
+    Q_INVOKABLE void sortByName() { m_state.catalog().setSortOrder(SortOrder::Name); }
+    Q_INVOKABLE void sortByTime() { m_state.catalog().setSortOrder(SortOrder::MostRecent); }
+    Q_INVOKABLE void chooseFolderAndDeploy() { m_state.newProject().chooseFolderAndDeploy(); }
 
     // What a row offers, by the name of its site: rows move while a menu is open. For a site that has just gone they do
     // nothing.
@@ -57,7 +62,7 @@ Q_SIGNALS:
 
 private:
     AppState& m_state;
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
     SitesModel m_sites;
 };
 

@@ -25,18 +25,18 @@ QList<QString> names(const QList<SiteInfo>& sites) {
 } // namespace
 
 SitesModel::SitesModel(AppState& state, QObject* parent)
-    : QAbstractListModel(parent), m_state(state), m_sites(state.filteredSites()) {
+    : QAbstractListModel(parent), m_state(state), m_sites(state.catalog().filteredSites()) {
     rememberActivity();
-    for (const auto signal : {&AppState::sitesChanged, &AppState::filterChanged, &AppState::sortOrderChanged}) {
-        connect(&state, signal, this, &SitesModel::followSites);
+    for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged, &Catalog::sortOrderChanged}) {
+        connect(&state.catalog(), signal, this, &SitesModel::followSites);
     }
-    for (const auto signal :
-         {&AppState::isDeployingChanged, &AppState::rollbacksInFlightChanged, &AppState::deletesInFlightChanged}) {
-        connect(&state, signal, this, &SitesModel::followActivity);
+    connect(&state.deployments(), &Deployments::isDeployingChanged, this, &SitesModel::followActivity);
+    for (const auto signal : {&SiteOperations::rollbacksInFlightChanged, &SiteOperations::deletesInFlightChanged}) {
+        connect(&state.siteOperations(), signal, this, &SitesModel::followActivity);
     }
     // The texts that tell how long ago something was grow old; each poll renews them, without a timer of their own.
-    connect(&state, &AppState::lastSyncChanged, this, &SitesModel::renewTimes);
-    connect(&state, &AppState::statusChanged, this, &SitesModel::renewTimes);
+    connect(&state.connection(), &Connection::lastSyncChanged, this, &SitesModel::renewTimes);
+    connect(&state.connection(), &Connection::statusChanged, this, &SitesModel::renewTimes);
 }
 
 int SitesModel::rowCount(const QModelIndex& parent) const {
@@ -86,7 +86,7 @@ QHash<int, QByteArray> SitesModel::roleNames() const {
 }
 
 void SitesModel::followSites() {
-    const QList<SiteInfo> next = m_state.filteredSites();
+    const QList<SiteInfo> next = m_state.catalog().filteredSites();
     if (moveRows(next)) {
         changeRows(next);
     } else {
@@ -153,9 +153,9 @@ void SitesModel::reuseRows(const QList<SiteInfo>& next) {
 }
 
 void SitesModel::rememberActivity() {
-    m_activity = {.deploying = m_state.deployingSiteName(),
-                  .rollingBack = m_state.rollbacksInFlight(),
-                  .deleting = m_state.deletesInFlight()};
+    m_activity = {.deploying = m_state.deployments().deployingSiteName(),
+                  .rollingBack = m_state.siteOperations().rollbacksInFlight(),
+                  .deleting = m_state.siteOperations().deletesInFlight()};
 }
 
 void SitesModel::followActivity() {

@@ -1,6 +1,10 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SiteOperations.h"
 #include "ui/SiteRowTexts.h"
 
 #include <QAbstractListModel>

@@ -1,18 +1,19 @@
 #include "ui/ToolbarModel.h"
 
+#include "platform/PlatformClient.h"
 #include "ui/ConnectionTexts.h"
 
 namespace driftwell {
 
-using Kind = AppState::Status::Kind;
+using Kind = Connection::Status::Kind;
 
-ToolbarModel::ToolbarModel(AppState& state, DesktopServices& desktop, QObject* parent)
+ToolbarModel::ToolbarModel(AppState& state, WindowServices& desktop, QObject* parent)
     : QObject(parent), m_state(state), m_desktop(desktop) {
-    connect(&state, &AppState::statusChanged, this, &ToolbarModel::statusChanged);
-    connect(&desktop, &DesktopServices::colorSchemeChanged, this, &ToolbarModel::statusChanged);
-    connect(&state, &AppState::configChanged, this, &ToolbarModel::hostChanged);
-    connect(&state, &AppState::filterChanged, this, &ToolbarModel::filterChanged);
-    connect(&state, &AppState::identityChanged, this, &ToolbarModel::identityChanged);
+    connect(&state.connection(), &Connection::statusChanged, this, &ToolbarModel::statusChanged);
+    connect(&desktop, &WindowServices::colorSchemeChanged, this, &ToolbarModel::statusChanged);
+    connect(&state.connection(), &Connection::configChanged, this, &ToolbarModel::hostChanged);
+    connect(&state.catalog(), &Catalog::filterChanged, this, &ToolbarModel::filterChanged);
+    connect(&state.connection(), &Connection::identityChanged, this, &ToolbarModel::identityChanged);
 }
 
 QString ToolbarModel::title() const {
@@ -24,18 +25,18 @@ QString ToolbarModel::host() const {
 }
 
 QString ToolbarModel::personName() const {
-    return hasIdentity() ? m_state.identity()->name : QString();
+    return hasIdentity() ? m_state.connection().identity()->name : QString();
 }
 
 QString ToolbarModel::personEmail() const {
-    return hasIdentity() ? m_state.identity()->email : QString();
+    return hasIdentity() ? m_state.connection().identity()->email : QString();
 }
 
 QString ToolbarModel::personTip() const {
     return hasIdentity() ? personName() + QStringLiteral(" · ") + personEmail() : QString();
 }
 
-DW::Token ToolbarModel::statusToken(const AppState::Status& status) {
+DW::Token ToolbarModel::statusToken(const Connection::Status& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return DW::Token::Danger;
@@ -51,7 +52,7 @@ DW::Token ToolbarModel::statusToken(const AppState::Status& status) {
     Q_UNREACHABLE();
 }
 
-QString ToolbarModel::statusTip(const AppState::Status& status) {
+QString ToolbarModel::statusTip(const Connection::Status& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return QStringLiteral("Unreachable");

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "desktop/WindowServices.h"
 #include "ui/DW.h"
 
 #include <QObject>
@@ -26,23 +29,23 @@ class ToolbarModel final : public QObject {
 
 public:
     /// `state` and `desktop` outlive the model.
-    ToolbarModel(AppState& state, DesktopServices& desktop, QObject* parent);
+    ToolbarModel(AppState& state, WindowServices& desktop, QObject* parent);
 
     [[nodiscard]] QString title() const;
     [[nodiscard]] QColor statusColor() const {
-        return DW::color(statusToken(m_state.status()), m_desktop.colorScheme());
+        return DW::color(statusToken(m_state.connection().status()), m_desktop.colorScheme());
     }
-    [[nodiscard]] QString statusTip() const { return statusTip(m_state.status()); }
+    [[nodiscard]] QString statusTip() const { return statusTip(m_state.connection().status()); }
     [[nodiscard]] QString host() const;
-    [[nodiscard]] QString filter() const { return m_state.filter(); }
-    void setFilter(const QString& filter) { m_state.setFilter(filter); }
-    [[nodiscard]] bool hasIdentity() const { return m_state.identity().has_value(); }
+    [[nodiscard]] QString filter() const { return m_state.catalog().filter(); }
+    void setFilter(const QString& filter) { m_state.catalog().setFilter(filter); }
+    [[nodiscard]] bool hasIdentity() const { return m_state.connection().identity().has_value(); }
     [[nodiscard]] QString personName() const;
     [[nodiscard]] QString personEmail() const;
     [[nodiscard]] QString personTip() const;
 
-    [[nodiscard]] static DW::Token statusToken(const AppState::Status& status);
-    [[nodiscard]] static QString statusTip(const AppState::Status& status);
+    [[nodiscard]] static DW::Token statusToken(const Connection::Status& status);
+    [[nodiscard]] static QString statusTip(const Connection::Status& status);
 
 Q_SIGNALS:
     void statusChanged();
@@ -52,7 +55,7 @@ Q_SIGNALS:
 
 private:
     AppState& m_state;
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
 };
 
 } // namespace driftwell

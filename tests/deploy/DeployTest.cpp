@@ -1,3 +1,5 @@
+#include "deploy/Deploy.h"
+
 #include "deploy/DeployStage.h"
 #include "deploy/FolderScan.h"
 #include "platform/PlatformClient.h"
@@ -117,7 +119,8 @@ struct DeployTest : testing::Test {
                 atStage(stage);
             }
         };
-        follow(client->deploy(site.path(), name, config, onStage, stop.get_token()), ending);
+        const DeployStops stops{stop.get_token(), end.get_token()};
+        follow(driftwell::deploy(*client, site.path(), name, config, onStage, stops), ending);
         return ending;
     }
 
@@ -203,6 +206,7 @@ struct DeployTest : testing::Test {
     ConfigStore store{records / "config.json"};
     QString name = QStringLiteral("my-site");
     std::stop_source stop;
+    std::stop_source end;
     StageLog log;
     std::function<void(DeployStage)> atStage;
     UniqueFd packingHold;
@@ -310,7 +314,7 @@ TEST_F(DeployTest, WorksInAPrivateTemporaryFolderUntilThePlatformHasAnswered) {
 
 TEST_F(DeployTest, PacksTheFolderAsItIsNow) {
     site.write("old", "before");
-    const FolderScan shown = PlatformClient::scan(site.path());
+    const FolderScan shown = scanFolder(site.path());
     std::filesystem::remove(site / "old");
     site.write("new", "after");
     deploy();
@@ -482,6 +486,17 @@ TEST_F(DeployTest, StoppedWhileTarRunsEndsWhenTarHasEndedAndSendsNothing) {
     expectCancelled(ending);
     EXPECT_EQ(server.connections(), 0U);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing()));
+    expectNothingIsLeft();
+}
+
+TEST_F(DeployTest, TheEndOfTheProcessInterruptsPacking) {
+    site.write("index.html", "x");
+    holdPacking();
+    const std::shared_ptr<Ending> ending = start();
+    tests::waitUntil([this] { return isPackingHeld(); });
+    end.request_stop();
+    expectCancelled(ending);
+    EXPECT_EQ(server.connections(), 0U);
     expectNothingIsLeft();
 }
 

@@ -1,6 +1,5 @@
 #include "deploy/FolderScan.h"
 
-#include "platform/PlatformClient.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
 #include "support/SystemError.h"
@@ -569,16 +568,6 @@ TEST(FolderScanTest, NeverLeavesTheFolderWhileASubfolderDeeperThanAnyPathIsSwapp
     const tests::DeepTree tree(folder.path(), std::string(NAME_MAX, 'n'), 20);
     ASSERT_GT(tree.file().size(), std::size_t{PATH_MAX});
     scanWhileAFolderIsSwappedForALink(folder.path(), tree.innermost());
-}
-
-TEST(FolderScanTest, IsWhatTheClientScansWith) {
-    const TestFolder folder;
-    folder.write("index.html", "12345");
-    folder.write(".env", "x");
-    const FolderScan scan = PlatformClient::scan(folder.path());
-    EXPECT_THAT(scan.paths, ElementsAre("index.html"));
-    EXPECT_EQ(scan.fileCount, 1);
-    EXPECT_EQ(scan.byteCount, 5);
 }
 
 } // namespace

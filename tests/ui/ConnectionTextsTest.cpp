@@ -30,7 +30,7 @@ TEST_F(ConnectionTextsTest, WithoutAPlatformThereIsNoDrop) {
 }
 
 TEST_F(ConnectionTextsTest, BeforeThePlatformIsKnownThereIsNoDrop) {
-    ASSERT_EQ(model().status(), Status::connecting());
+    ASSERT_EQ(model().connection().status(), Status::connecting());
     EXPECT_FALSE(canDeploy(model()));
 }
 
@@ -49,7 +49,7 @@ TEST_F(ConnectionTextsTest, APersonWhoIsSignedOutCannotDrop) {
 TEST_F(ConnectionTextsTest, WhileTheIntroductionIsShownThereIsNoDropEvenWithAWorkingConnection) {
     folder().write("defaults.ini", "[General]\nonboardingCompleted=false\n");
     become(Kind::Connected);
-    ASSERT_TRUE(model().needsOnboarding());
+    ASSERT_TRUE(model().gates().needsOnboarding());
     EXPECT_FALSE(canDeploy(model()));
     EXPECT_FALSE(pausedText(model()));
 }

@@ -331,17 +331,17 @@ TEST_F(DeploySheetModelTest, ASiteThatAppearsMeanwhileTurnsTheStatus) {
 TEST_F(DeploySheetModelTest, TheFolderIsAbbreviated) {
     become(Kind::Connected);
     folder().write("home/Sites/garden/index.html", "hello");
-    model().beginDeploy(folder() / "home/Sites/garden");
-    const DeploySheetModel inHome(model().deployFlow(), model(), desktop);
+    model().deployments().beginDeploy(folder() / "home/Sites/garden");
+    const DeploySheetModel inHome(model().deployments().deployFlow(), model(), desktop);
     EXPECT_EQ(inHome.folder(), QStringLiteral("~/Sites/garden"));
-    model().cancelDeploy();
+    model().deployments().cancelDeploy();
     EXPECT_EQ(sheet("garden").folder().toStdString(), siteFolder("garden").string());
 }
 
 TEST_F(DeploySheetModelTest, TheFiguresAppearWhenTheyAreCounted) {
     become(Kind::Connected);
-    model().beginDeploy(siteFolder("garden"));
-    const std::shared_ptr<DeployFlow> counted = model().deployFlow();
+    model().deployments().beginDeploy(siteFolder("garden"));
+    const std::shared_ptr<DeployFlow> counted = model().deployments().deployFlow();
     const DeploySheetModel waiting(counted, model(), desktop);
     const QSignalSpy changes(&waiting, &DeploySheetModel::figuresChanged);
     if (!counted->fileCount()) {
@@ -446,7 +446,7 @@ TEST_F(DeploySheetModelTest, ClosingEndsTheDeployment) {
     become(Kind::Connected);
     flow().begin();
     sheet().close();
-    EXPECT_EQ(model().deployFlow(), nullptr);
+    EXPECT_EQ(model().deployments().deployFlow(), nullptr);
 }
 
 // Success

@@ -201,7 +201,7 @@ TEST_F(DeploySheetTest, ReturnInTheFieldDeploys) {
     press(Qt::Key_Return);
     EXPECT_TRUE(flow().isDeploying());
     waitUntil([&hold] { return hold.arrived(); });
-    model().cancelDeploy();
+    model().deployments().cancelDeploy();
     waitUntil([&hold] { return hold.abandoned(); });
 }
 
@@ -211,21 +211,21 @@ TEST_F(DeploySheetTest, TheButtonDeploys) {
     click(QStringLiteral("Deploy"));
     EXPECT_TRUE(flow().isDeploying());
     waitUntil([&hold] { return hold.arrived(); });
-    model().cancelDeploy();
+    model().deployments().cancelDeploy();
     waitUntil([&hold] { return hold.abandoned(); });
 }
 
 TEST_F(DeploySheetTest, EscapeCancels) {
     showSheet();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
 TEST_F(DeploySheetTest, CancelCancels) {
     showSheet();
     click(QStringLiteral("Cancel"));
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(DeploySheetTest, TabStaysInTheSheet) {
@@ -349,7 +349,7 @@ TEST_F(DeploySheetTest, WhileDeployingCancelHasTheKeyboardAndCancels) {
     flow().begin();
     EXPECT_EQ(focus(), "Button Cancel");
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(DeploySheetTest, EscapeCancelsARunningDeployment) {
@@ -357,7 +357,7 @@ TEST_F(DeploySheetTest, EscapeCancelsARunningDeployment) {
     flow().begin();
     settleView();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -418,7 +418,7 @@ TEST_F(DeploySheetTest, DoneHasTheKeyboardAndCloses) {
     succeed();
     EXPECT_EQ(focus(), "Button Done");
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -468,14 +468,14 @@ TEST_F(DeploySheetTest, CloseClosesTheFailure) {
     fail();
     // The window has one, too.
     click(all(Role::Button, QStringLiteral("Close")).back().item);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(DeploySheetTest, EscapeClosesTheFailure) {
     showSheet();
     fail();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -511,7 +511,7 @@ TEST_F(DeploySheetTest, AWholeDeploymentIsDoneByKeyboard) {
     EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
     press(Qt::Key_Return);
     EXPECT_FALSE(sheetIsThere());
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(DeploySheetTest, AnotherDeploymentIsAnotherSheet) {
@@ -540,7 +540,7 @@ protected:
         connectedWith({"garden"});
         showWindow();
         server.answer("/api/rollback", 500, errorAnswer("no such version", "failed"));
-        await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
     }
     [[nodiscard]] bool alertIsThere() { return !all(Role::AlertMessage).empty(); }
 };
@@ -557,7 +557,7 @@ TEST_F(AlertSheetTest, OkHasTheKeyboardAndReturnDismisses) {
     showFailedRollback();
     EXPECT_EQ(focus(), "Button OK");
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(model().siteOperations().rollbackError());
     EXPECT_FALSE(alertIsThere());
 }
 
@@ -565,21 +565,21 @@ TEST_F(AlertSheetTest, EscapeDismisses) {
     showFailedRollback();
     settleView();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(model().siteOperations().rollbackError());
     EXPECT_FALSE(alertIsThere());
 }
 
 TEST_F(AlertSheetTest, AClickDismisses) {
     showFailedRollback();
     click(QStringLiteral("OK"));
-    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(model().siteOperations().rollbackError());
     EXPECT_FALSE(alertIsThere());
 }
 
 TEST_F(AlertSheetTest, TheNextFailureFollows) {
     showFailedRollback();
     server.answer("/api/sites/garden", 500, errorAnswer("only its owner may", "failed"));
-    await(model().deleteSite(*model().existingSite(QStringLiteral("garden"))));
+    await(model().siteOperations().deleteSite(*model().catalog().existingSite(QStringLiteral("garden"))));
     press(Qt::Key_Return);
     EXPECT_TRUE(isSeen(Role::AlertMessage, QStringLiteral("Delete failed")));
     EXPECT_EQ(focus(), "Button OK");
@@ -593,7 +593,7 @@ TEST_F(AlertSheetTest, ALongFailureIsReadWhole) {
     const std::string words = "The version before this one has been removed by the platform, which keeps versions for "
                               "thirty days only; deploy the folder again to bring it back.";
     server.answer("/api/rollback", 500, errorAnswer(words, "failed"));
-    await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+    await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
     EXPECT_FALSE(textItem(QString::fromStdString(words))->property("truncated").toBool());
 }
 
@@ -666,7 +666,7 @@ TEST_F(MainWindowViewTest, TypingAFilterThatMatchesNothingKeepsTheKeyboardInTheF
     showWindow();
     press(Qt::Key_F, Qt::ControlModifier);
     type(QStringLiteral("zoo"));
-    EXPECT_EQ(model().filter(), QStringLiteral("zoo"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("zoo"));
     EXPECT_EQ(focus(), "EditableText Filter projects");
     press(Qt::Key_Escape);
     EXPECT_THAT(texts(), Contains("No projects yet"));

@@ -28,11 +28,11 @@ protected:
     /// Lets one of the operations on a site fail.
     void failRollback(const char* text) {
         server.answer("/api/rollback", 500, errorAnswer(text, "failed"));
-        await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
     }
     void failDelete(const char* text) {
         server.answer("/api/sites/garden", 500, errorAnswer(text, "failed"));
-        await(model().deleteSite(*model().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().deleteSite(*model().catalog().existingSite(QStringLiteral("garden"))));
     }
 
 private:
@@ -68,13 +68,13 @@ TEST_F(MainWindowModelTest, AConnectionWithSitesShowsTheList) {
 
 TEST_F(MainWindowModelTest, AConnectionThatIsBeingMadeShowsTheListAndNotTheEmptyState) {
     become(Kind::Connecting);
-    ASSERT_TRUE(model().sites().isEmpty());
+    ASSERT_TRUE(model().catalog().sites().isEmpty());
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
 TEST_F(MainWindowModelTest, AFilterWithoutSitesShowsTheListSoThatItCanSayThatNothingMatches) {
     connectedWith({});
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
@@ -94,18 +94,18 @@ TEST_F(MainWindowModelTest, AnOutageWithoutSitesShowsTheList) {
 TEST_F(MainWindowModelTest, OnlyAChangeOfTheContentIsAnnounced) {
     becomeOnRemote(Kind::Connecting);
     const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
-    await(model().refresh());
-    ASSERT_EQ(model().status(), Status::connected());
+    await(model().connection().refresh());
+    ASSERT_EQ(model().connection().status(), Status::connected());
     EXPECT_EQ(changes.count(), 0) << "the list was there before";
     server.answer("/api/sites", 403, errorAnswer(notTeamText, "not_team"));
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_EQ(changes.count(), 1);
     server.answer("/api/sites", 401, errorAnswer("sign in", "unauthenticated"));
-    await(model().refresh());
-    ASSERT_EQ(model().status(), Status::signedOut());
+    await(model().connection().refresh());
+    ASSERT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_EQ(changes.count(), 1) << "it is the sign-in as before";
     writeConfig(Json::object());
-    model().reloadConfig();
+    model().connection().reloadConfig();
     EXPECT_EQ(changes.count(), 2);
 }
 
@@ -113,9 +113,9 @@ TEST_F(MainWindowModelTest, TheFilterChangesTheContent) {
     connectedWith({});
     ASSERT_EQ(window().content(), Content::EmptyState);
     const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     EXPECT_EQ(changes.count(), 1);
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_EQ(changes.count(), 2);
 }
 
@@ -145,7 +145,7 @@ TEST_F(MainWindowModelTest, TheBannerCountsDown) {
     const QSignalSpy changes(&window(), &MainWindowModel::bannerChanged);
     EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 8s · deploys are paused"));
     sleeper.wake();
-    waitUntil([this] { return model().status() == Status::unreachable(7); });
+    waitUntil([this] { return model().connection().status() == Status::unreachable(7); });
     EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 7s · deploys are paused"));
     EXPECT_EQ(changes.count(), 1);
 }
@@ -196,8 +196,8 @@ TEST_F(MainWindowModelTest, TheWelcomeFollowsTheConnectionWhileTheFolderHovers) 
 TEST_F(MainWindowModelTest, ADroppedFolderOpensADeployment) {
     become(Kind::Connected);
     window().drop(siteFolder("garden"));
-    ASSERT_TRUE(model().deployFlow());
-    EXPECT_EQ(model().deployFlow()->folder(), siteFolder("garden"));
+    ASSERT_TRUE(model().deployments().deployFlow());
+    EXPECT_EQ(model().deployments().deployFlow()->folder(), siteFolder("garden"));
 }
 
 // The sheet of a deployment
@@ -213,7 +213,7 @@ TEST_F(MainWindowModelTest, ADeploymentHasASheetForAsLongAsItIsOnScreen) {
     ASSERT_NE(window().deploySheet(), nullptr);
     EXPECT_EQ(window().deploySheet()->siteName(), QStringLiteral("garden"));
     EXPECT_EQ(changes.count(), 1);
-    model().cancelDeploy();
+    model().deployments().cancelDeploy();
     EXPECT_EQ(window().deploySheet(), nullptr);
     EXPECT_EQ(changes.count(), 2);
 }
@@ -266,11 +266,11 @@ TEST_F(MainWindowModelTest, DismissingAnAlertClearsItsFailure) {
     become(Kind::Connected);
     failRollback("no such version");
     window().dismissAlert();
-    EXPECT_EQ(model().rollbackError(), std::nullopt);
+    EXPECT_EQ(model().siteOperations().rollbackError(), std::nullopt);
     EXPECT_EQ(window().alertTitle(), QString());
     failDelete("only its owner may");
     window().dismissAlert();
-    EXPECT_EQ(model().deleteError(), std::nullopt);
+    EXPECT_EQ(model().siteOperations().deleteError(), std::nullopt);
     EXPECT_EQ(window().alertTitle(), QString());
 }
 
@@ -301,7 +301,7 @@ TEST_F(MainWindowModelTest, TheHostThatAPersonTypesIsConnectedTo) {
     answerAll();
     window().setHost(localHost());
     EXPECT_EQ(window().host(), host());
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
 }
 
 TEST_F(MainWindowModelTest, ThereIsAnExampleOfAHost) {
@@ -316,7 +316,7 @@ TEST_F(MainWindowModelTest, ChoosingAFolderOpensADeploymentOfIt) {
     EXPECT_EQ(desktop.folderQuestions()[0].prompt, "Deploy");
     EXPECT_EQ(desktop.folderQuestions()[0].message, "Choose a folder to deploy to " + host().toStdString());
     answer.succeed(siteFolder("garden"));
-    waitUntil([this] { return model().deployFlow() != nullptr; });
+    waitUntil([this] { return model().deployments().deployFlow() != nullptr; });
 }
 
 } // namespace

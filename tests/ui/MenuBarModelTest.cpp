@@ -81,9 +81,9 @@ TEST_F(MenuBarModelTest, APersonWhoIsNotOnTheTeamIsNamed) {
 TEST_F(MenuBarModelTest, APersonWhoIsNotOnTheTeamAndNotKnownIsToldTheHost) {
     configureLocal();
     server.answer("/api/me", 403, errorAnswer(notTeamText, "not_team"));
-    model().reloadConfig();
-    await(model().refresh());
-    ASSERT_EQ(model().status().kind, Kind::NotTeam);
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    ASSERT_EQ(model().connection().status().kind, Kind::NotTeam);
     EXPECT_EQ(header(), hostText());
 }
 
@@ -121,9 +121,9 @@ TEST_F(MenuBarModelTest, AConnectionToAPlatformThatKnowsNobodyIsStillConnecting)
     configureLocal();
     answerAll();
     server.answer("/api/me", 200, "null");
-    model().reloadConfig();
-    await(model().refresh());
-    ASSERT_EQ(model().status(), Status::connected());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    ASSERT_EQ(model().connection().status(), Status::connected());
     EXPECT_EQ(title(), "Connecting…");
 }
 
@@ -240,7 +240,7 @@ TEST_F(MenuBarModelTest, ItFollowsTheModel) {
     };
     EXPECT_GE(changesDuring([this] { become(Kind::Connecting); }), 1);
     EXPECT_GE(changesDuring([this] { become(Kind::Connected); }), 1);
-    EXPECT_GE(changesDuring([this] { await(model().refresh()); }), 1) << "ages grow with each refresh";
+    EXPECT_GE(changesDuring([this] { await(model().connection().refresh()); }), 1) << "ages grow with each refresh";
     const std::shared_ptr<DeployFlow> flow = openDeployment("garden");
     EXPECT_EQ(changesDuring([&flow] { flow->begin(); }), 1);
     EXPECT_EQ(changesDuring([&flow] { flow->succeed({}); }), 1);

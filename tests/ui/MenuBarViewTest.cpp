@@ -134,7 +134,7 @@ TEST_F(MenuBarViewTest, ARecentSiteKeepsTheKeyboardWhenThePlatformIsPolled) {
     showPanel();
     EXPECT_EQ(focus(), "Button new") << "as in a menu";
     EXPECT_THAT(tabs(1), ElementsAre("Button old"));
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_EQ(focus(), "Button old");
     press(Qt::Key_Return);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
@@ -184,7 +184,7 @@ TEST_F(MenuBarViewTest, APersonSignsOut) {
     showPanel();
     click(QStringLiteral("Sign out"));
     EXPECT_EQ(dismissals(), 1);
-    EXPECT_EQ(model().status(), Status::signedOut());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_THAT(texts(), Contains("Not signed in"));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
 }
@@ -194,10 +194,10 @@ TEST_F(MenuBarViewTest, APersonSignsInAndNothingMoreIsOfferedMeanwhile) {
     showPanel();
     click(QStringLiteral("Sign in…"));
     EXPECT_EQ(dismissals(), 1);
-    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Quit"));
     EXPECT_THAT(texts(), Contains("waiting for browser…"));
-    model().cancelSignIn();
+    model().signIn().cancelSignIn();
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
 }
 

@@ -14,7 +14,7 @@ using testing::Not;
 
 class SiteListViewTest : public ViewFixture {
 protected:
-    void SetUp() override { model().setSortOrder(SortOrder::Name); }
+    void SetUp() override { model().catalog().setSortOrder(SortOrder::Name); }
 
     void TearDown() override {
         hideView();
@@ -122,11 +122,11 @@ TEST_F(SiteListViewTest, WithoutSitesTheTableIsLeftOut) {
 TEST_F(SiteListViewTest, AFilterThatMatchesNothingSaysSoAndClearingItBringsTheTableBack) {
     connectedWith({"garden", "bakery"});
     showList();
-    model().setFilter(QStringLiteral("zoo"));
+    model().catalog().setFilter(QStringLiteral("zoo"));
     EXPECT_THAT(texts(), ElementsAre("My projects", "0 of 2 projects", "No projects match “zoo”"));
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sort by Name")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Drag a folder here to publish a new project")));
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_THAT(rows(), ElementsAre("bakery", "garden"));
     EXPECT_THAT(texts(), Not(Contains("No projects match “zoo”")));
 }
@@ -134,7 +134,7 @@ TEST_F(SiteListViewTest, AFilterThatMatchesNothingSaysSoAndClearingItBringsTheTa
 TEST_F(SiteListViewTest, TheSubtitleFollowsTheFilter) {
     connectedWith({"garden", "bakery"});
     showList();
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     EXPECT_THAT(texts(), Contains("1 of 2 projects"));
     EXPECT_THAT(rows(), ElementsAre("garden"));
 }
@@ -164,7 +164,7 @@ TEST_F(SiteListViewTest, TheNewProjectButtonAsksForAFolder) {
     ASSERT_EQ(desktop.folderQuestions().size(), 1U);
     answer.succeed(std::nullopt);
     settleView();
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(SiteListViewTest, TheHintAsksForAFolderToo) {
@@ -276,7 +276,7 @@ TEST_F(SiteListViewTest, ABusyRowSaysWhatIsUnderWayAndKeepsItsButtons) {
     server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
     PlatformServer::Hold hold = server.holdAnswer("/api/rollback");
     showList();
-    Task<> rollback = model().rollback(*model().existingSite(QStringLiteral("garden")));
+    Task<> rollback = model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden")));
     EXPECT_THAT(texts(), Contains("Rolling back…"));
     hover(row(QStringLiteral("garden")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open garden")));

@@ -103,8 +103,8 @@ TEST_F(ToolbarModelTest, TheFilterIsTheModels) {
     ToolbarModel toolbar(model(), desktop, nullptr);
     const QSignalSpy changes(&toolbar, &ToolbarModel::filterChanged);
     toolbar.setFilter(QStringLiteral("gar"));
-    EXPECT_EQ(model().filter(), QStringLiteral("gar"));
-    model().setFilter(QStringLiteral("bak"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("bak"));
     EXPECT_EQ(toolbar.filter(), QStringLiteral("bak"));
     EXPECT_EQ(changes.count(), 2);
 }

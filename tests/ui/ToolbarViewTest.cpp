@@ -117,9 +117,9 @@ TEST_F(ToolbarViewTest, TypingInTheFilterFilters) {
     EXPECT_EQ(filter().item->width(), 230);
     click(filter().item);
     type(QStringLiteral("gar"));
-    EXPECT_EQ(model().filter(), QStringLiteral("gar"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("gar"));
     press(Qt::Key_Backspace);
-    EXPECT_EQ(model().filter(), QStringLiteral("ga"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("ga"));
 }
 
 TEST_F(ToolbarViewTest, TheFieldFollowsTheFilterAlsoAfterTyping) {
@@ -127,9 +127,9 @@ TEST_F(ToolbarViewTest, TheFieldFollowsTheFilterAlsoAfterTyping) {
     showToolbar();
     click(filter().item);
     type(QStringLiteral("gar"));
-    model().setFilter(QStringLiteral("bakery"));
+    model().catalog().setFilter(QStringLiteral("bakery"));
     EXPECT_EQ(filterText(), "bakery");
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_EQ(filterText(), "");
 }
 
@@ -137,9 +137,9 @@ TEST_F(ToolbarViewTest, TheClearButtonIsThereWhileThereIsAFilter) {
     become(Kind::Connected);
     showToolbar();
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Clear filter")));
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     click(QStringLiteral("Clear filter"));
-    EXPECT_EQ(model().filter(), QString());
+    EXPECT_EQ(model().catalog().filter(), QString());
     EXPECT_EQ(filterText(), "");
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Clear filter")));
 }
@@ -159,23 +159,23 @@ TEST_F(ToolbarViewTest, EscapeClearsTheFilter) {
     click(filter().item);
     type(QStringLiteral("gar"));
     press(Qt::Key_Escape);
-    EXPECT_EQ(model().filter(), QString());
+    EXPECT_EQ(model().catalog().filter(), QString());
     EXPECT_EQ(focus(), "EditableText Filter projects");
 }
 
 TEST_F(ToolbarViewTest, TheFilterIsFocusedWithItsTextSelected) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     QMetaObject::invokeMethod(bar(), "focusFilter");
     EXPECT_EQ(focus(), "EditableText Filter projects");
     type(QStringLiteral("b"));
-    EXPECT_EQ(model().filter(), QStringLiteral("b"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("b"));
 }
 
 TEST_F(ToolbarViewTest, TabReachesTheFilterAndItsButtonButNotTheWindowButtons) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     EXPECT_THAT(tabs(3),
                 ElementsAre("EditableText Filter projects", "Button Clear filter", "EditableText Filter projects"));
@@ -199,7 +199,7 @@ TEST_F(ToolbarViewTest, TheWindowButtonsActOnTheWindow) {
 
 TEST_F(ToolbarViewTest, ItFollowsTheColorScheme) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     expectPaletteIsFollowed();
 }

@@ -28,7 +28,7 @@ Notification::Content signOfLife() {
 
 } // namespace
 
-Application::Application(AppState& state, DesktopServices& desktop, QDBusConnection sessionBus)
+Application::Application(AppState& state, WindowServices& desktop, QDBusConnection sessionBus)
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
       m_trayHost(m_sessionBus, FreedesktopServices::usualPatience),
@@ -63,8 +63,8 @@ Task<> Application::endAndQuit() {
 
 void Application::begin(const Invocation& invocation) {
     // There is no introduction to go through: the window itself shows how one begins.
-    if (m_state.needsOnboarding()) {
-        m_state.completeOnboarding();
+    if (m_state.gates().needsOnboarding()) {
+        m_state.gates().completeOnboarding();
     }
     m_state.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
@@ -76,9 +76,9 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
     }
     showWindow(activationToken);
     if (invocation.action == Action::Deploy) {
-        m_state.beginDeploy(invocation.folder);
+        m_state.deployments().beginDeploy(invocation.folder);
     } else if (invocation.action == Action::NewProject) {
-        m_state.chooseFolderAndDeploy();
+        m_state.newProject().chooseFolderAndDeploy();
     }
 }
 

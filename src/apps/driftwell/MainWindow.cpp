@@ -12,7 +12,7 @@
 namespace driftwell {
 
 struct MainWindow::Contents {
-    Contents(AppState& state, DesktopServices& desktop) : model(state, desktop), scene(desktop) {}
+    Contents(AppState& state, WindowServices& desktop) : model(state, desktop), scene(desktop) {}
     // What is on screen refers to all the rest and goes first.
     ~Contents() { scene.unload(); }
     Contents(const Contents&) = delete;
@@ -24,7 +24,7 @@ struct MainWindow::Contents {
     FolderDrop drop{scene.view(), model};
 };
 
-MainWindow::MainWindow(AppState& state, DesktopServices& desktop) : m_state(state), m_desktop(desktop) {}
+MainWindow::MainWindow(AppState& state, WindowServices& desktop) : m_state(state), m_desktop(desktop) {}
 
 MainWindow::~MainWindow() = default;
 

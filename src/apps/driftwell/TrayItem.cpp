@@ -24,7 +24,7 @@ int pulseLevel(double phase) {
 
 } // namespace
 
-TrayItem::TrayItem(MenuBarModel& model, AppState& state, DesktopServices& desktop, TrayHost& host)
+TrayItem::TrayItem(MenuBarModel& model, AppState& state, WindowServices& desktop, TrayHost& host)
     : m_model(model),
       m_state(state),
       m_developmentCopy(state.client().configDirOverride().has_value()),
@@ -100,7 +100,7 @@ void TrayItem::fillMenu() {
     m_menu.addSeparator();
     for (int row = 0; row < recent.size(); ++row) {
         connect(m_menu.addAction(recent[row].name), &QAction::triggered, &m_model,
-                [this, row] { m_model.openSite(row); });
+                [this, row] { m_model.siteOperations().openSite(row); });
     }
     m_menu.addSeparator();
     connect(m_menu.addAction(QStringLiteral("Open Driftwell")), &QAction::triggered, &m_model,

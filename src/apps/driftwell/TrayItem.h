@@ -2,7 +2,9 @@
 
 #include "apps/driftwell/TrayPanel.h"
 #include "core/AppState.h"
+#include "core/SiteOperations.h"
 #include "desktop/freedesktop/TrayHost.h"
+#include "desktop/WindowServices.h"
 #include "ui/MenuBarModel.h"
 
 #include <QMenu>
@@ -23,7 +25,7 @@ class TrayItem final : public QObject {
 
 public:
     /// All outlive the item.
-    TrayItem(MenuBarModel& model, AppState& state, DesktopServices& desktop, TrayHost& host);
+    TrayItem(MenuBarModel& model, AppState& state, WindowServices& desktop, TrayHost& host);
     ~TrayItem() override;
 
 private:

@@ -23,7 +23,7 @@ QRect availableScreen(QPoint point) {
 
 } // namespace
 
-TrayPanel::TrayPanel(MenuBarModel& model, DesktopServices& desktop) : m_model(model), m_desktop(desktop) {}
+TrayPanel::TrayPanel(MenuBarModel& model, WindowServices& desktop) : m_model(model), m_desktop(desktop) {}
 
 TrayPanel::~TrayPanel() = default;
 

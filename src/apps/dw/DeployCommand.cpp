@@ -1,15 +1,13 @@
 #include "apps/dw/DeployCommand.h"
 
 #include "apps/dw/JsonValues.h"
-#include "apps/dw/TerminalDesktop.h"
 #include "apps/dw/Texts.h"
-#include "core/AppState.h"
-#include "core/UserDefaults.h"
-#include "deploy/DeployRelease.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
 #include "deploy/FolderScan.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
-#include "support/Completion.h"
 #include "support/WorkerPool.h"
 
 #include <chrono>
@@ -96,49 +94,9 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared
     co_return ExitCode::Done;
 }
 
-std::unique_ptr<AppState> makeState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop) {
-    auto defaults = openUserDefaults(client->store().file());
-    return std::make_unique<AppState>(std::move(client), desktop, std::move(defaults));
-}
-
-/// One deployment on a model of its own, ended with it.
-class Deployment {
-public:
-    Deployment(std::unique_ptr<PlatformClient> client, std::shared_ptr<DeployFlow>& flow,
-               const std::filesystem::path& folder, const QString& name)
-        : m_state(makeState(std::move(client), m_desktop)) {
-        m_state->reloadConfig();
-        m_state->beginDeploy(folder);
-        flow = m_state->deployFlow();
-        flow->setSiteName(name);
-    }
-
-    void start() { m_state->confirmDeploy(); }
-
-    /// Ends the model and with it the work.
-    void abandon() {
-        m_state->cancelDeploy();
-        m_state.reset();
-    }
-
-private:
-    TerminalDesktop m_desktop;
-    std::unique_ptr<AppState> m_state;
-};
-
-Task<DeployFlow::Phase> awaitEnd(std::shared_ptr<DeployFlow> flow, std::stop_token stop) {
-    Completion<> ended;
-    auto settle = [flow = flow.get(), ended]() mutable {
-        if (!flow->isConfirming() && !flow->isDeploying()) {
-            ended.succeed();
-        }
-    };
-    QObject::connect(flow.get(), &DeployFlow::phaseChanged, flow.get(), settle);
-    // A deployment can fail before anybody waits for it.
-    settle();
-    const std::stop_callback cancel(stop, [ended]() mutable { ended.fail(Cancelled()); });
-    co_await ended;
-    co_return flow->phase();
+/// The process ends with a deployment; nobody looks at a list afterwards.
+Task<> nothingFollows(QString, std::stop_token) {
+    co_return;
 }
 
 void reportSuccess(Reporter& reporter, const DeployResponse& response, std::chrono::milliseconds duration) {
@@ -160,33 +118,44 @@ void reportSuccess(Reporter& reporter, const DeployResponse& response, std::chro
 
 Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
     // Before packing, which can take a while: is there a platform, and does it know us?
-    co_await requireIdentity(*context->client, requireConfig(*context->client), context->stop);
+    const PlatformConfig config = requireConfig(*context->client);
+    co_await requireIdentity(*context->client, config, context->stop);
 
-    std::shared_ptr<DeployFlow> flow;
-    Deployment deployment(std::move(context->client), flow, folder, name);
-    Reporter& reporter = context->reporter;
-    QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(),
-                     [flow = flow.get(), &reporter] { reporter.progress(stageText(flow->stage())); });
-    reporter.progress(stageText(flow->stage()));
-    deployment.start();
-
-    std::exception_ptr stopped;
-    try {
-        const DeployFlow::Phase phase = co_await awaitEnd(flow, context->stop);
-        if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
-            const CommandFailure failure = commandFailure(failed->message, failed->kind);
-            reporter.failure(failure);
-            co_return failure.exitCode;
-        }
-        const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow->finishedAt() - *flow->startedAt());
-        reportSuccess(reporter, std::get<DeployFlow::Success>(phase).response, duration);
-        co_return ExitCode::Done;
-    } catch (const Cancelled&) {
-        stopped = std::current_exception();
+    Catalog catalog;
+    Connection connection(*context->client, catalog);
+    // The platform that was asked gets the site, whatever is configured meanwhile.
+    connection.use(config);
+    Deployments deployments(*context->client, connection, nothingFollows);
+    deployments.beginDeploy(folder);
+    const std::shared_ptr<DeployFlow> flow = deployments.deployFlow();
+    if (!flow) {
+        throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory), folder.string());
     }
-    deployment.abandon();
-    co_await awaitRelease(std::exchange(flow, nullptr));
-    std::rethrow_exception(stopped);
+    flow->setSiteName(name);
+    Reporter& reporter = context->reporter;
+    const auto showStage = [flow = flow.get(), &reporter] {
+        reporter.progress(stageText(flow->stage()));
+    };
+    QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
+    showStage();
+
+    const std::stop_callback interrupt(context->stop, [&deployments] { deployments.end(); });
+    co_await deployments.confirmDeploy();
+    throwIfCancelled(context->stop);
+
+    const DeployFlow::Phase phase = flow->phase();
+    if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
+        const CommandFailure failure = commandFailure(failed->message, failed->kind);
+        reporter.failure(failure);
+        co_return failure.exitCode;
+    }
+    const auto* const success = std::get_if<DeployFlow::Success>(&phase);
+    if (success == nullptr) {
+        throw std::runtime_error("The deployment was not started");
+    }
+    reportSuccess(reporter, success->response,
+                  std::chrono::floor<std::chrono::milliseconds>(*flow->finishedAt() - *flow->startedAt()));
+    co_return ExitCode::Done;
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "apps/dw/LoginCommand.h"
 
-#include "apps/dw/TerminalDesktop.h"
 #include "apps/dw/TokenInput.h"
+#include "desktop/XdgOpen.h"
 #include "platform/PlatformError.h"
 #include "support/Sleep.h"
 
@@ -35,9 +35,8 @@ ExitCode reportNoAccount(const PlatformConfig& config, Reporter& reporter) {
 }
 
 Task<Identity> signInWithBrowser(bool opens, PlatformConfig config, std::shared_ptr<Context> context) {
-    TerminalDesktop desktop;
     Reporter& reporter = context->reporter;
-    const auto openUrl = [opens, &desktop, &config, &reporter](const QUrl& url) {
+    const auto openUrl = [opens, &config, &reporter](const QUrl& url) {
         reporter.notice(
             opens ? QStringLiteral("Sign in to %1 in your browser. If it does not open, go to").arg(config.host())
                   : QStringLiteral("To sign in to %1, open this address in a browser on this machine:")
@@ -45,7 +44,7 @@ Task<Identity> signInWithBrowser(bool opens, PlatformConfig config, std::shared_
         reporter.notice(QString::fromLatin1(url.toEncoded()));
         reporter.progress(QStringLiteral("Waiting for the browser…"));
         if (opens) {
-            desktop.openUrl(url);
+            xdgOpen(url);
         }
     };
     co_return co_await context->client->signIn(config, openUrl, sleepFor, context->stop);

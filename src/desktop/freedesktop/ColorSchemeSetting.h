@@ -1,6 +1,6 @@
 #pragma once
 
-#include "desktop/DesktopServices.h"
+#include "desktop/WindowServices.h"
 
 #include <QDBusConnection>
 #include <QDBusVariant>

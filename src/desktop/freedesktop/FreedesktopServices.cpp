@@ -9,7 +9,7 @@ namespace driftwell {
 
 FreedesktopServices::FreedesktopServices(QDBusConnection sessionBus, std::chrono::milliseconds patience)
     : m_folderChooser(sessionBus, patience), m_fileManager(sessionBus, patience), m_colorScheme(sessionBus, patience) {
-    connect(&m_colorScheme, &ColorSchemeSetting::changed, this, &DesktopServices::colorSchemeChanged);
+    connect(&m_colorScheme, &ColorSchemeSetting::changed, this, &WindowServices::colorSchemeChanged);
     connect(&m_colorScheme, &ColorSchemeSetting::settled, this, &FreedesktopServices::colorSchemeSettled);
 }
 

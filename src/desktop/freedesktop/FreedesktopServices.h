@@ -4,6 +4,7 @@
 #include "desktop/freedesktop/ColorSchemeSetting.h"
 #include "desktop/freedesktop/FileManager.h"
 #include "desktop/freedesktop/FolderChooser.h"
+#include "desktop/WindowServices.h"
 
 #include <QDBusConnection>
 
@@ -16,7 +17,7 @@ namespace driftwell {
 ///
 /// Text that was copied is gone with the application, unless a clipboard manager runs, which then takes it over as the
 /// application ends: Qt sees to that on X11, and on Wayland the desktop does it or nobody.
-class FreedesktopServices final : public DesktopServices {
+class FreedesktopServices final : public WindowServices, public DesktopServices {
     Q_OBJECT
 
 public:

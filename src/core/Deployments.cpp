@@ -1,0 +1,137 @@
+#include "core/Deployments.h"
+
+#include "core/Connection.h"
+#include "deploy/Deploy.h"
+#include "deploy/FolderScan.h"
+#include "deploy/SiteName.h"
+#include "platform/PlatformClient.h"
+#include "support/Cancellation.h"
+#include "support/EventLoop.h"
+#include "support/WhileAlive.h"
+#include "support/WorkerPool.h"
+
+#include <system_error>
+#include <utility>
+
+namespace driftwell {
+
+namespace {
+
+/// Absolute, and without the slash at the end that a shell's completion leaves.
+std::filesystem::path tidied(const std::filesystem::path& folder) {
+    const std::filesystem::path absolute = std::filesystem::absolute(folder).lexically_normal();
+    return absolute.has_filename() ? absolute : absolute.parent_path();
+}
+
+/// Takes a flow's stages, reported on any thread, to the main thread.
+std::function<void(DeployStage)> stageReporter(const std::shared_ptr<DeployFlow>& flow) {
+    return [flow = std::weak_ptr(flow), loop = EventLoop::current()](DeployStage stage) {
+        loop->post([flow, stage] {
+            if (const auto current = flow.lock()) {
+                current->report(stage);
+            }
+        });
+    };
+}
+
+Task<> nothing() {
+    co_return;
+}
+
+} // namespace
+
+Deployments::Deployments(PlatformClient& client, Connection& connection, FollowUp followUp)
+    : m_client(client), m_connection(connection), m_followUp(std::move(followUp)) {
+    connect(this, &Deployments::deployFlowChanged, this, &Deployments::isDeployingChanged);
+}
+
+Deployments::~Deployments() = default;
+
+bool Deployments::isDeploying() const {
+    const std::shared_ptr<DeployFlow> flow = m_deployFlow;
+    return flow && flow->isDeploying();
+}
+
+std::optional<QString> Deployments::deployingSiteName() const {
+    return isDeploying() ? std::optional(deployFlow()->siteName()) : std::nullopt;
+}
+
+void Deployments::beginDeploy(const std::filesystem::path& folder) {
+    std::error_code failed;
+    if (!std::filesystem::is_directory(folder, failed)) {
+        return;
+    }
+    const std::shared_ptr<DeployFlow> open = m_deployFlow;
+    if (open && (open->isConfirming() || open->isDeploying())) {
+        return;
+    }
+    const std::filesystem::path tidy = tidied(folder);
+    const QString suggestion = SiteName::derive(QString::fromStdString(tidy.filename().string()));
+    const auto flow = std::make_shared<DeployFlow>(tidy, suggestion);
+    connect(flow.get(), &DeployFlow::phaseChanged, this, &Deployments::isDeployingChanged);
+    m_open.request_stop();
+    m_open = std::stop_source();
+    m_deployFlow = flow;
+    m_tasks.run(countFiles(flow, m_open.get_token()));
+}
+
+Task<> Deployments::countFiles(std::shared_ptr<DeployFlow> flow, std::stop_token closed) {
+    const StopScope either(std::move(closed), m_tasks.token());
+    const auto scanWork = [folder = flow->folder(), stop = either.token()] {
+        return scanFolder(folder, stop);
+    };
+    try {
+        const FolderScan files = co_await whileAlive(this, runOnPool(scanWork));
+        if (m_deployFlow.value() == flow) {
+            flow->showFigures(files.fileCount, files.byteCount);
+        }
+    } catch (const std::exception&) {
+        // The figures stay absent; the scan of the deployment itself reports what is wrong.
+    }
+}
+
+Task<> Deployments::confirmDeploy() {
+    const std::shared_ptr<DeployFlow> flow = m_deployFlow;
+    const std::optional<PlatformConfig> config = m_connection.config();
+    if (!flow || !config || !flow->isConfirming() || !SiteName::isValid(flow->siteName())) {
+        return nothing();
+    }
+    flow->begin();
+    m_deployTask = std::stop_source();
+    return m_tasks.run(publish(flow, *config, m_deployTask.get_token()));
+}
+
+Task<> Deployments::publish(std::shared_ptr<DeployFlow> flow, PlatformConfig config, std::stop_token cancel) {
+    const QString site = flow->siteName();
+    const DeployStops stops{cancel, m_tasks.token()};
+    try {
+        Task<DeployResponse> work = deploy(m_client, flow->folder(), site, config, stageReporter(flow), stops);
+        const DeployResponse response = co_await whileAlive(this, std::move(work));
+        flow->succeed(response);
+    } catch (const OwnerGone&) {
+        throw;
+    } catch (const Cancelled&) {
+        if (m_deployFlow.value() == flow) {
+            m_deployFlow = nullptr;
+        }
+        throw;
+    } catch (const std::exception& failure) {
+        flow->fail(failure);
+        co_return;
+    }
+    m_client.store().saveFolder(site, flow->folder());
+    co_await m_followUp(site, cancel);
+}
+
+void Deployments::cancelDeploy() {
+    m_open.request_stop();
+    m_deployTask.request_stop();
+    m_deployFlow = nullptr;
+}
+
+Task<> Deployments::end() {
+    cancelDeploy();
+    return m_tasks.end();
+}
+
+} // namespace driftwell
