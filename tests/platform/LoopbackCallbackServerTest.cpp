@@ -330,6 +330,49 @@ TEST_F(LoopbackCallbackServerTest, EndsAConnectionWhoseOtherSideNeverCloses) {
     waitUntil([listening] { return openDescriptors() == listening + 1; });
 }
 
+TEST_F(LoopbackCallbackServerTest, EndsAConnectionWhoseOtherSideSendsWithoutEnd) {
+    // Before the request is whole, and after it was answered.
+    for (const std::string& beginning : {std::string("GET / HTTP/1.1\r\nX: "), get("/")}) {
+        RawClient guest(port());
+        guest.send(beginning);
+        std::size_t sent = 0;
+        waitUntil([&guest, &sent] {
+            guest.send(std::string(8192, 'x'));
+            sent += 8192;
+            return guest.isClosed();
+        });
+        // What the buffers on the way hold is more than what is read.
+        EXPECT_LT(sent, 64U * 1024 * 1024);
+    }
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+}
+
+/// How often the event loop wakes in a time in which nothing needs to be done.
+int wakeUps(std::chrono::milliseconds duration) {
+    int count = 0;
+    bool isOver = false;
+    QTimer::singleShot(duration, [&isOver] { isOver = true; });
+    while (!isOver) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        ++count;
+    }
+    return count;
+}
+
+TEST_F(LoopbackCallbackServerTest, SleepsWhileConnectionsDoNothing) {
+    RawClient silent(port());
+    RawClient begun(port());
+    begun.send("GET / HT");
+    RawClient answered(port());
+    answered.send(get("/"));
+    RawClient halfClosed(port());
+    halfClosed.send(get("/"));
+    waitUntil([&] { return answered.isClosed() && halfClosed.isClosed(); });
+    settle();
+    EXPECT_LT(wakeUps(200ms), 20) << "it spins";
+    EXPECT_FALSE(silent.isClosed());
+}
+
 TEST_F(LoopbackCallbackServerTest, IsPatientByDefault) {
     EXPECT_EQ(Limits().connections, 32U);
     EXPECT_EQ(Limits().patience, 10s);
