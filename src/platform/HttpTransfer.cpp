@@ -197,7 +197,7 @@ void HttpTransfer::finish(CURLcode code) {
     curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
     m_response.status = static_cast<int>(status);
     // Only a proxy may answer so (RFC 9110, section 15.5.8).
-    if (const std::optional<HttpProxy> proxy = usedProxy(); status == 407 && proxy) {
+    if (const auto proxy = status == 407 ? usedProxy() : std::nullopt) {
         m_outcome.fail(PlatformError::unreachable(describeProxyRefusal(*proxy, m_response.status)));
         return;
     }
@@ -254,20 +254,16 @@ bool HttpTransfer::readHeader(std::string_view line) {
     if (m_headerBytes > maximumHeaderBytes) {
         return false;
     }
+    m_awaitingHead = false;
     if (line.starts_with("HTTP/")) {
         readStatusLine(line);
-        return true;
+    } else if (line == "\r\n" || line == "\n") {
+        m_headComplete = true;
     }
-    m_awaitingHead = false;
-    if (line != "\r\n" && line != "\n") {
-        return true;
-    }
-    m_headComplete = true;
     return true;
 }
 
 void HttpTransfer::readStatusLine(std::string_view line) {
-    m_awaitingHead = false;
     m_headComplete = false;
     const int status = statusIn(line);
     // libcurl follows whatever has a Location and a status that begins with 3.
