@@ -36,20 +36,23 @@ std::chrono::seconds pause(Kind status) {
     Q_UNREACHABLE();
 }
 
-/// One question of a refresh: it is asked with what the catalog knows of its answer, and its answer goes to the
-/// catalog.
+/// One question of a refresh: it is asked with what the catalog knows of its answer, and its answer goes to the catalog
+/// if it still counts.
 template <class Record>
-Step<Fetched<Record>> question(PlatformClient& client,
-                               Task<Fetched<Record>> (PlatformClient::*call)(PlatformConfig, KnownBytes,
-                                                                             std::stop_token),
-                               const PlatformConfig& config, Catalog& catalog) {
-    const Job<Fetched<Record>> fetch = [&client, call, config, known = catalog.known<Record>()](std::stop_token stop) {
+Step<Fetched<Record>>
+question(PlatformClient& client,
+         Task<Fetched<Record>> (PlatformClient::*call)(PlatformConfig, KnownBytes, std::stop_token),
+         const Connection::Session& session, const QPointer<Connection>& connection, Catalog& catalog) {
+    const Job<Fetched<Record>> fetch = [&client, call, config = session.config,
+                                        known = catalog.known<Record>()](std::stop_token stop) {
         return (client.*call)(config, known, std::move(stop));
     };
-    const auto keep = [catalog = QPointer(&catalog)](Fetched<Record> fetched) {
-        if (catalog) {
-            catalog->store(std::move(fetched));
+    const auto keep = [session, connection, &catalog](Fetched<Record> fetched) {
+        if (!connection) {
+            throw OwnerGone();
         }
+        connection->requireCurrent(session);
+        catalog.store(std::move(fetched));
     };
     return {fetch, keep};
 }
@@ -65,6 +68,17 @@ void Connection::start() {
     if (!std::exchange(m_started, true)) {
         reloadConfig();
         m_tasks.run(refreshLoop());
+    }
+}
+
+std::optional<Connection::Session> Connection::session() const {
+    const std::optional<PlatformConfig> config = m_config;
+    return config ? std::optional(Session{*config, m_client.store().token(*config)}) : std::nullopt;
+}
+
+void Connection::requireCurrent(const Session& session) const {
+    if (this->session() != session) {
+        throw Cancelled();
     }
 }
 
@@ -118,46 +132,64 @@ Task<> Connection::refresh(std::stop_token stop) {
 }
 
 Task<> Connection::ask(std::stop_token stop) {
-    if (!m_config.value()) {
+    const std::optional<Session> present = session();
+    if (!present) {
         m_status = Status::noHost();
         co_return;
     }
-    const PlatformConfig config = *m_config.value();
-    if (!config.isLocal() && !m_client.store().token(config)) {
+    if (!present->config.isLocal() && !present->token) {
         leave();
         co_return;
     }
     const StopScope either(std::move(stop), m_tasks.token());
     try {
-        if (!m_identity.value()) {
-            m_identity = co_await whileAlive(this, m_client.me(config, either.token()));
-        }
-        co_await whileAlive(this, fetchLists(config, either.token()));
-        m_lastSync = now();
-        m_status = Status::connected();
-        Q_EMIT refreshed();
+        co_await whileAlive(this, askAs(*present, either.token()));
     } catch (const Cancelled&) {
         // The status stays as it was.
+        throw;
     } catch (const std::exception& failure) {
-        settleFailure(config, failure);
+        settleFailure(*present, failure);
     }
 }
 
-Task<> Connection::fetchLists(PlatformConfig config, std::stop_token stop) {
-    return allOf(std::move(stop), question(m_client, &PlatformClient::sites, config, m_catalog),
-                 question(m_client, &PlatformClient::stats, config, m_catalog),
-                 question(m_client, &PlatformClient::libs, config, m_catalog));
+Task<> Connection::askAs(Session session, std::stop_token stop) {
+    if (!m_identity.value()) {
+        const std::optional<Identity> person = co_await whileAlive(this, m_client.me(session.config, stop));
+        requireCurrent(session);
+        m_identity = person;
+    }
+    co_await whileAlive(this, fetchLists(session, stop));
+    requireCurrent(session);
+    m_lastSync = now();
+    m_status = Status::connected();
+    Q_EMIT refreshed();
 }
 
-void Connection::settleFailure(const PlatformConfig& config, const std::exception& failure) {
+Task<> Connection::fetchLists(Session session, std::stop_token stop) {
+    return allOf(std::move(stop), question(m_client, &PlatformClient::sites, session, this, m_catalog),
+                 question(m_client, &PlatformClient::stats, session, this, m_catalog),
+                 question(m_client, &PlatformClient::libs, session, this, m_catalog));
+}
+
+void Connection::settleFailure(const Session& asked, const std::exception& failure) {
     const auto* const platform = dynamic_cast<const PlatformError*>(&failure);
-    if (platform != nullptr && platform->kind() == PlatformError::Kind::NotTeam) {
+    const auto isOf = [platform](PlatformError::Kind kind) {
+        return platform != nullptr && platform->kind() == kind;
+    };
+    const bool isPresent = session() == asked;
+    // A newer token than the refused one stays.
+    if (isOf(PlatformError::Kind::Unauthenticated) && m_client.store().token(asked.config) == asked.token) {
+        m_client.store().signOut(asked.config);
+    }
+    if (!isPresent) {
+        return;
+    }
+    if (isOf(PlatformError::Kind::Unauthenticated)) {
+        leave();
+    } else if (isOf(PlatformError::Kind::NotTeam)) {
         // The status first: a screen that is connected to no sites would say so for a moment.
         m_status = Status::notTeam(platform->description());
         m_catalog.clear();
-    } else if (platform != nullptr && platform->kind() == PlatformError::Kind::Unauthenticated) {
-        m_client.store().signOut(config);
-        leave();
     } else {
         m_status = Status::unreachable(retrySeconds);
     }

@@ -55,6 +55,14 @@ public:
         bool operator==(const Status&) const = default;
     };
 
+    /// Whose answers count: a platform, and the token that it was asked with. An answer to another session than the
+    /// present one is discarded.
+    struct Session {
+        PlatformConfig config;
+        std::optional<QString> token;
+        bool operator==(const Session&) const = default;
+    };
+
     /// The client and the catalog outlive the connection. No work starts before start() or an operation.
     Connection(PlatformClient& client, Catalog& catalog, Sleeper sleep = sleepFor);
     ~Connection() override;
@@ -66,6 +74,12 @@ public:
     [[nodiscard]] std::optional<Timestamp> lastSync() const { return m_lastSync; }
     /// The platform's own checkout on this machine.
     [[nodiscard]] std::optional<std::filesystem::path> localRepo() const { return m_localRepo; }
+
+    /// Absent without a platform.
+    [[nodiscard]] std::optional<Session> session() const;
+
+    /// Throws Cancelled when the session is not the present one any more.
+    void requireCurrent(const Session& session) const;
 
     /// Reads the configuration and starts the polling. Later calls do nothing.
     void start();
@@ -108,8 +122,9 @@ private:
     Task<> waitForNextRefresh(std::stop_token stop);
     Task<> countDown(std::stop_token stop);
     Task<> ask(std::stop_token stop);
-    Task<> fetchLists(PlatformConfig config, std::stop_token stop);
-    void settleFailure(const PlatformConfig& config, const std::exception& failure);
+    Task<> askAs(Session session, std::stop_token stop);
+    Task<> fetchLists(Session session, std::stop_token stop);
+    void settleFailure(const Session& asked, const std::exception& failure);
 
     PlatformClient& m_client;
     Catalog& m_catalog;

@@ -41,11 +41,21 @@ private:
     QString m_key;
 };
 
-/// The answer to a request; absent when it failed, and `error`, a field of the owner, then says why. Throws Cancelled.
+/// A platform that an operation asks, and who is told.
+struct Asker {
+    SiteOperations* owner;
+    const Connection& connection;
+    Connection::Session session;
+};
+
+/// The answer to a request; absent when it failed, and `error`, a field of the owner, then says why. Throws Cancelled,
+/// also for the answer of a platform that is not the present one any more.
 template <class Answer, class Error>
-Task<std::optional<Answer>> answerTo(Task<Answer> request, SiteOperations* owner, Error* error) {
+Task<std::optional<Answer>> answerTo(Task<Answer> request, Asker asker, Error* error) {
     try {
-        co_return co_await whileAlive(owner, std::move(request));
+        Answer answer = co_await whileAlive(asker.owner, std::move(request));
+        asker.connection.requireCurrent(asker.session);
+        co_return std::move(answer);
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& failure) {
@@ -92,40 +102,43 @@ Task<> SiteOperations::end() {
 }
 
 Task<> SiteOperations::runRollback(SiteInfo site) {
-    const std::optional<PlatformConfig> config = m_connection.config();
-    if (!config) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session) {
         co_return;
     }
+    const Asker asker{this, m_connection, *session};
     const InFlight entry(this, m_rollbacksInFlight, site.name);
     const std::stop_token stop = m_tasks.token();
-    Task<RollbackResponse> request = m_client.rollback(*config, site.name, stop);
-    if (co_await answerTo(std::move(request), this, &m_rollbackError)) {
+    Task<RollbackResponse> request = m_client.rollback(session->config, site.name, stop);
+    if (co_await answerTo(std::move(request), asker, &m_rollbackError)) {
         co_await refreshAndReload(site.name, stop);
     }
 }
 
 Task<> SiteOperations::runDeleteSite(SiteInfo site) {
-    const std::optional<PlatformConfig> config = m_connection.config();
-    if (!config) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session) {
         co_return;
     }
+    const Asker asker{this, m_connection, *session};
     const InFlight entry(this, m_deletesInFlight, site.name);
     const std::stop_token stop = m_tasks.token();
-    Task<DeleteSiteResponse> request = m_client.deleteSite(*config, site.name, stop);
-    if (co_await answerTo(std::move(request), this, &m_deleteError)) {
+    Task<DeleteSiteResponse> request = m_client.deleteSite(session->config, site.name, stop);
+    if (co_await answerTo(std::move(request), asker, &m_deleteError)) {
         m_catalog.forgetSite(site.name);
         co_await m_connection.refresh(stop);
     }
 }
 
 Task<> SiteOperations::runSetLib(QString lib, bool enabled, QString site) {
-    const std::optional<PlatformConfig> config = m_connection.config();
-    if (!config) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session) {
         co_return;
     }
+    const Asker asker{this, m_connection, *session};
     const InFlight entry(this, m_libTogglesInFlight, site + u'/' + lib);
-    Task<SiteLibsResponse> request = m_client.setLib(*config, site, lib, enabled, m_tasks.token());
-    const auto answer = co_await answerTo(std::move(request), this, &m_libToggleError);
+    Task<SiteLibsResponse> request = m_client.setLib(session->config, site, lib, enabled, m_tasks.token());
+    const auto answer = co_await answerTo(std::move(request), asker, &m_libToggleError);
     if (answer) {
         m_catalog.changeSite(answer->site, [&answer](SiteInfo& changed) { changed.libs = answer->libs; });
         m_libToggleError = std::nullopt;
@@ -134,14 +147,15 @@ Task<> SiteOperations::runSetLib(QString lib, bool enabled, QString site) {
 
 Task<> SiteOperations::runSetAccess(QString site, std::optional<SiteAccessMode> mode,
                                     std::optional<QList<QString>> emails, std::optional<bool> anyoneCanComment) {
-    const std::optional<PlatformConfig> config = m_connection.config();
-    if (!config || (!mode && !emails && !anyoneCanComment)) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session || (!mode && !emails && !anyoneCanComment)) {
         co_return;
     }
+    const Asker asker{this, m_connection, *session};
     const InFlight entry(this, m_accessInFlight, site);
     const PlatformClient::AccessChange change{mode, emails, anyoneCanComment};
-    Task<SiteAccessResponse> request = m_client.setAccess(*config, site, change, m_tasks.token());
-    const auto answer = co_await answerTo(std::move(request), this, &m_accessError);
+    Task<SiteAccessResponse> request = m_client.setAccess(session->config, site, change, m_tasks.token());
+    const auto answer = co_await answerTo(std::move(request), asker, &m_accessError);
     if (answer) {
         const SiteAccess access{answer->mode, answer->emails, answer->owner, answer->anyoneCanComment};
         m_catalog.changeSite(answer->site, [&access](SiteInfo& changed) { changed.access = access; });
@@ -150,13 +164,14 @@ Task<> SiteOperations::runSetAccess(QString site, std::optional<SiteAccessMode> 
 }
 
 Task<> SiteOperations::fetchDeployHistory(QString site, std::stop_token stop) {
-    const std::optional<PlatformConfig> config = m_connection.config();
-    if (!config) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session) {
         co_return;
     }
     try {
-        Task<std::optional<LogsResponse>> request = m_client.logs(*config, site, historyLogLines, stop);
+        Task<std::optional<LogsResponse>> request = m_client.logs(session->config, site, historyLogLines, stop);
         const std::optional<LogsResponse> answer = co_await whileAlive(this, std::move(request));
+        m_connection.requireCurrent(*session);
         if (answer) {
             m_catalog.storeHistory(site, deployHistory(answer->entries));
         }

@@ -766,9 +766,10 @@ TEST_F(RefreshTest, UnchangedAnswersRestoreWhatWasClearedWhileTheyWereUnderWay) 
     PlatformServer::Hold held = server.holdAnswer("/api/sites");
     Task<> underWay = beginRefresh();
     waitUntil([this] { return server.requests().size() == 7; });
-    store().signOut(PlatformConfig(remoteHost()));
+    server.answer("/api/sites", 403, errorAnswer("Not you", "not_team"));
     await(model().connection().refresh());
     expectNoLists();
+    answerAll();
     held.release();
     await(std::move(underWay));
     EXPECT_EQ(model().connection().status(), Status::connected());
@@ -919,6 +920,79 @@ TEST_F(ManySitesTest, TheModelsEndDropsWhatIsBeingDecoded) {
     destroyModel();
     hold.release();
     await(std::move(refresh));
+}
+
+// Answers of another platform or another token than the current ones
+
+class OutdatedAnswerTest : public RefreshTest {
+protected:
+    void SetUp() override {
+        configureRemote();
+        connectedModel();
+    }
+
+    /// A refresh whose lists have left the platform, and come after `meanwhile`.
+    template <class Action> void refreshAround(Action meanwhile) {
+        PlatformServer::Hold held = server.holdAnswer("/api/sites");
+        Task<> refresh = beginRefresh();
+        waitUntil([&held] { return held.arrived(); });
+        meanwhile();
+        held.release();
+        await(std::move(refresh));
+    }
+};
+
+TEST_F(OutdatedAnswerTest, TheListsOfAPersonWhoHasSignedOutDoNotComeBack) {
+    refreshAround([this] { model().signIn().signOut(); });
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    expectNoLists();
+}
+
+TEST_F(OutdatedAnswerTest, TheListsOfThePlatformBeforeAreNotThoseOfThePresentOne) {
+    model().catalog().clear();
+    refreshAround([this] { model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test"))); });
+    EXPECT_EQ(model().connection().status(), Status::connecting());
+    expectNoLists();
+}
+
+TEST_F(OutdatedAnswerTest, ThePersonOfThePlatformBeforeIsNobodyOnThePresentOne) {
+    model().signIn().signOut();
+    store().saveToken(QString::fromLatin1(token), PlatformConfig(remoteHost()));
+    PlatformServer::Hold held = server.holdAnswer("/api/me");
+    Task<> refresh = beginRefresh();
+    waitUntil([&held] { return held.arrived(); });
+    model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test")));
+    held.release();
+    await(std::move(refresh));
+    EXPECT_FALSE(model().connection().identity());
+}
+
+TEST_F(OutdatedAnswerTest, ARefusalOfTheTokenBeforeLeavesTheNewOne) {
+    server.answer("/api/sites", 401, "");
+    const PlatformConfig config(remoteHost());
+    refreshAround([this, &config] { store().saveToken(QStringLiteral("newer"), config); });
+    EXPECT_EQ(store().storedToken(config), QStringLiteral("newer"));
+    EXPECT_EQ(model().connection().status(), Status::connected());
+    expectIdentity();
+}
+
+TEST_F(OutdatedAnswerTest, AFailureOfThePlatformBeforeIsNotOneOfThePresentOne) {
+    server.closeWithoutAnswer("/api/sites");
+    refreshAround([this] { model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test"))); });
+    EXPECT_EQ(model().connection().status(), Status::connecting());
+}
+
+TEST_F(OutdatedAnswerTest, AChangeThatANewListBringsAboutIsReplacedByTheNextListAlsoIfItIsTheSame) {
+    server.answer("/api/sites", 200, sitesAnswer({"harbour"}));
+    QObject context;
+    const auto change = [this] {
+        model().catalog().changeSite("harbour", [](SiteInfo& site) { site.libs = QList<QString>{"charts"}; });
+    };
+    QObject::connect(&model().catalog(), &Catalog::sitesChanged, &context, change, Qt::SingleShotConnection);
+    await(model().connection().refresh());
+    ASSERT_EQ(model().catalog().existingSite("harbour")->libs, QList<QString>{"charts"});
+    await(model().connection().refresh());
+    EXPECT_NE(model().catalog().existingSite("harbour")->libs, QList<QString>{"charts"});
 }
 
 } // namespace

@@ -1000,5 +1000,50 @@ TEST_F(SiteOperationsTest, WithoutAPlatformNothingIsOpenedOrShown) {
     EXPECT_THAT(desktop.shownPaths(), IsEmpty());
 }
 
+// A platform that is not the present one any more
+
+class LeftPlatformTest : public SiteOperationsTest {
+protected:
+    /// The platform is left while it works on what `start` asked, and the next one has a site of the same name.
+    void leaveDuring(const char* path, Task<> (*start)(AppState&)) {
+        PlatformServer::Hold held = server.holdAnswer(path);
+        Task<> operation = start(model());
+        waitUntil([&held] { return held.arrived(); });
+        model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test")));
+        before = model().catalog().existingSite("garden");
+        held.release();
+        await(std::move(operation));
+    }
+
+    std::optional<SiteInfo> before;
+};
+
+TEST_F(LeftPlatformTest, ItsLibrariesAreNotThoseOfTheOtherSite) {
+    server.answer("/api/sites/garden/libs", 200, R"({"site":"garden","libs":["charts"]})");
+    leaveDuring("/api/sites/garden/libs",
+                [](AppState& model) { return model.siteOperations().setLib("charts", true, "garden"); });
+    EXPECT_EQ(model().catalog().existingSite("garden"), before);
+}
+
+TEST_F(LeftPlatformTest, ItsAccessIsNotThatOfTheOtherSite) {
+    server.answer("/api/sites/garden/access", 200, R"({"site":"garden","mode":"public","emails":[]})");
+    leaveDuring("/api/sites/garden/access", [](AppState& model) {
+        return model.siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt);
+    });
+    EXPECT_EQ(model().catalog().existingSite("garden"), before);
+}
+
+TEST_F(LeftPlatformTest, ItsDeletionDeletesNotTheOtherSite) {
+    server.answer("/api/sites/garden", 200, R"({"ok":true,"site":"garden"})");
+    leaveDuring("/api/sites/garden", [](AppState& model) { return model.siteOperations().deleteSite(site("garden")); });
+    EXPECT_TRUE(model().catalog().existingSite("garden"));
+}
+
+TEST_F(LeftPlatformTest, ItsHistoryIsNotThatOfTheOtherSite) {
+    answerHistory({logLine("1", "deployed")});
+    leaveDuring("/api/logs/garden", [](AppState& model) { return model.siteOperations().loadDeployHistory("garden"); });
+    EXPECT_THAT(historyOf("garden"), IsEmpty());
+}
+
 } // namespace
 } // namespace driftwell::tests

@@ -100,7 +100,7 @@ void TrayItem::fillMenu() {
     m_menu.addSeparator();
     for (int row = 0; row < recent.size(); ++row) {
         connect(m_menu.addAction(recent[row].name), &QAction::triggered, &m_model,
-                [this, row] { m_model.siteOperations().openSite(row); });
+                [this, row] { m_model.openSite(row); });
     }
     m_menu.addSeparator();
     connect(m_menu.addAction(QStringLiteral("Open Driftwell")), &QAction::triggered, &m_model,
