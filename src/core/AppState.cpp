@@ -29,7 +29,7 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
     const auto begin = [deployments = m_deployments.get()](const std::filesystem::path& folder) {
         deployments->beginDeploy(folder);
     };
-    m_newProject = std::make_unique<NewProject>(*m_connection, desktop, begin);
+    m_newProject = std::make_unique<NewProject>(*m_connection, *m_gates, desktop, begin);
 }
 
 AppState::~AppState() = default;

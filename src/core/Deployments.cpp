@@ -17,10 +17,10 @@ namespace driftwell {
 
 namespace {
 
-/// Absolute, and without the slash at the end that a shell's completion leaves.
-std::filesystem::path tidied(const std::filesystem::path& folder) {
-    const std::filesystem::path absolute = std::filesystem::absolute(folder).lexically_normal();
-    return absolute.has_filename() ? absolute : absolute.parent_path();
+/// The name that a folder goes by: the one that was typed, also of a link, unless that says only where the folder is.
+std::string nameOf(const std::filesystem::path& typed, const std::filesystem::path& folder) {
+    const std::filesystem::path name = typed.has_filename() ? typed.filename() : typed.parent_path().filename();
+    return (name.empty() || name == "." || name == ".." ? folder.filename() : name).string();
 }
 
 /// Takes a flow's stages, reported on any thread, to the main thread.
@@ -57,17 +57,18 @@ std::optional<QString> Deployments::deployingSiteName() const {
 }
 
 void Deployments::beginDeploy(const std::filesystem::path& folder) {
+    // On the disk, for on paper ".." behind a link leads to another folder.
     std::error_code failed;
-    if (!std::filesystem::is_directory(folder, failed)) {
+    const std::filesystem::path resolved = std::filesystem::canonical(folder, failed);
+    if (failed || !std::filesystem::is_directory(resolved, failed)) {
         return;
     }
     const std::shared_ptr<DeployFlow> open = m_deployFlow;
     if (open && (open->isConfirming() || open->isDeploying())) {
         return;
     }
-    const std::filesystem::path tidy = tidied(folder);
-    const QString suggestion = SiteName::derive(QString::fromStdString(tidy.filename().string()));
-    const auto flow = std::make_shared<DeployFlow>(tidy, suggestion);
+    const QString suggestion = SiteName::derive(QString::fromStdString(nameOf(folder, resolved)));
+    const auto flow = std::make_shared<DeployFlow>(resolved, suggestion);
     connect(flow.get(), &DeployFlow::phaseChanged, this, &Deployments::isDeployingChanged);
     m_open.request_stop();
     m_open = std::stop_source();

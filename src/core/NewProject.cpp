@@ -1,6 +1,7 @@
 #include "core/NewProject.h"
 
 #include "core/Connection.h"
+#include "core/Gates.h"
 #include "desktop/DesktopServices.h"
 #include "support/Cancellation.h"
 #include "support/Completion.h"
@@ -16,7 +17,11 @@ namespace {
 using Answer = std::optional<std::filesystem::path>;
 
 Task<> forward(Task<Answer> question, Completion<Answer> answer) {
-    answer.succeed(co_await std::move(question));
+    try {
+        answer.succeed(co_await std::move(question));
+    } catch (...) {
+        answer.fail(std::current_exception());
+    }
 }
 
 /// The answer to a question that a person may leave open for ever. A stop leaves it to itself.
@@ -29,23 +34,43 @@ Task<Answer> answerUnlessStopped(Task<Answer> question, std::stop_token stop) {
 
 } // namespace
 
-NewProject::NewProject(Connection& connection, DesktopServices& desktop, Begin begin)
-    : m_connection(connection), m_desktop(desktop), m_begin(std::move(begin)) {}
+NewProject::NewProject(Connection& connection, Gates& gates, DesktopServices& desktop, Begin begin)
+    : m_connection(connection), m_gates(gates), m_desktop(desktop), m_begin(std::move(begin)) {
+    connect(&connection, &Connection::statusChanged, this, &NewProject::deployWaiting);
+    connect(&gates, &Gates::needsOnboardingChanged, this, &NewProject::deployWaiting);
+}
 
 NewProject::~NewProject() = default;
 
 void NewProject::chooseFolderAndDeploy() {
-    m_tasks.run(chooseFolder());
+    m_tasks.run(chooseFolder(m_begin));
 }
 
-Task<> NewProject::chooseFolder() {
+void NewProject::chooseFolderAndDeployWhenPossible() {
+    m_tasks.run(chooseFolder([this](const std::filesystem::path& folder) { deployWhenPossible(folder); }));
+}
+
+Task<> NewProject::chooseFolder(Begin then) {
     const std::optional<PlatformConfig> config = m_connection.config();
     const QString host = config ? config->host() : QStringLiteral("driftwell");
     Task<Answer> question =
         m_desktop.chooseFolder(QStringLiteral("Deploy"), QStringLiteral("Choose a folder to deploy to ") + host);
     Task<Answer> answer = answerUnlessStopped(std::move(question), m_tasks.token());
     if (const Answer folder = co_await whileAlive(this, std::move(answer))) {
-        m_begin(*folder);
+        then(*folder);
+    }
+}
+
+void NewProject::deployWhenPossible(const std::filesystem::path& folder) {
+    m_waiting = folder;
+    deployWaiting();
+}
+
+void NewProject::deployWaiting() {
+    if (m_connection.status() == Connection::Status::connected() && !m_gates.needsOnboarding()) {
+        if (const std::optional<std::filesystem::path> folder = std::exchange(m_waiting, std::nullopt)) {
+            m_begin(*folder);
+        }
     }
 }
 

@@ -163,11 +163,11 @@ bool tryToKeep(const std::filesystem::path& file, const std::filesystem::path& n
 /// Holds the lock on a folder for its own lifetime, or does not.
 class ConfigFile::FolderLock {
 public:
-    FolderLock(const std::filesystem::path& folder, std::chrono::milliseconds patience, bool& isTaken)
+    FolderLock(const std::filesystem::path& folder, std::chrono::milliseconds timeout, bool& isTaken)
         : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
         checked(m_folder.get(), folder.c_str());
         narrow(m_folder.get(), folder);
-        const Clock::time_point end = Clock::now() + (isTaken ? std::chrono::milliseconds::zero() : patience);
+        const Clock::time_point end = Clock::now() + (isTaken ? std::chrono::milliseconds::zero() : timeout);
         while (!tryToLock(folder) && Clock::now() < end) {
             std::this_thread::sleep_for(lockAttempts);
         }
@@ -189,8 +189,8 @@ private:
     bool m_isHeld = false;
 };
 
-ConfigFile::ConfigFile(std::filesystem::path path, std::chrono::milliseconds patience)
-    : m_path(std::move(path)), m_patience(patience) {}
+ConfigFile::ConfigFile(std::filesystem::path path, std::chrono::milliseconds lockTimeout)
+    : m_path(std::move(path)), m_lockTimeout(lockTimeout) {}
 
 JsonObjectText ConfigFile::read() const {
     return contentOf(m_path).object;
@@ -203,7 +203,7 @@ std::optional<ConfigProblem> ConfigFile::problem() const {
 
 void ConfigFile::update(const std::function<Loss(JsonObjectText&)>& change) const {
     makeFolder(m_path.parent_path());
-    const FolderLock lock(m_path.parent_path(), m_patience, m_shared->lockIsTaken);
+    const FolderLock lock(m_path.parent_path(), m_lockTimeout, m_shared->lockIsTaken);
     Content content = contentOf(m_path);
     if (content.obstacle != 0) {
         throw std::system_error(content.obstacle, std::generic_category(), m_path.string());

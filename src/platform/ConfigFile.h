@@ -36,7 +36,7 @@ class ConfigFile {
 public:
     static constexpr std::uintmax_t largestBytes = 16 * 1024 * 1024;
 
-    ConfigFile(std::filesystem::path path, std::chrono::milliseconds patience);
+    ConfigFile(std::filesystem::path path, std::chrono::milliseconds lockTimeout);
 
     [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
 
@@ -73,7 +73,7 @@ private:
     void keep() const;
 
     std::filesystem::path m_path;
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_lockTimeout;
     std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
 };
 

@@ -46,8 +46,8 @@ std::pair<JsonObjectText, Loss> objectAt(const JsonObjectText& file, const char*
 
 } // namespace
 
-ConfigStore::ConfigStore(std::filesystem::path file, std::chrono::milliseconds patience)
-    : m_file(std::move(file), patience) {}
+ConfigStore::ConfigStore(std::filesystem::path file, std::chrono::milliseconds lockTimeout)
+    : m_file(std::move(file), lockTimeout) {}
 
 std::filesystem::path ConfigStore::configFile(const Bundle& bundle) {
     const std::optional<QString> configured = bundle.string(QStringLiteral("DWConfigDir"));

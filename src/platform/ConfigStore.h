@@ -31,9 +31,9 @@ namespace driftwell {
 class ConfigStore {
 public:
     /// How long a save waits for another process's.
-    static constexpr std::chrono::seconds lockPatience{2};
+    static constexpr std::chrono::seconds usualLockTimeout{2};
 
-    explicit ConfigStore(std::filesystem::path file, std::chrono::milliseconds patience = lockPatience);
+    explicit ConfigStore(std::filesystem::path file, std::chrono::milliseconds lockTimeout = usualLockTimeout);
 
     /// The folder that the bundle's information dictionary names under DWConfigDir, a leading tilde expanded, or else
     /// ~/.config/dw; and in it config.json.

@@ -9,7 +9,10 @@ namespace driftwell {
 
 /// The bytes of the last answer to a question; none are known when they are empty.
 struct KnownBytes {
-    QByteArray bytes = {};
+    QByteArray bytes;
+
+    // Implicit: bytes that are known are what a caller has.
+    KnownBytes(QByteArray known = {}) : bytes(std::move(known)) {}
 
     /// An empty answer is no record, so it is never the one that is known.
     [[nodiscard]] bool are(const QByteArray& answer) const { return !bytes.isEmpty() && answer == bytes; }

@@ -137,7 +137,7 @@ void LoopbackCallbackServer::take(UniqueFd socket) {
         m_guests.erase(m_guests.begin());
     }
     const ConnectionId id = ++m_lastId;
-    Guest guest{CallbackConnection(std::move(socket)), Clock::now() + m_limits.patience};
+    Guest guest{CallbackConnection(std::move(socket)), Clock::now() + m_limits.timeout};
     if (watch(m_epoll, EPOLL_CTL_ADD, guest.connection.descriptor(), id, guest.connection.wanted()) < 0) {
         return;
     }

@@ -32,10 +32,10 @@ namespace driftwell {
 class LoopbackCallbackServer {
 public:
     /// So that connections on which nothing comes can neither use up this process's descriptors nor keep the browser
-    /// out: one more than `connections` ends the one that has been there longest, and `patience` ends each of them.
+    /// out: one more than `connections` ends the one that has been there longest, and `timeout` ends each of them.
     struct Limits {
         std::size_t connections = 32;
-        std::chrono::milliseconds patience = std::chrono::seconds(10);
+        std::chrono::milliseconds timeout = std::chrono::seconds(10);
     };
 
     LoopbackCallbackServer() : LoopbackCallbackServer(Limits()) {}

@@ -2,6 +2,7 @@
 #include "core/Catalog.h"
 #include "core/Connection.h"
 #include "core/SignIn.h"
+#include "platform/PlatformClient.h"
 #include "core/UserDefaults.h"
 #include "support/WorkerPool.h"
 #include "tests/apps/Chromium.h"

@@ -126,6 +126,34 @@ TEST_F(DeployingTest, SeveralSlashesAndDotsInTheFolderAreDropped) {
     EXPECT_EQ(flow()->siteName(), QStringLiteral("garden"));
 }
 
+TEST_F(DeployingTest, TheFolderIsTheOneOnTheDiskAlsoBehindALink) {
+    makeFolder("elsewhere/inner");
+    makeFolder("here/inner");
+    std::filesystem::create_directory_symlink(folder() / "work/elsewhere/inner", folder() / "work/here/link");
+    model().deployments().beginDeploy(folder() / "work/here/link/../inner");
+    ASSERT_TRUE(flow());
+    EXPECT_EQ(flow()->folder(), folder() / "work/elsewhere/inner");
+    EXPECT_EQ(flow()->siteName(), QStringLiteral("inner"));
+}
+
+TEST_F(DeployingTest, AFolderThatIsNamedByWhereItIsKeepsItsOwnName) {
+    const Folder garden = makeFolder();
+    makeFolder("garden/deep");
+    model().deployments().beginDeploy(garden / "deep/..");
+    ASSERT_TRUE(flow());
+    EXPECT_EQ(flow()->folder(), garden);
+    EXPECT_EQ(flow()->siteName(), QStringLiteral("garden"));
+}
+
+TEST_F(DeployingTest, ALinkToAFolderSuggestsItsOwnName) {
+    const Folder target = makeFolder("release-2026-11");
+    std::filesystem::create_directory_symlink(target, folder() / "work/garden");
+    model().deployments().beginDeploy(folder() / "work/garden");
+    ASSERT_TRUE(flow());
+    EXPECT_EQ(flow()->folder(), target);
+    EXPECT_EQ(flow()->siteName(), QStringLiteral("garden"));
+}
+
 TEST_F(DeployingTest, ANameWithoutAnyUsableCharacterGivesNoSuggestion) {
     model().deployments().beginDeploy(makeFolder("___"));
     ASSERT_TRUE(flow());

@@ -379,11 +379,11 @@ TEST_F(PortalFolderChooserTest, ShowsQtsDialogWhereThePortalCannotShowOne) {
 
 TEST_F(PortalFolderChooserTest, ShowsQtsDialogInsteadOfOneThatDoesNotBegin) {
     portal->on(fileChooser, openFile, [](const QDBusMessage&) { return QDBusMessage(); });
-    FolderChooser impatient(bus.connect(), 100ms);
-    const auto question = ask(impatient);
+    FolderChooser withShortTimeout(bus.connect(), 100ms);
+    const auto question = ask(withShortTimeout);
     waitForDialog().reject();
     EXPECT_EQ(answerOf(question), std::nullopt);
-    // On a slow machine patience may have ended before that, with the question for the portal's version.
+    // On a slow machine the timeout may have passed before that, with the question for the portal's version.
     waitUntil([this] { return portal->callsOf(QStringLiteral("Close")) == portal->callsOf(openFile); });
 }
 

@@ -26,8 +26,8 @@ using testing::SizeIs;
 namespace {
 
 /// Longer than any wait of the tests.
-constexpr const char* endlessPatience = "3600000";
-constexpr const char* shortPatience = "300";
+constexpr const char* endlessTimeout = "3600000";
+constexpr const char* shortTimeout = "300";
 
 /// One start of the program; it ends with the object.
 class Start {
@@ -101,15 +101,15 @@ protected:
         environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), QString::fromStdString((folder / "runtime").string()));
     }
 
-    std::unique_ptr<Start> start(const QStringList& arguments = {}, const char* patience = endlessPatience) {
-        const QStringList all = QStringList{QString::fromStdString(config.string()), QString::fromLatin1(patience),
+    std::unique_ptr<Start> start(const QStringList& arguments = {}, const char* timeout = endlessTimeout) {
+        const QStringList all = QStringList{QString::fromStdString(config.string()), QString::fromLatin1(timeout),
                                             QString::fromStdString((folder / "gate").string())} +
                                 arguments;
         return std::make_unique<Start>(all, environment, workingFolder);
     }
 
-    std::unique_ptr<Start> startFirst(const QStringList& arguments = {}, const char* patience = endlessPatience) {
-        auto first = start(arguments, patience);
+    std::unique_ptr<Start> startFirst(const QStringList& arguments = {}, const char* timeout = endlessTimeout) {
+        auto first = start(arguments, timeout);
         first->waitUntilItSays("first");
         return first;
     }
@@ -164,7 +164,7 @@ TEST_F(SingleInstanceTest, TakesANameThatIsNotText) {
     shell.start(QStringLiteral("/bin/sh"),
                 {QStringLiteral("-c"), QStringLiteral("exec \"$@\" \"$(printf '/srv/caf\\351')\""),
                  QStringLiteral("sh"), QStringLiteral(SINGLE_INSTANCE_PROGRAM), QString::fromStdString(config.string()),
-                 QString::fromLatin1(endlessPatience), QString::fromStdString((folder / "gate").string())});
+                 QString::fromLatin1(endlessTimeout), QString::fromStdString((folder / "gate").string())});
     waitUntil([&shell] { return shell.state() == QProcess::NotRunning; });
     EXPECT_EQ(shell.exitCode(), 0);
     waitUntil([&first] { return !first->activations().empty(); });
@@ -232,7 +232,7 @@ TEST_F(SingleInstanceTest, IsTakenOverByAStartThatWaitsWhenTheFirstIsKilled) {
 TEST_F(SingleInstanceTest, SaysThatTheFirstDoesNotAnswer) {
     const auto first = startFirst();
     first->signal(SIGSTOP);
-    const auto second = start({}, shortPatience);
+    const auto second = start({}, shortTimeout);
     EXPECT_EQ(second->waitForEnd(), 1);
     EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
     EXPECT_THAT(second->lines(), ElementsAre("ready"));
@@ -243,7 +243,7 @@ TEST_F(SingleInstanceTest, SaysThatTheFirstDoesNotAnswerAlsoWhereItHasNoSocket) 
     const UniqueFd lock(::open(runtimeFile(".lock").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(::flock(lock.get(), LOCK_EX | LOCK_NB), 0);
     std::filesystem::remove(runtimeFile(".socket"));
-    const auto second = start({}, shortPatience);
+    const auto second = start({}, shortTimeout);
     EXPECT_EQ(second->waitForEnd(), 1);
     EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
 }
@@ -327,7 +327,7 @@ TEST_F(SingleInstanceTest, IsNotDisturbedByAnythingElseThatConnects) {
 }
 
 TEST_F(SingleInstanceTest, IsNotHeldUpByThoseWhoConnectAndSayNothing) {
-    const auto first = startFirst({}, shortPatience);
+    const auto first = startFirst({}, shortTimeout);
     std::vector<UniqueFd> silent;
     for (int number = 0; number < 100; ++number) {
         silent.push_back(connectToFirst());

@@ -841,7 +841,7 @@ private:
 };
 
 TEST_F(ConfigStoreTest, WaitsForTheLockForTwoSecondsByDefault) {
-    EXPECT_EQ(ConfigStore::lockPatience, std::chrono::seconds(2));
+    EXPECT_EQ(ConfigStore::usualLockTimeout, std::chrono::seconds(2));
 }
 
 TEST_F(ConfigStoreTest, SavesWithoutTheLockWhenSomebodyKeepsIt) {
@@ -854,14 +854,14 @@ TEST_F(ConfigStoreTest, SavesWithoutTheLockWhenSomebodyKeepsIt) {
 
 TEST_F(ConfigStoreTest, WaitsForALockThatSomebodyKeepsOnlyOnce) {
     const HeldLock held(m_folder.path());
-    constexpr std::chrono::seconds patience(2);
-    const ConfigStore store(m_store.file(), patience);
+    constexpr std::chrono::seconds lockTimeout(2);
+    const ConfigStore store(m_store.file(), lockTimeout);
     store.saveConfig({{"host", "h"}});
     const auto begin = std::chrono::steady_clock::now();
     for (int i = 0; i < 10; ++i) {
         store.saveConfig({{"host", std::to_string(i)}});
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 5 * patience);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 5 * lockTimeout);
 }
 
 TEST_F(ConfigStoreTest, WaitsForALockThatIsGivenBack) {

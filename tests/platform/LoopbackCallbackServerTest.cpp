@@ -27,7 +27,7 @@ const std::string otherAccount = otherAccountResponse().toStdString();
 const std::string unknownAccount = unknownAccountResponse().toStdString();
 
 /// No connection ends by itself while a test looks at something else.
-constexpr Limits patient{.patience = 10min};
+constexpr Limits longTimeout{.timeout = 10min};
 
 /// The addresses of this machine's own network interfaces, loopback left out.
 std::vector<in_addr_t> ownAddresses() {
@@ -73,7 +73,7 @@ protected:
     Task<QString> wait(std::stop_token stop = {}) { return m_server->waitForToken(std::move(stop)); }
 
 private:
-    std::optional<LoopbackCallbackServer> m_server{std::in_place, patient};
+    std::optional<LoopbackCallbackServer> m_server{std::in_place, longTimeout};
     std::uint16_t m_port = m_server->start();
 };
 
@@ -277,7 +277,7 @@ TEST_F(LoopbackCallbackServerTest, LetsTheBrowserInBesideManyIdleConnections) {
 }
 
 TEST_F(LoopbackCallbackServerTest, EndsTheOldestConnectionsWhenThereAreTooMany) {
-    restart({.connections = 3, .patience = 10min});
+    restart({.connections = 3, .timeout = 10min});
     std::list<RawClient> idle;
     for (int i = 0; i < 5; ++i) {
         idle.emplace_back(port());
@@ -293,7 +293,7 @@ TEST_F(LoopbackCallbackServerTest, EndsTheOldestConnectionsWhenThereAreTooMany) 
 }
 
 TEST_F(LoopbackCallbackServerTest, ReadsARequestThatCameBeforeTheConnectionsThatPushItOut) {
-    restart({.connections = 1, .patience = 10min});
+    restart({.connections = 1, .timeout = 10min});
     RawClient browser(port());
     browser.send(get(callback()));
     std::list<RawClient> idle;
@@ -305,14 +305,14 @@ TEST_F(LoopbackCallbackServerTest, ReadsARequestThatCameBeforeTheConnectionsThat
 }
 
 TEST_F(LoopbackCallbackServerTest, EndsAConnectionOnWhichNothingComes) {
-    restart({.patience = 20ms});
+    restart({.timeout = 20ms});
     RawClient silent(port());
     EXPECT_EQ(silent.receiveAll(), "");
     EXPECT_EQ(ask(port(), get(callback())), signedIn);
 }
 
 TEST_F(LoopbackCallbackServerTest, EndsAConnectionOnWhichTheRequestComesTooSlowly) {
-    restart({.patience = 20ms});
+    restart({.timeout = 20ms});
     RawClient slow(port());
     waitUntil([&slow] {
         slow.send("x");
@@ -322,7 +322,7 @@ TEST_F(LoopbackCallbackServerTest, EndsAConnectionOnWhichTheRequestComesTooSlowl
 }
 
 TEST_F(LoopbackCallbackServerTest, EndsAConnectionWhoseOtherSideNeverCloses) {
-    restart({.patience = 20ms});
+    restart({.timeout = 20ms});
     const std::ptrdiff_t listening = openDescriptors();
     RawClient client(port());
     client.send(get("/"));
@@ -373,9 +373,9 @@ TEST_F(LoopbackCallbackServerTest, SleepsWhileConnectionsDoNothing) {
     EXPECT_FALSE(silent.isClosed());
 }
 
-TEST_F(LoopbackCallbackServerTest, IsPatientByDefault) {
+TEST_F(LoopbackCallbackServerTest, HasUsualLimitsByDefault) {
     EXPECT_EQ(Limits().connections, 32U);
-    EXPECT_EQ(Limits().patience, 10s);
+    EXPECT_EQ(Limits().timeout, 10s);
 }
 
 TEST_F(LoopbackCallbackServerTest, IsReachedOnOneAddressOnly) {
@@ -439,7 +439,7 @@ TEST_F(LoopbackCallbackServerTest, EndsTheWaitWhenItGoes) {
 TEST_F(LoopbackCallbackServerTest, LeavesNoDescriptorOpen) {
     server().stop();
     const std::ptrdiff_t before = openDescriptors();
-    restart(patient);
+    restart(longTimeout);
     RawClient idle(port());
     RawClient slow(port());
     slow.send("GET / HT");

@@ -44,12 +44,12 @@ protected:
         });
     }
     std::string sites(const QByteArray& known = {}) {
-        return outcomeOf(client().sites(config(), KnownBytes{known}, {}), [](const Fetched<SitesResponse>& fetched) {
+        return outcomeOf(client().sites(config(), known, {}), [](const Fetched<SitesResponse>& fetched) {
             return fetched.record ? std::to_string(fetched.record->sites.size()) + " sites" : std::string("absent");
         });
     }
     std::string fetchStats(const QByteArray& known = {}) {
-        return outcomeOf(client().stats(config(), KnownBytes{known}, {}), [](const Fetched<StatsResponse>& fetched) {
+        return outcomeOf(client().stats(config(), known, {}), [](const Fetched<StatsResponse>& fetched) {
             return fetched.record ? std::to_string(fetched.record->sites) + " sites" : std::string("absent");
         });
     }
@@ -433,8 +433,8 @@ TEST_F(PlatformClientTest, DecodesAListOnlyWhenItsBytesAreNew) {
     EXPECT_EQ(sites(QByteArray(site) + '\n'), "1 sites");
     EXPECT_EQ(fetchStats(stats), "absent");
     EXPECT_EQ(fetchStats("{}"), "1 sites");
-    EXPECT_FALSE(await(client().libs(config(), KnownBytes{R"({"libs":[]})"}, {})).record);
-    EXPECT_TRUE(await(client().libs(config(), KnownBytes{R"({"libs":[ ]})"}, {})).record);
+    EXPECT_FALSE(await(client().libs(config(), QByteArray(R"({"libs":[]})"), {})).record);
+    EXPECT_TRUE(await(client().libs(config(), QByteArray(R"({"libs":[ ]})"), {})).record);
 }
 
 TEST_F(PlatformClientTest, DoesNotTakeAnEmptyAnswerForTheOneItKnows) {

@@ -15,6 +15,8 @@ std::vector<RepositoryFile> repositoryWith(RepositoryFile file) {
     for (const char* room : {"support", "platform", "deploy", "collab", "tooling", "desktop", "desktop/freedesktop",
                              "core", "ui", "apps/driftwell", "apps/dw", "apps/sandbox"})
         files.push_back({std::string("src/") + room + "/Thing.h", "#pragma once\n"});
+    for (const char* part : {"AppState", "Connection", "Deployments", "SignIn"})
+        files.push_back({std::string("src/core/") + part + ".h", "#pragma once\n"});
     files.push_back({"tests/support/Waiting.h", "#pragma once\n"});
     files.push_back(std::move(file));
     return files;
@@ -49,6 +51,20 @@ TEST(IncludeRules, ARoomMayNotIncludeARoomBelowIt) {
                 ElementsAre("src/core/A.cpp: ui/Thing.h is not above core"));
     EXPECT_THAT(violationsOf("src/ui/A.cpp", "#include \"apps/driftwell/Thing.h\"\n"),
                 ElementsAre("src/ui/A.cpp: apps/driftwell/Thing.h is not above ui"));
+}
+
+TEST(IncludeRules, APartOfTheModelKnowsWhatAllStandOnAndNoOtherPart) {
+    EXPECT_THAT(violationsOf("src/core/SignIn.cpp", "#include \"core/SignIn.h\"\n#include \"core/Connection.h\"\n"
+                                                    "#include \"core/Thing.h\"\n"),
+                IsEmpty());
+    EXPECT_THAT(
+        violationsOf("src/core/SignIn.cpp", "#include \"core/Deployments.h\"\n"),
+        ElementsAre("src/core/SignIn.cpp: core/Deployments.h is a part of the model that this one does not know"));
+    EXPECT_THAT(
+        violationsOf("src/core/Catalog.cpp", "#include \"core/AppState.h\"\n"),
+        ElementsAre("src/core/Catalog.cpp: core/AppState.h is a part of the model that this one does not know"));
+    EXPECT_THAT(violationsOf("src/core/AppState.cpp", "#include \"core/Deployments.h\"\n#include \"core/SignIn.h\"\n"),
+                IsEmpty());
 }
 
 TEST(IncludeRules, DesktopKnowsSupportOnly) {

@@ -15,7 +15,7 @@ using Action = Invocation::Action;
 
 namespace {
 
-constexpr std::chrono::seconds quitPatience(15);
+constexpr std::chrono::seconds quitTimeout(15);
 
 const QString openKey = QStringLiteral("open");
 const QString quitKey = QStringLiteral("quit");
@@ -31,7 +31,7 @@ Notification::Content signOfLife() {
 Application::Application(AppState& state, WindowServices& desktop, QDBusConnection sessionBus)
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
-      m_trayHost(m_sessionBus, FreedesktopServices::usualPatience),
+      m_trayHost(m_sessionBus, FreedesktopServices::usualTimeout),
       m_menuBar(state, desktop),
       m_window(state, desktop),
       m_tray(m_menuBar, state, desktop, m_trayHost) {
@@ -54,9 +54,9 @@ Task<> Application::endAndQuit() {
     // At once, and so that nothing more is begun in it.
     m_window.hide();
     // A folder on a server that does not answer, for example, keeps nobody from quitting.
-    QTimer patience;
-    connect(&patience, &QTimer::timeout, qApp, &QCoreApplication::quit);
-    patience.start(quitPatience);
+    QTimer timeout;
+    connect(&timeout, &QTimer::timeout, qApp, &QCoreApplication::quit);
+    timeout.start(quitTimeout);
     co_await m_state.end();
     QCoreApplication::quit();
 }
@@ -76,9 +76,9 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
     }
     showWindow(activationToken);
     if (invocation.action == Action::Deploy) {
-        m_state.deployments().beginDeploy(invocation.folder);
+        m_state.newProject().deployWhenPossible(invocation.folder);
     } else if (invocation.action == Action::NewProject) {
-        m_state.newProject().chooseFolderAndDeploy();
+        m_state.newProject().chooseFolderAndDeployWhenPossible();
     }
 }
 
@@ -100,7 +100,7 @@ void Application::sayThatItRuns() {
         return;
     }
     m_wasSaid = true;
-    m_sign = std::make_unique<Notification>(m_sessionBus, FreedesktopServices::usualPatience, signOfLife());
+    m_sign = std::make_unique<Notification>(m_sessionBus, FreedesktopServices::usualTimeout, signOfLife());
     // Later: what is done ends the notification, which is in the middle of telling.
     connect(m_sign.get(), &Notification::actionChosen, this, &Application::runAction, Qt::QueuedConnection);
 }

@@ -48,7 +48,7 @@ Invocation folderOrAddress(const std::string& text, const std::filesystem::path&
     if (text.empty() || !std::filesystem::is_directory(folder, failed)) {
         return wrongUsage("not a folder: " + text);
     }
-    return {.action = Action::Deploy, .folder = folder.lexically_normal(), .problem = {}};
+    return {.action = Action::Deploy, .folder = folder, .problem = {}};
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "apps/driftwell/TrayItem.h"
 
 #include "apps/driftwell/TrayIcon.h"
+#include "platform/PlatformClient.h"
 
 #include <QCursor>
 

@@ -22,10 +22,10 @@ class FreedesktopServices final : public WindowServices, public DesktopServices 
 
 public:
     /// How long another program has to begin with what it was asked to do.
-    static constexpr std::chrono::seconds usualPatience{10};
+    static constexpr std::chrono::seconds usualTimeout{10};
 
     explicit FreedesktopServices(QDBusConnection sessionBus = QDBusConnection::sessionBus(),
-                                 std::chrono::milliseconds patience = usualPatience);
+                                 std::chrono::milliseconds timeout = usualTimeout);
 
     Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message) override;
     void openUrl(const QUrl& url) override;

@@ -47,8 +47,8 @@ QVariantMap optionsOf(const FolderQuestion& question, const QString& token) {
 
 } // namespace
 
-PortalFolderDialog::PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds patience, QObject* parent)
-    : FolderDialog(parent), m_bus(std::move(bus)), m_patience(patience) {
+PortalFolderDialog::PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds timeout, QObject* parent)
+    : FolderDialog(parent), m_bus(std::move(bus)), m_timeout(timeout) {
     auto* watcher =
         new QDBusServiceWatcher(portal::service(), m_bus, QDBusServiceWatcher::WatchForUnregistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] { end(std::nullopt); });
@@ -61,7 +61,7 @@ PortalFolderDialog::~PortalFolderDialog() {
 void PortalFolderDialog::open(const FolderQuestion& question) {
     const QDBusMessage version = portal::call(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
                                               {fileChooserInterface, QStringLiteral("version")});
-    callOnBus(m_bus, version, m_patience, this, [this, question](const QDBusMessage& reply) {
+    callOnBus(m_bus, version, m_timeout, this, [this, question](const QDBusMessage& reply) {
         if (portal::unwrapped(reply.arguments().value(0)).toUInt() >= firstVersionWithFolders) {
             ask(question);
         } else {
@@ -83,7 +83,7 @@ void PortalFolderDialog::ask(const FolderQuestion& question) {
 
     const QDBusMessage call = portal::call(fileChooserInterface, QStringLiteral("OpenFile"),
                                            {parentWindow(), question.message, optionsOf(question, token)});
-    callOnBus(m_bus, call, m_patience, this, [this](const QDBusMessage& reply) { requestReplied(reply); });
+    callOnBus(m_bus, call, m_timeout, this, [this](const QDBusMessage& reply) { requestReplied(reply); });
 }
 
 void PortalFolderDialog::requestReplied(const QDBusMessage& reply) {

@@ -16,8 +16,8 @@ class PortalFolderDialog : public FolderDialog {
     Q_OBJECT
 
 public:
-    /// `patience` is how long the portal has to begin.
-    PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds patience, QObject* parent);
+    /// `timeout` is how long the portal has to begin.
+    PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds timeout, QObject* parent);
     ~PortalFolderDialog() override;
 
     void open(const FolderQuestion& question) override;
@@ -35,7 +35,7 @@ private:
     void closeRequest();
 
     QDBusConnection m_bus;
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_timeout;
     /// The object path of the request under way, empty before and after.
     QString m_request;
 };
