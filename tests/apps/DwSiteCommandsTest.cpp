@@ -185,13 +185,13 @@ TEST_F(DwSiteCommands, OfAPlatformThatSaysNotOkAndNotWhyEndWithASentence) {
     }
 }
 
-TEST_F(DwSiteCommands, OfAPlatformThatRefusesWithoutAWordEndWithASentence) {
+TEST_F(DwSiteCommands, OfAPlatformThatRefusesWithoutAWordSayWhatThereIs) {
     for (const SiteCommand& command : commandsOn("garden")) {
         SCOPED_TRACE(line(command.words));
         ScriptedPlatform platform;
         useHost(platform.address());
         platform.server.answer(command.path, 503, R"({"error":"","code":"closed"})");
-        expectFailure(command.words, 1, "api", "The platform refused, and gave no reason");
+        expectFailure(command.words, 1, "api", "HTTP 503");
         platform.server.answer(command.path, 403, R"({"error":"","code":"not_team"})");
         expectFailure(command.words, 4, "notTeam", "Only team members can manage sites");
     }
@@ -361,6 +361,15 @@ TEST_F(DwPresentFolder, HasNoSiteBelowOrAboveIt) {
         EXPECT_EQ(ending.error, "dw: The present folder was not published from here, so a site must be named\n"
                                 "dw list shows the sites.\n");
     }
+}
+
+TEST_F(DwPresentFolder, IsNotDecidedFromASessionFileThatCannotBeRead) {
+    std::filesystem::permissions(configFile(), std::filesystem::perms::none);
+    for (const char* command : {"open", "logs", "history"}) {
+        SCOPED_TRACE(command);
+        expectFailure({command}, 1, "system", configFile().string() + " cannot be used: Permission denied");
+    }
+    std::filesystem::permissions(configFile(), std::filesystem::perms::owner_all);
 }
 
 TEST_F(DwPresentFolder, IsNotDecidedFromAFolderThatCannotBeRead) {

@@ -4,28 +4,6 @@
 
 namespace driftwell::dw {
 
-namespace {
-
-/// What is said where whoever refused said nothing.
-QString sentence(std::optional<PlatformError::Kind> kind) {
-    if (!kind) {
-        return QStringLiteral("This machine could not do it, and gave no reason");
-    }
-    switch (*kind) {
-    case PlatformError::Kind::Unreachable:
-        return QStringLiteral("The platform could not be reached");
-    case PlatformError::Kind::NotTeam:
-        return QStringLiteral("Only team members can manage sites");
-    case PlatformError::Kind::Api:
-    case PlatformError::Kind::NoHost:
-    case PlatformError::Kind::Unauthenticated:
-        return QStringLiteral("The platform refused, and gave no reason");
-    }
-    Q_UNREACHABLE();
-}
-
-} // namespace
-
 FailedCommand cannotRead(const std::filesystem::path& path, const std::error_code& reason) {
     return FailedCommand({"system",
                           QStringLiteral("%1 cannot be read: %2")
@@ -34,8 +12,7 @@ FailedCommand cannotRead(const std::filesystem::path& path, const std::error_cod
                           ExitCode::Failed});
 }
 
-CommandFailure commandFailure(const QString& told, std::optional<PlatformError::Kind> kind) {
-    const QString message = told.trimmed().isEmpty() ? sentence(kind) : told;
+CommandFailure commandFailure(const QString& message, std::optional<PlatformError::Kind> kind) {
     if (!kind) {
         return {"system", message, {}, ExitCode::Failed};
     }

@@ -59,7 +59,6 @@ private:
 [[nodiscard]] CommandFailure commandFailure(const std::exception& thrown);
 
 /// The failure for a text of which only the kind of platform call is known; without a kind, a failure of this machine.
-/// An empty text is replaced by a sentence.
 [[nodiscard]] CommandFailure commandFailure(const QString& message, std::optional<PlatformError::Kind> kind);
 
 } // namespace driftwell::dw

@@ -8,11 +8,22 @@ namespace {
 
 void requireToken(const PlatformClient& client, const PlatformConfig& config) {
     if (!config.isLocal() && !client.store().token(config)) {
+        requireReadable(client.store());
         throw PlatformError::unauthenticated();
     }
 }
 
 } // namespace
+
+void requireReadable(const ConfigStore& store) {
+    if (const std::optional<ConfigProblem> problem = store.problem()) {
+        throw FailedCommand({"system",
+                             QStringLiteral("%1 cannot be used: %2")
+                                 .arg(QString::fromStdString(problem->file.string()), problem->reason),
+                             {},
+                             ExitCode::Failed});
+    }
+}
 
 PlatformConfig readableConfig(const QString& host) {
     PlatformConfig config(host);
@@ -26,6 +37,7 @@ PlatformConfig readableConfig(const QString& host) {
 PlatformConfig requireConfig(const PlatformClient& client) {
     const std::optional<QString> host = client.store().resolveHost();
     if (!host) {
+        requireReadable(client.store());
         throw PlatformError::noHost();
     }
     return readableConfig(*host);
@@ -43,7 +55,7 @@ Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformCo
 }
 
 bool environmentHasToken() {
-    return !qEnvironmentVariableIsEmpty("DW_TOKEN");
+    return ConfigStore::environmentToken().has_value();
 }
 
 QString identityText(const Identity& identity) {

@@ -18,7 +18,12 @@ struct Context {
     std::stop_token stop;
 };
 
-/// The platform in use. Throws PlatformError::noHost when there is none, and WrongUsage for one that cannot be read.
+/// For whoever is about to say that something is not stored: throws FailedCommand when the session file is there and
+/// cannot be read or understood.
+void requireReadable(const ConfigStore& store);
+
+/// The platform in use. Throws PlatformError::noHost when there is none, WrongUsage for one that cannot be read, and as
+/// requireReadable().
 [[nodiscard]] PlatformConfig requireConfig(const PlatformClient& client);
 
 /// What was given as a platform. Throws WrongUsage for what is none.

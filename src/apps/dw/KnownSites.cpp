@@ -43,6 +43,7 @@ QString chosenSite(const std::optional<std::string>& named, const ConfigStore& s
         throw *unknown;
     }
     if (names.isEmpty()) {
+        requireReadable(store);
         throw WrongUsage(QStringLiteral("The present folder was not published from here, so a site must be named"),
                          QStringLiteral("dw list shows the sites."));
     }

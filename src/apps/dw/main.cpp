@@ -1,6 +1,7 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/Program.h"
 #include "support/Bundle.h"
+#include "support/DescriptorLimit.h"
 #include "support/Interruption.h"
 
 #include <QCoreApplication>
@@ -9,6 +10,9 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
 
 using namespace driftwell;
 
@@ -21,6 +25,23 @@ void occupyStandardDescriptors() {
         if (::fcntl(standard, F_GETFD) < 0) {
             ::open("/dev/null", standard == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }
+    }
+}
+
+// For the event loop, the interruption and the network thread; a request then needs a few more.
+constexpr std::size_t neededDescriptors = 12;
+
+dw::ExitCode reportLackOfDescriptors(dw::Reporter& reporter) {
+    const std::system_error lack(std::make_error_code(std::errc::too_many_files_open));
+    const dw::CommandFailure failure = dw::commandFailure(lack);
+    reporter.failure(failure);
+    return failure.exitCode;
+}
+
+void reportKeptFiles(const ConfigStore& store, dw::Reporter& reporter) {
+    for (const std::filesystem::path& kept : store.takeKeptFiles()) {
+        reporter.notice(QStringLiteral("%1 could not be used as it was. What it held is kept in %2")
+                            .arg(QString::fromStdString(store.file().string()), QString::fromStdString(kept.string())));
     }
 }
 
@@ -40,11 +61,15 @@ int main(int argc, char** argv) {
         return static_cast<int>(parsed.answer);
     }
 
+    dw::Reporter reporter(parsed.form);
+    if (!canOpenDescriptors(neededDescriptors)) {
+        return static_cast<int>(reportLackOfDescriptors(reporter));
+    }
     QCoreApplication application(argc, argv);
     const Interruption interruption;
-    dw::Reporter reporter(parsed.form);
     const Bundle bundle = Bundle::ofRunningProgram();
-    auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
+    const ConfigStore store(ConfigStore::configFile(bundle));
+    auto client = std::make_unique<PlatformClient>(bundle, store);
     client->refuseNotOk();
 
     // From the event loop, so that a command that ends at once finds it running.
@@ -52,5 +77,6 @@ int main(int argc, char** argv) {
         detach(runAndQuit(parsed.command, {std::move(client), reporter, interruption.token()}));
     });
     const int code = QCoreApplication::exec();
+    reportKeptFiles(store, reporter);
     return reporter.flush() ? code : static_cast<int>(dw::ExitCode::Failed);
 }

@@ -16,9 +16,11 @@ public:
         const ConfigStore& store = context->client->store();
         if (m_host) {
             choose(QString::fromStdString(*m_host).trimmed(), store, context->reporter);
+        } else if (const std::optional<QString> host = store.resolveHost()) {
+            context->reporter.line(host->toStdString());
         } else {
-            context->reporter.line(store.resolveHost() ? store.resolveHost()->toStdString()
-                                                       : throw PlatformError::noHost());
+            requireReadable(store);
+            throw PlatformError::noHost();
         }
         co_return ExitCode::Done;
     }
