@@ -3,9 +3,9 @@
 #include "support/EventLoop.h"
 #include "tests/Await.h"
 #include "tests/platform/Outcome.h"
-#include "tests/platform/ScriptedServer.h"
 #include "tests/platform/SlowLookup.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <fcntl.h>
