@@ -144,13 +144,14 @@ void PlatformServer::serve(ServerConnection& connection) {
             hold = takeHold(m_answerHolds, path);
         }
         keepWaiting(connection, hold, [&connection, &answer] {
-            if (answer.close) {
-                connection.close();
-                throw ServerConnection::Ended();
+            if (!answer.close) {
+                connection.send(tests::answer(std::to_string(answer.status) + " Answer", answer.body,
+                                              "Content-Type: application/json\r\n"));
             }
-            connection.send(tests::answer(std::to_string(answer.status) + " Answer", answer.body,
-                                          "Content-Type: application/json\r\n"));
         });
+        if (answer.close) {
+            return;
+        }
     }
 }
 
