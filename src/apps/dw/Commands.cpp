@@ -23,6 +23,7 @@ const QString hostExample = QStringLiteral("For example: dw host sites.example.o
 
 void requireToken(const PlatformClient& client, const PlatformConfig& config) {
     if (!config.isLocal() && !client.store().token(config)) {
+        client.store().requireReadable();
         throw PlatformError::unauthenticated();
     }
 }
@@ -148,6 +149,7 @@ Task<ExitCode> dispatch(Arguments arguments, std::shared_ptr<Context> context) {
 PlatformConfig requireConfig(const PlatformClient& client) {
     const std::optional<QString> host = client.store().resolveHost();
     if (!host) {
+        client.store().requireReadable();
         throw PlatformError::noHost();
     }
     PlatformConfig config(*host);
@@ -169,7 +171,7 @@ Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformCo
 }
 
 bool environmentHasToken() {
-    return !qEnvironmentVariableIsEmpty("DW_TOKEN");
+    return ConfigStore::environmentToken().has_value();
 }
 
 QString identityText(const Identity& identity) {

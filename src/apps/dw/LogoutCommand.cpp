@@ -8,7 +8,8 @@ ExitCode logout(const Context& context) {
     const PlatformConfig config = requireConfig(*context.client);
     const ConfigStore& store = context.client->store();
     Reporter& reporter = context.reporter;
-    const bool wasSignedIn = store.storedToken(config).has_value();
+    store.requireReadable();
+    const bool wasSignedIn = store.hasTokenEntry(config);
     if (wasSignedIn) {
         store.saveToken(std::nullopt, config);
         reporter.success(QStringLiteral("Signed out of %1").arg(config.host()));

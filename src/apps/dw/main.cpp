@@ -2,6 +2,7 @@
 #include "apps/dw/Commands.h"
 #include "apps/dw/Reporter.h"
 #include "support/Bundle.h"
+#include "support/DescriptorLimit.h"
 #include "support/Interruption.h"
 
 #include <QCoreApplication>
@@ -10,6 +11,9 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
 
 using namespace driftwell;
 
@@ -22,6 +26,23 @@ void occupyStandardDescriptors() {
         if (::fcntl(standard, F_GETFD) < 0) {
             ::open("/dev/null", standard == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }
+    }
+}
+
+// For the event loop, the interruption and the network thread; a request then needs a few more.
+constexpr std::size_t neededDescriptors = 12;
+
+dw::ExitCode reportLackOfDescriptors(dw::Reporter& reporter) {
+    const std::system_error lack(std::make_error_code(std::errc::too_many_files_open));
+    const dw::CommandFailure failure = dw::commandFailure(lack);
+    reporter.failure(failure);
+    return failure.exitCode;
+}
+
+void reportKeptFiles(const ConfigStore& store, dw::Reporter& reporter) {
+    for (const std::filesystem::path& kept : store.takeKeptFiles()) {
+        reporter.notice(QStringLiteral("%1 could not be used as it was. What it held is kept in %2")
+                            .arg(QString::fromStdString(store.file().string()), QString::fromStdString(kept.string())));
     }
 }
 
@@ -41,16 +62,21 @@ int main(int argc, char** argv) {
         return static_cast<int>(parsed.answer);
     }
 
+    dw::Reporter reporter(parsed.arguments->json ? dw::Reporter::Form::Json : dw::Reporter::Form::Text);
+    if (!canOpenDescriptors(neededDescriptors)) {
+        return static_cast<int>(reportLackOfDescriptors(reporter));
+    }
     QCoreApplication application(argc, argv);
     const Interruption interruption;
-    dw::Reporter reporter(parsed.arguments->json ? dw::Reporter::Form::Json : dw::Reporter::Form::Text);
     const Bundle bundle = Bundle::ofRunningProgram();
-    auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
+    const ConfigStore store(ConfigStore::configFile(bundle));
+    auto client = std::make_unique<PlatformClient>(bundle, store);
 
     // From the event loop, so that a command that ends at once finds it running.
     QTimer::singleShot(0, &application, [&] {
         detach(runAndQuit(*parsed.arguments, {std::move(client), reporter, interruption.token()}));
     });
     const int code = QCoreApplication::exec();
+    reportKeptFiles(store, reporter);
     return reporter.flush() ? code : static_cast<int>(dw::ExitCode::Failed);
 }

@@ -1,8 +1,8 @@
 #include "desktop/freedesktop/RuntimeFolder.h"
 
+#include "support/HomeFolder.h"
 #include "support/SystemError.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,15 +32,6 @@ std::filesystem::path madePrivate(const std::filesystem::path& path) {
         throwSystemError(path);
     }
     return path;
-}
-
-std::filesystem::path homeFolder() {
-    const char* home = std::getenv("HOME");
-    if (home && *home == '/') {
-        return home;
-    }
-    const passwd* account = ::getpwuid(::geteuid());
-    return account && account->pw_dir ? account->pw_dir : "/";
 }
 
 /// Where another account of the machine has taken the name among the temporary files. Not the folder that Qt caches in,
