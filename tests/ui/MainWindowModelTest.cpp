@@ -67,6 +67,7 @@ TEST_F(MainWindowModelTest, AConnectionWithSitesShowsTheList) {
 }
 
 TEST_F(MainWindowModelTest, AFirstRunShowsTheSameWithoutAnIntroduction) {
+    const ScopedVariable firstRun("DW_ONBOARDING", "1");
     ASSERT_TRUE(model().gates().needsOnboarding());
     become(Kind::Connected);
     EXPECT_EQ(window().content(), Content::SiteList);
