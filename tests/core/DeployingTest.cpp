@@ -205,11 +205,13 @@ TEST_F(DeployingTest, TheFiguresOfAnEmptyFolderAreZero) {
     EXPECT_TRUE(flow()->isConfirming());
 }
 
-TEST_F(DeployingTest, TheFiguresOfACancelledDeploymentAreDropped) {
-    const Folder garden = makeFolder();
+TEST_F(DeployingTest, TheFiguresOfACancelledDeploymentAreNotThoseOfTheNext) {
+    folder().write("work/large/picture.jpg", "1234567");
     PoolHold hold;
-    model().deployments().beginDeploy(garden);
+    model().deployments().beginDeploy(makeFolder("large"));
     const std::shared_ptr<DeployFlow> cancelled = flow();
+    int changes = 0;
+    QObject::connect(cancelled.get(), &DeployFlow::figuresChanged, cancelled.get(), [&changes] { ++changes; });
     model().deployments().cancelDeploy();
     model().deployments().beginDeploy(makeFolder("bakery"));
     const std::shared_ptr<DeployFlow> next = flow();
@@ -217,9 +219,20 @@ TEST_F(DeployingTest, TheFiguresOfACancelledDeploymentAreDropped) {
     waitUntil([&next] { return next->byteCount().has_value(); });
     waitUntil([] { return poolIsIdle(); });
     settle();
-    EXPECT_NE(cancelled, next);
-    EXPECT_FALSE(cancelled->fileCount());
-    EXPECT_FALSE(cancelled->byteCount());
+    EXPECT_EQ(changes, 0);
+    EXPECT_EQ(next->fileCount(), 1);
+    EXPECT_EQ(next->byteCount(), 5);
+}
+
+TEST_F(DeployingTest, ClosingADeploymentEndsTheCountingOfItsFiles) {
+    PoolHold hold;
+    model().deployments().beginDeploy(makeFolder());
+    const std::weak_ptr<DeployFlow> closed = flow();
+    model().deployments().cancelDeploy();
+    // A scan that is stopped before it begins reads nothing, not even a folder that has gone.
+    std::filesystem::remove_all(folder() / "work/garden");
+    hold.release();
+    waitUntil([&closed] { return closed.expired(); });
 }
 
 TEST_F(DeployingTest, AFailureToCountTheFilesIsNotShown) {
@@ -448,6 +461,62 @@ TEST_F(DeployingTest, TheResultIsShownBeforeTheFolderIsRememberedAndTheListsAreR
     waitUntil([this] { return model().connection().status() == Status::connected(); });
     EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
 }
+
+TEST_F(DeployingTest, TheStartIsNotedBeforeThePhaseIsShown) {
+    begin(makeFolder());
+    bool shown = false;
+    QObject::connect(flow().get(), &DeployFlow::phaseChanged, flow().get(), [this, &shown] {
+        if (flow()->isDeploying()) {
+            shown = true;
+            EXPECT_TRUE(flow()->startedAt());
+        }
+    });
+    confirmAndWait();
+    EXPECT_TRUE(shown);
+}
+
+TEST_F(DeployingTest, ASiteThatIsEditedTogetherButHasNoFolderHereIsUploadedLikeAnyOther) {
+    Json record = siteRecord("garden");
+    record["collab"] = {{"enabled", true}};
+    server.answer("/api/sites", 200, Json{{"sites", {record}}}.dump());
+    await(model().connection().refresh());
+    ASSERT_TRUE(model().catalog().existingSite("garden")->collab);
+    begin(makeFolder());
+    confirmAndWait();
+    EXPECT_TRUE(succeeded(*flow()));
+    EXPECT_THAT(server.requests("/api/deploy"), SizeIs(1));
+}
+
+class StatusTest : public DeployingTest, public testing::WithParamInterface<Status::Kind> {};
+
+TEST_P(StatusTest, ADeploymentBeginsAndGoesToThePlatformWhateverTheConnection) {
+    switch (GetParam()) {
+    case Status::Kind::NotTeam:
+        server.answer("/api/sites", 403, errorAnswer("Not you", "not_team"));
+        break;
+    case Status::Kind::Unreachable:
+        server.closeWithoutAnswer("/api/sites");
+        break;
+    case Status::Kind::SignedOut:
+        server.answer("/api/sites", 401, "");
+        break;
+    default:
+        break;
+    }
+    if (GetParam() != Status::Kind::Connecting) {
+        await(model().connection().refresh());
+    }
+    ASSERT_EQ(model().connection().status().kind, GetParam());
+    begin(makeFolder());
+    ASSERT_TRUE(flow());
+    confirmAndWait();
+    EXPECT_TRUE(succeeded(*flow()));
+    EXPECT_THAT(server.requests("/api/deploy"), SizeIs(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Statuses, StatusTest,
+                         testing::Values(Status::Kind::Connecting, Status::Kind::Connected, Status::Kind::NotTeam,
+                                         Status::Kind::Unreachable, Status::Kind::SignedOut));
 
 TEST_F(DeployingTest, TheNameThatWasConfirmedCounts) {
     const Folder garden = makeFolder();

@@ -181,6 +181,21 @@ TEST_F(RefreshLoopTest, TheCountdownOverwritesWhatOthersMakeOfTheStatus) {
     EXPECT_EQ(model().connection().status(), Status::noHost()) << "the refresh after the countdown settles it";
 }
 
+TEST_F(RefreshLoopTest, TheCountdownOverwritesASignOutUntilItEnds) {
+    configureRemote();
+    answerAll();
+    server.answer("/api/sites", 500, "");
+    start();
+    model().signIn().signOut();
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    for (int left = 7; left >= 1; --left) {
+        wakeAndWait();
+        EXPECT_EQ(model().connection().status(), Status::unreachable(left));
+    }
+    wakeAndWait();
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+}
+
 TEST_F(RefreshLoopTest, TheWaitFollowsTheStatusThatTheRefreshLeft) {
     configureRemote();
     answerAll();

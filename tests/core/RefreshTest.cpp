@@ -922,6 +922,27 @@ TEST_F(ManySitesTest, TheModelsEndDropsWhatIsBeingDecoded) {
     await(std::move(refresh));
 }
 
+TEST_F(RefreshTest, ForgettingWhatWasFetchedKeepsAllElse) {
+    configureLocal();
+    connectedModel();
+    Catalog& catalog = model().catalog();
+    catalog.setFilter("gar");
+    catalog.setSortOrder(SortOrder::Name);
+    catalog.setExpandedSite("garden");
+    catalog.storeHistory("garden", {LogEntry()});
+    const std::optional<Timestamp> lastSync = model().connection().lastSync();
+    ChangeLog log(model());
+    catalog.clear();
+    expectNoLists();
+    EXPECT_THAT(catalog.deployHistory(), IsEmpty());
+    EXPECT_THAT(log.changes(), UnorderedElementsAre("sites", "libs", "stats", "deployHistory"));
+    EXPECT_EQ(catalog.filter(), QStringLiteral("gar"));
+    EXPECT_EQ(catalog.sortOrder(), SortOrder::Name);
+    EXPECT_EQ(catalog.expandedSite(), QStringLiteral("garden"));
+    EXPECT_EQ(model().connection().lastSync(), lastSync);
+    expectIdentity();
+}
+
 // Answers of another platform or another token than the current ones
 
 class OutdatedAnswerTest : public RefreshTest {

@@ -3,6 +3,7 @@
 #include "support/UniqueFd.h"
 #include "tests/Await.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/TestSize.h"
 #include "tests/TestFolder.h"
 
 #include <fcntl.h>
@@ -104,8 +105,7 @@ private:
 TEST_F(ConfigStoreCrashTest, LosesNothingWhenManyProcessesSaveAtOnce) {
     constexpr int processes = 16;
     // The time grows with the square of this.
-    const int each =
-        qEnvironmentVariableIsSet("DRIFTWELL_TEST_SAVES") ? qEnvironmentVariableIntValue("DRIFTWELL_TEST_SAVES") : 500;
+    const int each = tests::rounds(40, 500);
     m_folder.write("dw/config.json", R"({"foreign": "kept"})");
     Reader reader(file());
     std::vector<Task<ChildProcess::Result>> savers;
