@@ -1,6 +1,6 @@
 #include "tests/apps/DwFixture.h"
 #include "tests/Await.h"
-#include "tests/core/PlatformServer.h"
+#include "tests/support/PlatformServer.h"
 
 #include <algorithm>
 #include <sstream>

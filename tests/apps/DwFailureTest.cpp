@@ -1,7 +1,7 @@
 #include "support/SystemError.h"
 #include "support/UniqueFd.h"
 #include "tests/apps/DwFixture.h"
-#include "tests/core/PlatformServer.h"
+#include "tests/support/PlatformServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

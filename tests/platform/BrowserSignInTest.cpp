@@ -5,9 +5,9 @@
 #include "tests/Descriptors.h"
 #include "tests/platform/Outcome.h"
 #include "tests/platform/PortlessSockets.h"
-#include "tests/platform/ScriptedServer.h"
 #include "tests/RawClient.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <QUrlQuery>

@@ -5,9 +5,9 @@
 #include "support/UniqueFd.h"
 #include "tests/Await.h"
 #include "tests/platform/Outcome.h"
-#include "tests/platform/ScriptedServer.h"
 #include "tests/platform/TrustedCertificate.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <fcntl.h>

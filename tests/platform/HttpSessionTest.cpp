@@ -4,9 +4,9 @@
 #include "tests/Await.h"
 #include "tests/Descriptors.h"
 #include "tests/platform/Outcome.h"
-#include "tests/platform/ScriptedServer.h"
 #include "tests/platform/SlowLookup.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <fcntl.h>

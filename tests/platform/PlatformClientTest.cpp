@@ -3,8 +3,8 @@
 #include "platform/RecordDecoder.h"
 #include "tests/Await.h"
 #include "tests/platform/Outcome.h"
-#include "tests/platform/ScriptedServer.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "support/ChildProcess.h"
 #include "tests/Await.h"
-#include "tests/platform/ScriptedServer.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "tests/platform/ScriptedServer.h"
+#include "tests/support/ScriptedServer.h"
 
 #include "support/SystemError.h"
 
@@ -22,7 +22,6 @@ namespace {
 
 /// Only ends a connection whose test hangs.
 constexpr std::chrono::seconds stepDeadline(90);
-constexpr std::size_t keptBodyBytes = 64 * 1024;
 
 } // namespace
 
@@ -118,7 +117,13 @@ void ServerConnection::noteBody(const char* data, std::size_t size) {
     const std::scoped_lock lock(m_server.m_mutex);
     RecordedRequest& request = m_server.m_requests.at(m_request);
     request.bodyBytes += static_cast<std::int64_t>(size);
-    request.body.append(data, std::min(size, keptBodyBytes - std::min(keptBodyBytes, request.body.size())));
+    const std::size_t kept = m_server.m_options.keptBodyBytes;
+    request.body.append(data, std::min(size, kept - std::min(kept, request.body.size())));
+}
+
+RecordedRequest ServerConnection::request() const {
+    const std::scoped_lock lock(m_server.m_mutex);
+    return m_server.m_requests.at(m_request);
 }
 
 void ServerConnection::readBody() {
@@ -185,6 +190,21 @@ void ServerConnection::pause(std::chrono::milliseconds duration) {
 
 void ServerConnection::wait(const Gate& gate) {
     waitFor(Interest::GateOnly, gate.descriptor());
+}
+
+bool ServerConnection::waitUnlessGone(const std::function<bool()>& condition) {
+    const auto expiry = std::chrono::steady_clock::now() + stepDeadline;
+    while (!condition()) {
+        pollfd state{m_socket.get(), POLLRDHUP, 0};
+        if (::poll(&state, 1, 0) > 0) {
+            return false;
+        }
+        if (std::chrono::steady_clock::now() > expiry) {
+            throw Ended();
+        }
+        pause(std::chrono::milliseconds(2));
+    }
+    return true;
 }
 
 void ServerConnection::awaitClose() {

@@ -42,7 +42,7 @@ struct RecordedRequest {
     std::string method;
     std::string target;
     std::vector<std::pair<std::string, std::string>> headers;
-    /// Of a body that a script read, at most the first 64 KB.
+    /// Of a body that a script read, as much as the server keeps.
     std::string body;
     std::int64_t bodyBytes = 0;
     /// Counts from 0.
@@ -71,6 +71,8 @@ public:
     /// Reads as many bytes as the head's Content-Length tells.
     void readBody();
     std::string readRequest();
+    /// The last request whose head was read, with as much of its body as was read.
+    [[nodiscard]] RecordedRequest request() const;
     /// Reads `total` bytes of the body, in small pieces with a pause after each.
     void readSlowly(std::int64_t total, std::size_t piece, std::chrono::milliseconds pause);
     void send(std::string_view bytes);
@@ -80,6 +82,8 @@ public:
     [[noreturn]] void sendForever(std::string_view bytes, std::chrono::milliseconds pause = {});
     void pause(std::chrono::milliseconds duration);
     void wait(const Gate& gate);
+    /// Reads nothing until the condition holds. Whether it does; else the client has gone before.
+    [[nodiscard]] bool waitUnlessGone(const std::function<bool()>& condition);
     /// Until the client closes; what it sends before is dropped.
     void awaitClose();
     /// No more bytes will come from this side.
@@ -119,6 +123,8 @@ public:
         Further further = Further::Unexpected;
         /// Of the listening socket, before it listens; 0 for the system's own size.
         int receiveBufferBytes = 0;
+        /// Of each body.
+        std::size_t keptBodyBytes = 64 * 1024;
     };
 
     explicit ScriptedServer(std::vector<Script> scripts) : ScriptedServer(std::move(scripts), Options()) {}

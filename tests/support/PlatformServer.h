@@ -1,19 +1,18 @@
 #pragma once
 
-#include "support/UniqueFd.h"
+#include "tests/support/ScriptedServer.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace driftwell::tests {
 
-/// A platform of the test's own: HTTP/1.1 (RFC 9112) on a free port of 127.0.0.1, connections kept alive, one thread.
-/// It gives the answers that the test sets, by path, and records every request. All of it is called on the test's
-/// thread.
+/// A platform of the test's own on a free port of 127.0.0.1, connections kept alive. It gives the answers that the test
+/// sets, by path, and records every request. All of it is called on the test's thread.
 class PlatformServer {
     struct HoldState;
 
@@ -39,18 +38,16 @@ public:
 
     private:
         friend PlatformServer;
-        Hold(PlatformServer& server, std::shared_ptr<HoldState> state) : m_server(&server), m_state(std::move(state)) {}
+        explicit Hold(std::shared_ptr<HoldState> state) : m_state(std::move(state)) {}
 
-        PlatformServer* m_server;
         std::shared_ptr<HoldState> m_state;
     };
 
     PlatformServer();
-    ~PlatformServer();
-    PlatformServer(const PlatformServer&) = delete;
-    PlatformServer& operator=(const PlatformServer&) = delete;
 
-    [[nodiscard]] int port() const { return m_port; }
+    [[nodiscard]] int port() const { return m_server.port(); }
+    /// "http://127.0.0.1:PORT".
+    [[nodiscard]] std::string origin() const { return m_server.url().toStdString(); }
 
     /// What requests for the path get from now on. A path without an answer gets 404.
     void answer(const std::string& path, int status, const std::string& body);
@@ -68,6 +65,9 @@ public:
     [[nodiscard]] std::vector<Request> requests() const;
     [[nodiscard]] std::vector<Request> requests(const std::string& path) const;
 
+    /// How many connections there have been.
+    [[nodiscard]] int connections() const { return m_server.connections(); }
+
 private:
     struct Answer {
         int status = 404;
@@ -75,42 +75,22 @@ private:
         bool close = false;
     };
 
-    struct Connection {
-        UniqueFd socket;
-        std::string received;
-        /// What it waits for, if anything, before its body is read or before `answer` is sent.
-        std::shared_ptr<HoldState> hold;
-        bool headSeen = false;
-        bool answerReady = false;
-        Answer answer;
-    };
+    using Holds = std::map<std::string, std::vector<std::shared_ptr<HoldState>>>;
 
-    void run();
-    void accept();
-    void receive(Connection& connection);
-    void proceed(Connection& connection);
-    void respond(Connection& connection);
-    void abandon(Connection& connection);
-    [[nodiscard]] bool isHeld(const Connection& connection) const;
-    [[nodiscard]] std::shared_ptr<HoldState>
-    takeHold(std::map<std::string, std::vector<std::shared_ptr<HoldState>>>& holds, const std::string& path);
-    [[nodiscard]] Hold addHold(std::map<std::string, std::vector<std::shared_ptr<HoldState>>>& holds,
-                               const std::string& path);
-    void wake() const;
-
-    UniqueFd m_listener;
-    UniqueFd m_wake;
-    int m_port = 0;
-    std::vector<std::unique_ptr<Connection>> m_connections;
+    void serve(ServerConnection& connection);
+    /// Goes on when the hold, if any, is released, unless the client has given the request up.
+    static void keepWaiting(ServerConnection& connection, const std::shared_ptr<HoldState>& hold,
+                            const std::function<void()>& andThen);
+    [[nodiscard]] static std::shared_ptr<HoldState> takeHold(Holds& holds, const std::string& path);
+    [[nodiscard]] Hold addHold(Holds& holds, const std::string& path);
 
     mutable std::mutex m_mutex;
-    bool m_end = false;
     std::map<std::string, Answer> m_answers;
-    std::map<std::string, std::vector<std::shared_ptr<HoldState>>> m_answerHolds;
-    std::map<std::string, std::vector<std::shared_ptr<HoldState>>> m_bodyHolds;
+    Holds m_answerHolds;
+    Holds m_bodyHolds;
     std::vector<Request> m_requests;
 
-    std::thread m_thread;
+    ScriptedServer m_server;
 };
 
 } // namespace driftwell::tests
