@@ -47,15 +47,13 @@ Definition& Definition::command(const char* name, const char* description) {
 }
 
 Definition& Definition::argument(ArgumentRecord argument, std::optional<std::string>& value) {
-    m_command->add_option(argument.name, value, argument.description)->type_name("")->required(!argument.need.empty());
-    m_record.arguments.push_back(std::move(argument));
-    return *this;
+    CLI::Option* const added = m_command->add_option(argument.name, value, argument.description);
+    return keep(*added, std::move(argument));
 }
 
 Definition& Definition::argument(ArgumentRecord argument, std::string& value) {
-    m_command->add_option(argument.name, value, argument.description)->type_name("")->required(!argument.need.empty());
-    m_record.arguments.push_back(std::move(argument));
-    return *this;
+    CLI::Option* const added = m_command->add_option(argument.name, value, argument.description);
+    return keep(*added, std::move(argument));
 }
 
 Definition& Definition::site(std::string& value) {
@@ -124,6 +122,12 @@ Definition& Definition::variable(const char* name, const char* meaning) {
 
 Definition& Definition::example(const char* line, const char* meaning) {
     m_record.examples.push_back({line, meaning});
+    return *this;
+}
+
+Definition& Definition::keep(CLI::Option& added, ArgumentRecord argument) {
+    added.type_name("")->required(!argument.need.empty());
+    m_record.arguments.push_back(std::move(argument));
     return *this;
 }
 

@@ -59,6 +59,7 @@ public:
     [[nodiscard]] CLI::App& parser() const { return *m_command; }
 
 private:
+    Definition& keep(CLI::Option& added, ArgumentRecord argument);
     Definition& keep(CLI::Option& added, OptionRecord option);
 
     CLI::App& m_program;

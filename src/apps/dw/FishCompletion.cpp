@@ -9,7 +9,7 @@ constexpr const char* beginning = R"script(# Completion for dw in fish. Load it 
 function __dw_names
     set -l seconds 2
     test -n "$DW_COMPLETION_SECONDS"; and set seconds $DW_COMPLETION_SECONDS
-    timeout $seconds dw $argv[2..] 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE $argv[1]
+    timeout $seconds dw $argv[2..-1] 2>/dev/null | cut -f 1 | LC_ALL=C grep -xE $argv[1]
 end
 function __dw_sites
     __dw_names '[a-z0-9][a-z0-9-]*' list
