@@ -21,6 +21,12 @@ struct Include {
 const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() {
     static const std::set<std::string> withoutWindows = {"support", "platform", "deploy", "collab",
                                                          "tooling", "desktop",  "core"};
+    const auto withRooms = [](std::set<std::string> rooms) {
+        rooms.insert(withoutWindows.begin(), withoutWindows.end());
+        return rooms;
+    };
+    // What a person sees at a time knows the common vocabulary and no other surface; only the window hosts others.
+    const std::set<std::string> surface = withRooms({"ui", "ui/style", "ui/controls"});
     static const std::map<std::string, std::set<std::string>, std::less<>> allowed = {
         {"support", {}},
         {"platform", {"support"}},
@@ -31,20 +37,29 @@ const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() 
         {"desktop/freedesktop", {"support", "desktop"}},
         {"core", {"support", "platform", "deploy", "collab", "tooling", "desktop"}},
         {"ui", withoutWindows},
-        {"apps/driftwell",
-         {"support", "platform", "deploy", "collab", "tooling", "desktop", "desktop/freedesktop", "core", "ui"}},
+        {"ui/style", withRooms({"ui"})},
+        {"ui/controls", withRooms({"ui", "ui/style"})},
+        {"ui/scene", withRooms({"ui", "ui/style"})},
+        {"ui/sites", surface},
+        {"ui/deploy", surface},
+        {"ui/signin", surface},
+        {"ui/tray", surface},
+        {"ui/window", withRooms({"ui", "ui/style", "ui/controls", "ui/sites", "ui/deploy", "ui/signin"})},
+        {"apps/driftwell", withRooms({"desktop/freedesktop", "ui", "ui/style", "ui/scene", "ui/window", "ui/tray"})},
         {"apps/dw", withoutWindows},
         {"apps/sandbox", {}},
     };
     return allowed;
 }
 
-/// The room of a path from src/ on: its folder, below apps/ the folder of the application. One room lies within
-/// another.
+/// The room of a path from src/ on: its folder, below apps/ the folder of the application, below ui/ the folder of the
+/// surface where there is one. One room lies within another.
 std::string roomOf(std::string_view path) {
     std::size_t end = path.find('/');
-    if (path.starts_with("apps/") || path.starts_with("desktop/freedesktop/"))
-        end = path.find('/', end + 1);
+    const std::size_t second = path.find('/', end + 1);
+    if (path.starts_with("apps/") || path.starts_with("desktop/freedesktop/") ||
+        (path.starts_with("ui/") && second != std::string_view::npos))
+        end = second;
     return end == std::string_view::npos ? std::string() : std::string(path.substr(0, end));
 }
 
@@ -114,7 +129,7 @@ bool isOwnMocFile(const std::string& path, const std::string& include) {
 /// What is wrong with an include of a file below src/, or nothing.
 std::optional<std::string> violationInRoom(const std::string& path, const std::string& room, const Include& include,
                                            bool isOurs) {
-    const bool graphical = room == "desktop/freedesktop" || room == "ui" || room == "apps/driftwell";
+    const bool graphical = room == "desktop/freedesktop" || room.starts_with("ui") || room == "apps/driftwell";
     if (!include.quoted) {
         if (isOurs)
             return "is ours and belongs in quotes";

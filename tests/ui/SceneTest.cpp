@@ -1,4 +1,4 @@
-#include "ui/Scene.h"
+#include "ui/scene/Scene.h"
 
 #include "tests/RecordingDesktopServices.h"
 

@@ -1,6 +1,7 @@
-#include "ui/SignInModel.h"
+#include "ui/signin/SignInModel.h"
 
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QSignalSpy>
 
@@ -15,7 +16,7 @@ protected:
 };
 
 TEST_F(SignInModelTest, APersonWhoIsSignedOutIsAskedToSignIn) {
-    const SignInModel signIn(become(Kind::SignedOut), nullptr);
+    const SignInModel signIn = signInOf(become(Kind::SignedOut));
     EXPECT_EQ(signIn.symbol(), QStringLiteral("person.crop.circle.badge.checkmark"));
     EXPECT_EQ(signIn.title(), QStringLiteral("Sign in to ") + remoteHostName());
     EXPECT_EQ(signIn.text(), QStringLiteral("Driftwell uses your team account. We’ll open your\n"
@@ -25,7 +26,7 @@ TEST_F(SignInModelTest, APersonWhoIsSignedOutIsAskedToSignIn) {
 }
 
 TEST_F(SignInModelTest, APersonWhoIsNotOnTheTeamReadsThePlatformsWords) {
-    const SignInModel signIn(becomeOnRemote(Kind::NotTeam), nullptr);
+    const SignInModel signIn = signInOf(becomeOnRemote(Kind::NotTeam));
     EXPECT_EQ(signIn.symbol(), QStringLiteral("person.crop.circle.badge.exclamationmark"));
     EXPECT_EQ(signIn.title(), QStringLiteral("This account can’t manage sites"));
     EXPECT_EQ(signIn.text(), QString::fromLatin1(notTeamText));
@@ -33,21 +34,21 @@ TEST_F(SignInModelTest, APersonWhoIsNotOnTheTeamReadsThePlatformsWords) {
 }
 
 TEST_F(SignInModelTest, APersonWhoIsKnownIsNamed) {
-    const SignInModel signIn(becomeOnRemote(Kind::NotTeam), nullptr);
+    const SignInModel signIn = signInOf(becomeOnRemote(Kind::NotTeam));
     EXPECT_TRUE(signIn.hasIdentity());
     EXPECT_EQ(signIn.personName(), QStringLiteral("Ada"));
     EXPECT_EQ(signIn.personEmail(), QStringLiteral("ada@sites.test"));
 }
 
 TEST_F(SignInModelTest, APersonWhoIsNotKnownIsNotNamed) {
-    const SignInModel signIn(become(Kind::SignedOut), nullptr);
+    const SignInModel signIn = signInOf(become(Kind::SignedOut));
     EXPECT_FALSE(signIn.hasIdentity());
     EXPECT_EQ(signIn.personName(), QString());
     EXPECT_EQ(signIn.personEmail(), QString());
 }
 
 TEST_F(SignInModelTest, ItFollowsTheModel) {
-    const SignInModel signIn(model(), nullptr);
+    const SignInModel signIn = signInOf(model());
     const QSignalSpy changes(&signIn, &SignInModel::changed);
     becomeOnRemote(Kind::NotTeam);
     EXPECT_GE(changes.count(), 3) << "the platform, the person and the status";
