@@ -18,6 +18,10 @@ bool wantsOnboarding(const QSettings& defaults) {
 Gates::Gates(std::unique_ptr<QSettings> defaults)
     : m_defaults(std::move(defaults)), m_needsOnboarding(wantsOnboarding(*m_defaults)) {}
 
+void Gates::postponeOnboarding() {
+    m_needsOnboarding = false;
+}
+
 void Gates::completeOnboarding() {
     m_defaults->setValue(onboardingCompleted, true);
     m_needsOnboarding = false;

@@ -20,6 +20,9 @@ public:
     /// "1".
     [[nodiscard]] bool needsOnboarding() const { return m_needsOnboarding; }
 
+    /// This run goes on without the introduction. The next one needs it as before.
+    void postponeOnboarding();
+
     /// The introduction has been gone through and is not shown again.
     void completeOnboarding();
 

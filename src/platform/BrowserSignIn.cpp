@@ -59,7 +59,7 @@ Task<Identity> PlatformClient::signIn(PlatformConfig config, std::function<void(
 
     store.saveToken(token, config);
     try {
-        const Identity identity = co_await ownerOf(token, config, stop);
+        const Identity identity = co_await signedInPerson(config, stop);
         throwIfCancelled(stop);
         co_return identity;
     } catch (...) {

@@ -29,7 +29,8 @@ namespace driftwell {
 /// | 401 | Unauthenticated |
 /// | 403 with the code "not_team" | NotTeam: the platform's text |
 /// | any other status with an error body | Api: the platform's text |
-/// | any other status | Api: "HTTP " and the status |
+/// | any other status, or an error body without a text | Api: "HTTP " and the status |
+/// | the token cannot stand in a header | Api: which one, and why; nothing is sent |
 /// | a stop is requested | Cancelled |
 ///
 /// Nothing is retried. Used on the main thread; network and decoding of large answers run off it. A call that is under
@@ -54,8 +55,8 @@ public:
     [[nodiscard]] Task<Identity> ownerOf(QString token, PlatformConfig config, std::stop_token stop);
 
     /// Signs in through the browser: has the platform's sign-in page opened by `openUrl`, waits for the browser to come
-    /// back with a token (LoopbackCallbackServer.h), stores the token, and asks who it belongs to. See
-    /// BrowserSignIn.cpp.
+    /// back with a token (LoopbackCallbackServer.h), stores the token, and asks who is signed in now. That is the owner
+    /// of DW_TOKEN where that is set: every later call will go out with it. See BrowserSignIn.cpp.
     ///
     /// Throws PlatformError, "Timed out waiting for the browser sign-in." after five minutes of `sleep` among it,
     /// std::system_error for a failure of this machine, and Cancelled. The platform has no token afterwards when it
@@ -91,6 +92,10 @@ public:
     [[nodiscard]] Task<DeployResponse> upload(FileBody archive, QString site, PlatformConfig config,
                                               std::stop_token stop);
 
+    /// From now on a 2xx answer with "ok": false is a refusal: Api with the text under "error", or a sentence where there
+    /// is none. At first the caller gets its record. A list of more than 16 KB is not looked into.
+    void refuseNotOk() { m_refusesNotOk = true; }
+
     /// The folder of the programs that come with this one.
     [[nodiscard]] std::filesystem::path helpers() const { return m_bundle.helpers(); }
 
@@ -107,6 +112,9 @@ private:
     /// The body of a 2xx answer to the call.
     Task<QByteArray> exchange(Call call, PlatformConfig config, std::stop_token stop);
 
+    /// Who the token belongs to with which every call goes out.
+    Task<Identity> signedInPerson(PlatformConfig config, std::stop_token stop);
+
     template <class Record> Task<Record> request(Call call, PlatformConfig config, std::stop_token stop);
 
     template <class Record>
@@ -118,6 +126,7 @@ private:
     Bundle m_bundle;
     ConfigStore m_store;
     HttpSession m_session;
+    bool m_refusesNotOk = false;
 };
 
 } // namespace driftwell

@@ -70,6 +70,13 @@ TEST_F(GatesTest, CompletingTheIntroductionHoldsForLaterStarts) {
     EXPECT_THAT(folder().read("defaults.ini"), testing::HasSubstr("onboardingCompleted=true"));
 }
 
+TEST_F(GatesTest, ARunWithoutTheIntroductionStoresNothing) {
+    model().gates().postponeOnboarding();
+    EXPECT_FALSE(model().gates().needsOnboarding());
+    EXPECT_TRUE(restartedModel().gates().needsOnboarding());
+    EXPECT_FALSE(std::filesystem::exists(folder() / "defaults.ini"));
+}
+
 TEST_F(GatesTest, CompletingTheIntroductionThatTheVariableAskedForEndsItForThisRun) {
     storeDefault("onboardingCompleted", true);
     const ScopedVariable variable("DW_ONBOARDING", "1");

@@ -11,9 +11,9 @@
 #include "platform/PlatformClient.h"
 #include "tests/Await.h"
 #include "tests/core/ManualSleeper.h"
-#include "tests/core/PlatformServer.h"
 #include "tests/RecordingDesktopServices.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/PlatformServer.h"
 #include "tests/TestFolder.h"
 
 #include <gmock/gmock.h>

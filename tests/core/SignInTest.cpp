@@ -195,12 +195,14 @@ TEST_F(SignInTest, SaysThatThePlatformsHostIsBad) {
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
 }
 
-TEST_F(SignInTest, SaysInTheSystemsWordsWhyItCannotListen) {
+TEST_F(SignInTest, SaysWhatToDoWhenItCannotListenForWantOfDescriptors) {
     signedOutModel();
     const FullDescriptorTable full;
     model().signIn().signIn();
     EXPECT_FALSE(model().signIn().isSigningIn());
-    EXPECT_EQ(model().signIn().signInError(), QStringLiteral("socket: Too many open files"));
+    EXPECT_EQ(
+        model().signIn().signInError(),
+        QStringLiteral("Too many open files. Close some programs, or raise the limit of open files (ulimit -n)."));
 }
 
 TEST_F(SignInTest, SaysThatThereIsNoLocalPort) {

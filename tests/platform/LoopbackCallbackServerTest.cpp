@@ -3,6 +3,7 @@
 #include "platform/CallbackRequest.h"
 #include "support/Cancellation.h"
 #include "tests/Descriptors.h"
+#include "tests/platform/OtherAccount.h"
 #include "tests/platform/Outcome.h"
 #include "tests/platform/PortlessSockets.h"
 #include "tests/RawClient.h"
@@ -22,6 +23,8 @@ using Limits = LoopbackCallbackServer::Limits;
 
 const std::string signedIn = signedInResponse().toStdString();
 const std::string notFound = notFoundResponse().toStdString();
+const std::string otherAccount = otherAccountResponse().toStdString();
+const std::string unknownAccount = unknownAccountResponse().toStdString();
 
 /// No connection ends by itself while a test looks at something else.
 constexpr Limits longTimeout{.timeout = 10min};
@@ -99,6 +102,65 @@ TEST_F(LoopbackCallbackServerTest, WaitsOnAfterACallbackWithAWrongState) {
     const std::string lowerCase = server().expectedState().toLower().toStdString();
     for (const std::string& state : {std::string("wrong"), std::string(), lowerCase}) {
         EXPECT_EQ(ask(port(), get("/callback?token=forged&state=" + state)), notFound) << state;
+    }
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+    EXPECT_EQ(outcome(std::move(waiting)), "secret");
+}
+
+TEST_F(LoopbackCallbackServerTest, TakesNoCallbackOfAnotherAccount) {
+    if (!OtherAccount::isPossibleHere()) {
+        GTEST_SKIP() << "only the superuser can act as another account";
+    }
+    Task<QString> waiting = wait();
+    for (const OtherAccount::Socket socket : {OtherAccount::Socket::Ipv4, OtherAccount::Socket::MappedIpv6}) {
+        OtherAccount attacker(port(), get(callback("of-the-attacker")), socket);
+        EXPECT_EQ(attacker.answer(), otherAccount);
+    }
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+    EXPECT_EQ(outcome(std::move(waiting)), "secret");
+}
+
+TEST_F(LoopbackCallbackServerTest, SaysNothingMoreToAnotherAccountThatDoesNotKnowTheState) {
+    if (!OtherAccount::isPossibleHere()) {
+        GTEST_SKIP() << "only the superuser can act as another account";
+    }
+    OtherAccount attacker(port(), get("/callback?token=t&state=0"));
+    EXPECT_EQ(attacker.answer(), notFound);
+}
+
+TEST_F(LoopbackCallbackServerTest, TakesTheCallbackOfABrowserThatSpeaksIpv6) {
+    const UniqueFd socket(checked(::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"));
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_port = htons(port());
+    ASSERT_EQ(::inet_pton(AF_INET6, "::ffff:127.0.0.1", &address.sin6_addr), 1);
+    checked(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "connect");
+    const std::string request = get(callback());
+    ASSERT_EQ(::send(socket.get(), request.data(), request.size(), 0), static_cast<ssize_t>(request.size()));
+    EXPECT_EQ(token(), "secret");
+}
+
+TEST_F(LoopbackCallbackServerTest, TakesNoCallbackWhoseSenderHasGone) {
+    Task<QString> waiting = wait();
+    {
+        // Nobody's any more; the kernel would give it to the superuser.
+        RawClient gone(port());
+        gone.send(get(callback("of-nobody")));
+    }
+    settle();
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+    EXPECT_EQ(outcome(std::move(waiting)), "secret");
+}
+
+TEST_F(LoopbackCallbackServerTest, TakesNoCallbackWhoseAccountTheSystemDoesNotTell) {
+    Task<QString> waiting = wait();
+    RawClient client(port());
+    client.send("GET " + callback("of-whom") + " HTTP/1.1\r\n");
+    settle();
+    {
+        const FullDescriptorTable full;
+        client.send("\r\n");
+        EXPECT_EQ(client.receiveAll(), unknownAccount);
     }
     EXPECT_EQ(ask(port(), get(callback())), signedIn);
     EXPECT_EQ(outcome(std::move(waiting)), "secret");
@@ -266,6 +328,49 @@ TEST_F(LoopbackCallbackServerTest, EndsAConnectionWhoseOtherSideNeverCloses) {
     client.send(get("/"));
     EXPECT_EQ(client.receiveAll(), notFound);
     waitUntil([listening] { return openDescriptors() == listening + 1; });
+}
+
+TEST_F(LoopbackCallbackServerTest, EndsAConnectionWhoseOtherSideSendsWithoutEnd) {
+    // Before the request is whole, and after it was answered.
+    for (const std::string& beginning : {std::string("GET / HTTP/1.1\r\nX: "), get("/")}) {
+        RawClient guest(port());
+        guest.send(beginning);
+        std::size_t sent = 0;
+        waitUntil([&guest, &sent] {
+            guest.send(std::string(8192, 'x'));
+            sent += 8192;
+            return guest.isClosed();
+        });
+        // What the buffers on the way hold is more than what is read.
+        EXPECT_LT(sent, 64U * 1024 * 1024);
+    }
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+}
+
+/// How often the event loop wakes in a time in which nothing needs to be done.
+int wakeUps(std::chrono::milliseconds duration) {
+    int count = 0;
+    bool isOver = false;
+    QTimer::singleShot(duration, [&isOver] { isOver = true; });
+    while (!isOver) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        ++count;
+    }
+    return count;
+}
+
+TEST_F(LoopbackCallbackServerTest, SleepsWhileConnectionsDoNothing) {
+    RawClient silent(port());
+    RawClient begun(port());
+    begun.send("GET / HT");
+    RawClient answered(port());
+    answered.send(get("/"));
+    RawClient halfClosed(port());
+    halfClosed.send(get("/"));
+    waitUntil([&] { return answered.isClosed() && halfClosed.isClosed(); });
+    settle();
+    EXPECT_LT(wakeUps(200ms), 20) << "it spins";
+    EXPECT_FALSE(silent.isClosed());
 }
 
 TEST_F(LoopbackCallbackServerTest, HasUsualLimitsByDefault) {

@@ -66,6 +66,15 @@ TEST_F(MainWindowModelTest, AConnectionWithSitesShowsTheList) {
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
+TEST_F(MainWindowModelTest, AFirstRunShowsTheSameWithoutAnIntroduction) {
+    const ScopedVariable firstRun("DW_ONBOARDING", "1");
+    ASSERT_TRUE(model().gates().needsOnboarding());
+    become(Kind::Connected);
+    EXPECT_EQ(window().content(), Content::SiteList);
+    model().gates().postponeOnboarding();
+    EXPECT_EQ(window().content(), Content::SiteList);
+}
+
 TEST_F(MainWindowModelTest, AConnectionThatIsBeingMadeShowsTheListAndNotTheEmptyState) {
     become(Kind::Connecting);
     ASSERT_TRUE(model().catalog().sites().isEmpty());

@@ -3,9 +3,9 @@
 #include "desktop/freedesktop/FreedesktopServices.h"
 #include "platform/PlatformClient.h"
 #include "support/Concurrency.h"
+#include "support/ExitDeadline.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
 #include <chrono>
 #include <utility>
@@ -54,19 +54,16 @@ void Application::quit() {
 Task<> Application::endAndQuit() {
     // At once, and so that nothing more is begun in it.
     m_window.hide();
-    // A folder on a server that does not answer, for example, keeps nobody from quitting.
-    QTimer timeout;
-    connect(&timeout, &QTimer::timeout, qApp, &QCoreApplication::quit);
-    timeout.start(quitTimeout);
+    // A folder on a server that does not answer, for example, keeps nobody from quitting. What is stored is stored at
+    // once, so nothing is lost by an end that waits for nobody.
+    endProcessWithin(quitTimeout);
     co_await m_state.end();
     QCoreApplication::quit();
 }
 
 void Application::begin(const Invocation& invocation) {
-    // There is no introduction to go through: the window itself shows how one begins.
-    if (m_state.gates().needsOnboarding()) {
-        m_state.gates().completeOnboarding();
-    }
+    // There is no introduction to go through, so nobody waits for its end: the window itself shows how one begins.
+    m_state.gates().postponeOnboarding();
     m_state.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
 }

@@ -1,17 +1,22 @@
 #pragma once
 
 #include "desktop/freedesktop/FolderDialog.h"
+#include "desktop/freedesktop/WindowBlock.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QVariantMap>
 
 #include <chrono>
+#include <memory>
+
+class QWindow;
 
 namespace driftwell {
 
 /// The desktop's own dialog, shown by the desktop portal (org.freedesktop.portal.FileChooser, of version 3 or newer).
-/// It names folders by addresses, so a name that is not text can be chosen.
+/// It names folders by addresses, so a name that is not text can be chosen. It belongs to the application's window:
+/// that one takes no input meanwhile, and the dialog goes with it.
 class PortalFolderDialog : public FolderDialog {
     Q_OBJECT
 
@@ -29,6 +34,7 @@ private Q_SLOTS:
 
 private:
     void ask(const FolderQuestion& question);
+    void standBefore(QWindow& window);
     void requestReplied(const QDBusMessage& reply);
     void followRequest(const QString& path);
     void end(const std::optional<std::filesystem::path>& folder);
@@ -38,6 +44,8 @@ private:
     std::chrono::milliseconds m_timeout;
     /// The object path of the request under way, empty before and after.
     QString m_request;
+    /// Of the window that the dialog stands before; null while it stands before none.
+    std::unique_ptr<WindowBlock> m_block;
 };
 
 } // namespace driftwell

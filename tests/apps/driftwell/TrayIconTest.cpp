@@ -1,10 +1,9 @@
 #include "apps/driftwell/TrayIcon.h"
 
-#include "ui/style/DW.h"
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace driftwell::tests {
 namespace {
@@ -54,7 +53,6 @@ struct Kind {
     const char* name;
     Icon icon;
     bool developmentCopy;
-    DW::Token token;
 };
 
 class TrayIconTest : public testing::TestWithParam<Kind> {};
@@ -69,10 +67,47 @@ TEST_P(TrayIconTest, IsDrawnAtEverySize) {
 }
 
 TEST_P(TrayIconTest, IsOfOneColourThatIsSeenOnDarkAndLight) {
-    const QColor color = DW::color(GetParam().token, ColorScheme::Dark);
+    const QColor color = trayColor(GetParam().icon);
     for (const QColor& pixel : ink(drawn(GetParam().icon, GetParam().developmentCopy, 1.0, 64))) {
         // A faint pixel keeps few bits of its colour.
         EXPECT_TRUE(pixel.alpha() < 128 || resembles(pixel, color)) << pixel.name().toStdString();
+    }
+}
+
+/// The share of the colour in what is seen (WCAG 2.1, relative luminance).
+double luminance(const QColor& color) {
+    const auto linear = [](double part) {
+        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+/// From 1 for the same to 21 for black and white (WCAG 2.1, contrast ratio).
+double contrast(const QColor& one, const QColor& other) {
+    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+TEST(Contrast, IsMeasuredAsItIsDefined) {
+    EXPECT_NEAR(contrast(Qt::black, Qt::white), 21.0, 0.001);
+    EXPECT_NEAR(contrast(Qt::white, Qt::white), 1.0, 0.001);
+    EXPECT_NEAR(contrast(QColor(0x777777), Qt::white), 4.48, 0.01);
+}
+
+TEST_P(TrayIconTest, StandsOutOnThePanelsOfUsualDesktops) {
+    std::vector<QColor> solid;
+    for (const QColor& pixel : ink(drawn(GetParam().icon, GetParam().developmentCopy, 1.0, 64))) {
+        if (pixel.alpha() == 255) {
+            solid.push_back(pixel);
+        }
+    }
+    ASSERT_FALSE(solid.empty());
+    // Light and dark: plain, of KDE, of GNOME, of Xfce.
+    for (const QRgb panel : {0xFFFFFF, 0xEFF0F1, 0xF6F5F4, 0x000000, 0x31363B, 0x2A2E32, 0x303030, 0x2B303B}) {
+        for (const QColor& pixel : solid) {
+            EXPECT_GE(contrast(pixel, QColor::fromRgb(panel)), 3.0)
+                << pixel.name().toStdString() << " on " << QColor::fromRgb(panel).name().toStdString();
+        }
     }
 }
 
@@ -85,9 +120,8 @@ TEST_P(TrayIconTest, FadesWithItsOpacity) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Icons, TrayIconTest,
-                         testing::Values(Kind{"Glyph", Icon::Glyph, false, DW::Token::Accent},
-                                         Kind{"SolidGlyph", Icon::Glyph, true, DW::Token::Accent},
-                                         Kind{"Warning", Icon::Warning, false, DW::Token::Warning}),
+                         testing::Values(Kind{"Glyph", Icon::Glyph, false}, Kind{"SolidGlyph", Icon::Glyph, true},
+                                         Kind{"Warning", Icon::Warning, false}),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST(TrayGlyphTest, ThePulsingOneIsTheGlyph) {
