@@ -4,6 +4,7 @@
 #include <array>
 #include <map>
 #include <optional>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -178,6 +179,38 @@ std::vector<std::string> includeViolations(const std::vector<RepositoryFile>& fi
                 violation = "is neither a file under src/ nor one of the repository";
             if (violation)
                 violations.push_back(file.path + ": " + include->name + " " + *violation);
+        }
+    }
+    return violations;
+}
+
+std::vector<std::string> viewViolations(const std::vector<RepositoryFile>& files) {
+    constexpr std::string_view sources = "src/";
+    constexpr std::string_view ending = ".qml";
+    const auto isView = [&](const RepositoryFile& file) {
+        return file.path.starts_with(sources) && file.path.ends_with(ending);
+    };
+    std::map<std::string, std::string> rooms;
+    for (const RepositoryFile& file : files) {
+        if (isView(file)) {
+            const std::size_t name = file.path.rfind('/') + 1;
+            rooms.emplace(file.path.substr(name, file.path.size() - name - ending.size()),
+                          roomOf(std::string_view(file.path).substr(sources.size())));
+        }
+    }
+    static const std::regex word("//.*|\"[^\"]*\"|[A-Za-z_][A-Za-z0-9_]*");
+    std::vector<std::string> violations;
+    for (const RepositoryFile& file : files) {
+        if (!isView(file))
+            continue;
+        const std::string room = roomOf(std::string_view(file.path).substr(sources.size()));
+        std::set<std::string> named;
+        for (std::sregex_iterator found(file.text.begin(), file.text.end(), word), end; found != end; ++found)
+            named.insert(found->str());
+        for (const std::string& name : named) {
+            const auto view = rooms.find(name);
+            if (view != rooms.end() && view->second != room && !allowedRooms().at(room).contains(view->second))
+                violations.push_back(file.path + ": " + name + " of " + view->second + " is not above " + room);
         }
     }
     return violations;

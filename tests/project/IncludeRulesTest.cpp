@@ -2,10 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 namespace {
 
 using project::includeViolations;
 using project::RepositoryFile;
+using project::viewViolations;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -161,6 +164,38 @@ TEST(IncludeRules, TestsNameFilesThatExist) {
                 IsEmpty());
     EXPECT_THAT(violationsOf("tests/core/ATest.cpp", "#include \"Waiting.h\"\n"),
                 ElementsAre("tests/core/ATest.cpp: Waiting.h is neither a file under src/ nor one of the repository"));
+}
+
+std::vector<RepositoryFile> viewsWith(const std::string& path, const std::string& text) {
+    return {{"src/ui/style/AppText.qml", "Text {}"},
+            {"src/ui/controls/PushButton.qml", "AppText {}"},
+            {"src/ui/sites/SiteRow.qml", "PushButton {}"},
+            {path, text}};
+}
+
+TEST(ViewRules, HoldInThisRepository) {
+    const std::vector<RepositoryFile> files = project::readSources({"src"});
+    EXPECT_THAT(viewViolations(files), IsEmpty());
+    EXPECT_GT(std::count_if(files.begin(), files.end(), [](const auto& file) { return file.path.ends_with(".qml"); }),
+              20);
+}
+
+TEST(ViewRules, AViewNamesThoseOfItsRoomAndOfTheRoomsAbove) {
+    EXPECT_THAT(viewViolations(viewsWith("src/ui/sites/Page.qml", "Item { SiteRow {} PushButton {} AppText {} }")),
+                IsEmpty());
+    EXPECT_THAT(viewViolations(viewsWith("src/ui/window/Page.qml", "Item { SiteRow {} }")), IsEmpty());
+}
+
+TEST(ViewRules, AViewNamesNoneOfARoomBelowOrBeside) {
+    EXPECT_THAT(viewViolations(viewsWith("src/ui/controls/Page.qml", "Item { SiteRow {} }")),
+                ElementsAre("src/ui/controls/Page.qml: SiteRow of ui/sites is not above ui/controls"));
+    EXPECT_THAT(viewViolations(viewsWith("src/ui/tray/Page.qml", "readonly property var row: item as SiteRow")),
+                ElementsAre("src/ui/tray/Page.qml: SiteRow of ui/sites is not above ui/tray"));
+}
+
+TEST(ViewRules, AWordInACommentOrATextIsNoView) {
+    EXPECT_THAT(viewViolations(viewsWith("src/ui/style/Page.qml", "// A SiteRow\nText { text: \"SiteRow\" }")),
+                IsEmpty());
 }
 
 } // namespace
