@@ -20,8 +20,8 @@ struct Include {
 
 /// What each room may include besides itself.
 const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() {
-    static const std::set<std::string> withoutWindows = {"support", "platform", "deploy", "collab",
-                                                         "tooling", "desktop",  "core"};
+    static const std::set<std::string> withoutWindows = {"archive", "support", "platform", "deploy",
+                                                         "collab",  "tooling", "desktop",  "core"};
     const auto withRooms = [](std::set<std::string> rooms) {
         rooms.insert(withoutWindows.begin(), withoutWindows.end());
         return rooms;
@@ -29,9 +29,10 @@ const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() 
     // What a person sees at a time knows the common vocabulary and no other surface; only the window hosts others.
     const std::set<std::string> surface = withRooms({"ui", "ui/style", "ui/controls"});
     static const std::map<std::string, std::set<std::string>, std::less<>> allowed = {
+        {"archive", {}},
         {"support", {}},
         {"platform", {"support"}},
-        {"deploy", {"support", "platform"}},
+        {"deploy", {"archive", "support", "platform"}},
         {"collab", {"support", "platform", "deploy"}},
         {"tooling", {"support", "platform", "deploy", "collab"}},
         {"desktop", {"support"}},
@@ -48,6 +49,7 @@ const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() 
         {"ui/window", withRooms({"ui", "ui/style", "ui/controls", "ui/sites", "ui/deploy", "ui/signin"})},
         {"apps/driftwell", withRooms({"desktop/freedesktop", "ui", "ui/style", "ui/scene", "ui/window", "ui/tray"})},
         {"apps/dw", withoutWindows},
+        {"apps/gzip", {"archive"}},
         {"apps/sandbox", {}},
     };
     return allowed;

@@ -16,9 +16,10 @@ using testing::IsEmpty;
 std::vector<RepositoryFile> repositoryWith(RepositoryFile file) {
     std::vector<RepositoryFile> files;
     for (const char* room :
-         {"support",   "platform", "deploy",    "collab",         "tooling",  "desktop",     "desktop/freedesktop",
-          "core",      "ui",       "ui/style",  "ui/controls",    "ui/scene", "ui/sites",    "ui/deploy",
-          "ui/signin", "ui/tray",  "ui/window", "apps/driftwell", "apps/dw",  "apps/sandbox"})
+         {"archive",     "apps/gzip",           "support",   "platform", "deploy",    "collab",         "tooling",
+          "desktop",     "desktop/freedesktop", "core",      "ui",       "ui/style",  "ui/controls",    "ui/scene",
+          "ui/sites",    "ui/deploy",           "ui/signin", "ui/tray",  "ui/window", "apps/driftwell", "apps/dw",
+          "apps/sandbox"})
         files.push_back({std::string("src/") + room + "/Thing.h", "#pragma once\n"});
     for (const char* part : {"AppState", "Connection", "Deployments", "SignIn"})
         files.push_back({std::string("src/core/") + part + ".h", "#pragma once\n"});
@@ -123,6 +124,14 @@ TEST(IncludeRules, TheSandboxKnowsItselfOnly) {
     EXPECT_THAT(violationsOf("src/apps/sandbox/A.cpp", "#include \"apps/sandbox/Thing.h\"\n"), IsEmpty());
     EXPECT_THAT(violationsOf("src/apps/sandbox/A.cpp", "#include \"support/Thing.h\"\n"),
                 ElementsAre("src/apps/sandbox/A.cpp: support/Thing.h is not above apps/sandbox"));
+}
+
+TEST(IncludeRules, TheCompressorKnowsArchivesOnly) {
+    EXPECT_THAT(violationsOf("src/apps/gzip/A.cpp", "#include \"archive/Thing.h\"\n"), IsEmpty());
+    EXPECT_THAT(violationsOf("src/apps/gzip/A.cpp", "#include \"support/Thing.h\"\n"),
+                ElementsAre("src/apps/gzip/A.cpp: support/Thing.h is not above apps/gzip"));
+    EXPECT_THAT(violationsOf("src/archive/A.cpp", "#include \"support/Thing.h\"\n"),
+                ElementsAre("src/archive/A.cpp: support/Thing.h is not above archive"));
 }
 
 TEST(IncludeRules, AnIncludeNamesItsRoomAndIsQuoted) {
