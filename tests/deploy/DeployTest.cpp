@@ -353,7 +353,7 @@ TEST_F(DeployTest, TellsWhatCouldNotBeReadAndHowManyFilesWereSent) {
     }
     const tests::Unprivileged person;
     const tests::ScopedMode locked(site / "locked", 0);
-    server.answerWith(200, R"({"ok":true,"site":"s","url":"u","bytes":2,"files":1,"skipped":1})");
+    server.answer(deployPath, 200, R"({"ok":true,"site":"s","url":"u","bytes":2,"files":1,"skipped":1})");
     const std::shared_ptr<Ending> ending = start();
     tests::waitUntil([&] { return ending->isThere(); });
     ASSERT_TRUE(ending->result) << describeFailure(*ending);

@@ -1,6 +1,7 @@
 #include "ui/scene/Scene.h"
 
 #include "tests/RecordingDesktopServices.h"
+#include "ui/style/DW.h"
 
 #include <QQuickWindow>
 
@@ -20,7 +21,7 @@ namespace {
         qputenv(variable, value);
     }
     RecordingDesktopServices desktop;
-    const Scene scene(desktop);
+    const Scene scene(desktop, DW::Token::Canvas);
     std::fprintf(stderr, "drawn by “%s”\n", qPrintable(QQuickWindow::sceneGraphBackend()));
     ::_exit(QQuickWindow::sceneGraphBackend() == QString::fromLatin1(expected) ? 0 : 1);
 }
