@@ -16,7 +16,7 @@ namespace driftwell::bench {
 namespace {
 
 constexpr int restMilliseconds = 40;
-constexpr int patienceMilliseconds = 5000;
+constexpr int timeoutMilliseconds = 5000;
 
 double cpuMilliseconds() {
     timespec time{};
@@ -63,7 +63,7 @@ FrameCost FrameTimer::frameAfter(const std::function<void()>& sendEvent) {
         loop.quit();
     });
     sendEvent();
-    QTimer::singleShot(patienceMilliseconds, &loop, &QEventLoop::quit);
+    QTimer::singleShot(timeoutMilliseconds, &loop, &QEventLoop::quit);
     if (!cost) {
         loop.exec();
     }

@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -23,7 +22,7 @@ public:
 
 private:
     pid_t m_pid = -1;
-    std::uint16_t m_port = 0;
+    int m_port = 0;
 };
 
 } // namespace driftwell::bench

@@ -41,11 +41,11 @@ PollCost measure(const std::vector<std::string>& sites) {
     const auto count = [&notifications] {
         ++notifications;
     };
-    QObject::connect(&state, &AppState::sitesChanged, &state, count);
-    QObject::connect(&state, &AppState::libsChanged, &state, count);
-    QObject::connect(&state, &AppState::statsChanged, &state, count);
-    QObject::connect(&state, &AppState::identityChanged, &state, count);
-    QObject::connect(&state, &AppState::statusChanged, &state, count);
+    QObject::connect(&state.catalog(), &Catalog::sitesChanged, &state, count);
+    QObject::connect(&state.catalog(), &Catalog::libsChanged, &state, count);
+    QObject::connect(&state.catalog(), &Catalog::statsChanged, &state, count);
+    QObject::connect(&state.connection(), &Connection::identityChanged, &state, count);
+    QObject::connect(&state.connection(), &Connection::statusChanged, &state, count);
     const double cpu = cpuMilliseconds();
     const std::uint64_t allocations = allocationCount();
     for (int i = 0; i < rounds; ++i) {

@@ -20,7 +20,7 @@ std::map<std::string, std::vector<std::string>> answers(const std::vector<std::s
 }
 
 Task<> refreshThenQuit(AppState& state, QEventLoop& loop) {
-    co_await state.refresh();
+    co_await state.connection().refresh();
     loop.quit();
 }
 
@@ -31,14 +31,14 @@ SampleModel::SampleModel(const std::vector<std::string>& sites)
       m_state(std::make_unique<PlatformClient>(Bundle(), ConfigStore(m_config)), m_desktop,
               openUserDefaults(m_config)) {
     ConfigStore(m_config).saveConfig({{"host", m_server.origin()}});
-    m_state.reloadConfig();
+    m_state.connection().reloadConfig();
 }
 
 void SampleModel::refresh() {
     QEventLoop loop;
     detach(refreshThenQuit(m_state, loop));
     loop.exec();
-    if (m_state.status() != AppState::Status::connected()) {
+    if (m_state.connection().status() != Connection::Status::connected()) {
         throw std::runtime_error("the poll failed");
     }
 }

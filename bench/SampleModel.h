@@ -2,7 +2,11 @@
 
 #include "bench/LoopbackServer.h"
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
 #include "desktop/DesktopServices.h"
+#include "desktop/WindowServices.h"
+#include "platform/PlatformClient.h"
 #include "support/TemporaryFolder.h"
 
 #include <string>
@@ -13,7 +17,7 @@ namespace driftwell::bench {
 inline constexpr int sampleSiteCount = 10'000;
 
 /// A desktop on which nothing happens.
-class NoDesktop final : public DesktopServices {
+class NoDesktop final : public WindowServices, public DesktopServices {
 public:
     Task<std::optional<std::filesystem::path>> chooseFolder(QString, QString) override { co_return std::nullopt; }
     void openUrl(const QUrl&) override {}
@@ -33,7 +37,7 @@ public:
     void refresh();
 
     [[nodiscard]] AppState& state() { return m_state; }
-    [[nodiscard]] DesktopServices& desktop() { return m_desktop; }
+    [[nodiscard]] NoDesktop& desktop() { return m_desktop; }
 
 private:
     LoopbackServer m_server;

@@ -47,9 +47,10 @@ std::vector<FrameCost> typeInFilter(QQuickView& window, const AppState& state) {
         for (const char character : word) {
             frames.push_back(timer.frameAfter([&] { QTest::keyClick(&window, character); }));
         }
-        if (state.filter() != QString::fromLatin1(word) || field.property("text").toString() != state.filter()) {
-            throw std::runtime_error("the keys did not reach the filter, which says \"" + state.filter().toStdString() +
-                                     '"');
+        if (state.catalog().filter() != QString::fromLatin1(word) ||
+            field.property("text").toString() != state.catalog().filter()) {
+            throw std::runtime_error("the keys did not reach the filter, which says \"" +
+                                     state.catalog().filter().toStdString() + '"');
         }
         for (int left = static_cast<int>(word.size()); left > 0; --left) {
             frames.push_back(timer.frameAfter([&] { QTest::keyClick(&window, Qt::Key_Backspace); }));

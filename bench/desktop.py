@@ -24,7 +24,7 @@ from session import Session, TimedOut, end_with_parent, wait_for  # noqa: E402
 ROUNDS = 7
 SETTLING = 30
 IDLE = 60
-PATIENCE = 60
+TIMEOUT = 60
 # How often the counters are read, and how long before a poll's first request and after its last one what the
 # application does counts as the poll's.
 TICK = 0.25
@@ -110,7 +110,7 @@ class Screen:
         return value & 0xFFFFFF
 
     def wait_for_change(self, place, before):
-        end = time.monotonic() + PATIENCE
+        end = time.monotonic() + TIMEOUT
         while self.pixel(*place) == before:
             if time.monotonic() > end:
                 raise TimedOut("nothing appeared on the screen")

@@ -23,13 +23,25 @@ endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+  # ccache wants both before it keeps anything that was compiled with precompiled headers.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
+  if(NOT CMAKE_DISABLE_PRECOMPILE_HEADERS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(driftwell_compiler INTERFACE -fpch-preprocess)
+  endif()
 endif()
 
 # driftwell_room(NAME SOURCES … USES …): one folder under src/ as one static library. USES names the rooms above it and
-# the libraries it may include; a room that is not named cannot be linked.
+# the libraries it may include; a room that is not named cannot be linked. PRECOMPILED is the kind of its precompiled
+# headers, model if it is not named.
 function(driftwell_room name)
-  cmake_parse_arguments(ROOM "" "" "SOURCES;USES;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ROOM "" "PRECOMPILED" "SOURCES;USES;PRIVATE" ${ARGN})
+  if(NOT ROOM_PRECOMPILED)
+    set(ROOM_PRECOMPILED model)
+  endif()
   add_library(driftwell_${name} STATIC ${ROOM_SOURCES})
   target_link_libraries(driftwell_${name} PUBLIC driftwell_compiler ${ROOM_USES} PRIVATE ${ROOM_PRIVATE})
+  if(NOT ROOM_PRECOMPILED STREQUAL "none")
+    driftwell_use_precompiled(driftwell_${name} ${ROOM_PRECOMPILED})
+  endif()
 endfunction()

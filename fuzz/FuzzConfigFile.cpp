@@ -1,6 +1,7 @@
 #include "fuzz/Require.h"
-#include "platform/BoundedJson.h"
 #include "platform/ConfigStore.h"
+#include "platform/JsonObjectText.h"
+#include "platform/JsonReader.h"
 #include "support/TemporaryFolder.h"
 
 #include <nlohmann/json.hpp>
@@ -9,6 +10,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <optional>
+#include <vector>
 
 namespace driftwell {
 namespace {
@@ -20,21 +23,52 @@ std::string contentOf(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// What the file must hold after `key` was set in it.
-std::string expected(std::string_view before, const char* key, const Json& value) {
-    std::optional<Json> json = parseBoundedJson(before);
-    Json object = json && json->is_object() ? std::move(*json) : Json::object();
-    object[key] = value;
-    return object.dump();
+std::optional<JsonObjectText> objectIn(std::string_view text) {
+    try {
+        return JsonObjectText(text);
+    } catch (const JsonError&) {
+        return std::nullopt;
+    }
 }
 
-void saveAndCheck(const ConfigStore& store, std::string_view before, const char* key, const Json& value) {
+bool isBlank(std::string_view text) {
+    return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+/// Files that were kept would become too many.
+void removeKept(const ConfigStore& store) {
+    for (const std::filesystem::path& kept : store.takeKeptFiles()) {
+        std::filesystem::remove(kept);
+    }
+}
+
+void requireKept(const ConfigStore& store, std::string_view before) {
+    const std::vector<std::filesystem::path> kept = store.takeKeptFiles();
+    fuzz::require(kept.size() == 1 && contentOf(kept.front()) == before, "a file that cannot be understood is kept");
+    std::filesystem::remove(kept.front());
+}
+
+void saveAndCheck(const ConfigStore& store, std::string_view before, const std::string& key, const Json& value) {
     store.saveConfig({{key, value}});
     const std::string after = contentOf(store.file());
     fuzz::require(after.ends_with("}\n") && !after.ends_with("\n\n"), "the file ends in one line feed");
-    const Json saved = Json::parse(after, nullptr, false);
-    fuzz::require(saved.is_object(), "the file is an object");
-    fuzz::require(saved.dump() == expected(before, key, value), "every other key is as it was");
+    const std::optional<JsonObjectText> saved = objectIn(after);
+    fuzz::require(saved.has_value(), "the file is an object");
+    const std::optional<JsonObjectText> old = objectIn(before);
+    if (old) {
+        old->forEach([&](const std::string& name, const std::string& text) {
+            fuzz::require(name == key || formattedJson(saved->find(name)) == formattedJson(text),
+                          "every other key is as it was");
+        });
+    } else if (!isBlank(before)) {
+        requireKept(store, before);
+    }
+    // Somebody else's opinion of what is a JSON object, and of what is in it.
+    Json known = Json::parse(before, nullptr, false);
+    if (known.is_object() && old) {
+        known[key] = value;
+        fuzz::require(Json::parse(after).dump() == known.dump(), "what the file says is what it said");
+    }
 }
 
 } // namespace
@@ -67,6 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::require(store.folderMap().at(QStringLiteral("site")) == "/folder", "a folder that was saved is there");
     store.signOut(platform);
     fuzz::require(!store.token(platform), "there is no token after signing out");
+    removeKept(store);
     return 0;
 }
 

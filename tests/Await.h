@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/Task.h"
+#include "tests/Deadline.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -13,9 +14,6 @@
 #include <stdexcept>
 
 namespace driftwell::tests {
-
-/// Long enough for the slowest machine under the slowest sanitizer, since it only ends a test that would hang.
-inline constexpr std::chrono::seconds deadline(60);
 
 /// Runs the event loop until the condition holds. Throws when the deadline passes first.
 inline void waitUntil(const std::function<bool()>& condition) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "desktop/DesktopServices.h"
+#include "desktop/WindowServices.h"
 #include "support/Completion.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +16,7 @@ namespace driftwell::tests {
 
 /// A desktop that does nothing but remember what it was asked. A question that the test did not expect fails the test,
 /// and so does an expected one that never came.
-class RecordingDesktopServices final : public DesktopServices {
+class RecordingDesktopServices final : public WindowServices, public DesktopServices {
 public:
     using FolderAnswer = Completion<std::optional<std::filesystem::path>>;
 

@@ -1,120 +1,54 @@
 #include "core/AppState.h"
 
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
 #include "core/Gates.h"
+#include "core/NewProject.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
+#include "platform/PlatformClient.h"
 
-#include <QPointer>
-
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace driftwell {
 
 AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop,
                    std::unique_ptr<QSettings> defaults, Sleeper sleep)
     : m_client(std::move(client)),
-      m_desktop(desktop),
-      m_sleep(std::move(sleep)),
-      m_defaults(std::move(defaults)),
-      m_needsOnboarding(wantsOnboarding(*m_defaults)) {
-    connect(this, &AppState::deployFlowChanged, this, &AppState::isDeployingChanged);
+      m_catalog(std::make_unique<Catalog>()),
+      m_connection(std::make_unique<Connection>(*m_client, *m_catalog, sleep)),
+      m_gates(std::make_unique<Gates>(std::move(defaults))),
+      m_siteOperations(std::make_unique<SiteOperations>(*m_client, *m_connection, *m_catalog, desktop)),
+      m_signIn(std::make_unique<SignIn>(*m_client, *m_connection, desktop, sleep)) {
+    const auto followUp = [operations = m_siteOperations.get()](QString site, std::stop_token stop) {
+        return operations->followNewVersion(std::move(site), std::move(stop));
+    };
+    m_deployments = std::make_unique<Deployments>(*m_client, *m_connection, followUp);
+    const auto begin = [deployments = m_deployments.get()](const std::filesystem::path& folder) {
+        deployments->beginDeploy(folder);
+    };
+    m_newProject = std::make_unique<NewProject>(*m_connection, *m_gates, desktop, begin);
 }
 
-AppState::~AppState() {
-    // Before the client goes: what is stopped does not touch it again.
-    requestStop();
-}
+AppState::~AppState() = default;
 
-void AppState::requestStop() {
-    m_lifetime.request_stop();
-    if (m_deployTask) {
-        m_deployTask->request_stop();
-    }
-    if (m_signInTask) {
-        m_signInTask->request_stop();
-    }
+void AppState::start() {
+    m_connection->start();
 }
 
 Task<> AppState::end() {
-    const QPointer<AppState> self(this);
-    requestStop();
-    co_await endDeployments();
-    if (self) {
-        co_await m_background.ended();
+    // All are stopped before the first is awaited. What uses another part ends before it, here and below.
+    std::vector<Task<>> ends;
+    ends.push_back(m_signIn->end());
+    ends.push_back(m_newProject->end());
+    ends.push_back(m_deployments->end());
+    ends.push_back(m_siteOperations->end());
+    ends.push_back(m_connection->end());
+    for (Task<>& ended : ends) {
+        co_await ended;
     }
-}
-
-void AppState::start() {
-    if (m_started) {
-        return;
-    }
-    m_started = true;
-    reloadConfig();
-    m_background.run(refreshLoop(lifetime()));
-}
-
-void AppState::reloadConfig() {
-    const ConfigStore& store = m_client->store();
-    const std::optional<QString> host = store.resolveHost();
-    m_config = host ? std::optional<PlatformConfig>(*host) : std::nullopt;
-    m_status = host ? Status::connecting() : Status::noHost();
-    const std::optional<QString> repo = store.localRepoPath();
-    m_localRepo = repo ? std::optional<std::filesystem::path>(repo->toStdString()) : std::nullopt;
-}
-
-void AppState::setHost(const QString& host) {
-    const QString trimmed = host.trimmed();
-    if (trimmed.isEmpty()) {
-        return;
-    }
-    try {
-        m_client->store().saveConfig({{"host", trimmed.toStdString()}});
-    } catch (const std::exception&) {
-        // The platform holds for this run and is forgotten at the next start.
-    }
-    m_config = PlatformConfig(trimmed);
-    m_status = Status::connecting();
-    m_background.run(refresh(lifetime()));
-}
-
-void AppState::clearPlatformData() {
-    m_sites = QList<SiteInfo>();
-    m_libs = QList<LibInfo>();
-    m_stats = std::nullopt;
-    m_deployHistory = DeployHistory();
-    m_known = {};
-}
-
-SiteLists& AppState::siteLists() const {
-    const QList<SiteInfo> sites = m_sites;
-    if (!m_siteLists.areOf(sites)) {
-        m_siteLists = SiteLists(sites);
-    }
-    return m_siteLists;
-}
-
-QList<SiteInfo> AppState::filteredSites() const {
-    return siteLists().filtered(m_filter, m_sortOrder);
-}
-
-QList<SiteInfo> AppState::recentSites() const {
-    return siteLists().recent();
-}
-
-bool AppState::isDeploying() const {
-    const std::shared_ptr<DeployFlow> flow = m_deployFlow;
-    return flow && flow->isDeploying();
-}
-
-std::optional<QString> AppState::deployingSiteName() const {
-    return isDeploying() ? std::optional(deployFlow()->siteName()) : std::nullopt;
-}
-
-std::optional<SiteInfo> AppState::existingSite(const QString& name) const {
-    const QList<SiteInfo> sites = m_sites;
-    const auto found =
-        std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
-    return found == sites.end() ? std::nullopt : std::optional(*found);
 }
 
 } // namespace driftwell

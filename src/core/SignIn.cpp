@@ -1,33 +1,46 @@
-#include "core/AppState.h"
+#include "core/SignIn.h"
+
+#include "core/Connection.h"
+#include "desktop/DesktopServices.h"
+#include "platform/PlatformClient.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
+#include "support/WhileAlive.h"
 
-#include <QPointer>
+#include <utility>
 
 namespace driftwell {
 
-void AppState::signIn() {
-    if (!m_config.value() || m_signInTask) {
+SignIn::SignIn(PlatformClient& client, Connection& connection, DesktopServices& desktop, Sleeper sleep)
+    : m_client(client), m_connection(connection), m_desktop(desktop), m_sleep(std::move(sleep)) {}
+
+SignIn::~SignIn() = default;
+
+void SignIn::signIn() {
+    const std::optional<PlatformConfig> config = m_connection.config();
+    if (!config || m_signInTask) {
         return;
     }
     m_signInError = std::nullopt;
     m_isSigningIn = true;
     m_signInTask.emplace();
-    m_background.run(runSignIn(*m_config.value(), m_signInTask->get_token()));
+    m_tasks.run(runSignIn(*config, m_signInTask->get_token()));
 }
 
-Task<> AppState::runSignIn(PlatformConfig config, std::stop_token stop) {
-    const QPointer<AppState> self(this);
+Task<> SignIn::runSignIn(PlatformConfig config, std::stop_token cancel) {
+    const StopScope either(cancel, m_tasks.token());
     std::optional<QString> error;
     try {
-        co_await enter(config, stop);
+        co_await whileAlive(this, enter(config, either.token()));
+    } catch (const OwnerGone&) {
+        throw;
     } catch (const Cancelled&) {
         // Whoever cancelled knows.
     } catch (const std::exception& failure) {
         error = describe(failure);
     }
     // One that was cancelled has ended for the person already, and another may be running.
-    if (!self || !isRunningSignIn(stop)) {
+    if (!isRunningSignIn(cancel)) {
         co_return;
     }
     if (error) {
@@ -37,28 +50,20 @@ Task<> AppState::runSignIn(PlatformConfig config, std::stop_token stop) {
     m_signInTask.reset();
 }
 
-Task<> AppState::enter(PlatformConfig config, std::stop_token stop) {
-    const QPointer<AppState> self(this);
+Task<> SignIn::enter(PlatformConfig config, std::stop_token stop) {
     const auto openUrl = [desktop = &m_desktop](const QUrl& url) {
         desktop->openUrl(url);
     };
-    const Identity identity = co_await m_client->signIn(config, openUrl, m_sleep, stop);
-    if (!self) {
-        co_return;
-    }
-    // The platform can have been changed meanwhile; this person is nobody there.
-    if (m_config.value() == config) {
-        m_identity = identity;
-    }
-    m_status = Status::connecting();
-    co_await refresh(stop);
+    const Identity person = co_await whileAlive(this, m_client.signIn(config, openUrl, m_sleep, stop));
+    m_connection.enter(config, person);
+    co_await m_connection.refresh(stop);
 }
 
-bool AppState::isRunningSignIn(const std::stop_token& stop) const {
-    return m_signInTask && m_signInTask->get_token() == stop;
+bool SignIn::isRunningSignIn(const std::stop_token& cancel) const {
+    return m_signInTask && m_signInTask->get_token() == cancel;
 }
 
-void AppState::cancelSignIn() {
+void SignIn::cancelSignIn() {
     if (m_signInTask) {
         m_signInTask->request_stop();
         m_signInTask.reset();
@@ -66,14 +71,19 @@ void AppState::cancelSignIn() {
     m_isSigningIn = false;
 }
 
-void AppState::signOut() {
-    if (!m_config.value()) {
+void SignIn::signOut() {
+    const std::optional<PlatformConfig> config = m_connection.config();
+    if (!config) {
         return;
     }
     cancelSignIn();
-    m_client->store().signOut(*m_config.value());
-    signOutLocally();
+    m_client.store().signOut(*config);
+    m_connection.leave();
     m_signInError = std::nullopt;
+}
+
+Task<> SignIn::end() {
+    return m_tasks.end();
 }
 
 } // namespace driftwell

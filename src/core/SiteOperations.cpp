@@ -1,26 +1,32 @@
-#include "core/AppState.h"
+#include "core/SiteOperations.h"
+
+#include "core/Catalog.h"
+#include "core/Connection.h"
 #include "core/DeployHistory.h"
 #include "core/WebAddress.h"
+#include "desktop/DesktopServices.h"
+#include "platform/PlatformClient.h"
+#include "platform/PlatformError.h"
 #include "support/Cancellation.h"
+#include "support/WhileAlive.h"
 
-#include <QPointer>
+#include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <utility>
 
 namespace driftwell {
 
 namespace {
 
-/// A key that stands in one of the model's sets for as long as this lives.
+/// A key that stands in one of the sets for as long as this lives.
 template <class Set> class InFlight {
 public:
-    InFlight(AppState& model, Set& set, QString key) : m_model(&model), m_set(&set), m_key(std::move(key)) {
+    InFlight(SiteOperations* owner, Set& set, QString key) : m_owner(owner), m_set(&set), m_key(std::move(key)) {
         QSet<QString> keys = m_set->value();
         m_set->setValue(keys << m_key);
     }
     ~InFlight() {
-        if (m_model) {
+        if (m_owner) {
             QSet<QString> keys = m_set->value();
             keys.remove(m_key);
             m_set->setValue(keys);
@@ -30,165 +36,178 @@ public:
     InFlight& operator=(const InFlight&) = delete;
 
 private:
-    QPointer<AppState> m_model;
+    QPointer<SiteOperations> m_owner;
     Set* m_set;
     QString m_key;
 };
 
-/// The answer to a request; absent when the model has gone, and when the request was cancelled or failed. `error`, a
-/// field of the model, then says why it failed.
+/// A platform that an operation asks, and who is told.
+struct Asker {
+    SiteOperations* owner;
+    const Connection& connection;
+    Connection::Session session;
+};
+
+/// The answer to a request; absent when it failed, and `error`, a field of the owner, then says why. Throws Cancelled,
+/// also for the answer of a platform that is not the present one any more.
 template <class Answer, class Error>
-Task<std::optional<Answer>> answerTo(Task<Answer> request, QPointer<AppState> model, Error* error) {
+Task<std::optional<Answer>> answerTo(Task<Answer> request, Asker asker, Error* error) {
     try {
-        Answer answer = co_await request;
-        co_return model ? std::optional(std::move(answer)) : std::nullopt;
+        Answer answer = co_await whileAlive(asker.owner, std::move(request));
+        asker.connection.requireCurrent(asker.session);
+        co_return std::move(answer);
     } catch (const Cancelled&) {
-        co_return std::nullopt;
+        throw;
     } catch (const std::exception& failure) {
-        if (model) {
-            *error = describe(failure);
-        }
+        *error = describe(failure);
         co_return std::nullopt;
     }
 }
 
 } // namespace
 
-Task<> AppState::rollback(SiteInfo site) {
-    const std::optional<PlatformConfig> config = m_config;
-    if (!config) {
+SiteOperations::SiteOperations(PlatformClient& client, Connection& connection, Catalog& catalog,
+                               DesktopServices& desktop)
+    : m_client(client), m_connection(connection), m_catalog(catalog), m_desktop(desktop) {}
+
+SiteOperations::~SiteOperations() = default;
+
+Task<> SiteOperations::rollback(SiteInfo site) {
+    return m_tasks.run(runRollback(std::move(site)));
+}
+
+Task<> SiteOperations::deleteSite(SiteInfo site) {
+    return m_tasks.run(runDeleteSite(std::move(site)));
+}
+
+Task<> SiteOperations::setLib(QString lib, bool enabled, QString site) {
+    return m_tasks.run(runSetLib(std::move(lib), enabled, std::move(site)));
+}
+
+Task<> SiteOperations::setAccess(QString site, std::optional<SiteAccessMode> mode, std::optional<QList<QString>> emails,
+                                 std::optional<bool> anyoneCanComment) {
+    return m_tasks.run(runSetAccess(std::move(site), mode, std::move(emails), anyoneCanComment));
+}
+
+Task<> SiteOperations::loadDeployHistory(QString site) {
+    return m_tasks.run(fetchDeployHistory(std::move(site), m_tasks.token()));
+}
+
+Task<> SiteOperations::followNewVersion(QString site, std::stop_token stop) {
+    return m_tasks.run(refreshAndReload(std::move(site), std::move(stop)));
+}
+
+Task<> SiteOperations::end() {
+    return m_tasks.end();
+}
+
+Task<> SiteOperations::runRollback(SiteInfo site) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session) {
         co_return;
     }
-    const QPointer<AppState> self(this);
-    const InFlight entry(*this, m_rollbacksInFlight, site.name);
-    const std::stop_token stop = lifetime();
-    Task<RollbackResponse> request = m_client->rollback(*config, site.name, stop);
-    if (!co_await answerTo(std::move(request), self, &m_rollbackError)) {
-        co_return;
-    }
-    co_await refresh(stop);
-    if (self) {
-        co_await reloadExpandedHistory(site.name, stop);
+    const Asker asker{this, m_connection, *session};
+    const InFlight entry(this, m_rollbacksInFlight, site.name);
+    const std::stop_token stop = m_tasks.token();
+    Task<RollbackResponse> request = m_client.rollback(session->config, site.name, stop);
+    if (co_await answerTo(std::move(request), asker, &m_rollbackError)) {
+        co_await refreshAndReload(site.name, stop);
     }
 }
 
-Task<> AppState::deleteSite(SiteInfo site) {
-    const std::optional<PlatformConfig> config = m_config;
-    if (!config) {
+Task<> SiteOperations::runDeleteSite(SiteInfo site) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session) {
         co_return;
     }
-    const QPointer<AppState> self(this);
-    const InFlight entry(*this, m_deletesInFlight, site.name);
-    const std::stop_token stop = lifetime();
-    Task<DeleteSiteResponse> request = m_client->deleteSite(*config, site.name, stop);
-    if (co_await answerTo(std::move(request), self, &m_deleteError)) {
-        forgetSite(site.name);
-        co_await refresh(stop);
+    const Asker asker{this, m_connection, *session};
+    const InFlight entry(this, m_deletesInFlight, site.name);
+    const std::stop_token stop = m_tasks.token();
+    Task<DeleteSiteResponse> request = m_client.deleteSite(session->config, site.name, stop);
+    if (co_await answerTo(std::move(request), asker, &m_deleteError)) {
+        m_catalog.forgetSite(site.name);
+        co_await m_connection.refresh(stop);
     }
 }
 
-void AppState::forgetSite(const QString& name) {
-    if (m_expandedSite.value() == name) {
-        m_expandedSite = std::nullopt;
-    }
-    DeployHistory history = m_deployHistory;
-    history.remove(name);
-    m_deployHistory = history;
-
-    QList<SiteInfo> sites = m_sites;
-    if (sites.removeIf([&name](const SiteInfo& site) { return site.name == name; }) > 0) {
-        changeSites(sites);
-    }
-}
-
-Task<> AppState::setLib(QString lib, bool enabled, QString site) {
-    const std::optional<PlatformConfig> config = m_config;
-    if (!config) {
+Task<> SiteOperations::runSetLib(QString lib, bool enabled, QString site) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session) {
         co_return;
     }
-    const QPointer<AppState> self(this);
-    const InFlight entry(*this, m_libTogglesInFlight, site + u'/' + lib);
-    Task<SiteLibsResponse> request = m_client->setLib(*config, site, lib, enabled, lifetime());
-    const auto answer = co_await answerTo(std::move(request), self, &m_libToggleError);
+    const Asker asker{this, m_connection, *session};
+    const InFlight entry(this, m_libTogglesInFlight, site + u'/' + lib);
+    Task<SiteLibsResponse> request = m_client.setLib(session->config, site, lib, enabled, m_tasks.token());
+    const auto answer = co_await answerTo(std::move(request), asker, &m_libToggleError);
     if (answer) {
-        changeSite(answer->site, [&answer](SiteInfo& changed) { changed.libs = answer->libs; });
+        m_catalog.changeSite(answer->site, [&answer](SiteInfo& changed) { changed.libs = answer->libs; });
         m_libToggleError = std::nullopt;
     }
 }
 
-Task<> AppState::setAccess(QString site, std::optional<SiteAccessMode> mode, std::optional<QList<QString>> emails,
-                           std::optional<bool> anyoneCanComment) {
-    const std::optional<PlatformConfig> config = m_config;
-    if (!config || (!mode && !emails && !anyoneCanComment)) {
+Task<> SiteOperations::runSetAccess(QString site, std::optional<SiteAccessMode> mode,
+                                    std::optional<QList<QString>> emails, std::optional<bool> anyoneCanComment) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session || (!mode && !emails && !anyoneCanComment)) {
         co_return;
     }
-    const QPointer<AppState> self(this);
-    const InFlight entry(*this, m_accessInFlight, site);
+    const Asker asker{this, m_connection, *session};
+    const InFlight entry(this, m_accessInFlight, site);
     const PlatformClient::AccessChange change{mode, emails, anyoneCanComment};
-    Task<SiteAccessResponse> request = m_client->setAccess(*config, site, change, lifetime());
-    const auto answer = co_await answerTo(std::move(request), self, &m_accessError);
+    Task<SiteAccessResponse> request = m_client.setAccess(session->config, site, change, m_tasks.token());
+    const auto answer = co_await answerTo(std::move(request), asker, &m_accessError);
     if (answer) {
         const SiteAccess access{answer->mode, answer->emails, answer->owner, answer->anyoneCanComment};
-        changeSite(answer->site, [&access](SiteInfo& changed) { changed.access = access; });
+        m_catalog.changeSite(answer->site, [&access](SiteInfo& changed) { changed.access = access; });
         m_accessError = std::nullopt;
     }
 }
 
-void AppState::changeSite(const QString& name, const std::function<void(SiteInfo&)>& change) {
-    QList<SiteInfo> sites = m_sites;
-    const auto found =
-        std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
-    if (found != sites.end()) {
-        change(*found);
-        changeSites(sites);
-    }
-}
-
-void AppState::changeSites(const QList<SiteInfo>& sites) {
-    m_sites = sites;
-    // The next answer is to be decoded even if it brings the bytes from before this change.
-    m_known.sites.clear();
-}
-
-Task<> AppState::loadDeployHistory(QString site) {
-    return fetchDeployHistory(std::move(site), lifetime());
-}
-
-Task<> AppState::fetchDeployHistory(QString site, std::stop_token stop) {
-    const std::optional<PlatformConfig> config = m_config;
-    if (!config) {
+Task<> SiteOperations::fetchDeployHistory(QString site, std::stop_token stop) {
+    const std::optional<Connection::Session> session = m_connection.session();
+    if (!session) {
         co_return;
     }
-    const QPointer<AppState> self(this);
     try {
-        const std::optional<LogsResponse> answer = co_await m_client->logs(*config, site, historyLogLines, stop);
-        if (self && answer) {
-            DeployHistory history = m_deployHistory;
-            history[site] = driftwell::deployHistory(answer->entries);
-            m_deployHistory = history;
+        Task<std::optional<LogsResponse>> request = m_client.logs(session->config, site, historyLogLines, stop);
+        const std::optional<LogsResponse> answer = co_await whileAlive(this, std::move(request));
+        m_connection.requireCurrent(*session);
+        if (answer) {
+            m_catalog.storeHistory(site, deployHistory(answer->entries));
         }
     } catch (const std::exception&) {
         // What was loaded before stays.
     }
 }
 
-Task<> AppState::reloadExpandedHistory(QString site, std::stop_token stop) {
-    if (m_expandedSite.value() == site) {
-        co_await fetchDeployHistory(std::move(site), std::move(stop));
+Task<> SiteOperations::refreshAndReload(QString site, std::stop_token stop) {
+    const StopScope either(std::move(stop), m_tasks.token());
+    co_await whileAlive(this, m_connection.refresh(either.token()));
+    if (m_catalog.expandedSite() == site) {
+        co_await fetchDeployHistory(site, either.token());
     }
 }
 
-void AppState::openSite(const SiteInfo& site) {
-    const std::optional<QUrl> address = webAddress(site.url);
-    if (m_config.value() && address) {
+void SiteOperations::openSite(const SiteInfo& site) {
+    if (m_connection.config()) {
+        openAddress(site.url);
+    }
+}
+
+void SiteOperations::openAddress(const QString& url) {
+    if (const std::optional<QUrl> address = webAddress(url)) {
         m_desktop.openUrl(*address);
     }
 }
 
-void AppState::revealFolder(const QString& site) {
-    const auto folders = m_client->store().folderMap();
+bool SiteOperations::hasFolder(const QString& site) const {
+    return m_client.store().folderMap().contains(site);
+}
+
+void SiteOperations::revealFolder(const QString& site) {
+    const auto folders = m_client.store().folderMap();
     const auto found = folders.find(site);
-    if (m_config.value() && found != folders.end()) {
+    if (m_connection.config() && found != folders.end()) {
         m_desktop.showInFileManager(found->second);
     }
 }

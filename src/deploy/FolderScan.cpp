@@ -1,6 +1,5 @@
 #include "deploy/FolderScan.h"
 
-#include "platform/PlatformClient.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
 #include "support/OpenBeneath.h"
@@ -298,10 +297,6 @@ FolderScan scanFolder(const std::filesystem::path& folder, const std::stop_token
         throw PlatformError::api(QStringLiteral("cannot read ") + QString::fromStdString(folder.string()));
     }
     return Walk(std::move(root), folder, stop).run();
-}
-
-FolderScan PlatformClient::scan(const std::filesystem::path& folder) {
-    return scanFolder(folder);
 }
 
 } // namespace driftwell

@@ -61,8 +61,8 @@ std::string joined(const auto& texts, char separator) {
 
 // Where the system's programs and libraries are, and what the loader of programs reads besides.
 constexpr std::array readableBySystem{
-    "/usr/bin", "/usr/lib", "/usr/lib32", "/usr/lib64", "/bin", "/lib", "/lib32", "/lib64", "/etc/ld.so.cache",
-    "/etc/ld.so.preload", "/dev/null",
+    "/usr/bin", "/usr/lib", "/usr/lib32",       "/usr/lib64",         "/bin",      "/lib",
+    "/lib32",   "/lib64",   "/etc/ld.so.cache", "/etc/ld.so.preload", "/dev/null",
 };
 
 /// A folder to pack and how.
@@ -155,7 +155,9 @@ ProcessEnvironment tarEnvironment(const Packing& packing) {
 ChildProcess::Command tarCommand(const Packing& packing) {
     ChildProcess::Command tar;
     tar.program = "/usr/bin/tar";
-    tar.arguments = {"--format", "ustar", "-czf", packing.archive().string(), "-C", packing.folder.string(),
+    tar.arguments = {"--format", "ustar",
+                     "-czf",     packing.archive().string(),
+                     "-C",       packing.folder.string(),
                      "-T",       packing.list().string()};
     tar.environment = tarEnvironment(packing);
     tar.confinement = packing.confinement;
@@ -164,8 +166,7 @@ ChildProcess::Command tarCommand(const Packing& packing) {
 
 /// The words of tar's failure, and what can be seen to have caused it. Blocking.
 PlatformError explained(const QString& failure, const Packing& packing) {
-    const std::optional<QString> cause =
-        findPackingFailure(packing.root.get(), packing.files, packing.workingFolder);
+    const std::optional<QString> cause = findPackingFailure(packing.root.get(), packing.files, packing.workingFolder);
     return PlatformError::api(cause ? failure + QStringLiteral(": ") + *cause : failure);
 }
 
@@ -184,8 +185,8 @@ void check(const Packing& packing) {
 Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
                                        std::filesystem::path workingFolder, std::filesystem::path helpers,
                                        std::stop_token stop) {
-    const auto packing = std::make_shared<Packing>(Packing{
-        std::move(folder), std::move(files), std::move(workingFolder), std::move(helpers), std::move(stop)});
+    const auto packing = std::make_shared<Packing>(
+        Packing{std::move(folder), std::move(files), std::move(workingFolder), std::move(helpers), std::move(stop)});
     const auto prepareWork = [packing] {
         prepare(*packing);
     };
@@ -194,7 +195,7 @@ Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan 
     std::optional<QString> failure;
     try {
         ChildProcess::Command tar = tarCommand(*packing);
-        co_await runTool(std::move(tar));
+        co_await runTool(std::move(tar), packing->stop);
     } catch (const PlatformError& failed) {
         failure = failed.description();
     }

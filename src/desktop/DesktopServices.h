@@ -2,7 +2,6 @@
 
 #include "support/Task.h"
 
-#include <QObject>
 #include <QString>
 #include <QUrl>
 
@@ -11,15 +10,15 @@
 
 namespace driftwell {
 
-/// Whether the person works on a dark or a light desktop.
-enum class ColorScheme { Light, Dark };
-
-/// What the application asks of the desktop that it runs on. An interface, so that a program without windows and the
-/// tests can stand in for one. Used on the main thread; the owner outlives every call.
-class DesktopServices : public QObject {
-    Q_OBJECT
-
+/// What the model asks of the desktop that the application runs on. An interface, so that the tests can stand in for
+/// one. Used on the main thread; the owner outlives every call.
+class DesktopServices {
 public:
+    DesktopServices() = default;
+    virtual ~DesktopServices() = default;
+    DesktopServices(const DesktopServices&) = delete;
+    DesktopServices& operator=(const DesktopServices&) = delete;
+
     /// Brings the application to the front and lets the person choose one folder. `prompt` names the confirming button,
     /// `message` says what the folder is for. Absent when the person cancels.
     [[nodiscard]] virtual Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message) = 0;
@@ -31,14 +30,6 @@ public:
     /// Opens the file manager on the folder that holds `path`, with `path` selected. Whether it exists is not looked
     /// into.
     virtual void showInFileManager(const std::filesystem::path& path) = 0;
-
-    /// Replaces the clipboard's content.
-    virtual void copyText(const QString& text) = 0;
-
-    [[nodiscard]] virtual ColorScheme colorScheme() const = 0;
-
-Q_SIGNALS:
-    void colorSchemeChanged();
 };
 
 } // namespace driftwell

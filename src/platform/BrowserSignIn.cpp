@@ -9,7 +9,7 @@ namespace driftwell {
 
 namespace {
 
-constexpr std::chrono::seconds patience(300);
+constexpr std::chrono::seconds timeout(300);
 
 /// The platform's sign-in page, told where to send the browser afterwards.
 QUrl loginUrl(const PlatformConfig& config, std::uint16_t port, const QString& state) {
@@ -22,7 +22,7 @@ QUrl loginUrl(const PlatformConfig& config, std::uint16_t port, const QString& s
 }
 
 Task<QString> timeOut(Sleeper sleep, std::stop_token stop) {
-    co_await sleep(patience, std::move(stop));
+    co_await sleep(timeout, std::move(stop));
     throw PlatformError::api(QStringLiteral("Timed out waiting for the browser sign-in."));
 }
 
@@ -59,7 +59,7 @@ Task<Identity> PlatformClient::signIn(PlatformConfig config, std::function<void(
 
     store.saveToken(token, config);
     try {
-        const Identity identity = co_await ownerOf(token, config, stop);
+        const Identity identity = co_await signedInPerson(config, stop);
         throwIfCancelled(stop);
         co_return identity;
     } catch (...) {

@@ -18,6 +18,14 @@ constexpr const char* signedInPage =
     "<h1 style=\"font-size:1.25rem\">Signed in to Driftwell</h1>\n"
     "<p style=\"color:#6C6B87\">You can close this tab — the app is ready.</p>\n";
 
+/// Of a callback that is not taken. `reason` is a sentence.
+QByteArray refusedPage(const char* reason) {
+    return QByteArray("<!doctype html><meta charset=\"utf-8\"><title>Not signed in to Driftwell</title>\n"
+                      "<body style=\"font-family:system-ui,sans-serif;margin:14vh auto;max-width:26rem\">\n"
+                      "<h1 style=\"font-size:1.25rem\">Not signed in to Driftwell</h1>\n<p>") +
+           reason + "</p>\n";
+}
+
 constexpr const char* notFoundPage = "<!doctype html><title>Driftwell</title>";
 
 std::string_view withoutLeading(std::string_view text, std::string_view prefix) {
@@ -78,6 +86,20 @@ QByteArray callbackResponse(const QByteArray& status, const QByteArray& page) {
 
 QByteArray signedInResponse() {
     return callbackResponse("200 OK", signedInPage);
+}
+
+QByteArray otherAccountResponse() {
+    return callbackResponse(
+        "403 Forbidden",
+        refusedPage("This browser runs under another account of this computer than the one that is signing in. Nothing "
+                    "was signed in. Open the sign-in page in a browser of that account."));
+}
+
+QByteArray unknownAccountResponse() {
+    return callbackResponse(
+        "403 Forbidden",
+        refusedPage("The system does not tell under which account of this computer this browser runs. Nothing was "
+                    "signed in. Sign in with a token instead: dw login --with-token"));
 }
 
 QByteArray notFoundResponse() {

@@ -44,8 +44,11 @@ private:
 /// A whole answer, to be followed by the end of the connection. `status` is for example "404 Not Found", `page` HTML.
 [[nodiscard]] QByteArray callbackResponse(const QByteArray& status, const QByteArray& page);
 
-/// The answer to the callback that brings the token, and the one to every other request.
+/// The answer to the callback that brings the token; the ones to a callback that is as good, but came from another
+/// account of this machine, or from one that the system does not tell; and the one to every other request.
 [[nodiscard]] QByteArray signedInResponse();
+[[nodiscard]] QByteArray otherAccountResponse();
+[[nodiscard]] QByteArray unknownAccountResponse();
 [[nodiscard]] QByteArray notFoundResponse();
 
 } // namespace driftwell

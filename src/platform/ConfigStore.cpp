@@ -1,122 +1,69 @@
 #include "platform/ConfigStore.h"
 
-#include "platform/BoundedJson.h"
-#include "support/AtomicFile.h"
-#include "support/SystemError.h"
-#include "support/UniqueFd.h"
+#include "platform/JsonReader.h"
+#include "platform/PlatformError.h"
+#include "platform/Token.h"
+#include "support/HomeFolder.h"
 
-#include <QDir>
+#include <QUtf8StringView>
 
-#include <fcntl.h>
 #include <nlohmann/json.hpp>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <exception>
+#include <utility>
 
 namespace driftwell {
 
 using Json = nlohmann::json;
+using Loss = ConfigFile::Loss;
 
 namespace {
 
-std::filesystem::path home() {
-    return QDir::homePath().toStdString();
+bool isString(std::string_view value) {
+    return value.starts_with('"');
 }
 
-std::filesystem::path expandTilde(const std::string& path) {
-    if (path == "~") {
-        return home();
-    }
-    return path.starts_with("~/") ? home() / path.substr(2) : std::filesystem::path(path);
+bool isObject(std::string_view value) {
+    return value.starts_with('{');
 }
 
-std::optional<QString> nonEmptyVariable(const char* name) {
-    const QString value = qEnvironmentVariable(name);
-    return value.isEmpty() ? std::nullopt : std::optional(value);
+/// Absent for a text that is empty or has no form in Unicode.
+std::optional<QString> textOf(const std::string& bytes) {
+    if (bytes.empty() || !QUtf8StringView(bytes).isValidUtf8()) {
+        return std::nullopt;
+    }
+    return QString::fromStdString(bytes);
 }
 
-/// Empty when the file cannot be read to its end, as when a folder lies in its place.
-std::string contentOf(const std::filesystem::path& path) {
-    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    std::string content;
-    std::array<char, 16 * 1024> block;
-    for (;;) {
-        const ssize_t got = ::read(file.get(), block.data(), block.size());
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return got == 0 ? content : std::string();
-        }
-        content.append(block.data(), static_cast<std::size_t>(got));
+/// The object of that key. What is there in its place, and does not count as nothing, is lost.
+std::pair<JsonObjectText, Loss> objectAt(const JsonObjectText& file, const char* key) {
+    const std::string_view value = file.find(key);
+    if (isObject(value)) {
+        return {JsonObjectText(value), Loss::None};
     }
+    return {JsonObjectText(), value.empty() || value == "null" ? Loss::None : Loss::Some};
 }
-
-/// The entries of an object whose values are all strings; anything else counts as an empty one.
-std::map<std::string, std::string> stringEntries(const Json& object, const char* key) {
-    std::map<std::string, std::string> entries;
-    const auto found = object.find(key);
-    if (found == object.end() || !found->is_object()) {
-        return {};
-    }
-    for (const auto& [name, value] : found->items()) {
-        if (!value.is_string()) {
-            return {};
-        }
-        entries.emplace(name, value.get<std::string>());
-    }
-    return entries;
-}
-
-/// Pretty-printed, keys sorted, every slash escaped, one line feed at the end: the form that the command-line tool and
-/// the application have always written.
-std::string serialized(const Json& object) {
-    std::string text;
-    for (const char character : object.dump(2)) {
-        // A slash can only stand inside a string.
-        if (character == '/') {
-            text += '\\';
-        }
-        text += character;
-    }
-    text += '\n';
-    return text;
-}
-
-/// Holds the lock on a folder for its own lifetime.
-class FolderLock {
-public:
-    explicit FolderLock(const std::filesystem::path& folder)
-        : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        checked(m_folder.get(), folder.c_str());
-        int locked = 0;
-        do {
-            locked = ::flock(m_folder.get(), LOCK_EX);
-        } while (locked < 0 && errno == EINTR);
-        checked(locked, folder.c_str());
-    }
-
-private:
-    UniqueFd m_folder;
-};
 
 } // namespace
 
-ConfigStore::ConfigStore(std::filesystem::path file) : m_file(std::move(file)) {}
+ConfigStore::ConfigStore(std::filesystem::path file, std::chrono::milliseconds lockTimeout)
+    : m_file(std::move(file), lockTimeout) {}
 
 std::filesystem::path ConfigStore::configFile(const Bundle& bundle) {
     const std::optional<QString> configured = bundle.string(QStringLiteral("DWConfigDir"));
-    const std::filesystem::path folder = configured ? expandTilde(configured->toStdString()) : home() / ".config/dw";
-    return folder / "config.json";
+    return expandTilde(configured ? configured->toStdString() : "~/.config/dw") / "config.json";
+}
+
+void ConfigStore::requireReadable() const {
+    if (const std::optional<ConfigProblem> problem = m_file.problem()) {
+        throw PlatformError::api(QStringLiteral("%1 cannot be used: %2")
+                                     .arg(QString::fromStdString(problem->file.string()), problem->reason));
+    }
 }
 
 std::optional<QString> ConfigStore::resolveHost() const {
-    const std::optional<QString> variable = nonEmptyVariable("DW_HOST");
-    return variable ? variable : nonEmptyString("host");
+    const QString variable = qEnvironmentVariable("DW_HOST");
+    return variable.isEmpty() ? nonEmptyString("host") : variable;
 }
 
 std::optional<QString> ConfigStore::localRepoPath() const {
@@ -124,17 +71,25 @@ std::optional<QString> ConfigStore::localRepoPath() const {
 }
 
 std::optional<QString> ConfigStore::token(const PlatformConfig& config) const {
-    const std::optional<QString> variable = nonEmptyVariable("DW_TOKEN");
+    const std::optional<QString> variable = environmentToken();
     return variable ? variable : storedToken(config);
 }
 
+std::optional<QString> ConfigStore::environmentToken() {
+    const QString variable = qEnvironmentVariable("DW_TOKEN").trimmed();
+    return variable.isEmpty() ? std::nullopt : std::optional(variable);
+}
+
 std::optional<QString> ConfigStore::storedToken(const PlatformConfig& config) const {
-    const std::map<std::string, std::string> tokens = stringMap("tokens");
+    const StringMap tokens = stringMap("tokens");
     const auto found = tokens.find(config.origin().toStdString());
-    if (found == tokens.end() || found->second.empty()) {
-        return std::nullopt;
-    }
-    return QString::fromStdString(found->second);
+    return found == tokens.end() ? std::nullopt : textOf(found->second);
+}
+
+bool ConfigStore::hasTokenEntry(const PlatformConfig& config) const {
+    const JsonObjectText tokens = objectAt(m_file.read(), "tokens").first;
+    const std::string_view value = tokens.find(config.origin().toStdString());
+    return !value.empty() && value != R"("")" && value != "null";
 }
 
 std::map<QString, std::filesystem::path> ConfigStore::folderMap() const {
@@ -146,33 +101,33 @@ std::map<QString, std::filesystem::path> ConfigStore::folderMap() const {
 }
 
 void ConfigStore::saveConfig(const Json& updates) const {
-    update([&updates](Json& object) {
+    m_file.update([&updates](JsonObjectText& object) {
         for (const auto& [key, value] : updates.items()) {
-            object[key] = value;
+            object.set(key, value.dump());
         }
+        return Loss::None;
     });
 }
 
 void ConfigStore::saveToken(const std::optional<QString>& token, const PlatformConfig& config) const {
-    update([&token, &config](Json& object) {
-        std::map<std::string, std::string> tokens = stringEntries(object, "tokens");
-        const std::string origin = config.origin().toStdString();
-        if (token) {
-            tokens.insert_or_assign(origin, token->toStdString());
-        } else {
-            tokens.erase(origin);
-        }
-        object["tokens"] = tokens;
+    const std::string origin = config.origin().toStdString();
+    if (token) {
+        requireSendable(*token, QStringLiteral("The token"));
+        setEntry("tokens", origin, token->toStdString());
+        return;
+    }
+    requireReadable();
+    m_file.update([&origin](JsonObjectText& object) {
+        auto [tokens, loss] = objectAt(object, "tokens");
+        tokens.remove(origin);
+        object.set("tokens", tokens.text());
+        return loss;
     });
 }
 
 void ConfigStore::saveFolder(const QString& site, const std::filesystem::path& folder) const {
     try {
-        update([&site, &folder](Json& object) {
-            std::map<std::string, std::string> folders = stringEntries(object, "folders");
-            folders.insert_or_assign(site.toStdString(), folder.string());
-            object["folders"] = folders;
-        });
+        setEntry("folders", site.toStdString(), folder.string());
     } catch (const std::exception&) {
         // The site is published all the same; only the memory of its folder is lost.
     }
@@ -186,30 +141,37 @@ void ConfigStore::signOut(const PlatformConfig& config) const {
     }
 }
 
-Json ConfigStore::read() const {
-    std::optional<Json> json = parseBoundedJson(contentOf(m_file));
-    return json && json->is_object() ? std::move(*json) : Json::object();
+void ConfigStore::setEntry(const char* map, const std::string& name, const std::string& value) const {
+    const std::string text = Json(value).dump();
+    m_file.update([&](JsonObjectText& object) {
+        auto [entries, loss] = objectAt(object, map);
+        // One entry that is no string makes all the others unreadable.
+        if (entries.removeIf([](const std::string& entry) { return !isString(entry); }) > 0) {
+            loss = Loss::Some;
+        }
+        entries.set(name, text);
+        object.set(map, entries.text());
+        return loss;
+    });
 }
 
-std::map<std::string, std::string> ConfigStore::stringMap(const char* key) const {
-    return stringEntries(read(), key);
+/// The entries of an object whose values are all strings; anything else counts as an empty one.
+ConfigStore::StringMap ConfigStore::stringMap(const char* key) const {
+    StringMap strings;
+    bool areStrings = true;
+    objectAt(m_file.read(), key).first.forEach([&](const std::string& name, const std::string& value) {
+        areStrings = areStrings && isString(value);
+        if (areStrings) {
+            strings.emplace(name, unescapedJson(value));
+        }
+    });
+    return areStrings ? strings : StringMap();
 }
 
 std::optional<QString> ConfigStore::nonEmptyString(const char* key) const {
-    const Json object = read();
-    const auto found = object.find(key);
-    if (found == object.end() || !found->is_string() || found->get_ref<const std::string&>().empty()) {
-        return std::nullopt;
-    }
-    return QString::fromStdString(found->get<std::string>());
-}
-
-void ConfigStore::update(const std::function<void(Json&)>& change) const {
-    std::filesystem::create_directories(m_file.parent_path());
-    const FolderLock lock(m_file.parent_path());
-    Json object = read();
-    change(object);
-    replaceFile(m_file, serialized(object), S_IRUSR | S_IWUSR);
+    const JsonObjectText object = m_file.read();
+    const std::string_view value = object.find(key);
+    return isString(value) ? textOf(unescapedJson(value)) : std::nullopt;
 }
 
 } // namespace driftwell

@@ -1,18 +1,41 @@
 #pragma once
 
+#include "platform/HttpProxy.h"
+
 #include <QByteArray>
 #include <QString>
 
 #include <curl/curl.h>
 
+#include <optional>
+
 namespace driftwell {
 
-/// What a person reads of an exchange that brought no answer. `url` is the address that was tried, `detail` is
-/// libcurl's own description (CURLOPT_ERRORBUFFER), `systemError` is the errno of the failed system call or 0.
-[[nodiscard]] QString describeHttpFailure(CURLcode code, const QByteArray& url, const QByteArray& detail,
-                                          long systemError);
+/// An exchange that brought no answer.
+struct HttpFailure {
+    CURLcode code = CURLE_OK;
+    /// The address that was tried.
+    QByteArray url;
+    /// libcurl's own description (CURLOPT_ERRORBUFFER).
+    QByteArray detail = {};
+    /// The errno of the failed system call, or 0.
+    long systemError = 0;
+    /// The proxy that stood between, if one did.
+    std::optional<HttpProxy> proxy = {};
+    /// The status with which the proxy answered the wish for a connection, or 0.
+    long proxyStatus = 0;
+};
+
+/// What a person reads of it.
+[[nodiscard]] QString describeHttpFailure(const HttpFailure& failure);
 
 /// For an exchange that outlived one of its limits.
-[[nodiscard]] QString describeHttpTimeout(const QByteArray& url);
+[[nodiscard]] QString describeHttpTimeout(const QByteArray& url, const std::optional<HttpProxy>& proxy = {});
+
+/// For a request that the proxy did not pass on.
+[[nodiscard]] QString describeProxyRefusal(const HttpProxy& proxy, int status);
+
+/// For an answer whose headers are longer than they may be.
+[[nodiscard]] QString describeHttpHeaders(const QByteArray& url);
 
 } // namespace driftwell

@@ -5,6 +5,7 @@
 #include "support/Cancellation.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <map>
 #include <mutex>
 #include <system_error>
@@ -55,6 +56,7 @@ private:
     void endOverdue();
     [[nodiscard]] int waitTime() const;
 
+    HttpSockets m_sockets;
     std::unique_ptr<CURLM, MultiDeleter> m_multi;
     std::map<CURL*, std::shared_ptr<HttpTransfer>> m_running;
 
@@ -68,6 +70,10 @@ HttpSession::Network::Network() {
     static std::once_flag initialized;
     std::call_once(initialized, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
     m_multi.reset(curl_multi_init());
+    // Without descriptors for wake-ups libcurl does without, and nobody could tell the thread to do anything.
+    if (!m_multi || curl_multi_wakeup(m_multi.get()) != CURLM_OK) {
+        throw std::system_error(EMFILE, std::generic_category(), "no network");
+    }
     m_thread = std::thread([this] { run(); });
 }
 
@@ -130,7 +136,7 @@ void HttpSession::Network::run() {
 
 void HttpSession::Network::begin(const std::shared_ptr<HttpTransfer>& transfer) {
     try {
-        CURL* const easy = transfer->begin();
+        CURL* const easy = transfer->begin(m_sockets);
         m_running.emplace(easy, transfer);
         curl_multi_add_handle(m_multi.get(), easy);
     } catch (const std::system_error& failure) {

@@ -18,8 +18,8 @@ namespace driftwell {
 
 /// The bounds of one HTTP exchange.
 struct HttpLimits {
-    /// Without a byte in either direction, from the first attempt to connect on. Bytes that wait in the kernel's send
-    /// queue count as they drain.
+    /// Without a byte in either direction, from the first attempt to connect on: every byte of the other side counts,
+    /// wherever in its answer it stands. Bytes that wait in the kernel's send queue count as they drain.
     std::chrono::milliseconds idle = std::chrono::seconds(15);
     /// For the whole exchange.
     std::chrono::milliseconds total = std::chrono::seconds(600);
@@ -53,9 +53,9 @@ struct HttpResponse {
 /// HTTP exchanges on one network thread (libcurl's multi interface), which is started by the first exchange and sleeps
 /// while there is none. No cookies, no cache, nothing stored.
 ///
-/// Redirects are followed, to http and https only; headers that were given for the origin, the authorization among
-/// them, are not sent to another one. A request other than GET goes out on a fresh connection and is never re-sent when
-/// that connection breaks.
+/// Redirects with the status 301, 302, 303, 307 or 308 are followed, to http and https only; headers that were given
+/// for the origin, the authorization among them, are not sent to another one. A request other than GET goes out on a
+/// fresh connection and is never re-sent when that connection breaks.
 class HttpSession {
 public:
     explicit HttpSession(HttpLimits limits = {});
@@ -65,7 +65,8 @@ public:
     HttpSession& operator=(const HttpSession&) = delete;
 
     /// Gives the final answer, whatever its status. Throws PlatformError::unreachable with the reason when there is
-    /// none, std::system_error when the file to send cannot be read, and Cancelled, at once, when a stop is requested.
+    /// none, or its headers come to more than 1 MB, std::system_error when the file to send cannot be read or the
+    /// system has no descriptors left, and Cancelled, at once, when a stop is requested.
     [[nodiscard]] Task<HttpResponse> send(HttpRequest request, std::stop_token stop);
 
 private:

@@ -5,16 +5,15 @@
 #include "support/SystemError.h"
 
 #include <fcntl.h>
-#include <linux/sockios.h>
-#include <sys/ioctl.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <system_error>
 
@@ -24,23 +23,37 @@ namespace {
 
 constexpr int queueChecksPerIdleLimit = 8;
 
-/// The person's own exceptions from the proxy (no_proxy), and this machine, which no proxy can reach.
-std::string proxyExceptions() {
-    const std::string exceptions = "localhost,.localhost,127.0.0.1,::1";
-    for (const char* name : {"no_proxy", "NO_PROXY"}) {
-        if (const char* own = std::getenv(name); own != nullptr && *own != '\0') {
-            // "*" means every host, and only when it stands alone.
-            return std::string_view(own) == "*" ? own : exceptions + "," + own;
-        }
-    }
-    return exceptions;
+// Trailers and interim answers among them, which libcurl takes without end.
+constexpr std::int64_t maximumHeaderBytes = 1024 * 1024;
+
+// A reply grows by this once it is as large, so that the last step does not double it.
+constexpr qsizetype largestGrowth = 8 * 1024 * 1024;
+
+/// The redirects that say where the answer is; the other statuses of their kind mean something else.
+bool isRedirect(int status) {
+    constexpr std::array statuses{301, 302, 303, 307, 308};
+    return std::find(statuses.begin(), statuses.end(), status) != statuses.end();
+}
+
+int statusIn(std::string_view line) {
+    const std::string_view rest = line.substr(std::min(line.find(' ') + 1, line.size()));
+    int status = 0;
+    std::from_chars(rest.data(), rest.data() + rest.size(), status);
+    return status;
+}
+
+/// Whether nothing more can be opened; libcurl calls that many things.
+int lackOfDescriptors() {
+    const UniqueFd probe(::open("/", O_PATH | O_CLOEXEC));
+    return probe || (errno != EMFILE && errno != ENFILE) ? 0 : errno;
 }
 
 } // namespace
 
 HttpTransfer::HttpTransfer(HttpRequest request, HttpLimits limits) : m_request(std::move(request)), m_limits(limits) {}
 
-CURL* HttpTransfer::begin() {
+CURL* HttpTransfer::begin(HttpSockets& sockets) {
+    m_sessionSockets = &sockets;
     m_easy.reset(curl_easy_init());
     setRequest();
     setBody();
@@ -99,8 +112,8 @@ void HttpTransfer::setPolicy() {
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     // A cancel must not wait for the name lookup's thread.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-    // The limits are this class's own; libcurl's for connecting would come in before them.
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(m_limits.total.count()));
+    // The limits are this class's own, and all come in before libcurl's for connecting.
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(2 * m_limits.total.count()));
     if (m_request.method != "GET") {
         // libcurl sends a request again when a connection that it kept turns out to be dead.
         curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
@@ -112,6 +125,9 @@ void HttpTransfer::setCallbacks() {
     curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_errorText.data());
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, onOpenSocket);
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, onSocketClosed);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, m_sessionSockets);
     curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, onPrerequest);
     curl_easy_setopt(easy, CURLOPT_PREREQDATA, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);
@@ -126,11 +142,7 @@ void HttpTransfer::setCallbacks() {
         curl_easy_setopt(easy, CURLOPT_READDATA, this);
         curl_easy_setopt(easy, CURLOPT_SEEKFUNCTION, onSeek);
         curl_easy_setopt(easy, CURLOPT_SEEKDATA, this);
-        curl_easy_setopt(easy, CURLOPT_SOCKOPTFUNCTION, onSocket);
-        curl_easy_setopt(easy, CURLOPT_SOCKOPTDATA, this);
-        curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, onSocketClosed);
-        curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
-        // The connection, and with it the callbacks on its socket, ends with this transfer.
+        // What waits in the kernel is this transfer's alone.
         curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
     }
 }
@@ -143,7 +155,7 @@ void HttpTransfer::addHeader(const QByteArray& line) {
 
 HttpTransfer::Clock::time_point HttpTransfer::nextCheck() const {
     Clock::time_point check = std::min(m_started + m_limits.total, m_lastActivity + m_limits.idle);
-    if (!m_sockets.empty()) {
+    if (fileBody() != nullptr) {
         check = std::min(check, Clock::now() + m_limits.idle / queueChecksPerIdleLimit);
     }
     return check;
@@ -155,17 +167,21 @@ bool HttpTransfer::checkLimits() {
         noteActivity();
     }
     m_queued = queued;
+    noteReceivedBytes();
     const Clock::time_point present = Clock::now();
     return present < m_started + m_limits.total && present < m_lastActivity + m_limits.idle;
 }
 
+void HttpTransfer::noteReceivedBytes() {
+    for (const HttpSockets::Socket& socket : m_sockets) {
+        m_lastActivity = std::max(m_lastActivity, m_sessionSockets->lastReceived(socket).value_or(m_lastActivity));
+    }
+}
+
 int HttpTransfer::queuedInKernel() const {
     int sum = 0;
-    for (const curl_socket_t socket : m_sockets) {
-        int queued = 0;
-        if (::ioctl(socket, SIOCOUTQ, &queued) == 0) {
-            sum += queued;
-        }
+    for (const HttpSockets::Socket& socket : m_sockets) {
+        sum += m_sessionSockets->unsent(socket);
     }
     return sum;
 }
@@ -180,6 +196,11 @@ void HttpTransfer::finish(CURLcode code) {
     long status = 0;
     curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
     m_response.status = static_cast<int>(status);
+    // Only a proxy may answer so (RFC 9110, section 15.5.8).
+    if (const auto proxy = status == 407 ? usedProxy() : std::nullopt) {
+        m_outcome.fail(PlatformError::unreachable(describeProxyRefusal(*proxy, m_response.status)));
+        return;
+    }
     // Headers that break off are a whole answer to libcurl.
     if ((code == CURLE_OK && m_headComplete) || m_response.tooLarge) {
         m_outcome.succeed(std::move(m_response));
@@ -194,33 +215,70 @@ void HttpTransfer::finish(CURLcode code) {
         m_outcome.fail(PlatformError::unreachable(QStringLiteral("no response")));
         return;
     }
+    // To libcurl, a header that is longer than it takes is a lack of memory.
+    if (m_headerBytes > maximumHeaderBytes || (code == CURLE_OUT_OF_MEMORY && isWithinHead())) {
+        m_outcome.fail(PlatformError::unreachable(describeHttpHeaders(triedUrl())));
+        return;
+    }
     const CURLcode reason = code == CURLE_OK || m_resendRefused ? CURLE_GOT_NOTHING : code;
-    long systemError = 0;
-    curl_easy_getinfo(m_easy.get(), CURLINFO_OS_ERRNO, &systemError);
-    m_outcome.fail(
-        PlatformError::unreachable(describeHttpFailure(reason, triedUrl(), m_errorText.data(), systemError)));
+    m_outcome.fail(PlatformError::unreachable(describeHttpFailure(failureOf(reason))));
+}
+
+HttpFailure HttpTransfer::failureOf(CURLcode code) const {
+    HttpFailure failure{.code = code, .url = triedUrl(), .detail = m_errorText.data(), .proxy = usedProxy()};
+    curl_easy_getinfo(m_easy.get(), CURLINFO_OS_ERRNO, &failure.systemError);
+    curl_easy_getinfo(m_easy.get(), CURLINFO_HTTP_CONNECTCODE, &failure.proxyStatus);
+    if (code == CURLE_COULDNT_RESOLVE_PROXY) {
+        failure.proxy = proxyOf(failure.url);
+    }
+    if (m_sockets.empty()) {
+        const int lack = m_socketError != 0 ? m_socketError : lackOfDescriptors();
+        failure.systemError = lack != 0 ? lack : failure.systemError;
+    }
+    return failure;
+}
+
+std::optional<HttpProxy> HttpTransfer::usedProxy() const {
+    const QByteArray url = triedUrl();
+    std::optional<HttpProxy> proxy = proxyOf(url);
+    return proxy && leadsToProxy(*proxy, url, m_remotePort) ? proxy : std::nullopt;
 }
 
 void HttpTransfer::failTimedOut() {
-    m_outcome.fail(PlatformError::unreachable(describeHttpTimeout(triedUrl())));
+    m_outcome.fail(PlatformError::unreachable(describeHttpTimeout(triedUrl(), usedProxy())));
 }
 
-void HttpTransfer::readHeader(std::string_view line) {
+bool HttpTransfer::readHeader(std::string_view line) {
     noteActivity();
+    m_headerBytes += static_cast<std::int64_t>(line.size());
+    if (m_headerBytes > maximumHeaderBytes) {
+        return false;
+    }
     m_awaitingHead = false;
     if (line.starts_with("HTTP/")) {
-        m_headComplete = false;
-        return;
+        readStatusLine(line);
+    } else if (line == "\r\n" || line == "\n") {
+        m_headComplete = true;
     }
-    if (line != "\r\n" && line != "\n") {
-        return;
-    }
-    m_headComplete = true;
-    long status = 0;
-    curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    return true;
+}
+
+void HttpTransfer::readStatusLine(std::string_view line) {
+    m_headComplete = false;
+    const int status = statusIn(line);
+    // libcurl follows whatever has a Location and a status that begins with 3.
+    curl_easy_setopt(m_easy.get(), CURLOPT_FOLLOWLOCATION, isRedirect(status) ? 1L : 0L);
     if (status == 303) {
         // The other address is to be read; libcurl would use the given method on it.
         curl_easy_setopt(m_easy.get(), CURLOPT_CUSTOMREQUEST, nullptr);
+    }
+}
+
+void HttpTransfer::makeRoomFor(std::size_t more) {
+    const qsizetype needed = m_response.body.size() + static_cast<qsizetype>(more);
+    const qsizetype capacity = m_response.body.capacity();
+    if (needed > capacity) {
+        m_response.body.reserve(std::max(needed, capacity + std::min(capacity, largestGrowth)));
     }
 }
 
@@ -231,6 +289,7 @@ std::size_t HttpTransfer::receive(const char* data, std::size_t size) {
         m_response.body.clear();
         return CURL_WRITEFUNC_ERROR;
     }
+    makeRoomFor(size);
     m_response.body.append(data, static_cast<qsizetype>(size));
     return size;
 }
@@ -264,25 +323,44 @@ void HttpTransfer::reportSent(curl_off_t sent, curl_off_t total) {
     }
 }
 
-curl_socket_t HttpTransfer::onOpenSocket(void*, curlsocktype, curl_sockaddr* address) {
+curl_socket_t HttpTransfer::openSocket(const curl_sockaddr& address) {
     // Programs that are started meanwhile must not inherit the connection.
-    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    const int socket = ::socket(address.family, address.socktype | SOCK_CLOEXEC, address.protocol);
+    if (socket < 0) {
+        m_socketError = errno;
+        return CURL_SOCKET_BAD;
+    }
+    m_sockets.push_back(m_sessionSockets->add(socket));
+    // In both families the port comes second, after two bytes.
+    m_remotePort = ntohs(reinterpret_cast<const sockaddr_in*>(&address.addr)->sin_port);
+    return socket;
 }
 
-int HttpTransfer::onPrerequest(void* self, char*, char*, int, int) {
-    auto* const transfer = static_cast<HttpTransfer*>(self);
-    if (transfer->m_awaitingHead && transfer->m_request.method != "GET") {
-        transfer->m_resendRefused = true;
+int HttpTransfer::beginRequest(int remotePort, int localPort) {
+    if (m_awaitingHead && m_request.method != "GET") {
+        m_resendRefused = true;
         return CURL_PREREQFUNC_ABORT;
     }
-    transfer->m_awaitingHead = true;
-    transfer->m_headComplete = false;
+    m_awaitingHead = true;
+    m_headComplete = false;
+    m_remotePort = remotePort;
+    // A connection that was kept was opened by another exchange.
+    if (const auto socket = m_sessionSockets->find(localPort, remotePort)) {
+        m_sockets.assign(1, *socket);
+    }
     return CURL_PREREQFUNC_OK;
 }
 
+curl_socket_t HttpTransfer::onOpenSocket(void* self, curlsocktype, curl_sockaddr* address) {
+    return static_cast<HttpTransfer*>(self)->openSocket(*address);
+}
+
+int HttpTransfer::onPrerequest(void* self, char*, char*, int remotePort, int localPort) {
+    return static_cast<HttpTransfer*>(self)->beginRequest(remotePort, localPort);
+}
+
 std::size_t HttpTransfer::onHeader(char* data, std::size_t size, std::size_t count, void* self) {
-    static_cast<HttpTransfer*>(self)->readHeader({data, size * count});
-    return size * count;
+    return static_cast<HttpTransfer*>(self)->readHeader({data, size * count}) ? size * count : CURL_WRITEFUNC_ERROR;
 }
 
 std::size_t HttpTransfer::onBody(char* data, std::size_t size, std::size_t count, void* self) {
@@ -309,13 +387,8 @@ int HttpTransfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t uplo
     return 0;
 }
 
-int HttpTransfer::onSocket(void* self, curl_socket_t socket, curlsocktype) {
-    static_cast<HttpTransfer*>(self)->m_sockets.insert(socket);
-    return CURL_SOCKOPT_OK;
-}
-
-int HttpTransfer::onSocketClosed(void* self, curl_socket_t socket) {
-    static_cast<HttpTransfer*>(self)->m_sockets.erase(socket);
+int HttpTransfer::onSocketClosed(void* sockets, curl_socket_t socket) {
+    static_cast<HttpSockets*>(sockets)->remove(socket);
     return ::close(socket);
 }
 

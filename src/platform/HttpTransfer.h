@@ -1,6 +1,8 @@
 #pragma once
 
+#include "platform/HttpProxy.h"
 #include "platform/HttpSession.h"
+#include "platform/HttpSockets.h"
 #include "support/Completion.h"
 #include "support/UniqueFd.h"
 
@@ -9,10 +11,13 @@
 #include <array>
 #include <chrono>
 #include <memory>
-#include <set>
+#include <optional>
 #include <string_view>
+#include <vector>
 
 namespace driftwell {
+
+struct HttpFailure;
 
 /// One exchange: a libcurl easy handle with the request that it carries, the answer that it gathers, and the clock of
 /// its limits. Made by whoever sends; from then on touched by the network thread alone, save for outcome().
@@ -26,8 +31,9 @@ public:
 
     [[nodiscard]] Completion<HttpResponse> outcome() const { return m_outcome; }
 
-    /// Sets up the handle and starts the clock. Throws std::system_error when the file to send cannot be opened.
-    CURL* begin();
+    /// Sets up the handle and starts the clock. Throws std::system_error when the file to send cannot be opened. The
+    /// session's sockets outlive the exchange.
+    CURL* begin(HttpSockets& sockets);
     [[nodiscard]] CURL* handle() const { return m_easy.get(); }
 
     /// When to call checkLimits() next.
@@ -55,25 +61,34 @@ private:
     void addHeader(const QByteArray& line);
 
     [[nodiscard]] const FileBody* fileBody() const { return std::get_if<FileBody>(&m_request.body); }
+    /// Through the proxy, where one stands between.
+    [[nodiscard]] std::optional<HttpProxy> usedProxy() const;
+    [[nodiscard]] HttpFailure failureOf(CURLcode code) const;
     [[nodiscard]] int queuedInKernel() const;
+    void noteReceivedBytes();
     /// After redirects, the address that the last one led to.
     [[nodiscard]] QByteArray triedUrl() const;
     void noteActivity() { m_lastActivity = Clock::now(); }
-    void readHeader(std::string_view line);
+    /// False when there are too many of them.
+    bool readHeader(std::string_view line);
+    void readStatusLine(std::string_view line);
+    [[nodiscard]] bool isWithinHead() const { return m_awaitingHead || (m_headerBytes > 0 && !m_headComplete); }
+    void makeRoomFor(std::size_t more);
+    curl_socket_t openSocket(const curl_sockaddr& address);
+    int beginRequest(int remotePort, int localPort);
     std::size_t receive(const char* data, std::size_t size);
     /// Reads of the file to send; false when that fails.
     bool readFile(char* buffer, std::size_t& size);
     void reportSent(curl_off_t sent, curl_off_t total);
 
     static curl_socket_t onOpenSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
-    static int onPrerequest(void* self, char*, char*, int, int);
+    static int onPrerequest(void* self, char*, char*, int remotePort, int localPort);
     static std::size_t onHeader(char* data, std::size_t size, std::size_t count, void* self);
     static std::size_t onBody(char* data, std::size_t size, std::size_t count, void* self);
     static std::size_t onRead(char* buffer, std::size_t size, std::size_t count, void* self);
     static int onSeek(void* self, curl_off_t offset, int origin);
     static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t uploadTotal, curl_off_t uploaded);
-    static int onSocket(void* self, curl_socket_t socket, curlsocktype purpose);
-    static int onSocketClosed(void* self, curl_socket_t socket);
+    static int onSocketClosed(void* sockets, curl_socket_t socket);
 
     HttpRequest m_request;
     HttpLimits m_limits;
@@ -86,11 +101,17 @@ private:
     std::int64_t m_fileRead = 0;
     int m_fileError = 0;
     curl_off_t m_sent = 0;
-    /// The connections of a transfer with a file body, which are its own.
-    std::set<curl_socket_t> m_sockets;
+    HttpSockets* m_sessionSockets = nullptr;
+    /// Those that this exchange has used.
+    std::vector<HttpSockets::Socket> m_sockets;
+    /// Where the last of them leads to.
+    int m_remotePort = 0;
+    /// The errno of a socket that could not be made.
+    int m_socketError = 0;
     int m_queued = 0;
 
     HttpResponse m_response;
+    std::int64_t m_headerBytes = 0;
     /// A request is out and nothing of its answer has come.
     bool m_awaitingHead = false;
     /// The empty line that ends the headers has come.

@@ -1,5 +1,6 @@
 #include "platform/LoopbackCallbackServer.h"
 
+#include "platform/PeerAccount.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
 #include "support/SystemError.h"
@@ -10,6 +11,7 @@
 #include <netinet/in.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -135,7 +137,7 @@ void LoopbackCallbackServer::take(UniqueFd socket) {
         m_guests.erase(m_guests.begin());
     }
     const ConnectionId id = ++m_lastId;
-    Guest guest{CallbackConnection(std::move(socket)), Clock::now() + m_limits.patience};
+    Guest guest{CallbackConnection(std::move(socket)), Clock::now() + m_limits.timeout};
     if (watch(m_epoll, EPOLL_CTL_ADD, guest.connection.descriptor(), id, guest.connection.wanted()) < 0) {
         return;
     }
@@ -150,24 +152,35 @@ void LoopbackCallbackServer::advance(ConnectionId id) {
     if (found == m_guests.end()) {
         return;
     }
-    const auto respond = [this](std::string_view requestLine) {
-        const std::optional<QString> token = callbackToken(requestLine, m_expectedState);
-        if (!token) {
-            return notFoundResponse();
-        }
-        // Whoever waits goes on later, when the answer is out.
-        m_outcome.succeed(*token);
-        return signedInResponse();
-    };
     CallbackConnection& connection = found->second.connection;
+    const auto answer = [this, &connection](std::string_view requestLine) {
+        return respond(requestLine, connection.descriptor());
+    };
     const std::uint32_t wanted = connection.wanted();
-    const bool goesOn = connection.advance(respond);
+    const bool goesOn = connection.advance(answer);
     if (goesOn && connection.wanted() == wanted) {
         return;
     }
     if (!goesOn || watch(m_epoll, EPOLL_CTL_MOD, connection.descriptor(), id, connection.wanted()) < 0) {
         m_guests.erase(found);
     }
+}
+
+QByteArray LoopbackCallbackServer::respond(std::string_view requestLine, int connection) {
+    const std::optional<QString> token = callbackToken(requestLine, m_expectedState);
+    if (!token) {
+        return notFoundResponse();
+    }
+    const std::optional<uid_t> account = accountOfPeer(connection);
+    if (!account) {
+        return unknownAccountResponse();
+    }
+    if (*account != ::geteuid()) {
+        return otherAccountResponse();
+    }
+    // Whoever waits goes on later, when the answer is out.
+    m_outcome.succeed(*token);
+    return signedInResponse();
 }
 
 void LoopbackCallbackServer::pauseAccepting() {

@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <stop_token>
+#include <string_view>
 
 class QSocketNotifier;
 
@@ -21,18 +22,20 @@ namespace driftwell {
 
 /// The place to which the platform's sign-in page sends the browser back: a one-shot HTTP listener on 127.0.0.1, one
 /// object per attempt to sign in, which gives one token at most. Whoever opens a connection from this machine can talk
-/// to it; only a request that carries `expectedState` decides anything. Every other one is answered with 404 and the
-/// wait goes on.
+/// to it; only a request that carries `expectedState` and comes over a socket of this process's own account decides
+/// anything. The state alone does not do: while the browser starts, the list of processes shows it to every account.
+/// Every other request is answered with 404, a callback of another account or of one that the system does not tell
+/// (PeerAccount.h) with 403, and the wait goes on.
 ///
 /// Used on the main thread, whose event loop serves it: one epoll descriptor (epoll(7)) stands for the listener and all
 /// connections. What one connection does cannot hold up another.
 class LoopbackCallbackServer {
 public:
     /// So that connections on which nothing comes can neither use up this process's descriptors nor keep the browser
-    /// out: one more than `connections` ends the one that has been there longest, and `patience` ends each of them.
+    /// out: one more than `connections` ends the one that has been there longest, and `timeout` ends each of them.
     struct Limits {
         std::size_t connections = 32;
-        std::chrono::milliseconds patience = std::chrono::seconds(10);
+        std::chrono::milliseconds timeout = std::chrono::seconds(10);
     };
 
     LoopbackCallbackServer() : LoopbackCallbackServer(Limits()) {}
@@ -69,6 +72,7 @@ private:
     void acceptNew();
     void take(UniqueFd socket);
     void advance(ConnectionId id);
+    [[nodiscard]] QByteArray respond(std::string_view requestLine, int connection);
     void pauseAccepting();
     void listenFor(std::uint32_t events);
     void dropOverdue();

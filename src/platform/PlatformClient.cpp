@@ -3,13 +3,12 @@
 #include "platform/PercentEncoding.h"
 #include "platform/PlatformError.h"
 #include "platform/RecordDecoder.h"
+#include "platform/Token.h"
 #include "platform/UrlSyntax.h"
 #include "support/Cancellation.h"
 #include "support/WorkerPool.h"
 
 #include <nlohmann/json.hpp>
-
-#include <algorithm>
 
 namespace driftwell {
 
@@ -48,10 +47,11 @@ PlatformError refusal(int status, const std::optional<ApiErrorBody>& body) {
     if (status == 401) {
         return PlatformError::unauthenticated();
     }
+    const QString text = body && !body->error.trimmed().isEmpty() ? body->error : QString();
     if (status == 403 && body && body->code == QLatin1String("not_team")) {
-        return PlatformError::notTeam(body->error);
+        return PlatformError::notTeam(text.isEmpty() ? QStringLiteral("Only team members can manage sites") : text);
     }
-    return PlatformError::api(body ? body->error : QStringLiteral("HTTP %1").arg(status));
+    return PlatformError::api(text.isEmpty() ? QStringLiteral("HTTP %1").arg(status) : text);
 }
 
 template <class Record> Task<Record> decodeAnswer(QByteArray bytes, QByteArray path) {
@@ -68,16 +68,11 @@ template <class Record> Task<Record> decodeAnswer(QByteArray bytes, QByteArray p
     }
 }
 
-/// A line break in a token would end the header and begin another.
-bool canStandInHeader(const QByteArray& token) {
-    return std::none_of(token.cbegin(), token.cend(),
-                        [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f; });
-}
-
-std::vector<std::pair<QByteArray, QByteArray>> bearerHeader(const std::optional<QString>& token) {
-    if (!token || !canStandInHeader(token->toUtf8())) {
+std::vector<std::pair<QByteArray, QByteArray>> bearerHeader(const std::optional<QString>& token, const QString& name) {
+    if (!token) {
         return {};
     }
+    requireSendable(*token, name);
     return {{"Authorization", "Bearer " + token->toUtf8()}};
 }
 
@@ -94,7 +89,10 @@ QString PlatformClient::urlScheme() const {
 }
 
 std::vector<std::pair<QByteArray, QByteArray>> PlatformClient::authHeaders(const PlatformConfig& config) const {
-    return bearerHeader(m_store.token(config));
+    const QString name = ConfigStore::environmentToken()
+                             ? QStringLiteral("DW_TOKEN")
+                             : QStringLiteral("The token that is stored for %1").arg(config.host());
+    return bearerHeader(m_store.token(config), name);
 }
 
 Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std::stop_token stop) {
@@ -104,7 +102,7 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     if (!hostOfUrl(request.url)) {
         throw PlatformError::api(QStringLiteral("bad URL: ") + QString::fromUtf8(call.path));
     }
-    request.headers = call.token ? bearerHeader(call.token) : authHeaders(config);
+    request.headers = call.token ? bearerHeader(call.token, QStringLiteral("The token")) : authHeaders(config);
     request.headers.emplace_back("accept", "application/json");
     if (!call.contentType.isEmpty()) {
         request.headers.emplace_back("content-type", call.contentType);
@@ -118,6 +116,14 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     if (response.tooLarge) {
         throw unexpectedResponse(call.path);
     }
+    if (m_refusesNotOk && (call.method != "GET" || response.body.size() < smallAnswerBytes)) {
+        const AnswerVerdict verdict = co_await decodeAnswer<AnswerVerdict>(response.body, call.path);
+        if (verdict.refused) {
+            throw PlatformError::api(verdict.error.trimmed().isEmpty()
+                                         ? QStringLiteral("The platform refused, and gave no reason")
+                                         : verdict.error);
+        }
+    }
     co_return std::move(response.body);
 }
 
@@ -128,12 +134,11 @@ template <class Record> Task<Record> PlatformClient::request(Call call, Platform
 }
 
 template <class Record>
-Task<Fetched<Record>> PlatformClient::requestIfChanged(QByteArray path, PlatformConfig config, QByteArray known,
+Task<Fetched<Record>> PlatformClient::requestIfChanged(QByteArray path, PlatformConfig config, KnownBytes known,
                                                        std::stop_token stop) {
     Call call{"GET", path};
     const QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
-    // An empty answer is no record, whatever was known.
-    if (!known.isEmpty() && bytes == known) {
+    if (known.are(bytes)) {
         co_return Fetched<Record>{bytes, std::nullopt};
     }
     Record record = co_await decodeAnswer<Record>(bytes, path);
@@ -148,21 +153,25 @@ Task<std::optional<Identity>> PlatformClient::me(PlatformConfig config, std::sto
     return request<std::optional<Identity>>({"GET", "/api/me"}, std::move(config), std::move(stop));
 }
 
+Task<Identity> PlatformClient::signedInPerson(PlatformConfig config, std::stop_token stop) {
+    return request<Identity>({"GET", "/api/me"}, std::move(config), std::move(stop));
+}
+
 Task<Identity> PlatformClient::ownerOf(QString token, PlatformConfig config, std::stop_token stop) {
     Call call{"GET", "/api/me"};
     call.token = std::move(token);
     return request<Identity>(std::move(call), std::move(config), std::move(stop));
 }
 
-Task<Fetched<SitesResponse>> PlatformClient::sites(PlatformConfig config, QByteArray known, std::stop_token stop) {
+Task<Fetched<SitesResponse>> PlatformClient::sites(PlatformConfig config, KnownBytes known, std::stop_token stop) {
     return requestIfChanged<SitesResponse>("/api/sites", std::move(config), std::move(known), std::move(stop));
 }
 
-Task<Fetched<StatsResponse>> PlatformClient::stats(PlatformConfig config, QByteArray known, std::stop_token stop) {
+Task<Fetched<StatsResponse>> PlatformClient::stats(PlatformConfig config, KnownBytes known, std::stop_token stop) {
     return requestIfChanged<StatsResponse>("/api/stats", std::move(config), std::move(known), std::move(stop));
 }
 
-Task<Fetched<LibsResponse>> PlatformClient::libs(PlatformConfig config, QByteArray known, std::stop_token stop) {
+Task<Fetched<LibsResponse>> PlatformClient::libs(PlatformConfig config, KnownBytes known, std::stop_token stop) {
     return requestIfChanged<LibsResponse>("/api/libs", std::move(config), std::move(known), std::move(stop));
 }
 
@@ -218,8 +227,8 @@ Task<CollabToggleResponse> PlatformClient::setCollab(PlatformConfig config, QStr
     return request<CollabToggleResponse>(std::move(call), std::move(config), std::move(stop));
 }
 
-Task<DeployResponse> PlatformClient::sendArchive(FileBody archive, QString site, PlatformConfig config,
-                                                 std::stop_token stop) {
+Task<DeployResponse> PlatformClient::upload(FileBody archive, QString site, PlatformConfig config,
+                                            std::stop_token stop) {
     const QByteArray path = "/api/deploy?site=" + encoded(site, UrlPart::Query);
     return request<DeployResponse>({"POST", path, "application/gzip", std::move(archive)}, std::move(config),
                                    std::move(stop));

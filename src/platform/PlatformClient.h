@@ -2,6 +2,7 @@
 
 #include "platform/ConfigStore.h"
 #include "platform/HttpSession.h"
+#include "platform/KnownAnswer.h"
 #include "platform/Models.h"
 #include "platform/PlatformConfig.h"
 #include "support/Sleep.h"
@@ -16,16 +17,6 @@
 
 namespace driftwell {
 
-struct DeployResult;
-struct DeployStage;
-struct FolderScan;
-
-/// An answer's bytes and the record decoded from them; no record when the bytes are those that the caller knew.
-template <class Record> struct Fetched {
-    QByteArray bytes;
-    std::optional<Record> record;
-};
-
 /// The only code that speaks HTTP to the platform. It reduces every outcome of a call to a decoded record, a
 /// PlatformError, or Cancelled:
 ///
@@ -38,7 +29,8 @@ template <class Record> struct Fetched {
 /// | 401 | Unauthenticated |
 /// | 403 with the code "not_team" | NotTeam: the platform's text |
 /// | any other status with an error body | Api: the platform's text |
-/// | any other status | Api: "HTTP " and the status |
+/// | any other status, or an error body without a text | Api: "HTTP " and the status |
+/// | the token cannot stand in a header | Api: which one, and why; nothing is sent |
 /// | a stop is requested | Cancelled |
 ///
 /// Nothing is retried. Used on the main thread; network and decoding of large answers run off it. A call that is under
@@ -63,8 +55,8 @@ public:
     [[nodiscard]] Task<Identity> ownerOf(QString token, PlatformConfig config, std::stop_token stop);
 
     /// Signs in through the browser: has the platform's sign-in page opened by `openUrl`, waits for the browser to come
-    /// back with a token (LoopbackCallbackServer.h), stores the token, and asks who it belongs to. See
-    /// BrowserSignIn.cpp.
+    /// back with a token (LoopbackCallbackServer.h), stores the token, and asks who is signed in now. That is the owner
+    /// of DW_TOKEN where that is set: every later call will go out with it. See BrowserSignIn.cpp.
     ///
     /// Throws PlatformError, "Timed out waiting for the browser sign-in." after five minutes of `sleep` among it,
     /// std::system_error for a failure of this machine, and Cancelled. The platform has no token afterwards when it
@@ -73,9 +65,9 @@ public:
                                         std::stop_token stop);
 
     /// The lists, each decoded only when the answer's bytes differ from `known`; nothing is known when it is empty.
-    [[nodiscard]] Task<Fetched<SitesResponse>> sites(PlatformConfig config, QByteArray known, std::stop_token stop);
-    [[nodiscard]] Task<Fetched<StatsResponse>> stats(PlatformConfig config, QByteArray known, std::stop_token stop);
-    [[nodiscard]] Task<Fetched<LibsResponse>> libs(PlatformConfig config, QByteArray known, std::stop_token stop);
+    [[nodiscard]] Task<Fetched<SitesResponse>> sites(PlatformConfig config, KnownBytes known, std::stop_token stop);
+    [[nodiscard]] Task<Fetched<StatsResponse>> stats(PlatformConfig config, KnownBytes known, std::stop_token stop);
+    [[nodiscard]] Task<Fetched<LibsResponse>> libs(PlatformConfig config, KnownBytes known, std::stop_token stop);
 
     /// The newest `limit` lines of a site's log; absent when the platform answers null.
     [[nodiscard]] Task<std::optional<LogsResponse>> logs(PlatformConfig config, QString site, int limit,
@@ -96,17 +88,16 @@ public:
     [[nodiscard]] Task<CollabToggleResponse> setCollab(PlatformConfig config, QString site, bool enabled,
                                                        std::stop_token stop);
 
-    /// The files of a folder that are the site. Blocking; called off the main thread. See deploy/FolderScan.h.
-    [[nodiscard]] static FolderScan scan(const std::filesystem::path& folder);
+    /// Publishes an archive under a valid site name. The file is streamed; it stays as it is.
+    [[nodiscard]] Task<DeployResponse> upload(FileBody archive, QString site, PlatformConfig config,
+                                              std::stop_token stop);
 
-    /// Publishes a folder: scans, packs and uploads it. See deploy/Deploy.cpp.
-    ///
-    /// `site` is a valid site name. `onStage` is called from any thread, several times in quick succession. Throws
-    /// PlatformError, std::system_error for a failure of this machine, and Cancelled; the folder is untouched and no
-    /// temporary file is left in every case. A stop that comes while the archive is being packed takes effect when
-    /// packing has ended.
-    [[nodiscard]] Task<DeployResult> deploy(std::filesystem::path folder, QString site, PlatformConfig config,
-                                            std::function<void(DeployStage)> onStage, std::stop_token stop);
+    /// From now on a 2xx answer with "ok": false is a refusal: Api with the text under "error", or a sentence where there
+    /// is none. At first the caller gets its record. A list of more than 16 KB is not looked into.
+    void refuseNotOk() { m_refusesNotOk = true; }
+
+    /// The folder of the programs that come with this one.
+    [[nodiscard]] std::filesystem::path helpers() const { return m_bundle.helpers(); }
 
 private:
     struct Call {
@@ -121,23 +112,21 @@ private:
     /// The body of a 2xx answer to the call.
     Task<QByteArray> exchange(Call call, PlatformConfig config, std::stop_token stop);
 
+    /// Who the token belongs to with which every call goes out.
+    Task<Identity> signedInPerson(PlatformConfig config, std::stop_token stop);
+
     template <class Record> Task<Record> request(Call call, PlatformConfig config, std::stop_token stop);
 
     template <class Record>
-    Task<Fetched<Record>> requestIfChanged(QByteArray path, PlatformConfig config, QByteArray known,
+    Task<Fetched<Record>> requestIfChanged(QByteArray path, PlatformConfig config, KnownBytes known,
                                            std::stop_token stop);
 
     [[nodiscard]] std::vector<std::pair<QByteArray, QByteArray>> authHeaders(const PlatformConfig& config) const;
 
-    Task<DeployResponse> packAndSend(std::filesystem::path folder, FolderScan files,
-                                     std::filesystem::path workingFolder, QString site, PlatformConfig config,
-                                     std::function<void(DeployStage)> onStage, std::stop_token stop);
-
-    Task<DeployResponse> sendArchive(FileBody archive, QString site, PlatformConfig config, std::stop_token stop);
-
     Bundle m_bundle;
     ConfigStore m_store;
     HttpSession m_session;
+    bool m_refusesNotOk = false;
 };
 
 } // namespace driftwell

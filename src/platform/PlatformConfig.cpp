@@ -9,10 +9,8 @@ namespace {
 // Well-formed, and reserved never to resolve (RFC 6761, section 6.4).
 const QString unresolvableOrigin = QStringLiteral("https://unreadable-host.invalid");
 
-QString withoutSlashesAtEnds(QStringView text) {
-    while (text.startsWith(u'/')) {
-        text = text.mid(1);
-    }
+/// It begins with a scheme, so that there is nothing to remove from its beginning.
+QString withoutSlashesAtEnd(QStringView text) {
     while (text.endsWith(u'/')) {
         text.chop(1);
     }
@@ -30,7 +28,7 @@ QString withoutScheme(const QString& text) {
 } // namespace
 
 PlatformConfig::PlatformConfig(const QString& host) {
-    const QString normalized = hasScheme(host) ? withoutSlashesAtEnds(host) : QStringLiteral("https://") + host;
+    const QString normalized = hasScheme(host) ? withoutSlashesAtEnd(host) : QStringLiteral("https://") + host;
     const std::optional<QByteArray> name = hostOfUrl(normalized.toUtf8());
     m_origin = name ? normalized : unresolvableOrigin;
     m_host = withoutScheme(normalized);

@@ -2,6 +2,14 @@
 
 namespace driftwell {
 
+namespace {
+
+bool isLackOfDescriptors(const std::error_code& error) {
+    return error == std::errc::too_many_files_open || error == std::errc::too_many_files_open_in_system;
+}
+
+} // namespace
+
 PlatformError::PlatformError(Kind kind, QString description)
     : m_kind(kind), m_description(std::move(description)), m_what(m_description.toUtf8()) {}
 
@@ -17,7 +25,19 @@ QString describe(const std::exception& failure) {
     if (const auto* platform = dynamic_cast<const PlatformError*>(&failure)) {
         return platform->description();
     }
+    if (const auto* system = dynamic_cast<const std::system_error*>(&failure);
+        system != nullptr && isLackOfDescriptors(system->code())) {
+        return describe(system->code());
+    }
     return QString::fromUtf8(failure.what());
+}
+
+QString describe(const std::error_code& error) {
+    const QString words = QString::fromStdString(error.message());
+    if (isLackOfDescriptors(error)) {
+        return words + QStringLiteral(". Close some programs, or raise the limit of open files (ulimit -n).");
+    }
+    return words;
 }
 
 } // namespace driftwell

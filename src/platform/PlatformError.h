@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <exception>
+#include <system_error>
 
 namespace driftwell {
 
@@ -40,7 +41,9 @@ private:
     QByteArray m_what;
 };
 
-/// What a person reads of any failure: a PlatformError's description, the system's words for a system error.
+/// What a person reads of any failure: a PlatformError's description, the system's words for a system error, and for
+/// one of which the system's words say too little what can be done about it.
 [[nodiscard]] QString describe(const std::exception& failure);
+[[nodiscard]] QString describe(const std::error_code& error);
 
 } // namespace driftwell

@@ -29,9 +29,8 @@ std::optional<QByteArray> hostOfUrl(const QByteArray& text) {
     if (text.contains('\0') || curl_url_set(url.get(), CURLUPART_URL, text.constData(), 0) != CURLUE_OK) {
         return std::nullopt;
     }
-    const std::optional<QByteArray> scheme = part(url.get(), CURLUPART_SCHEME);
     std::optional<QByteArray> host = part(url.get(), CURLUPART_HOST);
-    if ((scheme != "http" && scheme != "https") || !host || host->isEmpty()) {
+    if (!host || host->isEmpty()) {
         return std::nullopt;
     }
     if (host->startsWith('[') && host->endsWith(']')) {

@@ -7,7 +7,7 @@
 namespace driftwell {
 
 /// The host of a URL (RFC 3986, section 3.2.2) as the HTTP session will read it, in lower case, without the brackets of
-/// an IPv6 address; absent when the text is not a URL with the scheme http or https and a host.
+/// an IPv6 address; absent when the text is not a URL with a scheme that the session knows and a host.
 [[nodiscard]] std::optional<QByteArray> hostOfUrl(const QByteArray& url);
 
 } // namespace driftwell

@@ -19,9 +19,38 @@ namespace {
 // As many as the kernel follows itself (path_resolution(7)).
 constexpr int maximumLinks = 40;
 
-/// Where the target's chain of symbolic links ends, whether or not a file is there.
-std::filesystem::path followLinks(const std::filesystem::path& target) {
-    std::filesystem::path file = target;
+void writeAll(int fd, std::string_view content, const char* where) {
+    while (!content.empty()) {
+        const ssize_t written = ::write(fd, content.data(), content.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        checked(written, where);
+        content.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+/// `where` is what a failure is about.
+void writeFlushed(const std::filesystem::path& path, std::string_view content, mode_t mode, const char* where) {
+    UniqueFd file(
+        checked(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR), where));
+    writeAll(file.get(), content, where);
+    // The umask cannot widen what open() asked for, so a failure here only leaves the file narrower than wished.
+    [[maybe_unused]] const int widened = ::fchmod(file.get(), mode);
+    checked(::fsync(file.get()), where);
+    // Some file systems report a failed write only here.
+    checked(::close(file.release()), where);
+}
+
+std::filesystem::path placeForNewContent(const std::filesystem::path& file, Writers writers) {
+    const std::string writer = writers == Writers::Several ? "." + std::to_string(::getpid()) : "";
+    return file.parent_path() / ("." + file.filename().string() + writer + ".new");
+}
+
+} // namespace
+
+std::filesystem::path endOfLinks(const std::filesystem::path& path) {
+    std::filesystem::path file = path;
     for (int i = 0; i < maximumLinks; ++i) {
         std::error_code notALink;
         const std::filesystem::path next = std::filesystem::read_symlink(file, notALink);
@@ -30,45 +59,21 @@ std::filesystem::path followLinks(const std::filesystem::path& target) {
         }
         file = file.parent_path() / next;
     }
-    throw std::system_error(ELOOP, std::generic_category(), target.string());
+    throw std::system_error(ELOOP, std::generic_category(), path.string());
 }
 
-void writeAll(int fd, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t written = ::write(fd, content.data(), content.size());
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        checked(written, "could not write");
-        content.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
-void writeFlushed(const std::filesystem::path& path, std::string_view content, mode_t mode) {
-    UniqueFd file(checked(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR),
-                          "could not create"));
-    writeAll(file.get(), content);
-    // The umask cannot widen what open() asked for, so a failure here only leaves the file narrower than wished.
-    [[maybe_unused]] const int widened = ::fchmod(file.get(), mode);
-    checked(::fsync(file.get()), "could not flush");
-    // Some file systems report a failed write only here.
-    checked(::close(file.release()), "could not close");
-}
-
-} // namespace
-
-void replaceFile(const std::filesystem::path& target, std::string_view content, mode_t mode) {
-    const std::filesystem::path file = followLinks(target);
-    const std::filesystem::path fresh = file.parent_path() / ("." + file.filename().string() + ".new");
+void replaceFile(const std::filesystem::path& target, std::string_view content, mode_t mode, Writers writers) {
+    const std::filesystem::path file = endOfLinks(target);
+    const std::filesystem::path fresh = placeForNewContent(file, writers);
 
     // Left there by a writer that was killed.
     ::unlink(fresh.c_str());
     try {
-        writeFlushed(fresh, content, mode);
-        checked(::rename(fresh.c_str(), file.c_str()), "could not replace");
-    } catch (const std::system_error& failure) {
+        writeFlushed(fresh, content, mode, file.c_str());
+        checked(::rename(fresh.c_str(), file.c_str()), file.c_str());
+    } catch (const std::system_error&) {
         ::unlink(fresh.c_str());
-        throw std::system_error(failure.code(), file.string());
+        throw;
     }
 
     // The new content is in place; without this flush a power cut may bring the old file back, whole.

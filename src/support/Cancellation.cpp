@@ -12,7 +12,8 @@ void throwIfCancelled(const std::stop_token& stop) {
     }
 }
 
-StopScope::StopScope(std::stop_token parent)
-    : m_link(std::move(parent), [own = m_own]() mutable { own.request_stop(); }) {}
+StopScope::StopScope(std::stop_token parent, std::stop_token otherParent)
+    : m_link(std::move(parent), [own = m_own]() mutable { own.request_stop(); }),
+      m_otherLink(std::move(otherParent), [own = m_own]() mutable { own.request_stop(); }) {}
 
 } // namespace driftwell

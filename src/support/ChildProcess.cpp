@@ -19,8 +19,6 @@
 #include <cerrno>
 #include <chrono>
 #include <memory>
-#include <mutex>
-#include <set>
 #include <system_error>
 
 namespace driftwell {
@@ -28,33 +26,6 @@ namespace driftwell {
 namespace {
 
 constexpr std::size_t readBlock = 64 * 1024;
-
-/// Every process group that is alive, for terminateAll().
-class LiveGroups {
-public:
-    static LiveGroups& instance() {
-        static LiveGroups groups;
-        return groups;
-    }
-    void add(pid_t group) {
-        const std::scoped_lock lock(m_mutex);
-        m_groups.insert(group);
-    }
-    void remove(pid_t group) {
-        const std::scoped_lock lock(m_mutex);
-        m_groups.erase(group);
-    }
-    void signalAll(int signal) {
-        const std::scoped_lock lock(m_mutex);
-        for (const pid_t group : m_groups) {
-            ::kill(-group, signal);
-        }
-    }
-
-private:
-    std::mutex m_mutex;
-    std::set<pid_t> m_groups;
-};
 
 /// The child's standard streams are put in place one after another, so none of what is still needed may lie there, as
 /// it would in a program that was started with its own standard streams closed.
@@ -155,40 +126,44 @@ int execFailure(int reportReader) {
     return got == sizeof reason ? reason : 0;
 }
 
+} // namespace
+
 /// A started child with its two outputs and its end, watched from the event loop.
-class RunningChild {
+class ChildProcess::Running {
 public:
-    explicit RunningChild(ChildProcess::Command command);
-    ~RunningChild();
-    RunningChild(const RunningChild&) = delete;
-    RunningChild& operator=(const RunningChild&) = delete;
+    Running(Command command, OutputReader reader);
+    ~Running();
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
 
     /// Decided when the child has ended and both outputs are read to their end.
     [[nodiscard]] Completion<> ended() const { return m_ended; }
 
-    /// Ends the child's group, politely first.
     void terminate();
+    void kill();
 
     /// Once it has ended.
-    [[nodiscard]] ChildProcess::Result takeResult();
+    [[nodiscard]] Result takeResult();
 
 private:
-    struct Output {
-        UniqueFd reader;
-        std::string text;
-        std::unique_ptr<QSocketNotifier> readable;
+    struct Channel {
+        Output kind;
+        UniqueFd reader = {};
+        std::string text = {};
+        std::unique_ptr<QSocketNotifier> readable = {};
     };
 
-    void spawn(ChildProcess::Command& command, int out, int err);
-    void watch(Output& output);
-    void read(Output& output);
+    void spawn(Command& command, int out, int err);
+    void watch(Channel& channel);
+    void read(Channel& channel);
     void finishIfDone();
 
     pid_t m_pid = -1;
     UniqueFd m_pidfd;
     std::chrono::milliseconds m_grace;
-    Output m_out;
-    Output m_err;
+    OutputReader m_outputReader;
+    Channel m_out{Output::Standard};
+    Channel m_err{Output::Error};
     std::unique_ptr<QSocketNotifier> m_exit;
     QTimer m_kill;
     bool m_exited = false;
@@ -197,7 +172,8 @@ private:
     Completion<> m_ended;
 };
 
-RunningChild::RunningChild(ChildProcess::Command command) : m_grace(command.terminationGrace) {
+ChildProcess::Running::Running(Command command, OutputReader reader)
+    : m_grace(command.terminationGrace), m_outputReader(std::move(reader)) {
     Pipe out = Pipe::make();
     Pipe err = Pipe::make();
     spawn(command, out.writer.get(), err.writer.get());
@@ -211,25 +187,20 @@ RunningChild::RunningChild(ChildProcess::Command command) : m_grace(command.term
         finishIfDone();
     });
     m_kill.setSingleShot(true);
-    QObject::connect(&m_kill, &QTimer::timeout, &m_kill, [this] {
-        ::kill(-m_pid, SIGKILL);
-        m_killed = true;
-        finishIfDone();
-    });
+    QObject::connect(&m_kill, &QTimer::timeout, &m_kill, [this] { kill(); });
     watch(m_out);
     watch(m_err);
 }
 
-RunningChild::~RunningChild() {
+ChildProcess::Running::~Running() {
     if (m_pid < 0) {
         return;
     }
     ::kill(-m_pid, SIGKILL);
     ::waitpid(m_pid, nullptr, 0);
-    LiveGroups::instance().remove(m_pid);
 }
 
-void RunningChild::spawn(ChildProcess::Command& command, int out, int err) {
+void ChildProcess::Running::spawn(Command& command, int out, int err) {
     Pipe report = Pipe::make();
     const UniqueFd nothing = aboveStandardStreams(checked(::open("/dev/null", O_RDONLY | O_CLOEXEC), "/dev/null"));
     std::vector<std::string> argumentTexts{command.program};
@@ -266,32 +237,36 @@ void RunningChild::spawn(ChildProcess::Command& command, int out, int err) {
         throw std::system_error(reason, std::generic_category(), "pidfd_open");
     }
     m_pid = pid;
-    LiveGroups::instance().add(pid);
 }
 
-void RunningChild::watch(Output& output) {
-    checked(::fcntl(output.reader.get(), F_SETFL, O_NONBLOCK), "fcntl");
-    output.readable = std::make_unique<QSocketNotifier>(output.reader.get(), QSocketNotifier::Read);
-    QObject::connect(output.readable.get(), &QSocketNotifier::activated, output.readable.get(),
-                     [this, &output] { read(output); });
+void ChildProcess::Running::watch(Channel& channel) {
+    checked(::fcntl(channel.reader.get(), F_SETFL, O_NONBLOCK), "fcntl");
+    channel.readable = std::make_unique<QSocketNotifier>(channel.reader.get(), QSocketNotifier::Read);
+    QObject::connect(channel.readable.get(), &QSocketNotifier::activated, channel.readable.get(),
+                     [this, &channel] { read(channel); });
 }
 
-void RunningChild::read(Output& output) {
+void ChildProcess::Running::read(Channel& channel) {
     std::array<char, readBlock> block;
-    const ssize_t got = ::read(output.reader.get(), block.data(), block.size());
+    const ssize_t got = ::read(channel.reader.get(), block.data(), block.size());
     if (got > 0) {
-        output.text.append(block.data(), static_cast<std::size_t>(got));
+        const std::string_view piece(block.data(), static_cast<std::size_t>(got));
+        if (m_outputReader) {
+            m_outputReader(channel.kind, piece);
+        } else {
+            channel.text += piece;
+        }
         return;
     }
     if (got < 0 && (errno == EINTR || errno == EAGAIN)) {
         return;
     }
-    output.readable->setEnabled(false);
-    output.reader.reset();
+    channel.readable->setEnabled(false);
+    channel.reader.reset();
     finishIfDone();
 }
 
-void RunningChild::finishIfDone() {
+void ChildProcess::Running::finishIfDone() {
     // What is left of a killed group ends without a word; only somebody outside it can still hold an output open.
     const bool outputsRead = m_killed || (!m_out.reader && !m_err.reader);
     if (m_exited && outputsRead) {
@@ -300,48 +275,75 @@ void RunningChild::finishIfDone() {
     }
 }
 
-void RunningChild::terminate() {
+void ChildProcess::Running::terminate() {
+    if (m_pid < 0 || m_terminating) {
+        return;
+    }
     m_terminating = true;
     ::kill(-m_pid, SIGTERM);
     m_kill.start(m_grace);
 }
 
-ChildProcess::Result RunningChild::takeResult() {
+void ChildProcess::Running::kill() {
+    if (m_pid >= 0) {
+        ::kill(-m_pid, SIGKILL);
+        m_killed = true;
+        finishIfDone();
+    }
+}
+
+ChildProcess::Result ChildProcess::Running::takeResult() {
     if (m_terminating) {
         // Some of the group may have closed its outputs and gone on. The group's number is taken until waitpid().
         ::kill(-m_pid, SIGKILL);
     }
     int status = 0;
     ::waitpid(m_pid, &status, 0);
-    LiveGroups::instance().remove(m_pid);
     m_pid = -1;
     const bool signalled = WIFSIGNALED(status);
     return {signalled ? WTERMSIG(status) : WEXITSTATUS(status), signalled, std::move(m_out.text),
             std::move(m_err.text)};
 }
 
-} // namespace
+ChildProcess::ChildProcess(Command command, OutputReader reader)
+    : m_running(std::make_shared<Running>(std::move(command), std::move(reader))) {}
+
+ChildProcess::~ChildProcess() {
+    if (m_running) {
+        m_running->kill();
+    }
+}
+
+ChildProcess::ChildProcess(ChildProcess&&) noexcept = default;
+
+ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
+    std::swap(m_running, other.m_running);
+    return *this;
+}
+
+Task<ChildProcess::Result> ChildProcess::ended() {
+    const std::shared_ptr<Running> running = m_running;
+    co_await running->ended();
+    co_return running->takeResult();
+}
+
+void ChildProcess::terminate() {
+    m_running->terminate();
+}
 
 Task<ChildProcess::Result> ChildProcess::run(Command command, std::stop_token stop) {
     throwIfCancelled(stop);
-    const auto child = std::make_shared<RunningChild>(std::move(command));
-    {
-        const std::stop_callback terminate(stop, [weak = std::weak_ptr(child), loop = EventLoop::current()] {
-            loop->post([weak] {
-                if (const auto running = weak.lock()) {
-                    running->terminate();
-                }
-            });
+    ChildProcess child(std::move(command));
+    const std::stop_callback terminate(stop, [weak = std::weak_ptr(child.m_running), loop = EventLoop::current()] {
+        loop->post([weak] {
+            if (const auto running = weak.lock()) {
+                running->terminate();
+            }
         });
-        co_await child->ended();
-    }
-    Result result = child->takeResult();
+    });
+    Result result = co_await child.ended();
     throwIfCancelled(stop);
     co_return result;
-}
-
-void ChildProcess::terminateAll() {
-    LiveGroups::instance().signalAll(SIGTERM);
 }
 
 } // namespace driftwell

@@ -5,19 +5,23 @@
 #include "support/Task.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace driftwell {
 
-/// The one way in which programs are started: a fixed absolute path and a list of arguments, all bytes, never a shell.
+/// A running program, and the one way in which programs are started: a fixed absolute path and a list of arguments, all
+/// bytes, never a shell.
 ///
 /// The child runs in a process group of its own, reads nothing (standard input is /dev/null), and is killed by the
-/// kernel if this process dies (PR_SET_PDEATHSIG, prctl(2)). Both of its outputs are read at once, so neither can fill
-/// up while the other is waited for. Used on the main thread.
-struct ChildProcess {
+/// kernel if this process dies (PR_SET_PDEATHSIG, prctl(2)). Both of its outputs are read as they come, so neither can
+/// fill up while the other is waited for. Used on the main thread.
+class ChildProcess {
+public:
     struct Command {
         std::string program;
         std::vector<std::string> arguments;
@@ -29,24 +33,43 @@ struct ChildProcess {
         std::shared_ptr<const ReadConfinement> confinement = {};
     };
 
+    enum class Output { Standard, Error };
+    /// Takes each piece of output as it comes. It must not destroy the process.
+    using OutputReader = std::function<void(Output, std::string_view)>;
+
     struct Result {
         /// The exit status; for a child that a signal ended, the signal's number.
         int status = 0;
         bool endedBySignal = false;
+        /// Empty where an OutputReader took the output.
         std::string standardOutput;
         std::string standardError;
 
         [[nodiscard]] bool succeeded() const { return status == 0 && !endedBySignal; }
     };
 
-    /// Runs the command to its end. Throws std::system_error when it cannot be started. When a stop is requested its
-    /// process group is told to terminate and killed when the grace is over; once all of it has ended, Cancelled is
-    /// thrown.
+    /// Starts the command. Its output goes to `reader`, and into the result where there is none. Throws
+    /// std::system_error when it cannot be started.
+    explicit ChildProcess(Command command, OutputReader reader = {});
+    /// Kills the process group if the child has not ended.
+    ~ChildProcess();
+    ChildProcess(ChildProcess&&) noexcept;
+    ChildProcess& operator=(ChildProcess&&) noexcept;
+
+    /// Resumes when the child has ended and both outputs are read to their end. Called at most once. It may outlive
+    /// this object, and then ends at once with the signal that killed the child.
+    [[nodiscard]] Task<Result> ended();
+
+    /// Tells the process group to terminate, and kills it when the grace is over. Nothing happens when it has ended.
+    void terminate();
+
+    /// Runs a command to its end. Throws std::system_error when it cannot be started. A stop terminates it; once all of
+    /// its process group has ended, Cancelled is thrown.
     [[nodiscard]] static Task<Result> run(Command command, std::stop_token stop);
 
-    /// Tells the process groups of all running children to terminate; each run() then ends with that signal. For the
-    /// end of the program. Returns at once.
-    static void terminateAll();
+private:
+    class Running;
+    std::shared_ptr<Running> m_running;
 };
 
 } // namespace driftwell

@@ -56,8 +56,9 @@ public:
             if (m_state->outcome.index() != 0) {
                 return false;
             }
-            m_state->waiter = waiter;
+            // First, since it throws where the system has no descriptor for a loop, and nobody waits then.
             m_state->loop = EventLoop::current();
+            m_state->waiter = waiter;
             return true;
         }
         T await_resume() {

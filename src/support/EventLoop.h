@@ -18,7 +18,8 @@ namespace driftwell {
 /// every hand-over between threads.
 class EventLoop {
 public:
-    /// The calling thread's own. The thread must run a Qt event loop for posted functions to be run.
+    /// The calling thread's own. The thread must run a Qt event loop for posted functions to be run. Throws
+    /// std::system_error when there is no descriptor left for it; a later call tries again.
     [[nodiscard]] static std::shared_ptr<EventLoop> current();
 
     EventLoop();

@@ -1,4 +1,8 @@
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/SignIn.h"
+#include "platform/PlatformClient.h"
 #include "core/UserDefaults.h"
 #include "support/WorkerPool.h"
 #include "tests/apps/Chromium.h"
@@ -15,7 +19,7 @@ namespace {
 
 using testing::SizeIs;
 using testing::StartsWith;
-using Kind = AppState::Status::Kind;
+using Kind = Connection::Status::Kind;
 
 } // namespace
 
@@ -48,8 +52,8 @@ TEST_F(ChromiumSignIn, ConnectsTheModel) {
     RecordingDesktopServices desktop;
     AppState model(std::make_unique<PlatformClient>(Bundle(), ConfigStore(configFile())), desktop,
                    openUserDefaults(configFile()));
-    model.reloadConfig();
-    model.signIn();
+    model.connection().reloadConfig();
+    model.signIn().signIn();
     ASSERT_THAT(desktop.openedUrls(), SizeIs(1));
 
     // The model answers the browser on this thread.
@@ -58,10 +62,10 @@ TEST_F(ChromiumSignIn, ConnectsTheModel) {
         return browser().text("p");
     };
     EXPECT_EQ(await(runOnPool(work)), "You can close this tab — the app is ready.");
-    waitUntil([&model] { return !model.isSigningIn(); });
-    EXPECT_EQ(model.status().kind, Kind::Connected);
-    EXPECT_EQ(model.identity()->email, QStringLiteral("maya.lindqvist@driftwell.example"));
-    EXPECT_FALSE(model.signInError());
+    waitUntil([&model] { return !model.signIn().isSigningIn(); });
+    EXPECT_EQ(model.connection().status().kind, Kind::Connected);
+    EXPECT_EQ(model.connection().identity()->email, QStringLiteral("maya.lindqvist@driftwell.example"));
+    EXPECT_FALSE(model.signIn().signInError());
     EXPECT_TRUE(config().at("tokens").contains(sandbox.remoteAddress()));
 }
 
@@ -71,8 +75,8 @@ TEST_F(ChromiumSignIn, WaitsForTheBrowserToComeBackThoughItLooksElsewhereFirst) 
     RecordingDesktopServices desktop;
     AppState model(std::make_unique<PlatformClient>(Bundle(), ConfigStore(configFile())), desktop,
                    openUserDefaults(configFile()));
-    model.reloadConfig();
-    model.signIn();
+    model.connection().reloadConfig();
+    model.signIn().signIn();
     const std::string address = desktop.openedUrls().at(0);
     const std::size_t port = address.find("cli_port=") + 9;
     const std::string callback = "http://127.0.0.1:" + address.substr(port, address.find('&', port) - port);
@@ -83,8 +87,8 @@ TEST_F(ChromiumSignIn, WaitsForTheBrowserToComeBackThoughItLooksElsewhereFirst) 
         return title;
     };
     EXPECT_EQ(await(runOnPool(work)), "Driftwell");
-    waitUntil([&model] { return !model.isSigningIn(); });
-    EXPECT_EQ(model.identity()->handle, QStringLiteral("tomas"));
+    waitUntil([&model] { return !model.signIn().isSigningIn(); });
+    EXPECT_EQ(model.connection().identity()->handle, QStringLiteral("tomas"));
 }
 
 TEST_F(ChromiumSignIn, SignsTheToolIn) {

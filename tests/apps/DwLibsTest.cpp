@@ -1,5 +1,5 @@
 #include "tests/apps/DwSiteFixture.h"
-#include "tests/core/PlatformServer.h"
+#include "tests/support/PlatformServer.h"
 
 namespace driftwell::tests {
 

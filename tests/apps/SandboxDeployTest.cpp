@@ -200,6 +200,132 @@ TEST_F(SandboxDeploy, theLimitsHold) {
     expectRefused(archiveOf(members), 413, "too_many_files");
 }
 
+TEST_F(SandboxDeploy, aNameOfVeryManyFoldersIsRefused) {
+    start();
+    const size_t before = sandbox->residentBytes();
+    for (const int depth : {300, 2'000, 60'000, 300'000}) {
+        std::string name;
+        for (int folder = 0; folder < depth; ++folder) {
+            name += "a/";
+        }
+        name += "f";
+        expectRefused(rawArchive(rawHeader("@", 'L', name.size() + 1) + rawContent(name + '\0') +
+                                 rawHeader("f", '0', 1) + rawContent("x")),
+                      400, "bad_archive");
+        expectRefused(rawArchive(rawAttributes({{"path", name}}) + rawHeader("f", '5', 0)), 400, "bad_archive");
+    }
+    EXPECT_LT(sandbox->residentBytes(), before + 15'000'000);
+}
+
+TEST_F(SandboxDeploy, foldersAsDeepAsPeopleMakeThemArrive) {
+    start();
+    std::string name;
+    for (int folder = 0; folder < 200; ++folder) {
+        name += "f/";
+    }
+    ASSERT_EQ(
+        deploy(*sandbox, "deep",
+               rawArchive(rawAttributes({{"path", name + "page.html"}}) + rawHeader("f", '0', 4) + rawContent("deep")))
+            .status,
+        200);
+    EXPECT_EQ(get(sandbox->siteUrl("deep", '/' + name + "page.html")).body, "deep");
+    ASSERT_EQ(HttpRequest("DELETE", sandbox->url("/api/sites/deep")).send().status, 200);
+    expectUntouched();
+}
+
+TEST_F(SandboxDeploy, whatIsRememberedOfFoldersDoesNotGrowWithThem) {
+    start({"--max-files", "8000"});
+    const size_t before = sandbox->residentBytes();
+    // Names of names: what takes little in the archive must not take much in memory.
+    std::string nested;
+    for (int folder = 0; folder < 15; ++folder) {
+        nested += "/" + std::string(250, 'n');
+    }
+    std::string pieces;
+    for (int top = 0; top < 600; ++top) {
+        pieces += rawAttributes({{"path", std::to_string(top) + nested}}) + rawHeader("f", '5', 0);
+    }
+    expectRefused(rawArchive(pieces), 413, "too_many_files");
+    EXPECT_LT(sandbox->residentBytes(), before + 10'000'000);
+}
+
+TEST_F(SandboxDeploy, membersOfOneNameCountEach) {
+    start({"--max-files", "10"});
+    using Kind = Member::Kind;
+    for (const Member& member :
+         {Member{.name = "index.html", .content = "x"}, Member{.name = "a", .kind = Kind::Folder},
+          Member{.name = "./", .kind = Kind::Folder}, Member{.name = "p", .kind = Kind::Pipe}}) {
+        expectRefused(archiveOf(std::vector<Member>(11, member)), 413, "too_many_files");
+    }
+    EXPECT_EQ(
+        deploy(*sandbox, "site", archiveOf(std::vector<Member>(10, {.name = "index.html", .content = "x"}))).status,
+        200);
+}
+
+TEST_F(SandboxDeploy, foldersThatAreOnlyImpliedCount) {
+    start({"--max-files", "10"});
+    expectRefused(archiveOf({{.name = "a/b/c/d/e/f/g/h/i/j/k", .content = "x"}}), 413, "too_many_files");
+    // Each counts once, said or implied.
+    EXPECT_EQ(deploy(*sandbox, "site",
+                     archiveOf({{.name = "a/", .kind = Member::Kind::Folder},
+                                {.name = "a/b/", .kind = Member::Kind::Folder},
+                                {.name = "a/b/1", .content = "x"},
+                                {.name = "a/b/2", .content = "x"},
+                                {.name = "c/d/e/f/1", .content = "x"},
+                                {.name = "c/2", .content = "x"}}))
+                  .status,
+              200);
+}
+
+/// A sparse file (GNU format 1.0): pieces of 512 bytes at the places given, in a file of this size.
+std::string sparseFile(std::uint64_t size, const std::vector<std::uint64_t>& places) {
+    std::string map = std::to_string(places.size()) + '\n';
+    for (const std::uint64_t place : places) {
+        map += std::to_string(place) + "\n512\n";
+    }
+    const std::string content = rawContent(map) + std::string(512 * places.size(), 'x');
+    return rawAttributes({{"GNU.sparse.major", "1"},
+                          {"GNU.sparse.minor", "0"},
+                          {"GNU.sparse.name", "sparse"},
+                          {"GNU.sparse.realsize", std::to_string(size)}}) +
+           rawHeader("sparse", '0', content.size()) + rawContent(content);
+}
+
+TEST_F(SandboxDeploy, aSparseFileCountsWithItsHoles) {
+    start({"--max-unpacked", "300000"});
+    expectRefused(rawArchive(sparseFile(300'001, {0})), 413, "too_large");
+    expectRefused(rawArchive(sparseFile(1'000'000'000'512, {1'000'000'000'000})), 413, "too_large");
+    const Reply reply = deploy(*sandbox, "site", rawArchive(sparseFile(300'000, {0, 1024})));
+    EXPECT_EQ(reply.status, 200);
+    EXPECT_EQ(reply.json().at("bytes"), 300'000);
+    EXPECT_EQ(get(sandbox->siteUrl("site", "/sparse")).body,
+              std::string(512, 'x') + std::string(512, '\0') + std::string(512, 'x') + std::string(298'464, '\0'));
+}
+
+TEST_F(SandboxDeploy, aSparseFileThatIsLargerThanItSaysIsRefused) {
+    start({"--max-unpacked", "300000"});
+    expectRefused(rawArchive(sparseFile(1, {1'000'000'000})), 400, "bad_archive");
+    expectRefused(rawArchive(sparseFile(600, {512})), 400, "bad_archive");
+}
+
+TEST_F(SandboxDeploy, aMemberWhoseDescriptionNeverEndsIsRefused) {
+    start();
+    const size_t before = sandbox->residentBytes();
+    // Pieces without a length, which a reader keeps all the same.
+    constexpr int pieces = 8'000'000;
+    std::string map = std::to_string(pieces) + '\n';
+    for (int piece = 0; piece < pieces; ++piece) {
+        map += "0\n0\n";
+    }
+    expectRefused(rawArchive(rawAttributes({{"GNU.sparse.major", "1"},
+                                            {"GNU.sparse.minor", "0"},
+                                            {"GNU.sparse.name", "sparse"},
+                                            {"GNU.sparse.realsize", "1"}}) +
+                             rawHeader("sparse", '0', map.size()) + rawContent(map)),
+                  400, "bad_archive");
+    EXPECT_LT(sandbox->residentBytes(), before + 40'000'000);
+}
+
 TEST_F(SandboxDeploy, anUploadWithoutALengthIsTakenAndLimited) {
     start({"--max-upload", "100000"});
     const auto chunk = [](const std::string& bytes) {

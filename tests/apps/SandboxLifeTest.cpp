@@ -239,6 +239,130 @@ TEST(SandboxLife, aSlowDeploymentHoldsNobodyUp) {
     EXPECT_EQ(get(sandbox.url("/api/me")).status, 200);
 }
 
+std::string noise(size_t size) {
+    std::mt19937 random(7);
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) {
+        byte = static_cast<char>(random());
+    }
+    return bytes;
+}
+
+/// What somebody does who takes connections and gives nothing for them.
+struct Dawdler {
+    const char* name;
+    std::string request;
+};
+
+class SandboxDawdlers : public testing::TestWithParam<Dawdler> {};
+
+TEST_P(SandboxDawdlers, holdNobodyUp) {
+    const TemporaryFolder data;
+    const SandboxProcess sandbox(data.path().string());
+    ASSERT_EQ(deploy(sandbox, "large", archiveOf({{.name = "file", .content = std::string(30'000'000, 'x')}})).status,
+              200);
+    std::string request = GetParam().request;
+    if (const size_t place = request.find("PORT"); place != std::string::npos) {
+        request.replace(place, 4, std::to_string(sandbox.port()));
+    }
+    std::vector<std::unique_ptr<RawConnection>> slow;
+    for (int connection = 0; connection < 200; ++connection) {
+        slow.push_back(std::make_unique<RawConnection>(sandbox.port()));
+        slow.back()->send(request);
+    }
+    const auto start = std::chrono::steady_clock::now();
+    // At the address that is full.
+    const std::string url = "http://127.0.0.1:" + std::to_string(sandbox.port());
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(get(url + "/api/me").status, 200);
+        EXPECT_EQ(HttpRequest("POST", url + "/api/deploy?site=quick")
+                      .body(pageArchive("quick"), "application/gzip")
+                      .send()
+                      .status,
+                  200);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, SandboxDawdlers,
+    testing::Values(
+        Dawdler{"whoSayNothing", ""}, Dawdler{"whoNeverFinishTheirRequest", "GET /api/me HTTP/1.1\r\nHost: l"},
+        Dawdler{"whoNeverSendTheBody", "POST /api/deploy?site=a HTTP/1.1\r\nHost: localhost:PORT\r\nContent-Type: "
+                                       "application/gzip\r\nContent-Length: 1000000\r\n\r\nbegin"},
+        Dawdler{"whoAreDone", "GET /api/me HTTP/1.1\r\nHost: localhost:PORT\r\n\r\n"},
+        Dawdler{"whoDoNotReadTheAnswer", "GET /file HTTP/1.1\r\nHost: large.driftwell.localhost:PORT\r\n\r\n"}),
+    [](const auto& info) { return info.param.name; });
+
+class SandboxEndlessRequest : public testing::TestWithParam<std::pair<std::string, std::string>> {};
+
+TEST_P(SandboxEndlessRequest, isBrokenOff) {
+    const TemporaryFolder data;
+    const SandboxProcess sandbox(data.path().string());
+    const size_t before = sandbox.residentBytes();
+    const RawConnection connection(sandbox.port());
+    std::string begin = GetParam().first;
+    if (const size_t place = begin.find("PORT"); place != std::string::npos) {
+        begin.replace(place, 4, std::to_string(sandbox.port()));
+    }
+    ASSERT_TRUE(connection.send(begin));
+    std::string more;
+    while (more.size() < 100'000) {
+        more += GetParam().second;
+    }
+    int sent = 0;
+    while (sent < 600 && connection.send(more)) {
+        ++sent;
+    }
+    EXPECT_LT(sent, 600);
+    EXPECT_LT(sandbox.residentBytes(), before + 15'000'000);
+    EXPECT_EQ(get(sandbox.url("/api/me")).status, 200);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, SandboxEndlessRequest,
+    testing::Values(
+        std::pair<std::string, std::string>("GET /", "x"),
+        std::pair<std::string, std::string>("GET / HTTP/1.1\r\nX: ", "x"),
+        std::pair<std::string, std::string>("GET / HTTP/1.1\r\n", "X: y\r\n"),
+        std::pair<std::string, std::string>("POST /api/deploy?site=a HTTP/1.1\r\nHost: localhost:PORT\r\nContent-Type: "
+                                            "application/gzip\r\nTransfer-Encoding: chunked\r\n\r\n",
+                                            "0")));
+
+TEST(SandboxLife, aFullDiskIsSaidWhereverItIsHit) {
+    const TemporaryFolder data;
+    std::unique_ptr<SandboxProcess> sandbox;
+    try {
+        sandbox = std::make_unique<SandboxProcess>(data.path().string(), std::vector<std::string>(), SmallDisk{2});
+    } catch (const std::exception&) {
+        GTEST_SKIP() << "no file system can be mounted here";
+    }
+    ASSERT_EQ(deploy(*sandbox, "site", pageArchive("home")).status, 200);
+    const auto expectFull = [](const Reply& reply) {
+        EXPECT_EQ(reply.status, 507) << reply.body;
+        EXPECT_EQ(reply.code(), "disk_full") << reply.body;
+    };
+    // While the upload is received, and while it is unpacked.
+    expectFull(deploy(*sandbox, "site", std::string(3'000'000, 'x')));
+    expectFull(deploy(*sandbox, "site", archiveOf({{.name = "zeros", .content = std::string(30'000'000, '\0')}})));
+    // In the database alone, when there is no room for anything else either.
+    int site = 0;
+    for (const size_t size : {400'000, 100'000, 30'000, 8'000}) {
+        const std::string content = noise(size);
+        while (deploy(*sandbox, "filler-" + std::to_string(++site), archiveOf({{.name = "n", .content = content}}))
+                   .status == 200) {
+        }
+    }
+    json people = json::array();
+    for (int person = 0; person < 500; ++person) {
+        people.push_back(std::to_string(person) + std::string(200, 'p') + "@example.com");
+    }
+    expectFull(HttpRequest("PUT", sandbox->url("/api/sites/site/access")).json({{"emails", people}}).send());
+    // Nothing is lost by it.
+    EXPECT_EQ(get(sandbox->siteUrl("site", "/")).body, "home");
+    EXPECT_EQ(get(sandbox->url("/api/me")).status, 200);
+}
+
 } // namespace
 
 } // namespace driftwell::tests

@@ -11,6 +11,7 @@ namespace driftwell::tests {
 namespace {
 
 using nlohmann::json;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -188,6 +189,35 @@ TEST_F(SandboxSignIn, theAccessRulesOfSites) {
     EXPECT_EQ(get(sandbox.siteUrl("site", "/")).status, 302);
     setAccess({{"mode", "public"}});
     EXPECT_EQ(get(sandbox.siteUrl("site", "/")).body, "home");
+}
+
+TEST_F(SandboxSignIn, whoIsNotOnTheTeamDoesNotLearnWhichSitesThereAre) {
+    const std::string token = tokenOf(sandbox, maya);
+    ASSERT_EQ(deploy(sandbox, "secret", pageArchive("home"), token).status, 200);
+    // Before a sign-in.
+    EXPECT_EQ(get(sandbox.siteUrl("secret", "/")).status, 302);
+    EXPECT_EQ(get(sandbox.siteUrl("other", "/")).status, 302);
+    EXPECT_THAT(get(sandbox.url("/")).body, Not(HasSubstr("secret")));
+    // After it.
+    const std::string toSecret = visit("secret", outsider);
+    const std::string toOther = visit("other", outsider);
+    const Reply secret = visitAgain("secret", toSecret);
+    const Reply other = visitAgain("other", toOther);
+    EXPECT_EQ(secret.status, 403);
+    EXPECT_EQ(other.status, 403);
+    const auto withoutName = [](std::string text, const std::string& name) {
+        for (size_t at = text.find(name); at != std::string::npos; at = text.find(name)) {
+            text.replace(at, name.size(), "*");
+        }
+        return text;
+    };
+    EXPECT_EQ(withoutName(secret.body, "secret"), withoutName(other.body, "other"));
+    const Reply welcome = getAs(tokenOf(sandbox, outsider), "/");
+    EXPECT_EQ(welcome.status, 403);
+    EXPECT_THAT(welcome.body, AllOf(HasSubstr("Only team members"), Not(HasSubstr("secret"))));
+    // The team does.
+    EXPECT_EQ(visitAgain("other", visit("other", ines)).status, 404);
+    EXPECT_THAT(getAs(token, "/").body, HasSubstr("secret"));
 }
 
 TEST_F(SandboxSignIn, aCookieIsGoodForItsSiteOnly) {

@@ -39,7 +39,7 @@ protected:
         configureLocal();
         answerAll();
         server.answer("/api/deploy", 200, deployAnswer("garden"));
-        model().reloadConfig();
+        model().connection().reloadConfig();
     }
 
     /// A folder with one file.
@@ -48,11 +48,11 @@ protected:
         return folder() / ("work/" + name);
     }
 
-    std::shared_ptr<DeployFlow> flow() { return model().deployFlow(); }
+    std::shared_ptr<DeployFlow> flow() { return model().deployments().deployFlow(); }
 
     /// Opens a deployment and waits for its figures.
     std::shared_ptr<DeployFlow> begin(const Folder& path) {
-        model().beginDeploy(path);
+        model().deployments().beginDeploy(path);
         const std::shared_ptr<DeployFlow> begun = flow();
         if (begun) {
             waitUntil([&begun] { return begun->byteCount().has_value(); });
@@ -66,7 +66,7 @@ protected:
     /// Confirms the open deployment and waits for its end.
     void confirmAndWait() {
         const std::shared_ptr<DeployFlow> open = flow();
-        model().confirmDeploy();
+        model().deployments().confirmDeploy();
         waitUntil([&open] { return succeeded(*open) || failed(*open); });
     }
 
@@ -87,7 +87,7 @@ protected:
                                        words.size() * sizeof(std::uint64_t));
         folder().write("work/large/picture.jpg", content);
         std::shared_ptr<DeployFlow> open = begin(folder() / "work/large");
-        model().confirmDeploy();
+        model().deployments().confirmDeploy();
         return open;
     }
 };
@@ -97,7 +97,7 @@ protected:
 TEST_F(DeployingTest, AFolderOpensADeploymentThatAsksForItsName) {
     const Folder garden = makeFolder("My Garden_2026");
     ChangeLog log(model());
-    model().beginDeploy(garden);
+    model().deployments().beginDeploy(garden);
     ASSERT_TRUE(flow());
     EXPECT_THAT(log.changes(), ElementsAre("deployFlow"));
     EXPECT_EQ(flow()->folder(), garden);
@@ -106,13 +106,13 @@ TEST_F(DeployingTest, AFolderOpensADeploymentThatAsksForItsName) {
     EXPECT_EQ(flow()->stage(), DeployStage::packing());
     EXPECT_FALSE(flow()->startedAt());
     EXPECT_FALSE(flow()->finishedAt());
-    EXPECT_FALSE(model().isDeploying());
-    EXPECT_FALSE(model().deployingSiteName());
+    EXPECT_FALSE(model().deployments().isDeploying());
+    EXPECT_FALSE(model().deployments().deployingSiteName());
 }
 
 TEST_F(DeployingTest, ASlashAtTheEndOfTheFolderIsDropped) {
     const Folder garden = makeFolder();
-    model().beginDeploy(garden.string() + "/");
+    model().deployments().beginDeploy(garden.string() + "/");
     ASSERT_TRUE(flow());
     EXPECT_EQ(flow()->folder(), garden);
     EXPECT_EQ(flow()->siteName(), QStringLiteral("garden"));
@@ -120,14 +120,42 @@ TEST_F(DeployingTest, ASlashAtTheEndOfTheFolderIsDropped) {
 
 TEST_F(DeployingTest, SeveralSlashesAndDotsInTheFolderAreDropped) {
     const Folder garden = makeFolder();
-    model().beginDeploy(garden.string() + "/..//garden/.//");
+    model().deployments().beginDeploy(garden.string() + "/..//garden/.//");
     ASSERT_TRUE(flow());
     EXPECT_EQ(flow()->folder(), garden);
     EXPECT_EQ(flow()->siteName(), QStringLiteral("garden"));
 }
 
+TEST_F(DeployingTest, TheFolderIsTheOneOnTheDiskAlsoBehindALink) {
+    makeFolder("elsewhere/inner");
+    makeFolder("here/inner");
+    std::filesystem::create_directory_symlink(folder() / "work/elsewhere/inner", folder() / "work/here/link");
+    model().deployments().beginDeploy(folder() / "work/here/link/../inner");
+    ASSERT_TRUE(flow());
+    EXPECT_EQ(flow()->folder(), folder() / "work/elsewhere/inner");
+    EXPECT_EQ(flow()->siteName(), QStringLiteral("inner"));
+}
+
+TEST_F(DeployingTest, AFolderThatIsNamedByWhereItIsKeepsItsOwnName) {
+    const Folder garden = makeFolder();
+    makeFolder("garden/deep");
+    model().deployments().beginDeploy(garden / "deep/..");
+    ASSERT_TRUE(flow());
+    EXPECT_EQ(flow()->folder(), garden);
+    EXPECT_EQ(flow()->siteName(), QStringLiteral("garden"));
+}
+
+TEST_F(DeployingTest, ALinkToAFolderSuggestsItsOwnName) {
+    const Folder target = makeFolder("release-2026-11");
+    std::filesystem::create_directory_symlink(target, folder() / "work/garden");
+    model().deployments().beginDeploy(folder() / "work/garden");
+    ASSERT_TRUE(flow());
+    EXPECT_EQ(flow()->folder(), target);
+    EXPECT_EQ(flow()->siteName(), QStringLiteral("garden"));
+}
+
 TEST_F(DeployingTest, ANameWithoutAnyUsableCharacterGivesNoSuggestion) {
-    model().beginDeploy(makeFolder("___"));
+    model().deployments().beginDeploy(makeFolder("___"));
     ASSERT_TRUE(flow());
     EXPECT_EQ(flow()->siteName(), QString());
 }
@@ -144,10 +172,10 @@ TEST_F(DeployingTest, AFolderWhoseNameIsNoTextIsPublished) {
 TEST_F(DeployingTest, WhatIsNoFolderIsIgnored) {
     makeFolder();
     ChangeLog log(model());
-    model().beginDeploy(folder() / "work/garden/index.html");
-    model().beginDeploy(folder() / "work/vanished");
-    model().beginDeploy(folder() / "work/garden/index.html/");
-    model().beginDeploy("");
+    model().deployments().beginDeploy(folder() / "work/garden/index.html");
+    model().deployments().beginDeploy(folder() / "work/vanished");
+    model().deployments().beginDeploy(folder() / "work/garden/index.html/");
+    model().deployments().beginDeploy("");
     settle();
     EXPECT_EQ(flow(), nullptr);
     EXPECT_THAT(log.changes(), IsEmpty());
@@ -155,9 +183,9 @@ TEST_F(DeployingTest, WhatIsNoFolderIsIgnored) {
 
 TEST_F(DeployingTest, AFolderIsTakenWhateverTheConnection) {
     writeConfig(Json::object());
-    model().reloadConfig();
-    ASSERT_EQ(model().status(), Status::noHost());
-    model().beginDeploy(makeFolder());
+    model().connection().reloadConfig();
+    ASSERT_EQ(model().connection().status(), Status::noHost());
+    model().deployments().beginDeploy(makeFolder());
     EXPECT_TRUE(flow());
 }
 
@@ -177,27 +205,40 @@ TEST_F(DeployingTest, TheFiguresOfAnEmptyFolderAreZero) {
     EXPECT_TRUE(flow()->isConfirming());
 }
 
-TEST_F(DeployingTest, TheFiguresOfACancelledDeploymentAreDropped) {
-    const Folder garden = makeFolder();
+TEST_F(DeployingTest, TheFiguresOfACancelledDeploymentAreNotThoseOfTheNext) {
+    folder().write("work/large/picture.jpg", "1234567");
     PoolHold hold;
-    model().beginDeploy(garden);
+    model().deployments().beginDeploy(makeFolder("large"));
     const std::shared_ptr<DeployFlow> cancelled = flow();
-    model().cancelDeploy();
-    model().beginDeploy(makeFolder("bakery"));
+    int changes = 0;
+    QObject::connect(cancelled.get(), &DeployFlow::figuresChanged, cancelled.get(), [&changes] { ++changes; });
+    model().deployments().cancelDeploy();
+    model().deployments().beginDeploy(makeFolder("bakery"));
     const std::shared_ptr<DeployFlow> next = flow();
     hold.release();
     waitUntil([&next] { return next->byteCount().has_value(); });
     waitUntil([] { return poolIsIdle(); });
     settle();
-    EXPECT_NE(cancelled, next);
-    EXPECT_FALSE(cancelled->fileCount());
-    EXPECT_FALSE(cancelled->byteCount());
+    EXPECT_EQ(changes, 0);
+    EXPECT_EQ(next->fileCount(), 1);
+    EXPECT_EQ(next->byteCount(), 5);
+}
+
+TEST_F(DeployingTest, ClosingADeploymentEndsTheCountingOfItsFiles) {
+    PoolHold hold;
+    model().deployments().beginDeploy(makeFolder());
+    const std::weak_ptr<DeployFlow> closed = flow();
+    model().deployments().cancelDeploy();
+    // A scan that is stopped before it begins reads nothing, not even a folder that has gone.
+    std::filesystem::remove_all(folder() / "work/garden");
+    hold.release();
+    waitUntil([&closed] { return closed.expired(); });
 }
 
 TEST_F(DeployingTest, AFailureToCountTheFilesIsNotShown) {
     const Folder garden = makeFolder();
     PoolHold hold;
-    model().beginDeploy(garden);
+    model().deployments().beginDeploy(garden);
     std::filesystem::remove_all(garden);
     hold.release();
     waitUntil([] { return poolIsIdle(); });
@@ -211,7 +252,7 @@ TEST_F(DeployingTest, AFailureToCountTheFilesIsNotShown) {
 TEST_F(DeployingTest, ASecondFolderIsIgnoredWhileTheNameIsAsked) {
     const std::shared_ptr<DeployFlow> first = begin(makeFolder());
     ChangeLog log(model());
-    model().beginDeploy(makeFolder("bakery"));
+    model().deployments().beginDeploy(makeFolder("bakery"));
     EXPECT_EQ(flow(), first);
     EXPECT_THAT(log.changes(), IsEmpty());
 }
@@ -219,9 +260,9 @@ TEST_F(DeployingTest, ASecondFolderIsIgnoredWhileTheNameIsAsked) {
 TEST_F(DeployingTest, ASecondFolderIsIgnoredWhileTheFirstIsDeployed) {
     const std::shared_ptr<DeployFlow> first = begin(makeFolder());
     PlatformServer::Hold held = server.holdAnswer("/api/deploy");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
-    model().beginDeploy(makeFolder("bakery"));
+    model().deployments().beginDeploy(makeFolder("bakery"));
     EXPECT_EQ(flow(), first);
     held.release();
     waitUntil([&first] { return succeeded(*first); });
@@ -254,7 +295,7 @@ TEST_F(DeployingTest, ASecondFolderReplacesAFailedDeployment) {
 TEST_F(DeployingTest, TheChosenFolderIsDeployed) {
     const Folder garden = makeFolder();
     RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
-    model().chooseFolderAndDeploy();
+    model().newProject().chooseFolderAndDeploy();
     EXPECT_EQ(flow(), nullptr) << "nothing happens before the person has chosen";
     answer.succeed(garden);
     waitUntil([this] { return flow() != nullptr; });
@@ -266,9 +307,9 @@ TEST_F(DeployingTest, TheChosenFolderIsDeployed) {
 
 TEST_F(DeployingTest, WithoutAPlatformTheFolderIsAskedForInTheProductsName) {
     writeConfig(Json::object());
-    model().reloadConfig();
+    model().connection().reloadConfig();
     desktop.expectFolderQuestion().succeed(std::nullopt);
-    model().chooseFolderAndDeploy();
+    model().newProject().chooseFolderAndDeploy();
     EXPECT_THAT(desktop.folderQuestions(), ElementsAre(RecordingDesktopServices::FolderQuestion{
                                                "Deploy", "Choose a folder to deploy to driftwell"}));
 }
@@ -276,7 +317,7 @@ TEST_F(DeployingTest, WithoutAPlatformTheFolderIsAskedForInTheProductsName) {
 TEST_F(DeployingTest, ChoosingNoFolderDoesNothing) {
     RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
     ChangeLog log(model());
-    model().chooseFolderAndDeploy();
+    model().newProject().chooseFolderAndDeploy();
     answer.succeed(std::nullopt);
     settle();
     EXPECT_EQ(flow(), nullptr);
@@ -285,7 +326,7 @@ TEST_F(DeployingTest, ChoosingNoFolderDoesNothing) {
 
 TEST_F(DeployingTest, AFolderChosenAfterTheModelsEndIsDropped) {
     RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
-    model().chooseFolderAndDeploy();
+    model().newProject().chooseFolderAndDeploy();
     destroyModel();
     answer.succeed(makeFolder());
     settle();
@@ -295,7 +336,7 @@ TEST_F(DeployingTest, AFolderChosenAfterTheModelsEndIsDropped) {
 
 TEST_F(DeployingTest, ConfirmingWithoutADeploymentDoesNothing) {
     ChangeLog log(model());
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     settle();
     EXPECT_THAT(log.changes(), IsEmpty());
     EXPECT_THAT(server.requests(), IsEmpty());
@@ -303,9 +344,9 @@ TEST_F(DeployingTest, ConfirmingWithoutADeploymentDoesNothing) {
 
 TEST_F(DeployingTest, ConfirmingWithoutAPlatformDoesNothing) {
     writeConfig(Json::object());
-    model().reloadConfig();
+    model().connection().reloadConfig();
     begin(makeFolder());
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     EXPECT_TRUE(flow()->isConfirming());
     EXPECT_FALSE(flow()->startedAt());
 }
@@ -315,12 +356,12 @@ class RefusedNameTest : public DeployingTest, public testing::WithParamInterface
 TEST_P(RefusedNameTest, IsNotDeployed) {
     begin(makeFolder());
     flow()->setSiteName(QString::fromUtf8(GetParam()));
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     settle();
     EXPECT_TRUE(flow()->isConfirming());
     EXPECT_FALSE(flow()->startedAt());
     EXPECT_EQ(flow()->siteName(), QString::fromUtf8(GetParam()));
-    EXPECT_FALSE(model().isDeploying());
+    EXPECT_FALSE(model().deployments().isDeploying());
     EXPECT_THAT(server.requests(), IsEmpty());
 }
 
@@ -331,9 +372,9 @@ INSTANTIATE_TEST_SUITE_P(Names, RefusedNameTest,
 TEST_F(DeployingTest, ConfirmingARunningDeploymentAgainDoesNothing) {
     const std::shared_ptr<DeployFlow> open = begin(makeFolder());
     PlatformServer::Hold held = server.holdAnswer("/api/deploy");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     const std::optional<Timestamp> startedAt = open->startedAt();
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
     EXPECT_EQ(open->startedAt(), startedAt);
     held.release();
@@ -346,7 +387,7 @@ TEST_F(DeployingTest, ConfirmingAFinishedDeploymentDoesNothing) {
     begin(makeFolder());
     confirmAndWait();
     const DeployFlow::Phase phase = flow()->phase();
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     EXPECT_EQ(flow()->phase(), phase);
     waitForNothingLeft();
     EXPECT_THAT(server.requests("/api/deploy"), SizeIs(1));
@@ -356,7 +397,7 @@ TEST_F(DeployingTest, ConfirmingAFailedDeploymentDoesNothing) {
     server.answer("/api/deploy", 500, "");
     begin(makeFolder());
     confirmAndWait();
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     EXPECT_TRUE(failed(*flow()));
 }
 
@@ -366,10 +407,10 @@ TEST_F(DeployingTest, ADeploymentGoesToThePlatformUnderTheConfirmedName) {
     const Timestamp before = now();
     begin(makeFolder());
     flow()->setSiteName("rose-garden");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     EXPECT_TRUE(flow()->isDeploying());
-    EXPECT_TRUE(model().isDeploying());
-    EXPECT_EQ(model().deployingSiteName(), QStringLiteral("rose-garden"));
+    EXPECT_TRUE(model().deployments().isDeploying());
+    EXPECT_EQ(model().deployments().deployingSiteName(), QStringLiteral("rose-garden"));
     ASSERT_TRUE(flow()->startedAt());
     EXPECT_LE(before, *flow()->startedAt());
     EXPECT_FALSE(flow()->finishedAt());
@@ -377,8 +418,8 @@ TEST_F(DeployingTest, ADeploymentGoesToThePlatformUnderTheConfirmedName) {
     waitUntil([this] { return succeeded(*flow()); });
     ASSERT_TRUE(flow()->finishedAt());
     EXPECT_LE(*flow()->startedAt(), *flow()->finishedAt());
-    EXPECT_FALSE(model().isDeploying());
-    EXPECT_FALSE(model().deployingSiteName());
+    EXPECT_FALSE(model().deployments().isDeploying());
+    EXPECT_FALSE(model().deployments().deployingSiteName());
     ASSERT_THAT(server.requests("/api/deploy"), SizeIs(1));
     const PlatformServer::Request upload = server.requests("/api/deploy")[0];
     EXPECT_EQ(upload.method, "POST");
@@ -415,21 +456,77 @@ TEST_F(DeployingTest, TheResultIsShownBeforeTheFolderIsRememberedAndTheListsAreR
     EXPECT_TRUE(shown);
     waitUntil([&refresh] { return refresh.arrived(); });
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}})) << "the confirmed name, not the answer's";
-    EXPECT_THAT(model().sites(), IsEmpty());
+    EXPECT_THAT(model().catalog().sites(), IsEmpty());
     refresh.release();
-    waitUntil([this] { return model().status() == Status::connected(); });
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery"));
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
 }
+
+TEST_F(DeployingTest, TheStartIsNotedBeforeThePhaseIsShown) {
+    begin(makeFolder());
+    bool shown = false;
+    QObject::connect(flow().get(), &DeployFlow::phaseChanged, flow().get(), [this, &shown] {
+        if (flow()->isDeploying()) {
+            shown = true;
+            EXPECT_TRUE(flow()->startedAt());
+        }
+    });
+    confirmAndWait();
+    EXPECT_TRUE(shown);
+}
+
+TEST_F(DeployingTest, ASiteThatIsEditedTogetherButHasNoFolderHereIsUploadedLikeAnyOther) {
+    Json record = siteRecord("garden");
+    record["collab"] = {{"enabled", true}};
+    server.answer("/api/sites", 200, Json{{"sites", {record}}}.dump());
+    await(model().connection().refresh());
+    ASSERT_TRUE(model().catalog().existingSite("garden")->collab);
+    begin(makeFolder());
+    confirmAndWait();
+    EXPECT_TRUE(succeeded(*flow()));
+    EXPECT_THAT(server.requests("/api/deploy"), SizeIs(1));
+}
+
+class StatusTest : public DeployingTest, public testing::WithParamInterface<Status::Kind> {};
+
+TEST_P(StatusTest, ADeploymentBeginsAndGoesToThePlatformWhateverTheConnection) {
+    switch (GetParam()) {
+    case Status::Kind::NotTeam:
+        server.answer("/api/sites", 403, errorAnswer("Not you", "not_team"));
+        break;
+    case Status::Kind::Unreachable:
+        server.closeWithoutAnswer("/api/sites");
+        break;
+    case Status::Kind::SignedOut:
+        server.answer("/api/sites", 401, "");
+        break;
+    default:
+        break;
+    }
+    if (GetParam() != Status::Kind::Connecting) {
+        await(model().connection().refresh());
+    }
+    ASSERT_EQ(model().connection().status().kind, GetParam());
+    begin(makeFolder());
+    ASSERT_TRUE(flow());
+    confirmAndWait();
+    EXPECT_TRUE(succeeded(*flow()));
+    EXPECT_THAT(server.requests("/api/deploy"), SizeIs(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Statuses, StatusTest,
+                         testing::Values(Status::Kind::Connecting, Status::Kind::Connected, Status::Kind::NotTeam,
+                                         Status::Kind::Unreachable, Status::Kind::SignedOut));
 
 TEST_F(DeployingTest, TheNameThatWasConfirmedCounts) {
     const Folder garden = makeFolder();
     begin(garden);
     PlatformServer::Hold held = server.holdAnswer("/api/deploy");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     flow()->setSiteName("typed-later");
     waitUntil([&held] { return held.arrived(); });
     held.release();
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
     EXPECT_EQ(server.requests("/api/deploy")[0].target, "/api/deploy?site=garden");
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}}));
 }
@@ -438,8 +535,8 @@ TEST_F(DeployingTest, ThePlatformAtTheConfirmationCounts) {
     begin(makeFolder());
     PlatformServer other;
     PlatformServer::Hold held = server.holdBody("/api/deploy");
-    model().confirmDeploy();
-    model().setHost(QStringLiteral("http://localhost:%1").arg(other.port()));
+    model().deployments().confirmDeploy();
+    model().connection().setHost(QStringLiteral("http://localhost:%1").arg(other.port()));
     waitUntil([&held] { return held.arrived(); });
     held.release();
     waitUntil([this] { return succeeded(*flow()); });
@@ -451,13 +548,13 @@ TEST_F(DeployingTest, ThePlatformAtTheConfirmationCounts) {
 TEST_F(DeployingTest, AFolderThatCannotBeRememberedIsPublishedAllTheSame) {
     begin(makeFolder());
     PlatformServer::Hold held = server.holdAnswer("/api/deploy");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
     // A file stands where the session file's folder is to be.
     std::filesystem::remove_all(folder() / "home/.config");
     folder().write("home/.config", "");
     held.release();
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
     EXPECT_TRUE(succeeded(*flow()));
 }
 
@@ -465,7 +562,7 @@ TEST_F(DeployingTest, TheFolderWithoutItsSlashIsRemembered) {
     const Folder garden = makeFolder();
     begin(garden.string() + "/");
     confirmAndWait();
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}}));
 }
 
@@ -484,30 +581,30 @@ TEST_F(DeployingTest, ARefreshThatFailsAfterwardsLeavesTheResult) {
     server.answer("/api/sites", 500, "");
     begin(makeFolder());
     confirmAndWait();
-    waitUntil([this] { return model().status() == Status::unreachable(8); });
+    waitUntil([this] { return model().connection().status() == Status::unreachable(8); });
     EXPECT_TRUE(succeeded(*flow()));
 }
 
 TEST_F(DeployingTest, TheHistoryOfTheExpandedSiteIsLoadedAfterTheRefresh) {
     server.answer("/api/logs/garden", 200,
                   R"({"site":"garden","entries":[{"ts":"1","kind":"deploy","user":"ada","detail":"deployed"}]})");
-    model().setExpandedSite("garden");
+    model().catalog().setExpandedSite("garden");
     begin(makeFolder());
     PlatformServer::Hold refresh = server.holdAnswer("/api/libs");
     confirmAndWait();
     waitUntil([&refresh] { return refresh.arrived(); });
     EXPECT_THAT(server.requests("/api/logs/garden"), IsEmpty());
     refresh.release();
-    waitUntil([this] { return model().deployHistory().contains("garden"); });
+    waitUntil([this] { return model().catalog().deployHistory().contains("garden"); });
     EXPECT_EQ(requestedPaths().back(), "/api/logs/garden?limit=200");
 }
 
 TEST_F(DeployingTest, TheHistoryOfAnotherExpandedSiteIsNotLoaded) {
-    model().setExpandedSite("bakery");
+    model().catalog().setExpandedSite("bakery");
     begin(makeFolder());
     confirmAndWait();
     waitForNothingLeft();
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
     settle();
     EXPECT_THAT(server.requests("/api/logs/bakery"), IsEmpty());
     EXPECT_THAT(server.requests("/api/logs/garden"), IsEmpty());
@@ -538,12 +635,12 @@ TEST_P(RefusedDeploymentTest, ShowsThePlatformsTextAndChangesNothingElse) {
     EXPECT_EQ(failure().kind, GetParam().kind);
     EXPECT_TRUE(flow()->startedAt());
     EXPECT_FALSE(flow()->finishedAt());
-    EXPECT_FALSE(model().isDeploying());
+    EXPECT_FALSE(model().deployments().isDeploying());
     waitForNothingLeft();
     settle();
     EXPECT_EQ(readConfig(), before);
     EXPECT_THAT(requestedPaths(), ElementsAre("/api/deploy?site=garden")) << "no refresh follows";
-    EXPECT_EQ(model().status(), Status::connecting());
+    EXPECT_EQ(model().connection().status(), Status::connecting());
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, RefusedDeploymentTest,
@@ -626,7 +723,7 @@ TEST_F(DeployingTest, AFailedDeploymentCanBeTriedAgain) {
 TEST_F(DeployingTest, AnUploadIsPublishingFromItsLastThousandthOn) {
     const PlatformServer::Hold held = server.holdAnswer("/api/deploy");
     const std::shared_ptr<DeployFlow> open = begin(makeFolder());
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
     open->report(DeployStage::uploading(0.998));
     EXPECT_EQ(open->stage(), DeployStage::uploading(0.998));
@@ -687,9 +784,9 @@ protected:
 
     void cancelAndExpectGone() {
         ChangeLog log(model());
-        model().cancelDeploy();
+        model().deployments().cancelDeploy();
         EXPECT_EQ(flow(), nullptr);
-        EXPECT_FALSE(model().isDeploying());
+        EXPECT_FALSE(model().deployments().isDeploying());
         EXPECT_THAT(log.changes(), ElementsAre("deployFlow"));
     }
 
@@ -717,7 +814,7 @@ TEST_F(CancelledDeploymentTest, AScanEnds) {
     begin(makeFolder());
     watchFlow();
     PoolHold hold;
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     cancelAndExpectGone();
     hold.release();
     waitForFlowsEnd();
@@ -737,14 +834,14 @@ TEST_F(CancelledDeploymentTest, AnUploadEnds) {
     waitUntil([&held] { return held.abandoned(); });
     EXPECT_THAT(server.requests(), IsEmpty()) << "no refresh follows";
     EXPECT_EQ(readConfig(), before);
-    EXPECT_EQ(model().status(), Status::connecting());
+    EXPECT_EQ(model().connection().status(), Status::connecting());
 }
 
 TEST_F(CancelledDeploymentTest, AWaitForThePlatformsAnswerEnds) {
     begin(makeFolder());
     watchFlow();
     const PlatformServer::Hold held = server.holdAnswer("/api/deploy");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
     cancelAndExpectGone();
     waitForFlowsEnd();
@@ -776,7 +873,7 @@ TEST_F(CancelledDeploymentTest, AFinishedDeploymentIsClosed) {
     begin(makeFolder());
     watchFlow();
     confirmAndWait();
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
     cancelAndExpectGone();
     waitForFlowsEnd();
 }
@@ -791,12 +888,12 @@ TEST_F(CancelledDeploymentTest, ClosingAFinishedDeploymentEndsItsRefresh) {
     cancelAndExpectGone();
     waitForFlowsEnd();
     waitUntil([&held] { return held.abandoned(); });
-    EXPECT_EQ(model().status(), Status::connecting());
+    EXPECT_EQ(model().connection().status(), Status::connecting());
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}})) << "the site was published";
 }
 
 TEST_F(CancelledDeploymentTest, ClosingAFinishedDeploymentEndsTheLoadingOfItsHistory) {
-    model().setExpandedSite("garden");
+    model().catalog().setExpandedSite("garden");
     begin(makeFolder());
     watchFlow();
     const PlatformServer::Hold held = server.holdAnswer("/api/logs/garden");
@@ -805,20 +902,20 @@ TEST_F(CancelledDeploymentTest, ClosingAFinishedDeploymentEndsTheLoadingOfItsHis
     cancelAndExpectGone();
     waitForFlowsEnd();
     waitUntil([&held] { return held.abandoned(); });
-    EXPECT_THAT(model().deployHistory(), IsEmpty());
+    EXPECT_THAT(model().catalog().deployHistory(), IsEmpty());
 }
 
 TEST_F(CancelledDeploymentTest, AnotherDeploymentThatHasBegunStays) {
     begin(makeFolder());
     watchFlow();
     const PlatformServer::Hold held = server.holdAnswer("/api/deploy");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
-    model().cancelDeploy();
-    model().beginDeploy(makeFolder("bakery"));
+    model().deployments().cancelDeploy();
+    model().deployments().beginDeploy(makeFolder("bakery"));
     const std::shared_ptr<DeployFlow> next = flow();
     ASSERT_TRUE(next);
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitForFlowsEnd();
     EXPECT_EQ(flow(), next);
     waitUntil([&next] { return succeeded(*next); });
@@ -828,7 +925,7 @@ TEST_F(CancelledDeploymentTest, ACancellationThatReachesTheWorkClosesTheDeployme
     begin(makeFolder());
     watchFlow();
     const PlatformServer::Hold held = server.holdAnswer("/api/deploy");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
     ChangeLog log(model());
     // A client that goes ends its calls with a cancellation.
@@ -855,7 +952,7 @@ protected:
     void confirmAndWaitForPacking() {
         begin(makeFolder());
         watchFlow();
-        model().confirmDeploy();
+        model().deployments().confirmDeploy();
         waitUntil([this] { return std::filesystem::exists(folder() / "packing"); });
     }
 
@@ -891,6 +988,19 @@ TEST_F(PackingTest, TheModelsEndLeavesNothing) {
     EXPECT_THAT(server.requests(), IsEmpty());
 }
 
+TEST_F(PackingTest, TheModelsEndInterruptsEveryDeploymentThatPacksAlsoOnesThatWereCancelled) {
+    confirmAndWaitForPacking();
+    cancelAndExpectGone();
+    std::filesystem::remove(folder() / "packing");
+    begin(makeFolder("bakery"));
+    model().deployments().confirmDeploy();
+    waitUntil([this] { return std::filesystem::exists(folder() / "packing"); });
+    EXPECT_EQ(entries(folder() / "tmp"), 2);
+    await(model().end());
+    EXPECT_EQ(entries(folder() / "tmp"), 0);
+    EXPECT_THAT(server.requests(), IsEmpty());
+}
+
 // The end of the model
 
 class EndDuringDeploymentTest : public CancelledDeploymentTest {
@@ -901,7 +1011,7 @@ protected:
 TEST_F(EndDuringDeploymentTest, TheScanOfTheFiguresEnds) {
     makeFolder();
     PoolHold hold;
-    model().beginDeploy(folder() / "work/garden");
+    model().deployments().beginDeploy(folder() / "work/garden");
     watchFlow();
     destroyModel();
     hold.release();
@@ -913,7 +1023,7 @@ TEST_F(EndDuringDeploymentTest, TheScanOfTheDeploymentEnds) {
     begin(makeFolder());
     watchFlow();
     PoolHold hold;
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     destroyModel();
     hold.release();
     endModel();
@@ -924,7 +1034,7 @@ TEST_F(EndDuringDeploymentTest, TheScanOfTheDeploymentEnds) {
 TEST_F(EndDuringDeploymentTest, AnUploadLeavesNothing) {
     destroyModel();
     const std::ptrdiff_t before = openFiles();
-    model().reloadConfig();
+    model().connection().reloadConfig();
     PlatformServer::Hold held = server.holdBody("/api/deploy");
     uploadThatStalls();
     watchFlow();
@@ -942,7 +1052,7 @@ TEST_F(EndDuringDeploymentTest, AWaitForThePlatformsAnswerLeavesNothing) {
     begin(makeFolder());
     watchFlow();
     const PlatformServer::Hold held = server.holdAnswer("/api/deploy");
-    model().confirmDeploy();
+    model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
     endModel();
     waitForFlowsEnd();

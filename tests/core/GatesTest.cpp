@@ -21,23 +21,23 @@ protected:
 };
 
 TEST_F(GatesTest, AFirstRunNeedsTheIntroduction) {
-    EXPECT_TRUE(model().needsOnboarding());
+    EXPECT_TRUE(model().gates().needsOnboarding());
 }
 
 TEST_F(GatesTest, TheIntroductionOnceCompletedIsNotNeededAgain) {
     storeDefault("onboardingCompleted", true);
-    EXPECT_FALSE(model().needsOnboarding());
+    EXPECT_FALSE(model().gates().needsOnboarding());
 }
 
 TEST_F(GatesTest, AnIntroductionStoredAsNotCompletedIsNeeded) {
     storeDefault("onboardingCompleted", false);
-    EXPECT_TRUE(model().needsOnboarding());
+    EXPECT_TRUE(model().gates().needsOnboarding());
 }
 
 TEST_F(GatesTest, TheVariableSetToOneAsksForTheIntroductionAgain) {
     storeDefault("onboardingCompleted", true);
     const ScopedVariable variable("DW_ONBOARDING", "1");
-    EXPECT_TRUE(model().needsOnboarding());
+    EXPECT_TRUE(model().gates().needsOnboarding());
 }
 
 class OnboardingVariableTest : public GatesTest, public testing::WithParamInterface<const char*> {};
@@ -45,45 +45,52 @@ class OnboardingVariableTest : public GatesTest, public testing::WithParamInterf
 TEST_P(OnboardingVariableTest, AnyOtherValueLeavesACompletedIntroductionAlone) {
     storeDefault("onboardingCompleted", true);
     const ScopedVariable variable("DW_ONBOARDING", GetParam());
-    EXPECT_FALSE(model().needsOnboarding());
+    EXPECT_FALSE(model().gates().needsOnboarding());
 }
 
 TEST_P(OnboardingVariableTest, AnyOtherValueDoesNotHideTheIntroduction) {
     const ScopedVariable variable("DW_ONBOARDING", GetParam());
-    EXPECT_TRUE(model().needsOnboarding());
+    EXPECT_TRUE(model().gates().needsOnboarding());
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, OnboardingVariableTest, testing::Values("0", "", "true", "yes", " 1", "1 ", "11"));
 
 TEST_F(GatesTest, CompletingTheIntroductionTellsItsObserversOnce) {
     ChangeLog log(model());
-    model().completeOnboarding();
-    EXPECT_FALSE(model().needsOnboarding());
+    model().gates().completeOnboarding();
+    EXPECT_FALSE(model().gates().needsOnboarding());
     EXPECT_THAT(log.changes(), ElementsAre("needsOnboarding"));
-    model().completeOnboarding();
+    model().gates().completeOnboarding();
     EXPECT_THAT(log.changes(), ElementsAre("needsOnboarding"));
 }
 
 TEST_F(GatesTest, CompletingTheIntroductionHoldsForLaterStarts) {
-    model().completeOnboarding();
-    EXPECT_FALSE(restartedModel().needsOnboarding());
+    model().gates().completeOnboarding();
+    EXPECT_FALSE(restartedModel().gates().needsOnboarding());
     EXPECT_THAT(folder().read("defaults.ini"), testing::HasSubstr("onboardingCompleted=true"));
+}
+
+TEST_F(GatesTest, ARunWithoutTheIntroductionStoresNothing) {
+    model().gates().postponeOnboarding();
+    EXPECT_FALSE(model().gates().needsOnboarding());
+    EXPECT_TRUE(restartedModel().gates().needsOnboarding());
+    EXPECT_FALSE(std::filesystem::exists(folder() / "defaults.ini"));
 }
 
 TEST_F(GatesTest, CompletingTheIntroductionThatTheVariableAskedForEndsItForThisRun) {
     storeDefault("onboardingCompleted", true);
     const ScopedVariable variable("DW_ONBOARDING", "1");
-    model().completeOnboarding();
-    EXPECT_FALSE(model().needsOnboarding());
-    EXPECT_TRUE(restartedModel().needsOnboarding());
+    model().gates().completeOnboarding();
+    EXPECT_FALSE(model().gates().needsOnboarding());
+    EXPECT_TRUE(restartedModel().gates().needsOnboarding());
 }
 
 TEST_F(GatesTest, TheIntroductionStaysCompletedWhenTheVariableGoes) {
     {
         const ScopedVariable variable("DW_ONBOARDING", "1");
-        model().completeOnboarding();
+        model().gates().completeOnboarding();
     }
-    EXPECT_FALSE(restartedModel().needsOnboarding());
+    EXPECT_FALSE(restartedModel().gates().needsOnboarding());
 }
 
 } // namespace

@@ -9,8 +9,8 @@
 
 namespace driftwell {
 
-void PrintTo(const AppState::Status& status, std::ostream* stream) {
-    using Kind = AppState::Status::Kind;
+void PrintTo(const Connection::Status& status, std::ostream* stream) {
+    using Kind = Connection::Status::Kind;
     switch (status.kind) {
     case Kind::Unreachable:
         *stream << "Unreachable(" << status.retryIn << ")";
@@ -96,33 +96,33 @@ std::vector<std::string> namesOf(const QList<LibInfo>& libs) {
 }
 
 ChangeLog::ChangeLog(AppState& model) {
-    const auto watch = [this, &model](auto signal, const char* name) {
-        QObject::connect(&model, signal, &m_context, [this, name] { m_changes.emplace_back(name); });
+    const auto watch = [this](auto& part, auto signal, const char* name) {
+        QObject::connect(&part, signal, &m_context, [this, name] { m_changes.emplace_back(name); });
     };
-    watch(&AppState::configChanged, "config");
-    watch(&AppState::statusChanged, "status");
-    watch(&AppState::identityChanged, "identity");
-    watch(&AppState::sitesChanged, "sites");
-    watch(&AppState::libsChanged, "libs");
-    watch(&AppState::statsChanged, "stats");
-    watch(&AppState::lastSyncChanged, "lastSync");
-    watch(&AppState::sortOrderChanged, "sortOrder");
-    watch(&AppState::filterChanged, "filter");
-    watch(&AppState::localRepoChanged, "localRepo");
-    watch(&AppState::deployFlowChanged, "deployFlow");
-    watch(&AppState::rollbacksInFlightChanged, "rollbacksInFlight");
-    watch(&AppState::rollbackErrorChanged, "rollbackError");
-    watch(&AppState::deletesInFlightChanged, "deletesInFlight");
-    watch(&AppState::deleteErrorChanged, "deleteError");
-    watch(&AppState::libTogglesInFlightChanged, "libTogglesInFlight");
-    watch(&AppState::libToggleErrorChanged, "libToggleError");
-    watch(&AppState::accessInFlightChanged, "accessInFlight");
-    watch(&AppState::accessErrorChanged, "accessError");
-    watch(&AppState::deployHistoryChanged, "deployHistory");
-    watch(&AppState::expandedSiteChanged, "expandedSite");
-    watch(&AppState::isSigningInChanged, "isSigningIn");
-    watch(&AppState::signInErrorChanged, "signInError");
-    watch(&AppState::needsOnboardingChanged, "needsOnboarding");
+    watch(model.connection(), &Connection::configChanged, "config");
+    watch(model.connection(), &Connection::statusChanged, "status");
+    watch(model.connection(), &Connection::identityChanged, "identity");
+    watch(model.catalog(), &Catalog::sitesChanged, "sites");
+    watch(model.catalog(), &Catalog::libsChanged, "libs");
+    watch(model.catalog(), &Catalog::statsChanged, "stats");
+    watch(model.connection(), &Connection::lastSyncChanged, "lastSync");
+    watch(model.catalog(), &Catalog::sortOrderChanged, "sortOrder");
+    watch(model.catalog(), &Catalog::filterChanged, "filter");
+    watch(model.connection(), &Connection::localRepoChanged, "localRepo");
+    watch(model.deployments(), &Deployments::deployFlowChanged, "deployFlow");
+    watch(model.siteOperations(), &SiteOperations::rollbacksInFlightChanged, "rollbacksInFlight");
+    watch(model.siteOperations(), &SiteOperations::rollbackErrorChanged, "rollbackError");
+    watch(model.siteOperations(), &SiteOperations::deletesInFlightChanged, "deletesInFlight");
+    watch(model.siteOperations(), &SiteOperations::deleteErrorChanged, "deleteError");
+    watch(model.siteOperations(), &SiteOperations::libTogglesInFlightChanged, "libTogglesInFlight");
+    watch(model.siteOperations(), &SiteOperations::libToggleErrorChanged, "libToggleError");
+    watch(model.siteOperations(), &SiteOperations::accessInFlightChanged, "accessInFlight");
+    watch(model.siteOperations(), &SiteOperations::accessErrorChanged, "accessError");
+    watch(model.catalog(), &Catalog::deployHistoryChanged, "deployHistory");
+    watch(model.catalog(), &Catalog::expandedSiteChanged, "expandedSite");
+    watch(model.signIn(), &SignIn::isSigningInChanged, "isSigningIn");
+    watch(model.signIn(), &SignIn::signInErrorChanged, "signInError");
+    watch(model.gates(), &Gates::needsOnboardingChanged, "needsOnboarding");
 }
 
 std::ptrdiff_t ChangeLog::count(const std::string& signal) const {
@@ -203,9 +203,9 @@ void ModelFixture::answerAll() {
 
 AppState& ModelFixture::connectedModel() {
     answerAll();
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::connected());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     return model();
 }
 

@@ -1,11 +1,19 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/Gates.h"
+#include "core/NewProject.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
+#include "platform/PlatformClient.h"
 #include "tests/Await.h"
 #include "tests/core/ManualSleeper.h"
-#include "tests/core/PlatformServer.h"
 #include "tests/RecordingDesktopServices.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/PlatformServer.h"
 #include "tests/TestFolder.h"
 
 #include <gmock/gmock.h>
@@ -20,14 +28,14 @@
 namespace driftwell {
 
 /// For the test's messages.
-void PrintTo(const AppState::Status& status, std::ostream* stream);
+void PrintTo(const Connection::Status& status, std::ostream* stream);
 
 } // namespace driftwell
 
 namespace driftwell::tests {
 
 using Json = nlohmann::json;
-using Status = AppState::Status;
+using Status = Connection::Status;
 
 /// Records of the platform as it sends them.
 [[nodiscard]] Json siteRecord(const std::string& name, const std::optional<std::string>& deployedAt = {});

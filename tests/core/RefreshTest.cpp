@@ -21,7 +21,7 @@ using testing::UnorderedElementsAre;
 class RefreshTest : public ModelFixture {
 protected:
     /// Begins a refresh that the test does not wait for yet.
-    Task<> beginRefresh(std::stop_token stop = {}) { return model().refresh(std::move(stop)); }
+    Task<> beginRefresh(std::stop_token stop = {}) { return model().connection().refresh(std::move(stop)); }
 
     void answerNewLists() {
         server.answer("/api/sites", 200, sitesAnswer({"harbour"}));
@@ -30,21 +30,21 @@ protected:
     }
 
     void expectFirstLists() {
-        EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery"));
-        ASSERT_TRUE(model().stats());
-        EXPECT_EQ(model().stats()->sites, 2);
-        EXPECT_THAT(namesOf(model().libs()), ElementsAre("charts"));
+        EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
+        ASSERT_TRUE(model().catalog().stats());
+        EXPECT_EQ(model().catalog().stats()->sites, 2);
+        EXPECT_THAT(namesOf(model().catalog().libs()), ElementsAre("charts"));
     }
 
     void expectNoLists() {
-        EXPECT_THAT(model().sites(), IsEmpty());
-        EXPECT_FALSE(model().stats());
-        EXPECT_THAT(model().libs(), IsEmpty());
+        EXPECT_THAT(model().catalog().sites(), IsEmpty());
+        EXPECT_FALSE(model().catalog().stats());
+        EXPECT_THAT(model().catalog().libs(), IsEmpty());
     }
 
     void expectIdentity() {
-        ASSERT_TRUE(model().identity());
-        EXPECT_EQ(model().identity()->name, QStringLiteral("Ada"));
+        ASSERT_TRUE(model().connection().identity());
+        EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
     }
 };
 
@@ -52,8 +52,8 @@ protected:
 
 TEST_F(RefreshTest, WithoutAHostOnlyTheStatusChanges) {
     ChangeLog log(model());
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::noHost());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::noHost());
     EXPECT_THAT(log.changes(), ElementsAre("status"));
     EXPECT_THAT(server.requests(), IsEmpty());
 }
@@ -62,31 +62,31 @@ TEST_F(RefreshTest, WithoutAHostTheLastDataStays) {
     configureLocal();
     connectedModel();
     writeConfig(Json::object());
-    model().reloadConfig();
+    model().connection().reloadConfig();
     ChangeLog log(model());
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::noHost());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::noHost());
     EXPECT_THAT(log.changes(), IsEmpty());
     expectIdentity();
     expectFirstLists();
-    EXPECT_TRUE(model().lastSync());
+    EXPECT_TRUE(model().connection().lastSync());
 }
 
 TEST_F(RefreshTest, ARemotePlatformWithoutATokenIsNotAsked) {
     answerAll();
     writeConfig({{"host", remoteHost().toStdString()}});
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::signedOut());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_THAT(server.requests(), IsEmpty());
 }
 
 TEST_F(RefreshTest, AnEmptyTokenCountsAsNone) {
     answerAll();
     writeConfig({{"host", remoteHost().toStdString()}, {"tokens", {{remoteHost().toStdString(), ""}}}});
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::signedOut());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_THAT(server.requests(), IsEmpty());
 }
 
@@ -94,14 +94,14 @@ TEST_F(RefreshTest, ATokenThatIsGoneClearsIdentityAndData) {
     configureRemote();
     connectedModel();
     const std::size_t requests = server.requests().size();
-    const std::optional<Timestamp> lastSync = model().lastSync();
+    const std::optional<Timestamp> lastSync = model().connection().lastSync();
     store().signOut(PlatformConfig(remoteHost()));
     ChangeLog log(model());
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::signedOut());
-    EXPECT_FALSE(model().identity());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_FALSE(model().connection().identity());
     expectNoLists();
-    EXPECT_EQ(model().lastSync(), lastSync);
+    EXPECT_EQ(model().connection().lastSync(), lastSync);
     EXPECT_THAT(server.requests(), SizeIs(requests));
     EXPECT_THAT(log.changes(), UnorderedElementsAre("identity", "sites", "libs", "stats", "status"));
 }
@@ -131,7 +131,7 @@ TEST_F(RefreshTest, TheIdentityIsAskedOnlyWhileItIsUnknown) {
     connectedModel();
     expectIdentity();
     server.answer("/api/me", 200, identityAnswer("Grace"));
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_THAT(server.requests("/api/me"), SizeIs(1));
     expectIdentity();
 }
@@ -140,13 +140,13 @@ TEST_F(RefreshTest, APlatformThatNamesNobodyIsAskedAgainEachTime) {
     configureLocal();
     answerAll();
     server.answer("/api/me", 200, "null");
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_FALSE(model().identity());
-    EXPECT_EQ(model().status(), Status::connected());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_FALSE(model().connection().identity());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     expectFirstLists();
     server.answer("/api/me", 200, identityAnswer("Ada"));
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_THAT(server.requests("/api/me"), SizeIs(2));
     expectIdentity();
 }
@@ -154,14 +154,14 @@ TEST_F(RefreshTest, APlatformThatNamesNobodyIsAskedAgainEachTime) {
 TEST_F(RefreshTest, TheIdentityIsKnownBeforeTheListsAreAsked) {
     configureLocal();
     answerAll();
-    model().reloadConfig();
+    model().connection().reloadConfig();
     PlatformServer::Hold held = server.holdAnswer("/api/me");
     const Task<> refresh = beginRefresh();
     waitUntil([&held] { return held.arrived(); });
     settle();
     EXPECT_THAT(requestedPaths(), ElementsAre("/api/me"));
     held.release();
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
     EXPECT_THAT(requestedPaths(), SizeIs(4));
 }
 
@@ -171,12 +171,12 @@ TEST_P(FailedIdentityTest, LeavesTheListsUnasked) {
     configureRemote();
     answerAll();
     server.answer("/api/me", GetParam(), errorAnswer("No", "not_team"));
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_NE(model().status(), Status::connecting());
-    EXPECT_NE(model().status(), Status::connected());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_NE(model().connection().status(), Status::connecting());
+    EXPECT_NE(model().connection().status(), Status::connected());
     EXPECT_THAT(requestedPaths(), ElementsAre("/api/me"));
-    EXPECT_FALSE(model().lastSync());
+    EXPECT_FALSE(model().connection().lastSync());
 }
 
 INSTANTIATE_TEST_SUITE_P(Statuses, FailedIdentityTest, testing::Values(401, 403, 404, 500));
@@ -185,9 +185,9 @@ TEST_F(RefreshTest, AnIdentityThatIsNoRecordFailsTheRefresh) {
     configureLocal();
     answerAll();
     server.answer("/api/me", 200, R"({"id":"7","name":"Ada","email":"","handle":"ada"})");
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::unreachable(8));
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
     EXPECT_THAT(requestedPaths(), ElementsAre("/api/me"));
 }
 
@@ -198,14 +198,14 @@ class HeldListTest : public RefreshTest, public testing::WithParamInterface<cons
 TEST_P(HeldListTest, TheOthersAreAskedMeanwhile) {
     configureLocal();
     answerAll();
-    model().reloadConfig();
+    model().connection().reloadConfig();
     PlatformServer::Hold held = server.holdAnswer(GetParam());
     const Task<> refresh = beginRefresh();
     waitUntil([this] { return server.requests().size() == 4; });
     EXPECT_THAT(requestedPaths(), UnorderedElementsAre("/api/me", "/api/sites", "/api/stats", "/api/libs"));
-    EXPECT_EQ(model().status(), Status::connecting());
+    EXPECT_EQ(model().connection().status(), Status::connecting());
     held.release();
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, HeldListTest, testing::Values("/api/sites", "/api/stats", "/api/libs"));
@@ -223,56 +223,56 @@ TEST_F(RefreshTest, TheListsAreStoredInTheirOrderWhateverOrderTheyComeIn) {
     EXPECT_THAT(log.changes(), IsEmpty());
 
     sites.release();
-    waitUntil([this] { return namesOf(model().sites()) == std::vector<std::string>{"harbour"}; });
+    waitUntil([this] { return namesOf(model().catalog().sites()) == std::vector<std::string>{"harbour"}; });
     settle();
     EXPECT_THAT(log.changes(), ElementsAre("sites"));
 
     stats.release();
     waitUntil([&log] { return log.count("lastSync") == 1; });
     EXPECT_THAT(log.changes(), ElementsAre("sites", "stats", "libs", "lastSync"));
-    EXPECT_THAT(namesOf(model().libs()), ElementsAre("maps"));
-    EXPECT_EQ(model().stats()->sites, 1);
+    EXPECT_THAT(namesOf(model().catalog().libs()), ElementsAre("maps"));
+    EXPECT_EQ(model().catalog().stats()->sites, 1);
 }
 
 TEST_F(RefreshTest, ASuccessMovesTheTimeOfTheLastOne) {
     configureLocal();
     const Timestamp before = now();
     connectedModel();
-    const std::optional<Timestamp> first = model().lastSync();
+    const std::optional<Timestamp> first = model().connection().lastSync();
     ASSERT_TRUE(first);
     EXPECT_LE(before, *first);
-    await(model().refresh());
-    EXPECT_LT(*first, *model().lastSync());
-    EXPECT_LE(*model().lastSync(), now());
+    await(model().connection().refresh());
+    EXPECT_LT(*first, *model().connection().lastSync());
+    EXPECT_LE(*model().connection().lastSync(), now());
 }
 
 TEST_F(RefreshTest, AFailureOfTheCountersKeepsTheNewSitesAndTheOldLibraries) {
     configureLocal();
     connectedModel();
-    const std::optional<Timestamp> lastSync = model().lastSync();
+    const std::optional<Timestamp> lastSync = model().connection().lastSync();
     answerNewLists();
     server.answer("/api/stats", 500, "oops");
-    await(model().refresh());
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("harbour"));
-    EXPECT_EQ(model().stats()->sites, 2);
-    EXPECT_THAT(namesOf(model().libs()), ElementsAre("charts"));
-    EXPECT_EQ(model().status(), Status::unreachable(8));
-    EXPECT_EQ(model().lastSync(), lastSync);
+    await(model().connection().refresh());
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("harbour"));
+    EXPECT_EQ(model().catalog().stats()->sites, 2);
+    EXPECT_THAT(namesOf(model().catalog().libs()), ElementsAre("charts"));
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
+    EXPECT_EQ(model().connection().lastSync(), lastSync);
     expectIdentity();
 }
 
 TEST_F(RefreshTest, AFailureOfTheLibrariesKeepsTheNewSitesAndCounters) {
     configureLocal();
     connectedModel();
-    const std::optional<Timestamp> lastSync = model().lastSync();
+    const std::optional<Timestamp> lastSync = model().connection().lastSync();
     answerNewLists();
     server.answer("/api/libs", 500, "oops");
-    await(model().refresh());
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("harbour"));
-    EXPECT_EQ(model().stats()->sites, 1);
-    EXPECT_THAT(namesOf(model().libs()), ElementsAre("charts"));
-    EXPECT_EQ(model().status(), Status::unreachable(8));
-    EXPECT_EQ(model().lastSync(), lastSync);
+    await(model().connection().refresh());
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("harbour"));
+    EXPECT_EQ(model().catalog().stats()->sites, 1);
+    EXPECT_THAT(namesOf(model().catalog().libs()), ElementsAre("charts"));
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
+    EXPECT_EQ(model().connection().lastSync(), lastSync);
 }
 
 TEST_F(RefreshTest, AFailureOfTheSitesKeepsEverythingOld) {
@@ -281,8 +281,8 @@ TEST_F(RefreshTest, AFailureOfTheSitesKeepsEverythingOld) {
     answerNewLists();
     server.answer("/api/sites", 500, "oops");
     ChangeLog log(model());
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::unreachable(8));
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
     expectFirstLists();
     EXPECT_THAT(log.changes(), ElementsAre("status"));
 }
@@ -299,7 +299,7 @@ TEST_F(RefreshTest, AFailureOfTheSitesDropsTheOtherListsThoughTheyHaveCome) {
     });
     settle();
     held.release();
-    waitUntil([this] { return model().status() == Status::unreachable(8); });
+    waitUntil([this] { return model().connection().status() == Status::unreachable(8); });
     settle();
     expectFirstLists();
 }
@@ -316,7 +316,7 @@ TEST_F(RefreshTest, AFailureOfTheSitesEndsTheOtherRequests) {
     waitUntil([&] { return sites.arrived() && stats.arrived() && libs.arrived(); });
     sites.release();
     await(std::move(refresh));
-    EXPECT_EQ(model().status(), Status::unreachable(8));
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
     waitUntil([&] { return stats.abandoned() && libs.abandoned(); });
     expectFirstLists();
 }
@@ -331,9 +331,9 @@ TEST_F(RefreshTest, AFailureOfTheCountersEndsTheRequestForTheLibraries) {
     const Task<> refresh = beginRefresh();
     waitUntil([&] { return stats.arrived() && libs.arrived(); });
     stats.release();
-    waitUntil([this] { return model().status() == Status::unreachable(8); });
+    waitUntil([this] { return model().connection().status() == Status::unreachable(8); });
     waitUntil([&libs] { return libs.abandoned(); });
-    EXPECT_THAT(namesOf(model().libs()), ElementsAre("charts"));
+    EXPECT_THAT(namesOf(model().catalog().libs()), ElementsAre("charts"));
 }
 
 struct BadList {
@@ -351,18 +351,18 @@ TEST_P(BadListTest, FailsTheFirstRefresh) {
     configureLocal();
     answerAll();
     server.answer(GetParam().path, 200, GetParam().body);
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::unreachable(8));
-    EXPECT_FALSE(model().lastSync());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
+    EXPECT_FALSE(model().connection().lastSync());
 }
 
 TEST_P(BadListTest, FailsALaterRefresh) {
     configureLocal();
     connectedModel();
     server.answer(GetParam().path, 200, GetParam().body);
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::unreachable(8));
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
     expectFirstLists();
 }
 
@@ -376,17 +376,17 @@ TEST_F(RefreshTest, APlatformThatDoesNotListenIsUnreachable) {
     int port = 0;
     { port = PlatformServer().port(); }
     writeConfig({{"host", "http://localhost:" + std::to_string(port)}});
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::unreachable(8));
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
 }
 
 TEST_F(RefreshTest, APlatformThatHangsUpIsUnreachable) {
     configureLocal();
     connectedModel();
     server.closeWithoutAnswer("/api/sites");
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::unreachable(8));
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
     expectFirstLists();
 }
 
@@ -396,13 +396,13 @@ TEST_F(RefreshTest, ARefusedTokenIsRemovedAndSignsOut) {
     configureRemote();
     connectedModel();
     store().saveToken(QStringLiteral("other"), PlatformConfig("https://other.test"));
-    const std::optional<Timestamp> lastSync = model().lastSync();
+    const std::optional<Timestamp> lastSync = model().connection().lastSync();
     server.answer("/api/sites", 401, errorAnswer("Expired", "expired"));
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::signedOut());
-    EXPECT_FALSE(model().identity());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_FALSE(model().connection().identity());
     expectNoLists();
-    EXPECT_EQ(model().lastSync(), lastSync);
+    EXPECT_EQ(model().connection().lastSync(), lastSync);
     EXPECT_EQ(readConfig()["tokens"], (Json{{"https://other.test", "other"}}));
 }
 
@@ -411,8 +411,8 @@ TEST_F(RefreshTest, ARefusalOfALaterListClearsTheSitesThatCameBeforeIt) {
     connectedModel();
     answerNewLists();
     server.answer("/api/libs", 401, "");
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::signedOut());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     expectNoLists();
     EXPECT_EQ(readConfig()["tokens"], Json::object());
 }
@@ -422,12 +422,12 @@ TEST_F(RefreshTest, ARefusedTokenOfTheEnvironmentSignsOutEachTime) {
     const ScopedVariable variable("DW_TOKEN", "refused");
     answerAll();
     server.answer("/api/me", 401, errorAnswer("No", "no"));
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::signedOut());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_EQ(readConfig()["tokens"], Json::object());
     ChangeLog log(model());
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_THAT(log.changes(), IsEmpty());
     ASSERT_THAT(server.requests("/api/me"), SizeIs(2)) << "the token is tried again";
     EXPECT_EQ(server.requests("/api/me")[1].headers.at("authorization"), "Bearer refused");
@@ -438,9 +438,9 @@ TEST_F(RefreshTest, ALocalPlatformThatRefusesSignsOutToo) {
     configureLocal();
     connectedModel();
     server.answer("/api/sites", 401, "");
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::signedOut());
-    EXPECT_FALSE(model().identity());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_FALSE(model().connection().identity());
     expectNoLists();
 }
 
@@ -448,11 +448,11 @@ TEST_F(RefreshTest, AfterASignOutTheIdentityIsAskedAgain) {
     configureRemote();
     connectedModel();
     server.answer("/api/sites", 401, "");
-    await(model().refresh());
+    await(model().connection().refresh());
     answerAll();
     store().saveToken(QStringLiteral("fresh"), PlatformConfig(remoteHost()));
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::connected());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     ASSERT_THAT(server.requests("/api/me"), SizeIs(2));
     EXPECT_EQ(server.requests("/api/me")[1].headers.at("authorization"), "Bearer fresh");
 }
@@ -460,13 +460,13 @@ TEST_F(RefreshTest, AfterASignOutTheIdentityIsAskedAgain) {
 TEST_F(RefreshTest, APersonWhoIsNotOnTheTeamKeepsTheirIdentityAndLosesTheData) {
     configureRemote();
     connectedModel();
-    const std::optional<Timestamp> lastSync = model().lastSync();
+    const std::optional<Timestamp> lastSync = model().connection().lastSync();
     server.answer("/api/sites", 403, errorAnswer("Ask Grace to let you in", "not_team"));
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::notTeam("Ask Grace to let you in"));
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::notTeam("Ask Grace to let you in"));
     expectIdentity();
     expectNoLists();
-    EXPECT_EQ(model().lastSync(), lastSync);
+    EXPECT_EQ(model().connection().lastSync(), lastSync);
     EXPECT_EQ(readConfig()["tokens"][remoteHost().toStdString()], token);
 }
 
@@ -474,10 +474,10 @@ TEST_F(RefreshTest, APersonWhoIsNotOnTheTeamAndNotKnownYetStaysUnknown) {
     configureRemote();
     answerAll();
     server.answer("/api/me", 403, errorAnswer("Not yours", "not_team"));
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::notTeam("Not yours"));
-    EXPECT_FALSE(model().identity());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::notTeam("Not yours"));
+    EXPECT_FALSE(model().connection().identity());
 }
 
 struct OtherFailure {
@@ -495,8 +495,8 @@ TEST_P(OtherFailureTest, IsUnreachableAndKeepsWhatIsKnown) {
     configureRemote();
     connectedModel();
     server.answer("/api/sites", GetParam().status, GetParam().body);
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::unreachable(8));
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
     expectIdentity();
     expectFirstLists();
     EXPECT_EQ(readConfig()["tokens"][remoteHost().toStdString()], token);
@@ -525,21 +525,21 @@ TEST_F(RefreshTest, AStoppedRefreshLeavesEverythingAsItWas) {
     await(std::move(refresh));
     waitUntil([&held] { return held.abandoned(); });
     EXPECT_THAT(log.changes(), IsEmpty());
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().connection().status(), Status::connected());
 }
 
 TEST_F(RefreshTest, ARefreshStoppedAtTheIdentityAsksNothingMore) {
     configureLocal();
     answerAll();
-    model().reloadConfig();
+    model().connection().reloadConfig();
     const PlatformServer::Hold held = server.holdAnswer("/api/me");
     std::stop_source stop;
     Task<> refresh = beginRefresh(stop.get_token());
     waitUntil([&held] { return held.arrived(); });
     stop.request_stop();
     await(std::move(refresh));
-    EXPECT_EQ(model().status(), Status::connecting());
-    EXPECT_FALSE(model().identity());
+    EXPECT_EQ(model().connection().status(), Status::connecting());
+    EXPECT_FALSE(model().connection().identity());
     EXPECT_THAT(requestedPaths(), ElementsAre("/api/me"));
 }
 
@@ -560,11 +560,11 @@ TEST_F(RefreshTest, ARefreshStoppedAtTheCountersKeepsTheNewSites) {
 TEST_F(RefreshTest, ARefreshThatIsStoppedFromTheStartAsksNothing) {
     configureLocal();
     answerAll();
-    model().reloadConfig();
+    model().connection().reloadConfig();
     std::stop_source stop;
     stop.request_stop();
-    await(model().refresh(stop.get_token()));
-    EXPECT_EQ(model().status(), Status::connecting());
+    await(model().connection().refresh(stop.get_token()));
+    EXPECT_EQ(model().connection().status(), Status::connecting());
     EXPECT_THAT(server.requests(), IsEmpty());
 }
 
@@ -578,13 +578,13 @@ TEST_F(RefreshTest, OfOverlappingRefreshesTheLastToWriteWins) {
     Task<> early = beginRefresh();
     waitUntil([&held] { return held.arrived(); });
     server.answer("/api/sites", 200, sitesAnswer({"late"}));
-    await(model().refresh());
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("late"));
+    await(model().connection().refresh());
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("late"));
     held.release();
     await(std::move(early));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("early"));
-    await(model().refresh());
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("late"));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("early"));
+    await(model().connection().refresh());
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("late"));
 }
 
 TEST_F(RefreshTest, AnUnchangedAnswerWinsOverAChangedOneThatCameBeforeIt) {
@@ -594,17 +594,17 @@ TEST_F(RefreshTest, AnUnchangedAnswerWinsOverAChangedOneThatCameBeforeIt) {
     Task<> unchanged = beginRefresh();
     waitUntil([&held] { return held.arrived(); });
     server.answer("/api/sites", 200, sitesAnswer({"late"}));
-    await(model().refresh());
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("late"));
+    await(model().connection().refresh());
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("late"));
     held.release();
     await(std::move(unchanged));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery"));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
 }
 
 TEST_F(RefreshTest, OverlappingRefreshesThatBringTheSameTellTheirObserversOnce) {
     configureLocal();
     answerAll();
-    model().reloadConfig();
+    model().connection().reloadConfig();
     ChangeLog log(model());
     PlatformServer::Hold firstHeld = server.holdAnswer("/api/me");
     PlatformServer::Hold secondHeld = server.holdAnswer("/api/me");
@@ -629,11 +629,11 @@ TEST_F(RefreshTest, AFailureOfAnEarlierRefreshOverwritesALaterSuccess) {
     Task<> failing = beginRefresh();
     waitUntil([&held] { return held.arrived(); });
     answerAll();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::connected());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     held.release();
     await(std::move(failing));
-    EXPECT_EQ(model().status(), Status::unreachable(8));
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
 }
 
 TEST_F(RefreshTest, ARefusalSignsOutOfThePlatformThatWasAsked) {
@@ -646,7 +646,7 @@ TEST_F(RefreshTest, ARefusalSignsOutOfThePlatformThatWasAsked) {
     waitUntil([&held] { return held.arrived(); });
     writeConfig({{"host", "http://localhost:1"},
                  {"tokens", {{"http://localhost:1", "other"}, {remoteHost().toStdString(), token}}}});
-    model().reloadConfig();
+    model().connection().reloadConfig();
     held.release();
     await(std::move(refused));
     EXPECT_EQ(readConfig()["tokens"], (Json{{"http://localhost:1", "other"}}));
@@ -658,7 +658,7 @@ TEST_F(RefreshTest, UnchangedAnswersTellNobody) {
     configureLocal();
     connectedModel();
     ChangeLog log(model());
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_THAT(log.changes(), ElementsAre("lastSync"));
     expectFirstLists();
 }
@@ -673,7 +673,7 @@ TEST_F(RefreshTest, EqualListsInOtherBytesTellNobody) {
         server.answer(path, 200, Json::parse(body).dump(4) + "\n");
     }
     ChangeLog log(model());
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_THAT(log.changes(), ElementsAre("lastSync"));
 }
 
@@ -697,28 +697,28 @@ protected:
         configureLocal();
         answerAll();
         server.answer("/api/sites", 200, manySites("last"));
-        model().reloadConfig();
-        await(model().refresh());
-        ASSERT_THAT(model().sites(), SizeIs(count));
+        model().connection().reloadConfig();
+        await(model().connection().refresh());
+        ASSERT_THAT(model().catalog().sites(), SizeIs(count));
     }
 };
 
 TEST_F(ManySitesTest, UnchangedTheyTellNobodyAndStayTheSameList) {
-    const void* const data = std::as_const(model()).sites().constData();
+    const void* const data = std::as_const(model()).catalog().sites().constData();
     ChangeLog log(model());
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::connected());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     EXPECT_THAT(log.changes(), ElementsAre("lastSync"));
-    EXPECT_EQ(std::as_const(model()).sites().constData(), data);
+    EXPECT_EQ(std::as_const(model()).catalog().sites().constData(), data);
 }
 
 TEST_F(ManySitesTest, UnchangedTheyAreNotDecoded) {
     // Large answers are decoded on the pool and nowhere else.
     const PoolHold hold;
-    const std::optional<Timestamp> before = model().lastSync();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::connected());
-    EXPECT_LT(before, model().lastSync());
+    const std::optional<Timestamp> before = model().connection().lastSync();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_LT(before, model().connection().lastSync());
 }
 
 TEST_F(ManySitesTest, ChangedTheyAreDecodedOffTheMainThread) {
@@ -732,18 +732,18 @@ TEST_F(ManySitesTest, ChangedTheyAreDecodedOffTheMainThread) {
     hold.release();
     await(std::move(refresh));
     EXPECT_EQ(log.count("sites"), 1);
-    EXPECT_EQ(model().sites().back().name, QStringLiteral("other"));
+    EXPECT_EQ(model().catalog().sites().back().name, QStringLiteral("other"));
 }
 
 TEST_F(RefreshTest, UnchangedAnswersRestoreWhatASignOutCleared) {
     configureRemote();
     connectedModel();
     store().signOut(PlatformConfig(remoteHost()));
-    await(model().refresh());
+    await(model().connection().refresh());
     expectNoLists();
     store().saveToken(QString(token), PlatformConfig(remoteHost()));
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::connected());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     expectFirstLists();
     expectIdentity();
 }
@@ -752,11 +752,11 @@ TEST_F(RefreshTest, UnchangedAnswersRestoreWhatARefusalCleared) {
     configureRemote();
     connectedModel();
     server.answer("/api/libs", 403, errorAnswer("No", "not_team"));
-    await(model().refresh());
+    await(model().connection().refresh());
     expectNoLists();
     answerAll();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::connected());
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     expectFirstLists();
 }
 
@@ -766,12 +766,13 @@ TEST_F(RefreshTest, UnchangedAnswersRestoreWhatWasClearedWhileTheyWereUnderWay) 
     PlatformServer::Hold held = server.holdAnswer("/api/sites");
     Task<> underWay = beginRefresh();
     waitUntil([this] { return server.requests().size() == 7; });
-    store().signOut(PlatformConfig(remoteHost()));
-    await(model().refresh());
+    server.answer("/api/sites", 403, errorAnswer("Not you", "not_team"));
+    await(model().connection().refresh());
     expectNoLists();
+    answerAll();
     held.release();
     await(std::move(underWay));
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     expectFirstLists();
 }
 
@@ -822,10 +823,10 @@ protected:
         switch (kind) {
         case Kind::NoHost:
             writeConfig(Json::object());
-            model().reloadConfig();
+            model().connection().reloadConfig();
             break;
         case Kind::Connecting:
-            model().reloadConfig();
+            model().connection().reloadConfig();
             break;
         case Kind::Connected:
             settleAt(200, "");
@@ -840,24 +841,24 @@ protected:
             settleAt(500, "");
             break;
         }
-        ASSERT_EQ(model().status().kind, kind);
+        ASSERT_EQ(model().connection().status().kind, kind);
     }
 
     void happen(const std::string& event) {
         if (event == "a reload with a host") {
             configureRemote();
-            model().reloadConfig();
+            model().connection().reloadConfig();
         } else if (event == "a reload without a host") {
             writeConfig(Json::object());
-            model().reloadConfig();
+            model().connection().reloadConfig();
         } else if (event == "a host that is set") {
             // The refresh that follows waits for its answer.
             configureRemote();
             m_held = {server.holdAnswer("/api/me"), server.holdAnswer("/api/sites")};
-            model().setHost(remoteHost());
+            model().connection().setHost(remoteHost());
         } else if (event == "a refresh without a token") {
             writeConfig({{"host", remoteHost().toStdString()}});
-            await(model().refresh());
+            await(model().connection().refresh());
         } else if (event == "a refresh that succeeds") {
             refreshWith(200, "");
         } else if (event == "a refused token") {
@@ -867,7 +868,7 @@ protected:
         } else if (event == "another failure") {
             refreshWith(500, "");
         } else if (event == "a refresh") {
-            await(model().refresh());
+            await(model().connection().refresh());
         } else {
             FAIL() << "unknown event";
         }
@@ -875,14 +876,14 @@ protected:
 
 private:
     void settleAt(int status, const std::string& body) {
-        model().reloadConfig();
+        model().connection().reloadConfig();
         refreshWith(status, body);
     }
 
     void refreshWith(int status, const std::string& body) {
         configureRemote();
         server.answer("/api/sites", status, status == 200 ? sitesAnswer({"garden"}) : body);
-        await(model().refresh());
+        await(model().connection().refresh());
     }
 
     std::vector<PlatformServer::Hold> m_held;
@@ -891,7 +892,7 @@ private:
 TEST_P(TransitionTest, TheStatusFollowsTheEvent) {
     bring(GetParam().from);
     happen(GetParam().event);
-    EXPECT_EQ(model().status(), GetParam().to);
+    EXPECT_EQ(model().connection().status(), GetParam().to);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, TransitionTest, testing::ValuesIn(transitions()));
@@ -901,7 +902,7 @@ INSTANTIATE_TEST_SUITE_P(Table, TransitionTest, testing::ValuesIn(transitions())
 TEST_F(RefreshTest, TheModelsEndEndsARefreshThatNobodyStops) {
     configureLocal();
     answerAll();
-    model().reloadConfig();
+    model().connection().reloadConfig();
     const PlatformServer::Hold held = server.holdAnswer("/api/libs");
     Task<> refresh = beginRefresh();
     waitUntil([&held] { return held.arrived(); });
@@ -919,6 +920,100 @@ TEST_F(ManySitesTest, TheModelsEndDropsWhatIsBeingDecoded) {
     destroyModel();
     hold.release();
     await(std::move(refresh));
+}
+
+TEST_F(RefreshTest, ForgettingWhatWasFetchedKeepsAllElse) {
+    configureLocal();
+    connectedModel();
+    Catalog& catalog = model().catalog();
+    catalog.setFilter("gar");
+    catalog.setSortOrder(SortOrder::Name);
+    catalog.setExpandedSite("garden");
+    catalog.storeHistory("garden", {LogEntry()});
+    const std::optional<Timestamp> lastSync = model().connection().lastSync();
+    ChangeLog log(model());
+    catalog.clear();
+    expectNoLists();
+    EXPECT_THAT(catalog.deployHistory(), IsEmpty());
+    EXPECT_THAT(log.changes(), UnorderedElementsAre("sites", "libs", "stats", "deployHistory"));
+    EXPECT_EQ(catalog.filter(), QStringLiteral("gar"));
+    EXPECT_EQ(catalog.sortOrder(), SortOrder::Name);
+    EXPECT_EQ(catalog.expandedSite(), QStringLiteral("garden"));
+    EXPECT_EQ(model().connection().lastSync(), lastSync);
+    expectIdentity();
+}
+
+// Answers of another platform or another token than the current ones
+
+class OutdatedAnswerTest : public RefreshTest {
+protected:
+    void SetUp() override {
+        configureRemote();
+        connectedModel();
+    }
+
+    /// A refresh whose lists have left the platform, and come after `meanwhile`.
+    template <class Action> void refreshAround(Action meanwhile) {
+        PlatformServer::Hold held = server.holdAnswer("/api/sites");
+        Task<> refresh = beginRefresh();
+        waitUntil([&held] { return held.arrived(); });
+        meanwhile();
+        held.release();
+        await(std::move(refresh));
+    }
+};
+
+TEST_F(OutdatedAnswerTest, TheListsOfAPersonWhoHasSignedOutDoNotComeBack) {
+    refreshAround([this] { model().signIn().signOut(); });
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    expectNoLists();
+}
+
+TEST_F(OutdatedAnswerTest, TheListsOfThePlatformBeforeAreNotThoseOfThePresentOne) {
+    model().catalog().clear();
+    refreshAround([this] { model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test"))); });
+    EXPECT_EQ(model().connection().status(), Status::connecting());
+    expectNoLists();
+}
+
+TEST_F(OutdatedAnswerTest, ThePersonOfThePlatformBeforeIsNobodyOnThePresentOne) {
+    model().signIn().signOut();
+    store().saveToken(QString::fromLatin1(token), PlatformConfig(remoteHost()));
+    PlatformServer::Hold held = server.holdAnswer("/api/me");
+    Task<> refresh = beginRefresh();
+    waitUntil([&held] { return held.arrived(); });
+    model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test")));
+    held.release();
+    await(std::move(refresh));
+    EXPECT_FALSE(model().connection().identity());
+}
+
+TEST_F(OutdatedAnswerTest, ARefusalOfTheTokenBeforeLeavesTheNewOne) {
+    server.answer("/api/sites", 401, "");
+    const PlatformConfig config(remoteHost());
+    refreshAround([this, &config] { store().saveToken(QStringLiteral("newer"), config); });
+    EXPECT_EQ(store().storedToken(config), QStringLiteral("newer"));
+    EXPECT_EQ(model().connection().status(), Status::connected());
+    expectIdentity();
+}
+
+TEST_F(OutdatedAnswerTest, AFailureOfThePlatformBeforeIsNotOneOfThePresentOne) {
+    server.closeWithoutAnswer("/api/sites");
+    refreshAround([this] { model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test"))); });
+    EXPECT_EQ(model().connection().status(), Status::connecting());
+}
+
+TEST_F(OutdatedAnswerTest, AChangeThatANewListBringsAboutIsReplacedByTheNextListAlsoIfItIsTheSame) {
+    server.answer("/api/sites", 200, sitesAnswer({"harbour"}));
+    QObject context;
+    const auto change = [this] {
+        model().catalog().changeSite("harbour", [](SiteInfo& site) { site.libs = QList<QString>{"charts"}; });
+    };
+    QObject::connect(&model().catalog(), &Catalog::sitesChanged, &context, change, Qt::SingleShotConnection);
+    await(model().connection().refresh());
+    ASSERT_EQ(model().catalog().existingSite("harbour")->libs, QList<QString>{"charts"});
+    await(model().connection().refresh());
+    EXPECT_NE(model().catalog().existingSite("harbour")->libs, QList<QString>{"charts"});
 }
 
 } // namespace

@@ -31,9 +31,9 @@ protected:
     AppState& signedOutModel() {
         writeConfig({{"host", remoteHost().toStdString()}});
         answerAll();
-        model().reloadConfig();
-        await(model().refresh());
-        EXPECT_EQ(model().status(), Status::signedOut());
+        model().connection().reloadConfig();
+        await(model().connection().refresh());
+        EXPECT_EQ(model().connection().status(), Status::signedOut());
         return model();
     }
 
@@ -51,12 +51,12 @@ protected:
     }
 
     void awaitEnd() {
-        waitUntil([this] { return !model().isSigningIn(); });
+        waitUntil([this] { return !model().signIn().isSigningIn(); });
     }
 
     /// Signs in with the token "fresh".
     void signIn() {
-        model().signIn();
+        model().signIn().signIn();
         EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
         awaitEnd();
     }
@@ -67,35 +67,35 @@ protected:
 };
 
 TEST_F(SignInTest, ConnectsToThePlatform) {
-    signedOutModel().signIn();
-    EXPECT_TRUE(model().isSigningIn());
+    signedOutModel().signIn().signIn();
+    EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
-    EXPECT_EQ(model().status(), Status::connected());
-    EXPECT_EQ(model().identity()->name, QStringLiteral("Ada"));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery"));
-    EXPECT_FALSE(model().signInError());
+    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
+    EXPECT_FALSE(model().signIn().signInError());
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
     EXPECT_FALSE(isListening(callbackPort()));
 }
 
 TEST_F(SignInTest, OpensThePlatformsSignInPage) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     EXPECT_THAT(desktop.openedUrls(),
                 ElementsAre(testing::StartsWith(remoteHost().toStdString() + "/auth/login?cli_port=")));
 }
 
 TEST_F(SignInTest, ShowsTheConnectionBeingMade) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     PlatformServer::Hold hold = server.holdAnswer("/api/sites");
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     waitUntil([&hold] { return hold.arrived(); });
-    EXPECT_EQ(model().status(), Status::connecting());
-    EXPECT_EQ(model().identity()->name, QStringLiteral("Ada"));
-    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_EQ(model().connection().status(), Status::connecting());
+    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
+    EXPECT_TRUE(model().signIn().isSigningIn());
     hold.release();
     awaitEnd();
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().connection().status(), Status::connected());
 }
 
 TEST_F(SignInTest, AsksForThePersonOnce) {
@@ -117,31 +117,31 @@ TEST_F(SignInTest, TellsItsObservers) {
 }
 
 TEST_F(SignInTest, WithoutAPlatformDoesNothing) {
-    model().reloadConfig();
+    model().connection().reloadConfig();
     ChangeLog log(model());
-    model().signIn();
-    EXPECT_FALSE(model().isSigningIn());
+    model().signIn().signIn();
+    EXPECT_FALSE(model().signIn().isSigningIn());
     EXPECT_THAT(log.changes(), IsEmpty());
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
 }
 
 TEST_F(SignInTest, ASecondOneWhileTheFirstRunsDoesNothing) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     ChangeLog log(model());
-    model().signIn();
+    model().signIn().signIn();
     EXPECT_THAT(log.changes(), IsEmpty());
     EXPECT_THAT(desktop.openedUrls(), SizeIs(1));
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().connection().status(), Status::connected());
 }
 
 TEST_F(SignInTest, WaitsOnAfterAForgedCallback) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     EXPECT_EQ(ask(callbackPort(), "GET /callback?token=forged&state=0 HTTP/1.1\r\n\r\n"),
               notFoundResponse().toStdString());
     settle();
-    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
@@ -150,21 +150,21 @@ TEST_F(SignInTest, WaitsOnAfterAForgedCallback) {
 TEST_F(SignInTest, IsPossibleAgainAfterItEnded) {
     signedOutModel();
     signIn();
-    model().signOut();
+    model().signIn().signOut();
     signIn();
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     EXPECT_THAT(desktop.openedUrls(), SizeIs(2));
 }
 
 // Failures
 
 TEST_F(SignInTest, SaysThatNoCallbackCame) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     EXPECT_THAT(sleeper.requested(), ElementsAre(300s));
     sleeper.wake();
     awaitEnd();
-    EXPECT_EQ(model().signInError(), timedOut);
-    EXPECT_EQ(model().status(), Status::signedOut());
+    EXPECT_EQ(model().signIn().signInError(), timedOut);
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_FALSE(isListening(callbackPort()));
 }
 
@@ -172,9 +172,9 @@ TEST_F(SignInTest, SaysThatTheTokenWasRefused) {
     signedOutModel();
     server.answer("/api/me", 401, "");
     signIn();
-    EXPECT_EQ(model().signInError(), QStringLiteral("Not signed in"));
-    EXPECT_EQ(model().status(), Status::signedOut());
-    EXPECT_FALSE(model().identity());
+    EXPECT_EQ(model().signIn().signInError(), QStringLiteral("Not signed in"));
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_FALSE(model().connection().identity());
     EXPECT_EQ(storedToken(), std::nullopt);
 }
 
@@ -182,33 +182,35 @@ TEST_F(SignInTest, SaysInThePlatformsWordsWhyTheTokenWasRefused) {
     signedOutModel();
     server.answer("/api/me", 403, errorAnswer("Locked out", "locked"));
     signIn();
-    EXPECT_EQ(model().signInError(), QStringLiteral("Locked out"));
+    EXPECT_EQ(model().signIn().signInError(), QStringLiteral("Locked out"));
     EXPECT_EQ(storedToken(), std::nullopt);
 }
 
 TEST_F(SignInTest, SaysThatThePlatformsHostIsBad) {
     writeConfig({{"host", "two words"}});
-    model().reloadConfig();
-    model().signIn();
+    model().connection().reloadConfig();
+    model().signIn().signIn();
     awaitEnd();
-    EXPECT_EQ(model().signInError(), QStringLiteral("bad platform host"));
+    EXPECT_EQ(model().signIn().signInError(), QStringLiteral("bad platform host"));
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
 }
 
-TEST_F(SignInTest, SaysInTheSystemsWordsWhyItCannotListen) {
+TEST_F(SignInTest, SaysWhatToDoWhenItCannotListenForWantOfDescriptors) {
     signedOutModel();
     const FullDescriptorTable full;
-    model().signIn();
-    EXPECT_FALSE(model().isSigningIn());
-    EXPECT_EQ(model().signInError(), QStringLiteral("socket: Too many open files"));
+    model().signIn().signIn();
+    EXPECT_FALSE(model().signIn().isSigningIn());
+    EXPECT_EQ(
+        model().signIn().signInError(),
+        QStringLiteral("Too many open files. Close some programs, or raise the limit of open files (ulimit -n)."));
 }
 
 TEST_F(SignInTest, SaysThatThereIsNoLocalPort) {
     signedOutModel();
     const PortlessSockets none;
-    model().signIn();
-    EXPECT_FALSE(model().isSigningIn());
-    EXPECT_EQ(model().signInError(), QStringLiteral("Could not open a local port for sign-in."));
+    model().signIn().signIn();
+    EXPECT_FALSE(model().signIn().isSigningIn());
+    EXPECT_EQ(model().signIn().signInError(), QStringLiteral("Could not open a local port for sign-in."));
 }
 
 TEST_F(SignInTest, SaysThatItWasInterruptedWhenItEndsWithoutAResult) {
@@ -216,10 +218,10 @@ TEST_F(SignInTest, SaysThatItWasInterruptedWhenItEndsWithoutAResult) {
     AppState restless(std::make_unique<PlatformClient>(Bundle(), store()), desktop,
                       std::make_unique<QSettings>(QString::fromStdString(folder() / "d.ini"), QSettings::IniFormat),
                       brokenOff);
-    restless.reloadConfig();
-    restless.signIn();
-    waitUntil([&restless] { return !restless.isSigningIn(); });
-    EXPECT_EQ(restless.signInError(), QStringLiteral("Sign-in was interrupted."));
+    restless.connection().reloadConfig();
+    restless.signIn().signIn();
+    waitUntil([&restless] { return !restless.signIn().isSigningIn(); });
+    EXPECT_EQ(restless.signIn().signInError(), QStringLiteral("Sign-in was interrupted."));
 }
 
 TEST_F(SignInTest, SaysInTheSystemsWordsWhyTheTokenCannotBeStored) {
@@ -227,84 +229,84 @@ TEST_F(SignInTest, SaysInTheSystemsWordsWhyTheTokenCannotBeStored) {
     std::filesystem::remove_all(configFile().parent_path());
     folder().write("home/.config/dw", "");
     signIn();
-    EXPECT_THAT(model().signInError()->toStdString(), testing::HasSubstr("Not a directory"));
+    EXPECT_THAT(model().signIn().signInError()->toStdString(), testing::HasSubstr("Not a directory"));
     EXPECT_THAT(server.requests("/api/me"), IsEmpty());
 }
 
 TEST_F(SignInTest, ForgetsItsFailureWhenItBeginsAgain) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     sleeper.wake();
     awaitEnd();
-    ASSERT_EQ(model().signInError(), timedOut);
-    model().signIn();
-    EXPECT_FALSE(model().signInError());
-    EXPECT_TRUE(model().isSigningIn());
+    ASSERT_EQ(model().signIn().signInError(), timedOut);
+    model().signIn().signIn();
+    EXPECT_FALSE(model().signIn().signInError());
+    EXPECT_TRUE(model().signIn().isSigningIn());
 }
 
 TEST_F(SignInTest, OfAPersonOutsideTheTeamIsNoFailure) {
     signedOutModel();
     server.answer("/api/sites", 403, errorAnswer("Ask an owner", "not_team"));
     signIn();
-    EXPECT_EQ(model().status(), Status::notTeam(QStringLiteral("Ask an owner")));
-    EXPECT_EQ(model().identity()->name, QStringLiteral("Ada"));
-    EXPECT_FALSE(model().signInError());
+    EXPECT_EQ(model().connection().status(), Status::notTeam(QStringLiteral("Ask an owner")));
+    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
+    EXPECT_FALSE(model().signIn().signInError());
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
 }
 
 // Cancelling
 
 TEST_F(SignInTest, CancellingDuringTheWaitStopsTheListenerAndLeavesNoMessage) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     const std::uint16_t port = callbackPort();
     EXPECT_TRUE(isListening(port));
-    model().cancelSignIn();
-    EXPECT_FALSE(model().isSigningIn());
+    model().signIn().cancelSignIn();
+    EXPECT_FALSE(model().signIn().isSigningIn());
     waitUntil([port] { return !isListening(port); });
     settle();
-    EXPECT_FALSE(model().signInError());
-    EXPECT_EQ(model().status(), Status::signedOut());
+    EXPECT_FALSE(model().signIn().signInError());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_EQ(storedToken(), std::nullopt);
 }
 
 TEST_F(SignInTest, CancellingWhileThePlatformIsAskedKeepsNoToken) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     PlatformServer::Hold hold = server.holdAnswer("/api/me");
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     waitUntil([&hold] { return hold.arrived(); });
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
-    model().cancelSignIn();
+    model().signIn().cancelSignIn();
     waitUntil([this] { return !storedToken(); });
     settle();
-    EXPECT_FALSE(model().signInError());
-    EXPECT_FALSE(model().identity());
+    EXPECT_FALSE(model().signIn().signInError());
+    EXPECT_FALSE(model().connection().identity());
 }
 
 TEST_F(SignInTest, CancellingNoneLeavesTheLastFailure) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     sleeper.wake();
     awaitEnd();
     ChangeLog log(model());
-    model().cancelSignIn();
-    EXPECT_EQ(model().signInError(), timedOut);
+    model().signIn().cancelSignIn();
+    EXPECT_EQ(model().signIn().signInError(), timedOut);
     EXPECT_THAT(log.changes(), IsEmpty());
 }
 
 TEST_F(SignInTest, TheEndOfACancelledOneLeavesTheNextAlone) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     const std::uint16_t first = callbackPort();
-    model().cancelSignIn();
-    model().signIn();
+    model().signIn().cancelSignIn();
+    model().signIn().signIn();
     EXPECT_NE(callbackPort(), first);
     waitUntil([first] { return !isListening(first); });
     settle();
-    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().connection().status(), Status::connected());
 }
 
 TEST_F(SignInTest, EndsWithTheModel) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     const std::uint16_t port = callbackPort();
     destroyModel();
     waitUntil([port] { return !isListening(port); });
@@ -312,7 +314,7 @@ TEST_F(SignInTest, EndsWithTheModel) {
 }
 
 TEST_F(SignInTest, EndsWithTheModelWhileThePlatformIsAsked) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     PlatformServer::Hold hold = server.holdAnswer("/api/me");
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     waitUntil([&hold] { return hold.arrived(); });
@@ -321,14 +323,14 @@ TEST_F(SignInTest, EndsWithTheModelWhileThePlatformIsAsked) {
 }
 
 TEST_F(SignInTest, ThatEndsAfterThePlatformWasChangedBringsNobodyAlong) {
-    signedOutModel().signIn();
-    model().setHost(localHost());
-    waitUntil([this] { return model().status() == Status::connected(); });
+    signedOutModel().signIn().signIn();
+    model().connection().setHost(localHost());
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
     server.answer("/api/me", 200, identityAnswer("Grace"));
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
-    EXPECT_EQ(model().identity()->name, QStringLiteral("Ada"));
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
+    EXPECT_EQ(model().connection().status(), Status::connected());
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
 }
 
@@ -336,47 +338,47 @@ TEST_F(SignInTest, ThatEndsAfterThePlatformWasChangedBringsNobodyAlong) {
 
 TEST_F(SignInTest, SigningOutForgetsTheTokenThePersonAndTheLists) {
     configureRemote();
-    connectedModel().signOut();
-    EXPECT_EQ(model().status(), Status::signedOut());
-    EXPECT_FALSE(model().identity());
-    EXPECT_THAT(model().sites(), IsEmpty());
-    EXPECT_THAT(model().libs(), IsEmpty());
-    EXPECT_FALSE(model().stats());
+    connectedModel().signIn().signOut();
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_FALSE(model().connection().identity());
+    EXPECT_THAT(model().catalog().sites(), IsEmpty());
+    EXPECT_THAT(model().catalog().libs(), IsEmpty());
+    EXPECT_FALSE(model().catalog().stats());
     EXPECT_EQ(storedToken(), std::nullopt);
     EXPECT_EQ(readConfig().at("host"), remoteHost().toStdString());
-    EXPECT_EQ(model().config(), PlatformConfig(remoteHost()));
+    EXPECT_EQ(model().connection().config(), PlatformConfig(remoteHost()));
 }
 
 TEST_F(SignInTest, SigningOutKeepsTheTokensOfOtherPlatforms) {
     configureRemote();
     const PlatformConfig other(QStringLiteral("sites.example.org"));
     store().saveToken(QStringLiteral("other"), other);
-    connectedModel().signOut();
+    connectedModel().signIn().signOut();
     EXPECT_EQ(store().storedToken(other), QStringLiteral("other"));
 }
 
 TEST_F(SignInTest, SigningOutCancelsASignInAndForgetsItsFailure) {
-    signedOutModel().signIn();
+    signedOutModel().signIn().signIn();
     sleeper.wake();
     awaitEnd();
-    ASSERT_TRUE(model().signInError());
-    model().signOut();
-    EXPECT_FALSE(model().signInError());
+    ASSERT_TRUE(model().signIn().signInError());
+    model().signIn().signOut();
+    EXPECT_FALSE(model().signIn().signInError());
 
-    model().signIn();
+    model().signIn().signIn();
     const std::uint16_t port = callbackPort();
-    model().signOut();
-    EXPECT_FALSE(model().isSigningIn());
-    EXPECT_EQ(model().status(), Status::signedOut());
+    model().signIn().signOut();
+    EXPECT_FALSE(model().signIn().isSigningIn());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     waitUntil([port] { return !isListening(port); });
 }
 
 TEST_F(SignInTest, SigningOutWithoutAPlatformDoesNothing) {
-    model().reloadConfig();
+    model().connection().reloadConfig();
     ChangeLog log(model());
-    model().signOut();
+    model().signIn().signOut();
     EXPECT_THAT(log.changes(), IsEmpty());
-    EXPECT_EQ(model().status(), Status::noHost());
+    EXPECT_EQ(model().connection().status(), Status::noHost());
     EXPECT_FALSE(std::filesystem::exists(configFile()));
 }
 
@@ -385,9 +387,9 @@ TEST_F(SignInTest, SigningOutWhereTheFileCannotBeWrittenHoldsForThisRun) {
     connectedModel();
     std::filesystem::remove_all(configFile().parent_path());
     folder().write("home/.config/dw", "");
-    model().signOut();
-    EXPECT_EQ(model().status(), Status::signedOut());
-    EXPECT_FALSE(model().identity());
+    model().signIn().signOut();
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_FALSE(model().connection().identity());
 }
 
 } // namespace

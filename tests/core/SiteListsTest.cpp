@@ -183,49 +183,49 @@ protected:
         const Json sites{siteRecord("garden", "2026-01-01T00:00:00Z"), siteRecord("bakery", "2026-01-03T00:00:00Z"),
                          siteRecord("atelier", "2026-01-02T00:00:00Z")};
         server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
-        model().reloadConfig();
-        await(model().refresh());
+        model().connection().reloadConfig();
+        await(model().connection().refresh());
     }
 };
 
 TEST_F(SiteListsOfModelTest, TheSitesStayInThePlatformsOrder) {
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery", "atelier"));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery", "atelier"));
 }
 
 TEST_F(SiteListsOfModelTest, TheFilteredSitesFollowTheSortOrder) {
-    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("bakery", "atelier", "garden"));
-    model().setSortOrder(SortOrder::Name);
-    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("atelier", "bakery", "garden"));
+    EXPECT_THAT(namesOf(model().catalog().filteredSites()), ElementsAre("bakery", "atelier", "garden"));
+    model().catalog().setSortOrder(SortOrder::Name);
+    EXPECT_THAT(namesOf(model().catalog().filteredSites()), ElementsAre("atelier", "bakery", "garden"));
 }
 
 TEST_F(SiteListsOfModelTest, TheFilteredSitesFollowTheFilter) {
-    model().setFilter(" ER ");
-    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("bakery", "atelier"));
+    model().catalog().setFilter(" ER ");
+    EXPECT_THAT(namesOf(model().catalog().filteredSites()), ElementsAre("bakery", "atelier"));
 }
 
 TEST_F(SiteListsOfModelTest, TheRecentSitesFollowNeither) {
-    model().setFilter("garden");
-    model().setSortOrder(SortOrder::Name);
-    EXPECT_THAT(namesOf(model().recentSites()), ElementsAre("bakery", "atelier", "garden"));
+    model().catalog().setFilter("garden");
+    model().catalog().setSortOrder(SortOrder::Name);
+    EXPECT_THAT(namesOf(model().catalog().recentSites()), ElementsAre("bakery", "atelier", "garden"));
 }
 
 TEST_F(SiteListsOfModelTest, TheListsFollowTheSites) {
-    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("bakery", "atelier", "garden"));
-    EXPECT_THAT(namesOf(model().recentSites()), ElementsAre("bakery", "atelier", "garden"));
+    EXPECT_THAT(namesOf(model().catalog().filteredSites()), ElementsAre("bakery", "atelier", "garden"));
+    EXPECT_THAT(namesOf(model().catalog().recentSites()), ElementsAre("bakery", "atelier", "garden"));
     const Json sites{siteRecord("garden", "2026-01-04T00:00:00Z"), siteRecord("quay", "2026-01-01T00:00:00Z")};
     server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
-    await(model().refresh());
-    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("garden", "quay"));
-    EXPECT_THAT(namesOf(model().recentSites()), ElementsAre("garden", "quay"));
-    model().setFilter("QUAY.sites");
-    EXPECT_THAT(namesOf(model().filteredSites()), ElementsAre("quay"));
+    await(model().connection().refresh());
+    EXPECT_THAT(namesOf(model().catalog().filteredSites()), ElementsAre("garden", "quay"));
+    EXPECT_THAT(namesOf(model().catalog().recentSites()), ElementsAre("garden", "quay"));
+    model().catalog().setFilter("QUAY.sites");
+    EXPECT_THAT(namesOf(model().catalog().filteredSites()), ElementsAre("quay"));
 }
 
 TEST_F(SiteListsOfModelTest, ASiteIsFoundByExactlyItsName) {
-    ASSERT_TRUE(model().existingSite("bakery"));
-    EXPECT_EQ(model().existingSite("bakery")->url, QStringLiteral("https://bakery.sites.test"));
+    ASSERT_TRUE(model().catalog().existingSite("bakery"));
+    EXPECT_EQ(model().catalog().existingSite("bakery")->url, QStringLiteral("https://bakery.sites.test"));
     for (const char* other : {"Bakery", "baker", "bakery ", " bakery", "bakery-2", ""}) {
-        EXPECT_FALSE(model().existingSite(other)) << other;
+        EXPECT_FALSE(model().catalog().existingSite(other)) << other;
     }
 }
 

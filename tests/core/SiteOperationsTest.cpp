@@ -45,10 +45,10 @@ struct Operation {
     const char* path;
     const char* body;
     const char* answer;
-    QSet<QString> (AppState::*inFlight)() const;
+    QSet<QString> (SiteOperations::*inFlight)() const;
     const char* key;
     const char* inFlightSignal;
-    std::optional<QString> (AppState::*error)() const;
+    std::optional<QString> (SiteOperations::*error)() const;
     const char* errorSignal;
 };
 
@@ -58,24 +58,26 @@ void PrintTo(const Operation& operation, std::ostream* stream) {
 
 const std::array<Operation, 4>& operations() {
     static const std::array<Operation, 4> table{
-        Operation{"rollback", [](AppState& model) { return model.rollback(site("garden")); }, "POST", "/api/rollback",
-                  R"({"site":"garden"})", R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})",
-                  &AppState::rollbacksInFlight, "garden", "rollbacksInFlight", &AppState::rollbackError,
+        Operation{"rollback", [](AppState& model) { return model.siteOperations().rollback(site("garden")); }, "POST",
+                  "/api/rollback", R"({"site":"garden"})",
+                  R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})",
+                  &SiteOperations::rollbacksInFlight, "garden", "rollbacksInFlight", &SiteOperations::rollbackError,
                   "rollbackError"},
-        Operation{"delete", [](AppState& model) { return model.deleteSite(site("garden")); }, "DELETE",
-                  "/api/sites/garden", "", R"({"ok":true,"site":"garden"})", &AppState::deletesInFlight, "garden",
-                  "deletesInFlight", &AppState::deleteError, "deleteError"},
-        Operation{"library", [](AppState& model) { return model.setLib("charts", true, "garden"); }, "POST",
-                  "/api/sites/garden/libs", R"({"enabled":true,"lib":"charts"})",
-                  R"({"site":"garden","libs":["charts"]})", &AppState::libTogglesInFlight, "garden/charts",
-                  "libTogglesInFlight", &AppState::libToggleError, "libToggleError"},
+        Operation{"delete", [](AppState& model) { return model.siteOperations().deleteSite(site("garden")); }, "DELETE",
+                  "/api/sites/garden", "", R"({"ok":true,"site":"garden"})", &SiteOperations::deletesInFlight, "garden",
+                  "deletesInFlight", &SiteOperations::deleteError, "deleteError"},
+        Operation{"library", [](AppState& model) { return model.siteOperations().setLib("charts", true, "garden"); },
+                  "POST", "/api/sites/garden/libs", R"({"enabled":true,"lib":"charts"})",
+                  R"({"site":"garden","libs":["charts"]})", &SiteOperations::libTogglesInFlight, "garden/charts",
+                  "libTogglesInFlight", &SiteOperations::libToggleError, "libToggleError"},
         Operation{"access",
                   [](AppState& model) {
-                      return model.setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt);
+                      return model.siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt,
+                                                              std::nullopt);
                   },
                   "PUT", "/api/sites/garden/access", R"({"mode":"public"})",
-                  R"({"site":"garden","mode":"public","emails":[]})", &AppState::accessInFlight, "garden",
-                  "accessInFlight", &AppState::accessError, "accessError"}};
+                  R"({"site":"garden","mode":"public","emails":[]})", &SiteOperations::accessInFlight, "garden",
+                  "accessInFlight", &SiteOperations::accessError, "accessError"}};
     return table;
 }
 
@@ -105,7 +107,7 @@ protected:
 
     [[nodiscard]] std::vector<std::string> historyOf(const QString& name) {
         std::vector<std::string> details;
-        for (const LogEntry& entry : model().deployHistory().value(name)) {
+        for (const LogEntry& entry : model().catalog().deployHistory().value(name)) {
             details.push_back(entry.detail.toStdString());
         }
         return details;
@@ -113,11 +115,11 @@ protected:
 
     void loadHistory(const std::vector<Json>& lines) {
         answerHistory(lines);
-        await(model().loadDeployHistory("garden"));
+        await(model().siteOperations().loadDeployHistory("garden"));
     }
 
     /// The site of the list; a test that names one that is not there fails.
-    SiteInfo listed(const QString& name) { return model().existingSite(name).value(); }
+    SiteInfo listed(const QString& name) { return model().catalog().existingSite(name).value(); }
 
     /// Ends every call of the client with a cancellation, as a client that goes does.
     void cancelCalls() {
@@ -138,8 +140,8 @@ protected:
     [[nodiscard]] static const Operation& operation() { return GetParam(); }
 
     Task<> start() { return operation().start(model()); }
-    [[nodiscard]] QSet<QString> inFlight() { return (model().*operation().inFlight)(); }
-    [[nodiscard]] std::optional<QString> error() { return (model().*operation().error)(); }
+    [[nodiscard]] QSet<QString> inFlight() { return (model().siteOperations().*operation().inFlight)(); }
+    [[nodiscard]] std::optional<QString> error() { return (model().siteOperations().*operation().error)(); }
 };
 
 TEST_P(OperationTest, MakesItsRequest) {
@@ -158,7 +160,7 @@ TEST_P(OperationTest, MakesItsRequest) {
 }
 
 TEST_P(OperationTest, IsInFlightAndNothingElseChangesUntilThePlatformHasAnswered) {
-    const QList<SiteInfo> before = model().sites();
+    const QList<SiteInfo> before = model().catalog().sites();
     PlatformServer::Hold held = server.holdAnswer(operation().path);
     ChangeLog log(model());
     Task<> running = start();
@@ -166,7 +168,7 @@ TEST_P(OperationTest, IsInFlightAndNothingElseChangesUntilThePlatformHasAnswered
     waitUntil([&held] { return held.arrived(); });
     settle();
     EXPECT_THAT(log.changes(), ElementsAre(operation().inFlightSignal));
-    EXPECT_EQ(model().sites(), before);
+    EXPECT_EQ(model().catalog().sites(), before);
     held.release();
     await(std::move(running));
     EXPECT_THAT(inFlight(), IsEmpty());
@@ -175,7 +177,7 @@ TEST_P(OperationTest, IsInFlightAndNothingElseChangesUntilThePlatformHasAnswered
 
 TEST_P(OperationTest, WithoutAPlatformDoesNothing) {
     writeConfig(Json::object());
-    model().reloadConfig();
+    model().connection().reloadConfig();
     ChangeLog log(model());
     await(start());
     settle();
@@ -188,7 +190,7 @@ TEST_P(OperationTest, GoesToThePlatformThatWasInUseAtItsStart) {
     Task<> running = start();
     waitUntil([&held] { return held.arrived(); });
     writeConfig(Json::object());
-    model().reloadConfig();
+    model().connection().reloadConfig();
     held.release();
     await(std::move(running));
     EXPECT_FALSE(error());
@@ -196,7 +198,7 @@ TEST_P(OperationTest, GoesToThePlatformThatWasInUseAtItsStart) {
 }
 
 TEST_P(OperationTest, ThatIsCancelledLeavesNoTrace) {
-    const QList<SiteInfo> before = model().sites();
+    const QList<SiteInfo> before = model().catalog().sites();
     const PlatformServer::Hold held = server.holdAnswer(operation().path);
     Task<> running = start();
     waitUntil([&held] { return held.arrived(); });
@@ -206,7 +208,7 @@ TEST_P(OperationTest, ThatIsCancelledLeavesNoTrace) {
     EXPECT_THAT(log.changes(), ElementsAre(operation().inFlightSignal));
     EXPECT_THAT(inFlight(), IsEmpty());
     EXPECT_FALSE(error());
-    EXPECT_EQ(model().sites(), before);
+    EXPECT_EQ(model().catalog().sites(), before);
     EXPECT_THAT(newRequests(), SizeIs(1)) << "nothing follows";
 }
 
@@ -259,20 +261,20 @@ void PrintTo(const Refusal& refusal, std::ostream* stream) {
 TEST_P(RefusedOperationTest, SaysWhyAndChangesNothingElse) {
     const auto& [operation, refusal] = GetParam();
     loadHistory({logLine("1", "deployed")});
-    model().setExpandedSite("garden");
-    const QList<SiteInfo> before = model().sites();
+    model().catalog().setExpandedSite("garden");
+    const QList<SiteInfo> before = model().catalog().sites();
     const std::size_t requests = newRequests().size();
     server.answer(operation.path, refusal.status, refusal.body);
     ChangeLog log(model());
     await(operation.start(model()));
     QString text = refusal.text;
-    EXPECT_EQ((model().*operation.error)(), text.replace("PATH", operation.path));
+    EXPECT_EQ((model().siteOperations().*operation.error)(), text.replace("PATH", operation.path));
     EXPECT_THAT(log.changes(), ElementsAre(operation.inFlightSignal, operation.errorSignal, operation.inFlightSignal));
-    EXPECT_THAT((model().*operation.inFlight)(), IsEmpty());
-    EXPECT_EQ(model().sites(), before);
+    EXPECT_THAT((model().siteOperations().*operation.inFlight)(), IsEmpty());
+    EXPECT_EQ(model().catalog().sites(), before);
     EXPECT_THAT(historyOf("garden"), ElementsAre("deployed"));
-    EXPECT_EQ(model().expandedSite(), QStringLiteral("garden"));
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().catalog().expandedSite(), QStringLiteral("garden"));
+    EXPECT_EQ(model().connection().status(), Status::connected());
     EXPECT_THAT(newRequests(), SizeIs(requests + 1)) << "nothing follows";
 }
 
@@ -291,13 +293,13 @@ INSTANTIATE_TEST_SUITE_P(
 class LostOperationTest : public OperationTest {};
 
 TEST_P(LostOperationTest, SaysThatThePlatformHungUp) {
-    const QList<SiteInfo> before = model().sites();
+    const QList<SiteInfo> before = model().catalog().sites();
     server.closeWithoutAnswer(operation().path);
     await(start());
     ASSERT_TRUE(error());
     EXPECT_FALSE(error()->isEmpty());
     EXPECT_THAT(inFlight(), IsEmpty());
-    EXPECT_EQ(model().sites(), before);
+    EXPECT_EQ(model().catalog().sites(), before);
     EXPECT_THAT(newPaths(), ElementsAre(operation().path)) << "what changes something is never sent twice";
 }
 
@@ -308,16 +310,16 @@ TEST_F(SiteOperationsTest, OperationsOnDifferentSitesRunAtTheSameTime) {
     PlatformServer::Hold bakery = server.holdAnswer("/api/sites/bakery");
     server.answer("/api/sites/garden", 500, "");
     server.answer("/api/sites/bakery", 500, "");
-    Task<> first = model().deleteSite(site("garden"));
-    Task<> second = model().deleteSite(site("bakery"));
+    Task<> first = model().siteOperations().deleteSite(site("garden"));
+    Task<> second = model().siteOperations().deleteSite(site("bakery"));
     waitUntil([&] { return garden.arrived() && bakery.arrived(); });
-    EXPECT_THAT(model().deletesInFlight(), UnorderedElementsAre(QString("garden"), QString("bakery")));
+    EXPECT_THAT(model().siteOperations().deletesInFlight(), UnorderedElementsAre(QString("garden"), QString("bakery")));
     bakery.release();
     await(std::move(second));
-    EXPECT_THAT(model().deletesInFlight(), ElementsAre(QString("garden")));
+    EXPECT_THAT(model().siteOperations().deletesInFlight(), ElementsAre(QString("garden")));
     garden.release();
     await(std::move(first));
-    EXPECT_THAT(model().deletesInFlight(), IsEmpty());
+    EXPECT_THAT(model().siteOperations().deletesInFlight(), IsEmpty());
 }
 
 TEST_F(SiteOperationsTest, DifferentOperationsOnOneSiteRunAtTheSameTime) {
@@ -331,10 +333,10 @@ TEST_F(SiteOperationsTest, DifferentOperationsOnOneSiteRunAtTheSameTime) {
     waitUntil(
         [&holds] { return std::all_of(holds.begin(), holds.end(), [](const auto& hold) { return hold.arrived(); }); });
     for (std::size_t i = 0; i < operations().size(); ++i) {
-        EXPECT_THAT((model().*operations()[i].inFlight)(), SizeIs(1)) << operations()[i].name;
+        EXPECT_THAT((model().siteOperations().*operations()[i].inFlight)(), SizeIs(1)) << operations()[i].name;
         holds[i].release();
         await(std::move(running[i]));
-        EXPECT_THAT((model().*operations()[i].inFlight)(), IsEmpty()) << operations()[i].name;
+        EXPECT_THAT((model().siteOperations().*operations()[i].inFlight)(), IsEmpty()) << operations()[i].name;
     }
 }
 
@@ -350,43 +352,43 @@ protected:
 
 TEST_F(RollbackTest, TheRefreshAfterwardsBringsTheSiteBack) {
     server.answer("/api/sites", 200, sitesAnswer({"harbour"}));
-    await(model().rollback(site("garden")));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("harbour"));
+    await(model().siteOperations().rollback(site("garden")));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("harbour"));
     EXPECT_THAT(newPaths(), testing::UnorderedElementsAre("/api/rollback", "/api/sites", "/api/stats", "/api/libs"));
     EXPECT_EQ(newPaths().front(), "/api/rollback");
-    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(model().siteOperations().rollbackError());
 }
 
 TEST_F(RollbackTest, TheSiteIsBusyUntilTheRefreshHasEnded) {
     PlatformServer::Hold held = server.holdAnswer("/api/libs");
-    Task<> running = model().rollback(site("garden"));
+    Task<> running = model().siteOperations().rollback(site("garden"));
     waitUntil([&held] { return held.arrived(); });
-    EXPECT_THAT(model().rollbacksInFlight(), ElementsAre(QString("garden")));
+    EXPECT_THAT(model().siteOperations().rollbacksInFlight(), ElementsAre(QString("garden")));
     held.release();
     await(std::move(running));
-    EXPECT_THAT(model().rollbacksInFlight(), IsEmpty());
+    EXPECT_THAT(model().siteOperations().rollbacksInFlight(), IsEmpty());
 }
 
 TEST_F(RollbackTest, TheAnswersOwnFieldsAreNotUsed) {
     server.answer("/api/rollback", 200, R"({"ok":false,"site":"elsewhere","url":""})");
-    await(model().rollback(site("garden")));
-    EXPECT_FALSE(model().rollbackError());
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery"));
+    await(model().siteOperations().rollback(site("garden")));
+    EXPECT_FALSE(model().siteOperations().rollbackError());
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
     EXPECT_EQ(newPaths().size(), 4U);
 }
 
 TEST_F(RollbackTest, AFailedRefreshAfterwardsIsNoFailureOfTheRollback) {
     server.answer("/api/sites", 500, "");
-    await(model().rollback(site("garden")));
-    EXPECT_FALSE(model().rollbackError());
-    EXPECT_EQ(model().status(), Status::unreachable(8));
-    EXPECT_THAT(model().rollbacksInFlight(), IsEmpty());
+    await(model().siteOperations().rollback(site("garden")));
+    EXPECT_FALSE(model().siteOperations().rollbackError());
+    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
+    EXPECT_THAT(model().siteOperations().rollbacksInFlight(), IsEmpty());
 }
 
 TEST_F(RollbackTest, TheHistoryOfTheExpandedSiteIsLoadedAfterTheRefresh) {
-    model().setExpandedSite("garden");
+    model().catalog().setExpandedSite("garden");
     answerHistory({logLine("2", "rolled back"), logLine("1", "deployed")});
-    await(model().rollback(site("garden")));
+    await(model().siteOperations().rollback(site("garden")));
     EXPECT_THAT(historyOf("garden"), ElementsAre("rolled back", "deployed"));
     EXPECT_THAT(newPaths(), SizeIs(5));
     EXPECT_EQ(newPaths().back(), "/api/logs/garden?limit=200");
@@ -394,40 +396,41 @@ TEST_F(RollbackTest, TheHistoryOfTheExpandedSiteIsLoadedAfterTheRefresh) {
 
 TEST_F(RollbackTest, TheHistoryOfAnotherSiteIsNotLoaded) {
     for (const std::optional<QString>& expanded : {std::optional<QString>(), std::optional(QString("bakery"))}) {
-        model().setExpandedSite(expanded);
-        await(model().rollback(site("garden")));
+        model().catalog().setExpandedSite(expanded);
+        await(model().siteOperations().rollback(site("garden")));
         EXPECT_THAT(server.requests("/api/logs/garden"), IsEmpty());
         EXPECT_THAT(server.requests("/api/logs/bakery"), IsEmpty());
     }
 }
 
 TEST_F(RollbackTest, TheSiteIsBusyUntilItsHistoryIsLoaded) {
-    model().setExpandedSite("garden");
+    model().catalog().setExpandedSite("garden");
     answerHistory({});
     PlatformServer::Hold held = server.holdAnswer("/api/logs/garden");
-    Task<> running = model().rollback(site("garden"));
+    Task<> running = model().siteOperations().rollback(site("garden"));
     waitUntil([&held] { return held.arrived(); });
-    EXPECT_THAT(model().rollbacksInFlight(), ElementsAre(QString("garden")));
+    EXPECT_THAT(model().siteOperations().rollbacksInFlight(), ElementsAre(QString("garden")));
     held.release();
     await(std::move(running));
-    EXPECT_THAT(model().rollbacksInFlight(), IsEmpty());
+    EXPECT_THAT(model().siteOperations().rollbacksInFlight(), IsEmpty());
 }
 
 TEST_F(RollbackTest, AFailureStaysUntilItIsCleared) {
     server.answer("/api/rollback", 500, "");
-    await(model().rollback(site("garden")));
+    await(model().siteOperations().rollback(site("garden")));
     server.answer("/api/rollback", 200, operations()[0].answer);
-    await(model().rollback(site("garden")));
-    EXPECT_EQ(model().rollbackError(), QStringLiteral("HTTP 500")) << "a later success does not clear it";
+    await(model().siteOperations().rollback(site("garden")));
+    EXPECT_EQ(model().siteOperations().rollbackError(), QStringLiteral("HTTP 500"))
+        << "a later success does not clear it";
     ChangeLog log(model());
-    model().clearRollbackError();
-    EXPECT_FALSE(model().rollbackError());
+    model().siteOperations().clearRollbackError();
+    EXPECT_FALSE(model().siteOperations().rollbackError());
     EXPECT_THAT(log.changes(), ElementsAre("rollbackError"));
 }
 
 TEST_F(RollbackTest, TheModelsEndEndsTheRefreshAfterwards) {
     const PlatformServer::Hold held = server.holdAnswer("/api/sites");
-    Task<> running = model().rollback(site("garden"));
+    Task<> running = model().siteOperations().rollback(site("garden"));
     waitUntil([&held] { return held.arrived(); });
     endModel();
     await(std::move(running));
@@ -435,9 +438,9 @@ TEST_F(RollbackTest, TheModelsEndEndsTheRefreshAfterwards) {
 }
 
 TEST_F(RollbackTest, TheModelsEndEndsTheLoadingOfTheHistory) {
-    model().setExpandedSite("garden");
+    model().catalog().setExpandedSite("garden");
     const PlatformServer::Hold held = server.holdAnswer("/api/logs/garden");
-    Task<> running = model().rollback(site("garden"));
+    Task<> running = model().siteOperations().rollback(site("garden"));
     waitUntil([&held] { return held.arrived(); });
     endModel();
     await(std::move(running));
@@ -456,119 +459,120 @@ protected:
 
 TEST_F(DeleteTest, TheSiteIsGoneAtOnceAndThenTheListsAreRefreshed) {
     loadHistory({logLine("1", "deployed")});
-    model().setExpandedSite("garden");
+    model().catalog().setExpandedSite("garden");
     PlatformServer::Hold held = server.holdAnswer("/api/sites");
     ChangeLog log(model());
-    Task<> running = model().deleteSite(site("garden"));
+    Task<> running = model().siteOperations().deleteSite(site("garden"));
     waitUntil([&held] { return held.arrived(); });
     EXPECT_THAT(log.changes(), ElementsAre("deletesInFlight", "expandedSite", "deployHistory", "sites"));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("bakery"));
-    EXPECT_THAT(model().deletesInFlight(), ElementsAre(QString("garden")));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("bakery"));
+    EXPECT_THAT(model().siteOperations().deletesInFlight(), ElementsAre(QString("garden")));
     server.answer("/api/sites", 200, sitesAnswer({"bakery"}));
     held.release();
     await(std::move(running));
-    EXPECT_THAT(model().deletesInFlight(), IsEmpty());
+    EXPECT_THAT(model().siteOperations().deletesInFlight(), IsEmpty());
 }
 
 TEST_F(DeleteTest, ItsHistoryIsDroppedAndThatOfOthersStays) {
     loadHistory({logLine("1", "deployed")});
     server.answer("/api/logs/bakery", 200, logAnswer({logLine("1", "baked")}));
-    await(model().loadDeployHistory("bakery"));
-    await(model().deleteSite(site("garden")));
-    EXPECT_FALSE(model().deployHistory().contains("garden"));
+    await(model().siteOperations().loadDeployHistory("bakery"));
+    await(model().siteOperations().deleteSite(site("garden")));
+    EXPECT_FALSE(model().catalog().deployHistory().contains("garden"));
     EXPECT_THAT(historyOf("bakery"), ElementsAre("baked"));
 }
 
 TEST_F(DeleteTest, TheExpandedSiteIsForgotten) {
-    model().setExpandedSite("garden");
-    await(model().deleteSite(site("garden")));
-    EXPECT_FALSE(model().expandedSite());
+    model().catalog().setExpandedSite("garden");
+    await(model().siteOperations().deleteSite(site("garden")));
+    EXPECT_FALSE(model().catalog().expandedSite());
     EXPECT_THAT(server.requests("/api/logs/garden"), IsEmpty());
 }
 
 TEST_F(DeleteTest, AnotherExpandedSiteStays) {
-    model().setExpandedSite("bakery");
-    await(model().deleteSite(site("garden")));
-    EXPECT_EQ(model().expandedSite(), QStringLiteral("bakery"));
+    model().catalog().setExpandedSite("bakery");
+    await(model().siteOperations().deleteSite(site("garden")));
+    EXPECT_EQ(model().catalog().expandedSite(), QStringLiteral("bakery"));
 }
 
 TEST_F(DeleteTest, EveryEntryWithTheNameGoes) {
     server.answer("/api/sites", 200, sitesAnswer({"garden", "bakery", "garden"}));
-    await(model().refresh());
+    await(model().connection().refresh());
     PlatformServer::Hold held = server.holdAnswer("/api/sites");
-    Task<> running = model().deleteSite(site("garden"));
+    Task<> running = model().siteOperations().deleteSite(site("garden"));
     waitUntil([&held] { return held.arrived(); });
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("bakery"));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("bakery"));
     held.release();
     await(std::move(running));
 }
 
 TEST_F(DeleteTest, ASiteThatARefreshHasRemovedMeanwhileIsDeletedWithoutAWord) {
     PlatformServer::Hold held = server.holdAnswer("/api/sites/garden");
-    Task<> running = model().deleteSite(site("garden"));
+    Task<> running = model().siteOperations().deleteSite(site("garden"));
     waitUntil([&held] { return held.arrived(); });
     server.answer("/api/sites", 200, sitesAnswer({"bakery"}));
-    await(model().refresh());
+    await(model().connection().refresh());
     ChangeLog log(model());
     held.release();
     await(std::move(running));
     EXPECT_THAT(log.changes(), ElementsAre("lastSync", "deletesInFlight"));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("bakery"));
-    EXPECT_FALSE(model().deleteError());
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("bakery"));
+    EXPECT_FALSE(model().siteOperations().deleteError());
 }
 
 TEST_F(DeleteTest, ASiteThatThePlatformStillListsComesBack) {
     // The refresh brings the very bytes of the refresh before.
-    await(model().deleteSite(site("garden")));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery"));
-    EXPECT_EQ(model().status(), Status::connected());
+    await(model().siteOperations().deleteSite(site("garden")));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
+    EXPECT_EQ(model().connection().status(), Status::connected());
 }
 
 TEST_F(DeleteTest, ARefreshThatWasUnderWayBringsBackWhatItSaw) {
     PlatformServer::Hold underWay = server.holdAnswer("/api/sites");
-    Task<> refresh = model().refresh();
+    Task<> refresh = model().connection().refresh();
     waitUntil([&underWay] { return underWay.arrived(); });
     server.answer("/api/sites", 200, sitesAnswer({"bakery"}));
-    await(model().deleteSite(site("garden")));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("bakery"));
+    await(model().siteOperations().deleteSite(site("garden")));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("bakery"));
     underWay.release();
     await(std::move(refresh));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery")) << "the last to write wins";
-    await(model().refresh());
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("bakery"));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery")) << "the last to write wins";
+    await(model().connection().refresh());
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("bakery"));
 }
 
 TEST_F(DeleteTest, TheFolderStaysRemembered) {
     store().saveFolder("garden", "/home/ada/garden");
-    await(model().deleteSite(site("garden")));
+    await(model().siteOperations().deleteSite(site("garden")));
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", "/home/ada/garden"}}));
-    model().revealFolder("garden");
+    model().siteOperations().revealFolder("garden");
     EXPECT_THAT(desktop.shownPaths(), ElementsAre("/home/ada/garden"));
 }
 
 TEST_F(DeleteTest, TheNameIsEncodedInThePath) {
     server.answer("/api/sites/caf%C3%A9%20%2525", 200, R"({"ok":true,"site":"café"})");
-    await(model().deleteSite(site("café %25")));
-    EXPECT_FALSE(model().deleteError());
+    await(model().siteOperations().deleteSite(site("café %25")));
+    EXPECT_FALSE(model().siteOperations().deleteError());
     EXPECT_EQ(newPaths().front(), "/api/sites/caf%C3%A9%20%2525");
 }
 
 TEST_F(DeleteTest, AFailureStaysUntilItIsCleared) {
     server.answer("/api/sites/garden", 500, "");
-    await(model().deleteSite(site("garden")));
-    EXPECT_THAT(namesOf(model().sites()), ElementsAre("garden", "bakery"));
+    await(model().siteOperations().deleteSite(site("garden")));
+    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
     server.answer("/api/sites/garden", 200, operations()[1].answer);
-    await(model().deleteSite(site("garden")));
-    EXPECT_EQ(model().deleteError(), QStringLiteral("HTTP 500")) << "a later success does not clear it";
+    await(model().siteOperations().deleteSite(site("garden")));
+    EXPECT_EQ(model().siteOperations().deleteError(), QStringLiteral("HTTP 500"))
+        << "a later success does not clear it";
     ChangeLog log(model());
-    model().clearDeleteError();
-    EXPECT_FALSE(model().deleteError());
+    model().siteOperations().clearDeleteError();
+    EXPECT_FALSE(model().siteOperations().deleteError());
     EXPECT_THAT(log.changes(), ElementsAre("deleteError"));
 }
 
 TEST_F(DeleteTest, TheModelsEndEndsTheRefreshAfterwards) {
     const PlatformServer::Hold held = server.holdAnswer("/api/libs");
-    Task<> running = model().deleteSite(site("garden"));
+    Task<> running = model().siteOperations().deleteSite(site("garden"));
     waitUntil([&held] { return held.arrived(); });
     endModel();
     await(std::move(running));
@@ -595,7 +599,7 @@ protected:
 TEST_F(LibraryTest, TheAnswerReplacesTheSitesLibrariesAndNoRefreshFollows) {
     answerLibs("garden", {"maps", "charts"});
     ChangeLog log(model());
-    await(model().setLib("charts", true, "garden"));
+    await(model().siteOperations().setLib("charts", true, "garden"));
     EXPECT_THAT(libsOf("garden"), ElementsAre("maps", "charts"));
     EXPECT_FALSE(listed("bakery").libs);
     EXPECT_THAT(log.changes(), ElementsAre("libTogglesInFlight", "sites", "libTogglesInFlight"));
@@ -604,36 +608,36 @@ TEST_F(LibraryTest, TheAnswerReplacesTheSitesLibrariesAndNoRefreshFollows) {
 
 TEST_F(LibraryTest, SwitchingOffIsSentAsSuch) {
     answerLibs("garden", {});
-    await(model().setLib("charts", false, "garden"));
+    await(model().siteOperations().setLib("charts", false, "garden"));
     EXPECT_EQ(newRequests().front().body, R"({"enabled":false,"lib":"charts"})");
     EXPECT_EQ(listed("garden").libs, QList<QString>());
 }
 
 TEST_F(LibraryTest, TheSiteIsTheOneThatTheAnswerNames) {
     answerLibs("bakery", {"charts"});
-    await(model().setLib("charts", true, "garden"));
+    await(model().siteOperations().setLib("charts", true, "garden"));
     EXPECT_FALSE(listed("garden").libs);
     EXPECT_THAT(libsOf("bakery"), ElementsAre("charts"));
 }
 
 TEST_F(LibraryTest, AnAnswerForASiteThatIsNotListedChangesNoSite) {
     server.answer("/api/sites/garden/libs", 500, "");
-    await(model().setLib("charts", true, "garden"));
-    const QList<SiteInfo> before = model().sites();
+    await(model().siteOperations().setLib("charts", true, "garden"));
+    const QList<SiteInfo> before = model().catalog().sites();
     answerLibs("vanished", {"charts"});
-    await(model().setLib("charts", true, "garden"));
-    EXPECT_EQ(model().sites(), before);
-    EXPECT_FALSE(model().libToggleError());
+    await(model().siteOperations().setLib("charts", true, "garden"));
+    EXPECT_EQ(model().catalog().sites(), before);
+    EXPECT_FALSE(model().siteOperations().libToggleError());
 }
 
 TEST_F(LibraryTest, OneSwitchDoesNotMarkItsNeighbours) {
     answerLibs("garden", {"charts"});
     PlatformServer::Hold held = server.holdAnswer("/api/sites/garden/libs");
-    Task<> running = model().setLib("charts", true, "garden");
+    Task<> running = model().siteOperations().setLib("charts", true, "garden");
     waitUntil([&held] { return held.arrived(); });
-    EXPECT_TRUE(model().libTogglesInFlight().contains("garden/charts"));
+    EXPECT_TRUE(model().siteOperations().libTogglesInFlight().contains("garden/charts"));
     for (const char* neighbour : {"garden/maps", "bakery/charts", "garden", "charts", "garden/"}) {
-        EXPECT_FALSE(model().libTogglesInFlight().contains(neighbour)) << neighbour;
+        EXPECT_FALSE(model().siteOperations().libTogglesInFlight().contains(neighbour)) << neighbour;
     }
     held.release();
     await(std::move(running));
@@ -641,20 +645,20 @@ TEST_F(LibraryTest, OneSwitchDoesNotMarkItsNeighbours) {
 
 TEST_F(LibraryTest, TheNextSuccessClearsTheFailure) {
     server.answer("/api/sites/garden/libs", 500, "");
-    await(model().setLib("charts", true, "garden"));
-    EXPECT_EQ(model().libToggleError(), QStringLiteral("HTTP 500"));
+    await(model().siteOperations().setLib("charts", true, "garden"));
+    EXPECT_EQ(model().siteOperations().libToggleError(), QStringLiteral("HTTP 500"));
     answerLibs("garden", {"maps"});
-    await(model().setLib("maps", true, "garden"));
-    EXPECT_FALSE(model().libToggleError());
+    await(model().siteOperations().setLib("maps", true, "garden"));
+    EXPECT_FALSE(model().siteOperations().libToggleError());
 }
 
 TEST_F(LibraryTest, OfTwoAnswersThatComeOutOfOrderTheLaterOneWins) {
     answerLibs("garden", {"charts"});
     PlatformServer::Hold held = server.holdAnswer("/api/sites/garden/libs");
-    Task<> first = model().setLib("charts", true, "garden");
+    Task<> first = model().siteOperations().setLib("charts", true, "garden");
     waitUntil([&held] { return held.arrived(); });
     answerLibs("garden", {"charts", "maps"});
-    await(model().setLib("maps", true, "garden"));
+    await(model().siteOperations().setLib("maps", true, "garden"));
     EXPECT_THAT(libsOf("garden"), ElementsAre("charts", "maps"));
     held.release();
     await(std::move(first));
@@ -663,10 +667,10 @@ TEST_F(LibraryTest, OfTwoAnswersThatComeOutOfOrderTheLaterOneWins) {
 
 TEST_F(LibraryTest, TheNextPollBringsWhatThePlatformHas) {
     answerLibs("garden", {"charts"});
-    await(model().setLib("charts", true, "garden"));
+    await(model().siteOperations().setLib("charts", true, "garden"));
     EXPECT_TRUE(listed("garden").libs);
     // The very bytes of the poll before.
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_FALSE(listed("garden").libs);
 }
 
@@ -675,12 +679,13 @@ TEST_F(LibraryTest, ASwitchAndAChangeOfAccessOfOneSiteRunAtTheSameTime) {
     server.answer("/api/sites/garden/access", 200, accessAnswer("garden", "restricted"));
     PlatformServer::Hold libs = server.holdAnswer("/api/sites/garden/libs");
     PlatformServer::Hold access = server.holdAnswer("/api/sites/garden/access");
-    Task<> toggle = model().setLib("charts", true, "garden");
-    Task<> change = model().setAccess("garden", SiteAccessMode::Restricted, std::nullopt, std::nullopt);
+    Task<> toggle = model().siteOperations().setLib("charts", true, "garden");
+    Task<> change =
+        model().siteOperations().setAccess("garden", SiteAccessMode::Restricted, std::nullopt, std::nullopt);
     waitUntil([&] { return libs.arrived() && access.arrived(); });
     access.release();
     await(std::move(change));
-    EXPECT_THAT(model().libTogglesInFlight(), SizeIs(1));
+    EXPECT_THAT(model().siteOperations().libTogglesInFlight(), SizeIs(1));
     libs.release();
     await(std::move(toggle));
     EXPECT_THAT(libsOf("garden"), ElementsAre("charts"));
@@ -711,7 +716,8 @@ protected:
 class AccessBodyTest : public AccessTest, public testing::WithParamInterface<AccessCase> {};
 
 TEST_P(AccessBodyTest, HoldsWhatWasGivenAndNothingElse) {
-    await(model().setAccess("garden", GetParam().mode, GetParam().emails, GetParam().anyoneCanComment));
+    await(
+        model().siteOperations().setAccess("garden", GetParam().mode, GetParam().emails, GetParam().anyoneCanComment));
     ASSERT_THAT(newRequests(), SizeIs(1)) << "no refresh follows";
     EXPECT_EQ(Json::parse(newRequests().front().body), Json::parse(GetParam().body));
 }
@@ -730,12 +736,12 @@ INSTANTIATE_TEST_SUITE_P(Changes, AccessBodyTest,
 
 TEST_F(AccessTest, NothingGivenSendsNothingAndIsNotBusy) {
     server.answer("/api/sites/garden/access", 500, "");
-    await(model().setAccess("garden", SiteAccessMode::Team, std::nullopt, std::nullopt));
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Team, std::nullopt, std::nullopt));
     ChangeLog log(model());
-    await(model().setAccess("garden", std::nullopt, std::nullopt, std::nullopt));
+    await(model().siteOperations().setAccess("garden", std::nullopt, std::nullopt, std::nullopt));
     settle();
     EXPECT_THAT(log.changes(), IsEmpty());
-    EXPECT_EQ(model().accessError(), QStringLiteral("HTTP 500"));
+    EXPECT_EQ(model().siteOperations().accessError(), QStringLiteral("HTTP 500"));
     EXPECT_THAT(newRequests(), SizeIs(1));
 }
 
@@ -743,11 +749,11 @@ TEST_F(AccessTest, TheAnswerReplacesTheWholeRecord) {
     Json record = siteRecord("garden");
     record["access"] = {{"mode", "public"}, {"emails", {"old@sites.test"}}, {"owner", "ada@sites.test"}};
     server.answer("/api/sites", 200, Json{{"sites", {record}}}.dump());
-    await(model().refresh());
+    await(model().connection().refresh());
     const Json answer{
         {"site", "garden"}, {"mode", "restricted"}, {"emails", {"tom@sites.test"}}, {"anyoneCanComment", true}};
     server.answer("/api/sites/garden/access", 200, answer.dump());
-    await(model().setAccess("garden", std::nullopt, std::nullopt, true));
+    await(model().siteOperations().setAccess("garden", std::nullopt, std::nullopt, true));
     EXPECT_EQ(listed("garden").access,
               (SiteAccess{SiteAccessMode::Restricted, {"tom@sites.test"}, std::nullopt, true}));
 }
@@ -757,7 +763,7 @@ TEST_F(AccessTest, ASiteWithoutARecordGetsOne) {
     const Json answer{{"site", "garden"}, {"mode", "team"}, {"emails", Json::array()}, {"owner", "ada@sites.test"}};
     server.answer("/api/sites/garden/access", 200, answer.dump());
     ChangeLog log(model());
-    await(model().setAccess("garden", SiteAccessMode::Team, std::nullopt, std::nullopt));
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Team, std::nullopt, std::nullopt));
     EXPECT_EQ(listed("garden").access,
               (SiteAccess{SiteAccessMode::Team, {}, QStringLiteral("ada@sites.test"), std::nullopt}));
     EXPECT_FALSE(listed("bakery").access);
@@ -766,28 +772,28 @@ TEST_F(AccessTest, ASiteWithoutARecordGetsOne) {
 
 TEST_F(AccessTest, TheSiteIsTheOneThatTheAnswerNames) {
     server.answer("/api/sites/garden/access", 200, accessAnswer("bakery", "public"));
-    await(model().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
     EXPECT_FALSE(listed("garden").access);
     EXPECT_EQ(listed("bakery").access->mode, SiteAccessMode::Public);
 }
 
 TEST_F(AccessTest, AnAnswerForASiteThatIsNotListedChangesNoSite) {
     server.answer("/api/sites/garden/access", 500, "");
-    await(model().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
-    const QList<SiteInfo> before = model().sites();
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
+    const QList<SiteInfo> before = model().catalog().sites();
     server.answer("/api/sites/garden/access", 200, accessAnswer("vanished", "public"));
-    await(model().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
-    EXPECT_EQ(model().sites(), before);
-    EXPECT_FALSE(model().accessError());
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
+    EXPECT_EQ(model().catalog().sites(), before);
+    EXPECT_FALSE(model().siteOperations().accessError());
 }
 
 TEST_F(AccessTest, TheNextSuccessClearsTheFailure) {
     server.answer("/api/sites/garden/access", 500, "");
-    await(model().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
-    EXPECT_EQ(model().accessError(), QStringLiteral("HTTP 500"));
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
+    EXPECT_EQ(model().siteOperations().accessError(), QStringLiteral("HTTP 500"));
     server.answer("/api/sites/garden/access", 200, accessAnswer("garden", "public"));
-    await(model().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
-    EXPECT_FALSE(model().accessError());
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
+    EXPECT_FALSE(model().siteOperations().accessError());
 }
 
 TEST_F(AccessTest, ASuccessOfOneKindDoesNotClearTheFailureOfAnother) {
@@ -796,25 +802,25 @@ TEST_F(AccessTest, ASuccessOfOneKindDoesNotClearTheFailureOfAnother) {
         await(operation.start(model()));
     }
     server.answer("/api/sites/garden/access", 200, accessAnswer("garden", "public"));
-    await(model().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
-    EXPECT_FALSE(model().accessError());
-    EXPECT_TRUE(model().rollbackError());
-    EXPECT_TRUE(model().deleteError());
-    EXPECT_TRUE(model().libToggleError());
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
+    EXPECT_FALSE(model().siteOperations().accessError());
+    EXPECT_TRUE(model().siteOperations().rollbackError());
+    EXPECT_TRUE(model().siteOperations().deleteError());
+    EXPECT_TRUE(model().siteOperations().libToggleError());
 }
 
 TEST_F(AccessTest, TheNextPollBringsWhatThePlatformHas) {
-    await(model().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
+    await(model().siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
     EXPECT_TRUE(listed("garden").access);
     // The very bytes of the poll before.
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_FALSE(listed("garden").access);
 }
 
 TEST_F(AccessTest, TheNameIsEncodedInThePath) {
     server.answer("/api/sites/caf%C3%A9/access", 200, accessAnswer("garden", "public"));
-    await(model().setAccess("café", SiteAccessMode::Public, std::nullopt, std::nullopt));
-    EXPECT_FALSE(model().accessError());
+    await(model().siteOperations().setAccess("café", SiteAccessMode::Public, std::nullopt, std::nullopt));
+    EXPECT_FALSE(model().siteOperations().accessError());
     EXPECT_THAT(newPaths(), ElementsAre("/api/sites/caf%C3%A9/access"));
 }
 
@@ -834,34 +840,34 @@ TEST_F(HistoryTest, HoldsTheVersionsOfTheLogTheNewestFirst) {
 
 TEST_F(HistoryTest, OfASiteWithoutVersionsIsThereAndEmpty) {
     loadHistory({logLine("1", "called", "api")});
-    ASSERT_TRUE(model().deployHistory().contains("garden"));
+    ASSERT_TRUE(model().catalog().deployHistory().contains("garden"));
     EXPECT_THAT(historyOf("garden"), IsEmpty());
 }
 
 TEST_F(HistoryTest, StandsUnderTheNameThatWasAskedFor) {
     server.answer("/api/logs/bakery", 200, logAnswer({logLine("1", "baked")}));
-    await(model().loadDeployHistory("bakery"));
+    await(model().siteOperations().loadDeployHistory("bakery"));
     EXPECT_THAT(historyOf("bakery"), ElementsAre("baked")) << "whatever site the answer names";
-    EXPECT_FALSE(model().deployHistory().contains("garden"));
+    EXPECT_FALSE(model().catalog().deployHistory().contains("garden"));
 }
 
 TEST_F(HistoryTest, LoadedUnchangedTellsNobody) {
     loadHistory({logLine("1", "deployed")});
     ChangeLog log(model());
-    await(model().loadDeployHistory("garden"));
+    await(model().siteOperations().loadDeployHistory("garden"));
     EXPECT_THAT(log.changes(), IsEmpty());
 }
 
 TEST_F(HistoryTest, TheNameIsEncodedInThePath) {
     server.answer("/api/logs/caf%C3%A9", 200, logAnswer({logLine("1", "brewed")}));
-    await(model().loadDeployHistory("café"));
+    await(model().siteOperations().loadDeployHistory("café"));
     EXPECT_THAT(historyOf("café"), ElementsAre("brewed"));
 }
 
 TEST_F(HistoryTest, WithoutAPlatformIsNotAskedFor) {
     writeConfig(Json::object());
-    model().reloadConfig();
-    await(model().loadDeployHistory("garden"));
+    model().connection().reloadConfig();
+    await(model().siteOperations().loadDeployHistory("garden"));
     EXPECT_THAT(newRequests(), IsEmpty());
 }
 
@@ -871,16 +877,16 @@ TEST_P(FailedHistoryTest, KeepsWhatItHadAndReportsNothing) {
     loadHistory({logLine("1", "deployed")});
     server.answer("/api/logs/garden", GetParam().first, GetParam().second);
     ChangeLog log(model());
-    await(model().loadDeployHistory("garden"));
+    await(model().siteOperations().loadDeployHistory("garden"));
     EXPECT_THAT(historyOf("garden"), ElementsAre("deployed"));
     EXPECT_THAT(log.changes(), IsEmpty());
-    EXPECT_EQ(model().status(), Status::connected());
+    EXPECT_EQ(model().connection().status(), Status::connected());
 }
 
 TEST_P(FailedHistoryTest, LeavesNoEntryWhereThereWasNone) {
     server.answer("/api/logs/garden", GetParam().first, GetParam().second);
-    await(model().loadDeployHistory("garden"));
-    EXPECT_FALSE(model().deployHistory().contains("garden"));
+    await(model().siteOperations().loadDeployHistory("garden"));
+    EXPECT_FALSE(model().catalog().deployHistory().contains("garden"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, FailedHistoryTest,
@@ -894,7 +900,7 @@ INSTANTIATE_TEST_SUITE_P(Answers, FailedHistoryTest,
 TEST_F(HistoryTest, OfAPlatformThatHangsUpStaysAsItWas) {
     loadHistory({logLine("1", "deployed")});
     server.closeWithoutAnswer("/api/logs/garden");
-    await(model().loadDeployHistory("garden"));
+    await(model().siteOperations().loadDeployHistory("garden"));
     EXPECT_THAT(historyOf("garden"), ElementsAre("deployed"));
 }
 
@@ -902,15 +908,15 @@ TEST_F(HistoryTest, GoesWithEverythingElseOnASignOut) {
     loadHistory({logLine("1", "deployed")});
     server.answer("/api/sites", 401, "");
     ChangeLog log(model());
-    await(model().refresh());
-    EXPECT_THAT(model().deployHistory(), IsEmpty());
+    await(model().connection().refresh());
+    EXPECT_THAT(model().catalog().deployHistory(), IsEmpty());
     EXPECT_EQ(log.count("deployHistory"), 1);
 }
 
 TEST_F(HistoryTest, StaysWhileThePlatformIsUnreachable) {
     loadHistory({logLine("1", "deployed")});
     server.answer("/api/sites", 500, "");
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_THAT(historyOf("garden"), ElementsAre("deployed"));
 }
 
@@ -918,7 +924,7 @@ TEST_F(HistoryTest, ThatIsCancelledStaysAsItWas) {
     loadHistory({logLine("1", "deployed")});
     const PlatformServer::Hold held = server.holdAnswer("/api/logs/garden");
     ChangeLog log(model());
-    Task<> running = model().loadDeployHistory("garden");
+    Task<> running = model().siteOperations().loadDeployHistory("garden");
     waitUntil([&held] { return held.arrived(); });
     cancelCalls();
     await(std::move(running));
@@ -928,7 +934,7 @@ TEST_F(HistoryTest, ThatIsCancelledStaysAsItWas) {
 
 TEST_F(HistoryTest, LoadingEndsWithTheModel) {
     const PlatformServer::Hold held = server.holdAnswer("/api/logs/garden");
-    Task<> running = model().loadDeployHistory("garden");
+    Task<> running = model().siteOperations().loadDeployHistory("garden");
     waitUntil([&held] { return held.arrived(); });
     endModel();
     await(std::move(running));
@@ -937,8 +943,8 @@ TEST_F(HistoryTest, LoadingEndsWithTheModel) {
 
 TEST_F(HistoryTest, SettingTheExpandedSiteTellsItsObserversOnce) {
     ChangeLog log(model());
-    model().setExpandedSite("garden");
-    model().setExpandedSite("garden");
+    model().catalog().setExpandedSite("garden");
+    model().catalog().setExpandedSite("garden");
     EXPECT_THAT(log.changes(), ElementsAre("expandedSite"));
     EXPECT_THAT(newRequests(), IsEmpty());
 }
@@ -947,7 +953,7 @@ TEST_F(HistoryTest, SettingTheExpandedSiteTellsItsObserversOnce) {
 
 TEST_F(SiteOperationsTest, ASiteIsOpenedInTheBrowser) {
     ChangeLog log(model());
-    model().openSite(site("garden"));
+    model().siteOperations().openSite(site("garden"));
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
     EXPECT_THAT(log.changes(), IsEmpty());
 }
@@ -957,7 +963,7 @@ TEST_F(SiteOperationsTest, ASiteWhoseAddressIsNoneForABrowserIsNotOpened) {
     for (const char* address : {"", "https://not an address/", "file:///etc/passwd"}) {
         SiteInfo odd = site("garden");
         odd.url = address;
-        model().openSite(odd);
+        model().siteOperations().openSite(odd);
     }
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
     EXPECT_THAT(log.changes(), IsEmpty());
@@ -965,33 +971,78 @@ TEST_F(SiteOperationsTest, ASiteWhoseAddressIsNoneForABrowserIsNotOpened) {
 
 TEST_F(SiteOperationsTest, TheFolderOfASiteIsShown) {
     store().saveFolder("garden", "/home/ada/garden");
-    model().revealFolder("garden");
+    model().siteOperations().revealFolder("garden");
     EXPECT_THAT(desktop.shownPaths(), ElementsAre("/home/ada/garden")) << "whether it exists or not";
 }
 
 TEST_F(SiteOperationsTest, TheFolderIsReadAfreshEachTime) {
     store().saveFolder("garden", "/home/ada/garden");
-    model().revealFolder("garden");
+    model().siteOperations().revealFolder("garden");
     store().saveFolder("garden", "/home/ada/elsewhere");
-    model().revealFolder("garden");
+    model().siteOperations().revealFolder("garden");
     EXPECT_THAT(desktop.shownPaths(), ElementsAre("/home/ada/garden", "/home/ada/elsewhere"));
 }
 
 TEST_F(SiteOperationsTest, ASiteWithoutAFolderShowsNothing) {
     store().saveFolder("garden", "/home/ada/garden");
     for (const char* name : {"bakery", "Garden", ""}) {
-        model().revealFolder(name);
+        model().siteOperations().revealFolder(name);
     }
     EXPECT_THAT(desktop.shownPaths(), IsEmpty());
 }
 
 TEST_F(SiteOperationsTest, WithoutAPlatformNothingIsOpenedOrShown) {
     writeConfig({{"folders", {{"garden", "/home/ada/garden"}}}});
-    model().reloadConfig();
-    model().openSite(site("garden"));
-    model().revealFolder("garden");
+    model().connection().reloadConfig();
+    model().siteOperations().openSite(site("garden"));
+    model().siteOperations().revealFolder("garden");
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
     EXPECT_THAT(desktop.shownPaths(), IsEmpty());
+}
+
+// A platform that is not the present one any more
+
+class LeftPlatformTest : public SiteOperationsTest {
+protected:
+    /// The platform is left while it works on what `start` asked, and the next one has a site of the same name.
+    void leaveDuring(const char* path, Task<> (*start)(AppState&)) {
+        PlatformServer::Hold held = server.holdAnswer(path);
+        Task<> operation = start(model());
+        waitUntil([&held] { return held.arrived(); });
+        model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test")));
+        before = model().catalog().existingSite("garden");
+        held.release();
+        await(std::move(operation));
+    }
+
+    std::optional<SiteInfo> before;
+};
+
+TEST_F(LeftPlatformTest, ItsLibrariesAreNotThoseOfTheOtherSite) {
+    server.answer("/api/sites/garden/libs", 200, R"({"site":"garden","libs":["charts"]})");
+    leaveDuring("/api/sites/garden/libs",
+                [](AppState& model) { return model.siteOperations().setLib("charts", true, "garden"); });
+    EXPECT_EQ(model().catalog().existingSite("garden"), before);
+}
+
+TEST_F(LeftPlatformTest, ItsAccessIsNotThatOfTheOtherSite) {
+    server.answer("/api/sites/garden/access", 200, R"({"site":"garden","mode":"public","emails":[]})");
+    leaveDuring("/api/sites/garden/access", [](AppState& model) {
+        return model.siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt);
+    });
+    EXPECT_EQ(model().catalog().existingSite("garden"), before);
+}
+
+TEST_F(LeftPlatformTest, ItsDeletionDeletesNotTheOtherSite) {
+    server.answer("/api/sites/garden", 200, R"({"ok":true,"site":"garden"})");
+    leaveDuring("/api/sites/garden", [](AppState& model) { return model.siteOperations().deleteSite(site("garden")); });
+    EXPECT_TRUE(model().catalog().existingSite("garden"));
+}
+
+TEST_F(LeftPlatformTest, ItsHistoryIsNotThatOfTheOtherSite) {
+    answerHistory({logLine("1", "deployed")});
+    leaveDuring("/api/logs/garden", [](AppState& model) { return model.siteOperations().loadDeployHistory("garden"); });
+    EXPECT_THAT(historyOf("garden"), IsEmpty());
 }
 
 } // namespace

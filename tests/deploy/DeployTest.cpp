@@ -1,3 +1,5 @@
+#include "deploy/Deploy.h"
+
 #include "deploy/DeployResult.h"
 #include "deploy/DeployStage.h"
 #include "deploy/FolderScan.h"
@@ -12,8 +14,8 @@
 #include "tests/deploy/FolderWatch.h"
 #include "tests/deploy/ProcessState.h"
 #include "tests/deploy/Unprivileged.h"
-#include "tests/deploy/UploadServer.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/PlatformServer.h"
 #include "tests/TestFolder.h"
 
 #include <fcntl.h>
@@ -23,6 +25,7 @@
 #include <unistd.h>
 
 #include <mutex>
+#include <optional>
 #include <random>
 #include <regex>
 #include <system_error>
@@ -38,11 +41,11 @@ using testing::IsEmpty;
 using testing::Key;
 using testing::Not;
 using testing::Pair;
+using tests::PlatformServer;
 using tests::ScopedVariable;
 using tests::TestFolder;
-using tests::UploadServer;
-using Hold = UploadServer::Hold;
 
+constexpr const char* deployPath = "/api/deploy";
 constexpr const char* answerText =
     R"({"ok":true,"site":"my-site","url":"https://my-site.example.org","bytes":12,"files":3,"skipped":1})";
 
@@ -105,7 +108,7 @@ std::string describeFailure(const Ending& ending) {
 /// A site, a platform to put it on, and a temporary folder of the test's own.
 struct DeployTest : testing::Test {
     DeployTest() {
-        server.answerWith(200, answerText);
+        server.answer(deployPath, 200, answerText);
         store.saveToken(QStringLiteral("token-1"), config);
         openWhatIsKept();
         before = tests::ProcessState::now();
@@ -129,7 +132,8 @@ struct DeployTest : testing::Test {
                 atStage(stage);
             }
         };
-        follow(client->deploy(site.path(), name, config, onStage, stop.get_token()), ending);
+        const DeployStops stops{stop.get_token(), end.get_token()};
+        follow(driftwell::deploy(*client, site.path(), name, config, onStage, stops), ending);
         return ending;
     }
 
@@ -176,7 +180,9 @@ struct DeployTest : testing::Test {
         EXPECT_THAT(temporaryFolders(), IsEmpty());
         EXPECT_EQ(tests::ProcessState::now().children, before.children);
         packingHold.reset();
-        server.release();
+        if (hold) {
+            hold->release();
+        }
         client.reset();
         expectSoon([this] { return tests::ProcessState::now() == before; }, "more is open than before");
     }
@@ -213,11 +219,13 @@ struct DeployTest : testing::Test {
     ScopedVariable temporaryVariable{"TMPDIR", QByteArray::fromStdString(temporary.path().string())};
     ScopedVariable tokenVariable{"DW_TOKEN", std::nullopt};
 
-    UploadServer server;
+    PlatformServer server;
+    std::optional<PlatformServer::Hold> hold;
     PlatformConfig config{QString::fromStdString(server.origin())};
     ConfigStore store{records / "config.json"};
     QString name = QStringLiteral("my-site");
     std::stop_source stop;
+    std::stop_source end;
     StageLog log;
     std::function<void(DeployStage)> atStage;
     UniqueFd packingHold;
@@ -247,10 +255,11 @@ TEST_F(DeployTest, SendsTheFolderAsAnArchiveAndGivesThePlatformsAnswer) {
 TEST_F(DeployTest, MakesOneRequestWithTheHeadersOfAnUpload) {
     site.write("index.html", "x");
     deploy();
-    ASSERT_EQ(server.connections(), 1U);
+    ASSERT_EQ(server.connections(), 1);
     ASSERT_EQ(server.requests().size(), 1U);
-    const UploadServer::Request request = server.requests().front();
-    EXPECT_EQ(request.line, "POST /api/deploy?site=my-site HTTP/1.1");
+    const PlatformServer::Request request = server.requests().front();
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.target, "/api/deploy?site=my-site");
     EXPECT_THAT(request.headers, Contains(Pair("content-type", "application/gzip")));
     EXPECT_THAT(request.headers, Contains(Pair("accept", "application/json")));
     EXPECT_THAT(request.headers, Contains(Pair("authorization", "Bearer token-1")));
@@ -272,7 +281,7 @@ TEST_F(DeployTest, PercentEncodesWhatCannotStandInAQuery) {
     name = QStringLiteral("a b%#\u00e9\"/?&+-._~\n");
     deploy();
     ASSERT_EQ(server.requests().size(), 1U);
-    EXPECT_EQ(server.requests().front().line, "POST /api/deploy?site=a%20b%25%23%C3%A9%22/?&+-._~%0A HTTP/1.1");
+    EXPECT_EQ(server.requests().front().target, "/api/deploy?site=a%20b%25%23%C3%A9%22/?&+-._~%0A");
 }
 
 TEST_F(DeployTest, ReportsPackingThenTheUploadFromNothingToAll) {
@@ -291,11 +300,11 @@ TEST_F(DeployTest, ReportsPackingThenTheUploadFromNothingToAll) {
 
 TEST_F(DeployTest, ReportsTheWholeUploadBeforeThePlatformAnswers) {
     site.write("index.html", "x");
-    server.hold(Hold::BeforeAnswer);
+    hold = server.holdAnswer(deployPath);
     const std::shared_ptr<Ending> ending = start();
-    tests::waitUntil([&] { return server.isHeld() && log.stages().back() == DeployStage::uploading(1); });
+    tests::waitUntil([&] { return hold->arrived() && log.stages().back() == DeployStage::uploading(1); });
     EXPECT_FALSE(ending->isThere());
-    server.release();
+    hold->release();
     tests::waitUntil([&] { return ending->isThere(); });
     EXPECT_TRUE(ending->response);
 }
@@ -303,9 +312,9 @@ TEST_F(DeployTest, ReportsTheWholeUploadBeforeThePlatformAnswers) {
 TEST_F(DeployTest, WorksInAPrivateTemporaryFolderUntilThePlatformHasAnswered) {
     site.write("b", "x");
     site.write("a/c", "x");
-    server.hold(Hold::BeforeAnswer);
+    hold = server.holdAnswer(deployPath);
     const std::shared_ptr<Ending> ending = start();
-    tests::waitUntil([&] { return server.isHeld(); });
+    tests::waitUntil([&] { return hold->arrived(); });
 
     ASSERT_EQ(temporaryFolders().size(), 1U);
     const std::filesystem::path working = temporaryFolders().front();
@@ -318,14 +327,14 @@ TEST_F(DeployTest, WorksInAPrivateTemporaryFolderUntilThePlatformHasAnswered) {
     EXPECT_EQ(temporary.read((working.filename() / "site.tgz").string()), server.requests().front().body);
 
     EXPECT_EQ(made.events().size(), 1U);
-    server.release();
+    hold->release();
     tests::waitUntil([&] { return ending->isThere(); });
     expectNothingIsLeft();
 }
 
 TEST_F(DeployTest, PacksTheFolderAsItIsNow) {
     site.write("old", "before");
-    const FolderScan shown = PlatformClient::scan(site.path());
+    const FolderScan shown = scanFolder(site.path());
     std::filesystem::remove(site / "old");
     site.write("new", "after");
     deploy();
@@ -344,7 +353,7 @@ TEST_F(DeployTest, TellsWhatCouldNotBeReadAndHowManyFilesWereSent) {
     }
     const tests::Unprivileged person;
     const tests::ScopedMode locked(site / "locked", 0);
-    server.answerWith(200, R"({"ok":true,"site":"s","url":"u","bytes":2,"files":1,"skipped":1})");
+    server.answer(deployPath, 200, R"({"ok":true,"site":"s","url":"u","bytes":2,"files":1,"skipped":1})");
     const std::shared_ptr<Ending> ending = start();
     tests::waitUntil([&] { return ending->isThere(); });
     ASSERT_TRUE(ending->result) << describeFailure(*ending);
@@ -367,7 +376,7 @@ TEST_F(DeployTest, DeploysAgainOverAConnectionOfItsOwn) {
     deploy();
     deploy();
     EXPECT_EQ(server.requests().size(), 2U);
-    EXPECT_EQ(server.connections(), 2U);
+    EXPECT_EQ(server.connections(), 2);
     expectArchiveIsClosed();
     expectNothingIsLeft();
 }
@@ -387,7 +396,7 @@ TEST_F(DeployTest, FailsOnAFolderWithoutFilesBeforeAnythingIsMade) {
     EXPECT_EQ(error.kind(), PlatformError::Kind::Api);
     EXPECT_EQ(error.description(), QStringLiteral("folder has no deployable files"));
     EXPECT_THAT(made.events(), IsEmpty());
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing()));
     expectNothingIsLeft();
 }
@@ -395,7 +404,7 @@ TEST_F(DeployTest, FailsOnAFolderWithoutFilesBeforeAnythingIsMade) {
 TEST_F(DeployTest, FailsOnAFolderThatCannotBeRead) {
     std::filesystem::remove(site.path());
     EXPECT_EQ(failure().description().toStdString(), "cannot read " + site.path().string());
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     expectNothingIsLeft();
 }
 
@@ -403,7 +412,7 @@ TEST_F(DeployTest, SendsNothingWhenPackingFails) {
     site.write("a\nb", "x");
     EXPECT_EQ(failure().description().toStdString(),
               "tar exited with status 2: the name of “a␤b” holds a line break and cannot be packed");
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing()));
     expectNothingIsLeft();
 }
@@ -413,7 +422,7 @@ TEST_F(DeployTest, SendsNothingWhenAnArchiveOfThePiecesOfANameWasMade) {
     site.write("a", "x");
     site.write("a\n.env", "x");
     EXPECT_THAT(failure().description().toStdString(), HasSubstr("holds a line break"));
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     expectNothingIsLeft();
 }
 
@@ -421,51 +430,51 @@ TEST_F(DeployTest, FailsWithTheSystemsErrorWhereNoTemporaryFolderCanBeMade) {
     site.write("index.html", "x");
     const ScopedVariable nowhere("TMPDIR", QByteArray::fromStdString((site / "index.html").string()));
     EXPECT_THROW(deploy(), std::system_error);
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     expectNothingIsLeft();
 }
 
 TEST_F(DeployTest, FailsWithThePlatformsWordsAfterAllBytesWereSent) {
     site.write("index.html", "x");
-    server.answerWith(507, R"({"error":"no room for this site","code":"full"})");
+    server.answer(deployPath, 507, R"({"error":"no room for this site","code":"full"})");
     const PlatformError error = failure();
     EXPECT_EQ(error.kind(), PlatformError::Kind::Api);
     EXPECT_EQ(error.description(), QStringLiteral("no room for this site"));
-    ASSERT_EQ(server.requests().size(), 1U) << "nothing is sent twice";
-    EXPECT_FALSE(server.requests().front().isCutOff);
+    EXPECT_EQ(server.requests().size(), 1U) << "once, and whole";
+    EXPECT_EQ(server.connections(), 1);
     expectArchiveIsClosed();
     expectNothingIsLeft();
 }
 
 TEST_F(DeployTest, FailsWithTheStatusWhereThePlatformSaysNothing) {
     site.write("index.html", "x");
-    server.answerWith(500, "");
+    server.answer(deployPath, 500, "");
     EXPECT_EQ(failure().description(), QStringLiteral("HTTP 500"));
     expectNothingIsLeft();
 }
 
 TEST_F(DeployTest, FailsAsNotSignedInWhereTheTokenIsRefused) {
     site.write("index.html", "x");
-    server.answerWith(401, R"({"error":"who are you","code":"auth"})");
+    server.answer(deployPath, 401, R"({"error":"who are you","code":"auth"})");
     EXPECT_EQ(failure().kind(), PlatformError::Kind::Unauthenticated);
     expectNothingIsLeft();
 }
 
 TEST_F(DeployTest, FailsOnAnAnswerThatIsNoRecord) {
     site.write("index.html", "x");
-    server.answerWith(200, R"({"ok":true})");
+    server.answer(deployPath, 200, R"({"ok":true})");
     EXPECT_EQ(failure().description(), QStringLiteral("unexpected response for /api/deploy?site=my-site"));
     expectNothingIsLeft();
 }
 
 TEST_F(DeployTest, FailsOnceWhereTheConnectionIsLostBeforeTheAnswer) {
     site.write("index.html", "x");
-    server.answerNothing();
+    server.closeWithoutAnswer(deployPath);
     const PlatformError error = failure();
     EXPECT_EQ(error.kind(), PlatformError::Kind::Unreachable);
     EXPECT_EQ(error.description(), QStringLiteral("The connection to 127.0.0.1 was lost."));
     EXPECT_EQ(server.requests().size(), 1U);
-    EXPECT_EQ(server.connections(), 1U);
+    EXPECT_EQ(server.connections(), 1);
     expectNothingIsLeft();
 }
 
@@ -474,7 +483,7 @@ TEST_F(DeployTest, FailsWhereThePlatformDoesNotAnswerInTime) {
     limits.idle = std::chrono::milliseconds(300);
     client.emplace(Bundle(bundle.path()), store, limits);
     site.write("index.html", "x");
-    server.hold(Hold::BeforeAnswer);
+    hold = server.holdAnswer(deployPath);
     const PlatformError error = failure();
     EXPECT_EQ(error.kind(), PlatformError::Kind::Unreachable);
     EXPECT_EQ(error.description(), QStringLiteral("127.0.0.1 did not answer in time."));
@@ -489,7 +498,7 @@ TEST_F(DeployTest, StoppedBeforeTheScanMakesNothing) {
     };
     expectCancelled(start());
     EXPECT_THAT(made.events(), IsEmpty());
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing()));
     expectNothingIsLeft();
 }
@@ -502,7 +511,7 @@ TEST_F(DeployTest, StoppedWhileItScansSendsNothing) {
     EXPECT_FALSE(ending->isThere());
     stop.request_stop();
     expectCancelled(ending);
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing()));
     expectNothingIsLeft();
 }
@@ -523,8 +532,19 @@ TEST_F(DeployTest, StoppedWhileTarRunsEndsWhenTarHasEndedAndSendsNothing) {
 
     releasePacking();
     expectCancelled(ending);
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing()));
+    expectNothingIsLeft();
+}
+
+TEST_F(DeployTest, TheEndOfTheProcessInterruptsPacking) {
+    site.write("index.html", "x");
+    holdPacking();
+    const std::shared_ptr<Ending> ending = start();
+    tests::waitUntil([this] { return isPackingHeld(); });
+    end.request_stop();
+    expectCancelled(ending);
+    EXPECT_EQ(server.connections(), 0);
     expectNothingIsLeft();
 }
 
@@ -536,45 +556,46 @@ TEST_F(DeployTest, StoppedBetweenPackingAndUploadingSendsNothing) {
         }
     };
     expectCancelled(start());
-    EXPECT_EQ(server.connections(), 0U);
+    EXPECT_EQ(server.connections(), 0);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing(), DeployStage::uploading(0)));
     expectNothingIsLeft();
 }
 
 TEST_F(DeployTest, StoppedWhileItUploadsEndsAtOnce) {
     site.write("large", randomBytes(largerThanBuffers));
-    server.hold(Hold::InBody);
+    hold = server.holdBody(deployPath);
     const std::shared_ptr<Ending> ending = start();
-    tests::waitUntil([this] { return server.isHeld() && log.stages().back().fraction > 0; });
+    tests::waitUntil([this] { return hold->arrived() && log.stages().back().fraction > 0; });
     EXPECT_FALSE(ending->isThere());
 
     stop.request_stop();
     expectCancelled(ending);
-    EXPECT_TRUE(server.isHeld()) << "it went on only when the platform did";
+    // What the kernel has taken in comes before the end of the connection.
+    hold->release();
+    tests::waitUntil([this] { return hold->abandoned(); });
     EXPECT_LT(log.stages().back().fraction, 1.0);
     expectNothingIsLeft();
-    ASSERT_EQ(server.requests().size(), 1U);
-    EXPECT_TRUE(server.requests().front().isCutOff);
+    EXPECT_THAT(server.requests(), IsEmpty()) << "the archive came whole";
 }
 
 TEST_F(DeployTest, StoppedWhileThePlatformWorksEndsAtOnce) {
     site.write("index.html", "x");
-    server.hold(Hold::BeforeAnswer);
+    hold = server.holdAnswer(deployPath);
     const std::shared_ptr<Ending> ending = start();
-    tests::waitUntil([this] { return server.isHeld(); });
+    tests::waitUntil([this] { return hold->arrived(); });
     EXPECT_FALSE(ending->isThere());
 
     stop.request_stop();
     expectCancelled(ending);
-    EXPECT_TRUE(server.isHeld()) << "it went on only when the platform did";
+    tests::waitUntil([this] { return hold->abandoned(); });
     expectNothingIsLeft();
 }
 
 TEST_F(DeployTest, IsStoppedFromAnyThread) {
     site.write("index.html", "x");
-    server.hold(Hold::BeforeAnswer);
+    hold = server.holdAnswer(deployPath);
     const std::shared_ptr<Ending> ending = start();
-    tests::waitUntil([this] { return server.isHeld(); });
+    tests::waitUntil([this] { return hold->arrived(); });
     std::thread([this] { stop.request_stop(); }).join();
     expectCancelled(ending);
     expectNothingIsLeft();
@@ -592,9 +613,9 @@ TEST_F(DeployTest, ChangesNothingWhenAStopComesAfterItsEnd) {
 
 TEST_F(DeployTest, EndsWhenTheClientGoesWhileItUploads) {
     site.write("large", randomBytes(largerThanBuffers));
-    server.hold(Hold::InBody);
+    hold = server.holdBody(deployPath);
     const std::shared_ptr<Ending> ending = start();
-    tests::waitUntil([this] { return server.isHeld() && log.stages().back().fraction > 0; });
+    tests::waitUntil([this] { return hold->arrived() && log.stages().back().fraction > 0; });
     client.reset();
     expectCancelled(ending);
     expectNothingIsLeft();

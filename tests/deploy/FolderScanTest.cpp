@@ -1,6 +1,5 @@
 #include "deploy/FolderScan.h"
 
-#include "platform/PlatformClient.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
 #include "support/SystemError.h"
@@ -658,16 +657,6 @@ TEST(FolderScanTest, NeverLeavesTheFolderWhereTheKernelDoesNotHelp) {
         std::exit(testing::Test::HasFailure() ? 1 : 0);
     };
     EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
-}
-
-TEST(FolderScanTest, IsWhatTheClientScansWith) {
-    const TestFolder folder;
-    folder.write("index.html", "12345");
-    folder.write(".env", "x");
-    const FolderScan scan = PlatformClient::scan(folder.path());
-    EXPECT_THAT(scan.paths, ElementsAre("index.html"));
-    EXPECT_EQ(scan.fileCount, 1);
-    EXPECT_EQ(scan.byteCount, 5);
 }
 
 } // namespace

@@ -197,7 +197,7 @@ TEST_F(ColorSchemeSettingTest, IsAGuessWhileThePortalSaysNothing) {
     EXPECT_EQ(setting.value(), ColorScheme::Light);
 }
 
-TEST_F(ColorSchemeSettingTest, IsSettledWhenPatienceEnds) {
+TEST_F(ColorSchemeSettingTest, IsSettledAfterTheTimeout) {
     FakeService portal(bus.connect(), portalName);
     portal.on(settings, readOne, [](const QDBusMessage&) { return QDBusMessage(); });
     const ColorSchemeSetting setting(bus.connect(), std::chrono::milliseconds(10));

@@ -120,13 +120,13 @@ TEST_F(FileManagerTest, ThatFailsIsReplaced) {
     EXPECT_THAT(opened.list(), ElementsAre("file://" + folder.path().string()));
 }
 
-TEST_F(FileManagerTest, ThatHangsIsReplacedWhenPatienceEnds) {
+TEST_F(FileManagerTest, ThatHangsIsReplacedAfterTheTimeout) {
     const TestFolder folder;
     FakeService program(bus.connect(), name);
     program.on(name, showItems, hang);
-    FileManager impatient(client, 10ms);
+    FileManager manager(client, 10ms);
 
-    impatient.show(folder / "site");
+    manager.show(folder / "site");
 
     waitUntil([this] { return !opened.list().empty(); });
     EXPECT_THAT(opened.list(), ElementsAre("file://" + folder.path().string()));

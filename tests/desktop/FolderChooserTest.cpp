@@ -1,19 +1,23 @@
 #include "desktop/freedesktop/FolderChooser.h"
 
 #include "tests/Await.h"
-#include "tests/desktop/FakeService.h"
+#include "tests/desktop/FakePortal.h"
 #include "tests/desktop/PrivateBus.h"
 #include "tests/ScopedVariable.h"
 #include "tests/TestFolder.h"
 
 #include <QApplication>
-#include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QDropEvent>
 #include <QFileDialog>
+#include <QKeyEvent>
+#include <QKeySequence>
 #include <QLineEdit>
+#include <QMimeData>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QWindow>
 
@@ -206,57 +210,6 @@ TEST_F(FolderChooserTest, ShowsADialogWithoutABus) {
     EXPECT_EQ(answerOf(question), std::nullopt);
 }
 
-namespace {
-
-const QString portalName = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString fileChooser = QStringLiteral("org.freedesktop.portal.FileChooser");
-const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
-const QString openFile = QStringLiteral("OpenFile");
-
-/// A portal that shows dialogs, in which the test is the person.
-class FakePortal : public FakeService {
-public:
-    FakePortal(QDBusConnection bus, uint version) : FakeService(std::move(bus), portalName) {
-        on(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
-           [version](const QDBusMessage& call) {
-               return call.createReply(QVariant::fromValue(QDBusVariant(version)));
-           });
-        on(fileChooser, openFile, [this](const QDBusMessage& call) {
-            return call.createReply(QVariant::fromValue(QDBusObjectPath(usualRequest(call))));
-        });
-        on(requestInterface, QStringLiteral("Close"), [](const QDBusMessage& call) { return call.createReply(); });
-    }
-
-    void waitForDialog() {
-        waitUntil([this] { return callsOf(openFile) == 1; });
-    }
-
-    [[nodiscard]] QVariantMap options() const {
-        return qdbus_cast<QVariantMap>(lastCallOf(openFile).arguments().value(2));
-    }
-
-    /// Where the request of the last call is.
-    [[nodiscard]] QString usualRequest() const { return usualRequest(lastCallOf(openFile)); }
-
-    void answer(uint response, const QStringList& addresses, const QString& request) {
-        emitSignal(request, requestInterface, QStringLiteral("Response"),
-                   {response, QVariantMap{{QStringLiteral("uris"), addresses}}});
-    }
-
-private:
-    static QString usualRequest(const QDBusMessage& call) {
-        const auto options = qdbus_cast<QVariantMap>(call.arguments().value(2));
-        const QString sender = call.service().mid(1).replace(QLatin1Char('.'), QLatin1Char('_'));
-        return QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2")
-            .arg(sender, options.value(QStringLiteral("handle_token")).toString());
-    }
-};
-
-constexpr uint confirmed = 0;
-constexpr uint cancelled = 1;
-
-} // namespace
-
 /// Where a portal shows the desktop's own dialog.
 class PortalFolderChooserTest : public testing::Test {
 protected:
@@ -269,7 +222,7 @@ TEST_F(PortalFolderChooserTest, AsksForOneFolder) {
     const auto question = ask(chooser);
     portal->waitForDialog();
 
-    const QDBusMessage call = portal->lastCallOf(openFile);
+    const QDBusMessage call = portal->lastCallOf(FakePortal::openFile);
     EXPECT_EQ(call.path(), QStringLiteral("/org/freedesktop/portal/desktop"));
     EXPECT_EQ(call.signature(), QStringLiteral("ssa{sv}"));
     EXPECT_EQ(call.arguments().value(1).toString(), message);
@@ -278,14 +231,102 @@ TEST_F(PortalFolderChooserTest, AsksForOneFolder) {
     EXPECT_FALSE(portal->options().contains(QStringLiteral("current_folder")));
     EXPECT_EQ(visibleDialog(), nullptr);
 
-    portal->answer(cancelled, {}, portal->usualRequest());
+    portal->answer(FakePortal::cancelled, {}, portal->usualRequest());
     EXPECT_EQ(answerOf(question), std::nullopt);
+}
+
+namespace {
+
+/// A window that tells what reaches it.
+class ListeningWindow : public QWindow {
+public:
+    int clicks = 0;
+    int keys = 0;
+    int drops = 0;
+
+protected:
+    void mousePressEvent(QMouseEvent*) override { ++clicks; }
+    void keyPressEvent(QKeyEvent*) override { ++keys; }
+    bool event(QEvent* event) override {
+        drops += event->type() == QEvent::Drop ? 1 : 0;
+        return QWindow::event(event);
+    }
+};
+
+void drop(QWindow& window) {
+    const QMimeData data;
+    QDropEvent event(QPointF(1, 1), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &event);
+}
+
+void click(QWindow& window) {
+    QMouseEvent event(QEvent::MouseButtonPress, QPointF(1, 1), QPointF(1, 1), Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &event);
+}
+
+void press(QWindow& window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QKeyEvent event(QEvent::KeyPress, key, modifiers);
+    QCoreApplication::sendEvent(&window, &event);
+}
+
+} // namespace
+
+TEST_F(PortalFolderChooserTest, KeepsItsWindowFromInputAsLongAsItIsOpen) {
+    ListeningWindow window;
+    window.show();
+    window.requestActivate();
+    waitUntil([&window] { return QGuiApplication::focusWindow() == &window; });
+    const auto question = ask(chooser);
+    portal->waitForDialog();
+    EXPECT_EQ(portal->options().value(QStringLiteral("modal")), QVariant(true));
+    click(window);
+    drop(window);
+    press(window, Qt::Key_Return);
+    EXPECT_EQ(window.clicks + window.drops + window.keys, 0);
+    // The way out stays open.
+    const QKeyCombination close = QKeySequence(QKeySequence::Close)[0];
+    press(window, close.key(), close.keyboardModifiers());
+    EXPECT_EQ(window.keys, 1);
+
+    portal->answer(FakePortal::cancelled, {}, portal->usualRequest());
+    EXPECT_EQ(answerOf(question), std::nullopt);
+    click(window);
+    drop(window);
+    press(window, Qt::Key_Return);
+    EXPECT_EQ(window.clicks, 1);
+    EXPECT_EQ(window.drops, 1);
+    EXPECT_EQ(window.keys, 2);
+}
+
+TEST_F(PortalFolderChooserTest, LeavesTheWindowAloneWhereThePortalCannotShowADialog) {
+    ListeningWindow window;
+    window.show();
+    portal->on(FakePortal::fileChooser, FakePortal::openFile,
+               [](const QDBusMessage& call) { return call.createErrorReply(QDBusError::Failed, {}); });
+    const auto question = ask(chooser);
+    waitForDialog().reject();
+    EXPECT_EQ(answerOf(question), std::nullopt);
+    click(window);
+    EXPECT_EQ(window.clicks, 1);
+}
+
+TEST_F(PortalFolderChooserTest, GoesWithItsWindow) {
+    ListeningWindow window;
+    window.show();
+    const auto question = ask(chooser);
+    portal->waitForDialog();
+    const QString request = portal->usualRequest();
+    window.hide();
+    EXPECT_EQ(answerOf(question), std::nullopt);
+    waitUntil([this] { return portal->callsOf(QStringLiteral("Close")) == 1; });
+    EXPECT_EQ(portal->lastCallOf(QStringLiteral("Close")).path(), request);
 }
 
 TEST_F(PortalFolderChooserTest, GivesTheChosenFolderAlsoWhenItsNameIsNotText) {
     const auto question = ask(chooser);
     portal->waitForDialog();
-    portal->answer(confirmed, {QStringLiteral("file:///home/ada/caf%E9%20%25")}, portal->usualRequest());
+    portal->answer(FakePortal::confirmed, {QStringLiteral("file:///home/ada/caf%E9%20%25")}, portal->usualRequest());
     EXPECT_EQ(answerOf(question), "/home/ada/caf\xE9 %");
     settle();
     EXPECT_EQ(portal->callsOf(QStringLiteral("Close")), 0);
@@ -294,48 +335,48 @@ TEST_F(PortalFolderChooserTest, GivesTheChosenFolderAlsoWhenItsNameIsNotText) {
 TEST_F(PortalFolderChooserTest, BeginsWhereTheLastFolderWas) {
     const auto first = ask(chooser);
     portal->waitForDialog();
-    portal->answer(confirmed, {QStringLiteral("file:///home/caf%E9/site")}, portal->usualRequest());
+    portal->answer(FakePortal::confirmed, {QStringLiteral("file:///home/caf%E9/site")}, portal->usualRequest());
     answerOf(first);
 
     const auto second = ask(chooser);
-    waitUntil([this] { return portal->callsOf(openFile) == 2; });
+    waitUntil([this] { return portal->callsOf(FakePortal::openFile) == 2; });
     EXPECT_EQ(portal->options().value(QStringLiteral("current_folder")).toByteArray(),
               QByteArray("/home/caf\xE9\0", 11));
-    portal->answer(cancelled, {}, portal->usualRequest());
+    portal->answer(FakePortal::cancelled, {}, portal->usualRequest());
     answerOf(second);
 }
 
 TEST_F(PortalFolderChooserTest, GivesNothingForAnAnswerThatNamesNoFolderHere) {
     for (const QStringList& addresses :
          {QStringList(), QStringList{QStringLiteral("sftp://server.example.org/site")}, QStringList{QString()}}) {
-        const int before = portal->callsOf(openFile);
+        const int before = portal->callsOf(FakePortal::openFile);
         const auto question = ask(chooser);
-        waitUntil([&] { return portal->callsOf(openFile) == before + 1; });
-        portal->answer(confirmed, addresses, portal->usualRequest());
+        waitUntil([&] { return portal->callsOf(FakePortal::openFile) == before + 1; });
+        portal->answer(FakePortal::confirmed, addresses, portal->usualRequest());
         EXPECT_EQ(answerOf(question), std::nullopt);
     }
 }
 
 TEST_F(PortalFolderChooserTest, FollowsAPortalThatPutsItsRequestElsewhere) {
     const QString elsewhere = QStringLiteral("/org/freedesktop/portal/desktop/request/1");
-    portal->on(fileChooser, openFile, [&elsewhere](const QDBusMessage& call) {
+    portal->on(FakePortal::fileChooser, FakePortal::openFile, [&elsewhere](const QDBusMessage& call) {
         return call.createReply(QVariant::fromValue(QDBusObjectPath(elsewhere)));
     });
     const auto question = ask(chooser);
     portal->waitForDialog();
     // The person takes longer than the reply of the call, which says where the answer will come from.
     waitUntil([&] {
-        portal->answer(confirmed, {QStringLiteral("file:///home/ada/site")}, elsewhere);
+        portal->answer(FakePortal::confirmed, {QStringLiteral("file:///home/ada/site")}, elsewhere);
         return question->isAnswered;
     });
     EXPECT_EQ(question->answer, "/home/ada/site");
 }
 
 TEST_F(PortalFolderChooserTest, TakesAnAnswerThatComesBeforeTheCallsReply) {
-    portal->on(fileChooser, openFile, [](const QDBusMessage&) { return QDBusMessage(); });
+    portal->on(FakePortal::fileChooser, FakePortal::openFile, [](const QDBusMessage&) { return QDBusMessage(); });
     const auto question = ask(chooser);
     portal->waitForDialog();
-    portal->answer(confirmed, {QStringLiteral("file:///home/ada/site")}, portal->usualRequest());
+    portal->answer(FakePortal::confirmed, {QStringLiteral("file:///home/ada/site")}, portal->usualRequest());
     EXPECT_EQ(answerOf(question), "/home/ada/site");
 }
 
@@ -345,9 +386,9 @@ TEST_F(PortalFolderChooserTest, AnswersASecondQuestionWithNothing) {
     const auto second = ask(chooser);
     EXPECT_TRUE(second->isAnswered);
     EXPECT_EQ(second->answer, std::nullopt);
-    portal->answer(confirmed, {QStringLiteral("file:///home/ada/site")}, portal->usualRequest());
+    portal->answer(FakePortal::confirmed, {QStringLiteral("file:///home/ada/site")}, portal->usualRequest());
     EXPECT_EQ(answerOf(first), "/home/ada/site");
-    EXPECT_EQ(portal->callsOf(openFile), 1);
+    EXPECT_EQ(portal->callsOf(FakePortal::openFile), 1);
 }
 
 TEST_F(PortalFolderChooserTest, ClosesTheDialogAndEndsItsQuestionWithItself) {
@@ -370,7 +411,7 @@ TEST_F(PortalFolderChooserTest, GivesNothingWhenThePortalGoesAway) {
 }
 
 TEST_F(PortalFolderChooserTest, ShowsQtsDialogWhereThePortalCannotShowOne) {
-    portal->on(fileChooser, openFile,
+    portal->on(FakePortal::fileChooser, FakePortal::openFile,
                [](const QDBusMessage& call) { return call.createErrorReply(QDBusError::UnknownMethod, {}); });
     const auto question = ask(chooser);
     choose(waitForDialog(), "/");
@@ -378,13 +419,13 @@ TEST_F(PortalFolderChooserTest, ShowsQtsDialogWhereThePortalCannotShowOne) {
 }
 
 TEST_F(PortalFolderChooserTest, ShowsQtsDialogInsteadOfOneThatDoesNotBegin) {
-    portal->on(fileChooser, openFile, [](const QDBusMessage&) { return QDBusMessage(); });
-    FolderChooser impatient(bus.connect(), 100ms);
-    const auto question = ask(impatient);
+    portal->on(FakePortal::fileChooser, FakePortal::openFile, [](const QDBusMessage&) { return QDBusMessage(); });
+    FolderChooser withShortTimeout(bus.connect(), 100ms);
+    const auto question = ask(withShortTimeout);
     waitForDialog().reject();
     EXPECT_EQ(answerOf(question), std::nullopt);
-    // On a slow machine patience may have ended before that, with the question for the portal's version.
-    waitUntil([this] { return portal->callsOf(QStringLiteral("Close")) == portal->callsOf(openFile); });
+    // On a slow machine the timeout may have passed before that, with the question for the portal's version.
+    waitUntil([this] { return portal->callsOf(QStringLiteral("Close")) == portal->callsOf(FakePortal::openFile); });
 }
 
 TEST(OldPortal, CannotShowFoldersSoThatQtsDialogIsShown) {
@@ -394,7 +435,7 @@ TEST(OldPortal, CannotShowFoldersSoThatQtsDialogIsShown) {
     const auto question = ask(chooser);
     waitForDialog().reject();
     EXPECT_EQ(answerOf(question), std::nullopt);
-    EXPECT_EQ(portal.callsOf(openFile), 0);
+    EXPECT_EQ(portal.callsOf(FakePortal::openFile), 0);
 }
 
 } // namespace driftwell::tests

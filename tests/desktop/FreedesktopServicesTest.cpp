@@ -66,7 +66,7 @@ TEST_F(FreedesktopServicesTest, FollowTheColorScheme) {
     waitUntil([this] { return desktop.isColorSchemeSettled(); });
     ASSERT_EQ(desktop.colorScheme(), ColorScheme::Light);
     int changes = 0;
-    QObject::connect(&desktop, &DesktopServices::colorSchemeChanged, &desktop, [&changes] { ++changes; });
+    QObject::connect(&desktop, &WindowServices::colorSchemeChanged, &desktop, [&changes] { ++changes; });
 
     FakeService portal(bus.connect(), QStringLiteral("org.freedesktop.portal.Desktop"));
     portal.on(QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("ReadOne"),

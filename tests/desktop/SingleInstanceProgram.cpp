@@ -14,7 +14,7 @@
 /// A program of which one copy runs: a first copy says "first" and then what it is asked for, a later one "handed
 /// over".
 ///
-/// single_instance_program CONFIG_FOLDER PATIENCE_MS GATE [ARGUMENTS…]
+/// single_instance_program CONFIG_FOLDER TIMEOUT_MS GATE [ARGUMENTS…]
 ///
 /// It says "ready" and passes when nobody holds a lock on the file GATE any more. Asked for "--quit" it ends; started
 /// as first with "--deaf" it never listens.

@@ -1,3 +1,5 @@
+#include "desktop/freedesktop/LaunchReceiver.h"
+#include "desktop/freedesktop/LaunchRequest.h"
 #include "support/UniqueFd.h"
 #include "tests/Await.h"
 #include "tests/TestFolder.h"
@@ -8,10 +10,12 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <array>
 #include <memory>
 #include <set>
 #include <string>
@@ -26,8 +30,8 @@ using testing::SizeIs;
 namespace {
 
 /// Longer than any wait of the tests.
-constexpr const char* endlessPatience = "3600000";
-constexpr const char* shortPatience = "300";
+constexpr const char* endlessTimeout = "3600000";
+constexpr const char* shortTimeout = "300";
 
 /// One start of the program; it ends with the object.
 class Start {
@@ -101,15 +105,15 @@ protected:
         environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), QString::fromStdString((folder / "runtime").string()));
     }
 
-    std::unique_ptr<Start> start(const QStringList& arguments = {}, const char* patience = endlessPatience) {
-        const QStringList all = QStringList{QString::fromStdString(config.string()), QString::fromLatin1(patience),
+    std::unique_ptr<Start> start(const QStringList& arguments = {}, const char* timeout = endlessTimeout) {
+        const QStringList all = QStringList{QString::fromStdString(config.string()), QString::fromLatin1(timeout),
                                             QString::fromStdString((folder / "gate").string())} +
                                 arguments;
         return std::make_unique<Start>(all, environment, workingFolder);
     }
 
-    std::unique_ptr<Start> startFirst(const QStringList& arguments = {}, const char* patience = endlessPatience) {
-        auto first = start(arguments, patience);
+    std::unique_ptr<Start> startFirst(const QStringList& arguments = {}, const char* timeout = endlessTimeout) {
+        auto first = start(arguments, timeout);
         first->waitUntilItSays("first");
         return first;
     }
@@ -164,7 +168,7 @@ TEST_F(SingleInstanceTest, TakesANameThatIsNotText) {
     shell.start(QStringLiteral("/bin/sh"),
                 {QStringLiteral("-c"), QStringLiteral("exec \"$@\" \"$(printf '/srv/caf\\351')\""),
                  QStringLiteral("sh"), QStringLiteral(SINGLE_INSTANCE_PROGRAM), QString::fromStdString(config.string()),
-                 QString::fromLatin1(endlessPatience), QString::fromStdString((folder / "gate").string())});
+                 QString::fromLatin1(endlessTimeout), QString::fromStdString((folder / "gate").string())});
     waitUntil([&shell] { return shell.state() == QProcess::NotRunning; });
     EXPECT_EQ(shell.exitCode(), 0);
     waitUntil([&first] { return !first->activations().empty(); });
@@ -232,7 +236,7 @@ TEST_F(SingleInstanceTest, IsTakenOverByAStartThatWaitsWhenTheFirstIsKilled) {
 TEST_F(SingleInstanceTest, SaysThatTheFirstDoesNotAnswer) {
     const auto first = startFirst();
     first->signal(SIGSTOP);
-    const auto second = start({}, shortPatience);
+    const auto second = start({}, shortTimeout);
     EXPECT_EQ(second->waitForEnd(), 1);
     EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
     EXPECT_THAT(second->lines(), ElementsAre("ready"));
@@ -243,7 +247,7 @@ TEST_F(SingleInstanceTest, SaysThatTheFirstDoesNotAnswerAlsoWhereItHasNoSocket) 
     const UniqueFd lock(::open(runtimeFile(".lock").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(::flock(lock.get(), LOCK_EX | LOCK_NB), 0);
     std::filesystem::remove(runtimeFile(".socket"));
-    const auto second = start({}, shortPatience);
+    const auto second = start({}, shortTimeout);
     EXPECT_EQ(second->waitForEnd(), 1);
     EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
 }
@@ -327,7 +331,7 @@ TEST_F(SingleInstanceTest, IsNotDisturbedByAnythingElseThatConnects) {
 }
 
 TEST_F(SingleInstanceTest, IsNotHeldUpByThoseWhoConnectAndSayNothing) {
-    const auto first = startFirst({}, shortPatience);
+    const auto first = startFirst({}, shortTimeout);
     std::vector<UniqueFd> silent;
     for (int number = 0; number < 100; ++number) {
         silent.push_back(connectToFirst());
@@ -335,6 +339,152 @@ TEST_F(SingleInstanceTest, IsNotHeldUpByThoseWhoConnectAndSayNothing) {
     EXPECT_EQ(start({QStringLiteral("--one")})->waitForEnd(), 0);
     waitUntil([&first] { return !first->activations().empty(); });
     EXPECT_THAT(first->activations(), ElementsAre("token=|--one"));
+}
+
+TEST_F(SingleInstanceTest, TakesNoHalfRequestFromOneThatDies) {
+    const auto first = startFirst();
+    const std::string request = LaunchRequest{{"--one", "--two"}, "token"}.encoded();
+    for (std::size_t length = 0; length < request.size(); ++length) {
+        const UniqueFd connection = connectToFirst();
+        ASSERT_EQ(::send(connection.get(), request.data(), length, MSG_NOSIGNAL), static_cast<ssize_t>(length));
+    }
+    EXPECT_EQ(start({QStringLiteral("--last")})->waitForEnd(), 0);
+    waitUntil([&first] { return !first->activations().empty(); });
+    EXPECT_THAT(first->activations(), ElementsAre("token=|--last"));
+}
+
+TEST_F(SingleInstanceTest, TakesARequestThatComesInPieces) {
+    const auto first = startFirst();
+    const UniqueFd connection = connectToFirst();
+    const std::string request = LaunchRequest{{"--one"}, "token"}.encoded();
+    for (const char byte : request) {
+        ASSERT_EQ(::send(connection.get(), &byte, 1, MSG_NOSIGNAL), 1);
+        settle();
+    }
+    EXPECT_THAT(first->activations(), IsEmpty());
+    ::shutdown(connection.get(), SHUT_WR);
+    waitUntil([&first] { return !first->activations().empty(); });
+    EXPECT_THAT(first->activations(), ElementsAre("token=token|--one"));
+    char answer = 0;
+    EXPECT_EQ(::recv(connection.get(), &answer, 1, 0), 1);
+    EXPECT_EQ(answer, LaunchReceiver::acknowledgement);
+}
+
+TEST_F(SingleInstanceTest, GivesUpOnOneThatDoesNotSayAll) {
+    const auto first = startFirst({}, shortTimeout);
+    const UniqueFd connection = connectToFirst();
+    ASSERT_GT(::send(connection.get(), "driftwell", 9, MSG_NOSIGNAL), 0);
+    char answer = 0;
+    EXPECT_EQ(::recv(connection.get(), &answer, 1, 0), 0) << "the connection is closed without an answer";
+}
+
+/// A first start that holds the lock and behaves as the test does.
+class FalseFirstTest : public SingleInstanceTest {
+protected:
+    FalseFirstTest() {
+        startFirst()->kill();
+        lock = UniqueFd(::open(runtimeFile(".lock").c_str(), O_RDWR | O_CLOEXEC));
+        EXPECT_EQ(::flock(lock.get(), LOCK_EX | LOCK_NB), 0);
+        const std::filesystem::path file = runtimeFile(".socket");
+        std::filesystem::remove(file);
+        listener = UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        file.string().copy(address.sun_path, sizeof(address.sun_path) - 1);
+        EXPECT_EQ(::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+        EXPECT_EQ(::listen(listener.get(), SOMAXCONN), 0);
+    }
+
+    /// More than the kernel keeps for somebody who does not read.
+    static QStringList longArguments() {
+        const QString large(100'000, QLatin1Char('x'));
+        return {QStringLiteral("--") + large, large, large, large, large, large, large, large};
+    }
+
+    [[nodiscard]] UniqueFd accept() const {
+        return UniqueFd(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    }
+
+    static std::string readAll(const UniqueFd& connection) {
+        std::string all;
+        std::array<char, 4096> buffer{};
+        for (;;) {
+            const ssize_t got = ::recv(connection.get(), buffer.data(), buffer.size(), 0);
+            if (got <= 0) {
+                return all;
+            }
+            all.append(buffer.data(), static_cast<std::size_t>(got));
+        }
+    }
+
+    UniqueFd lock;
+    UniqueFd listener;
+};
+
+TEST_F(FalseFirstTest, ThatNeverReadsIsSaidNotToAnswer) {
+    const auto second = start(longArguments(), shortTimeout);
+    EXPECT_EQ(second->waitForEnd(), 1);
+    EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
+    EXPECT_THAT(second->lines(), ElementsAre("ready"));
+}
+
+TEST_F(FalseFirstTest, ThatReadsSlowlyGetsAll) {
+    const auto second = start(longArguments());
+    const UniqueFd connection = accept();
+    // The sender has filled what the kernel keeps, and waits.
+    int waiting = -1;
+    waitUntil([&] {
+        const int before = waiting;
+        ::ioctl(connection.get(), FIONREAD, &waiting);
+        return waiting > 0 && waiting == before;
+    });
+    const auto request = LaunchRequest::decoded(readAll(connection));
+    ASSERT_TRUE(request);
+    EXPECT_THAT(request->arguments, SizeIs(8));
+    EXPECT_TRUE(second->isRunning()) << "nothing was acknowledged yet";
+    ASSERT_EQ(::send(connection.get(), &LaunchReceiver::acknowledgement, 1, MSG_NOSIGNAL), 1);
+    EXPECT_EQ(second->waitForEnd(), 0);
+    EXPECT_TRUE(second->hasSaid("handed over"));
+}
+
+TEST_F(FalseFirstTest, ThatDiesInTheMiddleIsAskedAgain) {
+    const auto second = start(longArguments());
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const UniqueFd connection = accept();
+        std::array<char, 1000> some{};
+        ASSERT_GT(::recv(connection.get(), some.data(), some.size(), 0), 0);
+    }
+    const UniqueFd connection = accept();
+    EXPECT_TRUE(LaunchRequest::decoded(readAll(connection)));
+    ASSERT_EQ(::send(connection.get(), &LaunchReceiver::acknowledgement, 1, MSG_NOSIGNAL), 1);
+    EXPECT_EQ(second->waitForEnd(), 0);
+}
+
+TEST_F(FalseFirstTest, ThatAnswersSomethingElseHasNotTakenTheRequest) {
+    const auto second = start({QStringLiteral("--one")});
+    {
+        const UniqueFd connection = accept();
+        readAll(connection);
+        ASSERT_EQ(::send(connection.get(), "x", 1, MSG_NOSIGNAL), 1);
+    }
+    {
+        // Nor has one that closes without an answer.
+        const UniqueFd connection = accept();
+        readAll(connection);
+    }
+    EXPECT_TRUE(second->isRunning());
+    // When it has gone, whoever waits takes its place.
+    listener.reset();
+    lock.reset();
+    second->waitUntilItSays("first");
+}
+
+TEST_F(FalseFirstTest, ThatReadsAllAndNeverAnswersIsSaidNotToAnswer) {
+    const auto second = start({QStringLiteral("--one")}, shortTimeout);
+    const UniqueFd connection = accept();
+    readAll(connection);
+    EXPECT_EQ(second->waitForEnd(), 1);
+    EXPECT_EQ(second->error(), "Driftwell is already running, but it does not answer.\n");
 }
 
 TEST_F(SingleInstanceTest, KeepsItsFilesFromOthersAndFromBeingSwept) {

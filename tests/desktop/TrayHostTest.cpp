@@ -38,8 +38,8 @@ protected:
         return watcher;
     }
 
-    std::unique_ptr<TrayHost> hostOn(QDBusConnection connection, std::chrono::milliseconds patience = deadline) {
-        auto host = std::make_unique<TrayHost>(std::move(connection), patience);
+    std::unique_ptr<TrayHost> hostOn(QDBusConnection connection, std::chrono::milliseconds timeout = deadline) {
+        auto host = std::make_unique<TrayHost>(std::move(connection), timeout);
         QObject::connect(host.get(), &TrayHost::appeared, host.get(), [this] { ++appearances; });
         return host;
     }
@@ -102,7 +102,7 @@ TEST_F(TrayHostTest, IsNotPresentWithoutABus) {
     EXPECT_FALSE(host->isPresent());
 }
 
-TEST_F(TrayHostTest, SettlesWhenPatienceEnds) {
+TEST_F(TrayHostTest, SettlesAfterTheTimeout) {
     FakeService watcher(bus.connect(), name);
     watcher.on(properties, get, [](const QDBusMessage&) { return QDBusMessage(); });
     const auto host = hostOn(bus.connect(), 10ms);

@@ -16,9 +16,9 @@ VirtualScreen::VirtualScreen() {
     m_server.start(QStringLiteral("/usr/bin/Xvfb"),
                    {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"), QStringLiteral("0"),
                     QStringLiteral("800x600x24"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
-    const auto patience = std::chrono::duration_cast<std::chrono::milliseconds>(deadline).count();
+    const auto timeout = std::chrono::duration_cast<std::chrono::milliseconds>(deadline).count();
     while (!m_server.canReadLine()) {
-        if (!m_server.waitForReadyRead(static_cast<int>(patience))) {
+        if (!m_server.waitForReadyRead(static_cast<int>(timeout))) {
             throw std::runtime_error("the screen did not start");
         }
     }

@@ -5,9 +5,9 @@
 #include "tests/Descriptors.h"
 #include "tests/platform/Outcome.h"
 #include "tests/platform/PortlessSockets.h"
-#include "tests/platform/ScriptedServer.h"
 #include "tests/RawClient.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <QUrlQuery>
@@ -147,12 +147,20 @@ TEST_F(BrowserSignInTest, StoresTheTokenAndAsksWhoItBelongsTo) {
     EXPECT_EQ(server().onlyRequest().header("Authorization"), "Bearer fresh");
 }
 
-TEST_F(BrowserSignInTest, AsksWithTheNewTokenWhateverTheEnvironmentHolds) {
+TEST_F(BrowserSignInTest, AsksWithTheTokenOfTheEnvironmentSinceAllLaterCallsGoOutWithIt) {
     const ScopedVariable variable("DW_TOKEN", "other");
     serve(answer("200 OK", ada));
     EXPECT_EQ(signIn(), "Ada");
-    EXPECT_EQ(server().onlyRequest().header("Authorization"), "Bearer fresh");
+    EXPECT_EQ(server().onlyRequest().header("Authorization"), "Bearer other");
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
+}
+
+TEST_F(BrowserSignInTest, KeepsNoTokenWhenThatOfTheEnvironmentIsRefused) {
+    const ScopedVariable variable("DW_TOKEN", "other");
+    serve(answer("401 Unauthorized", ""));
+    EXPECT_EQ(signIn(), "Unauthenticated: Not signed in");
+    EXPECT_EQ(server().onlyRequest().header("Authorization"), "Bearer other");
+    EXPECT_EQ(storedToken(), std::nullopt);
 }
 
 TEST_F(BrowserSignInTest, KeepsTheTokensOfOtherPlatforms) {
@@ -262,12 +270,13 @@ TEST_F(BrowserSignInTest, KeepsNoTokenThatCannotBeChecked) {
 }
 
 TEST_F(BrowserSignInTest, KeepsNoTokenThatCannotBeSent) {
-    serve(answer("401 Unauthorized", ""));
+    serve(std::vector<ScriptedServer::Script>{});
     Task<Identity> attempt = begin();
     EXPECT_EQ(ask(callbackPort(), callback("a%0D%0AHost:%20evil")), signedIn);
-    EXPECT_EQ(end(std::move(attempt)), "Unauthenticated: Not signed in");
-    EXPECT_EQ(server().onlyRequest().header("Authorization"), "(none)");
-    EXPECT_EQ(storedToken(), std::nullopt);
+    EXPECT_EQ(end(std::move(attempt)),
+              "Api: The token holds a line break or another control character and cannot be sent");
+    EXPECT_EQ(server().connections(), 0);
+    EXPECT_FALSE(std::filesystem::exists(store().file()));
 }
 
 TEST_F(BrowserSignInTest, EndsWhenItIsCancelledBeforeItBegins) {

@@ -3,6 +3,7 @@
 #include "support/UniqueFd.h"
 #include "tests/Await.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/TestSize.h"
 #include "tests/TestFolder.h"
 
 #include <fcntl.h>
@@ -104,8 +105,7 @@ private:
 TEST_F(ConfigStoreCrashTest, LosesNothingWhenManyProcessesSaveAtOnce) {
     constexpr int processes = 16;
     // The time grows with the square of this.
-    const int each =
-        qEnvironmentVariableIsSet("DRIFTWELL_TEST_SAVES") ? qEnvironmentVariableIntValue("DRIFTWELL_TEST_SAVES") : 500;
+    const int each = tests::rounds(40, 500);
     m_folder.write("dw/config.json", R"({"foreign": "kept"})");
     Reader reader(file());
     std::vector<Task<ChildProcess::Result>> savers;
@@ -165,6 +165,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Saving, FailingCall,
                          testing::Values(Failure{"open-folder", EACCES}, Failure{"open-folder", EMFILE},
+                                         Failure{"open-file", EMFILE}, Failure{"open-file", EIO},
                                          Failure{"lock", ENOLCK}, Failure{"lock", EIO}, Failure{"create", EACCES},
                                          Failure{"create", ENOSPC}, Failure{"create", EROFS}, Failure{"create", EDQUOT},
                                          Failure{"write", ENOSPC}, Failure{"write", EIO}, Failure{"write", EDQUOT},
@@ -207,6 +208,34 @@ TEST_P(FailingCall, DoesNotHinderTheNextSave) {
     Json expected = Json::parse(m_before);
     expected["host"] = "h";
     EXPECT_EQ(Json::parse(content()), expected);
+}
+
+TEST_F(ConfigStoreCrashTest, KeepsAFileThatItMayNotRead) {
+    for (const int error : {EACCES, EPERM}) {
+        m_folder.write("dw/config.json", R"({"old": true})");
+        const ChildProcess::Result result = run({"fail", file(), "open-file", std::to_string(error)});
+        EXPECT_EQ(result.status, asExpected) << result.standardOutput << result.standardError;
+        EXPECT_EQ(Json::parse(content()), Json({{"new", std::string(2000, 'n')}}));
+        EXPECT_EQ(m_folder.read("dw/config.json.unreadable"), R"({"old": true})");
+        std::filesystem::remove(m_folder / "dw/config.json.unreadable");
+    }
+}
+
+TEST_F(ConfigStoreCrashTest, KeepsAFileOfAnotherAccount) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can act as another account";
+    }
+    m_folder.write("dw/config.json", R"({"of": "root"})");
+    ASSERT_EQ(::chmod(file().c_str(), 0600), 0);
+    ASSERT_EQ(::chown((m_folder / "dw").c_str(), 65534, 65534), 0);
+    ASSERT_EQ(::chmod(m_folder.path().c_str(), 0755), 0);
+    const ChildProcess::Result result = run({"save-as-nobody", file()});
+    EXPECT_EQ(result.status, asExpected) << result.standardOutput << result.standardError;
+    EXPECT_EQ(Json::parse(content()), Json({{"new", std::string(10, 'n')}}));
+    EXPECT_EQ(m_folder.read("dw/config.json.unreadable"), R"({"of": "root"})");
+    struct stat status {};
+    ASSERT_EQ(::stat((m_folder / "dw/config.json.unreadable").c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 0U);
 }
 
 TEST_F(ConfigStoreCrashTest, ThrowsWhenTheFolderCannotBeMade) {

@@ -1,18 +1,25 @@
 #include "platform/ConfigStore.h"
 
+#include "platform/PlatformError.h"
+#include "support/UniqueFd.h"
 #include "tests/ScopedVariable.h"
 #include "tests/TestFolder.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 namespace driftwell {
@@ -95,6 +102,11 @@ TEST_F(ConfigFileTest, ExpandsALeadingTildeInTheBundlesFolder) {
     EXPECT_EQ(ConfigStore::configFile(bundle(R"({"DWConfigDir": "~/.config/dw-dev"})")),
               "/home/of-somebody/.config/dw-dev/config.json");
     EXPECT_EQ(ConfigStore::configFile(bundle(R"({"DWConfigDir": "~"})")), "/home/of-somebody/config.json");
+}
+
+TEST_F(ConfigFileTest, KeepsTheBytesOfAHomeFolderThatIsNoText) {
+    const ScopedVariable latin("HOME", QByteArray("/home/caf\xE9"));
+    EXPECT_EQ(ConfigStore::configFile(Bundle()).native(), "/home/caf\xE9/.config/dw/config.json");
 }
 
 TEST_F(ConfigFileTest, LeavesATildeInsideTheBundlesFolderAlone) {
@@ -419,23 +431,69 @@ TEST_F(ConfigStoreTest, KeepsTheOtherKeysOfTheFileOnEverySave) {
 
 TEST_F(ConfigStoreTest, KeepsForeignNumbersDigitForDigit) {
     write(R"({"a": 12345678901234567890, "b": 1.0, "c": -0.0, "d": 1e-7, "e": -9223372036854775808,
-              "f": 18446744073709551615, "g": 0.1, "h": 5e-324, "i": 1.7976931348623157e308, "j": 0, "k": 1e2})");
+              "f": 18446744073709551615, "g": 0.1, "h": 5e-324, "i": 1.7976931348623157e308, "j": 0, "k": 1E+2,
+              "l": 1e400, "m": -1e-400, "n": 123456789012345678901234567890, "o": [0.10, {"p": 1.50e2}]})");
     m_store.saveConfig({{"z", 1}});
     EXPECT_EQ(content(), R"({
   "a": 12345678901234567890,
   "b": 1.0,
   "c": -0.0,
-  "d": 1e-07,
+  "d": 1e-7,
   "e": -9223372036854775808,
   "f": 18446744073709551615,
   "g": 0.1,
   "h": 5e-324,
-  "i": 1.7976931348623157e+308,
+  "i": 1.7976931348623157e308,
   "j": 0,
-  "k": 100.0,
+  "k": 1E+2,
+  "l": 1e400,
+  "m": -1e-400,
+  "n": 123456789012345678901234567890,
+  "o": [
+    0.10,
+    {
+      "p": 1.50e2
+    }
+  ],
   "z": 1
 }
 )");
+}
+
+TEST_F(ConfigStoreTest, KeepsForeignTextsThatHaveNoFormInUnicodeAndReadsTheRest) {
+    const std::string foreign = "  \"\\udc00name\": \"\\ud800\",\n"
+                                "  \"cut\": \"\xF0\x9F\x98\",\n"
+                                "  \"latin\": \"caf\xE9\",\n"
+                                "  \"lone\": \"\\udc00\\ud800 \\ud83dx\",\n"
+                                "  \"overlong\": \"\xC0\xAF\",\n"
+                                "  \"surrogate\": \"\xED\xA0\x80\"";
+    write("{\n  \"host\": \"h\",\n" + foreign + ",\n  \"tokens\": {\"https://here.example\": \"t\"}\n}");
+    EXPECT_EQ(m_store.resolveHost(), QStringLiteral("h"));
+    EXPECT_EQ(m_store.token(m_here), QStringLiteral("t"));
+    EXPECT_FALSE(m_store.problem());
+    m_store.saveToken(QStringLiteral("u"), m_there);
+    EXPECT_EQ(m_store.token(m_here), QStringLiteral("t"));
+    for (const char* line :
+         {"\"\\udc00name\": \"\\ud800\"", "\"cut\": \"\xF0\x9F\x98\"", "\"latin\": \"caf\xE9\"",
+          "\"lone\": \"\\udc00\\ud800 \\ud83dx\"", "\"overlong\": \"\xC0\xAF\"", "\"surrogate\": \"\xED\xA0\x80\""}) {
+        EXPECT_THAT(content(), HasSubstr(line));
+    }
+    EXPECT_THAT(names(), ElementsAre("config.json"));
+}
+
+TEST_F(ConfigStoreTest, TakesATextThatHasNoFormInUnicodeForAbsentWhereItIsItsOwn) {
+    write(R"({"host": "\ud800", "tokens": {"https://here.example": "\udc00"}})");
+    EXPECT_EQ(m_store.resolveHost(), std::nullopt);
+    EXPECT_EQ(m_store.token(m_here), std::nullopt);
+}
+
+TEST_F(ConfigStoreTest, ReadsItsKeysHoweverTheyAreEscaped) {
+    write(R"({"\u0068ost": "h", "t\u006fkens": {"https:\/\/h\u0065re.example": "\ud83d\ude00\n\t\b\f\r\u00e9"}})");
+    EXPECT_EQ(m_store.resolveHost(), QStringLiteral("h"));
+    EXPECT_EQ(m_store.token(m_here), QStringLiteral("😀\n\t\b\f\ré"));
+    m_store.saveConfig({{"host", "other"}});
+    EXPECT_EQ(json()["host"], "other");
+    EXPECT_EQ(json().size(), 2U);
 }
 
 TEST_F(ConfigStoreTest, KeepsForeignTextsOfAnyCharacters) {
@@ -477,10 +535,8 @@ TEST_F(ConfigStoreTest, SavesSeveralKeysOfAnyTypeAtOnce) {
     EXPECT_EQ(json(), Json({{"a", nullptr}, {"b", 2}, {"c", {1.0, "x"}}}));
 }
 
-TEST_F(ConfigStoreTest, ReplacesADamagedFileByTheKeysOfTheNextSave) {
+TEST_F(ConfigStoreTest, KeepsADamagedFileBesideTheOneOfTheNextSave) {
     const std::vector<std::string> damaged = {
-        "",
-        " \n",
         "{",
         "}",
         R"({"host": "h")",
@@ -501,14 +557,8 @@ TEST_F(ConfigStoreTest, ReplacesADamagedFileByTheKeysOfTheNextSave) {
         R"({"host": "h", "n": 01})",
         R"({"host": "h", "n": +1})",
         R"({"host": "h", "n": .5})",
-        R"({"host": "h", "lone": "\ud800"})",
-        R"({"host": "h", "lone": "\udc00\ud800"})",
         R"({"host": "h", "escape": "\x"})",
         "{\"host\": \"h\", \"control\": \"\n\"}",
-        "{\"host\": \"h\", \"latin\": \"caf\xE9\"}",
-        "{\"host\": \"h\", \"overlong\": \"\xC0\xAF\"}",
-        "{\"host\": \"h\", \"surrogate\": \"\xED\xA0\x80\"}",
-        "{\"host\": \"h\", \"cut\": \"\xF0\x9F\x98\"}",
         std::string("{\"host\": \"h\"}\0", 14),
         std::string(4096, '\0'),
         std::string("{\"host\": \"h\"}\0 more", 19),
@@ -525,7 +575,305 @@ TEST_F(ConfigStoreTest, ReplacesADamagedFileByTheKeysOfTheNextSave) {
         EXPECT_EQ(content(), text) << "reading changed the file";
         m_store.saveToken(QStringLiteral("t"), m_here);
         EXPECT_EQ(json(), Json({{"tokens", {{"https://here.example", "t"}}}}));
+        EXPECT_EQ(m_folder.read("config.json.unreadable"), text);
+        EXPECT_THAT(m_store.takeKeptFiles(), ElementsAre(m_folder / "config.json.unreadable"));
+        EXPECT_THAT(m_store.takeKeptFiles(), IsEmpty()) << "it is told twice";
+        std::filesystem::remove(m_folder / "config.json.unreadable");
     }
+}
+
+TEST_F(ConfigStoreTest, KeepsNothingOfAFileThatHoldsNothing) {
+    for (const char* text : {"", " \n", "\r\n\t"}) {
+        write(text);
+        EXPECT_FALSE(m_store.problem());
+        m_store.saveToken(QStringLiteral("t"), m_here);
+        EXPECT_EQ(m_store.token(m_here), QStringLiteral("t"));
+        EXPECT_THAT(names(), ElementsAre("config.json"));
+    }
+}
+
+TEST_F(ConfigStoreTest, KeepsEveryDamagedFileUnderANameOfItsOwn) {
+    for (const char* text : {"{one", "{two", "{three", "{two"}) {
+        write(text);
+        m_store.saveConfig({{"host", "h"}});
+    }
+    EXPECT_THAT(names(), ElementsAre("config.json", "config.json.unreadable", "config.json.unreadable-2",
+                                     "config.json.unreadable-3"));
+    EXPECT_EQ(m_folder.read("config.json.unreadable"), "{one");
+    EXPECT_EQ(m_folder.read("config.json.unreadable-2"), "{two");
+    EXPECT_EQ(m_folder.read("config.json.unreadable-3"), "{three");
+    EXPECT_EQ(m_store.takeKeptFiles().size(), 3U);
+}
+
+TEST_F(ConfigStoreTest, ReplacesNothingWhenItCannotKeepWhatItCannotUnderstand) {
+    for (int i = 1; i < 100; ++i) {
+        m_folder.write("config.json.unreadable" + (i == 1 ? "" : "-" + std::to_string(i)), std::to_string(i));
+    }
+    write("{one more");
+    EXPECT_THROW(m_store.saveConfig({{"host", "h"}}), std::system_error);
+    EXPECT_EQ(content(), "{one more");
+}
+
+TEST_F(ConfigStoreTest, KeepsADamagedFileThatASymbolicLinkLeadsTo) {
+    m_folder.write("dotfiles/dw.json", "{damaged");
+    std::filesystem::create_symlink("dotfiles/dw.json", m_store.file());
+    m_store.saveConfig({{"host", "h"}});
+    EXPECT_TRUE(std::filesystem::is_symlink(m_store.file()));
+    EXPECT_EQ(m_store.resolveHost(), QStringLiteral("h"));
+    EXPECT_EQ(m_folder.read("dotfiles/dw.json.unreadable"), "{damaged");
+}
+
+TEST_F(ConfigStoreTest, ShowsAKeptFileToItsOwnerAlone) {
+    write("{damaged");
+    ASSERT_EQ(::chmod(m_store.file().c_str(), 0644), 0);
+    m_store.saveConfig({{"host", "h"}});
+    struct stat status {};
+    ASSERT_EQ(::stat((m_folder / "config.json.unreadable").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+}
+
+TEST_F(ConfigStoreTest, TellsOfAKeptFileThroughEveryCopy) {
+    const ConfigStore copy = m_store;
+    write("{damaged");
+    copy.saveConfig({{"host", "h"}});
+    EXPECT_THAT(m_store.takeKeptFiles(), ElementsAre(m_folder / "config.json.unreadable"));
+}
+
+// What is known of a file that cannot be used
+
+TEST_F(ConfigStoreTest, TellsAMissingFileFromOneThatCannotBeUsed) {
+    const auto reason = [this]() -> std::string {
+        const std::optional<ConfigProblem> problem = m_store.problem();
+        EXPECT_TRUE(!problem || problem->file == m_store.file());
+        return problem ? problem->reason.toStdString() : "";
+    };
+    EXPECT_EQ(reason(), "");
+    write(R"({"host": "h"})");
+    EXPECT_EQ(reason(), "");
+    write("{\n  \"host\": \"h\",\n}");
+    EXPECT_EQ(reason(), "It is not a JSON object (line 3)");
+    write("[]");
+    EXPECT_EQ(reason(), "It is not a JSON object (line 1)");
+    std::filesystem::remove(m_store.file());
+    std::filesystem::create_directory(m_store.file());
+    EXPECT_EQ(reason(), "Is a directory");
+}
+
+TEST_F(ConfigStoreTest, SaysWhichFileCannotBeUsedAndWhy) {
+    EXPECT_NO_THROW(m_store.requireReadable());
+    write("{");
+    try {
+        m_store.requireReadable();
+        FAIL() << "did not throw";
+    } catch (const PlatformError& failure) {
+        EXPECT_EQ(failure.description().toStdString(),
+                  m_store.file().string() + " cannot be used: It is not a JSON object (line 1)");
+    }
+}
+
+TEST_F(ConfigStoreTest, ReadsAFifoAsNothingAndLeavesItThere) {
+    ASSERT_EQ(::mkfifo(m_store.file().c_str(), 0600), 0);
+    EXPECT_EQ(m_store.resolveHost(), std::nullopt);
+    ASSERT_TRUE(m_store.problem());
+    EXPECT_EQ(m_store.problem()->reason, QStringLiteral("It is not a regular file"));
+    EXPECT_THROW(m_store.saveConfig({{"host", "h"}}), std::system_error);
+    EXPECT_TRUE(std::filesystem::is_fifo(m_store.file()));
+    EXPECT_THAT(names(), ElementsAre("config.json"));
+}
+
+TEST_F(ConfigStoreTest, ReadsDevicesAsNothing) {
+    for (const char* device : {"/dev/zero", "/dev/full", "/dev/null"}) {
+        std::filesystem::create_symlink(device, m_store.file());
+        EXPECT_EQ(m_store.resolveHost(), std::nullopt) << device;
+        EXPECT_TRUE(m_store.problem()) << device;
+        std::filesystem::remove(m_store.file());
+    }
+}
+
+TEST_F(ConfigStoreTest, ReadsAFileThatIsFarTooLargeAsNothingAndKeepsIt) {
+    write("{");
+    constexpr std::uintmax_t size = 8ULL * 1024 * 1024 * 1024;
+    std::filesystem::resize_file(m_store.file(), size);
+    EXPECT_EQ(m_store.resolveHost(), std::nullopt);
+    ASSERT_TRUE(m_store.problem());
+    EXPECT_EQ(m_store.problem()->reason, QStringLiteral("It is too large"));
+    m_store.saveConfig({{"host", "h"}});
+    EXPECT_EQ(m_store.resolveHost(), QStringLiteral("h"));
+    EXPECT_EQ(std::filesystem::file_size(m_folder / "config.json.unreadable"), size);
+}
+
+// Entries that are no text
+
+TEST_F(ConfigStoreTest, KeepsTheOtherTokensWhenOneEntryIsNoText) {
+    const std::string before = R"({"tokens": {"https://there.example": "there", "https://null.example": null},
+                                   "folders": {"blog": "/blog", "shop": 7}})";
+    write(before);
+    m_store.saveToken(QStringLiteral("here"), m_here);
+    EXPECT_EQ(m_store.token(m_here), QStringLiteral("here"));
+    EXPECT_EQ(m_store.token(m_there), QStringLiteral("there"));
+    EXPECT_EQ(m_folder.read("config.json.unreadable"), before);
+    m_store.saveFolder(QStringLiteral("new"), "/new");
+    EXPECT_EQ(json()["folders"], Json({{"blog", "/blog"}, {"new", "/new"}}));
+}
+
+TEST_F(ConfigStoreTest, RemovesATokenThoughAnotherEntryIsNoText) {
+    write(R"({"tokens": {"https://here.example": "t", "https://null.example": null, "https://big.example": 1e400}})");
+    EXPECT_TRUE(m_store.hasTokenEntry(m_here));
+    EXPECT_FALSE(m_store.hasTokenEntry(m_there));
+    m_store.signOut(m_here);
+    EXPECT_FALSE(m_store.hasTokenEntry(m_here));
+    EXPECT_EQ(content(), R"({
+  "tokens": {
+    "https:\/\/big.example": 1e400,
+    "https:\/\/null.example": null
+  }
+}
+)");
+    EXPECT_THAT(names(), ElementsAre("config.json")) << "the token that was removed was kept";
+}
+
+TEST_F(ConfigStoreTest, HasNoTokenEntryWhereItHoldsNothing) {
+    for (const char* tokens : {R"({"https://here.example": ""})", R"({"https://here.example": null})", "[]", "7"}) {
+        write(std::string(R"({"tokens": )") + tokens + "}");
+        EXPECT_FALSE(m_store.hasTokenEntry(m_here)) << tokens;
+    }
+}
+
+TEST_F(ConfigStoreTest, RemovesNoTokenFromAFileThatItCannotUnderstand) {
+    write(R"({"tokens": {"https://here.example": "t"},})");
+    EXPECT_THROW(m_store.saveToken(std::nullopt, m_here), PlatformError);
+    m_store.signOut(m_here);
+    EXPECT_EQ(content(), R"({"tokens": {"https://here.example": "t"},})");
+}
+
+// Tokens
+
+TEST_F(ConfigStoreTest, TakesTheTokenOfTheEnvironmentWithoutBlanksAroundIt) {
+    const ScopedVariable variable("DW_TOKEN", QByteArray(" \t of-the-environment\r\n"));
+    EXPECT_EQ(m_store.token(m_here), QStringLiteral("of-the-environment"));
+    EXPECT_EQ(ConfigStore::environmentToken(), QStringLiteral("of-the-environment"));
+}
+
+TEST_F(ConfigStoreTest, IgnoresATokenOfBlanksInTheEnvironment) {
+    write(R"({"tokens": {"https://here.example": "of-the-file"}})");
+    const ScopedVariable variable("DW_TOKEN", QByteArray(" \n"));
+    EXPECT_EQ(m_store.token(m_here), QStringLiteral("of-the-file"));
+}
+
+TEST_F(ConfigStoreTest, StoresNoTokenThatCannotBeSent) {
+    for (const char* token : {"a\nb", "a\r", "\x7f", "\x01"}) {
+        try {
+            m_store.saveToken(QString::fromUtf8(token), m_here);
+            FAIL() << "did not throw";
+        } catch (const PlatformError& failure) {
+            EXPECT_THAT(failure.description().toStdString(), HasSubstr("control character"));
+        }
+        EXPECT_THAT(names(), IsEmpty());
+    }
+}
+
+// The folder
+
+class ConfigFolderTest : public ConfigStoreTest {
+protected:
+    [[nodiscard]] mode_t modeOf(const std::filesystem::path& path) const {
+        struct stat status {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0);
+        return status.st_mode & 07777;
+    }
+    [[nodiscard]] std::filesystem::path made(mode_t mode) const {
+        const std::filesystem::path folder = m_folder / "dw";
+        std::filesystem::create_directory(folder);
+        EXPECT_EQ(::chmod(folder.c_str(), mode), 0);
+        return folder;
+    }
+};
+
+TEST_F(ConfigFolderTest, IsMadeForItsOwnerAlone) {
+    const mode_t before = ::umask(0);
+    ConfigStore(m_folder / "a/b/config.json").saveConfig({{"host", "h"}});
+    ::umask(before);
+    EXPECT_EQ(modeOf(m_folder / "a"), 0700U);
+    EXPECT_EQ(modeOf(m_folder / "a/b"), 0700U);
+}
+
+TEST_F(ConfigFolderTest, IsNarrowedWhenOthersMayEnterIt) {
+    const std::filesystem::path folder = made(0755);
+    ConfigStore(folder / "config.json").saveConfig({{"host", "h"}});
+    EXPECT_EQ(modeOf(folder), 0700U);
+}
+
+TEST_F(ConfigFolderTest, StaysAsItIsWhereItIsTheHomeFolder) {
+    const std::filesystem::path folder = made(0755);
+    const ScopedVariable home("HOME", QByteArray(folder.c_str()));
+    ConfigStore(folder / "config.json").saveConfig({{"host", "h"}});
+    EXPECT_EQ(modeOf(folder), 0755U);
+}
+
+TEST_F(ConfigFolderTest, StaysAsItIsWhereAllAccountsShareIt) {
+    const std::filesystem::path folder = made(01777);
+    ConfigStore(folder / "config.json").saveConfig({{"host", "h"}});
+    EXPECT_EQ(modeOf(folder), 01777U);
+}
+
+TEST_F(ConfigFolderTest, StaysAsItIsWhereItIsAnotherAccounts) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can give a folder away";
+    }
+    const std::filesystem::path folder = made(0755);
+    ASSERT_EQ(::chown(folder.c_str(), 65534, 65534), 0);
+    ConfigStore(folder / "config.json").saveConfig({{"host", "h"}});
+    EXPECT_EQ(modeOf(folder), 0755U);
+}
+
+// The lock
+
+/// Holds the lock on a folder, as another process would.
+class HeldLock {
+public:
+    explicit HeldLock(const std::filesystem::path& folder)
+        : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        EXPECT_EQ(::flock(m_folder.get(), LOCK_EX | LOCK_NB), 0);
+    }
+
+private:
+    UniqueFd m_folder;
+};
+
+TEST_F(ConfigStoreTest, WaitsForTheLockForTwoSecondsByDefault) {
+    EXPECT_EQ(ConfigStore::usualLockTimeout, std::chrono::seconds(2));
+}
+
+TEST_F(ConfigStoreTest, SavesWithoutTheLockWhenSomebodyKeepsIt) {
+    const HeldLock held(m_folder.path());
+    const ConfigStore store(m_store.file(), std::chrono::milliseconds(30));
+    store.saveConfig({{"host", "h"}});
+    EXPECT_EQ(store.resolveHost(), QStringLiteral("h"));
+    EXPECT_THAT(names(), ElementsAre("config.json"));
+}
+
+TEST_F(ConfigStoreTest, WaitsForALockThatSomebodyKeepsOnlyOnce) {
+    const HeldLock held(m_folder.path());
+    constexpr std::chrono::seconds lockTimeout(2);
+    const ConfigStore store(m_store.file(), lockTimeout);
+    store.saveConfig({{"host", "h"}});
+    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < 10; ++i) {
+        store.saveConfig({{"host", std::to_string(i)}});
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 5 * lockTimeout);
+}
+
+TEST_F(ConfigStoreTest, WaitsForALockThatIsGivenBack) {
+    auto held = std::make_optional<HeldLock>(m_folder.path());
+    const ConfigStore store(m_store.file(), std::chrono::minutes(1));
+    std::jthread holder([&held, this] {
+        // The save reads only when it has the lock.
+        m_folder.write("config.json", R"({"of": "the holder"})");
+        held.reset();
+    });
+    store.saveConfig({{"host", "h"}});
+    EXPECT_EQ(json(), Json({{"host", "h"}, {"of", "the holder"}}));
 }
 
 TEST_F(ConfigStoreTest, LeavesTheTokensOfOtherOriginsAlone) {

@@ -2,10 +2,11 @@
 
 #include "support/EventLoop.h"
 #include "tests/Await.h"
+#include "tests/Descriptors.h"
 #include "tests/platform/Outcome.h"
-#include "tests/platform/ScriptedServer.h"
 #include "tests/platform/SlowLookup.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <fcntl.h>
@@ -167,6 +168,61 @@ TEST_F(HttpSessionTest, WaitsForABodyThatDripsInForLongerThanTheIdleLimit) {
     EXPECT_EQ(outcomeOfScript(script, shorterThanTheDrip), "200 drop by drop");
 }
 
+/// Answers with these bytes, some of them one by one, over longer than the idle limit.
+ScriptedServer::Script dripping(std::string before, std::string drops, std::string after) {
+    return [=](ServerConnection& connection) {
+        connection.readRequest();
+        connection.send(before);
+        connection.drip(drops, 1, 160ms);
+        connection.send(after);
+        connection.awaitClose();
+    };
+}
+
+TEST_F(HttpSessionTest, WaitsForAStatusLineThatDripsInByteByByte) {
+    EXPECT_EQ(
+        outcomeOfScript(dripping("HTTP/1", ".1 200 OK then", "\r\nContent-Length: 4\r\n\r\ndone"), shorterThanTheDrip),
+        "200 done");
+}
+
+TEST_F(HttpSessionTest, WaitsForAHeaderThatDripsInByteByByte) {
+    EXPECT_EQ(outcomeOfScript(dripping("HTTP/1.1 200 OK\r\nX-", "Slow: 1234567", "\r\nContent-Length: 4\r\n\r\ndone"),
+                              shorterThanTheDrip),
+              "200 done");
+}
+
+TEST_F(HttpSessionTest, WaitsForAChunkExtensionThatDripsInByteByByte) {
+    EXPECT_EQ(outcomeOfScript(dripping("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4", ";name=1234567",
+                                       "\r\ndone\r\n0\r\n\r\n"),
+                              shorterThanTheDrip),
+              "200 done");
+}
+
+TEST_F(HttpSessionTest, WaitsForAHeaderThatDripsInByteByByteOnAKeptConnection) {
+    const ScriptedServer server({[](ServerConnection& connection) {
+        connection.readRequest();
+        connection.send(answer("200 OK", "1"));
+        dripping("HTTP/1.1 200 OK\r\nX-", "Slow: 1234567", "\r\nContent-Length: 4\r\n\r\ndone")(connection);
+    }});
+    HttpSession session(shorterThanTheDrip);
+    EXPECT_EQ(outcomeOf(session.send(get(server.url("/")), {})), "200 1");
+    EXPECT_EQ(outcomeOf(session.send(get(server.url("/")), {})), "200 done");
+    EXPECT_EQ(server.connections(), 1);
+}
+
+TEST_F(HttpSessionTest, GivesUpOnAServerThatFallsSilentOnAKeptConnection) {
+    const ScriptedServer server({[](ServerConnection& connection) {
+        connection.readRequest();
+        connection.send(answer("200 OK", "1"));
+        connection.readRequest();
+        connection.send("HTTP/1.1 200");
+        connection.awaitClose();
+    }});
+    HttpSession session(shortIdle());
+    EXPECT_EQ(outcomeOf(session.send(get(server.url("/")), {})), "200 1");
+    EXPECT_EQ(outcomeOf(session.send(get(server.url("/")), {})), timedOut);
+}
+
 TEST_F(HttpSessionTest, EndsHeadersThatDripInForEverAtTheTotalLimit) {
     const auto script = [](ServerConnection& connection) {
         connection.readRequest();
@@ -192,6 +248,41 @@ TEST_F(HttpSessionTest, EndsHeadersThatPourInForEver) {
         connection.sendForever("X-More: 1234567890123456789012345678901234567890\r\n");
     };
     EXPECT_EQ(outcomeOfScript(script), lost);
+}
+
+constexpr auto tooManyHeaders = "Unreachable: 127.0.0.1 sends headers that are too long.";
+
+TEST_F(HttpSessionTest, RefusesTrailersThatPourInForEver) {
+    const auto script = [](ServerConnection& connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nbody\r\n0\r\n");
+        connection.sendForever("X-More: 1234567890123456789012345678901234567890\r\n");
+    };
+    EXPECT_EQ(outcomeOfScript(script), tooManyHeaders);
+}
+
+TEST_F(HttpSessionTest, EndsInterimAnswersThatPourInForEver) {
+    const auto script = [](ServerConnection& connection) {
+        connection.readRequest();
+        connection.sendForever("HTTP/1.1 103 Early Hints\r\nLink: </a>\r\n\r\n");
+    };
+    EXPECT_EQ(outcomeOfScript(script), lost);
+}
+
+TEST_F(HttpSessionTest, TakesTrailersOfLessThanAMegabyte) {
+    std::string trailers;
+    while (trailers.size() < 900 * 1024) {
+        trailers += "X-More: 1234567890123456789012345678901234567890\r\n";
+    }
+    EXPECT_EQ(outcomeOfScript(answering("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nbody\r\n0\r\n" +
+                                        trailers + "\r\n")),
+              "200 body");
+}
+
+TEST_F(HttpSessionTest, RefusesAHeaderThatIsTooLong) {
+    EXPECT_EQ(outcomeOfScript(sendingThenSilent("HTTP/1.1 200 OK\r\nX-Long: " + std::string(200'000, 'x'))),
+              tooManyHeaders);
+    EXPECT_EQ(outcomeOfScript(sendingThenSilent("HTTP/1.1 200 " + std::string(200'000, 'x'))), tooManyHeaders);
 }
 
 // Broken connections
@@ -405,6 +496,31 @@ TEST_F(HttpSessionTest, RefusesABodyThatIsNotGzippedAsItSays) {
 
 std::string redirect(std::string_view status, std::string_view location) {
     return answer(status, "moved", "Location: " + std::string(location) + "\r\n");
+}
+
+TEST_F(HttpSessionTest, FollowsTheStatusesThatSayWhereTheAnswerIs) {
+    for (const char* status : {"301", "302", "303", "307", "308"}) {
+        EXPECT_EQ(outcomeOfScript(
+                      answering({redirect(std::string(status) + " Elsewhere", "/next"), answer("200 OK", "arrived")})),
+                  "200 arrived")
+            << status;
+    }
+}
+
+TEST_F(HttpSessionTest, FollowsNoOtherStatusThoughItNamesALocation) {
+    for (const char* status : {"300", "305", "306", "309", "310", "399"}) {
+        EXPECT_EQ(outcomeOfScript(answering(redirect(std::string(status) + " Elsewhere", "/next"))),
+                  status + std::string(" moved"))
+            << status;
+    }
+    EXPECT_EQ(outcomeOfScript(answering("HTTP/1.1 304 Not Modified\r\nLocation: /next\r\n\r\n")), "304 ");
+}
+
+TEST_F(HttpSessionTest, FollowsARedirectAfterAnInterimAnswer) {
+    EXPECT_EQ(
+        outcomeOfScript(answering({"HTTP/1.1 103 Early Hints\r\nLink: </a>\r\n\r\n" + redirect("302 Found", "/next"),
+                                   answer("200 OK", "arrived")})),
+        "200 arrived");
 }
 
 TEST_F(HttpSessionTest, KeepsTheAuthorizationOnARedirectWithinTheOrigin) {
@@ -822,7 +938,7 @@ TEST_F(HttpSessionTest, GivesUpOnAServerThatStopsReading) {
 // Cancelling
 
 /// What this process's descriptors lead to; each socket and each file has a text of its own.
-std::multiset<std::string> openDescriptors() {
+std::multiset<std::string> descriptorTargets() {
     std::multiset<std::string> targets;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code gone;
@@ -833,7 +949,7 @@ std::multiset<std::string> openDescriptors() {
 
 /// What is open beyond that.
 std::vector<std::string> openedSince(const std::multiset<std::string>& before) {
-    const std::multiset<std::string> present = openDescriptors();
+    const std::multiset<std::string> present = descriptorTargets();
     std::vector<std::string> opened;
     std::ranges::set_difference(present, before, std::back_inserter(opened));
     return opened;
@@ -847,7 +963,7 @@ public:
         static_cast<void>(EventLoop::current());
         outcomeOf(m_session.send(get("http://127.0.0.1:1/"), {}));
         settle();
-        m_before = openDescriptors();
+        m_before = descriptorTargets();
     }
     HttpSession* operator->() { return &m_session; }
 
@@ -919,7 +1035,7 @@ private:
 TEST_F(HttpSessionTest, IsCancelledWhileItConnects) {
     const FullListener listener;
     WarmSession session;
-    const std::multiset<std::string> before = openDescriptors();
+    const std::multiset<std::string> before = descriptorTargets();
     const std::stop_source stop;
     Task<HttpResponse> task = session->send(get(listener.url()), stop.get_token());
     waitUntil([&before] { return !openedSince(before).empty(); });
@@ -1027,7 +1143,7 @@ TEST_F(HttpSessionTest, IgnoresAStopAfterTheEnd) {
 TEST_F(HttpSessionTest, EndsAllExchangesWithCancelledWhenItGoes) {
     const TestFolder folder;
     static_cast<void>(EventLoop::current());
-    const std::multiset<std::string> before = openDescriptors();
+    const std::multiset<std::string> before = descriptorTargets();
     std::vector<std::string> outcomes;
     {
         const auto silent = [](ServerConnection& connection) {
@@ -1087,6 +1203,95 @@ TEST_F(HttpSessionTest, HonoursThePersonsOwnExceptionsFromTheProxy) {
         EXPECT_EQ(outcomeOfGet("http://name.invalid/"), "Unreachable: The host name.invalid could not be found.")
             << exceptions;
     }
+}
+
+TEST_F(HttpSessionTest, ReachesEveryAddressOfThisMachineWithoutTheProxy) {
+    const ScriptedServer proxy({});
+    const ScopedVariable variable("http_proxy", proxy.url());
+    const QByteArray port = QByteArray::number(portWithoutListener());
+    EXPECT_EQ(outcomeOfGet("http://127.0.0.2:" + port + "/"),
+              "Unreachable: Could not connect to 127.0.0.2: Connection refused");
+    EXPECT_EQ(outcomeOfGet("http://127.255.0.1:" + port + "/"),
+              "Unreachable: Could not connect to 127.255.0.1: Connection refused");
+}
+
+std::string nameOf(const ScriptedServer& proxy) {
+    return "127.0.0.1:" + std::to_string(proxy.port());
+}
+
+TEST_F(HttpSessionTest, NamesAProxyThatRefusesTheConnection) {
+    const std::string name = "127.0.0.1:" + std::to_string(portWithoutListener());
+    // What an address may hold of a person's is not shown.
+    const QByteArray address = QByteArray::fromStdString("http://me:secret@" + name);
+    const ScopedVariable http("http_proxy", address);
+    const ScopedVariable https("https_proxy", address);
+    for (const char* url : {"http://name.invalid/", "https://name.invalid/"}) {
+        EXPECT_EQ(outcomeOfGet(url), "Unreachable: Could not connect to the proxy " + name + ": Connection refused");
+    }
+}
+
+TEST_F(HttpSessionTest, NamesAProxyThatCannotBeFound) {
+    const ScopedVariable variable("http_proxy", "proxy.invalid:3128");
+    EXPECT_EQ(outcomeOfGet("http://name.invalid/"), "Unreachable: The proxy proxy.invalid:3128 could not be found.");
+}
+
+TEST_F(HttpSessionTest, NamesTheProxyThroughWhichAConnectionWasLost) {
+    const ScriptedServer proxy({sendingAndClosing("")}, {.further = ScriptedServer::Further::LastScript});
+    const ScopedVariable http("http_proxy", proxy.url());
+    const ScopedVariable https("https_proxy", proxy.url());
+    for (const char* url : {"http://name.invalid/", "https://name.invalid/"}) {
+        EXPECT_EQ(outcomeOfGet(url),
+                  "Unreachable: The connection to name.invalid through the proxy " + nameOf(proxy) + " was lost.");
+    }
+}
+
+TEST_F(HttpSessionTest, NamesTheProxyThatDoesNotAnswer) {
+    const ScriptedServer proxy({sendingThenSilent("")});
+    const ScopedVariable variable("http_proxy", proxy.url());
+    EXPECT_EQ(outcomeOfGet("http://name.invalid/", shortIdle()),
+              "Unreachable: name.invalid did not answer in time through the proxy " + nameOf(proxy) + ".");
+}
+
+TEST_F(HttpSessionTest, NamesTheStatusOfAProxyThatMakesNoConnection) {
+    for (const char* status : {"403 Forbidden", "407 Proxy Authentication Required", "502 Bad Gateway"}) {
+        const ScriptedServer proxy({sendingAndClosing(answer(status, ""))});
+        const ScopedVariable variable("https_proxy", proxy.url());
+        HttpRequest request = get("https://name.invalid/");
+        request.headers = {{"Authorization", "Bearer t"}};
+        HttpSession session(patient());
+        EXPECT_EQ(outcomeOf(session.send(request, {})), "Unreachable: The proxy " + nameOf(proxy) +
+                                                            " did not connect to name.invalid: HTTP " +
+                                                            std::string(status).substr(0, 3));
+        EXPECT_EQ(proxy.onlyRequest().method, "CONNECT");
+        EXPECT_EQ(proxy.onlyRequest().header("authorization"), "(none)");
+    }
+}
+
+TEST_F(HttpSessionTest, NamesTheProxyThatWantsToKnowWhoAsks) {
+    const ScriptedServer proxy({answering(answer("407 Proxy Authentication Required", ""))});
+    const ScopedVariable variable("http_proxy", proxy.url());
+    EXPECT_EQ(outcomeOfGet("http://name.invalid/"),
+              "Unreachable: The proxy " + nameOf(proxy) + " refused the request: HTTP 407");
+}
+
+TEST_F(HttpSessionTest, NamesNoProxyWhereThePersonsExceptionsLeadPastIt) {
+    const ScriptedServer proxy({});
+    const ScopedVariable variable("http_proxy", proxy.url());
+    EXPECT_EQ(outcomeOfScript(sendingAndClosing("")), lost);
+}
+
+// Descriptors
+
+TEST_F(HttpSessionTest, SaysThatThereAreNoDescriptorsLeft) {
+    const ScriptedServer server({});
+    HttpSession cold(patient());
+    WarmSession warm;
+    const FullDescriptorTable full;
+    const std::string advice =
+        "Too many open files. Close some programs, or raise the limit of open files (ulimit -n).";
+    EXPECT_EQ(outcomeOf(warm->send(get(server.url("/")), {})), "Unreachable: " + advice);
+    EXPECT_EQ(outcomeOf(warm->send(get("http://name.invalid/"), {})), "Unreachable: " + advice);
+    EXPECT_EQ(outcomeOf(cold.send(get(server.url("/")), {})), "system error: no network: Too many open files");
 }
 
 // Child processes

@@ -3,6 +3,7 @@
 #include "platform/CallbackRequest.h"
 #include "support/Cancellation.h"
 #include "tests/Descriptors.h"
+#include "tests/platform/OtherAccount.h"
 #include "tests/platform/Outcome.h"
 #include "tests/platform/PortlessSockets.h"
 #include "tests/RawClient.h"
@@ -22,9 +23,11 @@ using Limits = LoopbackCallbackServer::Limits;
 
 const std::string signedIn = signedInResponse().toStdString();
 const std::string notFound = notFoundResponse().toStdString();
+const std::string otherAccount = otherAccountResponse().toStdString();
+const std::string unknownAccount = unknownAccountResponse().toStdString();
 
 /// No connection ends by itself while a test looks at something else.
-constexpr Limits patient{.patience = 10min};
+constexpr Limits longTimeout{.timeout = 10min};
 
 /// The addresses of this machine's own network interfaces, loopback left out.
 std::vector<in_addr_t> ownAddresses() {
@@ -70,7 +73,7 @@ protected:
     Task<QString> wait(std::stop_token stop = {}) { return m_server->waitForToken(std::move(stop)); }
 
 private:
-    std::optional<LoopbackCallbackServer> m_server{std::in_place, patient};
+    std::optional<LoopbackCallbackServer> m_server{std::in_place, longTimeout};
     std::uint16_t m_port = m_server->start();
 };
 
@@ -99,6 +102,65 @@ TEST_F(LoopbackCallbackServerTest, WaitsOnAfterACallbackWithAWrongState) {
     const std::string lowerCase = server().expectedState().toLower().toStdString();
     for (const std::string& state : {std::string("wrong"), std::string(), lowerCase}) {
         EXPECT_EQ(ask(port(), get("/callback?token=forged&state=" + state)), notFound) << state;
+    }
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+    EXPECT_EQ(outcome(std::move(waiting)), "secret");
+}
+
+TEST_F(LoopbackCallbackServerTest, TakesNoCallbackOfAnotherAccount) {
+    if (!OtherAccount::isPossibleHere()) {
+        GTEST_SKIP() << "only the superuser can act as another account";
+    }
+    Task<QString> waiting = wait();
+    for (const OtherAccount::Socket socket : {OtherAccount::Socket::Ipv4, OtherAccount::Socket::MappedIpv6}) {
+        OtherAccount attacker(port(), get(callback("of-the-attacker")), socket);
+        EXPECT_EQ(attacker.answer(), otherAccount);
+    }
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+    EXPECT_EQ(outcome(std::move(waiting)), "secret");
+}
+
+TEST_F(LoopbackCallbackServerTest, SaysNothingMoreToAnotherAccountThatDoesNotKnowTheState) {
+    if (!OtherAccount::isPossibleHere()) {
+        GTEST_SKIP() << "only the superuser can act as another account";
+    }
+    OtherAccount attacker(port(), get("/callback?token=t&state=0"));
+    EXPECT_EQ(attacker.answer(), notFound);
+}
+
+TEST_F(LoopbackCallbackServerTest, TakesTheCallbackOfABrowserThatSpeaksIpv6) {
+    const UniqueFd socket(checked(::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"));
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_port = htons(port());
+    ASSERT_EQ(::inet_pton(AF_INET6, "::ffff:127.0.0.1", &address.sin6_addr), 1);
+    checked(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "connect");
+    const std::string request = get(callback());
+    ASSERT_EQ(::send(socket.get(), request.data(), request.size(), 0), static_cast<ssize_t>(request.size()));
+    EXPECT_EQ(token(), "secret");
+}
+
+TEST_F(LoopbackCallbackServerTest, TakesNoCallbackWhoseSenderHasGone) {
+    Task<QString> waiting = wait();
+    {
+        // Nobody's any more; the kernel would give it to the superuser.
+        RawClient gone(port());
+        gone.send(get(callback("of-nobody")));
+    }
+    settle();
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+    EXPECT_EQ(outcome(std::move(waiting)), "secret");
+}
+
+TEST_F(LoopbackCallbackServerTest, TakesNoCallbackWhoseAccountTheSystemDoesNotTell) {
+    Task<QString> waiting = wait();
+    RawClient client(port());
+    client.send("GET " + callback("of-whom") + " HTTP/1.1\r\n");
+    settle();
+    {
+        const FullDescriptorTable full;
+        client.send("\r\n");
+        EXPECT_EQ(client.receiveAll(), unknownAccount);
     }
     EXPECT_EQ(ask(port(), get(callback())), signedIn);
     EXPECT_EQ(outcome(std::move(waiting)), "secret");
@@ -215,7 +277,7 @@ TEST_F(LoopbackCallbackServerTest, LetsTheBrowserInBesideManyIdleConnections) {
 }
 
 TEST_F(LoopbackCallbackServerTest, EndsTheOldestConnectionsWhenThereAreTooMany) {
-    restart({.connections = 3, .patience = 10min});
+    restart({.connections = 3, .timeout = 10min});
     std::list<RawClient> idle;
     for (int i = 0; i < 5; ++i) {
         idle.emplace_back(port());
@@ -231,7 +293,7 @@ TEST_F(LoopbackCallbackServerTest, EndsTheOldestConnectionsWhenThereAreTooMany) 
 }
 
 TEST_F(LoopbackCallbackServerTest, ReadsARequestThatCameBeforeTheConnectionsThatPushItOut) {
-    restart({.connections = 1, .patience = 10min});
+    restart({.connections = 1, .timeout = 10min});
     RawClient browser(port());
     browser.send(get(callback()));
     std::list<RawClient> idle;
@@ -243,14 +305,14 @@ TEST_F(LoopbackCallbackServerTest, ReadsARequestThatCameBeforeTheConnectionsThat
 }
 
 TEST_F(LoopbackCallbackServerTest, EndsAConnectionOnWhichNothingComes) {
-    restart({.patience = 20ms});
+    restart({.timeout = 20ms});
     RawClient silent(port());
     EXPECT_EQ(silent.receiveAll(), "");
     EXPECT_EQ(ask(port(), get(callback())), signedIn);
 }
 
 TEST_F(LoopbackCallbackServerTest, EndsAConnectionOnWhichTheRequestComesTooSlowly) {
-    restart({.patience = 20ms});
+    restart({.timeout = 20ms});
     RawClient slow(port());
     waitUntil([&slow] {
         slow.send("x");
@@ -260,7 +322,7 @@ TEST_F(LoopbackCallbackServerTest, EndsAConnectionOnWhichTheRequestComesTooSlowl
 }
 
 TEST_F(LoopbackCallbackServerTest, EndsAConnectionWhoseOtherSideNeverCloses) {
-    restart({.patience = 20ms});
+    restart({.timeout = 20ms});
     const std::ptrdiff_t listening = openDescriptors();
     RawClient client(port());
     client.send(get("/"));
@@ -268,9 +330,52 @@ TEST_F(LoopbackCallbackServerTest, EndsAConnectionWhoseOtherSideNeverCloses) {
     waitUntil([listening] { return openDescriptors() == listening + 1; });
 }
 
-TEST_F(LoopbackCallbackServerTest, IsPatientByDefault) {
+TEST_F(LoopbackCallbackServerTest, EndsAConnectionWhoseOtherSideSendsWithoutEnd) {
+    // Before the request is whole, and after it was answered.
+    for (const std::string& beginning : {std::string("GET / HTTP/1.1\r\nX: "), get("/")}) {
+        RawClient guest(port());
+        guest.send(beginning);
+        std::size_t sent = 0;
+        waitUntil([&guest, &sent] {
+            guest.send(std::string(8192, 'x'));
+            sent += 8192;
+            return guest.isClosed();
+        });
+        // What the buffers on the way hold is more than what is read.
+        EXPECT_LT(sent, 64U * 1024 * 1024);
+    }
+    EXPECT_EQ(ask(port(), get(callback())), signedIn);
+}
+
+/// How often the event loop wakes in a time in which nothing needs to be done.
+int wakeUps(std::chrono::milliseconds duration) {
+    int count = 0;
+    bool isOver = false;
+    QTimer::singleShot(duration, [&isOver] { isOver = true; });
+    while (!isOver) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        ++count;
+    }
+    return count;
+}
+
+TEST_F(LoopbackCallbackServerTest, SleepsWhileConnectionsDoNothing) {
+    RawClient silent(port());
+    RawClient begun(port());
+    begun.send("GET / HT");
+    RawClient answered(port());
+    answered.send(get("/"));
+    RawClient halfClosed(port());
+    halfClosed.send(get("/"));
+    waitUntil([&] { return answered.isClosed() && halfClosed.isClosed(); });
+    settle();
+    EXPECT_LT(wakeUps(200ms), 20) << "it spins";
+    EXPECT_FALSE(silent.isClosed());
+}
+
+TEST_F(LoopbackCallbackServerTest, HasUsualLimitsByDefault) {
     EXPECT_EQ(Limits().connections, 32U);
-    EXPECT_EQ(Limits().patience, 10s);
+    EXPECT_EQ(Limits().timeout, 10s);
 }
 
 TEST_F(LoopbackCallbackServerTest, IsReachedOnOneAddressOnly) {
@@ -334,7 +439,7 @@ TEST_F(LoopbackCallbackServerTest, EndsTheWaitWhenItGoes) {
 TEST_F(LoopbackCallbackServerTest, LeavesNoDescriptorOpen) {
     server().stop();
     const std::ptrdiff_t before = openDescriptors();
-    restart(patient);
+    restart(longTimeout);
     RawClient idle(port());
     RawClient slow(port());
     slow.send("GET / HT");

@@ -3,11 +3,12 @@
 #include "platform/RecordDecoder.h"
 #include "tests/Await.h"
 #include "tests/platform/Outcome.h"
-#include "tests/platform/ScriptedServer.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/ScriptedServer.h"
 #include "tests/TestFolder.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 namespace driftwell {
 namespace {
@@ -66,6 +67,8 @@ protected:
         serve(answer("200 OK", body));
         return fetchStats();
     }
+
+    [[nodiscard]] const ConfigStore& store() const { return m_store; }
 
 private:
     ScopedVariable m_token{"DW_TOKEN", std::nullopt};
@@ -130,6 +133,34 @@ TEST_F(PlatformClientTest, TellsTheStatusOfARedirectThatLeadsNowhere) {
 TEST_F(PlatformClientTest, TellsTheStatusOfARefusalWithABodyThatIsTooLarge) {
     limit({.idle = 50s, .total = 50s, .replyBytes = 1000});
     EXPECT_EQ(meAnswered(answer("500 Internal Server Error", std::string(1001, 'x'))), "Api: HTTP 500");
+}
+
+TEST_F(PlatformClientTest, GivesTheRecordOfAnAnswerThatSaysNotOk) {
+    constexpr auto notOk = R"({"ok":false,"error":"The disk is full","site":"blog"})";
+    const auto deletion = [this] {
+        return outcomeOf(client().deleteSite(config(), QStringLiteral("blog"), {}),
+                         [](const DeleteSiteResponse& response) { return std::string(response.ok ? "ok" : "not ok"); });
+    };
+    serve(answer("200 OK", notOk));
+    EXPECT_EQ(deletion(), "not ok");
+
+    client().refuseNotOk();
+    serve(answer("200 OK", notOk));
+    EXPECT_EQ(deletion(), "Api: The disk is full");
+    serve(answer("200 OK", R"({"ok":true,"error":"The disk was full","site":"blog"})"));
+    EXPECT_EQ(deletion(), "ok");
+    EXPECT_EQ(meAnswered(answer("200 OK", notOk)), "Api: The disk is full");
+    EXPECT_EQ(meAnswered(answer("200 OK", "null")), "absent");
+}
+
+TEST_F(PlatformClientTest, SaysSoWhereAnAnswerThatSaysNotOkGivesNoReason) {
+    client().refuseNotOk();
+    for (const char* body : {R"({"ok":false})", R"({"ok":false,"error":""})", R"({"ok":false,"error":["a"]})"}) {
+        EXPECT_EQ(meAnswered(answer("200 OK", body)), "Api: The platform refused, and gave no reason") << body;
+    }
+    for (const char* body : {R"({"ok":null})", R"({"ok":0})", R"([{"ok":false}])", R"("ok")"}) {
+        EXPECT_EQ(meAnswered(answer("200 OK", body)), "Api: unexpected response for /api/me") << body;
+    }
 }
 
 // Answers that are not the record
@@ -318,14 +349,55 @@ TEST_F(PlatformClientTest, PrefersTheTokenOfTheEnvironment) {
     EXPECT_EQ(server().onlyRequest().header("authorization"), "Bearer of-the-environment");
 }
 
-TEST_F(PlatformClientTest, SendsNoTokenThatWouldEndTheHeader) {
+TEST_F(PlatformClientTest, SendsNothingWithATokenThatWouldEndTheHeader) {
+    serve(std::vector<ScriptedServer::Script>{});
+    const std::string fault = " holds a line break or another control character and cannot be sent";
     for (const char* token : {"a\r\nX-Injected: 1", "a\nX-Injected: 1", "a\rb", "a\x7f"}) {
-        serve(answer("200 OK", identity));
-        saveToken(token);
-        EXPECT_EQ(me(), "Ada");
-        EXPECT_EQ(server().onlyRequest().header("authorization"), "(none)") << token;
-        EXPECT_EQ(server().onlyRequest().header("x-injected"), "(none)") << token;
+        // saveToken() would not store it.
+        store().saveConfig({{"tokens", {{config().origin().toStdString(), token}}}});
+        EXPECT_EQ(me(), "Api: The token that is stored for " + config().host().toStdString() + fault);
+        EXPECT_EQ(
+            outcomeOf(client().ownerOf(QString::fromUtf8(token), config(), {}), [](const auto&) { return "sent"; }),
+            "Api: The token" + fault);
+        const ScopedVariable variable("DW_TOKEN", QByteArray(token) + "b");
+        EXPECT_EQ(me(), "Api: DW_TOKEN" + fault);
     }
+    EXPECT_EQ(server().connections(), 0);
+}
+
+TEST_F(PlatformClientTest, SendsTheTokenOfTheEnvironmentWithoutTheLineBreakAtItsEnd) {
+    serve(answer("200 OK", identity));
+    const ScopedVariable variable("DW_TOKEN", "of-the-environment\n");
+    EXPECT_EQ(me(), "Ada");
+    EXPECT_EQ(server().onlyRequest().header("authorization"), "Bearer of-the-environment");
+}
+
+TEST_F(PlatformClientTest, KeepsTheTokenFromAnotherNameOfTheSameServerWhenRedirected) {
+    serve({[this](ServerConnection& connection) {
+               connection.readRequest();
+               const std::string port = std::to_string(server().port());
+               connection.send(answer("302 Found", "", "Location: http://localhost:" + port + "/api/me\r\n"));
+               connection.awaitClose();
+           },
+           answering(answer("200 OK", identity))});
+    saveToken("secret");
+    EXPECT_EQ(me(), "Ada");
+    ASSERT_EQ(server().requests().size(), 2U);
+    EXPECT_EQ(server().requests()[0].header("authorization"), "Bearer secret");
+    EXPECT_EQ(server().requests()[1].header("authorization"), "(none)");
+}
+
+TEST_F(PlatformClientTest, HasTheLimitsOf15And600SecondsByDefault) {
+    EXPECT_EQ(HttpLimits().idle, 15s);
+    EXPECT_EQ(HttpLimits().total, 600s);
+}
+
+TEST_F(PlatformClientTest, NeverShowsAnEmptyText) {
+    EXPECT_EQ(meAnswered(answer("500 Internal Server Error", R"({"error":"","code":"broken"})")), "Api: HTTP 500");
+    EXPECT_EQ(meAnswered(answer("409 Conflict", R"({"error":" \n","code":"busy"})")), "Api: HTTP 409");
+    EXPECT_EQ(meAnswered(answer("403 Forbidden", R"({"error":"","code":"not_team"})")),
+              "NotTeam: Only team members can manage sites");
+    EXPECT_EQ(meAnswered(answer("409 Conflict", R"({"error":" text ","code":"busy"})")), "Api:  text ");
 }
 
 TEST_F(PlatformClientTest, KeepsTheTokenFromAnotherOriginWhenRedirected) {
@@ -389,8 +461,8 @@ TEST_F(PlatformClientTest, DecodesAListOnlyWhenItsBytesAreNew) {
     EXPECT_EQ(sites(QByteArray(site) + '\n'), "1 sites");
     EXPECT_EQ(fetchStats(stats), "absent");
     EXPECT_EQ(fetchStats("{}"), "1 sites");
-    EXPECT_FALSE(await(client().libs(config(), R"({"libs":[]})", {})).record);
-    EXPECT_TRUE(await(client().libs(config(), R"({"libs":[ ]})", {})).record);
+    EXPECT_FALSE(await(client().libs(config(), QByteArray(R"({"libs":[]})"), {})).record);
+    EXPECT_TRUE(await(client().libs(config(), QByteArray(R"({"libs":[ ]})"), {})).record);
 }
 
 TEST_F(PlatformClientTest, DoesNotTakeAnEmptyAnswerForTheOneItKnows) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <memory>
 #include <stdexcept>
 #include <system_error>
@@ -26,6 +27,17 @@ TEST(PlatformErrorTest, ShowsTheTextItWasGiven) {
         EXPECT_STREQ(error.what(), "Hôte 😀");
         EXPECT_EQ(describe(error), QStringLiteral("Hôte 😀"));
     }
+}
+
+TEST(PlatformErrorTest, SaysWhatToDoWhereTheSystemSaysTooLittle) {
+    for (const int error : {EMFILE, ENFILE}) {
+        const std::system_error failure(error, std::generic_category(), "socket");
+        EXPECT_EQ(describe(failure), QString::fromStdString(failure.code().message()) +
+                                         QStringLiteral(". Close some programs, or raise the limit of open files "
+                                                        "(ulimit -n)."));
+    }
+    EXPECT_EQ(describe(std::system_error(EACCES, std::generic_category(), "file")),
+              QStringLiteral("file: Permission denied"));
 }
 
 TEST(PlatformErrorTest, HasFixedTextsWithoutAHostAndWithoutASession) {

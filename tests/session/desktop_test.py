@@ -111,11 +111,11 @@ class DesktopTest(unittest.TestCase):
     def click_in_tray(self):
         """Opens the application's panel. A desktop's panel that has just started moves its items about: a click that
         went beside the item is made again."""
-        for patience in (5, 10, None):
+        for timeout in (5, 10, None):
             self.desktop.click(*self.desktop.tray_button())
             try:
-                self.desktop.find("push button", "Quit", patience)
+                self.desktop.find("push button", "Quit", timeout)
                 return
             except TimedOut:
-                if patience is None:
+                if timeout is None:
                     raise

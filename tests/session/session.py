@@ -209,14 +209,14 @@ class Session:
 
     def start_panel(self):
         """A panel that misses the accessibility bus at its start never looks for it again: it is then started anew."""
-        for patience in (10, 20, None):
+        for timeout in (10, 20, None):
             self.panel = self.spawn("/usr/bin/xfce4-panel", "--disable-wm-check")
             wait_for("the tray", lambda: self.tray_items() is not None)
             try:
-                wait_for("the panel as a screen reader sees it", lambda: self.application("xfce4-panel"), patience)
+                wait_for("the panel as a screen reader sees it", lambda: self.application("xfce4-panel"), timeout)
                 return
             except TimedOut as failure:
-                if patience is None:
+                if timeout is None:
                     raise TimedOut(f"{failure}; {[found.name for found in self.applications()]} did") from None
                 self.stop_panel()
 

@@ -124,5 +124,15 @@ TEST(AtomicFileTest, LeavesAFolderInItsPlaceAndNothingBesideIt) {
     EXPECT_THAT(names(folder), ElementsAre("target"));
 }
 
+TEST(AtomicFileTest, LeavesWhatAnotherWriterIsWritingAloneWhereThereAreSeveral) {
+    const TestFolder folder;
+    folder.write(".file.new", "of the writer that has the lock");
+    replaceFile(folder / "file", "content", 0600, Writers::Several);
+    EXPECT_EQ(folder.read("file"), "content");
+    EXPECT_EQ(folder.read(".file.new"), "of the writer that has the lock");
+    replaceFile(folder / "file", "other", 0600, Writers::One);
+    EXPECT_THAT(names(folder), ElementsAre("file"));
+}
+
 } // namespace
 } // namespace driftwell

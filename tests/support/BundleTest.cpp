@@ -1,5 +1,7 @@
 #include "support/Bundle.h"
 
+#include "support/ChildProcess.h"
+#include "tests/Await.h"
 #include "tests/TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -63,6 +65,36 @@ TEST(BundleTest, ReadsMissingOrDamagedInformationAsEmpty) {
 
 TEST(BundleTest, HasItsHelpersInItsContents) {
     EXPECT_EQ(Bundle("/opt/Driftwell/Contents").helpers(), "/opt/Driftwell/Contents/Helpers");
+}
+
+/// What a program finds that lies there in the folder.
+std::string foundBy(const TestFolder& folder, const char* program) {
+    std::filesystem::create_directories((folder / program).parent_path());
+    std::filesystem::copy_file(BUNDLE_TELLER, folder / program);
+    const ChildProcess::Result result = tests::await(ChildProcess::run(
+        {.program = folder / program, .arguments = {}, .environment = ProcessEnvironment::inherited()}, {}));
+    EXPECT_TRUE(result.succeeded()) << result.standardError;
+    return result.standardOutput;
+}
+
+TEST(BundleTest, IsFoundFromWhereTheProgramLies) {
+    const TestFolder folder;
+    // Copies that are installed have these names, and look for nothing else.
+    folder.write("Driftwell/Contents/Info.json", R"({"DWConfigDir": "/its/own"})");
+    const std::string expected = "/its/own\n" + (folder / "Driftwell/Contents/Helpers").string();
+    EXPECT_EQ(foundBy(folder, "Driftwell/Contents/Helpers/teller"), expected);
+    EXPECT_EQ(foundBy(folder, "Driftwell/Contents/Linux/deeper/teller"), expected);
+    EXPECT_EQ(foundBy(folder, "Driftwell/Contents/Contents/Helpers/teller"), expected)
+        << "a folder without information";
+}
+
+TEST(BundleTest, IsNotFoundUnderOtherNames) {
+    const TestFolder folder;
+    folder.write("Other/contents/Info.json", R"({"DWConfigDir": "/wrong"})");
+    folder.write("Other/Contents/info.json", R"({"DWConfigDir": "/wrong"})");
+    folder.write("Other/Info.json", R"({"DWConfigDir": "/wrong"})");
+    EXPECT_EQ(foundBy(folder, "Other/contents/teller"), "none\n");
+    EXPECT_EQ(foundBy(folder, "Other/Contents/teller"), "none\n");
 }
 
 TEST(BundleTest, IsEmptyWithoutATree) {

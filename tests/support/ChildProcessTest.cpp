@@ -474,20 +474,56 @@ TEST(ChildProcessTest, IsStoppedFromAnotherThread) {
     EXPECT_THROW(await(std::move(task)), Cancelled);
 }
 
-TEST(ChildProcessTest, TerminatesAllChildrenAtTheEndOfTheProgram) {
+// The object
+
+TEST(ChildProcessTest, GivesItsOutputAsItComes) {
     const PidFolder folder;
-    Task<ChildProcess::Result> first = ChildProcess::run(command("/bin/sleep", {"1000"}), {});
-    Task<ChildProcess::Result> second =
-        ChildProcess::run(shell("sleep 1000 & echo $! > $1; wait", {folder.file("grandchild")}), {});
+    ASSERT_EQ(::mkfifo(folder.file("fifo").c_str(), 0600), 0);
+    const UniqueFd writer(::open(folder.file("fifo").c_str(), O_RDWR | O_CLOEXEC));
+    std::string out;
+    std::string err;
+    ChildProcess child(shell("echo one; echo two >&2; read line < $1; echo $line", {folder.file("fifo")}),
+                       [&](ChildProcess::Output output, std::string_view piece) {
+                           (output == ChildProcess::Output::Standard ? out : err) += piece;
+                       });
+    waitUntil([&] { return out == "one\n" && err == "two\n"; });
+    ASSERT_EQ(::write(writer.get(), "three\n", 6), 6);
+    const ChildProcess::Result result = await(child.ended());
+    EXPECT_TRUE(result.succeeded());
+    EXPECT_EQ(out, "one\nthree\n");
+    EXPECT_EQ(result.standardOutput, "");
+}
+
+TEST(ChildProcessTest, TerminatesItsGroupAndSaysWithWhichSignal) {
+    const PidFolder folder;
+    ChildProcess child(shell("sleep 1000 & echo $! > $1; wait", {folder.file("grandchild")}));
     const Stranger grandchild = folder.waitFor("grandchild");
-    ChildProcess::terminateAll();
-    for (auto* task : {&first, &second}) {
-        const ChildProcess::Result result = await(std::move(*task));
-        EXPECT_TRUE(result.endedBySignal);
-        EXPECT_EQ(result.status, SIGTERM);
-    }
+    Task<ChildProcess::Result> ended = child.ended();
+    child.terminate();
+    child.terminate();
+    const ChildProcess::Result result = await(std::move(ended));
+    EXPECT_TRUE(result.endedBySignal);
+    EXPECT_EQ(result.status, SIGTERM);
     waitUntil([&] { return grandchild.hasEnded(); });
-    EXPECT_NO_THROW(ChildProcess::terminateAll()) << "with no child left";
+    EXPECT_NO_THROW(child.terminate()) << "when it has ended";
+}
+
+TEST(ChildProcessTest, KillsItsGroupWhenItGoes) {
+    const PidFolder folder;
+    std::optional<ChildProcess> child(shell("sleep 1000 & echo $! > $1; wait", {folder.file("grandchild")}));
+    const Stranger grandchild = folder.waitFor("grandchild");
+    Task<ChildProcess::Result> ended = child->ended();
+    child.reset();
+    EXPECT_EQ(await(std::move(ended)).status, SIGKILL);
+    waitUntil([&] { return grandchild.hasEnded(); });
+}
+
+TEST(ChildProcessTest, KillsItsGroupWhenItGoesAndNobodyWaits) {
+    const PidFolder folder;
+    std::optional<ChildProcess> child(shell("sleep 1000 & echo $! > $1; wait", {folder.file("grandchild")}));
+    const Stranger grandchild = folder.waitFor("grandchild");
+    child.reset();
+    waitUntil([&] { return grandchild.hasEnded(); });
 }
 
 // The child and this program; ChildHolder is one that can be killed

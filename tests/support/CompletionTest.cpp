@@ -2,6 +2,7 @@
 
 #include "support/Task.h"
 #include "tests/Await.h"
+#include "tests/Descriptors.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -127,6 +129,19 @@ TEST(CompletionTest, LosesNoDecisionThatComesWhileItIsBeingAwaited) {
         std::jthread other([completion, round]() mutable { completion.succeed(round); });
         EXPECT_EQ(await(resultOf(completion)), round);
     }
+}
+
+TEST(CompletionTest, FailsWhereTheThreadCanHaveNoEventLoop) {
+    Completion<int> completion;
+    Task<int> task;
+    std::jthread([&] {
+        const tests::FullDescriptorTable full;
+        task = resultOf(completion);
+    }).join();
+    ASSERT_TRUE(task.isReady());
+    // Nobody waits for it any more.
+    EXPECT_TRUE(completion.succeed(1));
+    EXPECT_THROW(await(std::move(task)), std::system_error);
 }
 
 } // namespace

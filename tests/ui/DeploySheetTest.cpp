@@ -1,6 +1,6 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/MainWindowModel.h"
-#include "ui/WindowControls.h"
+#include "ui/window/MainWindowModel.h"
+#include "ui/window/WindowControls.h"
 
 #include <QTest>
 
@@ -72,7 +72,7 @@ protected:
     QQuickItem* border() {
         for (QQuickItem* const item : items()) {
             if (item->inherits("QQuickRectangle") && item->property("border").value<QObject*>() != nullptr &&
-                item->property("border").value<QObject*>()->property("width").toDouble() == 1.5) {
+                item->property("stroke").toDouble() == 1.5) {
                 return item;
             }
         }
@@ -116,6 +116,21 @@ TEST_F(DeploySheetTest, ConfirmingShowsFolderFiguresAndStatus) {
     EXPECT_EQ(field().item->property("text").toString(), QStringLiteral("garden"));
     EXPECT_EQ(field().item->property("placeholderText").toString(), QStringLiteral("site-name"));
     EXPECT_EQ(colorOf(QStringLiteral("New site — this name is free")), light(Token::Accent));
+}
+
+TEST_F(DeploySheetTest, TheBlocksOfTheConfirmationHaveTheSameDistance) {
+    showSheet();
+    QQuickItem* const column = the(Role::Heading, QStringLiteral("Deploy garden")).item->parentItem();
+    std::vector<QQuickItem*> blocks;
+    for (QQuickItem* const block : column->childItems()) {
+        if (block->isVisible() && block->height() > 0) {
+            blocks.push_back(block);
+        }
+    }
+    ASSERT_EQ(blocks.size(), 6U) << "title, folder, label, name, status, buttons";
+    for (std::size_t i = 1; i < blocks.size(); ++i) {
+        EXPECT_DOUBLE_EQ(blocks[i]->y() - blocks[i - 1]->y() - blocks[i - 1]->height(), 14) << i;
+    }
 }
 
 TEST_F(DeploySheetTest, TheFieldHasTheKeyboardAndItsTextIsSelected) {
@@ -201,7 +216,7 @@ TEST_F(DeploySheetTest, ReturnInTheFieldDeploys) {
     press(Qt::Key_Return);
     EXPECT_TRUE(flow().isDeploying());
     waitUntil([&hold] { return hold.arrived(); });
-    model().cancelDeploy();
+    model().deployments().cancelDeploy();
     waitUntil([&hold] { return hold.abandoned(); });
 }
 
@@ -211,21 +226,21 @@ TEST_F(DeploySheetTest, TheButtonDeploys) {
     click(QStringLiteral("Deploy"));
     EXPECT_TRUE(flow().isDeploying());
     waitUntil([&hold] { return hold.arrived(); });
-    model().cancelDeploy();
+    model().deployments().cancelDeploy();
     waitUntil([&hold] { return hold.abandoned(); });
 }
 
 TEST_F(DeploySheetTest, EscapeCancels) {
     showSheet();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
 TEST_F(DeploySheetTest, CancelCancels) {
     showSheet();
     click(QStringLiteral("Cancel"));
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(DeploySheetTest, TabStaysInTheSheet) {
@@ -349,7 +364,7 @@ TEST_F(DeploySheetTest, WhileDeployingCancelHasTheKeyboardAndCancels) {
     flow().begin();
     EXPECT_EQ(focus(), "Button Cancel");
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(DeploySheetTest, EscapeCancelsARunningDeployment) {
@@ -357,7 +372,7 @@ TEST_F(DeploySheetTest, EscapeCancelsARunningDeployment) {
     flow().begin();
     settleView();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -376,7 +391,7 @@ TEST_F(DeploySheetTest, SuccessShowsTheAddressAndTheSummary) {
     EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("garden is live")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("garden.sites.test")));
     EXPECT_THAT(texts(), Contains(testing::MatchesRegex("deployed in [1-9][0-9]*s · 1 file · 5 bytes")));
-    EXPECT_TRUE(isDrawn(QString(QChar(0xE86C))));
+    EXPECT_DOUBLE_EQ(textItem(QString(QChar(0xE86C)))->property("size").toDouble(), 30);
 }
 
 TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
@@ -418,7 +433,7 @@ TEST_F(DeploySheetTest, DoneHasTheKeyboardAndCloses) {
     succeed();
     EXPECT_EQ(focus(), "Button Done");
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -450,6 +465,7 @@ TEST_F(DeploySheetTest, AFailureSaysWhy) {
     EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy failed")));
     EXPECT_THAT(texts(), Contains("The disk is full."));
     EXPECT_EQ(colorOf(QString(QChar(0xE002))), light(Token::Danger));
+    EXPECT_DOUBLE_EQ(textItem(QString(QChar(0xE002)))->property("size").toDouble(), 15);
 }
 
 TEST_F(DeploySheetTest, TryAgainHasTheKeyboardAndGoesBackToTheNameThatWasTyped) {
@@ -468,14 +484,14 @@ TEST_F(DeploySheetTest, CloseClosesTheFailure) {
     fail();
     // The window has one, too.
     click(all(Role::Button, QStringLiteral("Close")).back().item);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(DeploySheetTest, EscapeClosesTheFailure) {
     showSheet();
     fail();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -511,7 +527,7 @@ TEST_F(DeploySheetTest, AWholeDeploymentIsDoneByKeyboard) {
     EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
     press(Qt::Key_Return);
     EXPECT_FALSE(sheetIsThere());
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(DeploySheetTest, AnotherDeploymentIsAnotherSheet) {
@@ -540,7 +556,7 @@ protected:
         connectedWith({"garden"});
         showWindow();
         server.answer("/api/rollback", 500, errorAnswer("no such version", "failed"));
-        await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
     }
     [[nodiscard]] bool alertIsThere() { return !all(Role::AlertMessage).empty(); }
 };
@@ -557,7 +573,7 @@ TEST_F(AlertSheetTest, OkHasTheKeyboardAndReturnDismisses) {
     showFailedRollback();
     EXPECT_EQ(focus(), "Button OK");
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(model().siteOperations().rollbackError());
     EXPECT_FALSE(alertIsThere());
 }
 
@@ -565,21 +581,21 @@ TEST_F(AlertSheetTest, EscapeDismisses) {
     showFailedRollback();
     settleView();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(model().siteOperations().rollbackError());
     EXPECT_FALSE(alertIsThere());
 }
 
 TEST_F(AlertSheetTest, AClickDismisses) {
     showFailedRollback();
     click(QStringLiteral("OK"));
-    EXPECT_FALSE(model().rollbackError());
+    EXPECT_FALSE(model().siteOperations().rollbackError());
     EXPECT_FALSE(alertIsThere());
 }
 
 TEST_F(AlertSheetTest, TheNextFailureFollows) {
     showFailedRollback();
     server.answer("/api/sites/garden", 500, errorAnswer("only its owner may", "failed"));
-    await(model().deleteSite(*model().existingSite(QStringLiteral("garden"))));
+    await(model().siteOperations().deleteSite(*model().catalog().existingSite(QStringLiteral("garden"))));
     press(Qt::Key_Return);
     EXPECT_TRUE(isSeen(Role::AlertMessage, QStringLiteral("Delete failed")));
     EXPECT_EQ(focus(), "Button OK");
@@ -593,13 +609,29 @@ TEST_F(AlertSheetTest, ALongFailureIsReadWhole) {
     const std::string words = "The version before this one has been removed by the platform, which keeps versions for "
                               "thirty days only; deploy the folder again to bring it back.";
     server.answer("/api/rollback", 500, errorAnswer(words, "failed"));
-    await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+    await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
     EXPECT_FALSE(textItem(QString::fromStdString(words))->property("truncated").toBool());
 }
 
 TEST_F(AlertSheetTest, ItFollowsTheColorScheme) {
     showFailedRollback();
     expectPaletteIsFollowed();
+}
+
+TEST_F(AlertSheetTest, AnAlertDuringADeploymentComesBeforeItAndLeavesItAsItWas) {
+    connectedWith({"garden"});
+    showWindow();
+    openDeployment("shed");
+    EXPECT_EQ(focus(), "EditableText Site name");
+    server.answer("/api/rollback", 500, errorAnswer("no such version", "failed"));
+    await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
+    EXPECT_EQ(focus(), "Button OK");
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(alertIsThere());
+    EXPECT_TRUE(model().deployments().deployFlow());
+    waitUntil([this] { return focus() == "EditableText Site name"; });
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 // MainWindowView
@@ -666,11 +698,19 @@ TEST_F(MainWindowViewTest, TypingAFilterThatMatchesNothingKeepsTheKeyboardInTheF
     showWindow();
     press(Qt::Key_F, Qt::ControlModifier);
     type(QStringLiteral("zoo"));
-    EXPECT_EQ(model().filter(), QStringLiteral("zoo"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("zoo"));
     EXPECT_EQ(focus(), "EditableText Filter projects");
     press(Qt::Key_Escape);
     EXPECT_THAT(texts(), Contains("No projects yet"));
     EXPECT_EQ(focus(), "EditableText Filter projects");
+}
+
+TEST_F(MainWindowViewTest, WhatIsNotDrawnYetHasTheColourOfTheScheme) {
+    become(Kind::Connected);
+    showWindow();
+    EXPECT_EQ(view().color(), DW::color(Token::Canvas, ColorScheme::Light));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(view().color(), DW::color(Token::Canvas, ColorScheme::Dark));
 }
 
 TEST_F(MainWindowViewTest, ItFollowsTheColorScheme) {

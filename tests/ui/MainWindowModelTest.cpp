@@ -1,4 +1,4 @@
-#include "ui/MainWindowModel.h"
+#include "ui/window/MainWindowModel.h"
 
 #include "tests/ui/UiFixture.h"
 
@@ -28,11 +28,11 @@ protected:
     /// Lets one of the operations on a site fail.
     void failRollback(const char* text) {
         server.answer("/api/rollback", 500, errorAnswer(text, "failed"));
-        await(model().rollback(*model().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
     }
     void failDelete(const char* text) {
         server.answer("/api/sites/garden", 500, errorAnswer(text, "failed"));
-        await(model().deleteSite(*model().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().deleteSite(*model().catalog().existingSite(QStringLiteral("garden"))));
     }
 
 private:
@@ -66,15 +66,24 @@ TEST_F(MainWindowModelTest, AConnectionWithSitesShowsTheList) {
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
+TEST_F(MainWindowModelTest, AFirstRunShowsTheSameWithoutAnIntroduction) {
+    const ScopedVariable firstRun("DW_ONBOARDING", "1");
+    ASSERT_TRUE(model().gates().needsOnboarding());
+    become(Kind::Connected);
+    EXPECT_EQ(window().content(), Content::SiteList);
+    model().gates().postponeOnboarding();
+    EXPECT_EQ(window().content(), Content::SiteList);
+}
+
 TEST_F(MainWindowModelTest, AConnectionThatIsBeingMadeShowsTheListAndNotTheEmptyState) {
     become(Kind::Connecting);
-    ASSERT_TRUE(model().sites().isEmpty());
+    ASSERT_TRUE(model().catalog().sites().isEmpty());
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
 TEST_F(MainWindowModelTest, AFilterWithoutSitesShowsTheListSoThatItCanSayThatNothingMatches) {
     connectedWith({});
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
@@ -94,18 +103,18 @@ TEST_F(MainWindowModelTest, AnOutageWithoutSitesShowsTheList) {
 TEST_F(MainWindowModelTest, OnlyAChangeOfTheContentIsAnnounced) {
     becomeOnRemote(Kind::Connecting);
     const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
-    await(model().refresh());
-    ASSERT_EQ(model().status(), Status::connected());
+    await(model().connection().refresh());
+    ASSERT_EQ(model().connection().status(), Status::connected());
     EXPECT_EQ(changes.count(), 0) << "the list was there before";
     server.answer("/api/sites", 403, errorAnswer(notTeamText, "not_team"));
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_EQ(changes.count(), 1);
     server.answer("/api/sites", 401, errorAnswer("sign in", "unauthenticated"));
-    await(model().refresh());
-    ASSERT_EQ(model().status(), Status::signedOut());
+    await(model().connection().refresh());
+    ASSERT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_EQ(changes.count(), 1) << "it is the sign-in as before";
     writeConfig(Json::object());
-    model().reloadConfig();
+    model().connection().reloadConfig();
     EXPECT_EQ(changes.count(), 2);
 }
 
@@ -113,9 +122,9 @@ TEST_F(MainWindowModelTest, TheFilterChangesTheContent) {
     connectedWith({});
     ASSERT_EQ(window().content(), Content::EmptyState);
     const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     EXPECT_EQ(changes.count(), 1);
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_EQ(changes.count(), 2);
 }
 
@@ -136,8 +145,6 @@ TEST_F(MainWindowModelTest, NoOtherStatusHasABanner) {
 }
 
 TEST_F(MainWindowModelTest, TheBannerCountsDown) {
-    EXPECT_EQ(MainWindowModel::retryText(0), QStringLiteral("retrying in 0s · deploys are paused"));
-    EXPECT_EQ(MainWindowModel::retryText(1), QStringLiteral("retrying in 1s · deploys are paused"));
     configureLocal();
     server.closeWithoutAnswer("/api/me");
     model().start();
@@ -145,7 +152,7 @@ TEST_F(MainWindowModelTest, TheBannerCountsDown) {
     const QSignalSpy changes(&window(), &MainWindowModel::bannerChanged);
     EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 8s · deploys are paused"));
     sleeper.wake();
-    waitUntil([this] { return model().status() == Status::unreachable(7); });
+    waitUntil([this] { return model().connection().status() == Status::unreachable(7); });
     EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 7s · deploys are paused"));
     EXPECT_EQ(changes.count(), 1);
 }
@@ -182,6 +189,26 @@ TEST_F(MainWindowModelTest, WhileTheIntroductionIsShownAHoveringFolderShowsNothi
     EXPECT_FALSE(window().isDropOverlayVisible());
 }
 
+TEST_F(MainWindowModelTest, WhileTheIntroductionIsShownThereIsNoDropEvenWithAWorkingConnection) {
+    folder().write("defaults.ini", "[General]\nonboardingCompleted=false\n");
+    become(Kind::Connected);
+    ASSERT_TRUE(model().gates().needsOnboarding());
+    EXPECT_FALSE(window().canDeploy());
+    EXPECT_FALSE(window().siteList()->isPaused());
+}
+
+TEST_F(MainWindowModelTest, BeforeThePlatformIsKnownThereIsNoDrop) {
+    ASSERT_EQ(model().connection().status(), Status::connecting());
+    EXPECT_FALSE(window().canDeploy());
+}
+
+TEST_F(MainWindowModelTest, AConnectionTakesADropAlsoWhileItIsBeingMade) {
+    for (const Kind kind : {Kind::Connecting, Kind::Connected}) {
+        become(kind);
+        EXPECT_TRUE(window().canDeploy());
+    }
+}
+
 TEST_F(MainWindowModelTest, TheWelcomeFollowsTheConnectionWhileTheFolderHovers) {
     become(Kind::Connected);
     window().setDropTargeted(true);
@@ -196,8 +223,8 @@ TEST_F(MainWindowModelTest, TheWelcomeFollowsTheConnectionWhileTheFolderHovers) 
 TEST_F(MainWindowModelTest, ADroppedFolderOpensADeployment) {
     become(Kind::Connected);
     window().drop(siteFolder("garden"));
-    ASSERT_TRUE(model().deployFlow());
-    EXPECT_EQ(model().deployFlow()->folder(), siteFolder("garden"));
+    ASSERT_TRUE(model().deployments().deployFlow());
+    EXPECT_EQ(model().deployments().deployFlow()->folder(), siteFolder("garden"));
 }
 
 // The sheet of a deployment
@@ -213,7 +240,7 @@ TEST_F(MainWindowModelTest, ADeploymentHasASheetForAsLongAsItIsOnScreen) {
     ASSERT_NE(window().deploySheet(), nullptr);
     EXPECT_EQ(window().deploySheet()->siteName(), QStringLiteral("garden"));
     EXPECT_EQ(changes.count(), 1);
-    model().cancelDeploy();
+    model().deployments().cancelDeploy();
     EXPECT_EQ(window().deploySheet(), nullptr);
     EXPECT_EQ(changes.count(), 2);
 }
@@ -225,6 +252,7 @@ TEST_F(MainWindowModelTest, AnotherDeploymentHasAnotherSheet) {
     ASSERT_TRUE(first);
     openDeployment("bakery");
     ASSERT_NE(window().deploySheet(), nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_FALSE(first) << "the first one is gone";
     EXPECT_EQ(window().deploySheet()->siteName(), QStringLiteral("bakery"));
     EXPECT_EQ(window().deploySheet()->phase(), DeploySheetModel::Phase::Confirm);
@@ -240,16 +268,17 @@ TEST_F(MainWindowModelTest, AWindowThatOpensDuringADeploymentHasItsSheet) {
 
 TEST_F(MainWindowModelTest, WithoutAFailureThereIsNoAlert) {
     become(Kind::Connected);
-    EXPECT_EQ(window().alertTitle(), QString());
-    EXPECT_EQ(window().alertText(), QString());
+    EXPECT_EQ(window().alert(), nullptr);
+    EXPECT_EQ(window().alerts().title(), QString());
+    EXPECT_EQ(window().alerts().text(), QString());
 }
 
 TEST_F(MainWindowModelTest, AFailedRollbackIsTold) {
     become(Kind::Connected);
     const QSignalSpy changes(&window(), &MainWindowModel::alertChanged);
     failRollback("no such version");
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
-    EXPECT_EQ(window().alertText(), QStringLiteral("no such version"));
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Rollback failed"));
+    EXPECT_EQ(window().alerts().text(), QStringLiteral("no such version"));
     EXPECT_EQ(changes.count(), 1);
 }
 
@@ -257,41 +286,41 @@ TEST_F(MainWindowModelTest, AFailedDeleteIsTold) {
     become(Kind::Connected);
     const QSignalSpy changes(&window(), &MainWindowModel::alertChanged);
     failDelete("only its owner may");
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Delete failed"));
-    EXPECT_EQ(window().alertText(), QStringLiteral("only its owner may"));
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Delete failed"));
+    EXPECT_EQ(window().alerts().text(), QStringLiteral("only its owner may"));
     EXPECT_EQ(changes.count(), 1);
 }
 
 TEST_F(MainWindowModelTest, DismissingAnAlertClearsItsFailure) {
     become(Kind::Connected);
     failRollback("no such version");
-    window().dismissAlert();
-    EXPECT_EQ(model().rollbackError(), std::nullopt);
-    EXPECT_EQ(window().alertTitle(), QString());
+    window().alert()->dismiss();
+    EXPECT_EQ(model().siteOperations().rollbackError(), std::nullopt);
+    EXPECT_EQ(window().alerts().title(), QString());
     failDelete("only its owner may");
-    window().dismissAlert();
-    EXPECT_EQ(model().deleteError(), std::nullopt);
-    EXPECT_EQ(window().alertTitle(), QString());
+    window().alert()->dismiss();
+    EXPECT_EQ(model().siteOperations().deleteError(), std::nullopt);
+    EXPECT_EQ(window().alerts().title(), QString());
 }
 
 TEST_F(MainWindowModelTest, TwoFailuresAreToldOneAfterTheOther) {
     become(Kind::Connected);
     failDelete("only its owner may");
     failRollback("no such version");
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
-    EXPECT_EQ(window().alertText(), QStringLiteral("no such version"));
-    window().dismissAlert();
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Delete failed"));
-    EXPECT_EQ(window().alertText(), QStringLiteral("only its owner may"));
-    window().dismissAlert();
-    EXPECT_EQ(window().alertTitle(), QString());
-    EXPECT_EQ(window().alertText(), QString());
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Rollback failed"));
+    EXPECT_EQ(window().alerts().text(), QStringLiteral("no such version"));
+    window().alert()->dismiss();
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Delete failed"));
+    EXPECT_EQ(window().alerts().text(), QStringLiteral("only its owner may"));
+    window().alert()->dismiss();
+    EXPECT_EQ(window().alerts().title(), QString());
+    EXPECT_EQ(window().alerts().text(), QString());
 }
 
 TEST_F(MainWindowModelTest, AFailureWithoutWordsIsToldAllTheSame) {
     become(Kind::Connected);
     failRollback("");
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Rollback failed"));
 }
 
 // What the views ask for
@@ -301,7 +330,7 @@ TEST_F(MainWindowModelTest, TheHostThatAPersonTypesIsConnectedTo) {
     answerAll();
     window().setHost(localHost());
     EXPECT_EQ(window().host(), host());
-    waitUntil([this] { return model().status() == Status::connected(); });
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
 }
 
 TEST_F(MainWindowModelTest, ThereIsAnExampleOfAHost) {
@@ -316,7 +345,7 @@ TEST_F(MainWindowModelTest, ChoosingAFolderOpensADeploymentOfIt) {
     EXPECT_EQ(desktop.folderQuestions()[0].prompt, "Deploy");
     EXPECT_EQ(desktop.folderQuestions()[0].message, "Choose a folder to deploy to " + host().toStdString());
     answer.succeed(siteFolder("garden"));
-    waitUntil([this] { return model().deployFlow() != nullptr; });
+    waitUntil([this] { return model().deployments().deployFlow() != nullptr; });
 }
 
 } // namespace

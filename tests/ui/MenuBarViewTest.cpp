@@ -1,5 +1,6 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/MenuBarModel.h"
+#include "tests/ui/ViewModels.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include <QSignalSpy>
 
@@ -24,7 +25,7 @@ protected:
 
     MenuBarModel& menuBar() {
         if (!m_menuBar) {
-            m_menuBar = std::make_unique<MenuBarModel>(model(), desktop);
+            m_menuBar = std::unique_ptr<MenuBarModel>(new MenuBarModel(menuBarOf(model())));
         }
         return *m_menuBar;
     }
@@ -83,6 +84,39 @@ TEST_F(MenuBarViewTest, ThePanelIsThreeHundredWideAndAsHighAsItsContent) {
     EXPECT_GE(root->implicitHeight(), empty + 3 * 28);
 }
 
+TEST_F(MenuBarViewTest, ATitleThatIsCutIsToldWholeUnderTheRestingPointer) {
+    const std::string email = "ada.king.countess.of.lovelace@department-of-engines.sites.test";
+    configureLocal();
+    answerAll();
+    server.answer("/api/me", 200,
+                  Json{{"id", "7"}, {"name", "Ada"}, {"email", email}, {"avatar", ""}, {"handle", "ada"}}.dump());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    showPanel();
+    const QString title = QStringLiteral("Connected as ") + QString::fromStdString(email);
+    ASSERT_TRUE(textItem(title)->property("truncated").toBool());
+    hover(textItem(title));
+    waitUntil([&] { return isSeen(Role::ToolTip, title); });
+}
+
+TEST_F(MenuBarViewTest, TheDotFollowsTheStatusAndTheColorScheme) {
+    connectedWith({});
+    showPanel();
+    const auto dot = [this] {
+        for (QQuickItem* const item : items()) {
+            if (item->size() == QSizeF(8, 8)) {
+                return item->property("color").value<QColor>();
+            }
+        }
+        return QColor();
+    };
+    EXPECT_EQ(dot(), DW::color(Token::Accent, ColorScheme::Light));
+    become(Kind::Unreachable);
+    EXPECT_EQ(dot(), DW::color(Token::Danger, ColorScheme::Light));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(dot(), DW::color(Token::Danger, ColorScheme::Dark));
+}
+
 // Recent sites
 
 TEST_F(MenuBarViewTest, WithoutRecentSitesThereIsNoHeading) {
@@ -116,6 +150,7 @@ TEST_F(MenuBarViewTest, ARecentSiteUnderThePointerShowsThatItIsALink) {
     EXPECT_FALSE(isDrawn(arrow));
     hover(the(Role::Button, QStringLiteral("old")).item);
     EXPECT_TRUE(the(Role::Button, QStringLiteral("old")).item->isAncestorOf(textItem(arrow)));
+    EXPECT_DOUBLE_EQ(textItem(arrow)->property("size").toDouble(), 9.5);
 }
 
 TEST_F(MenuBarViewTest, TheSiteThatIsBeingDeployedSaysSoAndNothingMore) {
@@ -134,7 +169,7 @@ TEST_F(MenuBarViewTest, ARecentSiteKeepsTheKeyboardWhenThePlatformIsPolled) {
     showPanel();
     EXPECT_EQ(focus(), "Button new") << "as in a menu";
     EXPECT_THAT(tabs(1), ElementsAre("Button old"));
-    await(model().refresh());
+    await(model().connection().refresh());
     EXPECT_EQ(focus(), "Button old");
     press(Qt::Key_Return);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
@@ -150,6 +185,7 @@ TEST_F(MenuBarViewTest, OpenDriftwellDismissesThePanelAndAsksForTheWindow) {
     EXPECT_EQ(dismissals(), 1);
     EXPECT_EQ(windows.count(), 1);
     EXPECT_TRUE(isDrawn(QStringLiteral("Ctrl+0")));
+    EXPECT_DOUBLE_EQ(textItem(QString(QChar(0xE069)))->property("size").toDouble(), 11.5);
 }
 
 TEST_F(MenuBarViewTest, ItsShortcutDoesTheSame) {
@@ -184,7 +220,7 @@ TEST_F(MenuBarViewTest, APersonSignsOut) {
     showPanel();
     click(QStringLiteral("Sign out"));
     EXPECT_EQ(dismissals(), 1);
-    EXPECT_EQ(model().status(), Status::signedOut());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_THAT(texts(), Contains("Not signed in"));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
 }
@@ -194,10 +230,10 @@ TEST_F(MenuBarViewTest, APersonSignsInAndNothingMoreIsOfferedMeanwhile) {
     showPanel();
     click(QStringLiteral("Sign in…"));
     EXPECT_EQ(dismissals(), 1);
-    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Quit"));
     EXPECT_THAT(texts(), Contains("waiting for browser…"));
-    model().cancelSignIn();
+    model().signIn().cancelSignIn();
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
 }
 

@@ -1,6 +1,7 @@
-#include "ui/SiteListModel.h"
+#include "ui/sites/SiteListModel.h"
 
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QSignalSpy>
 
@@ -56,7 +57,7 @@ protected:
 
     SiteListModel& list() {
         if (!m_list) {
-            m_list = std::make_unique<SiteListModel>(model(), desktop, nullptr);
+            m_list = std::unique_ptr<SiteListModel>(new SiteListModel(siteListOf(model(), desktop)));
         }
         return *m_list;
     }
@@ -78,7 +79,7 @@ TEST_F(SiteListModelTest, TheSubtitleFollowsTheSitesAndTheFilter) {
     const QSignalSpy changes(&list(), &SiteListModel::textsChanged);
     QString told;
     QObject::connect(&list(), &SiteListModel::textsChanged, &list(), [&] { told = list().subtitle(); });
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     EXPECT_EQ(told, QStringLiteral("1 of 2 projects")) << "the rows have changed before the texts are told";
     connectedWith({"garden"});
     EXPECT_EQ(told, QStringLiteral("1 of 1 project"));
@@ -88,16 +89,16 @@ TEST_F(SiteListModelTest, TheSubtitleFollowsTheSitesAndTheFilter) {
 TEST_F(SiteListModelTest, AFilterThatMatchesNothingIsNamedAsItWasTyped) {
     connectedWith({"garden", "bakery"});
     EXPECT_EQ(list().nothingMatches(), QString());
-    model().setFilter(QStringLiteral(" Zoo "));
+    model().catalog().setFilter(QStringLiteral(" Zoo "));
     EXPECT_EQ(list().nothingMatches(), QStringLiteral("No projects match “ Zoo ”"));
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_EQ(list().nothingMatches(), QString());
     EXPECT_EQ(list().sites()->rowCount(), 2);
 }
 
 TEST_F(SiteListModelTest, AFilterThatLooksLikeAPlaceholderIsNamedAsItWasTyped) {
     connectedWith({"garden"});
-    model().setFilter(QStringLiteral("%1 %2"));
+    model().catalog().setFilter(QStringLiteral("%1 %2"));
     EXPECT_EQ(list().nothingMatches(), QStringLiteral("No projects match “%1 %2”"));
 }
 
@@ -145,7 +146,7 @@ TEST_F(SiteListModelTest, ANewProjectAsksForAFolder) {
     RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
     list().chooseFolderAndDeploy();
     answer.succeed(siteFolder("garden"));
-    waitUntil([this] { return model().deployFlow() != nullptr; });
+    waitUntil([this] { return model().deployments().deployFlow() != nullptr; });
 }
 
 // Order
@@ -155,10 +156,10 @@ TEST_F(SiteListModelTest, PressingAColumnSortsByIt) {
     const QSignalSpy changes(&list(), &SiteListModel::sortOrderChanged);
     list().sortByName();
     EXPECT_TRUE(list().isSortedByName());
-    EXPECT_EQ(model().sortOrder(), SortOrder::Name);
+    EXPECT_EQ(model().catalog().sortOrder(), SortOrder::Name);
     list().sortByTime();
     EXPECT_FALSE(list().isSortedByName());
-    EXPECT_EQ(model().sortOrder(), SortOrder::MostRecent);
+    EXPECT_EQ(model().catalog().sortOrder(), SortOrder::MostRecent);
     EXPECT_EQ(changes.count(), 2);
 }
 

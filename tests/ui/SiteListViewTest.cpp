@@ -1,6 +1,7 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/DW.h"
-#include "ui/SiteListModel.h"
+#include "tests/ui/ViewModels.h"
+#include "ui/sites/SiteListModel.h"
+#include "ui/style/DW.h"
 
 #include <gmock/gmock.h>
 
@@ -14,7 +15,7 @@ using testing::Not;
 
 class SiteListViewTest : public ViewFixture {
 protected:
-    void SetUp() override { model().setSortOrder(SortOrder::Name); }
+    void SetUp() override { model().catalog().setSortOrder(SortOrder::Name); }
 
     void TearDown() override {
         hideView();
@@ -23,7 +24,7 @@ protected:
     }
 
     void showList(QSize size = {900, 600}) {
-        m_list = std::make_unique<SiteListModel>(model(), desktop, nullptr);
+        m_list = std::unique_ptr<SiteListModel>(new SiteListModel(siteListOf(model(), desktop)));
         show(QStringLiteral("SiteListView"), {{QStringLiteral("model"), QVariant::fromValue(m_list.get())}}, size);
     }
 
@@ -83,6 +84,44 @@ TEST_F(SiteListViewTest, HeaderTableAndHintStandOneBelowTheOther) {
     EXPECT_DOUBLE_EQ(topOf(hint), topOf(row(QStringLiteral("garden"))) + 56);
 }
 
+TEST_F(SiteListViewTest, TheHeadsOfTheColumnsStandOnOneLine) {
+    connectedWith({"garden"});
+    showList();
+    const auto line = [this](const char* text) {
+        QQuickItem* const item = textItem(QString::fromLatin1(text));
+        return item->mapToScene({0, item->baselineOffset()}).y();
+    };
+    EXPECT_DOUBLE_EQ(line("Sharing"), line("Name"));
+    EXPECT_DOUBLE_EQ(line("Last updated"), line("Name"));
+}
+
+TEST_F(SiteListViewTest, AVeryLongHostIsReadWholeInTheHint) {
+    configureLocal();
+    const QString host = QString(60, u'a') + u'.' + QString(63, u'b') + u'.' + QString(63, u'c') + u'.' +
+                         QString(50, u'd') + QStringLiteral(".test");
+    writeConfig({{"host", "https://" + host.toStdString()}});
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    showList({780, 520});
+    const QString words = QStringLiteral("Deploys are paused until you sign in to ") + host;
+    QQuickItem* const hint = the(Role::Button, words).item;
+    QQuickItem* const text = textItem(words);
+    EXPECT_FALSE(text->property("truncated").toBool());
+    const QRectF place = text->mapRectToItem(hint, {0, 0, text->width(), text->height()});
+    EXPECT_TRUE(QRectF(0, 0, hint->width(), hint->height()).contains(place));
+    EXPECT_LE(text->property("contentWidth").toDouble(), text->width());
+}
+
+TEST_F(SiteListViewTest, AHintThatIsPausedIsExplainedAllTheSame) {
+    become(Kind::Unreachable);
+    showList();
+    QQuickItem* const hint =
+        the(Role::Button, QStringLiteral("Deploys are paused while %1 is unreachable").arg(host())).item;
+    EXPECT_FALSE(hint->isEnabled());
+    hover(hint);
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Choose a folder to publish (Ctrl+D)")); });
+}
+
 TEST_F(SiteListViewTest, EverythingScrollsWithTheRows) {
     std::vector<std::string> many;
     for (int i = 100; i < 150; ++i) {
@@ -122,11 +161,11 @@ TEST_F(SiteListViewTest, WithoutSitesTheTableIsLeftOut) {
 TEST_F(SiteListViewTest, AFilterThatMatchesNothingSaysSoAndClearingItBringsTheTableBack) {
     connectedWith({"garden", "bakery"});
     showList();
-    model().setFilter(QStringLiteral("zoo"));
+    model().catalog().setFilter(QStringLiteral("zoo"));
     EXPECT_THAT(texts(), ElementsAre("My projects", "0 of 2 projects", "No projects match “zoo”"));
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sort by Name")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Drag a folder here to publish a new project")));
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_THAT(rows(), ElementsAre("bakery", "garden"));
     EXPECT_THAT(texts(), Not(Contains("No projects match “zoo”")));
 }
@@ -134,7 +173,7 @@ TEST_F(SiteListViewTest, AFilterThatMatchesNothingSaysSoAndClearingItBringsTheTa
 TEST_F(SiteListViewTest, TheSubtitleFollowsTheFilter) {
     connectedWith({"garden", "bakery"});
     showList();
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     EXPECT_THAT(texts(), Contains("1 of 2 projects"));
     EXPECT_THAT(rows(), ElementsAre("garden"));
 }
@@ -164,7 +203,7 @@ TEST_F(SiteListViewTest, TheNewProjectButtonAsksForAFolder) {
     ASSERT_EQ(desktop.folderQuestions().size(), 1U);
     answer.succeed(std::nullopt);
     settleView();
-    EXPECT_FALSE(model().deployFlow());
+    EXPECT_FALSE(model().deployments().deployFlow());
 }
 
 TEST_F(SiteListViewTest, TheHintAsksForAFolderToo) {
@@ -276,7 +315,7 @@ TEST_F(SiteListViewTest, ABusyRowSaysWhatIsUnderWayAndKeepsItsButtons) {
     server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
     PlatformServer::Hold hold = server.holdAnswer("/api/rollback");
     showList();
-    Task<> rollback = model().rollback(*model().existingSite(QStringLiteral("garden")));
+    Task<> rollback = model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden")));
     EXPECT_THAT(texts(), Contains("Rolling back…"));
     hover(row(QStringLiteral("garden")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open garden")));

@@ -1,7 +1,8 @@
-#include "ui/SitesModel.h"
+#include "ui/sites/SitesModel.h"
 
 #include "tests/deploy/Seed.h"
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -84,7 +85,7 @@ private:
 
 class SitesModelTest : public UiFixture {
 protected:
-    void SetUp() override { model().setSortOrder(SortOrder::Name); }
+    void SetUp() override { model().catalog().setSortOrder(SortOrder::Name); }
 
     void TearDown() override {
         m_mirror.reset();
@@ -96,7 +97,7 @@ protected:
     /// Made when it is first asked for, and watched from then on.
     SitesModel& sites() {
         if (!m_sites) {
-            m_sites = std::make_unique<SitesModel>(model(), nullptr);
+            m_sites = std::unique_ptr<SitesModel>(new SitesModel(sitesOf(model())));
             m_tester = std::make_unique<QAbstractItemModelTester>(
                 m_sites.get(), QAbstractItemModelTester::FailureReportingMode::Warning);
             m_mirror = std::make_unique<Mirror>(*m_sites);
@@ -111,7 +112,7 @@ protected:
     /// The platform holds these sites from now on, and the model knows.
     void change(const std::vector<std::string>& names) {
         server.answer("/api/sites", 200, sitesAnswer(names));
-        await(model().refresh());
+        await(model().connection().refresh());
     }
 
     [[nodiscard]] std::vector<std::string> names() {
@@ -218,7 +219,7 @@ TEST_F(SitesModelTest, ASiteThatIsGoneIsOneRowLess) {
 }
 
 TEST_F(SitesModelTest, ASiteThatWasDeployedMovesToTheTop) {
-    model().setSortOrder(SortOrder::MostRecent);
+    model().catalog().setSortOrder(SortOrder::MostRecent);
     connectedWithRecords({siteRecord("a", "2026-03-03T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
                           siteRecord("c", "2026-03-01T10:00:00Z")});
     mirror();
@@ -252,11 +253,11 @@ TEST_F(SitesModelTest, AnUnchangedAnswerOnlyRenewsTheTimes) {
 TEST_F(SitesModelTest, TheFilterTakesRowsAwayAndBringsThemBack) {
     connectedWith({"apple", "banana", "apricot"});
     mirror();
-    model().setFilter(QStringLiteral("ap"));
+    model().catalog().setFilter(QStringLiteral("ap"));
     EXPECT_THAT(names(), ElementsAre("apple", "apricot"));
     EXPECT_THAT(listLog(), ElementsAre("remove 2 2"));
     mirror().clearLog();
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_THAT(names(), ElementsAre("apple", "apricot", "banana"));
     EXPECT_THAT(listLog(), ElementsAre("insert 2 2"));
 }
@@ -265,7 +266,7 @@ TEST_F(SitesModelTest, AnotherOrderMovesTheRows) {
     connectedWithRecords({siteRecord("a", "2026-03-01T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
                           siteRecord("c", "2026-03-03T10:00:00Z")});
     mirror();
-    model().setSortOrder(SortOrder::MostRecent);
+    model().catalog().setSortOrder(SortOrder::MostRecent);
     EXPECT_THAT(names(), ElementsAre("c", "b", "a"));
     EXPECT_THAT(listLog(), ElementsAre("move 2 0", "move 2 1"));
     expectMirrored();
@@ -278,12 +279,12 @@ TEST_F(SitesModelTest, WhereAFilterScattersManyRowsTheyStayAndShowOtherSites) {
     }
     connectedWith(all);
     mirror();
-    model().setFilter(QStringLiteral("even"));
+    model().catalog().setFilter(QStringLiteral("even"));
     EXPECT_EQ(sites().rowCount(), 100);
     EXPECT_THAT(mirror().log(), ElementsAre("remove 100 199", "change 0 99"));
     expectMirrored();
     mirror().clearLog();
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_EQ(names(), all);
     EXPECT_THAT(mirror().log(), ElementsAre("change 0 99", "insert 100 199"));
     expectMirrored();
@@ -320,10 +321,11 @@ TEST_F(SitesModelTest, RandomChangesReachTheViewsThroughSignalsAlone) {
     for (int round = 0; round < 120; ++round) {
         switch (number(4)) {
         case 0:
-            model().setFilter(QStringLiteral("site-%1").arg(number(4) == 0 ? QString() : QString::number(number(3))));
+            model().catalog().setFilter(
+                QStringLiteral("site-%1").arg(number(4) == 0 ? QString() : QString::number(number(3))));
             break;
         case 1:
-            model().setSortOrder(number(2) == 0 ? SortOrder::Name : SortOrder::MostRecent);
+            model().catalog().setSortOrder(number(2) == 0 ? SortOrder::Name : SortOrder::MostRecent);
             break;
         default: {
             std::shuffle(all.begin(), all.end(), random);
@@ -334,10 +336,10 @@ TEST_F(SitesModelTest, RandomChangesReachTheViewsThroughSignalsAlone) {
                                                                            : "2024-03-" + day + "T10:00:00Z"));
             }
             server.answer("/api/sites", 200, Json{{"sites", records}}.dump());
-            await(model().refresh());
+            await(model().connection().refresh());
         }
         }
-        const std::vector<std::string> expected = namesOf(model().filteredSites());
+        const std::vector<std::string> expected = namesOf(model().catalog().filteredSites());
         ASSERT_EQ(names(), expected) << "round " << round;
         expectMirrored();
         ASSERT_FALSE(HasFailure()) << "round " << round;
@@ -351,7 +353,7 @@ TEST_F(SitesModelTest, ARollbackMakesItsRowBusyUntilItEnds) {
     server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
     PlatformServer::Hold hold = server.holdAnswer("/api/rollback");
     mirror();
-    Task<> rollback = model().rollback(*model().existingSite(QStringLiteral("garden")));
+    Task<> rollback = model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden")));
     EXPECT_THAT(mirror().log(), ElementsAre("change 1 1"));
     EXPECT_EQ(data(1, Role::BusyRole), true);
     EXPECT_EQ(data(1, Role::UpdatedTextRole), QStringLiteral("Rolling back…"));
@@ -366,11 +368,11 @@ TEST_F(SitesModelTest, ARollbackMakesItsRowBusyUntilItEnds) {
 
 TEST_F(SitesModelTest, ADeleteWinsOverARollback) {
     connectedWith({"bakery", "garden"});
-    const SiteInfo garden = *model().existingSite(QStringLiteral("garden"));
+    const SiteInfo garden = *model().catalog().existingSite(QStringLiteral("garden"));
     PlatformServer::Hold rollbackHold = server.holdAnswer("/api/rollback");
     PlatformServer::Hold deleteHold = server.holdAnswer("/api/sites/garden");
-    Task<> rollback = model().rollback(garden);
-    Task<> removal = model().deleteSite(garden);
+    Task<> rollback = model().siteOperations().rollback(garden);
+    Task<> removal = model().siteOperations().deleteSite(garden);
     EXPECT_EQ(data(1, Role::UpdatedTextRole), QStringLiteral("Deleting…"));
     waitUntil([&] { return rollbackHold.arrived() && deleteHold.arrived(); });
     deleteHold.release();

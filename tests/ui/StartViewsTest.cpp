@@ -1,5 +1,5 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/MainWindowModel.h"
+#include "ui/window/MainWindowModel.h"
 
 #include <gmock/gmock.h>
 
@@ -68,7 +68,7 @@ TEST_F(StartViewsTest, ConnectIsDisabledWhileTheFieldIsBlank) {
     type(QStringLiteral("   "));
     EXPECT_FALSE(the(Role::Button, connect).isEnabled());
     click(connect);
-    EXPECT_FALSE(model().config());
+    EXPECT_FALSE(model().connection().config());
     type(QStringLiteral("x"));
     EXPECT_TRUE(the(Role::Button, connect).isEnabled());
 }
@@ -77,7 +77,7 @@ TEST_F(StartViewsTest, ReturnInABlankFieldDoesNothing) {
     showNoHost();
     type(QStringLiteral("  "));
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().config());
+    EXPECT_FALSE(model().connection().config());
 }
 
 TEST_F(StartViewsTest, ReturnConnectsToTheHostInTheField) {
@@ -85,9 +85,9 @@ TEST_F(StartViewsTest, ReturnConnectsToTheHostInTheField) {
     answerAll();
     type(localHost());
     press(Qt::Key_Return);
-    ASSERT_TRUE(model().config());
-    EXPECT_EQ(model().config()->host(), host());
-    waitUntil([this] { return model().status() == Status::connected(); });
+    ASSERT_TRUE(model().connection().config());
+    EXPECT_EQ(model().connection().config()->host(), host());
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
 }
 
 TEST_F(StartViewsTest, TheButtonConnectsToTheHostInTheField) {
@@ -95,9 +95,9 @@ TEST_F(StartViewsTest, TheButtonConnectsToTheHostInTheField) {
     answerAll();
     type(localHost());
     click(QStringLiteral("Connect"));
-    ASSERT_TRUE(model().config());
-    EXPECT_EQ(model().config()->host(), host());
-    waitUntil([this] { return model().status() == Status::connected(); });
+    ASSERT_TRUE(model().connection().config());
+    EXPECT_EQ(model().connection().config()->host(), host());
+    waitUntil([this] { return model().connection().status() == Status::connected(); });
 }
 
 TEST_F(StartViewsTest, TabGoesFromTheHostToItsButton) {
@@ -127,7 +127,7 @@ TEST_F(StartViewsTest, WithoutSitesAFolderCanBeChosen) {
     click(QStringLiteral("Choose a folder…"));
     ASSERT_EQ(desktop.folderQuestions().size(), 1U);
     answer.succeed(siteFolder("garden"));
-    waitUntil([this] { return model().deployFlow() != nullptr; });
+    waitUntil([this] { return model().deployments().deployFlow() != nullptr; });
 }
 
 TEST_F(StartViewsTest, WithoutSitesAFolderCanBeChosenByKeyboard) {
@@ -175,7 +175,7 @@ TEST_F(StartViewsTest, APersonWhoIsNotOnTheTeamCanSignOut) {
     becomeOnRemote(Kind::NotTeam);
     showSignIn();
     click(QStringLiteral("Sign out"));
-    EXPECT_EQ(model().status(), Status::signedOut());
+    EXPECT_EQ(model().connection().status(), Status::signedOut());
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
     EXPECT_FALSE(isSeen(Role::Graphic, QStringLiteral("Ada")));
 }
@@ -184,13 +184,13 @@ TEST_F(StartViewsTest, ASignInWaitsForTheBrowserAndCanBeCancelled) {
     become(Kind::SignedOut);
     showSignIn();
     click(QStringLiteral("Sign in…"));
-    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_TRUE(model().signIn().isSigningIn());
     ASSERT_EQ(desktop.openedUrls().size(), 1U);
     EXPECT_THAT(desktop.openedUrls()[0], testing::StartsWith(remoteHost().toStdString() + "/auth/login?"));
     EXPECT_THAT(texts(), Contains("Waiting for browser…"));
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sign in…")));
     click(QStringLiteral("Cancel"));
-    EXPECT_FALSE(model().isSigningIn());
+    EXPECT_FALSE(model().signIn().isSigningIn());
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
     EXPECT_THAT(texts(), Not(Contains("Waiting for browser…")));
 }
@@ -201,7 +201,7 @@ TEST_F(StartViewsTest, ASignInThatFailedSaysWhyUntilTheNextAttempt) {
     click(QStringLiteral("Sign in…"));
     waitUntil([this] { return sleeper.isAsleep(); });
     sleeper.wake();
-    waitUntil([this] { return !model().isSigningIn(); });
+    waitUntil([this] { return !model().signIn().isSigningIn(); });
     const std::string error = "Timed out waiting for the browser sign-in.";
     EXPECT_THAT(texts(), Contains(error));
     EXPECT_EQ(textItem(QString::fromStdString(error))->property("color").value<QColor>(),
@@ -217,10 +217,10 @@ TEST_F(StartViewsTest, ASignInIsBegunAndCancelledByKeyboard) {
     showSignIn();
     EXPECT_THAT(tabs(1), ElementsAre("Button Sign in…"));
     press(Qt::Key_Return);
-    EXPECT_TRUE(model().isSigningIn());
+    EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_THAT(tabs(1), ElementsAre("Button Cancel"));
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().isSigningIn());
+    EXPECT_FALSE(model().signIn().isSigningIn());
 }
 
 TEST_F(StartViewsTest, TheSignInFollowsTheColorScheme) {
@@ -234,7 +234,7 @@ TEST_F(StartViewsTest, ALongRefusalIsReadWhole) {
     const std::string words = "Only people of the team may manage sites. Ask an administrator of the platform to add "
                               "you, and then try again here, or sign in with the account that is on the team already.";
     server.answer("/api/sites", 403, errorAnswer(words, "not_team"));
-    await(model().refresh());
+    await(model().connection().refresh());
     showSignIn();
     QQuickItem* const text = textItem(QString::fromStdString(words));
     EXPECT_FALSE(text->property("truncated").toBool());

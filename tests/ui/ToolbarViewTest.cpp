@@ -1,6 +1,7 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/ToolbarModel.h"
-#include "ui/WindowControls.h"
+#include "tests/ui/ViewModels.h"
+#include "ui/window/ToolbarModel.h"
+#include "ui/window/WindowControls.h"
 
 #include <QGuiApplication>
 
@@ -24,7 +25,7 @@ protected:
 
     /// The bar as the window has it, at the top of it.
     void showToolbar() {
-        m_toolbar = std::make_unique<ToolbarModel>(model(), desktop, nullptr);
+        m_toolbar = std::unique_ptr<ToolbarModel>(new ToolbarModel(toolbarOf(model())));
         m_controls = std::make_unique<WindowControls>(m_window);
         showQml(QStringLiteral("ToolbarView { objectName: 'bar'; width: test.width; model: test.toolbar; "
                                "window: test.controls }"),
@@ -91,6 +92,8 @@ TEST_F(ToolbarViewTest, TheDotFollowsTheStatus) {
     become(Kind::Unreachable);
     QQuickItem* const dot = the(Role::Graphic, QStringLiteral("Unreachable")).item;
     EXPECT_EQ(dot->property("color").value<QColor>(), DW::color(Token::Danger, ColorScheme::Light));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(dot->property("color").value<QColor>(), DW::color(Token::Danger, ColorScheme::Dark));
 }
 
 TEST_F(ToolbarViewTest, ThePersonIsNamedUnderTheRestingPointer) {
@@ -117,9 +120,9 @@ TEST_F(ToolbarViewTest, TypingInTheFilterFilters) {
     EXPECT_EQ(filter().item->width(), 230);
     click(filter().item);
     type(QStringLiteral("gar"));
-    EXPECT_EQ(model().filter(), QStringLiteral("gar"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("gar"));
     press(Qt::Key_Backspace);
-    EXPECT_EQ(model().filter(), QStringLiteral("ga"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("ga"));
 }
 
 TEST_F(ToolbarViewTest, TheFieldFollowsTheFilterAlsoAfterTyping) {
@@ -127,9 +130,9 @@ TEST_F(ToolbarViewTest, TheFieldFollowsTheFilterAlsoAfterTyping) {
     showToolbar();
     click(filter().item);
     type(QStringLiteral("gar"));
-    model().setFilter(QStringLiteral("bakery"));
+    model().catalog().setFilter(QStringLiteral("bakery"));
     EXPECT_EQ(filterText(), "bakery");
-    model().setFilter(QString());
+    model().catalog().setFilter(QString());
     EXPECT_EQ(filterText(), "");
 }
 
@@ -137,9 +140,9 @@ TEST_F(ToolbarViewTest, TheClearButtonIsThereWhileThereIsAFilter) {
     become(Kind::Connected);
     showToolbar();
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Clear filter")));
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     click(QStringLiteral("Clear filter"));
-    EXPECT_EQ(model().filter(), QString());
+    EXPECT_EQ(model().catalog().filter(), QString());
     EXPECT_EQ(filterText(), "");
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Clear filter")));
 }
@@ -159,23 +162,23 @@ TEST_F(ToolbarViewTest, EscapeClearsTheFilter) {
     click(filter().item);
     type(QStringLiteral("gar"));
     press(Qt::Key_Escape);
-    EXPECT_EQ(model().filter(), QString());
+    EXPECT_EQ(model().catalog().filter(), QString());
     EXPECT_EQ(focus(), "EditableText Filter projects");
 }
 
 TEST_F(ToolbarViewTest, TheFilterIsFocusedWithItsTextSelected) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     QMetaObject::invokeMethod(bar(), "focusFilter");
     EXPECT_EQ(focus(), "EditableText Filter projects");
     type(QStringLiteral("b"));
-    EXPECT_EQ(model().filter(), QStringLiteral("b"));
+    EXPECT_EQ(model().catalog().filter(), QStringLiteral("b"));
 }
 
 TEST_F(ToolbarViewTest, TabReachesTheFilterAndItsButtonButNotTheWindowButtons) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     EXPECT_THAT(tabs(3),
                 ElementsAre("EditableText Filter projects", "Button Clear filter", "EditableText Filter projects"));
@@ -199,7 +202,7 @@ TEST_F(ToolbarViewTest, TheWindowButtonsActOnTheWindow) {
 
 TEST_F(ToolbarViewTest, ItFollowsTheColorScheme) {
     become(Kind::Connected);
-    model().setFilter(QStringLiteral("gar"));
+    model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
     expectPaletteIsFollowed();
 }

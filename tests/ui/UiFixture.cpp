@@ -35,11 +35,11 @@ AppState& UiFixture::settleAs(Kind kind) {
     case Kind::Connected:
         break;
     }
-    model().reloadConfig();
+    model().connection().reloadConfig();
     if (kind != Kind::Connecting) {
-        await(model().refresh());
+        await(model().connection().refresh());
     }
-    EXPECT_EQ(model().status().kind, kind);
+    EXPECT_EQ(model().connection().status().kind, kind);
     return model();
 }
 
@@ -47,9 +47,9 @@ AppState& UiFixture::connectedWithRecords(const std::vector<Json>& sites) {
     configureLocal();
     answerAll();
     server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
-    model().reloadConfig();
-    await(model().refresh());
-    EXPECT_EQ(model().status(), Status::connected());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    EXPECT_EQ(model().connection().status(), Status::connected());
     return model();
 }
 
@@ -71,8 +71,8 @@ std::filesystem::path UiFixture::siteFolder(const std::string& name) const {
 }
 
 std::shared_ptr<DeployFlow> UiFixture::openDeployment(const std::string& folderName) {
-    model().beginDeploy(siteFolder(folderName));
-    const std::shared_ptr<DeployFlow> flow = model().deployFlow();
+    model().deployments().beginDeploy(siteFolder(folderName));
+    const std::shared_ptr<DeployFlow> flow = model().deployments().deployFlow();
     waitUntil([&flow] { return flow->byteCount().has_value(); });
     return flow;
 }

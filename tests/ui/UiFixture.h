@@ -12,7 +12,7 @@ namespace driftwell::tests {
 /// before.
 class UiFixture : public ModelFixture {
 protected:
-    using Kind = AppState::Status::Kind;
+    using Kind = Connection::Status::Kind;
 
     UiFixture();
 
@@ -47,8 +47,8 @@ private:
 };
 
 /// All kinds of status.
-inline constexpr std::array allKinds{AppState::Status::Kind::Unreachable, AppState::Status::Kind::NotTeam,
-                                     AppState::Status::Kind::NoHost,      AppState::Status::Kind::Connecting,
-                                     AppState::Status::Kind::Connected,   AppState::Status::Kind::SignedOut};
+inline constexpr std::array allKinds{Connection::Status::Kind::Unreachable, Connection::Status::Kind::NotTeam,
+                                     Connection::Status::Kind::NoHost,      Connection::Status::Kind::Connecting,
+                                     Connection::Status::Kind::Connected,   Connection::Status::Kind::SignedOut};
 
 } // namespace driftwell::tests

@@ -1,10 +1,11 @@
 #include "apps/driftwell/Application.h"
 
 #include "desktop/freedesktop/FreedesktopServices.h"
+#include "platform/PlatformClient.h"
 #include "support/Concurrency.h"
+#include "support/ExitDeadline.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
 #include <chrono>
 #include <utility>
@@ -15,7 +16,7 @@ using Action = Invocation::Action;
 
 namespace {
 
-constexpr std::chrono::seconds quitPatience(15);
+constexpr std::chrono::seconds quitTimeout(15);
 
 const QString openKey = QStringLiteral("open");
 const QString quitKey = QStringLiteral("quit");
@@ -28,13 +29,13 @@ Notification::Content signOfLife() {
 
 } // namespace
 
-Application::Application(AppState& state, DesktopServices& desktop, QDBusConnection sessionBus)
+Application::Application(AppState& state, WindowServices& desktop, QDBusConnection sessionBus)
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
-      m_trayHost(m_sessionBus, FreedesktopServices::usualPatience),
-      m_menuBar(state, desktop),
+      m_trayHost(m_sessionBus, FreedesktopServices::usualTimeout),
+      m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn()),
       m_window(state, desktop),
-      m_tray(m_menuBar, state, desktop, m_trayHost) {
+      m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
@@ -53,19 +54,16 @@ void Application::quit() {
 Task<> Application::endAndQuit() {
     // At once, and so that nothing more is begun in it.
     m_window.hide();
-    // A folder on a server that does not answer, for example, keeps nobody from quitting.
-    QTimer patience;
-    connect(&patience, &QTimer::timeout, qApp, &QCoreApplication::quit);
-    patience.start(quitPatience);
+    // A folder on a server that does not answer, for example, keeps nobody from quitting. What is stored is stored at
+    // once, so nothing is lost by an end that waits for nobody.
+    endProcessWithin(quitTimeout);
     co_await m_state.end();
     QCoreApplication::quit();
 }
 
 void Application::begin(const Invocation& invocation) {
-    // There is no introduction to go through: the window itself shows how one begins.
-    if (m_state.needsOnboarding()) {
-        m_state.completeOnboarding();
-    }
+    // There is no introduction to go through, so nobody waits for its end: the window itself shows how one begins.
+    m_state.gates().postponeOnboarding();
     m_state.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
 }
@@ -76,9 +74,9 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
     }
     showWindow(activationToken);
     if (invocation.action == Action::Deploy) {
-        m_state.beginDeploy(invocation.folder);
+        m_state.newProject().deployWhenPossible(invocation.folder);
     } else if (invocation.action == Action::NewProject) {
-        m_state.chooseFolderAndDeploy();
+        m_state.newProject().chooseFolderAndDeployWhenPossible();
     }
 }
 
@@ -100,7 +98,7 @@ void Application::sayThatItRuns() {
         return;
     }
     m_wasSaid = true;
-    m_sign = std::make_unique<Notification>(m_sessionBus, FreedesktopServices::usualPatience, signOfLife());
+    m_sign = std::make_unique<Notification>(m_sessionBus, FreedesktopServices::usualTimeout, signOfLife());
     // Later: what is done ends the notification, which is in the middle of telling.
     connect(m_sign.get(), &Notification::actionChosen, this, &Application::runAction, Qt::QueuedConnection);
 }

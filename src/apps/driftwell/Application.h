@@ -4,10 +4,14 @@
 #include "apps/driftwell/MainWindow.h"
 #include "apps/driftwell/TrayItem.h"
 #include "core/AppState.h"
-#include "desktop/DesktopServices.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/Gates.h"
+#include "core/NewProject.h"
 #include "desktop/freedesktop/Notification.h"
 #include "desktop/freedesktop/TrayHost.h"
-#include "ui/MenuBarModel.h"
+#include "desktop/WindowServices.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -22,7 +26,7 @@ class Application final : public QObject {
 
 public:
     /// `state` and `desktop` outlive the application.
-    Application(AppState& state, DesktopServices& desktop, QDBusConnection sessionBus = QDBusConnection::sessionBus());
+    Application(AppState& state, WindowServices& desktop, QDBusConnection sessionBus = QDBusConnection::sessionBus());
     ~Application() override;
 
     /// Does what the first start asks for.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/AppState.h"
-#include "desktop/DesktopServices.h"
+#include "desktop/WindowServices.h"
 
 #include <QObject>
 #include <QSize>
@@ -22,7 +22,7 @@ public:
     static constexpr QSize minimumSize{780, 520};
 
     /// Both outlive the window.
-    MainWindow(AppState& state, DesktopServices& desktop);
+    MainWindow(AppState& state, WindowServices& desktop);
     ~MainWindow() override;
 
     [[nodiscard]] bool isOpen() const { return m_contents != nullptr; }
@@ -54,7 +54,7 @@ private:
     bool leave(const QKeyEvent& key);
 
     AppState& m_state;
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
     std::unique_ptr<Contents> m_contents;
     /// As the person left it.
     QSize m_size = defaultSize;

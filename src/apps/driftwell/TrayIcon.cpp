@@ -1,7 +1,6 @@
 #include "apps/driftwell/TrayIcon.h"
 
-#include "ui/DW.h"
-#include "ui/Symbols.h"
+#include "ui/style/Symbols.h"
 
 #include <QFont>
 #include <QPainter>
@@ -60,9 +59,17 @@ QPixmap faded(const QPixmap& pixmap, double opacity) {
 
 } // namespace
 
-QIcon trayIcon(MenuBarModel::Icon icon, bool developmentCopy, double opacity) {
-    const bool isWarning = icon == MenuBarModel::Icon::Warning;
-    const QColor color = DW::color(isWarning ? DW::Token::Warning : DW::Token::Accent, ColorScheme::Dark);
+QColor trayColor(TrayIconKind icon) {
+    // The palette's own colours are made for a window whose scheme is known, and are too light or too dark for a panel
+    // of the other kind. These are of the same hues, between the two.
+    constexpr QRgb accent = 0x7A74DC;
+    constexpr QRgb warning = 0xB8720C;
+    return QColor::fromRgb(icon == TrayIconKind::Warning ? warning : accent);
+}
+
+QIcon trayIcon(TrayIconKind icon, bool developmentCopy, double opacity) {
+    const bool isWarning = icon == TrayIconKind::Warning;
+    const QColor color = trayColor(icon);
     QIcon result;
     for (const int size : sizes) {
         const QPixmap shape = isWarning ? warning(size) : glyph(size, developmentCopy);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "desktop/DesktopServices.h"
-#include "ui/MenuBarModel.h"
+#include "desktop/WindowServices.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include <QObject>
 #include <QPoint>
@@ -19,7 +19,7 @@ class TrayPanel final : public QObject {
 
 public:
     /// Both outlive the panel.
-    TrayPanel(MenuBarModel& model, DesktopServices& desktop);
+    TrayPanel(MenuBarModel& model, WindowServices& desktop);
     ~TrayPanel() override;
 
     /// Opens the panel beside a point on screen, or closes it when it is open.
@@ -41,7 +41,7 @@ private:
     void place();
 
     MenuBarModel& m_model;
-    DesktopServices& m_desktop;
+    WindowServices& m_desktop;
     std::unique_ptr<Scene> m_scene;
     QPoint m_anchor;
     bool m_wasActive = false;

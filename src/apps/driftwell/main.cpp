@@ -13,10 +13,12 @@
 #include <QFont>
 #include <QFontDatabase>
 #include <QIcon>
+#include <QImageReader>
 
 #include <signal.h>
 
 #include <cstdio>
+#include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -39,6 +41,18 @@ void describeApplication() {
     const QString family = QStringLiteral("Inter");
     if (QFontDatabase::hasFamily(family)) {
         QApplication::setFont(QFont(family));
+    }
+}
+
+/// The drawings are a part of the program, but what reads them is a plugin of Qt's for icons and another for pictures.
+void requirePictures() {
+    for (const char* name : {"Logo", "LogoGlyph", "LogoGlyphSolid", "driftwell"}) {
+        const QString file = QStringLiteral(":/driftwell/icons/%1.svg").arg(QLatin1StringView(name));
+        constexpr QSize anySize(16, 16);
+        if (!QImageReader(file).canRead() || QIcon(file).pixmap(anySize).isNull()) {
+            throw std::runtime_error("The application’s pictures cannot be shown: Qt’s plugins for SVG are missing. On "
+                                     "Debian they are in the package libqt6svg6.");
+        }
     }
 }
 
@@ -66,6 +80,7 @@ Invocation invocationOf(const std::vector<std::string>& arguments, const QString
 int run(int argc, char** argv, std::unique_ptr<PlatformClient> client, SingleInstance& instance,
         const Invocation& invocation) {
     const QApplication qt(argc, argv);
+    requirePictures();
     describeApplication();
     FreedesktopServices desktop;
     const QString urlScheme = client->urlScheme();

@@ -1,7 +1,7 @@
-#include "apps/dw/Arguments.h"
-#include "apps/dw/Commands.h"
-#include "apps/dw/Reporter.h"
+#include "apps/dw/Command.h"
+#include "apps/dw/Program.h"
 #include "support/Bundle.h"
+#include "support/DescriptorLimit.h"
 #include "support/Interruption.h"
 
 #include <QCoreApplication>
@@ -10,6 +10,9 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
 
 using namespace driftwell;
 
@@ -25,8 +28,25 @@ void occupyStandardDescriptors() {
     }
 }
 
-Task<> runAndQuit(dw::Arguments arguments, dw::Context context) {
-    const dw::ExitCode code = co_await dw::runCommand(std::move(arguments), std::move(context));
+// For the event loop, the interruption and the network thread; a request then needs a few more.
+constexpr std::size_t neededDescriptors = 12;
+
+dw::ExitCode reportLackOfDescriptors(dw::Reporter& reporter) {
+    const std::system_error lack(std::make_error_code(std::errc::too_many_files_open));
+    const dw::CommandFailure failure = dw::commandFailure(lack);
+    reporter.failure(failure);
+    return failure.exitCode;
+}
+
+void reportKeptFiles(const ConfigStore& store, dw::Reporter& reporter) {
+    for (const std::filesystem::path& kept : store.takeKeptFiles()) {
+        reporter.notice(QStringLiteral("%1 could not be used as it was. What it held is kept in %2")
+                            .arg(QString::fromStdString(store.file().string()), QString::fromStdString(kept.string())));
+    }
+}
+
+Task<> runAndQuit(std::shared_ptr<dw::PlatformCommand> command, dw::Context context) {
+    const dw::ExitCode code = co_await dw::runCommand(std::move(command), std::move(context));
     QCoreApplication::exit(static_cast<int>(code));
 }
 
@@ -36,21 +56,27 @@ int main(int argc, char** argv) {
     occupyStandardDescriptors();
     // A write to a pipe or connection that nobody reads any more fails instead of ending the process.
     ::signal(SIGPIPE, SIG_IGN);
-    const dw::Parsed parsed = dw::parseArguments(argc, argv);
-    if (!parsed.arguments) {
+    const dw::Parsed parsed = dw::Program().parse(argc, argv);
+    if (!parsed.command) {
         return static_cast<int>(parsed.answer);
     }
 
+    dw::Reporter reporter(parsed.form);
+    if (!canOpenDescriptors(neededDescriptors)) {
+        return static_cast<int>(reportLackOfDescriptors(reporter));
+    }
     QCoreApplication application(argc, argv);
     const Interruption interruption;
-    dw::Reporter reporter(parsed.arguments->json ? dw::Reporter::Form::Json : dw::Reporter::Form::Text);
     const Bundle bundle = Bundle::ofRunningProgram();
-    auto client = std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle)));
+    const ConfigStore store(ConfigStore::configFile(bundle));
+    auto client = std::make_unique<PlatformClient>(bundle, store);
+    client->refuseNotOk();
 
     // From the event loop, so that a command that ends at once finds it running.
     QTimer::singleShot(0, &application, [&] {
-        detach(runAndQuit(*parsed.arguments, {std::move(client), reporter, interruption.token()}));
+        detach(runAndQuit(parsed.command, {std::move(client), reporter, interruption.token()}));
     });
     const int code = QCoreApplication::exec();
+    reportKeptFiles(store, reporter);
     return reporter.flush() ? code : static_cast<int>(dw::ExitCode::Failed);
 }

@@ -197,7 +197,7 @@ void Api::handle(Exchange& exchange) {
             throw HttpError(401, "unauthenticated", "Sign in to use this platform");
         }
         if (route.caller == Caller::TeamOnly && person->membership != Membership::Team) {
-            throw HttpError(403, "not_team", "Only team members can manage sites");
+            throw notOnTheTeam();
         }
         Call call{exchange, *person, *name};
         (this->*route.answer)(call);

@@ -37,23 +37,26 @@ void describe(const sockaddr_storage& peer, std::string& address, int& port) {
 
 } // namespace
 
-Connection::Connection(int socket, const StopSignal& stop) : m_socket(socket), m_stop(stop), m_buffer(receiveBuffer) {
+Connection::Connection(int socket, const StopSignal& stop, ConnectionQueue& queue)
+    : m_socket(socket), m_stop(stop), m_place(queue, socket), m_buffer(receiveBuffer) {
     // The head and the body of an answer are two writes; without this the second waits for the first's acknowledgement.
     const int yes = 1;
-    setsockopt(m_socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+    setsockopt(m_socket.number, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
 }
 
-Connection::~Connection() {
-    close(m_socket);
+Connection::Socket::~Socket() {
+    close(number);
 }
 
-Connection::Wait Connection::waitFor(short events, milliseconds time) const {
-    pollfd watched[] = {{.fd = m_socket, .events = events, .revents = 0},
+Connection::Wait Connection::waitFor(short events, milliseconds time) {
+    pollfd watched[] = {{.fd = m_socket.number, .events = events, .revents = 0},
                         {.fd = m_stop.descriptor(), .events = POLLIN, .revents = 0}};
     int ready = 0;
+    m_place.beginSilence();
     do {
         ready = poll(watched, 2, static_cast<int>(time.count()));
     } while (ready < 0 && errno == EINTR);
+    m_place.endSilence();
     if (watched[1].revents != 0) {
         return Wait::Stopped;
     }
@@ -80,6 +83,9 @@ Connection::Next Connection::waitForRequest() {
 }
 
 void Connection::beginRequest() {
+    m_headDeadline = std::chrono::steady_clock::now() + headTime;
+    m_headRead = 0;
+    m_lineRead = 0;
     m_inBody = false;
     m_bodyRead = 0;
     m_bodyLength = 0;
@@ -102,22 +108,38 @@ std::optional<std::uint64_t> Connection::bodyRemaining() const {
 
 void Connection::breakOff() {
     m_broken = true;
-    shutdown(m_socket, SHUT_RDWR);
+    shutdown(m_socket.number, SHUT_RDWR);
 }
 
 ssize_t Connection::receive(char* data, size_t size) {
     for (;;) {
-        const ssize_t got = recv(m_socket, data, size, MSG_DONTWAIT);
+        const ssize_t got = recv(m_socket.number, data, size, MSG_DONTWAIT);
         if (got >= 0) {
             return got;
         }
         if (errno == EINTR) {
             continue;
         }
-        if (errno != EAGAIN || waitFor(POLLIN, transferTime) != Wait::Ready) {
+        if (errno != EAGAIN || waitFor(POLLIN, timeForNextPiece()) != Wait::Ready) {
             return -1;
         }
     }
+}
+
+milliseconds Connection::timeForNextPiece() const {
+    if (m_inBody) {
+        return transferTime;
+    }
+    const auto left = std::chrono::ceil<milliseconds>(m_headDeadline - std::chrono::steady_clock::now());
+    return std::max(left, milliseconds(0));
+}
+
+bool Connection::isWithinLimits(const char* data, size_t taken, size_t asked) {
+    m_headRead += m_inBody ? 0 : taken;
+    // The library asks for lines byte by byte and for everything else in larger pieces; in a body a line is the size of
+    // a chunk.
+    m_lineRead = asked == 1 && *data != '\n' ? m_lineRead + 1 : 0;
+    return m_headRead <= largestHead && m_lineRead <= largestHead;
 }
 
 ssize_t Connection::read(char* data, size_t size) {
@@ -147,6 +169,10 @@ ssize_t Connection::read(char* data, size_t size) {
     if (m_inBody) {
         m_bodyRead += taken;
     }
+    if (!isWithinLimits(data, taken, size)) {
+        breakOff();
+        return -1;
+    }
     return static_cast<ssize_t>(taken);
 }
 
@@ -160,7 +186,7 @@ ssize_t Connection::write(const char* data, size_t size) {
     }
     size_t written = 0;
     while (written < size) {
-        const ssize_t sent = send(m_socket, data + written, size - written, MSG_NOSIGNAL | MSG_DONTWAIT);
+        const ssize_t sent = send(m_socket.number, data + written, size - written, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (sent >= 0) {
             written += static_cast<size_t>(sent);
         } else if (errno != EINTR && (errno != EAGAIN || waitFor(POLLOUT, transferTime) != Wait::Ready)) {
@@ -179,10 +205,10 @@ ssize_t Connection::write(const char* data, size_t size) {
 void Connection::closeGently() {
     // Closing with unread bytes resets the connection, and the reset can overtake the answer. So the peer is told that
     // nothing more comes, and what it still sends is thrown away for a while.
-    shutdown(m_socket, SHUT_WR);
+    shutdown(m_socket.number, SHUT_WR);
     const auto deadline = std::chrono::steady_clock::now() + lingerTime;
     while (!m_broken && std::chrono::steady_clock::now() < deadline && waitFor(POLLIN, lingerPause) == Wait::Ready) {
-        if (recv(m_socket, m_buffer.data(), m_buffer.size(), MSG_DONTWAIT) <= 0) {
+        if (recv(m_socket.number, m_buffer.data(), m_buffer.size(), MSG_DONTWAIT) <= 0) {
             return;
         }
     }
@@ -191,7 +217,7 @@ void Connection::closeGently() {
 void Connection::get_remote_ip_and_port(std::string& address, int& port) const {
     sockaddr_storage peer{};
     socklen_t length = sizeof peer;
-    if (getpeername(m_socket, reinterpret_cast<sockaddr*>(&peer), &length) == 0) {
+    if (getpeername(m_socket.number, reinterpret_cast<sockaddr*>(&peer), &length) == 0) {
         describe(peer, address, port);
     }
 }
@@ -199,7 +225,7 @@ void Connection::get_remote_ip_and_port(std::string& address, int& port) const {
 void Connection::get_local_ip_and_port(std::string& address, int& port) const {
     sockaddr_storage own{};
     socklen_t length = sizeof own;
-    if (getsockname(m_socket, reinterpret_cast<sockaddr*>(&own), &length) == 0) {
+    if (getsockname(m_socket.number, reinterpret_cast<sockaddr*>(&own), &length) == 0) {
         describe(own, address, port);
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/sandbox/ConnectionQueue.h"
 #include "apps/sandbox/StopSignal.h"
 
 #include <httplib.h>
@@ -20,9 +21,13 @@ public:
     /// How long a connection may stay silent between two requests.
     static constexpr std::chrono::seconds idleTime{15};
 
+    /// How long the head of a request may take, from its first byte to its last.
+    static constexpr std::chrono::seconds headTime{30};
+    /// More than any program says before a body, in bytes. The library would keep all of it.
+    static constexpr std::uint64_t largestHead = 256 * 1024;
+
     /// Takes the socket and closes it in the end.
-    Connection(int socket, const StopSignal& stop);
-    ~Connection() override;
+    Connection(int socket, const StopSignal& stop, ConnectionQueue& queue);
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
@@ -49,21 +54,39 @@ public:
     ssize_t write(const char* data, size_t size) override;
     void get_remote_ip_and_port(std::string& address, int& port) const override;
     void get_local_ip_and_port(std::string& address, int& port) const override;
-    socket_t socket() const override { return m_socket; }
+    socket_t socket() const override { return m_socket.number; }
 
 private:
     enum class Wait { Ready, TimedOut, Stopped };
-    Wait waitFor(short events, std::chrono::milliseconds time) const;
+    Wait waitFor(short events, std::chrono::milliseconds time);
     ssize_t receive(char* data, size_t size);
+    /// How long the next piece of the request may take.
+    [[nodiscard]] std::chrono::milliseconds timeForNextPiece() const;
+    /// Whether what has been read belongs to a request that a program would send.
+    [[nodiscard]] bool isWithinLimits(const char* data, size_t taken, size_t asked);
     void breakOff();
 
-    int m_socket = -1;
+    /// A socket that closes itself.
+    struct Socket {
+        explicit Socket(int socket) : number(socket) {}
+        ~Socket();
+        Socket(const Socket&) = delete;
+        Socket& operator=(const Socket&) = delete;
+        const int number;
+    };
+
+    Socket m_socket;
     const StopSignal& m_stop;
+    ConnectionQueue::Place m_place;
     std::vector<char> m_buffer;
     size_t m_begin = 0;
     size_t m_end = 0;
     bool m_broken = false;
 
+    std::chrono::steady_clock::time_point m_headDeadline;
+    std::uint64_t m_headRead = 0;
+    /// Since the last end of a line, of what the library asks for byte by byte.
+    std::uint64_t m_lineRead = 0;
     bool m_inBody = false;
     std::uint64_t m_bodyRead = 0;
     std::optional<std::uint64_t> m_bodyLength;

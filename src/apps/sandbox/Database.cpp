@@ -2,7 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <cerrno>
 #include <stdexcept>
+#include <system_error>
 
 namespace driftwell::sandbox {
 
@@ -20,9 +22,20 @@ Database::~Database() {
     sqlite3_close(m_database);
 }
 
+void Database::fail(sqlite3* database) {
+    const std::string message = std::string("database: ") + sqlite3_errmsg(database);
+    const int result = sqlite3_errcode(database);
+    const int cause = sqlite3_system_errno(database);
+    const bool isDiskTrouble = result == SQLITE_IOERR || result == SQLITE_CANTOPEN;
+    if (result == SQLITE_FULL || (isDiskTrouble && (cause == ENOSPC || cause == EDQUOT))) {
+        throw std::system_error(ENOSPC, std::generic_category(), message);
+    }
+    throw std::runtime_error(message);
+}
+
 void Database::run(const char* statements) {
     if (sqlite3_exec(m_database, statements, nullptr, nullptr, nullptr) != SQLITE_OK) {
-        throw std::runtime_error(std::string("database: ") + sqlite3_errmsg(m_database));
+        fail(m_database);
     }
 }
 
@@ -36,7 +49,7 @@ Statement::~Statement() {
 
 void Statement::check(int result) const {
     if (result != SQLITE_OK) {
-        throw std::runtime_error(std::string("database: ") + sqlite3_errmsg(m_database));
+        Database::fail(m_database);
     }
 }
 

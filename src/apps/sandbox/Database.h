@@ -11,7 +11,8 @@ struct sqlite3_stmt;
 
 namespace driftwell::sandbox {
 
-/// An open SQLite file. Not for two threads at once. Every failure is a std::runtime_error with SQLite's text.
+/// An open SQLite file. Not for two threads at once. Every failure is a std::runtime_error with SQLite's text, and a
+/// std::system_error where the disk is full.
 class Database {
 public:
     explicit Database(const std::filesystem::path& file);
@@ -25,6 +26,9 @@ public:
 private:
     friend class Statement;
     friend class Transaction;
+    /// Throws what the last call has left.
+    [[noreturn]] static void fail(sqlite3* database);
+
     sqlite3* m_database = nullptr;
 };
 

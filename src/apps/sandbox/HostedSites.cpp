@@ -131,12 +131,14 @@ void sendFile(httplib::Response& response, std::shared_ptr<OpenFile> file, Span 
         });
 }
 
-bool mayOpen(const Person& person, const Site& site) {
-    if (site.access.mode == AccessMode::Team) {
+/// A site that does not exist is the team's, like one that was not opened to anybody else: people outside the team do
+/// not learn which of the two it is.
+bool mayOpen(const Person& person, const std::optional<Site>& site) {
+    if (!site || site->access.mode == AccessMode::Team) {
         return person.membership == Membership::Team;
     }
-    const auto& emails = site.access.emails;
-    return person.email == site.owner || std::find(emails.begin(), emails.end(), person.email) != emails.end();
+    const auto& emails = site->access.emails;
+    return person.email == site->owner || std::find(emails.begin(), emails.end(), person.email) != emails.end();
 }
 
 } // namespace
@@ -154,7 +156,7 @@ void HostedSites::serve(Exchange& exchange, const std::string& name) {
         return;
     }
     auto site = m_store.site(name);
-    if (site && !admit(exchange, *site)) {
+    if (!admit(exchange, name, site)) {
         return;
     }
     // A version that is looked for may have been replaced and removed meanwhile.
@@ -170,11 +172,11 @@ void HostedSites::serve(Exchange& exchange, const std::string& name) {
     }
 }
 
-bool HostedSites::admit(Exchange& exchange, const Site& site) {
-    if (site.access.mode == AccessMode::Public) {
+bool HostedSites::admit(Exchange& exchange, const std::string& name, const std::optional<Site>& site) {
+    if (site && site->access.mode == AccessMode::Public) {
         return true;
     }
-    const Person* visitor = m_signIn.visitor(exchange, site.name);
+    const Person* visitor = m_signIn.visitor(exchange, name);
     if (visitor == nullptr) {
         exchange.redirect(302, m_signIn.loginUrlFor(exchange));
         return false;

@@ -16,8 +16,8 @@ public:
     void serve(Exchange& exchange, const std::string& site);
 
 private:
-    /// True when the visitor may go on; otherwise the exchange has its answer.
-    [[nodiscard]] bool admit(Exchange& exchange, const Site& site);
+    /// True when the visitor may go on; otherwise the exchange has its answer. Absent for a site that does not exist.
+    [[nodiscard]] bool admit(Exchange& exchange, const std::string& name, const std::optional<Site>& site);
     enum class Outcome { Answered, Missing };
     [[nodiscard]] Outcome serveFrom(Exchange& exchange, const std::string& version) const;
 

@@ -20,4 +20,9 @@ private:
     std::string m_code;
 };
 
+/// What people outside the team are told wherever they ask about the team's sites.
+[[nodiscard]] inline HttpError notOnTheTeam() {
+    return {403, "not_team", "Only team members can manage sites"};
+}
+
 } // namespace driftwell::sandbox

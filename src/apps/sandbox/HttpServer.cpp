@@ -1,5 +1,6 @@
 #include "apps/sandbox/HttpServer.h"
 
+#include "apps/sandbox/ConnectionQueue.h"
 #include "apps/sandbox/Text.h"
 
 #include <arpa/inet.h>
@@ -47,8 +48,10 @@ std::optional<std::uint64_t> declaredLength(const httplib::Request& request) {
 class HttpServer::Listener : public httplib::Server {
 public:
     explicit Listener(const StopSignal& stop) : m_stop(stop) {
-        new_task_queue = [] {
-            return new httplib::ThreadPool(threads);
+        // The library takes the queue and destroys it when it no longer listens.
+        new_task_queue = [this] {
+            m_queue = new ConnectionQueue(threads);
+            return m_queue;
         };
         set_keep_alive_timeout(Connection::idleTime.count());
         set_keep_alive_max_count(requestsPerConnection);
@@ -106,7 +109,7 @@ private:
     }
 
     bool process_and_close_socket(socket_t socket) override {
-        Connection connection(socket, m_stop);
+        Connection connection(socket, m_stop, *m_queue);
         current = &connection;
         size_t left = requestsPerConnection;
         while (left > 0 && connection.waitForRequest() == Connection::Next::Request) {
@@ -141,6 +144,7 @@ private:
 
     const StopSignal& m_stop;
     RequestHandler* m_handler = nullptr;
+    ConnectionQueue* m_queue = nullptr;
 };
 
 thread_local Connection* HttpServer::Listener::current = nullptr;

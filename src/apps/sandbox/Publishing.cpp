@@ -61,10 +61,8 @@ Unpacked Publishing::deploy(Exchange& exchange, const std::string& site, const s
     receive(exchange, file);
 
     const std::filesystem::path folder = m_folder.version(id);
-    Cleanup removeFolder([&folder] {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    });
+    // Elsewhere and one after the other: removing a deep folder keeps each level open.
+    Cleanup removeFolder([this, &folder] { m_sweeper.remove(folder); });
     std::filesystem::create_directory(folder);
     const Unpacked unpacked = unpack(file, folder, m_limits.unpacked, m_stop);
 

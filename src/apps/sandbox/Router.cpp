@@ -114,8 +114,12 @@ void Router::welcome(Exchange& exchange) {
         exchange.response().set_header("Allow", "GET, HEAD");
         throw HttpError(405, "method_not_allowed", "This page can be read only");
     }
-    const bool listed = m_parts.signIn.caller(exchange) != nullptr;
-    exchange.answerPage(200, pages::welcome(listed ? m_parts.store.sites() : std::vector<Site>(), m_port));
+    // Which sites there are is for the team to know.
+    const Person* caller = m_parts.signIn.caller(exchange);
+    if (caller != nullptr && caller->membership != Membership::Team) {
+        throw notOnTheTeam();
+    }
+    exchange.answerPage(200, pages::welcome(caller != nullptr ? m_parts.store.sites() : std::vector<Site>(), m_port));
 }
 
 } // namespace driftwell::sandbox

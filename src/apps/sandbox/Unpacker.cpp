@@ -10,12 +10,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <system_error>
-#include <unordered_set>
+#include <utility>
+#include <vector>
 
 namespace driftwell::sandbox {
 
@@ -34,13 +39,23 @@ public:
             close(m_number);
         }
     }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
     [[nodiscard]] int number() const { return m_number; }
 
 private:
     int m_number;
 };
+
+/// Deeper folders than people make, and few enough to be open at once while they are removed again.
+constexpr size_t deepestFolder = 256;
+/// The system takes no longer path, its end included (PATH_MAX).
+constexpr size_t longestName = 4096;
+/// What describes one member, in bytes of the stream. The library keeps all of it.
+constexpr std::uint64_t longestHeader = std::uint64_t{2} << 20U;
 
 HttpError badArchive(const std::string& message) {
     return {400, "bad_archive", message};
@@ -50,23 +65,23 @@ HttpError unsafeName(const std::string& name) {
     return {400, "unsafe_path", "The archive holds a name that leads out of the site: " + name};
 }
 
-/// The name without "." parts and doubled slashes; empty for the root folder itself.
-std::string safeName(const std::string& name) {
+/// The parts of the name without "." and doubled slashes; none for the root folder itself. They point into `name`.
+std::vector<std::string_view> safeParts(std::string_view name) {
+    if (name.size() >= longestName) {
+        throw badArchive("The archive holds a name that cannot be stored");
+    }
     if (name.empty() || name.front() == '/') {
-        throw unsafeName(name);
+        throw unsafeName(std::string(name));
     }
-    std::string safe;
-    for (const std::string_view part : split(name, '/')) {
-        if (part == "..") {
-            throw unsafeName(name);
-        }
-        if (part.empty() || part == ".") {
-            continue;
-        }
-        safe += safe.empty() ? "" : "/";
-        safe += part;
+    std::vector<std::string_view> parts = split(name, '/');
+    if (std::find(parts.begin(), parts.end(), "..") != parts.end()) {
+        throw unsafeName(std::string(name));
     }
-    return safe;
+    std::erase_if(parts, [](std::string_view part) { return part.empty() || part == "."; });
+    if (parts.size() > deepestFolder) {
+        throw badArchive("The archive holds folders that are nested too deep");
+    }
+    return parts;
 }
 
 void writeAll(int file, const void* data, size_t size, off_t offset) {
@@ -92,9 +107,9 @@ public:
         : m_limits(limits),
           m_stop(stop),
           m_gzip(archiveFile, streamLimit(limits), stop),
-          m_folder(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+          m_root(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
           m_archive(archive_read_new()) {
-        if (m_folder.number() < 0) {
+        if (m_root.number() < 0) {
             throw std::system_error(errno, std::generic_category(), folder.string());
         }
         archive_read_support_format_tar(m_archive.get());
@@ -102,13 +117,7 @@ public:
     }
 
     Unpacked run() {
-        archive_entry* entry = nullptr;
-        for (;;) {
-            const int result = archive_read_next_header(m_archive.get(), &entry);
-            if (result == ARCHIVE_EOF) {
-                break;
-            }
-            check(result);
+        while (archive_entry* entry = nextMember()) {
             take(entry);
         }
         // The sums at the very end count as well.
@@ -132,6 +141,7 @@ private:
         auto& unpacking = *static_cast<Unpacking*>(self);
         try {
             const auto bytes = unpacking.m_gzip.next();
+            unpacking.chargeHeader(bytes.size());
             *piece = bytes.data();
             return static_cast<la_ssize_t>(bytes.size());
         } catch (const std::exception&) {
@@ -154,6 +164,29 @@ private:
                          (reason != nullptr ? reason : "unknown reason"));
     }
 
+    /// Null at the end of the archive.
+    archive_entry* nextMember() {
+        archive_entry* entry = nullptr;
+        m_headerLeft = longestHeader;
+        const int result = archive_read_next_header(m_archive.get(), &entry);
+        m_headerLeft.reset();
+        if (result == ARCHIVE_EOF) {
+            return nullptr;
+        }
+        check(result);
+        return entry;
+    }
+
+    void chargeHeader(std::uint64_t size) {
+        if (!m_headerLeft) {
+            return;
+        }
+        if (size > *m_headerLeft) {
+            throw badArchive("The archive holds a member whose description is too long");
+        }
+        *m_headerLeft -= size;
+    }
+
     void take(archive_entry* entry) {
         if (m_stop.requested()) {
             throw HttpError(503, "stopping", "The sandbox is ending");
@@ -162,52 +195,71 @@ private:
         if (name == nullptr) {
             throw badArchive("The archive holds a member without a name");
         }
-        const std::string path = safeName(name);
+        const auto parts = safeParts(name);
+        countMember();
         const auto type = archive_entry_filetype(entry);
         // A hard link is reported as a file without contents.
         if (archive_entry_hardlink(entry) != nullptr || (type != AE_IFREG && type != AE_IFDIR)) {
             ++m_done.skipped;
         } else if (type == AE_IFDIR) {
-            makeFolder(path);
+            enterFolder(parts, Named::AsMember);
         } else {
-            writeFile(entry, path);
+            writeFile(entry, parts);
         }
+        // Not as a part of the next member's description.
+        check(archive_read_data_skip(m_archive.get()));
     }
 
-    void makeFolder(const std::string& path) {
-        if (path.empty() || m_folders.contains(path)) {
-            return;
-        }
-        const size_t slash = path.rfind('/');
-        makeFolder(slash == std::string::npos ? std::string() : path.substr(0, slash));
-        if (mkdirat(m_folder.number(), path.c_str(), 0755) != 0) {
-            refuse(path);
-        }
-        // Folders count like files: either takes an entry on the disk.
-        if (m_folders.insert(path).second) {
-            countEntry();
-        }
-    }
-
-    void countEntry() {
-        if (++m_entries > m_limits.files) {
+    /// Members count, and so does a folder that only the names of others imply: each takes an entry on the disk, or
+    /// time.
+    void countMember() {
+        if (++m_members > m_limits.files) {
             throw HttpError(413, "too_many_files",
                             "The archive holds more than " + counted(m_limits.files, "file", "files"));
         }
     }
 
-    void writeFile(archive_entry* entry, const std::string& path) {
-        if (path.empty()) {
+    enum class Named { AsMember, ByAnother };
+
+    /// Opens the folder and makes what is missing of it. Files that follow one another mostly share their folder.
+    void enterFolder(std::span<const std::string_view> parts, Named named) {
+        const bool isOpen = m_openFolder.number() >= 0;
+        if (isOpen && std::equal(parts.begin(), parts.end(), m_openParts.begin(), m_openParts.end())) {
+            return;
+        }
+        m_openParts.clear();
+        m_openFolder = Descriptor(openAt(m_root.number(), "."));
+        for (const std::string_view part : parts) {
+            const std::string name(part);
+            const bool isNew = mkdirat(m_openFolder.number(), name.c_str(), 0755) == 0;
+            if (!isNew && errno != EEXIST) {
+                refuse(name);
+            }
+            m_openFolder = Descriptor(openAt(m_openFolder.number(), name));
+            m_openParts.push_back(name);
+            const bool isMember = named == Named::AsMember && m_openParts.size() == parts.size();
+            if (isNew && !isMember) {
+                countMember();
+            }
+        }
+    }
+
+    static int openAt(int folder, const std::string& name) {
+        const int opened = openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (opened < 0) {
+            refuse(name);
+        }
+        return opened;
+    }
+
+    void writeFile(archive_entry* entry, std::span<const std::string_view> parts) {
+        if (parts.empty()) {
             throw badArchive("The archive holds a file without a name");
         }
-        const size_t slash = path.rfind('/');
-        if (slash != std::string::npos) {
-            makeFolder(path.substr(0, slash));
-        }
-        const Descriptor file(create(path));
-        const la_int64_t size = archive_entry_size(entry);
-        addBytes(size > 0 ? static_cast<std::uint64_t>(size) : 0);
-
+        enterFolder(parts.first(parts.size() - 1), Named::ByAnother);
+        const Descriptor file(create(std::string(parts.back())));
+        const auto size = static_cast<std::uint64_t>(std::max<la_int64_t>(archive_entry_size(entry), 0));
+        addBytes(size);
         const void* data = nullptr;
         size_t length = 0;
         la_int64_t offset = 0;
@@ -217,38 +269,47 @@ private:
                 break;
             }
             check(result);
+            // The pieces of a sparse file say themselves where they belong.
+            if (offset < 0 || static_cast<std::uint64_t>(offset) > size ||
+                length > size - static_cast<std::uint64_t>(offset)) {
+                throw badArchive("The archive holds a file that is larger than it says");
+            }
             writeAll(file.number(), data, length, offset);
         }
         // A sparse file may end in a hole.
-        struct stat state {};
-        if (fstat(file.number(), &state) == 0 && state.st_size < size && ftruncate(file.number(), size) != 0) {
+        if (sizeOf(file.number()) < size && ftruncate(file.number(), static_cast<off_t>(size)) != 0) {
             throw std::system_error(errno, std::generic_category(), "unpacking");
         }
     }
 
-    /// Of two members with one name the later counts, as tar itself has it.
-    int create(const std::string& path) {
+    /// A file in the folder that was entered last. Of two members with one name the later counts, as tar itself has it.
+    int create(const std::string& name) {
         constexpr int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC;
-        int file = openat(m_folder.number(), path.c_str(), flags | O_EXCL, 0644);
+        int file = openat(m_openFolder.number(), name.c_str(), flags | O_EXCL, 0644);
         if (file >= 0) {
             ++m_done.files;
-            countEntry();
             return file;
         }
         if (errno == EEXIST) {
-            file = openat(m_folder.number(), path.c_str(), flags, 0644);
+            file = openat(m_openFolder.number(), name.c_str(), flags, 0644);
         }
         if (file < 0) {
-            refuse(path);
+            refuse(name);
         }
-        struct stat state {};
-        if (fstat(file, &state) != 0 || ftruncate(file, 0) != 0) {
+        const std::uint64_t before = sizeOf(file);
+        if (ftruncate(file, 0) != 0) {
             const int reason = errno;
             close(file);
             throw std::system_error(reason, std::generic_category(), "unpacking");
         }
-        m_done.bytes -= static_cast<std::uint64_t>(state.st_size);
+        m_done.bytes -= before;
         return file;
+    }
+
+    static std::uint64_t sizeOf(int file) {
+        struct stat state {};
+        // An open file can be asked, whatever else fails.
+        return fstat(file, &state) == 0 ? static_cast<std::uint64_t>(state.st_size) : 0;
     }
 
     void addBytes(std::uint64_t size) {
@@ -264,6 +325,7 @@ private:
         case EEXIST:
         case ENOTDIR:
         case EISDIR:
+        case ELOOP:
             throw badArchive("The archive holds a file and a folder of one name: " + path);
         case ENAMETOOLONG:
         case EINVAL:
@@ -277,11 +339,15 @@ private:
     const UnpackLimits& m_limits;
     const StopSignal& m_stop;
     GzipReader m_gzip;
-    Descriptor m_folder;
+    Descriptor m_root;
     std::unique_ptr<archive, ArchiveCloser> m_archive;
     std::exception_ptr m_failure;
-    std::unordered_set<std::string> m_folders;
-    std::uint64_t m_entries = 0;
+    /// What a member's description may still take; absent while none is read.
+    std::optional<std::uint64_t> m_headerLeft;
+    /// The folder that was entered last, and its name.
+    Descriptor m_openFolder{-1};
+    std::vector<std::string> m_openParts;
+    std::uint64_t m_members = 0;
     Unpacked m_done;
 };
 

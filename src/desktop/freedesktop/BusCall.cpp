@@ -9,7 +9,7 @@
 
 namespace driftwell {
 
-void callOnBus(const QDBusConnection& bus, const QDBusMessage& call, std::chrono::milliseconds patience,
+void callOnBus(const QDBusConnection& bus, const QDBusMessage& call, std::chrono::milliseconds timeout,
                QObject* context, std::function<void(const QDBusMessage& reply)> done) {
     // Without a bus Qt would not answer at all.
     if (!bus.isConnected()) {
@@ -21,7 +21,7 @@ void callOnBus(const QDBusConnection& bus, const QDBusMessage& call, std::chrono
         });
         return;
     }
-    const QDBusPendingCall pending = bus.asyncCall(call, static_cast<int>(patience.count()));
+    const QDBusPendingCall pending = bus.asyncCall(call, static_cast<int>(timeout.count()));
     auto* watcher = new QDBusPendingCallWatcher(pending, context);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, [watcher, done = std::move(done)] {
         watcher->deleteLater();

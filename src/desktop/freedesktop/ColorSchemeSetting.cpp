@@ -1,7 +1,6 @@
 #include "desktop/freedesktop/ColorSchemeSetting.h"
 
 #include "desktop/freedesktop/BusCall.h"
-#include "desktop/freedesktop/GtkTheme.h"
 #include "desktop/freedesktop/Portal.h"
 
 #include <QDBusError>
@@ -9,6 +8,8 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QSettings>
+#include <QStandardPaths>
 
 namespace driftwell {
 
@@ -44,6 +45,25 @@ std::optional<ColorScheme> preferenceIn(const QVariant& answer) {
     }
 }
 
+bool isNameOfDarkTheme(const QString& name) {
+    return name.endsWith(QLatin1StringView("dark"), Qt::CaseInsensitive);
+}
+
+/// Whether the GTK theme that the person has chosen is a dark one, for desktops that say it in no other way: by the
+/// environment variable GTK_THEME ("NAME" or "NAME:dark"), else by gtk-3.0/settings.ini in the person's configuration
+/// folder (GtkSettings: gtk-application-prefer-dark-theme, gtk-theme-name). By convention a dark theme's name ends in
+/// "dark".
+bool gtkThemeIsDark() {
+    const QString chosen = qEnvironmentVariable("GTK_THEME");
+    if (!chosen.isEmpty()) {
+        return isNameOfDarkTheme(chosen);
+    }
+    const QString configuration = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    const QSettings settings(configuration + QStringLiteral("/gtk-3.0/settings.ini"), QSettings::IniFormat);
+    return settings.value(QStringLiteral("Settings/gtk-application-prefer-dark-theme")).toBool() ||
+           isNameOfDarkTheme(settings.value(QStringLiteral("Settings/gtk-theme-name")).toString());
+}
+
 ColorScheme schemeOfTheme() {
     const QPalette palette = QGuiApplication::palette();
     const bool isDark = palette.window().color().lightness() < palette.windowText().color().lightness();
@@ -52,9 +72,9 @@ ColorScheme schemeOfTheme() {
 
 } // namespace
 
-ColorSchemeSetting::ColorSchemeSetting(QDBusConnection bus, std::chrono::milliseconds patience)
+ColorSchemeSetting::ColorSchemeSetting(QDBusConnection bus, std::chrono::milliseconds timeout)
     : m_bus(std::move(bus)),
-      m_patience(patience),
+      m_timeout(timeout),
       m_override(overrideOfEnvironment()),
       m_value(m_override ? *m_override : schemeOfTheme()),
       m_isSettled(m_override.has_value()) {
@@ -87,7 +107,7 @@ void ColorSchemeSetting::portalSettingChanged(const QString& group, const QStrin
 
 void ColorSchemeSetting::readPortal(const QString& method) {
     const QDBusMessage question = portal::call(settingsInterface, method, {appearanceGroup, colorSchemeKey});
-    callOnBus(m_bus, question, m_patience, this, [this, method](const QDBusMessage& reply) {
+    callOnBus(m_bus, question, m_timeout, this, [this, method](const QDBusMessage& reply) {
         if (QDBusError(reply).type() == QDBusError::UnknownMethod && method != olderReadMethod) {
             readPortal(olderReadMethod);
             return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "desktop/DesktopServices.h"
+#include "desktop/WindowServices.h"
 
 #include <QDBusConnection>
 #include <QDBusVariant>
@@ -21,8 +21,8 @@ class ColorSchemeSetting : public QObject {
     Q_OBJECT
 
 public:
-    /// `patience` is how long the portal has to answer before the setting counts as settled without it.
-    ColorSchemeSetting(QDBusConnection bus, std::chrono::milliseconds patience);
+    /// `timeout` is how long the portal has to answer before the setting counts as settled without it.
+    ColorSchemeSetting(QDBusConnection bus, std::chrono::milliseconds timeout);
 
     [[nodiscard]] ColorScheme value() const { return m_value; }
 
@@ -47,7 +47,7 @@ private:
     void settle();
 
     QDBusConnection m_bus;
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_timeout;
     std::optional<ColorScheme> m_override;
     std::optional<ColorScheme> m_portalPreference;
     ColorScheme m_value;

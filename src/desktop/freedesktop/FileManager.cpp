@@ -6,8 +6,8 @@
 
 namespace driftwell {
 
-FileManager::FileManager(QDBusConnection bus, std::chrono::milliseconds patience)
-    : m_bus(std::move(bus)), m_patience(patience) {}
+FileManager::FileManager(QDBusConnection bus, std::chrono::milliseconds timeout)
+    : m_bus(std::move(bus)), m_timeout(timeout) {}
 
 void FileManager::show(const std::filesystem::path& path) {
     const std::filesystem::path absolute = std::filesystem::absolute(path);
@@ -17,7 +17,7 @@ void FileManager::show(const std::filesystem::path& path) {
     const QString noStartupId;
     message << QStringList{QString::fromLatin1(fileUrl(absolute).toEncoded())} << noStartupId;
 
-    callOnBus(m_bus, message, m_patience, this, [folder = absolute.parent_path()](const QDBusMessage& reply) {
+    callOnBus(m_bus, message, m_timeout, this, [folder = absolute.parent_path()](const QDBusMessage& reply) {
         if (reply.type() == QDBusMessage::ErrorMessage) {
             xdgOpen(fileUrl(folder));
         }

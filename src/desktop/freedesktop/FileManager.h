@@ -13,8 +13,8 @@ class FileManager : public QObject {
     Q_OBJECT
 
 public:
-    /// `patience` is how long the file manager has to answer before the folder is opened in another way.
-    FileManager(QDBusConnection bus, std::chrono::milliseconds patience);
+    /// `timeout` is how long the file manager has to answer before the folder is opened in another way.
+    FileManager(QDBusConnection bus, std::chrono::milliseconds timeout);
 
     /// Opens the folder that holds `path` with `path` selected. When nobody answers, the folder alone is opened, with
     /// the program that the person has chosen for folders.
@@ -22,7 +22,7 @@ public:
 
 private:
     QDBusConnection m_bus;
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_timeout;
 };
 
 } // namespace driftwell

@@ -5,8 +5,8 @@
 
 namespace driftwell {
 
-FolderChooser::FolderChooser(QDBusConnection bus, std::chrono::milliseconds patience)
-    : m_bus(std::move(bus)), m_patience(patience) {}
+FolderChooser::FolderChooser(QDBusConnection bus, std::chrono::milliseconds timeout)
+    : m_bus(std::move(bus)), m_timeout(timeout) {}
 
 FolderChooser::~FolderChooser() {
     m_answer.succeed(std::nullopt);
@@ -19,7 +19,7 @@ Task<std::optional<std::filesystem::path>> FolderChooser::choose(QString prompt,
     }
     // A copy of this coroutine's own, since the dialog may outlive everything else here.
     const Answer answer = m_answer = Answer();
-    show(new PortalFolderDialog(m_bus, m_patience, this), {prompt, message, m_lastPlace});
+    show(new PortalFolderDialog(m_bus, m_timeout, this), {prompt, message, m_lastPlace});
     co_return co_await answer;
 }
 

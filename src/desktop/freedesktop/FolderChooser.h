@@ -18,8 +18,8 @@ class FolderChooser : public QObject {
     Q_OBJECT
 
 public:
-    /// `patience` is how long the desktop has to show its dialog before Qt's is shown.
-    FolderChooser(QDBusConnection bus, std::chrono::milliseconds patience);
+    /// `timeout` is how long the desktop has to show its dialog before Qt's is shown.
+    FolderChooser(QDBusConnection bus, std::chrono::milliseconds timeout);
     /// Closes a dialog that is open; its question ends as if the person had cancelled.
     ~FolderChooser() override;
 
@@ -35,7 +35,7 @@ private:
     void finish(const std::optional<std::filesystem::path>& folder);
 
     QDBusConnection m_bus;
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_timeout;
     /// A child of this, or null while there is no question.
     FolderDialog* m_dialog = nullptr;
     Answer m_answer;

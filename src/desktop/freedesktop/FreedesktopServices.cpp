@@ -7,9 +7,9 @@
 
 namespace driftwell {
 
-FreedesktopServices::FreedesktopServices(QDBusConnection sessionBus, std::chrono::milliseconds patience)
-    : m_folderChooser(sessionBus, patience), m_fileManager(sessionBus, patience), m_colorScheme(sessionBus, patience) {
-    connect(&m_colorScheme, &ColorSchemeSetting::changed, this, &DesktopServices::colorSchemeChanged);
+FreedesktopServices::FreedesktopServices(QDBusConnection sessionBus, std::chrono::milliseconds timeout)
+    : m_folderChooser(sessionBus, timeout), m_fileManager(sessionBus, timeout), m_colorScheme(sessionBus, timeout) {
+    connect(&m_colorScheme, &ColorSchemeSetting::changed, this, &WindowServices::colorSchemeChanged);
     connect(&m_colorScheme, &ColorSchemeSetting::settled, this, &FreedesktopServices::colorSchemeSettled);
 }
 

@@ -4,6 +4,7 @@
 #include "desktop/freedesktop/ColorSchemeSetting.h"
 #include "desktop/freedesktop/FileManager.h"
 #include "desktop/freedesktop/FolderChooser.h"
+#include "desktop/WindowServices.h"
 
 #include <QDBusConnection>
 
@@ -16,15 +17,15 @@ namespace driftwell {
 ///
 /// Text that was copied is gone with the application, unless a clipboard manager runs, which then takes it over as the
 /// application ends: Qt sees to that on X11, and on Wayland the desktop does it or nobody.
-class FreedesktopServices final : public DesktopServices {
+class FreedesktopServices final : public WindowServices, public DesktopServices {
     Q_OBJECT
 
 public:
     /// How long another program has to begin with what it was asked to do.
-    static constexpr std::chrono::seconds usualPatience{10};
+    static constexpr std::chrono::seconds usualTimeout{10};
 
     explicit FreedesktopServices(QDBusConnection sessionBus = QDBusConnection::sessionBus(),
-                                 std::chrono::milliseconds patience = usualPatience);
+                                 std::chrono::milliseconds timeout = usualTimeout);
 
     Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message) override;
     void openUrl(const QUrl& url) override;

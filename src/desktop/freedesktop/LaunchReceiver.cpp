@@ -25,7 +25,7 @@ bool isOwnUsers(const UniqueFd& connection) {
 /// One sender, from its arrival to its end. A child of the receiver.
 class LaunchReceiver::Sender : public QObject {
 public:
-    Sender(UniqueFd connection, std::chrono::milliseconds patience, LaunchReceiver& receiver)
+    Sender(UniqueFd connection, std::chrono::milliseconds timeout, LaunchReceiver& receiver)
         : QObject(&receiver),
           m_receiver(receiver),
           m_connection(std::move(connection)),
@@ -33,7 +33,7 @@ public:
         connect(&m_readable, &QSocketNotifier::activated, this, [this] { read(); });
         connect(&m_expiry, &QTimer::timeout, this, [this] { end(std::nullopt); });
         m_expiry.setSingleShot(true);
-        m_expiry.start(patience);
+        m_expiry.start(timeout);
     }
 
 private:
@@ -75,15 +75,15 @@ private:
     std::string m_encoding;
 };
 
-LaunchReceiver::LaunchReceiver(const UniqueFd& socket, std::chrono::milliseconds patience)
-    : m_socket(socket.get()), m_patience(patience), m_arrivals(m_socket, QSocketNotifier::Read) {
+LaunchReceiver::LaunchReceiver(const UniqueFd& socket, std::chrono::milliseconds timeout)
+    : m_socket(socket.get()), m_timeout(timeout), m_arrivals(m_socket, QSocketNotifier::Read) {
     connect(&m_arrivals, &QSocketNotifier::activated, this, &LaunchReceiver::acceptSender);
 }
 
 void LaunchReceiver::acceptSender() {
     UniqueFd connection(::accept4(m_socket, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (connection && isOwnUsers(connection)) {
-        new Sender(std::move(connection), m_patience, *this);
+        new Sender(std::move(connection), m_timeout, *this);
         ++m_senders;
         m_arrivals.setEnabled(m_senders < mostSendersAtOnce);
     }

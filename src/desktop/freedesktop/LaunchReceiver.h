@@ -23,8 +23,8 @@ public:
     /// Further senders wait for one of these to end.
     static constexpr std::size_t mostSendersAtOnce = 64;
 
-    /// The socket is the owner's and stays open longer than this. `patience` is how long a sender has.
-    LaunchReceiver(const UniqueFd& socket, std::chrono::milliseconds patience);
+    /// The socket is the owner's and stays open longer than this. `timeout` is how long a sender has.
+    LaunchReceiver(const UniqueFd& socket, std::chrono::milliseconds timeout);
 
 Q_SIGNALS:
     /// The sender has been told. The receiver may be destroyed in answer to this.
@@ -37,7 +37,7 @@ private:
     void senderEnded();
 
     int m_socket;
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_timeout;
     QSocketNotifier m_arrivals;
     std::size_t m_senders = 0;
 };

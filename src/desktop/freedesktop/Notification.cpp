@@ -38,10 +38,10 @@ void close(const QDBusConnection& bus, uint id) {
 
 } // namespace
 
-Notification::Notification(QDBusConnection bus, std::chrono::milliseconds patience, const Content& content)
+Notification::Notification(QDBusConnection bus, std::chrono::milliseconds timeout, const Content& content)
     : m_bus(std::move(bus)) {
     listen();
-    send(patience, content);
+    send(timeout, content);
 }
 
 Notification::~Notification() {
@@ -60,9 +60,9 @@ void Notification::listen() {
     follow("NotificationClosed", SLOT(forget(uint)));
 }
 
-void Notification::send(std::chrono::milliseconds patience, const Content& content) {
+void Notification::send(std::chrono::milliseconds timeout, const Content& content) {
     // The answer is waited for even when the notification has ended meanwhile: what it is about would stay on screen.
-    callOnBus(m_bus, notifyCall(content), patience, qApp, [bus = m_bus, shown = m_shown](const QDBusMessage& reply) {
+    callOnBus(m_bus, notifyCall(content), timeout, qApp, [bus = m_bus, shown = m_shown](const QDBusMessage& reply) {
         if (reply.type() == QDBusMessage::ErrorMessage) {
             return;
         }

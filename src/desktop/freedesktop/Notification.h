@@ -31,8 +31,8 @@ public:
         QList<Action> actions;
     };
 
-    /// `patience` is how long the desktop has to answer.
-    Notification(QDBusConnection bus, std::chrono::milliseconds patience, const Content& content);
+    /// `timeout` is how long the desktop has to answer.
+    Notification(QDBusConnection bus, std::chrono::milliseconds timeout, const Content& content);
     ~Notification() override;
 
 Q_SIGNALS:
@@ -53,7 +53,7 @@ private:
     };
 
     void listen();
-    void send(std::chrono::milliseconds patience, const Content& content);
+    void send(std::chrono::milliseconds timeout, const Content& content);
     [[nodiscard]] bool isThis(uint id) const;
 
     QDBusConnection m_bus;

@@ -27,8 +27,7 @@ QString requestPath(const QDBusConnection& bus, const QString& token) {
 }
 
 /// A window as the portal names it. On Wayland a window has no name to give without private interfaces of Qt.
-QString parentWindow() {
-    const QWindow* window = applicationWindow();
+QString portalNameOf(const QWindow* window) {
     const bool isX11 = QGuiApplication::platformName() == QLatin1StringView("xcb");
     return window && isX11 ? QStringLiteral("x11:%1").arg(window->winId(), 0, 16) : QString();
 }
@@ -36,7 +35,8 @@ QString parentWindow() {
 QVariantMap optionsOf(const FolderQuestion& question, const QString& token) {
     QVariantMap options{{QStringLiteral("handle_token"), token},
                         {QStringLiteral("accept_label"), question.prompt},
-                        {QStringLiteral("directory"), true}};
+                        {QStringLiteral("directory"), true},
+                        {QStringLiteral("modal"), true}};
     if (question.startFolder) {
         const char endOfPath = '\0';
         options.insert(QStringLiteral("current_folder"),
@@ -47,8 +47,8 @@ QVariantMap optionsOf(const FolderQuestion& question, const QString& token) {
 
 } // namespace
 
-PortalFolderDialog::PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds patience, QObject* parent)
-    : FolderDialog(parent), m_bus(std::move(bus)), m_patience(patience) {
+PortalFolderDialog::PortalFolderDialog(QDBusConnection bus, std::chrono::milliseconds timeout, QObject* parent)
+    : FolderDialog(parent), m_bus(std::move(bus)), m_timeout(timeout) {
     auto* watcher =
         new QDBusServiceWatcher(portal::service(), m_bus, QDBusServiceWatcher::WatchForUnregistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] { end(std::nullopt); });
@@ -61,7 +61,7 @@ PortalFolderDialog::~PortalFolderDialog() {
 void PortalFolderDialog::open(const FolderQuestion& question) {
     const QDBusMessage version = portal::call(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
                                               {fileChooserInterface, QStringLiteral("version")});
-    callOnBus(m_bus, version, m_patience, this, [this, question](const QDBusMessage& reply) {
+    callOnBus(m_bus, version, m_timeout, this, [this, question](const QDBusMessage& reply) {
         if (portal::unwrapped(reply.arguments().value(0)).toUInt() >= firstVersionWithFolders) {
             ask(question);
         } else {
@@ -81,9 +81,23 @@ void PortalFolderDialog::ask(const FolderQuestion& question) {
     // Before the call, since the answer may come before the call's reply.
     followRequest(requestPath(m_bus, token));
 
+    QWindow* window = applicationWindow();
+    if (window) {
+        standBefore(*window);
+    }
     const QDBusMessage call = portal::call(fileChooserInterface, QStringLiteral("OpenFile"),
-                                           {parentWindow(), question.message, optionsOf(question, token)});
-    callOnBus(m_bus, call, m_patience, this, [this](const QDBusMessage& reply) { requestReplied(reply); });
+                                           {portalNameOf(window), question.message, optionsOf(question, token)});
+    callOnBus(m_bus, call, m_timeout, this, [this](const QDBusMessage& reply) { requestReplied(reply); });
+}
+
+void PortalFolderDialog::standBefore(QWindow& window) {
+    m_block = std::make_unique<WindowBlock>(window);
+    connect(&window, &QWindow::visibleChanged, this, [this](bool isVisible) {
+        if (!isVisible && !m_request.isEmpty()) {
+            closeRequest();
+            Q_EMIT finished(std::nullopt);
+        }
+    });
 }
 
 void PortalFolderDialog::requestReplied(const QDBusMessage& reply) {
@@ -115,6 +129,7 @@ void PortalFolderDialog::answered(uint response, const QVariantMap& results) {
 void PortalFolderDialog::end(const std::optional<std::filesystem::path>& folder) {
     if (!m_request.isEmpty()) {
         m_request.clear();
+        m_block.reset();
         Q_EMIT finished(folder);
     }
 }
@@ -124,6 +139,7 @@ void PortalFolderDialog::closeRequest() {
         m_bus.send(
             QDBusMessage::createMethodCall(portal::service(), m_request, requestInterface, QStringLiteral("Close")));
         m_request.clear();
+        m_block.reset();
     }
 }
 

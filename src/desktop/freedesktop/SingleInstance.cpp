@@ -100,8 +100,8 @@ bool handOver(const UniqueFd& connection, std::string_view request, Clock::time_
 
 SingleInstance::NoAnswer::NoAnswer() : std::runtime_error("Driftwell is already running, but it does not answer.") {}
 
-SingleInstance::SingleInstance(const std::filesystem::path& configFolder, std::chrono::milliseconds patience)
-    : m_key(keyOf(configFolder)), m_patience(patience) {}
+SingleInstance::SingleInstance(const std::filesystem::path& configFolder, std::chrono::milliseconds timeout)
+    : m_key(keyOf(configFolder)), m_timeout(timeout) {}
 
 SingleInstance::~SingleInstance() {
     // Before the lock goes, since from then on the socket of this name is another process's.
@@ -116,7 +116,7 @@ SingleInstance::Role SingleInstance::claim(const LaunchRequest& request) {
         throw std::length_error("This is more than can be handed over at once.");
     }
     m_folder = openFolder(runtimeFolder());
-    const Clock::time_point deadline = Clock::now() + m_patience;
+    const Clock::time_point deadline = Clock::now() + m_timeout;
     while (!takeLock()) {
         const UniqueFd first = connectTo(m_folder, socketName());
         if (first && handOver(first, encoded, deadline)) {
@@ -133,7 +133,7 @@ SingleInstance::Role SingleInstance::claim(const LaunchRequest& request) {
 }
 
 void SingleInstance::listen() {
-    m_receiver = std::make_unique<LaunchReceiver>(m_socket, m_patience);
+    m_receiver = std::make_unique<LaunchReceiver>(m_socket, m_timeout);
     connect(m_receiver.get(), &LaunchReceiver::received, this,
             [this](const LaunchRequest& request) { Q_EMIT activated(request.arguments, request.activationToken); });
 }

@@ -34,11 +34,11 @@ public:
     };
 
     /// How long a start waits for the first to take its request: the first may be starting itself.
-    static constexpr std::chrono::seconds usualPatience{10};
+    static constexpr std::chrono::seconds usualTimeout{10};
 
-    /// Nothing happens yet. `patience` is also how long somebody who connects has to say everything.
+    /// Nothing happens yet. `timeout` is also how long somebody who connects has to say everything.
     explicit SingleInstance(const std::filesystem::path& configFolder,
-                            std::chrono::milliseconds patience = usualPatience);
+                            std::chrono::milliseconds timeout = usualTimeout);
     ~SingleInstance() override;
 
     /// Becomes the first start, or hands the request over to the one that is. Blocks for as long as that takes. Throws
@@ -60,7 +60,7 @@ private:
     void openSocket();
 
     const std::string m_key;
-    const std::chrono::milliseconds m_patience;
+    const std::chrono::milliseconds m_timeout;
     UniqueFd m_folder;
     UniqueFd m_lock;
     UniqueFd m_socket;

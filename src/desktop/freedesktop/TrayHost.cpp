@@ -17,8 +17,8 @@ const QString watcherInterface = QStringLiteral("org.kde.StatusNotifierWatcher")
 
 } // namespace
 
-TrayHost::TrayHost(QDBusConnection bus, std::chrono::milliseconds patience, std::chrono::milliseconds grace)
-    : m_bus(std::move(bus)), m_patience(patience) {
+TrayHost::TrayHost(QDBusConnection bus, std::chrono::milliseconds timeout, std::chrono::milliseconds grace)
+    : m_bus(std::move(bus)), m_timeout(timeout) {
     m_grace.setSingleShot(true);
     m_grace.setInterval(grace);
     connect(&m_grace, &QTimer::timeout, this, &TrayHost::considerOlderTray);
@@ -40,7 +40,7 @@ void TrayHost::ask() {
     QDBusMessage question = QDBusMessage::createMethodCall(
         watcherName, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     question << watcherInterface << QStringLiteral("IsStatusNotifierHostRegistered");
-    callOnBus(m_bus, question, m_patience, this, [this](const QDBusMessage& reply) { takeAnswer(reply); });
+    callOnBus(m_bus, question, m_timeout, this, [this](const QDBusMessage& reply) { takeAnswer(reply); });
 }
 
 void TrayHost::takeAnswer(const QDBusMessage& reply) {

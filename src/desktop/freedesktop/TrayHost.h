@@ -23,9 +23,9 @@ public:
     /// A panel that has both kinds may come up with the older one first.
     static constexpr std::chrono::seconds usualGrace{2};
 
-    /// `patience` is how long the watcher has to answer, `grace` how long a tray of the older kind stands alone before
+    /// `timeout` is how long the watcher has to answer, `grace` how long a tray of the older kind stands alone before
     /// it is used.
-    TrayHost(QDBusConnection bus, std::chrono::milliseconds patience, std::chrono::milliseconds grace = usualGrace);
+    TrayHost(QDBusConnection bus, std::chrono::milliseconds timeout, std::chrono::milliseconds grace = usualGrace);
 
     /// False until it is settled, unless there is a tray of the older kind.
     [[nodiscard]] bool isPresent() const { return m_hasHost || m_olderTray.isPresent(); }
@@ -49,7 +49,7 @@ private:
     void considerOlderTray();
 
     QDBusConnection m_bus;
-    std::chrono::milliseconds m_patience;
+    std::chrono::milliseconds m_timeout;
     X11Tray m_olderTray;
     QTimer m_grace;
     bool m_hasHost = false;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace driftwell::tests {
@@ -20,6 +22,15 @@ struct Member {
     std::string target = {};
 };
 [[nodiscard]] std::string archiveOf(const std::vector<Member>& members);
+
+/// One header of an archive (512 bytes, ustar), for what no library would write. The name has at most 100 bytes.
+[[nodiscard]] std::string rawHeader(const std::string& name, char type, std::uint64_t size);
+/// Content as it follows a header, filled up to whole blocks.
+[[nodiscard]] std::string rawContent(const std::string& content);
+/// A member that says more about the next one than its header can ("x" of the pax format): keys and values.
+[[nodiscard]] std::string rawAttributes(const std::vector<std::pair<std::string, std::string>>& attributes);
+/// An archive of raw pieces, compressed.
+[[nodiscard]] std::string rawArchive(const std::string& pieces);
 
 /// An archive of one page with this text.
 [[nodiscard]] std::string pageArchive(const std::string& text);

@@ -12,8 +12,8 @@
 namespace driftwell::tests {
 
 RawConnection::RawConnection(int port) : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const timeval patience{.tv_sec = 10, .tv_usec = 0};
-    setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const timeval timeout{.tv_sec = 10, .tv_usec = 0};
+    setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port));

@@ -27,14 +27,15 @@ struct Child {
 
 enum class Errors { Inherited, Piped };
 
-Child start(const std::vector<std::string>& arguments, Errors errors) {
+/// `command` begins with the full path of the program.
+Child start(const std::vector<std::string>& command, Errors errors) {
     int output[2];
     int problems[2] = {-1, -1};
     if (pipe2(output, O_CLOEXEC) != 0 || (errors == Errors::Piped && pipe2(problems, O_CLOEXEC) != 0)) {
         throw std::system_error(errno, std::generic_category(), "pipe");
     }
-    std::vector<const char*> argv = {DRIFTWELL_SANDBOX};
-    for (const std::string& argument : arguments) {
+    std::vector<const char*> argv;
+    for (const std::string& argument : command) {
         argv.push_back(argument.c_str());
     }
     argv.push_back(nullptr);
@@ -56,6 +57,28 @@ Child start(const std::vector<std::string>& arguments, Errors errors) {
         close(problems[1]);
     }
     return {pid, output[0], problems[0]};
+}
+
+std::vector<std::string> commandOf(const std::vector<std::string>& arguments) {
+    std::vector<std::string> command = {DRIFTWELL_SANDBOX};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return command;
+}
+
+/// Mounts the disk where nobody else sees it, and becomes the command.
+std::vector<std::string> onDisk(SmallDisk disk, const std::string& folder, const std::vector<std::string>& command) {
+    const std::string script = R"(mount -t tmpfs -o "size=$1m" tmpfs "$2" && shift 2 && exec "$@")";
+    std::vector<std::string> whole = {"/usr/bin/unshare",
+                                      "--map-root-user",
+                                      "--mount",
+                                      "/bin/sh",
+                                      "-c",
+                                      script,
+                                      "sh",
+                                      std::to_string(disk.megabytes),
+                                      folder};
+    whole.insert(whole.end(), command.begin(), command.end());
+    return whole;
 }
 
 std::string readToEnd(int pipe) {
@@ -83,8 +106,8 @@ int waitForEnd(pid_t pid) {
 
 std::string readLine(int pipe) {
     std::string line;
-    const auto deadline = steady_clock::now() + std::chrono::seconds(60);
-    while (steady_clock::now() < deadline) {
+    const auto end = steady_clock::now() + deadline;
+    while (steady_clock::now() < end) {
         pollfd watched{.fd = pipe, .events = POLLIN, .revents = 0};
         char character = 0;
         if (poll(&watched, 1, 100) <= 0) {
@@ -102,9 +125,9 @@ std::string readLine(int pipe) {
 } // namespace
 
 bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds time) {
-    const auto deadline = steady_clock::now() + time;
+    const auto end = steady_clock::now() + time;
     while (!condition()) {
-        if (steady_clock::now() > deadline) {
+        if (steady_clock::now() > end) {
             return false;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
@@ -113,7 +136,7 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds
 }
 
 Ended runSandbox(const std::vector<std::string>& arguments) {
-    const Child child = start(arguments, Errors::Piped);
+    const Child child = start(commandOf(arguments), Errors::Piped);
     Ended ended;
     std::thread errors([&] { ended.errors = readToEnd(child.errors); });
     ended.output = readToEnd(child.output);
@@ -122,9 +145,11 @@ Ended runSandbox(const std::vector<std::string>& arguments) {
     return ended;
 }
 
-SandboxProcess::SandboxProcess(const std::string& dataFolder, std::vector<std::string> arguments) {
+SandboxProcess::SandboxProcess(const std::string& dataFolder, std::vector<std::string> arguments,
+                               std::optional<SmallDisk> disk) {
     arguments.insert(arguments.end(), {"--port", "0", "--data", dataFolder});
-    const Child child = start(arguments, Errors::Inherited);
+    const Child child =
+        start(disk ? onDisk(*disk, dataFolder, commandOf(arguments)) : commandOf(arguments), Errors::Inherited);
     m_pid = child.pid;
     m_readyLine = readLine(child.output);
     const std::string expected = "Driftwell sandbox: http://driftwell.localhost:";

@@ -1,17 +1,19 @@
 #pragma once
 
+#include "tests/Deadline.h"
+
 #include <sys/types.h>
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace driftwell::tests {
 
 /// Waits until the condition holds; false when it does not within the time.
-[[nodiscard]] bool waitUntil(const std::function<bool()>& condition,
-                             std::chrono::milliseconds time = std::chrono::seconds(60));
+[[nodiscard]] bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds time = deadline);
 
 /// What a program that was run to its end left.
 struct Ended {
@@ -23,11 +25,17 @@ struct Ended {
 /// Runs the sandbox to its end: for --help and for starts that fail.
 [[nodiscard]] Ended runSandbox(const std::vector<std::string>& arguments);
 
+/// A file system of its own for the data folder, which only the program sees.
+struct SmallDisk {
+    int megabytes = 0;
+};
+
 /// The real program as a child, on a free port. It dies with the test.
 class SandboxProcess {
 public:
     /// Returns when the program is ready, and throws when it does not get there.
-    explicit SandboxProcess(const std::string& dataFolder, std::vector<std::string> arguments = {});
+    explicit SandboxProcess(const std::string& dataFolder, std::vector<std::string> arguments = {},
+                            std::optional<SmallDisk> disk = {});
     ~SandboxProcess();
     SandboxProcess(const SandboxProcess&) = delete;
     SandboxProcess& operator=(const SandboxProcess&) = delete;

@@ -1,0 +1,143 @@
+#pragma once
+
+#include "core/Catalog.h"
+#include "platform/Models.h"
+#include "platform/PlatformConfig.h"
+#include "platform/Timestamp.h"
+#include "support/Sleep.h"
+#include "support/Task.h"
+#include "support/TaskGroup.h"
+
+#include <QObject>
+#include <QProperty>
+
+#include <filesystem>
+#include <optional>
+#include <stop_token>
+
+namespace driftwell {
+
+class PlatformClient;
+class PlatformError;
+
+/// The connection to the platform: which one it is, who we are there, how it stands, and the polling that keeps it and
+/// the catalog current. Confined to the main thread.
+class Connection final : public QObject {
+    Q_OBJECT
+
+public:
+    /// The connection as a whole.
+    ///
+    /// | status | meaning | what comes next |
+    /// |---|---|---|
+    /// | Unreachable | the last attempt failed | another in `retryIn` seconds |
+    /// | NotTeam | the platform refuses this person, in the words of `text` | another attempt every 5 seconds |
+    /// | NoHost | no platform is configured | setHost() |
+    /// | Connecting | a connection is being made or awaited | the refresh under way decides |
+    /// | Connected | the last refresh succeeded | another every 10 seconds |
+    /// | SignedOut | no token, or one that the platform refuses | another attempt every 5 seconds |
+    struct Status {
+        enum class Kind { Unreachable, NotTeam, NoHost, Connecting, Connected, SignedOut };
+
+        Kind kind = Kind::Connecting;
+        /// Seconds, for Unreachable.
+        int retryIn = 0;
+        /// For NotTeam.
+        QString text;
+
+        [[nodiscard]] static Status unreachable(int retryIn) { return {Kind::Unreachable, retryIn, {}}; }
+        [[nodiscard]] static Status notTeam(QString text) { return {Kind::NotTeam, 0, std::move(text)}; }
+        [[nodiscard]] static Status noHost() { return {Kind::NoHost, 0, {}}; }
+        [[nodiscard]] static Status connecting() { return {Kind::Connecting, 0, {}}; }
+        [[nodiscard]] static Status connected() { return {Kind::Connected, 0, {}}; }
+        [[nodiscard]] static Status signedOut() { return {Kind::SignedOut, 0, {}}; }
+
+        bool operator==(const Status&) const = default;
+    };
+
+    /// Whose answers count: a platform, and the token that it was asked with. An answer to another session than the
+    /// present one is discarded.
+    struct Session {
+        PlatformConfig config;
+        std::optional<QString> token;
+        bool operator==(const Session&) const = default;
+    };
+
+    /// The client and the catalog outlive the connection. No work starts before start() or an operation.
+    Connection(PlatformClient& client, Catalog& catalog, Sleeper sleep = sleepFor);
+    ~Connection() override;
+
+    [[nodiscard]] std::optional<PlatformConfig> config() const { return m_config; }
+    [[nodiscard]] Status status() const { return m_status; }
+    [[nodiscard]] std::optional<Identity> identity() const { return m_identity; }
+    /// When the last refresh succeeded.
+    [[nodiscard]] std::optional<Timestamp> lastSync() const { return m_lastSync; }
+    /// The platform's own checkout on this machine.
+    [[nodiscard]] std::optional<std::filesystem::path> localRepo() const { return m_localRepo; }
+
+    /// Absent without a platform.
+    [[nodiscard]] std::optional<Session> session() const;
+
+    /// Throws Cancelled when the session is not the present one any more.
+    void requireCurrent(const Session& session) const;
+
+    /// Reads the configuration and starts the polling. Later calls do nothing.
+    void start();
+
+    /// Stops the polling and every refresh, and resumes when they have ended.
+    Task<> end();
+
+    /// Reads the host and the local checkout from the environment and the session file.
+    void reloadConfig();
+
+    /// Connects to a platform for this run, whatever is configured, and asks it nothing yet.
+    void use(const PlatformConfig& config);
+
+    /// Connects to the platform that the person typed and remembers it. Does nothing for blanks. A failure to write is
+    /// not reported; the platform then holds for this run.
+    void setHost(const QString& host);
+
+    /// One round of questions to the platform; its outcome is the status. Throws nothing. Refreshes may overlap; the
+    /// last to write wins. A stopped one leaves the status as it was.
+    Task<> refresh(std::stop_token stop = {});
+
+    /// A person has signed in to a platform; a refresh is to follow. They are nobody on another platform, if that is
+    /// the one by now.
+    void enter(const PlatformConfig& config, const Identity& person);
+
+    /// Forgets the person and what was fetched for them.
+    void leave();
+
+Q_SIGNALS:
+    void configChanged();
+    void statusChanged();
+    void identityChanged();
+    void lastSyncChanged();
+    void localRepoChanged();
+    /// A refresh has succeeded and all of it is in place.
+    void refreshed();
+
+private:
+    Task<> refreshLoop();
+    Task<> waitForNextRefresh(std::stop_token stop);
+    Task<> countDown(std::stop_token stop);
+    Task<> ask(std::stop_token stop);
+    Task<> askAs(Session session, std::stop_token stop);
+    Task<> fetchLists(Session session, std::stop_token stop);
+    void settleFailure(const Session& asked, const std::exception& failure);
+
+    PlatformClient& m_client;
+    Catalog& m_catalog;
+    Sleeper m_sleep;
+    bool m_started = false;
+    TaskGroup m_tasks;
+
+    Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<PlatformConfig>, m_config, &Connection::configChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Connection, Connection::Status, m_status, &Connection::statusChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<Identity>, m_identity, &Connection::identityChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<Timestamp>, m_lastSync, &Connection::lastSyncChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<std::filesystem::path>, m_localRepo,
+                               &Connection::localRepoChanged)
+};
+
+} // namespace driftwell

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "support/Task.h"
+#include "support/TaskGroup.h"
+
+#include <QObject>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+
+namespace driftwell {
+
+class Connection;
+class DesktopServices;
+class Gates;
+
+/// How a folder that the person chooses, or that comes from outside the window, becomes a deployment. Confined to the
+/// main thread.
+class NewProject final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Opens a deployment of a folder.
+    using Begin = std::function<void(const std::filesystem::path& folder)>;
+
+    /// The connection, the gates and the desktop outlive this.
+    NewProject(Connection& connection, Gates& gates, DesktopServices& desktop, Begin begin);
+    ~NewProject() override;
+
+    /// Asks for a folder and opens a deployment of it.
+    void chooseFolderAndDeploy();
+
+    // For what comes while nobody looks at the window, from a file manager or a terminal.
+
+    /// Opens a deployment of the folder as soon as a platform can take it: at once, or once the introduction has been
+    /// gone through, a platform is chosen and reached, and it knows the person. The newest folder is the one that
+    /// counts.
+    void deployWhenPossible(const std::filesystem::path& folder);
+
+    /// The same for a folder that is asked for at once.
+    void chooseFolderAndDeployWhenPossible();
+
+    /// Waits for no answer any more, and resumes when nothing does.
+    Task<> end();
+
+private:
+    Task<> chooseFolder(Begin then);
+    void deployWaiting();
+
+    Connection& m_connection;
+    Gates& m_gates;
+    DesktopServices& m_desktop;
+    Begin m_begin;
+    /// The folder that waits until it can be deployed.
+    std::optional<std::filesystem::path> m_waiting;
+    TaskGroup m_tasks;
+};
+
+} // namespace driftwell

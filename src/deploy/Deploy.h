@@ -1,0 +1,36 @@
+#pragma once
+
+#include "deploy/DeployResult.h"
+#include "deploy/DeployStage.h"
+#include "platform/PlatformConfig.h"
+#include "support/Task.h"
+
+#include <QString>
+
+#include <filesystem>
+#include <functional>
+#include <stop_token>
+
+namespace driftwell {
+
+class PlatformClient;
+
+/// How a deployment is stopped.
+struct DeployStops {
+    /// A person's cancel. One that comes while the archive is being packed takes effect when packing has ended.
+    std::stop_token cancel = {};
+    /// The end of the process, which interrupts packing too.
+    std::stop_token end = {};
+};
+
+/// Publishes a folder: scans, packs and uploads it.
+///
+/// `site` is a valid site name. `onStage` is called from any thread, several times in quick succession. Throws
+/// PlatformError, std::system_error for a failure of this machine, and Cancelled; the folder is untouched and no
+/// temporary file is left in every case. The client outlives the call, or the stop for the process's end is requested
+/// before it goes.
+[[nodiscard]] Task<DeployResult> deploy(PlatformClient& client, std::filesystem::path folder, QString site,
+                                        PlatformConfig config, std::function<void(DeployStage)> onStage,
+                                        DeployStops stops);
+
+} // namespace driftwell

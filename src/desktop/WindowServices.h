@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+namespace driftwell {
+
+/// Whether the person works on a dark or a light desktop.
+enum class ColorScheme { Light, Dark };
+
+/// What the windows ask of the desktop that they are shown on. An interface, so that the tests can stand in for one.
+/// Used on the main thread; the owner outlives every call.
+class WindowServices : public QObject {
+    Q_OBJECT
+
+public:
+    /// Replaces the clipboard's content.
+    virtual void copyText(const QString& text) = 0;
+
+    [[nodiscard]] virtual ColorScheme colorScheme() const = 0;
+
+Q_SIGNALS:
+    void colorSchemeChanged();
+};
+
+} // namespace driftwell

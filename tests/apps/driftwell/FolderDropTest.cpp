@@ -1,0 +1,177 @@
+#include "apps/driftwell/FolderDrop.h"
+
+#include "tests/ui/UiFixture.h"
+
+#include <QCoreApplication>
+#include <QDragEnterEvent>
+#include <QMimeData>
+
+#include <gmock/gmock.h>
+
+namespace driftwell::tests {
+namespace {
+
+/// What is dragged, as a file manager offers it.
+std::unique_ptr<QMimeData> dragged(const QByteArray& uriList) {
+    auto data = std::make_unique<QMimeData>();
+    data->setData(QStringLiteral("text/uri-list"), uriList);
+    return data;
+}
+
+std::optional<std::filesystem::path> firstFile(const QByteArray& uriList) {
+    return FolderDrop::firstFile(*dragged(uriList));
+}
+
+TEST(FolderDropFirstFileTest, OneFileIsTaken) {
+    EXPECT_EQ(firstFile("file:///srv/garden\r\n"), "/srv/garden");
+}
+
+TEST(FolderDropFirstFileTest, OfTwoFoldersTheFirstIsTaken) {
+    EXPECT_EQ(firstFile("file:///srv/garden\r\nfile:///srv/bakery\r\n"), "/srv/garden");
+}
+
+TEST(FolderDropFirstFileTest, WhatIsNoFileIsPassedOver) {
+    EXPECT_EQ(firstFile("https://sites.test/\r\nfile:///srv/bakery\r\n"), "/srv/bakery");
+}
+
+TEST(FolderDropFirstFileTest, AFileOnAnotherMachineIsPassedOver) {
+    EXPECT_EQ(firstFile("file://elsewhere/srv/garden\r\nfile:///srv/bakery\r\n"), "/srv/bakery");
+}
+
+TEST(FolderDropFirstFileTest, WithoutAFileThereIsNone) {
+    EXPECT_EQ(firstFile("https://sites.test/\r\n"), std::nullopt);
+    EXPECT_EQ(firstFile(""), std::nullopt);
+    QMimeData text;
+    text.setText(QStringLiteral("/srv/garden"));
+    EXPECT_EQ(FolderDrop::firstFile(text), std::nullopt);
+}
+
+TEST(FolderDropFirstFileTest, ANameThatIsNoTextSurvives) {
+    EXPECT_EQ(firstFile("file:///srv/gar%FFden\r\n"), "/srv/gar\xff"
+                                                      "den");
+}
+
+class FolderDropTest : public UiFixture {
+protected:
+    void SetUp() override {
+        m_model = std::make_unique<MainWindowModel>(model(), desktop);
+        m_drop = std::make_unique<FolderDrop>(m_window, *m_model);
+    }
+
+    void TearDown() override {
+        m_drop.reset();
+        m_model.reset();
+        UiFixture::TearDown();
+    }
+
+    [[nodiscard]] MainWindowModel& window() { return *m_model; }
+
+    [[nodiscard]] static QByteArray address(const std::filesystem::path& path) {
+        return "file://" + QByteArray(path.c_str()) + "\r\n";
+    }
+
+    /// Whether the window takes it.
+    bool enter(const QByteArray& uriList) {
+        const std::unique_ptr<QMimeData> data = dragged(uriList);
+        QDragEnterEvent event({10, 10}, Qt::CopyAction | Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        return send(event);
+    }
+    bool move(const QByteArray& uriList) {
+        const std::unique_ptr<QMimeData> data = dragged(uriList);
+        QDragMoveEvent event({20, 20}, Qt::CopyAction | Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        return send(event);
+    }
+    bool drop(const QByteArray& uriList) {
+        const std::unique_ptr<QMimeData> data = dragged(uriList);
+        QDropEvent event({20, 20}, Qt::CopyAction | Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        event.setDropAction(Qt::MoveAction);
+        return send(event);
+    }
+    void leave() {
+        QDragLeaveEvent event;
+        QCoreApplication::sendEvent(&m_window, &event);
+    }
+
+private:
+    bool send(QDropEvent& event) {
+        event.ignore();
+        QCoreApplication::sendEvent(&m_window, &event);
+        EXPECT_TRUE(!event.isAccepted() || event.dropAction() == Qt::CopyAction) << "the files stay where they are";
+        return event.isAccepted();
+    }
+
+    QWindow m_window;
+    std::unique_ptr<MainWindowModel> m_model;
+    std::unique_ptr<FolderDrop> m_drop;
+};
+
+TEST_F(FolderDropTest, AFolderThatHoversIsWelcomed) {
+    become(Kind::Connected);
+    EXPECT_TRUE(enter(address(siteFolder("garden"))));
+    EXPECT_TRUE(window().isDropOverlayVisible());
+    EXPECT_TRUE(move(address(siteFolder("garden"))));
+    EXPECT_TRUE(window().isDropOverlayVisible());
+}
+
+TEST_F(FolderDropTest, AFolderThatLeavesIsForgotten) {
+    become(Kind::Connected);
+    enter(address(siteFolder("garden")));
+    leave();
+    EXPECT_FALSE(window().isDropTargeted());
+}
+
+TEST_F(FolderDropTest, ADroppedFolderOpensADeployment) {
+    become(Kind::Connected);
+    enter(address(siteFolder("garden")));
+    EXPECT_TRUE(drop(address(siteFolder("garden"))));
+    EXPECT_FALSE(window().isDropTargeted());
+    ASSERT_TRUE(model().deployments().deployFlow());
+    EXPECT_EQ(model().deployments().deployFlow()->folder(), siteFolder("garden"));
+}
+
+TEST_F(FolderDropTest, OfTwoFoldersTheFirstIsDeployed) {
+    become(Kind::Connected);
+    EXPECT_TRUE(drop(address(siteFolder("garden")) + address(siteFolder("bakery"))));
+    ASSERT_TRUE(model().deployments().deployFlow());
+    EXPECT_EQ(model().deployments().deployFlow()->folder(), siteFolder("garden"));
+}
+
+TEST_F(FolderDropTest, WhatIsNoFileIsRefused) {
+    become(Kind::Connected);
+    EXPECT_FALSE(enter("https://sites.test/\r\n"));
+    EXPECT_FALSE(window().isDropTargeted());
+    EXPECT_FALSE(drop("https://sites.test/\r\n"));
+    EXPECT_FALSE(model().deployments().deployFlow());
+}
+
+TEST_F(FolderDropTest, AFolderThatCannotBeDeployedIsRefused) {
+    for (const Kind kind : {Kind::Unreachable, Kind::NotTeam, Kind::NoHost, Kind::SignedOut}) {
+        become(kind);
+        EXPECT_FALSE(enter(address(siteFolder("garden"))));
+        EXPECT_FALSE(window().isDropOverlayVisible());
+        EXPECT_FALSE(drop(address(siteFolder("garden"))));
+        EXPECT_FALSE(model().deployments().deployFlow());
+        EXPECT_FALSE(window().isDropTargeted());
+    }
+}
+
+TEST_F(FolderDropTest, WhileTheIntroductionIsShownADropIsRefused) {
+    // The window of the other tests has been made for a person who has gone through it.
+    TearDown();
+    folder().write("defaults.ini", "[General]\nonboardingCompleted=false\n");
+    SetUp();
+    become(Kind::Connected);
+    EXPECT_FALSE(enter(address(siteFolder("garden"))));
+    EXPECT_FALSE(window().isDropOverlayVisible());
+    EXPECT_FALSE(drop(address(siteFolder("garden"))));
+    EXPECT_FALSE(model().deployments().deployFlow());
+}
+
+TEST_F(FolderDropTest, ADroppedFileOpensNothing) {
+    become(Kind::Connected);
+    drop(address(siteFolder("garden") / "index.html"));
+    EXPECT_FALSE(model().deployments().deployFlow());
+}
+
+} // namespace
+} // namespace driftwell::tests

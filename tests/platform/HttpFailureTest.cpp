@@ -1,0 +1,48 @@
+#include "platform/HttpFailure.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace driftwell {
+namespace {
+
+const QByteArray url = "https://Sites.example.org:8443/api/me";
+const HttpProxy proxy{QStringLiteral("proxy.example.org"), 3128};
+
+std::string textOf(const HttpFailure& failure) {
+    return describeHttpFailure(failure).toStdString();
+}
+
+TEST(HttpFailureTest, GivesTheSystemsReasonForAConnectionThatCouldNotBeMade) {
+    EXPECT_EQ(textOf({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = ECONNREFUSED}),
+              "Could not connect to sites.example.org: Connection refused");
+}
+
+TEST(HttpFailureTest, GivesNoReasonWhereTheSystemHasNone) {
+    EXPECT_EQ(textOf({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = 0}),
+              "Could not connect to sites.example.org.");
+}
+
+TEST(HttpFailureTest, SaysWhatToDoWithoutDescriptorsWhateverLibcurlCallsIt) {
+    for (const CURLcode code : {CURLE_COULDNT_CONNECT, CURLE_COULDNT_RESOLVE_HOST, CURLE_OUT_OF_MEMORY}) {
+        EXPECT_EQ(textOf({.code = code, .url = url, .systemError = EMFILE}),
+                  "Too many open files. Close some programs, or raise the limit of open files (ulimit -n).");
+    }
+}
+
+TEST(HttpFailureTest, GivesLibcurlsWordsWhereItHasNoneOfItsOwn) {
+    EXPECT_EQ(textOf({.code = CURLE_BAD_CONTENT_ENCODING, .url = url, .detail = "the detail"}), "the detail");
+    EXPECT_EQ(textOf({.code = CURLE_BAD_CONTENT_ENCODING, .url = url}), curl_easy_strerror(CURLE_BAD_CONTENT_ENCODING));
+}
+
+TEST(HttpFailureTest, NamesTheProxyAndItsStatus) {
+    EXPECT_EQ(textOf({.code = CURLE_RECV_ERROR, .url = url, .proxy = proxy, .proxyStatus = 403}),
+              "The proxy proxy.example.org:3128 did not connect to sites.example.org: HTTP 403");
+    EXPECT_EQ(textOf({.code = CURLE_RECV_ERROR, .url = url, .proxy = proxy, .proxyStatus = 200}),
+              "The connection to sites.example.org through the proxy proxy.example.org:3128 was lost.");
+    EXPECT_EQ(textOf({.code = CURLE_RECV_ERROR, .url = url}), "The connection to sites.example.org was lost.");
+}
+
+} // namespace
+} // namespace driftwell
