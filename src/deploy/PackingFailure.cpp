@@ -39,7 +39,8 @@ std::optional<QString> failureOf(int root, const std::string& path, const Folder
         return lineBreakText(path);
     }
     if (!fitsNameFields(path)) {
-        return QStringLiteral("the path of “%1” is too long: at most 100 bytes are possible in the name and 155 before it")
+        return QStringLiteral(
+                   "the path of “%1” is too long: at most 100 bytes are possible in the name and 155 before it")
             .arg(shown(path));
     }
     if (scanned.size > mostBytes) {
@@ -121,7 +122,8 @@ std::optional<std::string_view> pathWithLineBreak(const FolderScan& files) {
 std::optional<QString> findPackingFailure(int root, const FolderScan& files,
                                           const std::filesystem::path& workingFolder) {
     if (isFull(workingFolder)) {
-        return QStringLiteral("there is no room left in %1").arg(QString::fromStdString(workingFolder.parent_path().string()));
+        return QStringLiteral("there is no room left in %1")
+            .arg(QString::fromStdString(workingFolder.parent_path().string()));
     }
     for (std::size_t i = 0; i < files.paths.size(); ++i) {
         if (const std::optional<QString> failure = failureOf(root, files.paths[i], files.attributes[i])) {

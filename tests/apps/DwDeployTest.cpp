@@ -59,7 +59,35 @@ TEST_F(DwDeploy, WithJsonThereIsNothingButTheObject) {
                             {"url", "http://site.driftwell.localhost:" + sandbox.port() + "/"},
                             {"bytes", 8},
                             {"files", 2},
-                            {"skipped", 0}}));
+                            {"skipped", 0},
+                            {"sent", 2},
+                            {"unreadable", {{"count", 0}, {"names", json::array()}}}}));
+}
+
+TEST_F(DwDeploy, SaysWhatItCouldNotReadAndPublishesTheRest) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    const std::filesystem::path site =
+        folder("site", {{"index.html", "x"}, {"a/locked/b.html", "x"}, {"private/c.html", "x"}});
+    for (const char* name : {"a/locked", "private"}) {
+        ::chmod((site / name).c_str(), 0);
+    }
+    const std::string said = "2 folders could not be read and are missing on the site: a/locked, private\n";
+    const Ending dryRun = runDw({"deploy", "site", "--dry-run"});
+    const Ending plain = runDw({"deploy", "site"});
+    const json shown = onlyObject(runDw({"deploy", "site", "--dry-run", "--json"}).output);
+    const json published = onlyObject(runDw({"deploy", "site", "--json"}).output);
+    for (const char* name : {"a/locked", "private"}) {
+        ::chmod((site / name).c_str(), 0700);
+    }
+    EXPECT_EQ(dryRun.exitCode, 0);
+    EXPECT_THAT(dryRun.error, testing::EndsWith(said));
+    EXPECT_EQ(plain.exitCode, 0);
+    EXPECT_THAT(plain.error, testing::EndsWith(said));
+    const json expected{{"count", 2}, {"names", {"a/locked", "private"}}};
+    EXPECT_EQ(shown.at("unreadable"), expected);
+    EXPECT_EQ(published.at("unreadable"), expected);
+    EXPECT_EQ(published.at("sent"), 1);
 }
 
 TEST_F(DwDeploy, PublishesThePresentFolderWhenNoneIsNamed) {
@@ -225,14 +253,27 @@ TEST_F(DwDeploy, EndsEvenWhenTheDeploymentFailsBeforeAnybodyWaitsForIt) {
     }
 }
 
-TEST_F(DwDeploy, NoRoomForTemporaryFilesIsAFailureOfThisMachine) {
+TEST_F(DwDeploy, MakesTheTemporaryFolderWhereItIsMissing) {
     const Sandbox sandbox;
     useHost(sandbox.address());
     folder("site", {{"index.html", "x"}});
-    setVariable("TMPDIR", home() / "nowhere");
+    setVariable("TMPDIR", home() / "no/where");
+    EXPECT_EQ(runDw({"deploy", "site"}).exitCode, 0);
+    EXPECT_EQ(sandbox.visit("site").body, "x");
+    EXPECT_TRUE(std::filesystem::is_empty(home() / "no/where"));
+}
+
+TEST_F(DwDeploy, NamesATemporaryFolderThatCannotBeMade) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"index.html", "x"}});
+    const std::filesystem::path place = home() / "site/index.html/below";
+    setVariable("TMPDIR", place);
     const Ending ending = runDw({"deploy", "site", "--json"});
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(onlyObject(ending.output).at("error").at("kind"), "system");
+    const json error = onlyObject(ending.output).at("error");
+    EXPECT_EQ(error.at("kind"), "system");
+    EXPECT_THAT(error.at("message").get<std::string>(), testing::HasSubstr(place.string()));
     EXPECT_THAT(sandbox.sites(), IsEmpty());
 }
 

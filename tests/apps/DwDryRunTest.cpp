@@ -41,6 +41,7 @@ TEST_F(DwDryRun, WithJsonIsOneObject) {
                     {"site", "site"},
                     {"bytes", 6},
                     {"files", 2},
+                    {"unreadable", {{"count", 0}, {"names", json::array()}}},
                     {"entries", {{{"path", "a/b.txt"}, {"size", 1}}, {{"path", "index.html"}, {"size", 5}}}}}));
 }
 

@@ -158,6 +158,23 @@ TEST_F(DwFailure, AnAnswerThatSaysNotOkIsNoPublishedSite) {
     }
 }
 
+TEST_F(DwFailure, APlatformThatSpeaksOfOtherFilesThanItWasSentIsTold) {
+    json answer{{"ok", true},  {"site", "site"}, {"url", "http://site.test/"},
+                {"bytes", 10}, {"files", 5},     {"skipped", 2}};
+    PlatformServer server;
+    useHost("http://localhost:" + std::to_string(server.port()));
+    server.answer("/api/me", 200, "null");
+    server.answer("/api/deploy", 200, answer.dump());
+    const Ending ending = runDw({"deploy", "site", "--json"});
+    EXPECT_EQ(ending.exitCode, 0);
+    const auto sent = onlyObject(ending.output).at("sent").get<int>();
+    EXPECT_NE(sent, 7);
+    EXPECT_THAT(runDw({"deploy", "site"}).error, testing::HasSubstr(" sent, but the platform speaks of 7 files."));
+    answer["files"] = sent - 2;
+    server.answer("/api/deploy", 200, answer.dump());
+    EXPECT_THAT(runDw({"deploy", "site"}).error, testing::Not(testing::HasSubstr("speaks of")));
+}
+
 TEST_F(DwFailure, AfterOneFailureTheNextDeploymentSucceeds) {
     const Sandbox sandbox({"--fail", "500", "--fail-path", "/api/deploy", "--fail-count", "1"});
     useHost(sandbox.address());

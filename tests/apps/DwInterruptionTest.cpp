@@ -41,8 +41,7 @@ protected:
     void waitForTar(Program& program) {
         program.waitUntil([this] {
             const auto processes = ownProcesses();
-            return std::find(processes.begin(), processes.end(), "gzip") != processes.end() ||
-                   std::find(processes.begin(), processes.end(), "igzip") != processes.end();
+            return std::find(processes.begin(), processes.end(), "gzip") != processes.end();
         });
     }
 

@@ -942,7 +942,9 @@ class PackingTest : public CancelledDeploymentTest {
 protected:
     void SetUp() override {
         CancelledDeploymentTest::SetUp();
-        const std::string gate = (folder() / "gate").string();
+        // tar and what it starts may read there.
+        std::filesystem::create_directories(folder() / "Contents/Helpers");
+        const std::string gate = (folder() / "Contents/Helpers/gate").string();
         ASSERT_EQ(::mkfifo(gate.c_str(), S_IRUSR | S_IWUSR), 0);
         folder().write("Contents/Helpers/gzip", "#!/bin/sh\n: > '" + (folder() / "packing").string() +
                                                     "'\nread go < '" + gate + "'\nexec /bin/gzip \"$@\"\n");
@@ -957,7 +959,7 @@ protected:
     }
 
     void letThrough() {
-        const UniqueFd gate(::open((folder() / "gate").c_str(), O_WRONLY | O_CLOEXEC));
+        const UniqueFd gate(::open((folder() / "Contents/Helpers/gate").c_str(), O_WRONLY | O_CLOEXEC));
         ASSERT_EQ(::write(gate.get(), "\n", 1), 1);
     }
 };

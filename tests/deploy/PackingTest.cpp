@@ -401,16 +401,31 @@ TEST_F(PackingTest, RefusesWhatIsNotAnyMoreAsItWasScanned) {
     const TestFolder outside;
     outside.write("secret", "secret");
     const std::vector<std::pair<std::string, std::function<void()>>> changes{
-        {"a folder", [this] { site.write("a/.env", "secret"); }},
-        {"a link", [&] { std::filesystem::create_symlink(outside / "secret", site / "a"); }},
-        {"a link to nowhere", [this] { std::filesystem::create_symlink("nowhere", site / "a"); }},
-        {"a pipe", [this] { checked(::mkfifo((site / "a").c_str(), S_IRUSR | S_IWUSR), "mkfifo"); }},
-        {"another size", [this] { site.write("a", "longer"); }},
+        {"a folder",
+         [this] {
+             site.write("a/.env", "secret");
+         }},
+        {"a link",
+         [&] {
+             std::filesystem::create_symlink(outside / "secret", site / "a");
+         }},
+        {"a link to nowhere",
+         [this] {
+             std::filesystem::create_symlink("nowhere", site / "a");
+         }},
+        {"a pipe",
+         [this] {
+             checked(::mkfifo((site / "a").c_str(), S_IRUSR | S_IWUSR), "mkfifo");
+         }},
+        {"another size",
+         [this] {
+             site.write("a", "longer");
+         }},
         {"another time",
          [this] {
              site.write("a", "y");
-             std::filesystem::last_write_time(site / "a", std::filesystem::file_time_type::clock::now() -
-                                                              std::chrono::hours(24));
+             std::filesystem::last_write_time(site / "a",
+                                              std::filesystem::file_time_type::clock::now() - std::chrono::hours(24));
          }},
     };
     for (const std::filesystem::path& compressors : {helpers.path(), std::filesystem::path(DRIFTWELL_HELPERS)}) {
@@ -669,7 +684,8 @@ TEST_F(PackingTest, KeepsTheTimesOfTheFiles) {
 TEST_F(PackingTest, RefusesAnArchiveThatWasCutShortWithoutAWord) {
     addProgram(helpers, "gzip", "/usr/bin/gzip | /usr/bin/head -c 50000\n");
     site.write("large", randomBytes(200'000));
-    EXPECT_THAT(refusal(), AllOf(StartsWith("the archive was not written as a whole ("), HasSubstr("nothing was sent")));
+    EXPECT_THAT(refusal(),
+                AllOf(StartsWith("the archive was not written as a whole ("), HasSubstr("nothing was sent")));
 }
 
 TEST_F(PackingTest, RefusesAnArchiveThatSomethingFollows) {

@@ -58,7 +58,10 @@ bool ServerConnection::waitForAtMost(Interest interest, int other, std::chrono::
     states[1] = {other, POLLIN, 0};
     states[2] = {interest == Interest::GateOnly ? -1 : m_socket.get(),
                  static_cast<short>(interest == Interest::Writable ? POLLOUT : POLLIN), 0};
-    const int ready = ::poll(states.data(), states.size(), static_cast<int>(limit.count()));
+    int ready = 0;
+    do {
+        ready = ::poll(states.data(), states.size(), static_cast<int>(limit.count()));
+    } while (ready < 0 && errno == EINTR);
     if (ready < 0 || states[0].revents != 0) {
         throw Ended();
     }
@@ -267,7 +270,9 @@ ScriptedServer::~ScriptedServer() {
 void ScriptedServer::accept() {
     for (;;) {
         std::array<pollfd, 2> states{pollfd{m_stop.descriptor(), POLLIN, 0}, pollfd{m_listener.get(), POLLIN, 0}};
-        ::poll(states.data(), states.size(), -1);
+        if (::poll(states.data(), states.size(), -1) < 0) {
+            continue; // a signal
+        }
         if (states[0].revents != 0) {
             return;
         }

@@ -83,7 +83,8 @@ TEST(TemporaryFolderTest, NamesThePlaceWhereItCannotBeMade) {
     EXPECT_THROW(TemporaryFolder("no-such-folder/x-"), std::system_error);
     const TestFolder parent;
     parent.write("file", "x");
-    for (const std::filesystem::path& place : {parent / "file", parent / "file/below", std::filesystem::path("/proc")}) {
+    for (const std::filesystem::path& place :
+         {parent / "file", parent / "file/below", std::filesystem::path("/proc")}) {
         const ScopedVariable variable("TMPDIR", QByteArray(place.c_str()));
         try {
             const TemporaryFolder folder("x-");
@@ -152,8 +153,9 @@ TEST_F(LeftoverTest, IsNothingOfAnotherNameOrKind) {
     outside.write("precious", "precious");
     std::filesystem::create_directory_symlink(outside.path(), parent / "x-01234567-89AB-4DEF-8123-456789ABCDE1");
     TemporaryFolder::removeLeftovers("x-");
-    for (const std::string& name : {other, std::string("x-folder"), std::string("x-01234567-89AB-4DEF-8123-456789ABCDE0"),
-                                    std::string("x-01234567-89AB-4DEF-8123-456789ABCDE1")}) {
+    for (const std::string& name :
+         {other, std::string("x-folder"), std::string("x-01234567-89AB-4DEF-8123-456789ABCDE0"),
+          std::string("x-01234567-89AB-4DEF-8123-456789ABCDE1")}) {
         EXPECT_TRUE(isThere(name)) << name;
     }
     EXPECT_EQ(outside.read("precious"), "precious");

@@ -93,8 +93,8 @@ TEST_F(DriftwellProgramTest, QuittingEndsTheProcessAlsoWhileAFolderIsListedForEv
     program.signal(SIGTERM);
     const Ending ending = program.waitForEnd();
     EXPECT_LT(Clock::now() - start, timeToQuit + std::chrono::seconds(15));
-    EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_THAT(ending.error, HasSubstr("did not end"));
+    // The thread that hangs keeps nobody waiting.
+    EXPECT_EQ(ending.exitCode, 0);
     // Nothing of it is in the way of the next start.
     Program next(driftwell({"--tray"}));
     waitUntilItRuns(next);

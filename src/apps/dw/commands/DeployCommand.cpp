@@ -4,10 +4,11 @@
 #include "core/Catalog.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
+#include "deploy/DeployResult.h"
 #include "deploy/FolderScan.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
-#include "support/WorkerPool.h"
+#include "support/OwnThread.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,11 +20,6 @@
 namespace driftwell::dw {
 
 namespace {
-
-struct SizedFile {
-    std::string path;
-    std::int64_t size = 0;
-};
 
 std::filesystem::path existingFolder(const std::string& typed) {
     if (typed.empty()) {
@@ -63,40 +59,41 @@ QString chooseName(const std::optional<std::string>& typed, const std::filesyste
     return name;
 }
 
-std::vector<SizedFile> sizedFiles(const std::filesystem::path& folder, const std::stop_token& stop) {
-    std::vector<SizedFile> files;
-    for (std::string& path : scanFolder(folder, stop).paths) {
-        std::error_code vanished;
-        const std::uintmax_t size = std::filesystem::file_size(folder / path, vanished);
-        files.push_back({std::move(path), vanished ? 0 : static_cast<std::int64_t>(size)});
+/// What of the folder is missing on the site, since it could not be read.
+void reportUnreadable(Reporter& reporter, const FolderScan::Unreadable& unreadable) {
+    if (unreadable.count > 0) {
+        reporter.message(unreadableText(unreadable));
     }
-    return files;
+}
+
+Json jsonOf(const FolderScan::Unreadable& unreadable) {
+    return {{"count", unreadable.count}, {"names", unreadable.names}};
 }
 
 Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
     const auto work = [folder, stop = context->stop] {
-        return sizedFiles(folder, stop);
+        return scanFolder(folder, stop);
     };
-    const std::vector<SizedFile> files = co_await runOnPool(work);
-    if (files.empty()) {
+    const FolderScan files = co_await runOnOwnThread(work, context->stop);
+    if (files.fileCount == 0) {
         throw PlatformError::api(QStringLiteral("folder has no deployable files"));
     }
     Json entries = Json::array();
-    std::int64_t bytes = 0;
-    for (const SizedFile& file : files) {
-        bytes += file.size;
-        entries.push_back({{"path", file.path}, {"size", file.size}});
-        context->reporter.line(QStringLiteral("%1  ").arg(sizeText(file.size), 10).toStdString() + file.path);
+    for (std::size_t i = 0; i < files.paths.size(); ++i) {
+        const std::int64_t size = files.attributes[i].size;
+        entries.push_back({{"path", files.paths[i]}, {"size", size}});
+        context->reporter.line(QStringLiteral("%1  ").arg(sizeText(size), 10).toStdString() + files.paths[i]);
     }
-    const auto count = static_cast<std::int64_t>(files.size());
     context->reporter.object({{"ok", true},
                               {"dryRun", true},
                               {"site", name.toStdString()},
-                              {"bytes", bytes},
-                              {"files", count},
+                              {"bytes", files.byteCount},
+                              {"files", files.fileCount},
+                              {"unreadable", jsonOf(files.unreadable)},
                               {"entries", entries}});
     context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
-                                  .arg(countText(count), sizeText(bytes), name));
+                                  .arg(countText(files.fileCount), sizeText(files.byteCount), name));
+    reportUnreadable(context->reporter, files.unreadable);
     co_return ExitCode::Done;
 }
 
@@ -105,7 +102,10 @@ Task<> nothingFollows(QString, std::stop_token) {
     co_return;
 }
 
-void reportSuccess(Reporter& reporter, const DeployResponse& response, std::chrono::milliseconds duration) {
+void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success) {
+    const DeployResponse& response = success.response;
+    const std::int64_t sent = success.sentFiles.value_or(response.files + response.skipped);
+    const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow.finishedAt() - *flow.startedAt());
     reporter.line(response.url.toStdString());
     reporter.object({{"ok", response.ok},
                      {"site", response.site.toStdString()},
@@ -113,6 +113,8 @@ void reportSuccess(Reporter& reporter, const DeployResponse& response, std::chro
                      {"bytes", response.bytes},
                      {"files", response.files},
                      {"skipped", response.skipped},
+                     {"sent", sent},
+                     {"unreadable", jsonOf(flow.unreadable())},
                      {"seconds", static_cast<double>(duration.count()) / 1000.0}});
     reporter.success(
         QStringLiteral("%1 is live: %2, %3 in %4")
@@ -120,6 +122,11 @@ void reportSuccess(Reporter& reporter, const DeployResponse& response, std::chro
     if (response.skipped > 0) {
         reporter.message(QStringLiteral("The platform left out %1.").arg(countText(response.skipped)));
     }
+    if (!countsAllFiles(response, sent)) {
+        reporter.message(QStringLiteral("%1 sent, but the platform speaks of %2. Look at the site.")
+                             .arg(countText(sent), countText(response.files + response.skipped)));
+    }
+    reportUnreadable(reporter, flow.unreadable());
 }
 
 Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
@@ -159,8 +166,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     if (success == nullptr) {
         throw std::runtime_error("The deployment was not started");
     }
-    reportSuccess(reporter, success->response,
-                  std::chrono::floor<std::chrono::milliseconds>(*flow->finishedAt() - *flow->startedAt()));
+    reportSuccess(reporter, *flow, *success);
     co_return ExitCode::Done;
 }
 
@@ -174,8 +180,8 @@ public:
                       m_folder)
             .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
-            .json("`site`, `url`, `bytes`, `files`, `skipped`, `seconds`; with `--dry-run`, `dryRun`, `site`, `bytes`, "
-                  "`files`, `entries`: each `path`, `size`")
+            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `unreadable`: `count`, `names`, and `seconds`; "
+                  "with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `entries`: each `path`, `size`")
             .example("dw deploy", "Publish the present folder under its own name")
             .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }
