@@ -76,8 +76,7 @@ void Piece::compress() {
 void fill(Piece& piece, int input) {
     piece.plainSize = 0;
     while (piece.plainSize < piece.plain.size()) {
-        const ssize_t got =
-            ::read(input, piece.plain.data() + piece.plainSize, piece.plain.size() - piece.plainSize);
+        const ssize_t got = ::read(input, piece.plain.data() + piece.plainSize, piece.plain.size() - piece.plainSize);
         if (got < 0 && errno == EINTR) {
             continue;
         }

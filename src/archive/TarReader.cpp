@@ -18,7 +18,8 @@ template <class Number> Number octalField(std::string_view field) {
     const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
     Number number = 0;
     const auto [end, failure] = std::from_chars(text.data() + start, text.data() + text.size(), number, 8);
-    const bool isWhole = std::string_view(end, text.data() + text.size()).find_first_not_of(' ') == std::string_view::npos;
+    const bool isWhole =
+        std::string_view(end, text.data() + text.size()).find_first_not_of(' ') == std::string_view::npos;
     if (failure != std::errc() || !isWhole) {
         throw ArchiveError("a number in a header is damaged");
     }

@@ -25,7 +25,8 @@ namespace driftwell {
 /// The format has no times before 1970 nor after 2242, and tar refuses such files. Where there is one, all files get
 /// the time of the packing.
 ///
-/// Throws PlatformError::api, with the cause where it can be seen, std::system_error, and Cancelled after a stop, which ends tar.
+/// Throws PlatformError::api, with the cause where it can be seen, std::system_error, and Cancelled after a stop, which
+/// ends tar.
 [[nodiscard]] Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
                                                      std::filesystem::path workingFolder, std::filesystem::path helpers,
                                                      std::stop_token stop = {});

@@ -92,8 +92,8 @@ public:
     [[nodiscard]] Task<DeployResponse> upload(FileBody archive, QString site, PlatformConfig config,
                                               std::stop_token stop);
 
-    /// From now on a 2xx answer with "ok": false is a refusal: Api with the text under "error", or a sentence where there
-    /// is none. At first the caller gets its record. A list of more than 16 KB is not looked into.
+    /// From now on a 2xx answer with "ok": false is a refusal: Api with the text under "error", or a sentence where
+    /// there is none. At first the caller gets its record. A list of more than 16 KB is not looked into.
     void refuseNotOk() { m_refusesNotOk = true; }
 
     /// The folder of the programs that come with this one.

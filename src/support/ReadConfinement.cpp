@@ -16,15 +16,14 @@ namespace driftwell {
 std::optional<ReadConfinement> ReadConfinement::make() {
     landlock_ruleset_attr attributes{};
     attributes.handled_access_fs = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
-    const UniqueFd rules(
-        static_cast<int>(::syscall(SYS_landlock_create_ruleset, &attributes, sizeof attributes, 0)));
+    const UniqueFd rules(static_cast<int>(::syscall(SYS_landlock_create_ruleset, &attributes, sizeof attributes, 0)));
     if (!rules && (errno == ENOSYS || errno == EOPNOTSUPP || errno == EPERM)) {
         return std::nullopt;
     }
     checked(rules.get(), "landlock_create_ruleset");
     // A child's standard streams are put in place before the rules are used.
-    return ReadConfinement(
-        UniqueFd(checked(::fcntl(rules.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "could not duplicate a descriptor")));
+    return ReadConfinement(UniqueFd(
+        checked(::fcntl(rules.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "could not duplicate a descriptor")));
 }
 
 void ReadConfinement::allow(int opened) {
@@ -36,8 +35,7 @@ void ReadConfinement::allow(int opened) {
         rule.allowed_access |= LANDLOCK_ACCESS_FS_READ_DIR;
     }
     rule.parent_fd = opened;
-    checked(::syscall(SYS_landlock_add_rule, m_rules.get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0),
-            "landlock_add_rule");
+    checked(::syscall(SYS_landlock_add_rule, m_rules.get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0), "landlock_add_rule");
 }
 
 void ReadConfinement::allow(const std::filesystem::path& path) {
@@ -51,8 +49,7 @@ void ReadConfinement::allow(const std::filesystem::path& path) {
 
 bool ReadConfinement::enter(int descriptor) {
     // Without it only an administrator may confine a process.
-    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           ::syscall(SYS_landlock_restrict_self, descriptor, 0) == 0;
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::syscall(SYS_landlock_restrict_self, descriptor, 0) == 0;
 }
 
 } // namespace driftwell

@@ -45,9 +45,10 @@ std::string freshName(std::string_view prefix) {
 }
 
 bool isName(std::string_view name, std::string_view prefix) {
-    return name.starts_with(prefix) && !QUuid::fromString(QString::fromUtf8(name.data() + prefix.size(),
-                                                                           static_cast<qsizetype>(name.size() - prefix.size())))
-                                            .isNull();
+    return name.starts_with(prefix) &&
+           !QUuid::fromString(
+                QString::fromUtf8(name.data() + prefix.size(), static_cast<qsizetype>(name.size() - prefix.size())))
+                .isNull();
 }
 
 /// The folder, locked and still where it was; absent when somebody else was faster to lock or to remove it.
@@ -97,8 +98,8 @@ TemporaryFolder::~TemporaryFolder() {
 void TemporaryFolder::removeLeftovers(std::string_view prefix) {
     std::error_code failed;
     const std::filesystem::path parent = temporaryFolder();
-    for (std::filesystem::directory_iterator entry(parent, failed); !failed && entry != std::filesystem::directory_iterator();
-         entry.increment(failed)) {
+    for (std::filesystem::directory_iterator entry(parent, failed);
+         !failed && entry != std::filesystem::directory_iterator(); entry.increment(failed)) {
         if (!isName(entry->path().filename().string(), prefix)) {
             continue;
         }

@@ -76,10 +76,10 @@ TEST_F(GzipTest, WritesWhatTheSystemsProgramReads) {
         const std::string plain = mixture(size);
         const std::string packed = compressed(plain);
         folder.write("a.gz", packed);
-        ASSERT_EQ(std::system(("/usr/bin/gzip -dc '" + (folder / "a.gz").string() + "' >'" +
-                               (folder / "a").string() + "'")
-                                  .c_str()),
-                  0)
+        ASSERT_EQ(
+            std::system(
+                ("/usr/bin/gzip -dc '" + (folder / "a.gz").string() + "' >'" + (folder / "a").string() + "'").c_str()),
+            0)
             << size;
         EXPECT_TRUE(folder.read("a") == plain) << size;
         EXPECT_TRUE(decompressed(packed) == plain) << size;
@@ -115,7 +115,8 @@ TEST_F(GzipTest, ReadsFromAPipeWhateverPiecesComeThroughIt) {
     const std::string plain = mixture(2'000'000);
     std::thread other([&] {
         for (std::size_t at = 0; at < plain.size();) {
-            const ssize_t written = ::write(writer.get(), plain.data() + at, std::min<std::size_t>(977, plain.size() - at));
+            const ssize_t written =
+                ::write(writer.get(), plain.data() + at, std::min<std::size_t>(977, plain.size() - at));
             at += static_cast<std::size_t>(checked(written, "write"));
         }
         writer.reset();

@@ -105,7 +105,7 @@ TEST_P(ModelEndTest, WithoutAnEndOfItsPartsLeavesWhatIsUnderWayToItsStop) {
     held.release();
     destroyModel();
     endModel();
-    EXPECT_TRUE(std::filesystem::is_empty(folder() / "tmp"));
+    waitUntil([this] { return std::filesystem::is_empty(folder() / "tmp"); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, ModelEndTest, testing::ValuesIn(operations));

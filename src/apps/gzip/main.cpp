@@ -30,12 +30,12 @@ void compress(const char* record) {
     if (record == nullptr) {
         driftwell::writeGzip(STDIN_FILENO, STDOUT_FILENO, [](std::string_view) {});
     } else {
-        const int file = checked(
-            ::open(record, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR), record);
+        const int file =
+            checked(::open(record, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR), record);
         driftwell::MemberRecordWriter writer(file);
         driftwell::TarReader tar([&writer](const driftwell::ArchiveMember& member) { writer.add(member); });
-        const std::uint64_t size = driftwell::writeGzip(STDIN_FILENO, STDOUT_FILENO,
-                                                        [&tar](std::string_view bytes) { tar.read(bytes); });
+        const std::uint64_t size =
+            driftwell::writeGzip(STDIN_FILENO, STDOUT_FILENO, [&tar](std::string_view bytes) { tar.read(bytes); });
         tar.finish();
         writer.finish(size);
         checked(::close(file), record);
