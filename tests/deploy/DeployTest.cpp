@@ -14,7 +14,7 @@
 #include "tests/deploy/ProcessState.h"
 #include "tests/ScopedVariable.h"
 #include "tests/support/PlatformServer.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -8,7 +8,7 @@
 #include "tests/deploy/FolderWatch.h"
 #include "tests/deploy/ProcessState.h"
 #include "tests/deploy/Unprivileged.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

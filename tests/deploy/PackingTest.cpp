@@ -7,7 +7,7 @@
 #include "tests/deploy/ProcessState.h"
 #include "tests/deploy/Unprivileged.h"
 #include "tests/ScopedVariable.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
