@@ -12,12 +12,6 @@ endforeach()
 configure_file(${CMAKE_SOURCE_DIR}/cmake/Info.json.in ${DRIFTWELL_BUNDLE}/Contents/Info.json @ONLY)
 install(FILES ${DRIFTWELL_BUNDLE}/Contents/Info.json DESTINATION Driftwell/Contents)
 
-# tar finds the program `gzip` here first: igzip writes the same format several times faster. Where igzip is not
-# installed the link leads nowhere and the search goes on to the system's own gzip.
-file(MAKE_DIRECTORY ${DRIFTWELL_HELPERS})
-file(CREATE_LINK /usr/bin/igzip ${DRIFTWELL_HELPERS}/gzip SYMBOLIC)
-install(FILES ${DRIFTWELL_HELPERS}/gzip DESTINATION Driftwell/Contents/Helpers)
-
 # driftwell_program(TARGET FOLDER): a program that lives in Contents/FOLDER, with a link to it in the build folder's bin/.
 function(driftwell_program target folder)
   set(place ${DRIFTWELL_BUNDLE}/Contents/${folder})

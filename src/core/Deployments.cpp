@@ -7,8 +7,8 @@
 #include "platform/PlatformClient.h"
 #include "support/Cancellation.h"
 #include "support/EventLoop.h"
+#include "support/OwnThread.h"
 #include "support/WhileAlive.h"
-#include "support/WorkerPool.h"
 
 #include <system_error>
 #include <utility>
@@ -82,9 +82,10 @@ Task<> Deployments::countFiles(std::shared_ptr<DeployFlow> flow, std::stop_token
         return scanFolder(folder, stop);
     };
     try {
-        const FolderScan files = co_await whileAlive(this, runOnPool(scanWork));
+        const FolderScan files = co_await whileAlive(this, runOnOwnThread(scanWork, either.token()));
         if (m_deployFlow.value() == flow) {
             flow->showFigures(files.fileCount, files.byteCount);
+            flow->showUnreadable(files.unreadable);
         }
     } catch (const std::exception&) {
         // The figures stay absent; the scan of the deployment itself reports what is wrong.
@@ -106,9 +107,10 @@ Task<> Deployments::publish(std::shared_ptr<DeployFlow> flow, PlatformConfig con
     const QString site = flow->siteName();
     const DeployStops stops{cancel, m_tasks.token()};
     try {
-        Task<DeployResponse> work = deploy(m_client, flow->folder(), site, config, stageReporter(flow), stops);
-        const DeployResponse response = co_await whileAlive(this, std::move(work));
-        flow->succeed(response);
+        Task<DeployResult> work = deploy(m_client, flow->folder(), site, config, stageReporter(flow), stops);
+        const DeployResult result = co_await whileAlive(this, std::move(work));
+        flow->showUnreadable(result.unreadable);
+        flow->succeed(result.response, result.sentFiles);
     } catch (const OwnerGone&) {
         throw;
     } catch (const Cancelled&) {

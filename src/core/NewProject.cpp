@@ -1,6 +1,7 @@
 #include "core/NewProject.h"
 
 #include "core/Connection.h"
+#include "core/ConnectionTexts.h"
 #include "core/Gates.h"
 #include "desktop/DesktopServices.h"
 #include "support/Cancellation.h"
@@ -51,10 +52,8 @@ void NewProject::chooseFolderAndDeployWhenPossible() {
 }
 
 Task<> NewProject::chooseFolder(Begin then) {
-    const std::optional<PlatformConfig> config = m_connection.config();
-    const QString host = config ? config->host() : QStringLiteral("driftwell");
-    Task<Answer> question =
-        m_desktop.chooseFolder(QStringLiteral("Deploy"), QStringLiteral("Choose a folder to deploy to ") + host);
+    Task<Answer> question = m_desktop.chooseFolder(
+        QStringLiteral("Deploy"), QStringLiteral("Choose a folder to deploy to ") + hostName(m_connection.config()));
     Task<Answer> answer = answerUnlessStopped(std::move(question), m_tasks.token());
     if (const Answer folder = co_await whileAlive(this, std::move(answer))) {
         then(*folder);

@@ -2,40 +2,64 @@
 
 #include "deploy/FolderScan.h"
 #include "deploy/Packing.h"
+#include "deploy/WorkingFolder.h"
 #include "platform/PlatformClient.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
-#include "support/TemporaryFolder.h"
-#include "support/WorkerPool.h"
+#include "support/OwnThread.h"
 
 namespace driftwell {
 
-// After an await, a client that may be gone is touched only once neither stop was requested.
-Task<DeployResponse> deploy(PlatformClient& client, std::filesystem::path folder, QString site, PlatformConfig config,
-                            std::function<void(DeployStage)> onStage, DeployStops stops) {
-    const StopScope either(stops.cancel, stops.end);
-    const std::filesystem::path helpers = client.helpers();
-    onStage(DeployStage::packing());
-    const auto scanWork = [folder, stop = either.token()] {
-        return scanFolder(folder, stop);
-    };
-    FolderScan files = co_await runOnPool(scanWork);
-    if (files.fileCount < 1) {
-        throw PlatformError::api(QStringLiteral("folder has no deployable files"));
-    }
+namespace {
 
-    const TemporaryFolder working("dw-deploy-");
-    const std::filesystem::path archive =
-        co_await packFolder(folder, std::move(files), working.path(), helpers, stops.end);
+/// What is published and where.
+struct Publication {
+    std::filesystem::path folder;
+    FolderScan files;
+    QString site;
+    PlatformConfig config;
+    std::function<void(DeployStage)> onStage;
+};
+
+Task<DeployResponse> packAndSend(PlatformClient& client, Publication publication, std::filesystem::path workingFolder,
+                                 DeployStops stops) {
+    const StopScope either(stops.cancel, stops.end);
+    const std::filesystem::path archive = co_await packFolder(publication.folder, std::move(publication.files),
+                                                              workingFolder, client.helpers(), stops.end);
     throwIfCancelled(either.token());
 
+    const std::function<void(DeployStage)> onStage = publication.onStage;
     onStage(DeployStage::uploading(0));
     FileBody body{archive, [onStage](std::int64_t sent, std::int64_t total) {
                       if (const std::optional<double> fraction = uploadFraction(sent, total)) {
                           onStage(DeployStage::uploading(*fraction));
                       }
                   }};
-    co_return co_await client.upload(std::move(body), site, config, either.token());
+    co_return co_await client.upload(std::move(body), publication.site, publication.config, either.token());
+}
+
+} // namespace
+
+// After an await, a client that may be gone is touched only once neither stop was requested.
+Task<DeployResult> deploy(PlatformClient& client, std::filesystem::path folder, QString site, PlatformConfig config,
+                          std::function<void(DeployStage)> onStage, DeployStops stops) {
+    const StopScope either(stops.cancel, stops.end);
+    onStage(DeployStage::packing());
+    const auto scanWork = [folder, stop = either.token()] {
+        return scanFolder(folder, stop);
+    };
+    FolderScan files = co_await runOnOwnThread(scanWork, either.token());
+    if (files.fileCount < 1) {
+        throw PlatformError::api(QStringLiteral("folder has no deployable files"));
+    }
+    DeployResult result{{}, files.unreadable, files.fileCount};
+    Publication publication{folder, std::move(files), site, config, onStage};
+    const WorkInFolder<DeployResponse> publishWork = [&](const std::filesystem::path& workingFolder) {
+        throwIfCancelled(either.token());
+        return packAndSend(client, std::move(publication), workingFolder, stops);
+    };
+    result.response = co_await inWorkingFolder(publishWork);
+    co_return result;
 }
 
 } // namespace driftwell

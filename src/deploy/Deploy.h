@@ -1,7 +1,7 @@
 #pragma once
 
+#include "deploy/DeployResult.h"
 #include "deploy/DeployStage.h"
-#include "platform/Models.h"
 #include "platform/PlatformConfig.h"
 #include "support/Task.h"
 
@@ -29,8 +29,8 @@ struct DeployStops {
 /// PlatformError, std::system_error for a failure of this machine, and Cancelled; the folder is untouched and no
 /// temporary file is left in every case. The client outlives the call, or the stop for the process's end is requested
 /// before it goes.
-[[nodiscard]] Task<DeployResponse> deploy(PlatformClient& client, std::filesystem::path folder, QString site,
-                                          PlatformConfig config, std::function<void(DeployStage)> onStage,
-                                          DeployStops stops);
+[[nodiscard]] Task<DeployResult> deploy(PlatformClient& client, std::filesystem::path folder, QString site,
+                                        PlatformConfig config, std::function<void(DeployStage)> onStage,
+                                        DeployStops stops);
 
 } // namespace driftwell

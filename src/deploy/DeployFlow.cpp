@@ -38,9 +38,9 @@ void DeployFlow::report(DeployStage stage) {
     }
 }
 
-void DeployFlow::succeed(const DeployResponse& response) {
+void DeployFlow::succeed(const DeployResponse& response, std::optional<std::int64_t> sentFiles) {
     m_finishedAt = now();
-    m_phase = Success{response};
+    m_phase = Success{response, sentFiles};
 }
 
 void DeployFlow::fail(const std::exception& failure) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "deploy/DeployStage.h"
+#include "deploy/FolderScan.h"
 #include "platform/Models.h"
 #include "platform/PlatformError.h"
 #include "platform/Timestamp.h"
@@ -38,6 +39,8 @@ public:
     };
     struct Success {
         DeployResponse response;
+        /// How many files were sent; absent where none were counted.
+        std::optional<std::int64_t> sentFiles = {};
         bool operator==(const Success&) const = default;
     };
     struct Failure {
@@ -62,6 +65,9 @@ public:
     [[nodiscard]] std::optional<std::int64_t> fileCount() const;
     [[nodiscard]] std::optional<std::int64_t> byteCount() const;
 
+    /// What of the folder could not be read and is not published, as the last scan found it.
+    [[nodiscard]] FolderScan::Unreadable unreadable() const { return m_unreadable; }
+
     [[nodiscard]] Phase phase() const { return m_phase; }
     [[nodiscard]] bool isConfirming() const { return std::holds_alternative<Confirm>(m_phase.value()); }
     [[nodiscard]] bool isDeploying() const { return std::holds_alternative<Deploying>(m_phase.value()); }
@@ -78,15 +84,17 @@ public:
 
     // For the model.
     void showFigures(std::int64_t fileCount, std::int64_t byteCount);
+    void showUnreadable(const FolderScan::Unreadable& unreadable) { m_unreadable = unreadable; }
     void begin();
     /// Shows a reported stage. A report that comes after the phase has moved on is dropped.
     void report(DeployStage stage);
-    void succeed(const DeployResponse& response);
+    void succeed(const DeployResponse& response, std::optional<std::int64_t> sentFiles = {});
     void fail(const std::exception& failure);
 
 Q_SIGNALS:
     void siteNameChanged();
     void figuresChanged();
+    void unreadableChanged();
     void phaseChanged();
     void stageChanged();
 
@@ -104,6 +112,7 @@ private:
     std::optional<Timestamp> m_finishedAt;
     Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, QString, m_siteName, &DeployFlow::siteNameChanged)
     Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, std::optional<DeployFlow::Figures>, m_figures, &DeployFlow::figuresChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, FolderScan::Unreadable, m_unreadable, &DeployFlow::unreadableChanged)
     Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, DeployFlow::Phase, m_phase, &DeployFlow::phaseChanged)
     Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, DeployStage, m_stage, &DeployFlow::stageChanged)
 };

@@ -2,19 +2,17 @@
 
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
+#include "support/OpenBeneath.h"
 #include "support/SystemError.h"
 #include "support/UniqueFd.h"
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -29,7 +27,7 @@ namespace driftwell {
 
 namespace {
 
-constexpr int openFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+constexpr int openFolderFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
 constexpr unsigned maximumThreads = 4;
 // A small folder is read faster than a thread is started.
 constexpr std::size_t foldersPerThread = 16;
@@ -38,47 +36,6 @@ struct DirectoryCloser {
     void operator()(DIR* directory) const { ::closedir(directory); }
 };
 using Directory = std::unique_ptr<DIR, DirectoryCloser>;
-
-UniqueFd openComponentwise(int root, std::string_view path) {
-    UniqueFd folder(::fcntl(root, F_DUPFD_CLOEXEC, 0));
-    while (folder && !path.empty()) {
-        const std::size_t slash = path.find('/');
-        const std::string name(path.substr(0, slash));
-        path = slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
-        folder = UniqueFd(::openat(folder.get(), name.c_str(), openFolderFlags));
-    }
-    return folder;
-}
-
-/// The beginning of a path that one system call takes, cut between two components.
-std::string_view firstPiece(std::string_view path) {
-    return path.size() < PATH_MAX ? path : path.substr(0, path.rfind('/', PATH_MAX - 1));
-}
-
-UniqueFd openPiece(int parent, std::string_view piece) {
-    open_how how{};
-    how.flags = openFolderFlags;
-    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
-    const std::string path(piece);
-    UniqueFd folder(static_cast<int>(::syscall(SYS_openat2, parent, path.c_str(), &how, sizeof how)));
-    const bool noSuchCall = !folder && (errno == ENOSYS || errno == EPERM);
-    return noSuchCall ? openComponentwise(parent, piece) : std::move(folder);
-}
-
-/// Opens a folder beneath the root without following a link in any component, so that a folder that was swapped for a
-/// link since it was listed leads nowhere. Empty when it cannot be opened.
-UniqueFd openBeneath(int root, std::string_view path) {
-    if (path.empty()) {
-        return openPiece(root, ".");
-    }
-    UniqueFd folder;
-    do {
-        const std::string_view piece = firstPiece(path);
-        folder = openPiece(folder ? folder.get() : root, piece);
-        path.remove_prefix(std::min(piece.size() + 1, path.size()));
-    } while (folder && !path.empty());
-    return folder;
-}
 
 std::string joined(std::string_view folder, std::string_view name, std::string_view end = {}) {
     std::string path;
@@ -90,49 +47,84 @@ bool isHidden(std::string_view name) {
     return name.starts_with('.');
 }
 
+/// Whether a subfolder is left out for this error. Any other says nothing about the folder.
+bool isLeftOut(int error) {
+    return error == EACCES || error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
+struct File {
+    std::string path;
+    FolderScan::Attributes attributes;
+};
+
+bool comesBefore(const File& file, const File& other) {
+    return file.path < other.path;
+}
+
 /// What stands directly in one folder. Filled by one thread, and left alone from then on.
 struct Listing {
     /// Relative to the root; empty for the root itself, else with a slash at its end.
     std::string path;
-    /// Their paths, sorted.
-    std::vector<std::string> files;
+    /// Sorted by their paths.
+    std::vector<File> files;
     /// Sorted by their paths.
     std::vector<Listing*> folders;
     std::int64_t bytes = 0;
+    bool isUnreadable = false;
 };
+
+std::string_view withoutSlash(std::string_view path) {
+    return path.substr(0, path.size() - (path.ends_with('/') ? 1 : 0));
+}
 
 /// Takes all files out of the listings, in the order of the bytes of their paths. Since a folder's path ends with a
 /// slash, it stands among the paths beside it where those of its files belong.
-std::vector<std::string> takeInOrder(Listing& root, std::size_t count) {
+void takeInOrder(Listing& root, FolderScan& result) {
     struct Position {
         Listing* listing;
         std::size_t file = 0;
         std::size_t folder = 0;
     };
-    std::vector<std::string> paths;
-    paths.reserve(count);
+    result.paths.reserve(static_cast<std::size_t>(result.fileCount));
+    result.attributes.reserve(static_cast<std::size_t>(result.fileCount));
     // A stack of its own, since folders can be nested deeper than calls.
     std::vector<Position> open{{&root}};
     while (!open.empty()) {
         Position& at = open.back();
-        std::vector<std::string>& files = at.listing->files;
+        std::vector<File>& files = at.listing->files;
         const std::vector<Listing*>& folders = at.listing->folders;
         const bool filesLeft = at.file < files.size();
-        if (at.folder < folders.size() && (!filesLeft || folders[at.folder]->path < files[at.file])) {
+        if (at.folder < folders.size() && (!filesLeft || folders[at.folder]->path < files[at.file].path)) {
             open.push_back({folders[at.folder++]});
         } else if (filesLeft) {
-            paths.push_back(std::move(files[at.file++]));
+            File& file = files[at.file++];
+            result.paths.push_back(std::move(file.path));
+            result.attributes.push_back(file.attributes);
         } else {
             open.pop_back();
         }
     }
-    return paths;
+}
+
+/// The first of those that could not be read, and how many there are.
+FolderScan::Unreadable unreadableOf(const std::deque<Listing>& listings) {
+    FolderScan::Unreadable result;
+    for (const Listing& listing : listings) {
+        if (listing.isUnreadable) {
+            ++result.count;
+            result.names.emplace_back(withoutSlash(listing.path));
+        }
+    }
+    std::sort(result.names.begin(), result.names.end());
+    result.names.resize(std::min(result.names.size(), FolderScan::Unreadable::mostNames));
+    return result;
 }
 
 /// A walk of one folder by several threads that share a list of subfolders still to be read.
 class Walk {
 public:
-    Walk(UniqueFd root, const std::stop_token& stop) : m_root(std::move(root)), m_stop(stop) {}
+    Walk(UniqueFd root, const std::filesystem::path& path, const std::stop_token& stop)
+        : m_root(std::move(root)), m_path(path), m_stop(stop) {}
 
     FolderScan run();
 
@@ -147,7 +139,10 @@ private:
     /// With the lock held.
     void addFolders(Listing& parent, Found folders);
 
+    [[noreturn]] void fail(int error, std::string_view place) const;
+
     UniqueFd m_root;
+    const std::filesystem::path& m_path;
     const std::stop_token& m_stop;
 
     std::mutex m_mutex;
@@ -160,6 +155,8 @@ private:
 };
 
 FolderScan Walk::run() {
+    FolderScan result;
+    checked(::clock_gettime(CLOCK_REALTIME, &result.begun), "clock_gettime");
     work();
     for (std::thread& thread : m_threads) {
         thread.join();
@@ -167,12 +164,15 @@ FolderScan Walk::run() {
     if (m_failure) {
         std::rethrow_exception(m_failure);
     }
-    FolderScan result;
     for (const Listing& listing : m_listings) {
         result.fileCount += std::ssize(listing.files);
         result.byteCount += listing.bytes;
     }
-    result.paths = takeInOrder(m_listings.front(), static_cast<std::size_t>(result.fileCount));
+    takeInOrder(m_listings.front(), result);
+    result.unreadable = unreadableOf(m_listings);
+    struct stat attributes {};
+    checked(::fstat(m_root.get(), &attributes), "fstat");
+    result.folder = {attributes.st_dev, attributes.st_ino};
     return result;
 }
 
@@ -229,21 +229,36 @@ void Walk::addThreadIfWorthwhile() {
     }
 }
 
+void Walk::fail(int error, std::string_view place) const {
+    const std::filesystem::path path = place.empty() ? m_path : m_path / withoutSlash(place);
+    throw std::system_error(error, std::generic_category(), path.string());
+}
+
 void Walk::readFolder(Listing& listing, Found& folders) const {
-    const std::string_view path = listing.path;
-    UniqueFd opened = openBeneath(m_root.get(), path.substr(0, path.size() - (path.empty() ? 0 : 1)));
+    UniqueFd opened = openBeneath(m_root.get(), withoutSlash(listing.path), openFolderFlags);
     if (!opened) {
+        // Where the top was opened but may not be entered, nothing more can be learned of what it holds.
+        if (!isLeftOut(errno) || listing.path.empty()) {
+            fail(errno, listing.path);
+        }
+        listing.isUnreadable = true;
         return;
     }
     const Directory directory(::fdopendir(opened.get()));
     if (!directory) {
-        return;
+        fail(errno, listing.path);
     }
     const int fd = opened.release();
+    errno = 0;
     while (const dirent* entry = ::readdir(directory.get())) {
         readEntry(fd, *entry, listing, folders);
+        errno = 0;
     }
-    std::sort(listing.files.begin(), listing.files.end());
+    // A folder may be removed while it is read.
+    if (errno != 0 && errno != ENOENT) {
+        fail(errno, listing.path);
+    }
+    std::sort(listing.files.begin(), listing.files.end(), comesBefore);
     std::sort(folders.begin(), folders.end());
 }
 
@@ -255,8 +270,13 @@ void Walk::readEntry(int directory, const dirent& entry, Listing& listing, Found
     }
     struct stat attributes {};
     attributes.st_mode = S_IFDIR;
-    if (entry.d_type != DT_DIR && ::fstatat(directory, entry.d_name, &attributes, AT_SYMLINK_NOFOLLOW) != 0) {
-        throwSystemError(entry.d_name);
+    // That the attributes of one subfolder can be read says it for all: it takes the right to enter their folder.
+    const bool isKnown = entry.d_type == DT_DIR && !folders.empty();
+    if (!isKnown && ::fstatat(directory, entry.d_name, &attributes, AT_SYMLINK_NOFOLLOW) != 0) {
+        const bool isGoneFolder = entry.d_type == DT_DIR && errno == ENOENT;
+        if (!isGoneFolder) {
+            fail(errno, joined(listing.path, name));
+        }
     }
     const bool atTop = listing.path.empty();
     if (S_ISDIR(attributes.st_mode)) {
@@ -264,7 +284,7 @@ void Walk::readEntry(int directory, const dirent& entry, Listing& listing, Found
             folders.push_back(joined(listing.path, name, "/"));
         }
     } else if (S_ISREG(attributes.st_mode) && !(atTop && name == "CLAUDE.md")) {
-        listing.files.push_back(joined(listing.path, name));
+        listing.files.push_back({joined(listing.path, name), {attributes.st_size, attributes.st_mtim.tv_sec}});
         listing.bytes += attributes.st_size;
     }
 }
@@ -276,7 +296,7 @@ FolderScan scanFolder(const std::filesystem::path& folder, const std::stop_token
     if (!root) {
         throw PlatformError::api(QStringLiteral("cannot read ") + QString::fromStdString(folder.string()));
     }
-    return Walk(std::move(root), stop).run();
+    return Walk(std::move(root), folder, stop).run();
 }
 
 } // namespace driftwell

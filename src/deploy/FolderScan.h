@@ -1,9 +1,14 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <filesystem>
 #include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace driftwell {
@@ -15,18 +20,49 @@ namespace driftwell {
 /// symbolic links, never followed; a folder named "node_modules" anywhere; the folder "skills" and the file "CLAUDE.md"
 /// at the top, which are written there for coding agents; pipes, sockets and devices.
 struct FolderScan {
+    /// What is remembered of a file, to see later whether it is still the same.
+    struct Attributes {
+        std::int64_t size = 0;
+        /// When it was last changed, in whole seconds since 1970.
+        std::int64_t modified = 0;
+
+        bool operator==(const Attributes&) const = default;
+    };
+
+    /// Subfolders that could not be read and are missing in the scan with all that they hold.
+    struct Unreadable {
+        static constexpr std::size_t mostNames = 20;
+
+        std::int64_t count = 0;
+        /// The paths of the first of them in the order of their bytes, relative to the folder, without a slash at the
+        /// end.
+        std::vector<std::string> names;
+
+        bool operator==(const Unreadable&) const = default;
+    };
+
     std::int64_t fileCount = 0;
     /// Sum of the files' sizes.
     std::int64_t byteCount = 0;
     /// Relative to the folder, "/" between components, sorted by their bytes. File names are bytes, not text.
     std::vector<std::string> paths;
+    /// Of each file, in the order of the paths.
+    std::vector<Attributes> attributes;
+    Unreadable unreadable;
+    /// The folder itself, whatever its path leads to by now: its device and its inode.
+    std::pair<dev_t, ino_t> folder;
+    /// When it began.
+    timespec begun{};
 };
 
-/// Reads the folder, blocking, on a few threads of its own. No file is opened. Subfolders that cannot be read are left
-/// out.
+/// Reads the folder, blocking, on a few threads of its own; it may never return where a network does not answer. No
+/// file is opened. Subfolders that may not be read, or that are gone by the time they are reached, are left out and
+/// named in the result.
 ///
-/// Throws PlatformError::api "cannot read PATH" when the folder itself cannot be opened, std::system_error when the
-/// attributes of a file cannot be read (it vanished, say), and Cancelled soon after a stop is requested.
+/// Throws PlatformError::api "cannot read PATH" when the folder itself cannot be opened, Cancelled soon after a stop is
+/// requested, and std::system_error, which names the place, for everything else: when the attributes of a file or
+/// folder cannot be read (it vanished, or the folder around it may be listed but not entered), or when this machine is
+/// out of descriptors.
 [[nodiscard]] FolderScan scanFolder(const std::filesystem::path& folder, const std::stop_token& stop = {});
 
 } // namespace driftwell

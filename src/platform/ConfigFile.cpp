@@ -26,7 +26,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds lockAttempts(10);
+constexpr std::chrono::milliseconds lockAttempts(1);
 constexpr int keptFiles = 99;
 constexpr mode_t ownerOnly = S_IRWXU;
 

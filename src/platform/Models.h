@@ -192,4 +192,11 @@ struct ApiErrorBody {
     QString code;
 };
 
+/// What an answer of any shape says of itself beside its record: whether it holds "ok": false, and its "error", empty
+/// where that is no text.
+struct AnswerVerdict {
+    bool refused = false;
+    QString error;
+};
+
 } // namespace driftwell

@@ -116,6 +116,14 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     if (response.tooLarge) {
         throw unexpectedResponse(call.path);
     }
+    if (m_refusesNotOk && (call.method != "GET" || response.body.size() < smallAnswerBytes)) {
+        const AnswerVerdict verdict = co_await decodeAnswer<AnswerVerdict>(response.body, call.path);
+        if (verdict.refused) {
+            throw PlatformError::api(verdict.error.trimmed().isEmpty()
+                                         ? QStringLiteral("The platform refused, and gave no reason")
+                                         : verdict.error);
+        }
+    }
     co_return std::move(response.body);
 }
 

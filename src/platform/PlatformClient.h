@@ -92,6 +92,10 @@ public:
     [[nodiscard]] Task<DeployResponse> upload(FileBody archive, QString site, PlatformConfig config,
                                               std::stop_token stop);
 
+    /// From now on a 2xx answer with "ok": false is a refusal: Api with the text under "error", or a sentence where there
+    /// is none. At first the caller gets its record. A list of more than 16 KB is not looked into.
+    void refuseNotOk() { m_refusesNotOk = true; }
+
     /// The folder of the programs that come with this one.
     [[nodiscard]] std::filesystem::path helpers() const { return m_bundle.helpers(); }
 
@@ -122,6 +126,7 @@ private:
     Bundle m_bundle;
     ConfigStore m_store;
     HttpSession m_session;
+    bool m_refusesNotOk = false;
 };
 
 } // namespace driftwell

@@ -65,6 +65,7 @@ void decode(Source& json, CollabToggleResponse& record);
 void decode(Source& json, SiteAccessResponse& record);
 void decode(Source& json, SiteLibsResponse& record);
 void decode(Source& json, ApiErrorBody& record);
+void decode(Source& json, AnswerVerdict& record);
 
 void expect(Source& json, char first) {
     if (json.peek() != first) {
@@ -277,6 +278,22 @@ void decode(Source& json, ApiErrorBody& record) {
     decodeFields(json, required("error", record.error), required("code", record.code));
 }
 
+void decode(Source& json, AnswerVerdict& record) {
+    if (json.peek() != '{') {
+        json.skip();
+        return;
+    }
+    json.object([&json, &record](std::string_view quotedName) {
+        const std::string name = unescapedJson(quotedName);
+        if (name == "error" && json.peek() == '"') {
+            decode(json, record.error);
+        } else {
+            const std::string_view value = json.skip();
+            record.refused = name == "ok" ? value == "false" : record.refused;
+        }
+    });
+}
+
 } // namespace
 
 template <class Record> Record decodeRecord(const QByteArray& json) {
@@ -309,6 +326,7 @@ template CollabToggleResponse decodeRecord(const QByteArray&);
 template SiteAccessResponse decodeRecord(const QByteArray&);
 template SiteLibsResponse decodeRecord(const QByteArray&);
 template ApiErrorBody decodeRecord(const QByteArray&);
+template AnswerVerdict decodeRecord(const QByteArray&);
 template std::optional<Identity> decodeRecord(const QByteArray&);
 template std::optional<LogsResponse> decodeRecord(const QByteArray&);
 

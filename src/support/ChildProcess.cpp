@@ -60,6 +60,8 @@ struct ExecPlan {
     int standardOutput;
     int standardError;
     int failureReport;
+    /// Of a ReadConfinement, or -1.
+    int confinement;
     pid_t parent;
 };
 
@@ -83,6 +85,9 @@ struct ExecPlan {
         }
         // Libraries open descriptors of their own, not always with O_CLOEXEC.
         ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+        if (plan.confinement >= 0 && !ReadConfinement::enter(plan.confinement)) {
+            return;
+        }
         ::execve(plan.program, plan.arguments, plan.environment);
     };
     attempt();
@@ -211,6 +216,7 @@ void ChildProcess::Running::spawn(Command& command, int out, int err) {
                         out,
                         err,
                         report.writer.get(),
+                        command.confinement ? command.confinement->descriptor() : -1,
                         ::getpid()};
 
     keepHowChildrenEnd();

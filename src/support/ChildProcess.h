@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/ProcessEnvironment.h"
+#include "support/ReadConfinement.h"
 #include "support/Task.h"
 
 #include <chrono>
@@ -28,6 +29,8 @@ public:
         std::string workingFolder = {};
         /// How long its process group has after it was told to terminate.
         std::chrono::milliseconds terminationGrace = std::chrono::seconds(2);
+        /// What it may read, where that is to be little.
+        std::shared_ptr<const ReadConfinement> confinement = {};
     };
 
     enum class Output { Standard, Error };

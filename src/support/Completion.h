@@ -7,7 +7,9 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <type_traits>
+#include <utility>
 #include <variant>
 
 namespace driftwell {
@@ -98,5 +100,29 @@ private:
 
     std::shared_ptr<State> m_state = std::make_shared<State>();
 };
+
+/// Runs the work and decides the result with what it gave or threw, once everything that the work held is gone.
+template <class Work, class T> void completeWith(Work work, Completion<T> done) {
+    std::optional<std::conditional_t<std::is_void_v<T>, std::monostate, T>> result;
+    std::exception_ptr failure;
+    {
+        Work running = std::move(work);
+        try {
+            if constexpr (std::is_void_v<T>) {
+                running();
+                result.emplace();
+            } else {
+                result.emplace(running());
+            }
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    }
+    if (failure) {
+        done.fail(failure);
+    } else {
+        done.succeed(std::move(*result));
+    }
+}
 
 } // namespace driftwell

@@ -57,18 +57,7 @@ private:
 template <class Work> Task<std::invoke_result_t<Work>> runOnPool(Work work) {
     using Result = std::invoke_result_t<Work>;
     Completion<Result> done;
-    WorkerPool::shared().start([work = std::move(work), done]() mutable {
-        try {
-            if constexpr (std::is_void_v<Result>) {
-                work();
-                done.succeed();
-            } else {
-                done.succeed(work());
-            }
-        } catch (...) {
-            done.fail(std::current_exception());
-        }
-    });
+    WorkerPool::shared().start([work = std::move(work), done]() mutable { completeWith(std::move(work), done); });
     co_return co_await done;
 }
 

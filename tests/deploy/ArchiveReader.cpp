@@ -70,6 +70,7 @@ ArchiveMember memberOf(std::string_view header) {
     member.mode = octalField(header.substr(100, 8));
     member.owner = octalField(header.substr(108, 8));
     member.group = octalField(header.substr(116, 8));
+    member.modified = octalField(header.substr(136, 12));
     member.ownerName = textField(header.substr(265, 32));
     member.groupName = textField(header.substr(297, 32));
     member.linkTarget = textField(header.substr(157, 100));

@@ -15,6 +15,8 @@ struct ArchiveMember {
     std::uint64_t mode = 0;
     std::uint64_t owner = 0;
     std::uint64_t group = 0;
+    /// In seconds since 1970.
+    std::uint64_t modified = 0;
     std::string ownerName;
     std::string groupName;
     std::string linkTarget;

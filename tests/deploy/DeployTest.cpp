@@ -1,5 +1,6 @@
 #include "deploy/Deploy.h"
 
+#include "deploy/DeployResult.h"
 #include "deploy/DeployStage.h"
 #include "deploy/FolderScan.h"
 #include "platform/PlatformClient.h"
@@ -12,6 +13,7 @@
 #include "tests/deploy/ArchiveReader.h"
 #include "tests/deploy/FolderWatch.h"
 #include "tests/deploy/ProcessState.h"
+#include "tests/deploy/Unprivileged.h"
 #include "tests/ScopedVariable.h"
 #include "tests/support/PlatformServer.h"
 #include "tests/support/TestFolder.h"
@@ -80,16 +82,26 @@ private:
 /// How a deployment that was started has ended, if it has.
 struct Ending {
     std::optional<DeployResponse> response;
+    std::optional<DeployResult> result;
     std::exception_ptr failure;
 
     [[nodiscard]] bool isThere() const { return response || failure; }
 };
 
-Task<> follow(Task<DeployResponse> deployment, std::shared_ptr<Ending> ending) {
+Task<> follow(Task<DeployResult> deployment, std::shared_ptr<Ending> ending) {
     try {
-        ending->response = co_await deployment;
+        ending->result = co_await deployment;
+        ending->response = ending->result->response;
     } catch (...) {
         ending->failure = std::current_exception();
+    }
+}
+
+std::string describeFailure(const Ending& ending) {
+    try {
+        std::rethrow_exception(ending.failure);
+    } catch (const std::exception& failure) {
+        return failure.what();
     }
 }
 
@@ -181,14 +193,17 @@ struct DeployTest : testing::Test {
 
     /// Makes tar's compressor wait for releasePacking().
     void holdPacking() {
-        checked(::mkfifo((records / "hold").c_str(), S_IRUSR | S_IWUSR), "mkfifo");
-        packingHold = UniqueFd(checked(::open((records / "hold").c_str(), O_RDWR | O_CLOEXEC), "open"));
+        // tar and what it starts may read there.
+        const std::filesystem::path hold = bundle / "Helpers/hold";
+        std::filesystem::create_directories(hold.parent_path());
+        checked(::mkfifo(hold.c_str(), S_IRUSR | S_IWUSR), "mkfifo");
+        packingHold = UniqueFd(checked(::open(hold.c_str(), O_RDWR | O_CLOEXEC), "open"));
         bundle.write("Helpers/gzip", "#!/bin/sh\n"
                                      ": >'" +
                                          (records / "started").string() +
                                          "'\n"
                                          "read line <'" +
-                                         (records / "hold").string() +
+                                         hold.string() +
                                          "'\n"
                                          "exec /usr/bin/gzip \"$@\"\n");
         checked(::chmod((bundle / "Helpers/gzip").c_str(), S_IRWXU), "chmod");
@@ -329,6 +344,33 @@ TEST_F(DeployTest, PacksTheFolderAsItIsNow) {
     EXPECT_THAT(shown.paths, ElementsAre("old"));
 }
 
+TEST_F(DeployTest, TellsWhatCouldNotBeReadAndHowManyFilesWereSent) {
+    site.write("file", "x");
+    site.write("a/file", "x");
+    site.write("locked/file", "x");
+    for (const TestFolder* folder : {&site, &temporary, &records, &bundle}) {
+        tests::giveToUnprivileged(folder->path());
+    }
+    const tests::Unprivileged person;
+    const tests::ScopedMode locked(site / "locked", 0);
+    server.answer(deployPath, 200, R"({"ok":true,"site":"s","url":"u","bytes":2,"files":1,"skipped":1})");
+    const std::shared_ptr<Ending> ending = start();
+    tests::waitUntil([&] { return ending->isThere(); });
+    ASSERT_TRUE(ending->result) << describeFailure(*ending);
+    EXPECT_EQ(ending->result->unreadable, (FolderScan::Unreadable{1, {"locked"}}));
+    EXPECT_EQ(ending->result->sentFiles, 2);
+    EXPECT_TRUE(countsAllFiles(ending->result->response, 2));
+    EXPECT_FALSE(countsAllFiles(ending->result->response, 3));
+}
+
+TEST_F(DeployTest, RemovesWhatAKilledDeploymentHasLeftBehind) {
+    const std::string left = "dw-deploy-01234567-89AB-4DEF-8123-456789ABCDEF";
+    temporary.write(left + "/site.tgz", "large");
+    site.write("index.html", "x");
+    deploy();
+    expectNothingIsLeft();
+}
+
 TEST_F(DeployTest, DeploysAgainOverAConnectionOfItsOwn) {
     site.write("index.html", "x");
     deploy();
@@ -368,7 +410,8 @@ TEST_F(DeployTest, FailsOnAFolderThatCannotBeRead) {
 
 TEST_F(DeployTest, SendsNothingWhenPackingFails) {
     site.write("a\nb", "x");
-    EXPECT_EQ(failure().description(), QStringLiteral("tar exited with status 2"));
+    EXPECT_EQ(failure().description().toStdString(),
+              "tar exited with status 2: the name of “a␤b” holds a line break and cannot be packed");
     EXPECT_EQ(server.connections(), 0);
     EXPECT_THAT(log.stages(), ElementsAre(DeployStage::packing()));
     expectNothingIsLeft();

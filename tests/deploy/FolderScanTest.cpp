@@ -7,22 +7,27 @@
 #include "tests/deploy/DeepTree.h"
 #include "tests/deploy/FolderWatch.h"
 #include "tests/deploy/ProcessState.h"
+#include "tests/deploy/Swapper.h"
 #include "tests/deploy/Unprivileged.h"
+#include "tests/ForbiddenCall.h"
 #include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <linux/fs.h>
 #include <pthread.h>
 #include <sys/inotify.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
+#include <array>
+#include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <fstream>
+#include <list>
 #include <system_error>
 #include <thread>
 
@@ -355,7 +360,33 @@ TEST(FolderScanTest, LeavesOutASubfolderThatCannotBeRead) {
     folder.write("open/file", "x");
     folder.write("file", "x");
     const tests::ScopedMode locked(folder / "locked", 0);
-    EXPECT_THAT(filesIn(folder), ElementsAre("file", "open/file"));
+    const FolderScan scan = scanFolder(folder.path());
+    EXPECT_THAT(scan.paths, ElementsAre("file", "open/file"));
+    EXPECT_EQ(scan.unreadable, (FolderScan::Unreadable{1, {"locked"}}));
+}
+
+TEST(FolderScanTest, SaysThatNothingWasUnreadable) {
+    const TestFolder folder;
+    folder.write("a/file", "x");
+    std::filesystem::create_directory(folder / "empty");
+    EXPECT_EQ(scanFolder(folder.path()).unreadable, FolderScan::Unreadable());
+}
+
+TEST(FolderScanTest, NamesTheFirstOfManySubfoldersThatCannotBeRead) {
+    const tests::Unprivileged person;
+    const TestFolder folder;
+    folder.write("file", "x");
+    std::vector<std::string> names;
+    std::list<tests::ScopedMode> locked;
+    for (int i = 100; i < 150; ++i) {
+        names.push_back("a/" + std::to_string(i));
+        std::filesystem::create_directories(folder / names.back());
+        locked.emplace_back(folder / names.back(), 0);
+    }
+    const FolderScan::Unreadable unreadable = scanFolder(folder.path()).unreadable;
+    EXPECT_EQ(unreadable.count, 50);
+    names.resize(20);
+    EXPECT_EQ(unreadable.names, names);
 }
 
 TEST(FolderScanTest, LeavesOutASubfolderThatCanBeEnteredButNotListed) {
@@ -364,7 +395,9 @@ TEST(FolderScanTest, LeavesOutASubfolderThatCanBeEnteredButNotListed) {
     folder.write("locked/file", "x");
     folder.write("file", "x");
     const tests::ScopedMode locked(folder / "locked", S_IXUSR);
-    EXPECT_THAT(filesIn(folder), ElementsAre("file"));
+    const FolderScan scan = scanFolder(folder.path());
+    EXPECT_THAT(scan.paths, ElementsAre("file"));
+    EXPECT_EQ(scan.unreadable, (FolderScan::Unreadable{1, {"locked"}}));
 }
 
 TEST(FolderScanTest, ListsAFileThatCannotBeRead) {
@@ -404,19 +437,90 @@ TEST(FolderScanTest, RefusesWhatIsNoFolder) {
     EXPECT_EQ(refusalOf(""), "cannot read ");
 }
 
-TEST(FolderScanTest, FailsWithTheSystemsErrorWhenAttributesCannotBeRead) {
+/// The system's error that a scan ends with, and what it names.
+std::string systemFailureOf(const std::filesystem::path& folder, std::errc expected) {
+    try {
+        return "found " + std::to_string(scanFolder(folder).fileCount) + " files";
+    } catch (const std::system_error& failure) {
+        EXPECT_EQ(failure.code(), expected);
+        return failure.what();
+    }
+}
+
+TEST(FolderScanTest, FailsAndNamesTheFileWhenAttributesCannotBeRead) {
     const tests::Unprivileged person;
     const TestFolder folder;
     folder.write("a/file", "x");
     folder.write("b/file", "x");
     // Its names can be listed, but nothing more can be learned of them.
     const tests::ScopedMode listOnly(folder / "a", S_IRUSR);
-    try {
-        const FolderScan scan = scanFolder(folder.path());
-        FAIL() << "found " << scan.fileCount << " files";
-    } catch (const std::system_error& failure) {
-        EXPECT_EQ(failure.code(), std::errc::permission_denied);
+    EXPECT_EQ(systemFailureOf(folder.path(), std::errc::permission_denied),
+              (folder / "a/file").string() + ": Permission denied");
+}
+
+TEST(FolderScanTest, FailsLikewiseWhereAFolderThatMayNotBeEnteredHoldsOnlyFolders) {
+    const tests::Unprivileged person;
+    const TestFolder folder;
+    folder.write("a/folder/file", "x");
+    folder.write("b/file", "x");
+    const tests::ScopedMode listOnly(folder / "a", S_IRUSR);
+    EXPECT_EQ(systemFailureOf(folder.path(), std::errc::permission_denied),
+              (folder / "a/folder").string() + ": Permission denied");
+}
+
+TEST(FolderScanTest, FailsAndNamesTheFolderItselfWhereItMayBeListedButNotEntered) {
+    const tests::Unprivileged person;
+    const TestFolder folder;
+    folder.write("files/file", "x");
+    folder.write("folders/folder/file", "x");
+    for (const char* name : {"files", "folders"}) {
+        const tests::ScopedMode listOnly(folder / name, S_IRUSR);
+        EXPECT_EQ(systemFailureOf(folder / name, std::errc::permission_denied),
+                  (folder / name).string() + ": Permission denied");
     }
+}
+
+TEST(FolderScanTest, FindsAllOrFailsWithHoweverFewDescriptors) {
+    const TestFolder folder;
+    folder.write("file", "x");
+    folder.write("a/file", "x");
+    folder.write("a/b/c/file", "x");
+    rlimit before{};
+    checked(::getrlimit(RLIMIT_NOFILE, &before), "getrlimit");
+    const int next = UniqueFd(checked(::open("/dev/null", O_RDONLY | O_CLOEXEC), "open")).get();
+    int failures = 0;
+    for (int more = 0; more < 5; ++more) {
+        rlimit few = before;
+        few.rlim_cur = static_cast<rlim_t>(next + more);
+        checked(::setrlimit(RLIMIT_NOFILE, &few), "setrlimit");
+        std::int64_t found = 3;
+        try {
+            found = scanFolder(folder.path()).fileCount;
+        } catch (const std::system_error& failure) {
+            EXPECT_EQ(failure.code(), std::errc::too_many_files_open);
+            ++failures;
+        } catch (const PlatformError&) {
+            // The folder itself could not be opened.
+        }
+        checked(::setrlimit(RLIMIT_NOFILE, &before), "setrlimit");
+        EXPECT_EQ(found, 3) << "with " << more << " descriptors";
+    }
+    EXPECT_GT(failures, 0);
+}
+
+TEST(FolderScanTest, RemembersTheSizeAndTheTimeOfEachFileAndTheFolder) {
+    const TestFolder folder;
+    folder.write("b/file", "12345");
+    folder.write("a", "1");
+    const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, timespec{-5, 0}};
+    checked(::utimensat(AT_FDCWD, (folder / "a").c_str(), times.data(), 0), "utimensat");
+    const FolderScan scan = scanFolder(folder.path());
+    ASSERT_EQ(scan.attributes.size(), 2U);
+    EXPECT_EQ(scan.attributes[0], (FolderScan::Attributes{1, -5}));
+    EXPECT_EQ(scan.attributes[1].size, 5);
+    struct stat attributes {};
+    checked(::stat(folder.path().c_str(), &attributes), "stat");
+    EXPECT_EQ(scan.folder, std::pair(attributes.st_dev, attributes.st_ino));
 }
 
 TEST(FolderScanTest, EndsAtOnceWhenAStopWasRequestedBefore) {
@@ -505,32 +609,6 @@ TEST(FolderScanTest, NeverOpensAFile) {
     EXPECT_TRUE(std::any_of(events.begin(), events.end(), isFile)) << "the watch sees nothing";
 }
 
-/// Exchanges two entries of a folder over and over until the end of the scope.
-class Swapper {
-public:
-    Swapper(std::filesystem::path one, std::filesystem::path other)
-        : m_thread([this, one = std::move(one), other = std::move(other)] {
-              while (!m_end) {
-                  checked(::syscall(SYS_renameat2, AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE),
-                          "renameat2");
-                  ++m_swaps;
-              }
-          }) {}
-    ~Swapper() {
-        m_end = true;
-        m_thread.join();
-    }
-    Swapper(const Swapper&) = delete;
-    Swapper& operator=(const Swapper&) = delete;
-
-    [[nodiscard]] int swaps() const { return m_swaps; }
-
-private:
-    std::atomic<bool> m_end = false;
-    std::atomic<int> m_swaps = 0;
-    std::thread m_thread;
-};
-
 /// Scans a folder somewhere in which `place` lies, while in it a folder is exchanged with a link that leads out of it,
 /// until the exchange has fallen into many scans.
 void scanWhileAFolderIsSwappedForALink(const std::filesystem::path& root, const std::filesystem::path& place) {
@@ -544,7 +622,7 @@ void scanWhileAFolderIsSwappedForALink(const std::filesystem::path& root, const 
     }
     std::filesystem::create_symlink(outside.path(), place / "two");
 
-    const Swapper swapper(place / "one", place / "two");
+    const tests::Swapper swapper(place / "one", place / "two");
     int entered = 0;
     int cut = 0;
     for (int round = 0; round < 200 || entered < 20 || cut < 20; ++round) {
@@ -568,6 +646,17 @@ TEST(FolderScanTest, NeverLeavesTheFolderWhileASubfolderDeeperThanAnyPathIsSwapp
     const tests::DeepTree tree(folder.path(), std::string(NAME_MAX, 'n'), 20);
     ASSERT_GT(tree.file().size(), std::size_t{PATH_MAX});
     scanWhileAFolderIsSwappedForALink(folder.path(), tree.innermost());
+}
+
+TEST(FolderScanTest, NeverLeavesTheFolderWhereTheKernelDoesNotHelp) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto child = [] {
+        tests::forbidCall(SYS_openat2, ENOSYS);
+        const TestFolder folder;
+        scanWhileAFolderIsSwappedForALink(folder.path(), folder.path());
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -2,20 +2,34 @@
 
 #include "platform/PlatformError.h"
 #include "support/SystemError.h"
+#include "support/UniqueFd.h"
 #include "tests/Await.h"
 #include "tests/deploy/ArchiveReader.h"
 #include "tests/deploy/ProcessState.h"
+#include "tests/deploy/Swapper.h"
 #include "tests/deploy/Unprivileged.h"
+#include "tests/ForbiddenCall.h"
 #include "tests/ScopedVariable.h"
 #include "tests/support/TestFolder.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
 #include <climits>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <functional>
 #include <random>
+#include <set>
 #include <system_error>
 
 namespace driftwell {
@@ -56,6 +70,10 @@ std::vector<std::string> zeroTerminated(const std::string& text) {
     return parts;
 }
 
+std::string changed(const std::string& path) {
+    return "“" + path + "” was changed or removed while the folder was being packed, nothing was sent";
+}
+
 /// A site to pack, a folder to work in, and a folder of helper programs.
 struct PackingTest : testing::Test {
     std::filesystem::path pack(const FolderScan& files) {
@@ -76,9 +94,11 @@ struct PackingTest : testing::Test {
     }
 
     /// The words of the platform error that packing ends with.
-    std::string refusalOf(const FolderScan& files) {
+    std::string refusalOf(const FolderScan& files) { return refusalOf(files, helpers.path()); }
+
+    std::string refusalOf(const FolderScan& files, const std::filesystem::path& compressors) {
         try {
-            pack(files);
+            tests::await(packFolder(site.path(), files, working.path(), compressors));
             return "none";
         } catch (const PlatformError& failure) {
             EXPECT_EQ(failure.kind(), PlatformError::Kind::Api);
@@ -93,20 +113,23 @@ struct PackingTest : testing::Test {
         checked(::chmod((folder / name).c_str(), S_IRWXU), "chmod");
     }
 
-    /// Makes the helper gzip one that first writes down the arguments and the environment of the tar that uses it.
-    void recordTar() {
+    /// What stands in a file of tar's in /proc while it packs; its compressor waits until it was looked at.
+    std::vector<std::string> lookAtTar(const std::string& file) {
+        checked(::mkfifo((helpers / "go").c_str(), S_IRUSR | S_IWUSR), "mkfifo");
+        const UniqueFd go(checked(::open((helpers / "go").c_str(), O_RDWR | O_CLOEXEC), "open"));
         addProgram(helpers, "gzip",
-                   "pid=$PPID\n"
-                   "while [ \"$(cat /proc/$pid/comm)\" != tar ]; do\n"
-                   "    pid=$(sed 's/.*) . //; s/ .*//' /proc/$pid/stat)\n"
-                   "done\n"
-                   "cat /proc/$pid/cmdline >'" +
-                       (records / "arguments").string() +
-                       "'\n"
-                       "cat /proc/$pid/environ >'" +
-                       (records / "environment").string() +
-                       "'\n"
-                       "exec /usr/bin/gzip \"$@\"\n");
+                   ": >'" + (records / "started").string() + "'\nread line <'" + (helpers / "go").string() +
+                       "'\nexec /usr/bin/gzip \"$@\"\n");
+        Task<std::filesystem::path> packing =
+            packFolder(site.path(), scanFolder(site.path()), working.path(), helpers.path());
+        tests::waitUntil([this] { return std::filesystem::exists(records / "started"); });
+        const std::set<pid_t> children = tests::ProcessState::now().children;
+        EXPECT_EQ(children.size(), 1U);
+        std::ifstream stream("/proc/" + std::to_string(*children.begin()) + "/" + file);
+        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        checked(::write(go.get(), "\n", 1), "write");
+        tests::await(std::move(packing));
+        return zeroTerminated(text);
     }
 
     TestFolder site;
@@ -160,9 +183,7 @@ TEST_F(PackingTest, PacksThousandsOfFiles) {
 
 TEST_F(PackingTest, RunsTarWithEightArgumentsInThisOrder) {
     site.write("index.html", "x");
-    recordTar();
-    pack(scanFolder(site.path()));
-    EXPECT_THAT(zeroTerminated(records.read("arguments")),
+    EXPECT_THAT(lookAtTar("cmdline"),
                 ElementsAre("/usr/bin/tar", "--format", "ustar", "-czf", (working / "site.tgz").string(), "-C",
                             site.path().string(), "-T", (working / "files.txt").string()));
 }
@@ -176,10 +197,7 @@ TEST_F(PackingTest, GivesTarAnEnvironmentInWhichNothingInheritedChangesTheArchiv
     const ScopedVariable language("LC_ALL", "C.UTF-8");
     const ScopedVariable other("DRIFTWELL_OTHER", "kept");
     site.write("index.html", "x");
-    recordTar();
-    pack(scanFolder(site.path()));
-
-    const std::vector<std::string> environment = zeroTerminated(records.read("environment"));
+    const std::vector<std::string> environment = lookAtTar("environ");
     EXPECT_THAT(environment, Contains("PATH=" + helpers.path().string() + ":/usr/bin:/bin"));
     EXPECT_THAT(environment, Contains("LC_ALL=C"));
     EXPECT_THAT(environment, Contains("DRIFTWELL_OTHER=kept"));
@@ -356,15 +374,15 @@ TEST_F(PackingTest, FailsWhereTheCompressionFails) {
     EXPECT_EQ(refusal(), "tar exited with status 2");
 }
 
-TEST_F(PackingTest, FailsWhereAListedFileHasVanished) {
+TEST_F(PackingTest, NamesAListedFileThatHasVanished) {
     site.write("a", "x");
     site.write("b", "x");
     const FolderScan files = scanFolder(site.path());
     std::filesystem::remove(site / "a");
-    EXPECT_EQ(refusalOf(files), "tar exited with status 2");
+    EXPECT_EQ(refusalOf(files), "tar exited with status 2: " + changed("a"));
 }
 
-TEST_F(PackingTest, FailsWhereAListedFileCannotBeRead) {
+TEST_F(PackingTest, NamesAListedFileThatCannotBeRead) {
     const tests::Unprivileged person;
     const TestFolder folder;
     const TestFolder own;
@@ -374,34 +392,156 @@ TEST_F(PackingTest, FailsWhereAListedFileCannotBeRead) {
         tests::await(packFolder(folder.path(), scanFolder(folder.path()), own.path(), {}));
         FAIL() << "packed a file that cannot be read";
     } catch (const PlatformError& failure) {
-        EXPECT_EQ(failure.description(), QStringLiteral("tar exited with status 2"));
+        EXPECT_EQ(failure.description().toStdString(),
+                  "tar exited with status 2: “file” cannot be read: Permission denied");
     }
 }
 
-TEST_F(PackingTest, PacksNothingWithinAListedFileThatBecameAFolder) {
-    site.write("a", "x");
-    site.write("b", "x");
-    const FolderScan files = scanFolder(site.path());
-    std::filesystem::remove(site / "a");
-    site.write("a/.env", "secret");
-    pack(files);
-    for (const ArchiveMember& member : tests::readArchive(working.read("site.tgz"))) {
-        EXPECT_EQ(member.content.find("secret"), std::string::npos) << member.name;
-    }
-}
-
-TEST_F(PackingTest, FollowsNoListedFileThatBecameALink) {
+TEST_F(PackingTest, RefusesWhatIsNotAnyMoreAsItWasScanned) {
     const TestFolder outside;
     outside.write("secret", "secret");
-    site.write("a", "x");
+    const std::vector<std::pair<std::string, std::function<void()>>> changes{
+        {"a folder",
+         [this] {
+             site.write("a/.env", "secret");
+         }},
+        {"a link",
+         [&] {
+             std::filesystem::create_symlink(outside / "secret", site / "a");
+         }},
+        {"a link to nowhere",
+         [this] {
+             std::filesystem::create_symlink("nowhere", site / "a");
+         }},
+        {"a pipe",
+         [this] {
+             checked(::mkfifo((site / "a").c_str(), S_IRUSR | S_IWUSR), "mkfifo");
+         }},
+        {"another size",
+         [this] {
+             site.write("a", "longer");
+         }},
+        {"another time",
+         [this] {
+             site.write("a", "y");
+             std::filesystem::last_write_time(site / "a",
+                                              std::filesystem::file_time_type::clock::now() - std::chrono::hours(24));
+         }},
+    };
+    for (const std::filesystem::path& compressors : {helpers.path(), std::filesystem::path(DRIFTWELL_HELPERS)}) {
+        for (const auto& [name, change] : changes) {
+            SCOPED_TRACE(name + " with " + compressors.string());
+            std::filesystem::remove_all(site / "a");
+            std::filesystem::remove_all(working.path());
+            std::filesystem::create_directory(working.path());
+            site.write("a", "x");
+            site.write("b", "x");
+            const FolderScan files = scanFolder(site.path());
+            std::filesystem::remove(site / "a");
+            change();
+            EXPECT_EQ(refusalOf(files, compressors), changed("a"));
+        }
+    }
+}
+
+TEST_F(PackingTest, ComparesWithWhatTheCompressorOfItsOwnSaw) {
+    site.write("index.html", "x");
+    site.write("a/large", randomBytes(3'000'000));
     const FolderScan files = scanFolder(site.path());
-    std::filesystem::remove(site / "a");
-    std::filesystem::create_symlink(outside / "secret", site / "a");
-    pack(files);
+    tests::await(packFolder(site.path(), files, working.path(), DRIFTWELL_HELPERS));
     const std::vector<ArchiveMember> members = tests::readArchive(working.read("site.tgz"));
-    ASSERT_EQ(members.size(), 1U);
-    EXPECT_EQ(members[0].type, '2');
-    EXPECT_EQ(members[0].content, "");
+    ASSERT_EQ(members.size(), 2U);
+    EXPECT_EQ(members[0].content.size(), 3'000'000U);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(working.path()), {}), 2);
+}
+
+/// Packs a folder again and again while in it a folder is exchanged with a link that leads out of it, to files of the
+/// same names, sizes and times. Some of the rounds must fail, and nothing from outside may ever be packed.
+void packWhileAFolderIsSwappedForALink() {
+    const TestFolder outside;
+    const TestFolder site;
+    site.write("index.html", "x");
+    const std::filesystem::file_time_type time = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    for (int i = 0; i < 20; ++i) {
+        const std::string name = std::to_string(i);
+        outside.write(name, "secret");
+        site.write("one/" + name, "public");
+        std::filesystem::last_write_time(outside / name, time);
+        std::filesystem::last_write_time(site / "one" / name, time);
+    }
+    std::filesystem::create_symlink(outside.path(), site / "two");
+    const tests::Swapper swapper(site / "one", site / "two");
+    int packed = 0;
+    int refused = 0;
+    for (int round = 0; round < 60 || packed < 5 || refused < 5; ++round) {
+        ASSERT_LT(round, 5'000) << packed << " packed, " << refused << " refused";
+        const TestFolder working;
+        try {
+            tests::await(packFolder(site.path(), scanFolder(site.path()), working.path(), DRIFTWELL_HELPERS));
+            ++packed;
+        } catch (const PlatformError& failure) {
+            EXPECT_THAT(failure.description().toStdString(), HasSubstr("was changed or removed"));
+            ++refused;
+            continue;
+        }
+        for (const ArchiveMember& member : tests::readArchive(working.read("site.tgz"))) {
+            ASSERT_NE(member.content, "secret") << member.name;
+            ASSERT_EQ(member.type, '0') << member.name;
+        }
+    }
+}
+
+TEST_F(PackingTest, NeverPacksAnythingFromOutsideWhileAFolderIsSwappedForALink) {
+    packWhileAFolderIsSwappedForALink();
+}
+
+TEST_F(PackingTest, NeverPacksAnythingFromOutsideWhereTheKernelCannotConfineTar) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto child = [] {
+        tests::forbidCall(SYS_landlock_create_ruleset, ENOSYS);
+        packWhileAFolderIsSwappedForALink();
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(PackingTest, PacksTheSameWhereTheKernelCannotConfineTar) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto child = [this] {
+        tests::forbidCall(SYS_landlock_create_ruleset, EPERM);
+        site.write("a/b/c", "deep");
+        site.write("a/d", "");
+        site.write("-C..", randomBytes(2'500'000));
+        checked(::chmod((site / "a/d").c_str(), 0750), "chmod");
+        const std::vector<ArchiveMember> members = packedMembers();
+        EXPECT_THAT(members, ElementsAre(Field(&ArchiveMember::name, "-C.."), Field(&ArchiveMember::name, "a/b/c"),
+                                         Field(&ArchiveMember::name, "a/d")));
+        EXPECT_EQ(members.at(0).content, randomBytes(2'500'000));
+        EXPECT_EQ(members.at(1).content, "deep");
+        EXPECT_EQ(members.at(2).mode & ALLPERMS, 0750U);
+        EXPECT_EQ(static_cast<std::int64_t>(members.at(1).modified), scanFolder(site.path()).attributes.at(1).modified);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(working.path()), {}), 2);
+
+        std::filesystem::remove(site / "a/d");
+        const FolderScan files = scanFolder(site.path());
+        site.write("a/b/c", "longer than before");
+        EXPECT_EQ(refusalOf(files), changed("a/b/c"));
+        std::exit(HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(PackingTest, RefusesAFolderThatAnotherOneTookThePlaceOf) {
+    site.write("site/a", "x");
+    const FolderScan files = scanFolder(site / "site");
+    std::filesystem::rename(site / "site", site / "before");
+    std::filesystem::copy(site / "before", site / "site", std::filesystem::copy_options::recursive);
+    try {
+        tests::await(packFolder(site / "site", files, working.path(), {}));
+        FAIL() << "packed another folder than the one that was scanned";
+    } catch (const PlatformError& failure) {
+        EXPECT_EQ(failure.description().toStdString(), changed((site / "site").string()));
+    }
 }
 
 TEST_F(PackingTest, PacksPathsAsLongAsTheFormatHolds) {
@@ -421,7 +561,9 @@ TEST_F(PackingTest, FailsWhereANameIsTooLongForTheFormat) {
             tests::await(packFolder(folder.path(), scanFolder(folder.path()), working.path(), {}));
             ADD_FAILURE() << "packed a name of " << name.size() << " bytes";
         } catch (const PlatformError& failure) {
-            EXPECT_EQ(failure.description(), QStringLiteral("tar exited with status 2"));
+            EXPECT_EQ(failure.description().toStdString(),
+                      "tar exited with status 2: the path of “" + name +
+                          "” is too long: at most 100 bytes are possible in the name and 155 before it");
         }
     }
 }
@@ -429,12 +571,12 @@ TEST_F(PackingTest, FailsWhereANameIsTooLongForTheFormat) {
 TEST_F(PackingTest, FailsWhereAFileIsTooLargeForTheFormat) {
     site.write("large", "");
     std::filesystem::resize_file(site / "large", std::uintmax_t{8} << 30);
-    EXPECT_EQ(refusal(), "tar exited with status 2");
+    EXPECT_EQ(refusal(), "tar exited with status 2: “large” is too large: a file has to be smaller than 8 GiB");
 }
 
 TEST_F(PackingTest, FailsWhereThePiecesOfANameWithALineFeedAreNoFiles) {
     site.write("a\nb", "x");
-    EXPECT_EQ(refusal(), "tar exited with status 2");
+    EXPECT_EQ(refusal(), "tar exited with status 2: the name of “a␤b” holds a line break and cannot be packed");
 }
 
 TEST_F(PackingTest, RefusesANameWithALineFeedWhosePiecesAreFiles) {
@@ -475,7 +617,7 @@ TEST_F(PackingTest, FailsWhereTheFolderIsGone) {
     site.write("a/file", "x");
     const FolderScan files = scanFolder(site.path());
     std::filesystem::remove_all(site.path());
-    EXPECT_EQ(refusalOf(files), "tar exited with status 2");
+    EXPECT_EQ(refusalOf(files), changed(site.path().string()));
 }
 
 TEST_F(PackingTest, FailsWhereTheDiskIsFull) {
@@ -508,15 +650,89 @@ TEST_F(PackingTest, FailsWithTheSystemsErrorWhereTheWorkingFolderIsMissing) {
     }
 }
 
+TEST_F(PackingTest, GivesAllFilesThePresentTimeWhereTheFormatCannotHoldOne) {
+    site.write("a", "x");
+    site.write("b", "x");
+    const auto set = [this](const char* file, std::int64_t seconds) {
+        const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, timespec{seconds, 0}};
+        checked(::utimensat(AT_FDCWD, (site / file).c_str(), times.data(), 0), "utimensat");
+    };
+    set("b", 1'000'000'000);
+    for (const std::int64_t impossible : {std::int64_t{-1}, std::int64_t{-300'000'000}, std::int64_t{1} << 33}) {
+        SCOPED_TRACE(impossible);
+        set("a", impossible);
+        const std::time_t before = std::time(nullptr);
+        const std::vector<ArchiveMember> members = packedMembers();
+        ASSERT_EQ(members.size(), 2U);
+        for (const ArchiveMember& member : members) {
+            EXPECT_GE(member.modified, static_cast<std::uint64_t>(before)) << member.name;
+            EXPECT_LE(member.modified, static_cast<std::uint64_t>(std::time(nullptr))) << member.name;
+        }
+        std::filesystem::remove(working / "site.tgz");
+    }
+}
+
+TEST_F(PackingTest, KeepsTheTimesOfTheFiles) {
+    site.write("a", "x");
+    const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, timespec{0, 0}};
+    checked(::utimensat(AT_FDCWD, (site / "a").c_str(), times.data(), 0), "utimensat");
+    const std::vector<ArchiveMember> members = packedMembers();
+    ASSERT_EQ(members.size(), 1U);
+    EXPECT_EQ(members[0].modified, 0U);
+}
+
+TEST_F(PackingTest, RefusesAnArchiveThatWasCutShortWithoutAWord) {
+    addProgram(helpers, "gzip", "/usr/bin/gzip | /usr/bin/head -c 50000\n");
+    site.write("large", randomBytes(200'000));
+    EXPECT_THAT(refusal(),
+                AllOf(StartsWith("the archive was not written as a whole ("), HasSubstr("nothing was sent")));
+}
+
+TEST_F(PackingTest, RefusesAnArchiveThatSomethingFollows) {
+    addProgram(helpers, "gzip", "/usr/bin/gzip\necho more\n");
+    site.write("a", "x");
+    EXPECT_THAT(refusal(), StartsWith("the archive was not written as a whole ("));
+}
+
+TEST_F(PackingTest, RefusesAnArchiveOfFewerFilesThanTheScanFound) {
+    // tar makes nothing of a list that it cannot read to its end.
+    addProgram(helpers, "gzip",
+               "cat >/dev/null\ncd '" + records.path().string() +
+                   "' && : >b && /usr/bin/tar -c --format ustar -T /dev/null | /usr/bin/gzip\n");
+    site.write("a", "x");
+    site.write("b", "x");
+    EXPECT_EQ(refusal(), "only 0 of 2 files were packed, nothing was sent");
+}
+
+TEST_F(PackingTest, SaysWhereThereIsNoRoomLeft) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can make a small disk";
+    }
+    const std::filesystem::path disk = working / "disk";
+    std::filesystem::create_directory(disk);
+    checked(::mount("none", disk.c_str(), "tmpfs", 0, "size=1m"), "mount");
+    site.write("large", randomBytes(3'000'000));
+    std::filesystem::create_directory(disk / "working");
+    std::string told;
+    try {
+        tests::await(packFolder(site.path(), scanFolder(site.path()), disk / "working", helpers.path()));
+    } catch (const PlatformError& failure) {
+        told = failure.description().toStdString();
+    }
+    ::umount(disk.c_str());
+    EXPECT_EQ(told, "tar exited with status 2: there is no room left in " + disk.string());
+}
+
 TEST_F(PackingTest, LeavesNoChildAndNoDescriptorBehindHoweverItEnds) {
     site.write("file", "x");
     const FolderScan files = scanFolder(site.path());
     FolderScan vanished = files;
     vanished.paths.push_back("vanished");
+    vanished.attributes.emplace_back();
     pack(files);
     const tests::ProcessState before = tests::ProcessState::now();
     pack(files);
-    EXPECT_EQ(refusalOf(vanished), "tar exited with status 2");
+    EXPECT_EQ(refusalOf(vanished), "tar exited with status 2: " + changed("vanished"));
     EXPECT_THROW(tests::await(packFolder(site.path(), files, working / "missing", {})), std::system_error);
     tests::settle();
     EXPECT_EQ(tests::ProcessState::now(), before);

@@ -14,6 +14,8 @@ namespace driftwell::tests {
 /// it is.
 class Unprivileged {
 public:
+    static constexpr uid_t nobody = 65534;
+
     Unprivileged() {
         if (::geteuid() == 0) {
             checked(::seteuid(nobody), "seteuid");
@@ -31,9 +33,19 @@ public:
     Unprivileged& operator=(const Unprivileged&) = delete;
 
 private:
-    static constexpr uid_t nobody = 65534;
     bool m_changed = false;
 };
+
+/// Makes a folder with all that it holds that of the one whom Unprivileged becomes.
+inline void giveToUnprivileged(const std::filesystem::path& folder) {
+    if (::geteuid() != 0) {
+        return;
+    }
+    checked(::chown(folder.c_str(), Unprivileged::nobody, static_cast<gid_t>(-1)), "chown");
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        checked(::lchown(entry.path().c_str(), Unprivileged::nobody, static_cast<gid_t>(-1)), "chown");
+    }
+}
 
 /// Changes a folder's permissions until the end of the scope, and then makes it removable again.
 class ScopedMode {

@@ -135,6 +135,34 @@ TEST_F(PlatformClientTest, TellsTheStatusOfARefusalWithABodyThatIsTooLarge) {
     EXPECT_EQ(meAnswered(answer("500 Internal Server Error", std::string(1001, 'x'))), "Api: HTTP 500");
 }
 
+TEST_F(PlatformClientTest, GivesTheRecordOfAnAnswerThatSaysNotOk) {
+    constexpr auto notOk = R"({"ok":false,"error":"The disk is full","site":"blog"})";
+    const auto deletion = [this] {
+        return outcomeOf(client().deleteSite(config(), QStringLiteral("blog"), {}),
+                         [](const DeleteSiteResponse& response) { return std::string(response.ok ? "ok" : "not ok"); });
+    };
+    serve(answer("200 OK", notOk));
+    EXPECT_EQ(deletion(), "not ok");
+
+    client().refuseNotOk();
+    serve(answer("200 OK", notOk));
+    EXPECT_EQ(deletion(), "Api: The disk is full");
+    serve(answer("200 OK", R"({"ok":true,"error":"The disk was full","site":"blog"})"));
+    EXPECT_EQ(deletion(), "ok");
+    EXPECT_EQ(meAnswered(answer("200 OK", notOk)), "Api: The disk is full");
+    EXPECT_EQ(meAnswered(answer("200 OK", "null")), "absent");
+}
+
+TEST_F(PlatformClientTest, SaysSoWhereAnAnswerThatSaysNotOkGivesNoReason) {
+    client().refuseNotOk();
+    for (const char* body : {R"({"ok":false})", R"({"ok":false,"error":""})", R"({"ok":false,"error":["a"]})"}) {
+        EXPECT_EQ(meAnswered(answer("200 OK", body)), "Api: The platform refused, and gave no reason") << body;
+    }
+    for (const char* body : {R"({"ok":null})", R"({"ok":0})", R"([{"ok":false}])", R"("ok")"}) {
+        EXPECT_EQ(meAnswered(answer("200 OK", body)), "Api: unexpected response for /api/me") << body;
+    }
+}
+
 // Answers that are not the record
 
 TEST_F(PlatformClientTest, DoesNotExpectAnAnswerWithoutBody) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <map>
 #include <optional>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -19,32 +20,49 @@ struct Include {
 
 /// What each room may include besides itself.
 const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() {
-    static const std::set<std::string> withoutWindows = {"support", "platform", "deploy", "collab",
-                                                         "tooling", "desktop",  "core"};
+    static const std::set<std::string> withoutWindows = {"archive", "support", "platform", "deploy",
+                                                         "collab",  "tooling", "desktop",  "core"};
+    const auto withRooms = [](std::set<std::string> rooms) {
+        rooms.insert(withoutWindows.begin(), withoutWindows.end());
+        return rooms;
+    };
+    // What a person sees at a time knows the common vocabulary and no other surface; only the window hosts others.
+    const std::set<std::string> surface = withRooms({"ui", "ui/style", "ui/controls"});
     static const std::map<std::string, std::set<std::string>, std::less<>> allowed = {
+        {"archive", {}},
         {"support", {}},
         {"platform", {"support"}},
-        {"deploy", {"support", "platform"}},
+        {"deploy", {"archive", "support", "platform"}},
         {"collab", {"support", "platform", "deploy"}},
         {"tooling", {"support", "platform", "deploy", "collab"}},
         {"desktop", {"support"}},
         {"desktop/freedesktop", {"support", "desktop"}},
         {"core", {"support", "platform", "deploy", "collab", "tooling", "desktop"}},
         {"ui", withoutWindows},
-        {"apps/driftwell",
-         {"support", "platform", "deploy", "collab", "tooling", "desktop", "desktop/freedesktop", "core", "ui"}},
+        {"ui/style", withRooms({"ui"})},
+        {"ui/controls", withRooms({"ui", "ui/style"})},
+        {"ui/scene", withRooms({"ui", "ui/style"})},
+        {"ui/sites", surface},
+        {"ui/deploy", surface},
+        {"ui/signin", surface},
+        {"ui/tray", surface},
+        {"ui/window", withRooms({"ui", "ui/style", "ui/controls", "ui/sites", "ui/deploy", "ui/signin"})},
+        {"apps/driftwell", withRooms({"desktop/freedesktop", "ui", "ui/style", "ui/scene", "ui/window", "ui/tray"})},
         {"apps/dw", withoutWindows},
+        {"apps/gzip", {"archive"}},
         {"apps/sandbox", {}},
     };
     return allowed;
 }
 
-/// The room of a path from src/ on: its folder, below apps/ the folder of the application. One room lies within
-/// another.
+/// The room of a path from src/ on: its folder, below apps/ the folder of the application, below ui/ the folder of the
+/// surface where there is one. One room lies within another.
 std::string roomOf(std::string_view path) {
     std::size_t end = path.find('/');
-    if (path.starts_with("apps/") || path.starts_with("desktop/freedesktop/"))
-        end = path.find('/', end + 1);
+    const std::size_t second = path.find('/', end + 1);
+    if (path.starts_with("apps/") || path.starts_with("desktop/freedesktop/") ||
+        (path.starts_with("ui/") && second != std::string_view::npos))
+        end = second;
     return end == std::string_view::npos ? std::string() : std::string(path.substr(0, end));
 }
 
@@ -114,7 +132,7 @@ bool isOwnMocFile(const std::string& path, const std::string& include) {
 /// What is wrong with an include of a file below src/, or nothing.
 std::optional<std::string> violationInRoom(const std::string& path, const std::string& room, const Include& include,
                                            bool isOurs) {
-    const bool graphical = room == "desktop/freedesktop" || room == "ui" || room == "apps/driftwell";
+    const bool graphical = room == "desktop/freedesktop" || room.starts_with("ui") || room == "apps/driftwell";
     if (!include.quoted) {
         if (isOurs)
             return "is ours and belongs in quotes";
@@ -163,6 +181,38 @@ std::vector<std::string> includeViolations(const std::vector<RepositoryFile>& fi
                 violation = "is neither a file under src/ nor one of the repository";
             if (violation)
                 violations.push_back(file.path + ": " + include->name + " " + *violation);
+        }
+    }
+    return violations;
+}
+
+std::vector<std::string> viewViolations(const std::vector<RepositoryFile>& files) {
+    constexpr std::string_view sources = "src/";
+    constexpr std::string_view ending = ".qml";
+    const auto isView = [&](const RepositoryFile& file) {
+        return file.path.starts_with(sources) && file.path.ends_with(ending);
+    };
+    std::map<std::string, std::string> rooms;
+    for (const RepositoryFile& file : files) {
+        if (isView(file)) {
+            const std::size_t name = file.path.rfind('/') + 1;
+            rooms.emplace(file.path.substr(name, file.path.size() - name - ending.size()),
+                          roomOf(std::string_view(file.path).substr(sources.size())));
+        }
+    }
+    static const std::regex word("//.*|\"[^\"]*\"|[A-Za-z_][A-Za-z0-9_]*");
+    std::vector<std::string> violations;
+    for (const RepositoryFile& file : files) {
+        if (!isView(file))
+            continue;
+        const std::string room = roomOf(std::string_view(file.path).substr(sources.size()));
+        std::set<std::string> named;
+        for (std::sregex_iterator found(file.text.begin(), file.text.end(), word), end; found != end; ++found)
+            named.insert(found->str());
+        for (const std::string& name : named) {
+            const auto view = rooms.find(name);
+            if (view != rooms.end() && view->second != room && !allowedRooms().at(room).contains(view->second))
+                violations.push_back(file.path + ": " + name + " of " + view->second + " is not above " + room);
         }
     }
     return violations;

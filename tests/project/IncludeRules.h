@@ -16,4 +16,8 @@ namespace project {
 /// A file that moc writes for the including one ("FolderScan.moc") is nobody's room.
 [[nodiscard]] std::vector<std::string> includeViolations(const std::vector<RepositoryFile>& files);
 
+/// What breaks the same rule among views, which know each other by name alone: a view names only views of its own room
+/// and of those that its room may include.
+[[nodiscard]] std::vector<std::string> viewViolations(const std::vector<RepositoryFile>& files);
+
 } // namespace project

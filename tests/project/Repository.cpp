@@ -13,7 +13,8 @@ namespace {
 const std::filesystem::path top = DRIFTWELL_REPOSITORY;
 
 bool isSource(const std::filesystem::path& path) {
-    return path.extension() == ".cpp" || path.extension() == ".h" || path.filename() == "CMakeLists.txt";
+    return path.extension() == ".cpp" || path.extension() == ".h" || path.extension() == ".qml" ||
+           path.filename() == "CMakeLists.txt";
 }
 
 } // namespace

@@ -15,8 +15,8 @@ struct RepositoryFile {
 /// The text of one file. Throws std::runtime_error where it cannot be read.
 [[nodiscard]] RepositoryFile readFile(std::string_view path);
 
-/// Every C++ source, header and CMakeLists.txt below these top folders, ordered by path. A folder that is not there
-/// holds nothing.
+/// Every C++ source, header, view and CMakeLists.txt below these top folders, ordered by path. A folder that is not
+/// there holds nothing.
 [[nodiscard]] std::vector<RepositoryFile> readSources(const std::vector<std::string>& topFolders);
 
 /// Whether the repository holds a file or folder of this path.

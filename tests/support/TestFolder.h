@@ -1,7 +1,8 @@
 #pragma once
 
-#include "support/TemporaryFolder.h"
+#include "support/SystemError.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,7 +15,21 @@ namespace driftwell::tests {
 /// A folder of the test's own, removed at its end.
 class TestFolder {
 public:
-    [[nodiscard]] const std::filesystem::path& path() const { return m_folder.path(); }
+    TestFolder() {
+        std::string name = std::filesystem::temp_directory_path() / "driftwell-test-XXXXXX";
+        if (::mkdtemp(name.data()) == nullptr) {
+            throwSystemError(name);
+        }
+        m_path = name;
+    }
+    ~TestFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TestFolder(const TestFolder&) = delete;
+    TestFolder& operator=(const TestFolder&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
     [[nodiscard]] std::filesystem::path operator/(std::string_view name) const { return path() / name; }
 
     /// Writes a file, its folders made where missing.
@@ -30,7 +45,7 @@ public:
     }
 
 private:
-    TemporaryFolder m_folder{"driftwell-test-"};
+    std::filesystem::path m_path;
 };
 
 /// How many entries a folder has; 0 for a folder that does not exist.

@@ -1,7 +1,7 @@
-#include "ui/DW.h"
+#include "ui/style/DW.h"
 
 #include "tests/RecordingDesktopServices.h"
-#include "ui/Format.h"
+#include "ui/style/ViewFormat.h"
 
 #include <QMetaProperty>
 #include <QSignalSpy>
@@ -44,6 +44,23 @@ protected:
     RecordingDesktopServices m_desktop;
     DW m_palette{m_desktop};
 };
+
+TEST(ToneTest, EveryToneHasItsColour) {
+    using Token = DW::Token;
+    EXPECT_EQ(DW::tokenOf(Tone::Primary), Token::TextPrimary);
+    EXPECT_EQ(DW::tokenOf(Tone::Muted), Token::TextSecondary);
+    EXPECT_EQ(DW::tokenOf(Tone::Faint), Token::TextTertiary);
+    EXPECT_EQ(DW::tokenOf(Tone::Accent), Token::Accent);
+    EXPECT_EQ(DW::tokenOf(Tone::Warning), Token::Warning);
+    EXPECT_EQ(DW::tokenOf(Tone::Danger), Token::Danger);
+    EXPECT_EQ(DW::toneColor(static_cast<int>(Tone::Danger), true), DW::color(Token::Danger, ColorScheme::Dark));
+    EXPECT_EQ(DW::toneColor(static_cast<int>(Tone::Danger), false), DW::color(Token::Danger, ColorScheme::Light));
+}
+
+TEST(ToneTest, WhatStandsOnTheAccentIsDarkWhereTheAccentIsLight) {
+    EXPECT_EQ(DW::toneColor(static_cast<int>(Tone::OnAccent), true), DW::color(DW::Token::Canvas, ColorScheme::Dark));
+    EXPECT_EQ(DW::toneColor(static_cast<int>(Tone::OnAccent), false), QColor(Qt::white));
+}
 
 TEST_P(TokenTest, HasItsValueOnADarkDesktop) {
     m_desktop.setColorScheme(ColorScheme::Dark);

@@ -1,8 +1,9 @@
-#include "ui/DeploySheetModel.h"
+#include "ui/deploy/DeploySheetModel.h"
 
 #include "deploy/SiteName.h"
 #include "platform/PlatformError.h"
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QSignalSpy>
 
@@ -227,7 +228,7 @@ protected:
     DeploySheetModel& sheet(const std::string& folderName = "garden") {
         if (!m_sheet) {
             m_flow = openDeployment(folderName);
-            m_sheet = std::make_unique<DeploySheetModel>(m_flow, model(), desktop);
+            m_sheet = std::unique_ptr<DeploySheetModel>(new DeploySheetModel(deploySheetOf(m_flow, model(), desktop)));
         }
         return *m_sheet;
     }
@@ -332,7 +333,7 @@ TEST_F(DeploySheetModelTest, TheFolderIsAbbreviated) {
     become(Kind::Connected);
     folder().write("home/Sites/garden/index.html", "hello");
     model().deployments().beginDeploy(folder() / "home/Sites/garden");
-    const DeploySheetModel inHome(model().deployments().deployFlow(), model(), desktop);
+    const DeploySheetModel inHome = deploySheetOf(model().deployments().deployFlow(), model(), desktop);
     EXPECT_EQ(inHome.folder(), QStringLiteral("~/Sites/garden"));
     model().deployments().cancelDeploy();
     EXPECT_EQ(sheet("garden").folder().toStdString(), siteFolder("garden").string());
@@ -342,7 +343,7 @@ TEST_F(DeploySheetModelTest, TheFiguresAppearWhenTheyAreCounted) {
     become(Kind::Connected);
     model().deployments().beginDeploy(siteFolder("garden"));
     const std::shared_ptr<DeployFlow> counted = model().deployments().deployFlow();
-    const DeploySheetModel waiting(counted, model(), desktop);
+    const DeploySheetModel waiting = deploySheetOf(counted, model(), desktop);
     const QSignalSpy changes(&waiting, &DeploySheetModel::figuresChanged);
     if (!counted->fileCount()) {
         EXPECT_EQ(waiting.sizeSummary(), QStringLiteral("…"));
@@ -419,7 +420,7 @@ TEST_F(DeploySheetModelTest, TheRowOfPackingHasNoSingular) {
 TEST_F(DeploySheetModelTest, TheRowOfPackingIsActiveBeforeTheFilesAreCounted) {
     become(Kind::Connected);
     const auto uncounted = std::make_shared<DeployFlow>("/srv/garden", QStringLiteral("garden"));
-    const DeploySheetModel unknown(uncounted, model(), desktop);
+    const DeploySheetModel unknown = deploySheetOf(uncounted, model(), desktop);
     EXPECT_EQ(unknown.packLabel(), QStringLiteral("Packing files"));
     EXPECT_EQ(unknown.uploadLabel(), QStringLiteral("Upload "));
     const QSignalSpy stages(&unknown, &DeploySheetModel::stageChanged);

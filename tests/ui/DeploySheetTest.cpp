@@ -1,6 +1,6 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/MainWindowModel.h"
-#include "ui/WindowControls.h"
+#include "ui/window/MainWindowModel.h"
+#include "ui/window/WindowControls.h"
 
 #include <QTest>
 
@@ -72,7 +72,7 @@ protected:
     QQuickItem* border() {
         for (QQuickItem* const item : items()) {
             if (item->inherits("QQuickRectangle") && item->property("border").value<QObject*>() != nullptr &&
-                item->property("border").value<QObject*>()->property("width").toDouble() == 1.5) {
+                item->property("stroke").toDouble() == 1.5) {
                 return item;
             }
         }
@@ -116,6 +116,21 @@ TEST_F(DeploySheetTest, ConfirmingShowsFolderFiguresAndStatus) {
     EXPECT_EQ(field().item->property("text").toString(), QStringLiteral("garden"));
     EXPECT_EQ(field().item->property("placeholderText").toString(), QStringLiteral("site-name"));
     EXPECT_EQ(colorOf(QStringLiteral("New site — this name is free")), light(Token::Accent));
+}
+
+TEST_F(DeploySheetTest, TheBlocksOfTheConfirmationHaveTheSameDistance) {
+    showSheet();
+    QQuickItem* const column = the(Role::Heading, QStringLiteral("Deploy garden")).item->parentItem();
+    std::vector<QQuickItem*> blocks;
+    for (QQuickItem* const block : column->childItems()) {
+        if (block->isVisible() && block->height() > 0) {
+            blocks.push_back(block);
+        }
+    }
+    ASSERT_EQ(blocks.size(), 6U) << "title, folder, label, name, status, buttons";
+    for (std::size_t i = 1; i < blocks.size(); ++i) {
+        EXPECT_DOUBLE_EQ(blocks[i]->y() - blocks[i - 1]->y() - blocks[i - 1]->height(), 14) << i;
+    }
 }
 
 TEST_F(DeploySheetTest, TheFieldHasTheKeyboardAndItsTextIsSelected) {
@@ -376,7 +391,7 @@ TEST_F(DeploySheetTest, SuccessShowsTheAddressAndTheSummary) {
     EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("garden is live")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("garden.sites.test")));
     EXPECT_THAT(texts(), Contains(testing::MatchesRegex("deployed in [1-9][0-9]*s · 1 file · 5 bytes")));
-    EXPECT_TRUE(isDrawn(QString(QChar(0xE86C))));
+    EXPECT_DOUBLE_EQ(textItem(QString(QChar(0xE86C)))->property("size").toDouble(), 30);
 }
 
 TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
@@ -450,6 +465,7 @@ TEST_F(DeploySheetTest, AFailureSaysWhy) {
     EXPECT_TRUE(isSeen(Role::Heading, QStringLiteral("Deploy failed")));
     EXPECT_THAT(texts(), Contains("The disk is full."));
     EXPECT_EQ(colorOf(QString(QChar(0xE002))), light(Token::Danger));
+    EXPECT_DOUBLE_EQ(textItem(QString(QChar(0xE002)))->property("size").toDouble(), 15);
 }
 
 TEST_F(DeploySheetTest, TryAgainHasTheKeyboardAndGoesBackToTheNameThatWasTyped) {
@@ -602,6 +618,22 @@ TEST_F(AlertSheetTest, ItFollowsTheColorScheme) {
     expectPaletteIsFollowed();
 }
 
+TEST_F(AlertSheetTest, AnAlertDuringADeploymentComesBeforeItAndLeavesItAsItWas) {
+    connectedWith({"garden"});
+    showWindow();
+    openDeployment("shed");
+    EXPECT_EQ(focus(), "EditableText Site name");
+    server.answer("/api/rollback", 500, errorAnswer("no such version", "failed"));
+    await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
+    EXPECT_EQ(focus(), "Button OK");
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(alertIsThere());
+    EXPECT_TRUE(model().deployments().deployFlow());
+    waitUntil([this] { return focus() == "EditableText Site name"; });
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(model().deployments().deployFlow());
+}
+
 // MainWindowView
 
 class MainWindowViewTest : public SheetTest {};
@@ -671,6 +703,14 @@ TEST_F(MainWindowViewTest, TypingAFilterThatMatchesNothingKeepsTheKeyboardInTheF
     press(Qt::Key_Escape);
     EXPECT_THAT(texts(), Contains("No projects yet"));
     EXPECT_EQ(focus(), "EditableText Filter projects");
+}
+
+TEST_F(MainWindowViewTest, WhatIsNotDrawnYetHasTheColourOfTheScheme) {
+    become(Kind::Connected);
+    showWindow();
+    EXPECT_EQ(view().color(), DW::color(Token::Canvas, ColorScheme::Light));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(view().color(), DW::color(Token::Canvas, ColorScheme::Dark));
 }
 
 TEST_F(MainWindowViewTest, ItFollowsTheColorScheme) {

@@ -1,7 +1,9 @@
+#include "tests/ui/QmlFiles.h"
 #include "tests/ui/ViewFixture.h"
-#include "ui/DW.h"
-#include "ui/Format.h"
+#include "ui/style/DW.h"
+#include "ui/style/ViewFormat.h"
 
+#include <QRegularExpression>
 #include <QSignalSpy>
 
 #include <gmock/gmock.h>
@@ -29,6 +31,45 @@ protected:
     /// Sizes of texts are logical pixels; fonts count in points, of which three are four pixels.
     static constexpr double pointsPerPixel = 0.75;
 };
+
+// Symbol
+
+TEST_F(LeafViewsTest, ASymbolIsSeenAsLargeAsItIsSaidToBe) {
+    showQml(R"(Symbol { x: 50; y: 50; name: "circle"; size: 50 })");
+    const QImage image = picture();
+    QRect drawn;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y).lightness() < 128) {
+                drawn |= QRect(x, y, 1, 1);
+            }
+        }
+    }
+    EXPECT_NEAR(drawn.width(), 50, 1);
+    EXPECT_NEAR(drawn.height(), 50, 1);
+}
+
+// Outline
+
+TEST_F(LeafViewsTest, AStrokeOfAPointAndAHalfIsEquallyWideOnAllSides) {
+    showQml(R"(Outline { x: 20; y: 20; width: 101; height: 63; radius: 8; stroke: 1.5; border.color: "black" })");
+    const QImage image = picture();
+    const auto run = [&image](QPoint at, QPoint step) {
+        int width = 0;
+        while (image.pixelColor(at) == QColor(Qt::black)) {
+            at += step;
+            ++width;
+        }
+        return width;
+    };
+    EXPECT_EQ(run({20, 50}, {1, 0}), 2);
+    EXPECT_EQ(run({120, 50}, {-1, 0}), 2);
+    EXPECT_EQ(run({70, 20}, {0, 1}), 2);
+    EXPECT_EQ(run({70, 82}, {0, -1}), 2);
+    for (const QPoint inside : {QPoint(22, 50), QPoint(118, 50), QPoint(70, 22), QPoint(70, 80)}) {
+        EXPECT_EQ(image.pixelColor(inside), light(Token::Canvas));
+    }
+}
 
 // AvatarView
 
@@ -206,6 +247,7 @@ TEST_F(LeafViewsTest, TheArrowStandsAtTheActiveColumnOnly) {
     QQuickItem* const byTime = the(Role::Button, QStringLiteral("Sort by Last updated")).item;
     const QString arrow(QChar(0xE5D8));
     QQuickItem* const shown = textItem(arrow);
+    EXPECT_DOUBLE_EQ(shown->property("size").toDouble(), 9);
     EXPECT_TRUE(byName->isAncestorOf(shown));
     byName->setProperty("active", false);
     EXPECT_FALSE(isDrawn(arrow));
@@ -299,8 +341,37 @@ INSTANTIATE_TEST_SUITE_P(
     Kinds, ButtonTest,
     testing::Values(R"(RowButton { x: 20; y: 20; text: "Do it" })", R"(PushButton { x: 20; y: 20; text: "Do it" })",
                     R"(PushButton { x: 20; y: 20; text: "Do it"; symbol: "plus"; prominent: true })",
-                    R"(IconButton { x: 20; y: 20; symbol: "ellipsis"; label: "Do it"; tipShown: false })",
-                    R"(MenuRowButton { x: 20; y: 20; width: 200; symbol: "macwindow"; text: "Do it" })"));
+                    R"(IconButton { x: 20; y: 20; symbol: "ellipsis"; label: "Do it"; tip: "" })",
+                    R"(MenuRowButton { x: 20; y: 20; width: 200; symbol: "macwindow"; text: "Do it" })",
+                    R"(LinkButton { x: 20; y: 20; text: "Do it" })"));
+
+TEST_F(LeafViewsTest, OnlyOneFileSaysWhatItMeansToBePressed) {
+    static const QRegularExpression pressed(QStringLiteral("\\b(?:AbstractButton|Button|RoundButton|ToolButton) \\{|"
+                                                           "onReturnPressed: clicked"));
+    std::vector<std::string> files;
+    for (const QmlFile& file : qmlFiles()) {
+        if (file.text.contains(pressed)) {
+            files.push_back(file.name.toStdString());
+        }
+    }
+    EXPECT_THAT(files, ElementsAre("Pressable.qml"));
+}
+
+TEST_F(LeafViewsTest, AControlThatIsDisabledIsExplainedLikeAnother) {
+    showQml(R"(PushButton { x: 100; y: 100; text: "Do it"; tip: "Does it"; enabled: false })");
+    hover(leaf());
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Does it")); });
+    moveAway();
+    waitUntil([this] { return all(Role::ToolTip).empty(); });
+}
+
+TEST_F(LeafViewsTest, ATextThatIsCutTellsTheWholeUnderTheRestingPointer) {
+    showQml(R"(CuttableText { x: 100; y: 100; width: 60; text: "Connected as Ada" })");
+    hover(leaf());
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Connected as Ada")); });
+    leaf()->setWidth(300);
+    waitUntil([this] { return all(Role::ToolTip).empty(); });
+}
 
 TEST_F(LeafViewsTest, AButtonThatIsDisabledSaysSo) {
     showQml(R"(PushButton { text: "Do it" })");
@@ -338,6 +409,7 @@ TEST_F(LeafViewsTest, ASharingLabelIsItsText) {
 TEST_F(LeafViewsTest, ASharingLabelHasItsSymbolBeforeTheText) {
     showQml(R"(SharingLabel { symbol: "globe"; text: "Anyone with link" })");
     QQuickItem* const globe = textItem(QString(QChar(0xE80B)));
+    EXPECT_DOUBLE_EQ(globe->property("size").toDouble(), 11);
     EXPECT_LT(globe->mapToScene(QPointF()).x(),
               textItem(QStringLiteral("Anyone with link"))->mapToScene(QPointF()).x());
     EXPECT_THAT(texts(), ElementsAre("Anyone with link"));

@@ -1,4 +1,4 @@
-#include "ui/ListChange.h"
+#include "ui/sites/ListChange.h"
 
 #include "tests/deploy/Seed.h"
 

@@ -1,4 +1,4 @@
-#include "ui/MainWindowModel.h"
+#include "ui/window/MainWindowModel.h"
 
 #include "tests/ui/UiFixture.h"
 
@@ -67,6 +67,7 @@ TEST_F(MainWindowModelTest, AConnectionWithSitesShowsTheList) {
 }
 
 TEST_F(MainWindowModelTest, AFirstRunShowsTheSameWithoutAnIntroduction) {
+    const ScopedVariable firstRun("DW_ONBOARDING", "1");
     ASSERT_TRUE(model().gates().needsOnboarding());
     become(Kind::Connected);
     EXPECT_EQ(window().content(), Content::SiteList);
@@ -144,8 +145,6 @@ TEST_F(MainWindowModelTest, NoOtherStatusHasABanner) {
 }
 
 TEST_F(MainWindowModelTest, TheBannerCountsDown) {
-    EXPECT_EQ(MainWindowModel::retryText(0), QStringLiteral("retrying in 0s · deploys are paused"));
-    EXPECT_EQ(MainWindowModel::retryText(1), QStringLiteral("retrying in 1s · deploys are paused"));
     configureLocal();
     server.closeWithoutAnswer("/api/me");
     model().start();
@@ -188,6 +187,26 @@ TEST_F(MainWindowModelTest, WhileTheIntroductionIsShownAHoveringFolderShowsNothi
     become(Kind::Connected);
     window().setDropTargeted(true);
     EXPECT_FALSE(window().isDropOverlayVisible());
+}
+
+TEST_F(MainWindowModelTest, WhileTheIntroductionIsShownThereIsNoDropEvenWithAWorkingConnection) {
+    folder().write("defaults.ini", "[General]\nonboardingCompleted=false\n");
+    become(Kind::Connected);
+    ASSERT_TRUE(model().gates().needsOnboarding());
+    EXPECT_FALSE(window().canDeploy());
+    EXPECT_FALSE(window().siteList()->isPaused());
+}
+
+TEST_F(MainWindowModelTest, BeforeThePlatformIsKnownThereIsNoDrop) {
+    ASSERT_EQ(model().connection().status(), Status::connecting());
+    EXPECT_FALSE(window().canDeploy());
+}
+
+TEST_F(MainWindowModelTest, AConnectionTakesADropAlsoWhileItIsBeingMade) {
+    for (const Kind kind : {Kind::Connecting, Kind::Connected}) {
+        become(kind);
+        EXPECT_TRUE(window().canDeploy());
+    }
 }
 
 TEST_F(MainWindowModelTest, TheWelcomeFollowsTheConnectionWhileTheFolderHovers) {
@@ -233,6 +252,7 @@ TEST_F(MainWindowModelTest, AnotherDeploymentHasAnotherSheet) {
     ASSERT_TRUE(first);
     openDeployment("bakery");
     ASSERT_NE(window().deploySheet(), nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_FALSE(first) << "the first one is gone";
     EXPECT_EQ(window().deploySheet()->siteName(), QStringLiteral("bakery"));
     EXPECT_EQ(window().deploySheet()->phase(), DeploySheetModel::Phase::Confirm);
@@ -248,16 +268,17 @@ TEST_F(MainWindowModelTest, AWindowThatOpensDuringADeploymentHasItsSheet) {
 
 TEST_F(MainWindowModelTest, WithoutAFailureThereIsNoAlert) {
     become(Kind::Connected);
-    EXPECT_EQ(window().alertTitle(), QString());
-    EXPECT_EQ(window().alertText(), QString());
+    EXPECT_EQ(window().alert(), nullptr);
+    EXPECT_EQ(window().alerts().title(), QString());
+    EXPECT_EQ(window().alerts().text(), QString());
 }
 
 TEST_F(MainWindowModelTest, AFailedRollbackIsTold) {
     become(Kind::Connected);
     const QSignalSpy changes(&window(), &MainWindowModel::alertChanged);
     failRollback("no such version");
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
-    EXPECT_EQ(window().alertText(), QStringLiteral("no such version"));
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Rollback failed"));
+    EXPECT_EQ(window().alerts().text(), QStringLiteral("no such version"));
     EXPECT_EQ(changes.count(), 1);
 }
 
@@ -265,41 +286,41 @@ TEST_F(MainWindowModelTest, AFailedDeleteIsTold) {
     become(Kind::Connected);
     const QSignalSpy changes(&window(), &MainWindowModel::alertChanged);
     failDelete("only its owner may");
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Delete failed"));
-    EXPECT_EQ(window().alertText(), QStringLiteral("only its owner may"));
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Delete failed"));
+    EXPECT_EQ(window().alerts().text(), QStringLiteral("only its owner may"));
     EXPECT_EQ(changes.count(), 1);
 }
 
 TEST_F(MainWindowModelTest, DismissingAnAlertClearsItsFailure) {
     become(Kind::Connected);
     failRollback("no such version");
-    window().dismissAlert();
+    window().alert()->dismiss();
     EXPECT_EQ(model().siteOperations().rollbackError(), std::nullopt);
-    EXPECT_EQ(window().alertTitle(), QString());
+    EXPECT_EQ(window().alerts().title(), QString());
     failDelete("only its owner may");
-    window().dismissAlert();
+    window().alert()->dismiss();
     EXPECT_EQ(model().siteOperations().deleteError(), std::nullopt);
-    EXPECT_EQ(window().alertTitle(), QString());
+    EXPECT_EQ(window().alerts().title(), QString());
 }
 
 TEST_F(MainWindowModelTest, TwoFailuresAreToldOneAfterTheOther) {
     become(Kind::Connected);
     failDelete("only its owner may");
     failRollback("no such version");
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
-    EXPECT_EQ(window().alertText(), QStringLiteral("no such version"));
-    window().dismissAlert();
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Delete failed"));
-    EXPECT_EQ(window().alertText(), QStringLiteral("only its owner may"));
-    window().dismissAlert();
-    EXPECT_EQ(window().alertTitle(), QString());
-    EXPECT_EQ(window().alertText(), QString());
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Rollback failed"));
+    EXPECT_EQ(window().alerts().text(), QStringLiteral("no such version"));
+    window().alert()->dismiss();
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Delete failed"));
+    EXPECT_EQ(window().alerts().text(), QStringLiteral("only its owner may"));
+    window().alert()->dismiss();
+    EXPECT_EQ(window().alerts().title(), QString());
+    EXPECT_EQ(window().alerts().text(), QString());
 }
 
 TEST_F(MainWindowModelTest, AFailureWithoutWordsIsToldAllTheSame) {
     become(Kind::Connected);
     failRollback("");
-    EXPECT_EQ(window().alertTitle(), QStringLiteral("Rollback failed"));
+    EXPECT_EQ(window().alerts().title(), QStringLiteral("Rollback failed"));
 }
 
 // What the views ask for

@@ -1,6 +1,7 @@
-#include "ui/MenuBarModel.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QSignalSpy>
 
@@ -12,23 +13,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using AuthAction = MenuBarModel::AuthAction;
-using Icon = MenuBarModel::Icon;
-using Token = DW::Token;
-
-TEST(MenuBarStatusTest, TheDotHasTheColourOfTheStatus) {
-    EXPECT_EQ(MenuBarModel::statusToken(Status::unreachable(8)), Token::Danger);
-    EXPECT_EQ(MenuBarModel::statusToken(Status::notTeam(QString())), Token::Warning);
-    EXPECT_EQ(MenuBarModel::statusToken(Status::noHost()), Token::TextSecondary);
-    EXPECT_EQ(MenuBarModel::statusToken(Status::signedOut()), Token::Warning);
-    EXPECT_EQ(MenuBarModel::statusToken(Status::connecting()), Token::Accent);
-    EXPECT_EQ(MenuBarModel::statusToken(Status::connected()), Token::Accent);
-}
-
 class MenuBarModelTest : public UiFixture {
 protected:
-    [[nodiscard]] std::string title() { return MenuBarModel::title(model()).toStdString(); }
-    [[nodiscard]] std::string header() { return MenuBarModel::headerSubtitle(model()).toStdString(); }
+    [[nodiscard]] std::string title() { return menuBarOf(model()).title().toStdString(); }
+    [[nodiscard]] std::string header() { return menuBarOf(model()).subtitle().toStdString(); }
+    [[nodiscard]] TrayIconKind icon() { return menuBarOf(model()).icon(); }
+    [[nodiscard]] AuthAction authAction() { return menuBarOf(model()).authAction(); }
+    [[nodiscard]] QList<RecentSite> recentSites(Timestamp now) { return menuBarOf(model()).recentSites(now); }
     [[nodiscard]] std::string hostText() const { return host().toStdString(); }
 
     void beginDeploying(const std::string& name) { openDeployment(name)->begin(); }
@@ -38,30 +29,33 @@ protected:
 
 TEST_F(MenuBarModelTest, TheIconIsTheGlyphWhileNothingIsWrong) {
     for (const Kind kind : {Kind::NoHost, Kind::Connecting, Kind::Connected}) {
-        EXPECT_EQ(MenuBarModel::icon(become(kind)), Icon::Glyph);
+        become(kind);
+        EXPECT_EQ(icon(), TrayIconKind::Glyph);
     }
 }
 
 TEST_F(MenuBarModelTest, TheIconWarnsOfAnOutageAndOfAPersonWhoIsNotLetIn) {
     for (const Kind kind : {Kind::Unreachable, Kind::NotTeam, Kind::SignedOut}) {
-        EXPECT_EQ(MenuBarModel::icon(become(kind)), Icon::Warning);
+        become(kind);
+        EXPECT_EQ(icon(), TrayIconKind::Warning);
     }
 }
 
 TEST_F(MenuBarModelTest, TheIconPulsesDuringADeployment) {
     become(Kind::Connected);
     const std::shared_ptr<DeployFlow> flow = openDeployment("garden");
-    EXPECT_EQ(MenuBarModel::icon(model()), Icon::Glyph) << "it has not been confirmed";
+    EXPECT_EQ(icon(), TrayIconKind::Glyph) << "it has not been confirmed";
     flow->begin();
-    EXPECT_EQ(MenuBarModel::icon(model()), Icon::Pulsing);
+    EXPECT_EQ(icon(), TrayIconKind::Pulsing);
     flow->succeed({});
-    EXPECT_EQ(MenuBarModel::icon(model()), Icon::Glyph);
+    EXPECT_EQ(icon(), TrayIconKind::Glyph);
 }
 
 TEST_F(MenuBarModelTest, TheWarningWinsOverADeployment) {
     become(Kind::Connected);
     beginDeploying("garden");
-    EXPECT_EQ(MenuBarModel::icon(become(Kind::Unreachable)), Icon::Warning);
+    become(Kind::Unreachable);
+    EXPECT_EQ(icon(), TrayIconKind::Warning);
 }
 
 // Header
@@ -143,38 +137,37 @@ TEST_F(MenuBarModelTest, ADeploymentIsCounted) {
     EXPECT_EQ(header(), hostText() + " · 1 site · 1 deploying");
 }
 
-TEST_F(MenuBarModelTest, WithoutAPlatformTheSubtitleCallsItDriftwell) {
-    become(Kind::NoHost);
-    EXPECT_EQ(MenuBarModel::subtitle(model()), QStringLiteral("driftwell · 0 sites"));
-}
-
 // The account
 
 TEST_F(MenuBarModelTest, ALocalPlatformHasNoAccountToManage) {
     for (const Kind kind : {Kind::Unreachable, Kind::NotTeam, Kind::Connecting, Kind::Connected}) {
-        EXPECT_EQ(MenuBarModel::authAction(become(kind)), AuthAction::None);
+        become(kind);
+        EXPECT_EQ(authAction(), AuthAction::None);
     }
-    const MenuBarModel menuBar(model(), desktop);
+    const MenuBarModel menuBar = menuBarOf(model());
     EXPECT_EQ(menuBar.authTitle(), QString());
 }
 
 TEST_F(MenuBarModelTest, WithoutAPlatformThereIsNoAccount) {
-    EXPECT_EQ(MenuBarModel::authAction(become(Kind::NoHost)), AuthAction::None);
+    become(Kind::NoHost);
+    EXPECT_EQ(authAction(), AuthAction::None);
 }
 
 TEST_F(MenuBarModelTest, APersonWhoIsSignedInCanSignOut) {
     for (const Kind kind : {Kind::Unreachable, Kind::Connecting, Kind::Connected}) {
-        EXPECT_EQ(MenuBarModel::authAction(becomeOnRemote(kind)), AuthAction::SignOut);
+        becomeOnRemote(kind);
+        EXPECT_EQ(authAction(), AuthAction::SignOut);
     }
-    const MenuBarModel menuBar(model(), desktop);
+    const MenuBarModel menuBar = menuBarOf(model());
     EXPECT_EQ(menuBar.authTitle(), QStringLiteral("Sign out"));
 }
 
 TEST_F(MenuBarModelTest, APersonWhoIsNotLetInCanSignIn) {
     for (const Kind kind : {Kind::NotTeam, Kind::SignedOut}) {
-        EXPECT_EQ(MenuBarModel::authAction(becomeOnRemote(kind)), AuthAction::SignIn);
+        becomeOnRemote(kind);
+        EXPECT_EQ(authAction(), AuthAction::SignIn);
     }
-    const MenuBarModel menuBar(model(), desktop);
+    const MenuBarModel menuBar = menuBarOf(model());
     EXPECT_EQ(menuBar.authTitle(), QStringLiteral("Sign in…"));
 }
 
@@ -184,22 +177,21 @@ TEST_F(MenuBarModelTest, TheSitesThatWereDeployedLastComeFirst) {
     connectedWithRecords({siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("never"),
                           siteRecord("new", "2026-03-01T09:55:00Z"), siteRecord("odd", "yesterday")});
     const Timestamp present = *timestampFromIso(u"2026-03-01T10:00:00Z");
-    EXPECT_THAT(MenuBarModel::recentSites(model(), present),
-                ElementsAre(RecentSite{QStringLiteral("new"), QStringLiteral("5m"), false},
-                            RecentSite{QStringLiteral("old"), QStringLiteral("2h"), false},
-                            RecentSite{QStringLiteral("never"), QStringLiteral("—"), false},
-                            RecentSite{QStringLiteral("odd"), QStringLiteral("—"), false}));
+    EXPECT_THAT(recentSites(present), ElementsAre(RecentSite{QStringLiteral("new"), QStringLiteral("5m"), false},
+                                                  RecentSite{QStringLiteral("old"), QStringLiteral("2h"), false},
+                                                  RecentSite{QStringLiteral("never"), QStringLiteral("—"), false},
+                                                  RecentSite{QStringLiteral("odd"), QStringLiteral("—"), false}));
 }
 
 TEST_F(MenuBarModelTest, WithoutSitesThereAreNoRecentOnes) {
     connectedWith({});
-    EXPECT_THAT(MenuBarModel::recentSites(model(), now()), IsEmpty());
+    EXPECT_THAT(recentSites(now()), IsEmpty());
 }
 
 TEST_F(MenuBarModelTest, TheSiteThatIsBeingDeployedIsMarked) {
     connectedWith({"garden", "bakery"});
     beginDeploying("garden");
-    const QList<RecentSite> rows = MenuBarModel::recentSites(model(), now());
+    const QList<RecentSite> rows = recentSites(now());
     ASSERT_EQ(rows.size(), 2);
     EXPECT_TRUE(rows[0].deploying);
     EXPECT_FALSE(rows[1].deploying);
@@ -207,14 +199,14 @@ TEST_F(MenuBarModelTest, TheSiteThatIsBeingDeployedIsMarked) {
 
 TEST_F(MenuBarModelTest, ARecentSiteIsOpened) {
     connectedWithRecords({siteRecord("old", "2026-03-01T08:00:00Z"), siteRecord("new", "2026-03-01T09:55:00Z")});
-    MenuBarModel menuBar(model(), desktop);
+    MenuBarModel menuBar = menuBarOf(model());
     menuBar.openSite(1);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
 }
 
 TEST_F(MenuBarModelTest, ARowThatIsGoneDoesNothing) {
     connectedWith({"garden"});
-    MenuBarModel menuBar(model(), desktop);
+    MenuBarModel menuBar = menuBarOf(model());
     menuBar.openSite(-1);
     menuBar.openSite(1);
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
@@ -224,7 +216,7 @@ TEST_F(MenuBarModelTest, ASiteWithAnAddressThatIsNoneForABrowserIsNotOpened) {
     Json strange = siteRecord("garden");
     strange["url"] = "file:///etc/passwd";
     connectedWithRecords({strange});
-    MenuBarModel menuBar(model(), desktop);
+    MenuBarModel menuBar = menuBarOf(model());
     menuBar.openSite(0);
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());
 }
@@ -232,7 +224,7 @@ TEST_F(MenuBarModelTest, ASiteWithAnAddressThatIsNoneForABrowserIsNotOpened) {
 // Following
 
 TEST_F(MenuBarModelTest, ItFollowsTheModel) {
-    const MenuBarModel menuBar(model(), desktop);
+    const MenuBarModel menuBar = menuBarOf(model());
     const auto changesDuring = [&menuBar](const std::function<void()>& act) {
         const QSignalSpy changes(&menuBar, &MenuBarModel::changed);
         act();
@@ -246,18 +238,16 @@ TEST_F(MenuBarModelTest, ItFollowsTheModel) {
     EXPECT_EQ(changesDuring([&flow] { flow->succeed({}); }), 1);
 }
 
-TEST_F(MenuBarModelTest, TheDotFollowsTheColorScheme) {
+TEST_F(MenuBarModelTest, TheDotFollowsTheStatus) {
+    const MenuBarModel menuBar = menuBarOf(model());
+    become(Kind::Connected);
+    EXPECT_EQ(menuBar.statusTone(), Tone::Accent);
     become(Kind::Unreachable);
-    const MenuBarModel menuBar(model(), desktop);
-    const QSignalSpy changes(&menuBar, &MenuBarModel::changed);
-    EXPECT_EQ(menuBar.statusColor(), DW::color(Token::Danger, ColorScheme::Light));
-    desktop.setColorScheme(ColorScheme::Dark);
-    EXPECT_EQ(menuBar.statusColor(), DW::color(Token::Danger, ColorScheme::Dark));
-    EXPECT_EQ(changes.count(), 1);
+    EXPECT_EQ(menuBar.statusTone(), Tone::Danger);
 }
 
 TEST_F(MenuBarModelTest, TheWindowAndTheEndAreAskedForBySignals) {
-    MenuBarModel menuBar(model(), desktop);
+    MenuBarModel menuBar = menuBarOf(model());
     const QSignalSpy windows(&menuBar, &MenuBarModel::windowRequested);
     const QSignalSpy ends(&menuBar, &MenuBarModel::quitRequested);
     menuBar.openWindow();

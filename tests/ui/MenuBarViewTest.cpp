@@ -1,5 +1,6 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/MenuBarModel.h"
+#include "tests/ui/ViewModels.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include <QSignalSpy>
 
@@ -24,7 +25,7 @@ protected:
 
     MenuBarModel& menuBar() {
         if (!m_menuBar) {
-            m_menuBar = std::make_unique<MenuBarModel>(model(), desktop);
+            m_menuBar = std::unique_ptr<MenuBarModel>(new MenuBarModel(menuBarOf(model())));
         }
         return *m_menuBar;
     }
@@ -83,6 +84,39 @@ TEST_F(MenuBarViewTest, ThePanelIsThreeHundredWideAndAsHighAsItsContent) {
     EXPECT_GE(root->implicitHeight(), empty + 3 * 28);
 }
 
+TEST_F(MenuBarViewTest, ATitleThatIsCutIsToldWholeUnderTheRestingPointer) {
+    const std::string email = "ada.king.countess.of.lovelace@department-of-engines.sites.test";
+    configureLocal();
+    answerAll();
+    server.answer("/api/me", 200,
+                  Json{{"id", "7"}, {"name", "Ada"}, {"email", email}, {"avatar", ""}, {"handle", "ada"}}.dump());
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    showPanel();
+    const QString title = QStringLiteral("Connected as ") + QString::fromStdString(email);
+    ASSERT_TRUE(textItem(title)->property("truncated").toBool());
+    hover(textItem(title));
+    waitUntil([&] { return isSeen(Role::ToolTip, title); });
+}
+
+TEST_F(MenuBarViewTest, TheDotFollowsTheStatusAndTheColorScheme) {
+    connectedWith({});
+    showPanel();
+    const auto dot = [this] {
+        for (QQuickItem* const item : items()) {
+            if (item->size() == QSizeF(8, 8)) {
+                return item->property("color").value<QColor>();
+            }
+        }
+        return QColor();
+    };
+    EXPECT_EQ(dot(), DW::color(Token::Accent, ColorScheme::Light));
+    become(Kind::Unreachable);
+    EXPECT_EQ(dot(), DW::color(Token::Danger, ColorScheme::Light));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(dot(), DW::color(Token::Danger, ColorScheme::Dark));
+}
+
 // Recent sites
 
 TEST_F(MenuBarViewTest, WithoutRecentSitesThereIsNoHeading) {
@@ -116,6 +150,7 @@ TEST_F(MenuBarViewTest, ARecentSiteUnderThePointerShowsThatItIsALink) {
     EXPECT_FALSE(isDrawn(arrow));
     hover(the(Role::Button, QStringLiteral("old")).item);
     EXPECT_TRUE(the(Role::Button, QStringLiteral("old")).item->isAncestorOf(textItem(arrow)));
+    EXPECT_DOUBLE_EQ(textItem(arrow)->property("size").toDouble(), 9.5);
 }
 
 TEST_F(MenuBarViewTest, TheSiteThatIsBeingDeployedSaysSoAndNothingMore) {
@@ -150,6 +185,7 @@ TEST_F(MenuBarViewTest, OpenDriftwellDismissesThePanelAndAsksForTheWindow) {
     EXPECT_EQ(dismissals(), 1);
     EXPECT_EQ(windows.count(), 1);
     EXPECT_TRUE(isDrawn(QStringLiteral("Ctrl+0")));
+    EXPECT_DOUBLE_EQ(textItem(QString(QChar(0xE069)))->property("size").toDouble(), 11.5);
 }
 
 TEST_F(MenuBarViewTest, ItsShortcutDoesTheSame) {

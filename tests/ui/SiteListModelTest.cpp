@@ -1,6 +1,7 @@
-#include "ui/SiteListModel.h"
+#include "ui/sites/SiteListModel.h"
 
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QSignalSpy>
 
@@ -56,7 +57,7 @@ protected:
 
     SiteListModel& list() {
         if (!m_list) {
-            m_list = std::make_unique<SiteListModel>(model(), desktop, nullptr);
+            m_list = std::unique_ptr<SiteListModel>(new SiteListModel(siteListOf(model(), desktop)));
         }
         return *m_list;
     }

@@ -1,6 +1,7 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/DW.h"
-#include "ui/SiteListModel.h"
+#include "tests/ui/ViewModels.h"
+#include "ui/sites/SiteListModel.h"
+#include "ui/style/DW.h"
 
 #include <gmock/gmock.h>
 
@@ -23,7 +24,7 @@ protected:
     }
 
     void showList(QSize size = {900, 600}) {
-        m_list = std::make_unique<SiteListModel>(model(), desktop, nullptr);
+        m_list = std::unique_ptr<SiteListModel>(new SiteListModel(siteListOf(model(), desktop)));
         show(QStringLiteral("SiteListView"), {{QStringLiteral("model"), QVariant::fromValue(m_list.get())}}, size);
     }
 
@@ -81,6 +82,44 @@ TEST_F(SiteListViewTest, HeaderTableAndHintStandOneBelowTheOther) {
     EXPECT_GE(topOf(row(QStringLiteral("bakery"))), topOf(sort) + sort->height());
     EXPECT_DOUBLE_EQ(topOf(row(QStringLiteral("garden"))), topOf(row(QStringLiteral("bakery"))) + 56);
     EXPECT_DOUBLE_EQ(topOf(hint), topOf(row(QStringLiteral("garden"))) + 56);
+}
+
+TEST_F(SiteListViewTest, TheHeadsOfTheColumnsStandOnOneLine) {
+    connectedWith({"garden"});
+    showList();
+    const auto line = [this](const char* text) {
+        QQuickItem* const item = textItem(QString::fromLatin1(text));
+        return item->mapToScene({0, item->baselineOffset()}).y();
+    };
+    EXPECT_DOUBLE_EQ(line("Sharing"), line("Name"));
+    EXPECT_DOUBLE_EQ(line("Last updated"), line("Name"));
+}
+
+TEST_F(SiteListViewTest, AVeryLongHostIsReadWholeInTheHint) {
+    configureLocal();
+    const QString host = QString(60, u'a') + u'.' + QString(63, u'b') + u'.' + QString(63, u'c') + u'.' +
+                         QString(50, u'd') + QStringLiteral(".test");
+    writeConfig({{"host", "https://" + host.toStdString()}});
+    model().connection().reloadConfig();
+    await(model().connection().refresh());
+    showList({780, 520});
+    const QString words = QStringLiteral("Deploys are paused until you sign in to ") + host;
+    QQuickItem* const hint = the(Role::Button, words).item;
+    QQuickItem* const text = textItem(words);
+    EXPECT_FALSE(text->property("truncated").toBool());
+    const QRectF place = text->mapRectToItem(hint, {0, 0, text->width(), text->height()});
+    EXPECT_TRUE(QRectF(0, 0, hint->width(), hint->height()).contains(place));
+    EXPECT_LE(text->property("contentWidth").toDouble(), text->width());
+}
+
+TEST_F(SiteListViewTest, AHintThatIsPausedIsExplainedAllTheSame) {
+    become(Kind::Unreachable);
+    showList();
+    QQuickItem* const hint =
+        the(Role::Button, QStringLiteral("Deploys are paused while %1 is unreachable").arg(host())).item;
+    EXPECT_FALSE(hint->isEnabled());
+    hover(hint);
+    waitUntil([this] { return isSeen(Role::ToolTip, QStringLiteral("Choose a folder to publish (Ctrl+D)")); });
 }
 
 TEST_F(SiteListViewTest, EverythingScrollsWithTheRows) {

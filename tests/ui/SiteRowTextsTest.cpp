@@ -1,4 +1,4 @@
-#include "ui/SiteRowTexts.h"
+#include "ui/sites/SiteRowTexts.h"
 
 #include <gmock/gmock.h>
 

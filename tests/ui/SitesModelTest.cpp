@@ -1,7 +1,8 @@
-#include "ui/SitesModel.h"
+#include "ui/sites/SitesModel.h"
 
 #include "tests/deploy/Seed.h"
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -96,7 +97,7 @@ protected:
     /// Made when it is first asked for, and watched from then on.
     SitesModel& sites() {
         if (!m_sites) {
-            m_sites = std::make_unique<SitesModel>(model(), nullptr);
+            m_sites = std::unique_ptr<SitesModel>(new SitesModel(sitesOf(model())));
             m_tester = std::make_unique<QAbstractItemModelTester>(
                 m_sites.get(), QAbstractItemModelTester::FailureReportingMode::Warning);
             m_mirror = std::make_unique<Mirror>(*m_sites);

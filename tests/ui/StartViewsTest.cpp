@@ -1,5 +1,5 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/MainWindowModel.h"
+#include "ui/window/MainWindowModel.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "ui/Symbols.h"
+#include "ui/style/Symbols.h"
 
 #include "tests/ui/QmlFiles.h"
 
@@ -66,6 +66,12 @@ TEST(SymbolsTest, EveryGlyphIsInTheFont) {
         ASSERT_FALSE(glyph.isEmpty()) << name.toStdString();
         EXPECT_TRUE(font.supportsCharacter(glyph.front())) << name.toStdString();
     }
+}
+
+TEST(SymbolsTest, ASymbolIsDrawnInLargerLettersThanItIsSeen) {
+    EXPECT_EQ(Symbols::pixelSize(10), 12);
+    EXPECT_EQ(Symbols::pixelSize(15), 18);
+    EXPECT_EQ(Symbols::pixelSize(9.5), 11);
 }
 
 TEST(SymbolsTest, ANameThatIsNotInTheTableHasNoGlyph) {

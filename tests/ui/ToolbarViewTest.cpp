@@ -1,6 +1,7 @@
 #include "tests/ui/ViewFixture.h"
-#include "ui/ToolbarModel.h"
-#include "ui/WindowControls.h"
+#include "tests/ui/ViewModels.h"
+#include "ui/window/ToolbarModel.h"
+#include "ui/window/WindowControls.h"
 
 #include <QGuiApplication>
 
@@ -24,7 +25,7 @@ protected:
 
     /// The bar as the window has it, at the top of it.
     void showToolbar() {
-        m_toolbar = std::make_unique<ToolbarModel>(model(), desktop, nullptr);
+        m_toolbar = std::unique_ptr<ToolbarModel>(new ToolbarModel(toolbarOf(model())));
         m_controls = std::make_unique<WindowControls>(m_window);
         showQml(QStringLiteral("ToolbarView { objectName: 'bar'; width: test.width; model: test.toolbar; "
                                "window: test.controls }"),
@@ -91,6 +92,8 @@ TEST_F(ToolbarViewTest, TheDotFollowsTheStatus) {
     become(Kind::Unreachable);
     QQuickItem* const dot = the(Role::Graphic, QStringLiteral("Unreachable")).item;
     EXPECT_EQ(dot->property("color").value<QColor>(), DW::color(Token::Danger, ColorScheme::Light));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(dot->property("color").value<QColor>(), DW::color(Token::Danger, ColorScheme::Dark));
 }
 
 TEST_F(ToolbarViewTest, ThePersonIsNamedUnderTheRestingPointer) {

@@ -1,6 +1,6 @@
 #include "tests/ui/ViewFixture.h"
 
-#include "ui/DW.h"
+#include "ui/style/DW.h"
 
 #include <QMetaProperty>
 #include <QQmlComponent>
@@ -89,9 +89,8 @@ void ViewFixture::TearDown() {
 }
 
 void ViewFixture::start(QSize size) {
-    m_scene = std::make_unique<Scene>(desktop);
+    m_scene = std::make_unique<Scene>(desktop, DW::Token::Canvas);
     view().resize(size);
-    view().setColor(DW::color(DW::Token::Canvas, desktop.colorScheme()));
 }
 
 void ViewFixture::show(const QString& file, const QVariantMap& properties, QSize size) {

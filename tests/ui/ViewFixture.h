@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/ui/UiFixture.h"
-#include "ui/Scene.h"
+#include "ui/scene/Scene.h"
 
 #include <QAccessible>
 #include <QImage>

@@ -1,6 +1,7 @@
 #include "apps/driftwell/Application.h"
 
 #include "desktop/freedesktop/FreedesktopServices.h"
+#include "platform/PlatformClient.h"
 #include "support/Concurrency.h"
 #include "support/ExitDeadline.h"
 
@@ -32,9 +33,9 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
       m_trayHost(m_sessionBus, FreedesktopServices::usualTimeout),
-      m_menuBar(state, desktop),
+      m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn()),
       m_window(state, desktop),
-      m_tray(m_menuBar, state, desktop, m_trayHost) {
+      m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);

@@ -11,7 +11,7 @@
 #include "desktop/freedesktop/Notification.h"
 #include "desktop/freedesktop/TrayHost.h"
 #include "desktop/WindowServices.h"
-#include "ui/MenuBarModel.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include <QDBusConnection>
 #include <QObject>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/MainWindowModel.h"
+#include "ui/window/MainWindowModel.h"
 
 #include <QObject>
 #include <QWindow>

@@ -31,6 +31,14 @@ std::optional<Action> optionAction(const std::string& option) {
     return std::nullopt;
 }
 
+/// The folder on the disk, for on paper ".." behind a link leads to another one. A link itself keeps its name.
+std::filesystem::path resolved(const std::filesystem::path& folder) {
+    const std::filesystem::path plain = folder.has_filename() ? folder : folder.parent_path();
+    const std::filesystem::path name = plain.filename();
+    return name.empty() || name == "." || name == ".." ? std::filesystem::canonical(plain)
+                                                       : std::filesystem::canonical(plain.parent_path()) / name;
+}
+
 Invocation folderOrAddress(const std::string& text, const std::filesystem::path& workingFolder,
                            const std::string& urlScheme) {
     if (text.starts_with(urlScheme + ':')) {
@@ -48,7 +56,7 @@ Invocation folderOrAddress(const std::string& text, const std::filesystem::path&
     if (text.empty() || !std::filesystem::is_directory(folder, failed)) {
         return wrongUsage("not a folder: " + text);
     }
-    return {.action = Action::Deploy, .folder = folder, .problem = {}};
+    return {.action = Action::Deploy, .folder = resolved(folder), .problem = {}};
 }
 
 } // namespace

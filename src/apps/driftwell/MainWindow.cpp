@@ -2,9 +2,9 @@
 
 #include "apps/driftwell/FolderDrop.h"
 #include "desktop/freedesktop/WindowActivation.h"
-#include "ui/MainWindowModel.h"
-#include "ui/Scene.h"
-#include "ui/WindowControls.h"
+#include "ui/scene/Scene.h"
+#include "ui/window/MainWindowModel.h"
+#include "ui/window/WindowControls.h"
 
 #include <QKeyEvent>
 #include <QTimer>
@@ -12,7 +12,7 @@
 namespace driftwell {
 
 struct MainWindow::Contents {
-    Contents(AppState& state, WindowServices& desktop) : model(state, desktop), scene(desktop) {}
+    Contents(AppState& state, WindowServices& desktop) : model(state, desktop), scene(desktop, DW::Token::Canvas) {}
     // What is on screen refers to all the rest and goes first.
     ~Contents() { scene.unload(); }
     Contents(const Contents&) = delete;
@@ -50,7 +50,6 @@ void MainWindow::open() {
     QQuickView& window = m_contents->scene.view();
     window.setTitle(QStringLiteral("Driftwell"));
     window.setFlags(Qt::Window | Qt::FramelessWindowHint);
-    window.setColor(DW::color(DW::Token::Canvas, m_desktop.colorScheme()));
     window.setMinimumSize(minimumSize);
     window.resize(m_size);
     m_contents->scene.load(QStringLiteral("MainWindowView"),

@@ -1,6 +1,6 @@
 #include "apps/driftwell/TrayIcon.h"
 
-#include "ui/Symbols.h"
+#include "ui/style/Symbols.h"
 
 #include <QFont>
 #include <QPainter>
@@ -59,16 +59,16 @@ QPixmap faded(const QPixmap& pixmap, double opacity) {
 
 } // namespace
 
-QColor trayColor(MenuBarModel::Icon icon) {
+QColor trayColor(TrayIconKind icon) {
     // The palette's own colours are made for a window whose scheme is known, and are too light or too dark for a panel
     // of the other kind. These are of the same hues, between the two.
     constexpr QRgb accent = 0x7A74DC;
     constexpr QRgb warning = 0xB8720C;
-    return QColor::fromRgb(icon == MenuBarModel::Icon::Warning ? warning : accent);
+    return QColor::fromRgb(icon == TrayIconKind::Warning ? warning : accent);
 }
 
-QIcon trayIcon(MenuBarModel::Icon icon, bool developmentCopy, double opacity) {
-    const bool isWarning = icon == MenuBarModel::Icon::Warning;
+QIcon trayIcon(TrayIconKind icon, bool developmentCopy, double opacity) {
+    const bool isWarning = icon == TrayIconKind::Warning;
     const QColor color = trayColor(icon);
     QIcon result;
     for (const int size : sizes) {

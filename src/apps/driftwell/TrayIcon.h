@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/MenuBarModel.h"
+#include "ui/tray/TrayTexts.h"
 
 #include <QColor>
 #include <QIcon>
@@ -9,11 +9,11 @@ namespace driftwell {
 
 /// The one colour of the tray item in this state. Nothing tells whether the panel is dark or light, so the colour has a
 /// contrast of at least 3 (WCAG 2.1, 1.4.11) on both kinds.
-[[nodiscard]] QColor trayColor(MenuBarModel::Icon icon);
+[[nodiscard]] QColor trayColor(TrayIconKind icon);
 
 /// What the tray item shows: the glyph, or a warning.
 ///
 /// `developmentCopy` chooses the glyph by which a developer tells the two copies apart. `opacity` is from 0.0 to 1.0.
-[[nodiscard]] QIcon trayIcon(MenuBarModel::Icon icon, bool developmentCopy, double opacity);
+[[nodiscard]] QIcon trayIcon(TrayIconKind icon, bool developmentCopy, double opacity);
 
 } // namespace driftwell

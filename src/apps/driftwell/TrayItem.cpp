@@ -25,11 +25,8 @@ int pulseLevel(double phase) {
 
 } // namespace
 
-TrayItem::TrayItem(MenuBarModel& model, AppState& state, WindowServices& desktop, TrayHost& host)
-    : m_model(model),
-      m_state(state),
-      m_developmentCopy(state.client().configDirOverride().has_value()),
-      m_panel(model, desktop) {
+TrayItem::TrayItem(MenuBarModel& model, WindowServices& desktop, TrayHost& host, bool developmentCopy)
+    : m_model(model), m_developmentCopy(developmentCopy), m_panel(model, desktop) {
     m_pulse.setStartValue(0.0);
     m_pulse.setEndValue(1.0);
     m_pulse.setDuration(2 * pulseDuration);
@@ -66,12 +63,12 @@ void TrayItem::followModel() {
     fillMenu();
 }
 
-void TrayItem::showIcon(MenuBarModel::Icon icon) {
+void TrayItem::showIcon(TrayIconKind icon) {
     if (std::exchange(m_shown, icon) == icon) {
         return;
     }
     m_shownLevel = -1;
-    if (icon == MenuBarModel::Icon::Pulsing) {
+    if (icon == TrayIconKind::Pulsing) {
         m_pulse.start();
     } else {
         m_pulse.stop();
@@ -82,12 +79,12 @@ void TrayItem::showIcon(MenuBarModel::Icon icon) {
 void TrayItem::showPulse(int level) {
     if (std::exchange(m_shownLevel, level) != level) {
         const double opacity = faintest + (1.0 - faintest) * level / pulseLevels;
-        m_icon->setIcon(trayIcon(MenuBarModel::Icon::Pulsing, m_developmentCopy, opacity));
+        m_icon->setIcon(trayIcon(TrayIconKind::Pulsing, m_developmentCopy, opacity));
     }
 }
 
 void TrayItem::fillMenu() {
-    const QList<RecentSite> recent = MenuBarModel::recentSites(m_state, now());
+    const QList<RecentSite> recent = m_model.recentSites(now());
     QStringList entries{m_model.title(), m_model.authTitle()};
     for (const RecentSite& site : recent) {
         entries.append(site.name);

@@ -1,11 +1,8 @@
 #pragma once
 
 #include "apps/driftwell/TrayPanel.h"
-#include "core/AppState.h"
-#include "core/SiteOperations.h"
 #include "desktop/freedesktop/TrayHost.h"
-#include "desktop/WindowServices.h"
-#include "ui/MenuBarModel.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include <QMenu>
 #include <QObject>
@@ -24,27 +21,26 @@ class TrayItem final : public QObject {
     Q_OBJECT
 
 public:
-    /// All outlive the item.
-    TrayItem(MenuBarModel& model, AppState& state, WindowServices& desktop, TrayHost& host);
+    /// All outlive the item. `developmentCopy` chooses the glyph by which a developer tells the two copies apart.
+    TrayItem(MenuBarModel& model, WindowServices& desktop, TrayHost& host, bool developmentCopy);
     ~TrayItem() override;
 
 private:
     void makeIcon();
     void activate(QSystemTrayIcon::ActivationReason reason);
     void followModel();
-    void showIcon(MenuBarModel::Icon icon);
+    void showIcon(TrayIconKind icon);
     void showPulse(int level);
     void fillMenu();
 
     MenuBarModel& m_model;
-    AppState& m_state;
     bool m_developmentCopy;
     QMenu m_menu;
     /// Null before there is a tray; never made anew, since it finds a tray that comes back by itself.
     std::unique_ptr<QSystemTrayIcon> m_icon;
     TrayPanel m_panel;
     QVariantAnimation m_pulse;
-    std::optional<MenuBarModel::Icon> m_shown;
+    std::optional<TrayIconKind> m_shown;
     int m_shownLevel = -1;
     QStringList m_menuEntries;
 };

@@ -1,7 +1,7 @@
 #include "apps/driftwell/TrayPanel.h"
 
-#include "ui/DW.h"
-#include "ui/Scene.h"
+#include "ui/scene/Scene.h"
+#include "ui/style/DW.h"
 
 #include <QGuiApplication>
 #include <QQuickItem>
@@ -47,11 +47,10 @@ void TrayPanel::toggle(QPoint anchor) {
 void TrayPanel::open(QPoint anchor) {
     m_anchor = anchor;
     m_wasActive = false;
-    m_scene = std::make_unique<Scene>(m_desktop);
+    m_scene = std::make_unique<Scene>(m_desktop, DW::Token::Card);
     QQuickView& view = m_scene->view();
     view.setTitle(QStringLiteral("Driftwell"));
     view.setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    view.setColor(DW::color(DW::Token::Card, m_desktop.colorScheme()));
     view.setResizeMode(QQuickView::SizeViewToRootObject);
     m_scene->load(QStringLiteral("MenuBarView"), {{QStringLiteral("model"), QVariant::fromValue(&m_model)}});
     connect(view.rootObject(), SIGNAL(dismissed()), this, SLOT(dismissSoon()));

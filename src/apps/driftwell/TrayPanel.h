@@ -1,7 +1,7 @@
 #pragma once
 
 #include "desktop/WindowServices.h"
-#include "ui/MenuBarModel.h"
+#include "ui/tray/MenuBarModel.h"
 
 #include <QObject>
 #include <QPoint>

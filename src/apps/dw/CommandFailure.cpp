@@ -4,6 +4,14 @@
 
 namespace driftwell::dw {
 
+FailedCommand cannotRead(const std::filesystem::path& path, const std::error_code& reason) {
+    return FailedCommand({"system",
+                          QStringLiteral("%1 cannot be read: %2")
+                              .arg(QString::fromStdString(path.string()), QString::fromStdString(reason.message())),
+                          {},
+                          ExitCode::Failed});
+}
+
 CommandFailure commandFailure(const QString& message, std::optional<PlatformError::Kind> kind) {
     if (!kind) {
         return {"system", message, {}, ExitCode::Failed};

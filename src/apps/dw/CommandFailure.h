@@ -1,14 +1,16 @@
 #pragma once
 
-#include "apps/dw/Arguments.h"
+#include "apps/dw/ExitCode.h"
 #include "platform/PlatformError.h"
 
 #include <QString>
 
 #include <exception>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace driftwell::dw {
@@ -49,6 +51,9 @@ public:
 private:
     CommandFailure m_failure;
 };
+
+/// To be thrown for a file or folder that is there and cannot be read, so that nothing is concluded from it.
+[[nodiscard]] FailedCommand cannotRead(const std::filesystem::path& path, const std::error_code& reason);
 
 /// The failure for what a call threw, Cancelled, WrongUsage and FailedCommand among it.
 [[nodiscard]] CommandFailure commandFailure(const std::exception& thrown);

@@ -1,11 +1,23 @@
 #pragma once
 
-#include <string>
-#include <string_view>
+#include "apps/dw/CommandTree.h"
 
+#include <string>
+
+/// The completion scripts of the shells. Each is made of what the program tells of itself.
 namespace driftwell::dw {
 
-/// The completion script for "bash", "zsh" or "fish"; empty for another shell.
-[[nodiscard]] std::string completionScript(std::string_view shell);
+[[nodiscard]] std::string bashCompletion(const ProgramRecord& program);
+[[nodiscard]] std::string zshCompletion(const ProgramRecord& program);
+[[nodiscard]] std::string fishCompletion(const ProgramRecord& program);
+
+/// The names of all commands.
+[[nodiscard]] std::vector<std::string> commandNames(const ProgramRecord& program);
+
+/// Texts with a separator between them.
+[[nodiscard]] std::string joined(const std::vector<std::string>& texts, const std::string& separator);
+
+/// A text within apostrophes, with `apostrophe` in place of each of its own.
+[[nodiscard]] std::string quoted(const std::string& text, const std::string& apostrophe);
 
 } // namespace driftwell::dw

@@ -9,10 +9,10 @@ namespace driftwell::dw {
 
 namespace {
 
-/// The same folder, whatever links lead to it.
-bool isPresentFolder(const std::filesystem::path& folder) {
-    std::error_code failed;
-    return std::filesystem::equivalent(folder, ".", failed) && !failed;
+/// The same folder, whatever links lead to it. A folder that is not there is another one; `unreadable` is set for one
+/// of which that cannot be known.
+bool isPresentFolder(const std::filesystem::path& folder, std::error_code& unreadable) {
+    return std::filesystem::equivalent(folder, ".", unreadable) && !unreadable;
 }
 
 QString quoted(const QStringList& names) {
@@ -25,17 +25,25 @@ QString quoted(const QStringList& names) {
 
 } // namespace
 
-QString chosenSite(const Arguments& arguments, const ConfigStore& store) {
-    if (arguments.site) {
-        return QString::fromStdString(*arguments.site);
+QString chosenSite(const std::optional<std::string>& named, const ConfigStore& store) {
+    if (named) {
+        return QString::fromStdString(*named);
     }
     QStringList names;
+    std::optional<FailedCommand> unknown;
     for (const auto& [name, folder] : store.folderMap()) {
-        if (isPresentFolder(folder)) {
+        std::error_code unreadable;
+        if (isPresentFolder(folder, unreadable)) {
             names += name;
+        } else if (unreadable) {
+            unknown = cannotRead(folder, unreadable);
         }
     }
+    if (names.isEmpty() && unknown) {
+        throw *unknown;
+    }
     if (names.isEmpty()) {
+        requireReadable(store);
         throw WrongUsage(QStringLiteral("The present folder was not published from here, so a site must be named"),
                          QStringLiteral("dw list shows the sites."));
     }
@@ -56,6 +64,12 @@ Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig conf
                              QStringLiteral("dw list shows the sites."), ExitCode::Failed});
     }
     co_return *found;
+}
+
+Task<SiteOnPlatform> requireNamedSite(std::shared_ptr<Context> context, std::string name) {
+    const PlatformConfig config = requireSignIn(*context->client);
+    const SiteInfo info = co_await requireSite(context, config, QString::fromStdString(name));
+    co_return SiteOnPlatform{config, info};
 }
 
 } // namespace driftwell::dw

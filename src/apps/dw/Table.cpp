@@ -39,7 +39,10 @@ QStringList Table::lines(int width) const {
     for (const Column& column : m_columns) {
         headings += column.heading;
     }
-    QStringList lines{joined(headings, widths)};
+    QStringList lines;
+    if (!headings.join(QString()).isEmpty()) {
+        lines += joined(headings, widths);
+    }
     for (const QStringList& row : m_rows) {
         lines += joined(row, widths);
     }

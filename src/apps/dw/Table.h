@@ -25,7 +25,7 @@ public:
     /// One text for each column.
     void add(QStringList row) { m_rows.append(std::move(row)); }
 
-    /// The heading and the rows, in lines of at most `width` characters where that can be.
+    /// The headings, if there are any, and the rows, in lines of at most `width` characters where that can be.
     [[nodiscard]] QStringList lines(int width) const;
 
 private:

@@ -1,5 +1,6 @@
 #include "apps/dw/Texts.h"
 
+#include "core/Format.h"
 #include "platform/Timestamp.h"
 
 #include <QDateTime>
@@ -19,7 +20,7 @@ QString sizeText(std::int64_t bytes) {
 }
 
 QString countText(std::int64_t files) {
-    return files == 1 ? QStringLiteral("1 file") : QStringLiteral("%1 files").arg(files);
+    return Format::counted(files, QStringLiteral("file"));
 }
 
 QString durationText(std::chrono::milliseconds duration) {

@@ -1,6 +1,5 @@
-#include "apps/dw/Arguments.h"
-#include "apps/dw/Commands.h"
-#include "apps/dw/Reporter.h"
+#include "apps/dw/Command.h"
+#include "apps/dw/Program.h"
 #include "support/Bundle.h"
 #include "support/DescriptorLimit.h"
 #include "support/Interruption.h"
@@ -46,8 +45,8 @@ void reportKeptFiles(const ConfigStore& store, dw::Reporter& reporter) {
     }
 }
 
-Task<> runAndQuit(dw::Arguments arguments, dw::Context context) {
-    const dw::ExitCode code = co_await dw::runCommand(std::move(arguments), std::move(context));
+Task<> runAndQuit(std::shared_ptr<dw::PlatformCommand> command, dw::Context context) {
+    const dw::ExitCode code = co_await dw::runCommand(std::move(command), std::move(context));
     QCoreApplication::exit(static_cast<int>(code));
 }
 
@@ -57,12 +56,12 @@ int main(int argc, char** argv) {
     occupyStandardDescriptors();
     // A write to a pipe or connection that nobody reads any more fails instead of ending the process.
     ::signal(SIGPIPE, SIG_IGN);
-    const dw::Parsed parsed = dw::parseArguments(argc, argv);
-    if (!parsed.arguments) {
+    const dw::Parsed parsed = dw::Program().parse(argc, argv);
+    if (!parsed.command) {
         return static_cast<int>(parsed.answer);
     }
 
-    dw::Reporter reporter(parsed.arguments->json ? dw::Reporter::Form::Json : dw::Reporter::Form::Text);
+    dw::Reporter reporter(parsed.form);
     if (!canOpenDescriptors(neededDescriptors)) {
         return static_cast<int>(reportLackOfDescriptors(reporter));
     }
@@ -71,10 +70,11 @@ int main(int argc, char** argv) {
     const Bundle bundle = Bundle::ofRunningProgram();
     const ConfigStore store(ConfigStore::configFile(bundle));
     auto client = std::make_unique<PlatformClient>(bundle, store);
+    client->refuseNotOk();
 
     // From the event loop, so that a command that ends at once finds it running.
     QTimer::singleShot(0, &application, [&] {
-        detach(runAndQuit(*parsed.arguments, {std::move(client), reporter, interruption.token()}));
+        detach(runAndQuit(parsed.command, {std::move(client), reporter, interruption.token()}));
     });
     const int code = QCoreApplication::exec();
     reportKeptFiles(store, reporter);

@@ -71,8 +71,16 @@ TEST_F(InvocationTest, ARelativeFolderCountsFromTheWorkingFolder) {
     EXPECT_EQ(parse({"./with blank/../garden"}), deploys(work() / "garden"));
 }
 
+TEST_F(InvocationTest, AFolderBehindALinkIsTheOneOnTheDisk) {
+    std::filesystem::create_directories(work() / "elsewhere/inner");
+    std::filesystem::create_directories(work() / "elsewhere/garden");
+    std::filesystem::create_directory_symlink(work() / "elsewhere/inner", work() / "link");
+    EXPECT_EQ(parse({"link/../garden"}), deploys(work() / "elsewhere/garden"));
+    EXPECT_EQ(parse({"link"}), deploys(work() / "link")) << "a link keeps its name";
+}
+
 TEST_F(InvocationTest, TheWorkingFolderItselfIsDeployed) {
-    EXPECT_EQ(parse({"."}), deploys(work() / ""));
+    EXPECT_EQ(parse({"."}), deploys(work()));
 }
 
 TEST_F(InvocationTest, TheAddressOfAFileIsItsPath) {

@@ -8,7 +8,7 @@
 namespace driftwell::tests {
 namespace {
 
-using Icon = MenuBarModel::Icon;
+using Icon = TrayIconKind;
 
 /// The sizes that panels ask for.
 constexpr std::array sizes{16, 22, 24, 32, 48, 64};

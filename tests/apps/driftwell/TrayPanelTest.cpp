@@ -1,6 +1,7 @@
 #include "apps/driftwell/TrayPanel.h"
 
 #include "tests/ui/UiFixture.h"
+#include "tests/ui/ViewModels.h"
 
 #include <QRect>
 #include <QSize>
@@ -60,7 +61,7 @@ class TrayPanelTest : public UiFixture {};
 
 TEST_F(TrayPanelTest, AClickOpensThePanelAndAnotherClosesIt) {
     become(Kind::Connected);
-    MenuBarModel menuBar(model(), desktop);
+    MenuBarModel menuBar = menuBarOf(model());
     TrayPanel tray(menuBar, desktop);
     EXPECT_FALSE(tray.isOpen());
     tray.toggle({100, 5});
@@ -70,7 +71,7 @@ TEST_F(TrayPanelTest, AClickOpensThePanelAndAnotherClosesIt) {
 }
 
 TEST_F(TrayPanelTest, DismissingAPanelThatIsNotOpenDoesNothing) {
-    MenuBarModel menuBar(model(), desktop);
+    MenuBarModel menuBar = menuBarOf(model());
     TrayPanel tray(menuBar, desktop);
     tray.dismiss();
     EXPECT_FALSE(tray.isOpen());

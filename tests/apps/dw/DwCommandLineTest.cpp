@@ -117,6 +117,18 @@ TEST_F(DwCommandLine, HelpOfACommandIsTheSameEitherWay) {
                 AllOf(HasSubstr("FOLDER"), HasSubstr("--name NAME"), HasSubstr("--dry-run"), HasSubstr("--json")));
 }
 
+TEST_F(DwCommandLine, HelpOfACommandEndsWithExamplesOfIt) {
+    for (const char* command : {"host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
+                                "delete", "share", "libs", "whoami", "completion", "help"}) {
+        SCOPED_TRACE(command);
+        const std::string help = runDw({"help", command}).output;
+        const std::size_t examples = help.find("\n\nExamples:\n  ");
+        ASSERT_NE(examples, std::string::npos);
+        EXPECT_THAT(help.substr(examples), HasSubstr(std::string("dw ") + command));
+        EXPECT_THAT(help, Not(HasSubstr("\n\n\n")));
+    }
+}
+
 TEST_F(DwCommandLine, NoLineOfHelpIsWiderThanATerminal) {
     for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"help"},
                                                                                            {"help", "host"},
@@ -131,6 +143,8 @@ TEST_F(DwCommandLine, NoLineOfHelpIsWiderThanATerminal) {
                                                                                            {"help", "delete"},
                                                                                            {"help", "share"},
                                                                                            {"help", "libs"},
+                                                                                           {"help", "whoami"},
+                                                                                           {"help", "help"},
                                                                                            {"help", "completion"}}) {
         for (const std::string& line : screen(runDw(arguments).output)) {
             EXPECT_LE(line.size(), 80U) << line;

@@ -2,6 +2,7 @@
 #include "tests/Await.h"
 #include "tests/support/PlatformServer.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace driftwell::tests {
@@ -209,6 +210,40 @@ TEST_F(DwCompletion, InZshCompletesTheOptionsOfTheCommandsOnSites) {
     EXPECT_EQ(zshCommand("dw delete garden --c\tgarden"), "delete garden --confirm garden");
 }
 
+TEST_F(DwCompletion, OffersEveryCommandAndOptionOfTheHelp) {
+    std::vector<std::string> commands;
+    const std::vector<std::string> general = linesOf(runDw({"help"}).output);
+    for (auto line = std::find(general.begin(), general.end(), "Commands:") + 1; !line->empty(); ++line) {
+        commands.push_back(line->substr(2, line->find(' ', 2) - 2));
+    }
+    EXPECT_THAT(bashCandidates({"dw", "help", ""}), UnorderedElementsAreArray(commands));
+    EXPECT_THAT(fishCandidates("dw help "), UnorderedElementsAreArray(commands));
+    for (const std::string& command : commands) {
+        SCOPED_TRACE(command);
+        std::vector<std::string> options{"--help"};
+        for (const std::string& line : linesOf(runDw({"help", command}).output)) {
+            if (line.starts_with("  --")) {
+                options.push_back(line.substr(2, line.find(' ', 2) - 2));
+            }
+        }
+        EXPECT_THAT(bashCandidates({"dw", command, "-"}), UnorderedElementsAreArray(options));
+        EXPECT_THAT(fishCandidates("dw " + command + " --"), UnorderedElementsAreArray(options));
+        for (const std::string& option : options) {
+            EXPECT_EQ(zshCommand("dw " + command + ' ' + option + "\t"), command + ' ' + option);
+        }
+    }
+}
+
+TEST_F(DwCompletion, OffersHostsThatTheMachineKnows) {
+    folder(".", {{"hosts", "192.0.2.1 sites.example.org\n"}});
+    setVariable("HOSTFILE", home() / "hosts");
+    EXPECT_THAT(bashCandidates({"dw", "host", ""}), testing::IsSupersetOf({"sites.example.org", "--help"}));
+    EXPECT_THAT(bashCandidates({"dw", "host", "sites"}), ElementsAre("sites.example.org"));
+    folder(".ssh", {{"known_hosts", "sites.example.org ssh-ed25519 AAAA\n"}});
+    EXPECT_THAT(fishCandidates("dw host sit"), testing::Contains("sites.example.org"));
+    EXPECT_EQ(zshCommand("dw host sit\t"), "host sites.example.org");
+}
+
 /// A platform whose sites are completed.
 class DwSiteCompletion : public DwCompletion {
 protected:
@@ -225,6 +260,15 @@ protected:
         }
         m_server.answer("/api/me", 200, "null");
         m_server.answer("/api/sites", 200, json{{"sites", sites}}.dump());
+    }
+
+    void answerLibraries(const std::vector<std::string>& names) {
+        json libs = json::array();
+        for (const std::string& name : names) {
+            const json manifest{{"name", name}, {"version", "1"}, {"description", ""}, {"author", ""}};
+            libs.push_back({{"name", name}, {"moduleUrl", ""}, {"skillUrl", ""}, {"manifest", manifest}});
+        }
+        m_server.answer("/api/libs", 200, json{{"libs", libs}}.dump());
     }
 
     /// Keeps the next question waiting for good.
@@ -251,6 +295,31 @@ TEST_F(DwSiteCompletion, LeavesOutWhatAShellCouldObey) {
     EXPECT_THAT(bashCandidates({"dw", "open", ""}), ElementsAre("garden"));
     EXPECT_THAT(fishCandidates("dw open "), ElementsAre("garden"));
     EXPECT_EQ(zshCommand("dw open \t"), "open garden");
+    EXPECT_FALSE(std::filesystem::exists(home() / "harm"));
+}
+
+TEST_F(DwSiteCompletion, OffersTheLibrariesOfThePlatform) {
+    answer({"garden"});
+    answerLibraries({"toast", "theme-2", "Charts.js"});
+    EXPECT_THAT(bashCandidates({"dw", "libs", "garden", "--enable", ""}),
+                UnorderedElementsAre("toast", "theme-2", "Charts.js"));
+    EXPECT_THAT(bashCandidates({"dw", "libs", "garden", "--enable", "toast", "--disable", "th"}),
+                ElementsAre("theme-2"));
+    EXPECT_THAT(fishCandidates("dw libs garden --enable t"), UnorderedElementsAre("toast", "theme-2"));
+    EXPECT_THAT(fishCandidates("dw libs garden --enable toast --disable th"), ElementsAre("theme-2"));
+    EXPECT_EQ(zshCommand("dw libs garden --enable toa\t"), "libs garden --enable toast");
+    // There is no telling without a site.
+    EXPECT_THAT(bashCandidates({"dw", "libs", "--enable", ""}), IsEmpty());
+    EXPECT_THAT(fishCandidates("dw libs --enable "), IsEmpty());
+}
+
+TEST_F(DwSiteCompletion, LeavesOutLibrariesThatAShellCouldObey) {
+    answer({"garden"});
+    answerLibraries({"toast", "$(touch harm)", "`touch harm`", "a;touch harm", "-x", "a b", "a\nb", "*", "a/b", ""});
+    EXPECT_THAT(bashCandidates({"dw", "libs", "garden", "--enable", ""}), ElementsAre("toast"));
+    EXPECT_THAT(fishCandidates("dw libs garden --enable "), ElementsAre("toast"));
+    EXPECT_EQ(zshCommand("dw libs garden --enable \t"), "libs garden --enable toast");
+    EXPECT_THAT(bashCandidates({"dw", "libs", "$(touch harm)", "--enable", ""}), IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(home() / "harm"));
 }
 

@@ -161,17 +161,25 @@ TEST_F(DwDeploy, AnEmptyWordIsNoFolder) {
     EXPECT_EQ(ending.error, "dw: The folder's name is empty\nRun dw help deploy.\n");
 }
 
-TEST_F(DwDeploy, AFolderThatCannotBeReadIsNamed) {
+TEST_F(DwDeploy, AFolderThatCannotBeReadIsNamedWithTheReason) {
     const Sandbox sandbox;
     useHost(sandbox.address());
     const std::filesystem::path site = folder("site", {{"index.html", "x"}});
-    ::chmod(site.c_str(), 0);
-    const Ending ending = runDw({"deploy", "site"});
-    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).error, ending.error);
-    ::chmod(site.c_str(), 0700);
-    EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(ending.output, "");
-    EXPECT_EQ(ending.error, "dw: cannot read " + site.string() + "\n");
+    const std::filesystem::path pages = folder("pages", {{"inner/index.html", "x"}});
+    // Neither, listed only, entered only.
+    for (const mode_t mode : {0, 0400, 0100}) {
+        for (const std::filesystem::path& closed : {site, pages}) {
+            SCOPED_TRACE(closed.string() + ' ' + std::to_string(mode));
+            ::chmod(closed.c_str(), mode);
+            const Ending ending = runDw({"deploy", closed});
+            const Ending dryRun = runDw({"deploy", closed, "--dry-run"});
+            ::chmod(closed.c_str(), 0700);
+            EXPECT_EQ(ending.exitCode, 1);
+            EXPECT_EQ(ending.output, "");
+            EXPECT_EQ(ending.error, "dw: " + closed.string() + " cannot be read: Permission denied\n");
+            EXPECT_EQ(dryRun.error, ending.error);
+        }
+    }
     EXPECT_THAT(sandbox.sites(), IsEmpty());
 }
 

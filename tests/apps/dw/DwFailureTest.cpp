@@ -1,6 +1,7 @@
 #include "support/SystemError.h"
 #include "support/UniqueFd.h"
 #include "tests/apps/dw/DwFixture.h"
+#include "tests/support/PlatformServer.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -133,6 +134,28 @@ TEST_F(DwFailure, AnUploadThatIsTooLargeIsShownInThePlatformsWords) {
     EXPECT_EQ(ending.exitCode, 1);
     EXPECT_THAT(ending.error, MatchesRegex("dw: The upload is larger than .*\n"));
     EXPECT_THAT(temporaryFiles(), IsEmpty());
+}
+
+TEST_F(DwFailure, AnAnswerThatSaysNotOkIsNoPublishedSite) {
+    json answer{{"ok", false},    {"error", "The disk is full"},
+                {"site", "site"}, {"url", "http://site.test/"},
+                {"bytes", 10},    {"files", 2},
+                {"skipped", 0}};
+    PlatformServer server;
+    useHost("http://localhost:" + std::to_string(server.port()));
+    server.answer("/api/me", 200, "null");
+    for (const auto& [told, said] : std::vector<std::pair<std::string, std::string>>{
+             {"The disk is full", "The disk is full"}, {"", "The platform refused, and gave no reason"}}) {
+        answer["error"] = told;
+        server.answer("/api/deploy", 200, answer.dump());
+        const Ending ending = runDw({"deploy", "site"});
+        EXPECT_EQ(ending.exitCode, 1);
+        EXPECT_EQ(ending.output, "");
+        EXPECT_EQ(ending.error, "dw: " + said + '\n');
+        EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output),
+                  (json{{"ok", false}, {"error", {{"kind", "api"}, {"message", said}}}}));
+        EXPECT_FALSE(std::filesystem::exists(configFile()));
+    }
 }
 
 TEST_F(DwFailure, AfterOneFailureTheNextDeploymentSucceeds) {

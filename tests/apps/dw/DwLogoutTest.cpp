@@ -93,6 +93,30 @@ TEST_F(DwLogout, FromAFileThatCannotBeUnderstoodIsAFailure) {
     EXPECT_THAT(runDw({"whoami"}).error, testing::HasSubstr("cannot be used"));
 }
 
+TEST_F(DwLogout, ConcludesNothingFromAFileThatCannotBeRead) {
+    store(signedIn);
+    ::chmod(configFile().c_str(), 0);
+    for (const std::string& host : {std::string("sites.example.org"), std::string()}) {
+        useHost(host);
+        for (const std::string& command :
+             {std::string("logout"), std::string("whoami"), std::string("list"), std::string("login")}) {
+            // With a platform named, a sign-in has nothing to conclude from the file.
+            if (command == "login" && !host.empty()) {
+                continue;
+            }
+            SCOPED_TRACE(host + ' ' + command);
+            const Ending ending = runDw({command, "--json"});
+            EXPECT_EQ(ending.exitCode, 1);
+            EXPECT_EQ(
+                onlyObject(ending.output).at("error"),
+                (json{{"kind", "system"}, {"message", configFile().string() + " cannot be used: Permission denied"}}));
+        }
+    }
+    EXPECT_EQ(runDw({"host"}).error, "dw: " + configFile().string() + " cannot be used: Permission denied\n");
+    ::chmod(configFile().c_str(), 0600);
+    EXPECT_EQ(config(), signedIn);
+}
+
 TEST_F(DwLogout, IsSaidOnceWhereAFileWasKept) {
     folder(".config/dw", {{"config.json", R"({"host": "sites.example.org",})"}});
     const std::string kept = configFile().string() + ".unreadable";

@@ -49,6 +49,19 @@ std::string line(const Words& words) {
     return line;
 }
 
+/// Answers of success that say the opposite, without the command's record and with it.
+std::vector<json> notOk(const json& error) {
+    const json bare{{"ok", false}, {"error", error}, {"code", "disk_full"}};
+    json whole = bare;
+    whole.update(json{{"site", "garden"},
+                      {"url", "http://garden.test/"},
+                      {"mode", "public"},
+                      {"emails", json::array()},
+                      {"libs", {"toast"}},
+                      {"entries", json::array()}});
+    return {bare, whole};
+}
+
 /// A platform with the site "garden" and the library "toast", whose other answers a test sets.
 struct ScriptedPlatform {
     ScriptedPlatform() {
@@ -144,6 +157,43 @@ TEST_F(DwSiteCommands, OfAPlatformThatRefusesEndWithOneInItsWords) {
         useHost(platform.address());
         platform.server.answer(command.path, 503, R"({"error":"Come back tomorrow","code":"closed"})");
         expectFailure(command.words, 1, "api", "Come back tomorrow");
+    }
+}
+
+TEST_F(DwSiteCommands, OfAPlatformThatSaysNotOkEndWithOneInItsWords) {
+    for (const SiteCommand& command : commandsOn("garden")) {
+        for (const json& answer : notOk("The disk is full")) {
+            SCOPED_TRACE(line(command.words) + ' ' + answer.dump());
+            ScriptedPlatform platform;
+            useHost(platform.address());
+            platform.server.answer(command.path, 200, answer.dump());
+            expectFailure(command.words, 1, "api", "The disk is full");
+        }
+    }
+}
+
+TEST_F(DwSiteCommands, OfAPlatformThatSaysNotOkAndNotWhyEndWithASentence) {
+    for (const SiteCommand& command : commandsOn("garden")) {
+        for (const json& error : {json(""), json(" \n"), json(nullptr), json(7)}) {
+            const json answer = notOk(error).back();
+            SCOPED_TRACE(line(command.words) + ' ' + answer.dump());
+            ScriptedPlatform platform;
+            useHost(platform.address());
+            platform.server.answer(command.path, 200, answer.dump());
+            expectFailure(command.words, 1, "api", "The platform refused, and gave no reason");
+        }
+    }
+}
+
+TEST_F(DwSiteCommands, OfAPlatformThatRefusesWithoutAWordSayWhatThereIs) {
+    for (const SiteCommand& command : commandsOn("garden")) {
+        SCOPED_TRACE(line(command.words));
+        ScriptedPlatform platform;
+        useHost(platform.address());
+        platform.server.answer(command.path, 503, R"({"error":"","code":"closed"})");
+        expectFailure(command.words, 1, "api", "HTTP 503");
+        platform.server.answer(command.path, 403, R"({"error":"","code":"not_team"})");
+        expectFailure(command.words, 4, "notTeam", "Only team members can manage sites");
     }
 }
 
@@ -311,6 +361,36 @@ TEST_F(DwPresentFolder, HasNoSiteBelowOrAboveIt) {
         EXPECT_EQ(ending.error, "dw: The present folder was not published from here, so a site must be named\n"
                                 "dw list shows the sites.\n");
     }
+}
+
+TEST_F(DwPresentFolder, IsNotDecidedFromASessionFileThatCannotBeRead) {
+    std::filesystem::permissions(configFile(), std::filesystem::perms::none);
+    for (const char* command : {"open", "logs", "history"}) {
+        SCOPED_TRACE(command);
+        expectFailure({command}, 1, "system", configFile().string() + " cannot be used: Permission denied");
+    }
+    std::filesystem::permissions(configFile(), std::filesystem::perms::owner_all);
+}
+
+TEST_F(DwPresentFolder, IsNotDecidedFromAFolderThatCannotBeRead) {
+    const std::filesystem::path locked = folder("locked/garden", {{"index.html", "x"}});
+    folder(".config/dw", {{"config.json", json{{"folders", {{"garden", locked.string()}}}}.dump()}});
+    std::filesystem::permissions(home() / "locked", std::filesystem::perms::none);
+    for (const char* command : {"open", "logs", "history"}) {
+        SCOPED_TRACE(command);
+        expectFailure({command}, 1, "system", locked.string() + " cannot be read: Permission denied");
+    }
+    std::filesystem::permissions(home() / "locked", std::filesystem::perms::owner_all);
+}
+
+TEST_F(DwPresentFolder, IsFoundBesideAFolderThatCannotBeReadOrIsGone) {
+    const std::filesystem::path locked = folder("locked/other", {{"index.html", "x"}});
+    const json folders{
+        {"garden", (home() / "garden").string()}, {"gone", (home() / "gone").string()}, {"other", locked.string()}};
+    folder(".config/dw", {{"config.json", json{{"folders", folders}}.dump()}});
+    std::filesystem::permissions(home() / "locked", std::filesystem::perms::none);
+    EXPECT_EQ(siteIn(home() / "garden", "history"), "garden");
+    std::filesystem::permissions(home() / "locked", std::filesystem::perms::owner_all);
 }
 
 TEST_F(DwPresentFolder, ThatWasNeverPublishedNeedsANamedSite) {

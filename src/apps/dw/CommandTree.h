@@ -1,0 +1,92 @@
+#pragma once
+
+#include "apps/dw/ExitCode.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The program as its help, its completions and its reference tell of it: plain records, filled where the commands are
+/// defined (Definition.h) and only read from then on.
+namespace driftwell::dw {
+
+/// What a shell offers for a value.
+struct Candidates {
+    enum class Kind {
+        Nothing,   ///< only the person knows
+        Words,     ///< one of `words`
+        Commands,  ///< a command of the program
+        Sites,     ///< a site of the platform
+        Libraries, ///< a shared library of the platform, as the site on the same line has it
+        Folders,
+        Hosts, ///< a host that this machine knows, and any other
+    };
+
+    Kind kind = Kind::Nothing;
+    std::vector<std::string> words = {};
+};
+
+/// A value that has its place on the line.
+struct ArgumentRecord {
+    /// In capitals, as in "SITE".
+    std::string name;
+    std::string description;
+    Candidates candidates = {};
+    /// "a site": what the command is said to need where the argument is missing. Empty when it can be left out.
+    std::string need = {};
+};
+
+struct OptionRecord {
+    /// With its dashes, as in "--name".
+    std::string name;
+    /// In capitals, as in "NAME". Empty for a flag.
+    std::string value;
+    std::string description;
+    Candidates candidates = {};
+    /// "-h" for "--help"; most options have no such name.
+    std::string shortName = {};
+    bool repeatable = false;
+    /// For those who build the program: in no help and no completion.
+    bool hidden = false;
+    /// Options that cannot stand beside it.
+    std::vector<std::string> excludes = {};
+};
+
+struct ExampleRecord {
+    /// As it is typed.
+    std::string line;
+    /// What it does, as a sentence without its full stop.
+    std::string meaning;
+};
+
+struct VariableRecord {
+    std::string name;
+    std::string meaning;
+};
+
+struct CommandRecord {
+    std::string name;
+    std::string description;
+    std::vector<ArgumentRecord> arguments = {};
+    std::vector<OptionRecord> options = {};
+    std::vector<ExampleRecord> examples = {};
+    /// The fields of the object that --json prints, beside "ok", each in backticks. Empty for a command without --json.
+    std::string fields = {};
+    /// Variables that this command alone reads, or what it prints does.
+    std::vector<VariableRecord> environment = {};
+};
+
+struct ProgramRecord {
+    std::string name;
+    std::string description;
+    std::string version;
+    /// What stands where a command could.
+    std::vector<OptionRecord> options;
+    /// In the order of the help.
+    std::vector<CommandRecord> commands;
+    /// Variables that all commands read.
+    std::vector<VariableRecord> environment;
+    std::vector<std::pair<ExitCode, std::string>> exitCodes;
+};
+
+} // namespace driftwell::dw

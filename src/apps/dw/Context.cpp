@@ -1,0 +1,73 @@
+#include "apps/dw/Context.h"
+
+#include "apps/dw/JsonValues.h"
+
+namespace driftwell::dw {
+
+namespace {
+
+void requireToken(const PlatformClient& client, const PlatformConfig& config) {
+    if (!config.isLocal() && !client.store().token(config)) {
+        requireReadable(client.store());
+        throw PlatformError::unauthenticated();
+    }
+}
+
+} // namespace
+
+void requireReadable(const ConfigStore& store) {
+    if (const std::optional<ConfigProblem> problem = store.problem()) {
+        throw FailedCommand({"system",
+                             QStringLiteral("%1 cannot be used: %2")
+                                 .arg(QString::fromStdString(problem->file.string()), problem->reason),
+                             {},
+                             ExitCode::Failed});
+    }
+}
+
+PlatformConfig readableConfig(const QString& host) {
+    PlatformConfig config(host);
+    if (host.isEmpty() || !config.isReadable()) {
+        throw WrongUsage(QStringLiteral("“%1” is not the host of a platform").arg(host),
+                         QStringLiteral("For example: dw host sites.example.org"));
+    }
+    return config;
+}
+
+PlatformConfig requireConfig(const PlatformClient& client) {
+    const std::optional<QString> host = client.store().resolveHost();
+    if (!host) {
+        requireReadable(client.store());
+        throw PlatformError::noHost();
+    }
+    return readableConfig(*host);
+}
+
+PlatformConfig requireSignIn(const PlatformClient& client) {
+    PlatformConfig config = requireConfig(client);
+    requireToken(client, config);
+    return config;
+}
+
+Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformConfig config, std::stop_token stop) {
+    requireToken(client, config);
+    co_return co_await client.me(config, stop);
+}
+
+bool environmentHasToken() {
+    return ConfigStore::environmentToken().has_value();
+}
+
+QString identityText(const Identity& identity) {
+    return identity.name + QStringLiteral(" <") + identity.email + u'>';
+}
+
+Json identityObject(const Identity& identity, const PlatformConfig& config) {
+    return {{"ok", true},
+            {"host", config.host().toStdString()},
+            {"name", identity.name.toStdString()},
+            {"email", identity.email.toStdString()},
+            {"handle", identity.handle.toStdString()}};
+}
+
+} // namespace driftwell::dw

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "apps/dw/Reporter.h"
+#include "platform/PlatformClient.h"
+#include "support/Task.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <memory>
+#include <stop_token>
+
+namespace driftwell::dw {
+
+/// What the commands work with.
+struct Context {
+    std::unique_ptr<PlatformClient> client;
+    Reporter& reporter;
+    std::stop_token stop;
+};
+
+/// For whoever is about to say that something is not stored: throws FailedCommand when the session file is there and
+/// cannot be read or understood.
+void requireReadable(const ConfigStore& store);
+
+/// The platform in use. Throws PlatformError::noHost when there is none, WrongUsage for one that cannot be read, and as
+/// requireReadable().
+[[nodiscard]] PlatformConfig requireConfig(const PlatformClient& client);
+
+/// What was given as a platform. Throws WrongUsage for what is none.
+[[nodiscard]] PlatformConfig readableConfig(const QString& host);
+
+/// The platform in use, which has a token of ours if it needs one. Throws as requireConfig(), and
+/// PlatformError::unauthenticated.
+[[nodiscard]] PlatformConfig requireSignIn(const PlatformClient& client);
+
+/// Who is signed in; absent when the platform knows no person. Throws as PlatformClient::me(), and without asking when
+/// the platform needs a token and there is none.
+[[nodiscard]] Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformConfig config,
+                                                            std::stop_token stop);
+
+/// Whether DW_TOKEN holds a token, which then comes before every stored one.
+[[nodiscard]] bool environmentHasToken();
+
+/// A person as one line, "NAME <EMAIL>", and as the object of a successful command.
+[[nodiscard]] QString identityText(const Identity& identity);
+[[nodiscard]] nlohmann::ordered_json identityObject(const Identity& identity, const PlatformConfig& config);
+
+} // namespace driftwell::dw

@@ -1,0 +1,259 @@
+#include "apps/dw/Program.h"
+
+#include "apps/dw/Command.h"
+#include "apps/dw/CommandList.h"
+
+#include <QStringList>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+namespace driftwell::dw {
+
+namespace {
+
+const QString generalHint = QStringLiteral("Run dw help for the commands.");
+
+constexpr std::size_t helpColumn = 16;
+constexpr std::size_t helpWidth = 80;
+
+QString text(const std::string& bytes) {
+    return QString::fromStdString(bytes);
+}
+
+/// What is true of all commands.
+ProgramRecord programRecord() {
+    return {"dw",
+            "Publishes a folder as a website on your team's platform.",
+            DRIFTWELL_VERSION,
+            {{"--version", "", "Print the version"}, {"--help", "", "Print this help", {}, "-h"}},
+            {},
+            {{"DW_HOST", "the platform, before the one that \"dw host\" remembers"},
+             {"DW_TOKEN", "the token to sign in with, before the stored ones"},
+             {"NO_COLOR", "no colours"}},
+            {{ExitCode::Done, "done"},
+             {ExitCode::Failed, "failed"},
+             {ExitCode::WrongUsage, "wrong usage"},
+             {ExitCode::NotAllowed, "not signed in or not on the team"},
+             {ExitCode::Unreachable, "platform unreachable"},
+             {ExitCode::Interrupted, "interrupted"}}};
+}
+
+std::string environmentText(const ProgramRecord& program) {
+    constexpr std::size_t nameWidth = 12;
+    std::string text = "Environment:\n";
+    for (const auto& [name, meaning] : program.environment) {
+        text += "  " + name + std::string(nameWidth - std::min(nameWidth, name.size()), ' ') + meaning + '\n';
+    }
+    return text;
+}
+
+std::string exitCodesText(const ProgramRecord& program) {
+    std::string text = "Exit codes:";
+    std::string line;
+    for (const auto& [code, meaning] : program.exitCodes) {
+        const std::string entry = std::to_string(static_cast<int>(code)) + ' ' + meaning;
+        if (line.empty() || line.size() + entry.size() + 2 > helpWidth) {
+            text += line + (line.empty() ? "\n" : ",\n");
+            line = "  " + entry;
+        } else {
+            line += ", " + entry;
+        }
+    }
+    return text + line;
+}
+
+std::string examplesText(const CommandRecord& command) {
+    std::string text = command.examples.empty() ? "" : "Examples:";
+    for (const ExampleRecord& example : command.examples) {
+        text += "\n  " + example.line + "\n      " + example.meaning;
+    }
+    return text;
+}
+
+std::string helpText(const CLI::App& parser, const std::string& name) {
+    std::string help = parser.get_formatter()->make_help(&parser, name, CLI::AppFormatMode::Normal);
+    // Hidden options leave an empty line behind.
+    if (const std::size_t gap = help.find("\n\n\n"); gap != std::string::npos) {
+        help.erase(gap, 1);
+    }
+    help.erase(help.find_last_not_of('\n') + 1);
+    return help + '\n';
+}
+
+/// Two options of the command that stand on the command line and exclude each other.
+std::optional<std::pair<std::string, std::string>> conflict(const CommandRecord& command, const CLI::App& parser) {
+    for (const OptionRecord& option : command.options) {
+        for (const std::string& other : option.excludes) {
+            if (parser.count(option.name) > 0 && parser.count(other) > 0) {
+                return std::pair(option.name, other);
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+QString whatIsTooMuch(const std::vector<std::string>& arguments, const QString& command) {
+    const auto option = std::find_if(arguments.begin(), arguments.end(),
+                                     [](const std::string& argument) { return argument.starts_with('-'); });
+    if (option != arguments.end()) {
+        return QStringLiteral("%1 has no option %2").arg(command, text(*option));
+    }
+    QStringList all;
+    for (const std::string& argument : arguments) {
+        all += text(argument);
+    }
+    return QStringLiteral("Too many arguments for %1: %2").arg(command, all.join(u' '));
+}
+
+} // namespace
+
+Program::Program() : m_parser(std::make_unique<CLI::App>()), m_record(programRecord()) {
+    m_parser->name(m_record.name);
+    m_parser->description(m_record.description);
+    m_parser->get_formatter()->label("SUBCOMMAND", "COMMAND");
+    m_parser->get_formatter()->label("Positionals", "Arguments");
+    m_parser->get_formatter()->label("REQUIRED", "");
+    m_parser->get_formatter()->column_width(helpColumn);
+    m_parser->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    m_parser->set_version_flag("--version", m_record.version, "Print the version");
+    m_parser->set_help_flag("-h,--help", "Print this help");
+    m_parser->require_subcommand(1);
+    m_parser->footer(environmentText(m_record) + '\n' + exitCodesText(m_record));
+    addCommands();
+}
+
+Program::~Program() = default;
+
+void Program::addCommands() {
+    const std::span<const CommandMaker> makers = commandList();
+    // Their places are bound to options.
+    m_entries.resize(makers.size());
+    m_record.commands.resize(makers.size());
+    for (std::size_t i = 0; i < makers.size(); ++i) {
+        Entry& entry = m_entries[i];
+        CommandRecord& record = m_record.commands[i];
+        Definition definition(*m_parser, record, entry.json);
+        entry.command = makers[i]();
+        entry.command->define(definition);
+        definition.parser().group("Commands")->footer(examplesText(record));
+        entry.record = &record;
+        entry.parser = &definition.parser();
+    }
+}
+
+Parsed Program::parse(int argc, char** argv) {
+    m_jsonTyped = std::any_of(argv + std::min(argc, 1), argv + argc,
+                              [](const char* argument) { return std::string_view(argument) == "--json"; });
+    if (argc < 2) {
+        std::fputs(help().c_str(), stderr);
+        return {nullptr, {}, ExitCode::WrongUsage};
+    }
+    try {
+        if (const std::string first = argv[1]; !first.starts_with('-')) {
+            static_cast<void>(entryOf(first));
+        }
+        m_parser->parse(argc, argv);
+        return run(*askedFor());
+    } catch (const CLI::CallForVersion&) {
+        return answer(m_record.version + '\n');
+    } catch (const CLI::CallForHelp&) {
+        const Entry* const entry = askedFor();
+        return answer(entry == nullptr ? help() : help(entry->record->name));
+    } catch (const CLI::ParseError& error) {
+        return wrongUsage(whatIsWrong(error));
+    } catch (const WrongUsage& wrong) {
+        return refuse(commandFailure(wrong));
+    }
+}
+
+std::string Program::help() const {
+    return helpText(*m_parser, m_record.name);
+}
+
+std::string Program::help(const std::string& command) const {
+    const Entry& entry = entryOf(command);
+    return helpText(*entry.parser, m_record.name + ' ' + entry.record->name);
+}
+
+const Program::Entry& Program::entryOf(const std::string& command) const {
+    const auto found = std::find_if(m_entries.begin(), m_entries.end(),
+                                    [&command](const Entry& entry) { return entry.record->name == command; });
+    if (found == m_entries.end()) {
+        throw WrongUsage(QStringLiteral("There is no command “%1”").arg(text(command)), generalHint);
+    }
+    return *found;
+}
+
+const Program::Entry* Program::askedFor() const {
+    const auto found =
+        std::find_if(m_entries.begin(), m_entries.end(), [](const Entry& entry) { return entry.parser->parsed(); });
+    return found == m_entries.end() ? nullptr : &*found;
+}
+
+Parsed Program::run(const Entry& entry) const {
+    if (const auto options = conflict(*entry.record, *entry.parser)) {
+        return wrongUsage(
+            QStringLiteral("%1 and %2 exclude each other").arg(text(options->first), text(options->second)));
+    }
+    if (const auto* const command = dynamic_cast<const TextCommand*>(entry.command.get())) {
+        return answer(command->text(*this));
+    }
+    return {std::dynamic_pointer_cast<PlatformCommand>(entry.command),
+            entry.json ? Reporter::Form::Json : Reporter::Form::Text, ExitCode::Done};
+}
+
+Parsed Program::answer(const std::string& output) const {
+    Reporter reporter(Reporter::Form::Text);
+    reporter.text(output);
+    return {nullptr, Reporter::Form::Text, reporter.flush() ? ExitCode::Done : ExitCode::Failed};
+}
+
+Parsed Program::wrongUsage(const QString& message) const {
+    const Entry* const entry = askedFor();
+    const QString hint =
+        entry == nullptr ? generalHint : QStringLiteral("Run dw help %1.").arg(text(entry->record->name));
+    return refuse(commandFailure(WrongUsage(message, hint)));
+}
+
+Parsed Program::refuse(const CommandFailure& failure) const {
+    Reporter reporter(m_jsonTyped ? Reporter::Form::Json : Reporter::Form::Text);
+    reporter.failure(failure);
+    return {nullptr, Reporter::Form::Text, reporter.flush() ? failure.exitCode : ExitCode::Failed};
+}
+
+QString Program::whatIsWrong(const CLI::ParseError& error) const {
+    const Entry* const entry = askedFor();
+    const QString name = text(entry == nullptr ? m_record.name : entry->record->name);
+    std::vector<std::string> unexpected = m_parser->remaining(true);
+    std::erase(unexpected, "--");
+    if (!unexpected.empty()) {
+        return whatIsTooMuch(unexpected, name);
+    }
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        // The library names the option at the beginning of its own words.
+        const std::string words = error.what();
+        return whatIsWrongWith(words.substr(0, words.find_first_of(": ")));
+    }
+    if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr) {
+        return text(error.what());
+    }
+    // No command has more than one argument that it needs.
+    return entry == nullptr ? QStringLiteral("A command is missing")
+                            : QStringLiteral("%1 needs %2").arg(name, text(entry->record->arguments.front().need));
+}
+
+QString Program::whatIsWrongWith(const std::string& optionName) const {
+    // Of a flag the library leaves out the dashes.
+    const std::string typed = optionName.starts_with('-') ? optionName : "--" + optionName;
+    const Entry* const entry = askedFor();
+    const CLI::App& parser = entry == nullptr ? *m_parser : *entry->parser;
+    const CLI::Option* const option = parser.get_option_no_throw(typed);
+    const bool isFlag = option != nullptr && option->get_items_expected_max() == 0;
+    return text(typed) + (isFlag ? QStringLiteral(" takes no value") : QStringLiteral(" needs a value"));
+}
+
+} // namespace driftwell::dw

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "apps/dw/CommandTree.h"
+#include "apps/dw/Reporter.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+class ParseError;
+} // namespace CLI
+
+namespace driftwell::dw {
+
+class Command;
+class PlatformCommand;
+
+/// A command line is answered at once (help, version, completion scripts, wrong usage), or it asks for work.
+struct Parsed {
+    /// The work, its options set.
+    std::shared_ptr<PlatformCommand> command;
+    Reporter::Form form = Reporter::Form::Text;
+    /// What the process ends with where there is no work.
+    ExitCode answer = ExitCode::Done;
+};
+
+/// The whole of `dw`: its commands, and the parser of its command line.
+class Program {
+public:
+    Program();
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    /// Reads a command line, once. Help, version and completion scripts go to standard output; what is wrong with it
+    /// goes to standard error, and with --json as an object to standard output.
+    [[nodiscard]] Parsed parse(int argc, char** argv);
+
+    /// What the program tells of itself.
+    [[nodiscard]] const ProgramRecord& record() const { return m_record; }
+
+    /// The help of the program.
+    [[nodiscard]] std::string help() const;
+    /// The help of a command. Throws WrongUsage when there is none of this name.
+    [[nodiscard]] std::string help(const std::string& command) const;
+
+private:
+    struct Entry {
+        std::shared_ptr<Command> command;
+        const CommandRecord* record = nullptr;
+        const CLI::App* parser = nullptr;
+        bool json = false;
+    };
+
+    void addCommands();
+    /// Throws WrongUsage when there is none of this name.
+    [[nodiscard]] const Entry& entryOf(const std::string& command) const;
+    /// The command that was read from the command line, if any was.
+    [[nodiscard]] const Entry* askedFor() const;
+    [[nodiscard]] Parsed run(const Entry& entry) const;
+    [[nodiscard]] Parsed answer(const std::string& output) const;
+    [[nodiscard]] Parsed wrongUsage(const QString& message) const;
+    [[nodiscard]] Parsed refuse(const CommandFailure& failure) const;
+    [[nodiscard]] QString whatIsWrong(const CLI::ParseError& error) const;
+    [[nodiscard]] QString whatIsWrongWith(const std::string& optionName) const;
+
+    std::unique_ptr<CLI::App> m_parser;
+    ProgramRecord m_record;
+    /// As in the record.
+    std::vector<Entry> m_entries;
+    bool m_jsonTyped = false;
+};
+
+} // namespace driftwell::dw

@@ -1,0 +1,100 @@
+#include "apps/dw/Reference.h"
+
+namespace driftwell::dw {
+
+namespace {
+
+/// A bar would end the cell of a table.
+std::string cell(const std::string& text) {
+    std::string result;
+    for (const char character : text) {
+        result += character == '|' ? "\\|" : std::string(1, character);
+    }
+    return result;
+}
+
+std::string row(const std::string& first, const std::string& second) {
+    return "| " + cell(first) + " | " + cell(second) + " |\n";
+}
+
+std::string tableHead(const std::string& first, const std::string& second) {
+    return row(first, second) + "|---|---|\n";
+}
+
+std::string code(const std::string& text) {
+    return '`' + text + '`';
+}
+
+std::string usage(const CommandRecord& command, const ProgramRecord& program) {
+    std::string line = program.name + ' ' + command.name + " [OPTIONS]";
+    for (const ArgumentRecord& argument : command.arguments) {
+        line += argument.need.empty() ? " [" + argument.name + ']' : ' ' + argument.name;
+    }
+    return line;
+}
+
+std::string optionName(const OptionRecord& option) {
+    const std::string name = code(option.name + (option.value.empty() ? "" : ' ' + option.value));
+    return option.shortName.empty() ? name : code(option.shortName) + ", " + name;
+}
+
+std::string takes(const CommandRecord& command) {
+    std::string table = tableHead("argument or option", "meaning");
+    for (const ArgumentRecord& argument : command.arguments) {
+        table += row(code(argument.name), argument.description);
+    }
+    for (const OptionRecord& option : command.options) {
+        if (!option.hidden) {
+            table += row(optionName(option), option.description);
+        }
+    }
+    return table;
+}
+
+std::string examples(const CommandRecord& command) {
+    std::string block = "```sh\n";
+    for (const ExampleRecord& example : command.examples) {
+        block += "# " + example.meaning + '\n' + example.line + '\n';
+    }
+    return block + "```\n";
+}
+
+std::string section(const CommandRecord& command, const ProgramRecord& program) {
+    std::string text = "\n## " + program.name + ' ' + command.name + "\n\n" + command.description + ".\n\n```\n" +
+                       usage(command, program) + "\n```\n\n" + takes(command);
+    if (!command.fields.empty()) {
+        text += "\nThe object of `--json` has beside `ok`: " + command.fields + ".\n";
+    }
+    for (const VariableRecord& variable : command.environment) {
+        text += "\nIn the environment, " + code(variable.name) + ": " + variable.meaning + ".\n";
+    }
+    return text + '\n' + examples(command);
+}
+
+} // namespace
+
+std::string referencePage(const ProgramRecord& program) {
+    std::string page = "# " + program.name + ": the commands\n\n" + program.description +
+                       " This page is what `dw help --reference` prints; [the guide](dw.md) tells how it is used.\n\n" +
+                       tableHead("command", "what it does");
+    for (const CommandRecord& command : program.commands) {
+        page += row("[`" + command.name + "`](#" + program.name + '-' + command.name + ')', command.description);
+    }
+    for (const OptionRecord& option : program.options) {
+        page += row(optionName(option), option.description);
+    }
+    for (const CommandRecord& command : program.commands) {
+        page += section(command, program);
+    }
+    page += "\n## Environment\n\n" + tableHead("variable", "what it holds");
+    for (const auto& [name, meaning] : program.environment) {
+        page += row(code(name), meaning);
+    }
+    page += "\n## Exit codes\n\n" + tableHead("exit code", "meaning");
+    for (const auto& [exitCode, meaning] : program.exitCodes) {
+        page += row(std::to_string(static_cast<int>(exitCode)), meaning);
+    }
+    return page;
+}
+
+} // namespace driftwell::dw

@@ -1,0 +1,72 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/KnownSites.h"
+#include "apps/dw/LineInput.h"
+
+#include <nlohmann/json.hpp>
+
+namespace driftwell::dw {
+
+namespace {
+
+Task<> askForName(std::shared_ptr<Context> context, QString name) {
+    Reporter& reporter = context->reporter;
+    reporter.question(QStringLiteral("This takes the project offline and permanently deletes its files, stored data, "
+                                     "and sharing settings. This cannot be undone."),
+                      QStringLiteral("Type “%1” to confirm: ").arg(name));
+    const std::optional<std::string> typed = co_await readLine(context->stop);
+    if (typed) {
+        reporter.answered();
+    }
+    if (!typed || QString::fromStdString(*typed).trimmed() != name) {
+        throw FailedCommand(
+            {"notConfirmed", QStringLiteral("Not confirmed. Nothing was deleted."), {}, ExitCode::Failed});
+    }
+}
+
+} // namespace
+
+class DeleteCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("delete", "Delete a site for good, after asking for its name")
+            .site(m_site)
+            .option({"--confirm", "NAME", "The site's name once more, so that nothing is asked"}, m_confirmation)
+            .json("`site`")
+            .example("dw delete launch", "Ask for the name, then delete the site launch")
+            .example("dw delete launch --confirm launch", "Delete it from a script");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        requireConfirmable(context->reporter);
+        const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
+        if (!m_confirmation) {
+            co_await askForName(context, site.info.name);
+        }
+        const DeleteSiteResponse response =
+            co_await context->client->deleteSite(site.config, site.info.name, context->stop);
+        context->reporter.object({{"ok", response.ok}, {"site", response.site.toStdString()}});
+        context->reporter.success(QStringLiteral("%1 is deleted").arg(response.site));
+        co_return ExitCode::Done;
+    }
+
+private:
+    /// Refuses a deletion that nobody could confirm, before anything is sent.
+    void requireConfirmable(const Reporter& reporter) const {
+        const QString hint = QStringLiteral("Run dw help delete.");
+        if (m_confirmation && m_confirmation != m_site) {
+            throw WrongUsage(QStringLiteral("--confirm must repeat the site's name “%1”, and it is “%2”")
+                                 .arg(QString::fromStdString(m_site), QString::fromStdString(*m_confirmation)),
+                             hint);
+        }
+        if (!m_confirmation && !reporter.canAsk()) {
+            throw WrongUsage(QStringLiteral("Nobody can be asked here, so delete needs --confirm NAME"), hint);
+        }
+    }
+
+    std::string m_site;
+    std::optional<std::string> m_confirmation;
+};
+
+template std::unique_ptr<Command> makeCommand<DeleteCommand>();
+
+} // namespace driftwell::dw

@@ -1,0 +1,201 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/JsonValues.h"
+#include "apps/dw/Texts.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "deploy/FolderScan.h"
+#include "platform/PlatformError.h"
+#include "support/Cancellation.h"
+#include "support/WorkerPool.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+
+namespace driftwell::dw {
+
+namespace {
+
+struct SizedFile {
+    std::string path;
+    std::int64_t size = 0;
+};
+
+std::filesystem::path existingFolder(const std::string& typed) {
+    if (typed.empty()) {
+        throw WrongUsage(QStringLiteral("The folder's name is empty"), QStringLiteral("Run dw help deploy."));
+    }
+    std::error_code failed;
+    const std::filesystem::path folder = std::filesystem::canonical(typed, failed);
+    if (failed) {
+        throw std::system_error(failed, typed);
+    }
+    if (!std::filesystem::is_directory(folder)) {
+        throw std::system_error(std::make_error_code(std::errc::not_a_directory), typed);
+    }
+    if (::faccessat(AT_FDCWD, folder.c_str(), R_OK | X_OK, AT_EACCESS) != 0) {
+        throw cannotRead(folder, std::error_code(errno, std::generic_category()));
+    }
+    return folder;
+}
+
+/// The name to publish under. Throws WrongUsage when it breaks a rule.
+QString chooseName(const std::optional<std::string>& typed, const std::filesystem::path& folder) {
+    if (typed) {
+        const QString name = QString::fromStdString(*typed);
+        if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
+            throw WrongUsage(problemText(name, problem));
+        }
+        return name;
+    }
+    const QString folderName =
+        QString::fromStdString((folder.has_filename() ? folder.filename() : folder.root_path()).string());
+    const QString name = SiteName::derive(folderName);
+    if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
+        throw WrongUsage(name.isEmpty() ? QStringLiteral("No site name can be made from “%1”").arg(folderName)
+                                        : problemText(name, problem),
+                         QStringLiteral("Choose a name: dw deploy FOLDER --name NAME"));
+    }
+    return name;
+}
+
+std::vector<SizedFile> sizedFiles(const std::filesystem::path& folder, const std::stop_token& stop) {
+    std::vector<SizedFile> files;
+    for (std::string& path : scanFolder(folder, stop).paths) {
+        std::error_code vanished;
+        const std::uintmax_t size = std::filesystem::file_size(folder / path, vanished);
+        files.push_back({std::move(path), vanished ? 0 : static_cast<std::int64_t>(size)});
+    }
+    return files;
+}
+
+Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+    const auto work = [folder, stop = context->stop] {
+        return sizedFiles(folder, stop);
+    };
+    const std::vector<SizedFile> files = co_await runOnPool(work);
+    if (files.empty()) {
+        throw PlatformError::api(QStringLiteral("folder has no deployable files"));
+    }
+    Json entries = Json::array();
+    std::int64_t bytes = 0;
+    for (const SizedFile& file : files) {
+        bytes += file.size;
+        entries.push_back({{"path", file.path}, {"size", file.size}});
+        context->reporter.line(QStringLiteral("%1  ").arg(sizeText(file.size), 10).toStdString() + file.path);
+    }
+    const auto count = static_cast<std::int64_t>(files.size());
+    context->reporter.object({{"ok", true},
+                              {"dryRun", true},
+                              {"site", name.toStdString()},
+                              {"bytes", bytes},
+                              {"files", count},
+                              {"entries", entries}});
+    context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
+                                  .arg(countText(count), sizeText(bytes), name));
+    co_return ExitCode::Done;
+}
+
+/// The process ends with a deployment; nobody looks at a list afterwards.
+Task<> nothingFollows(QString, std::stop_token) {
+    co_return;
+}
+
+void reportSuccess(Reporter& reporter, const DeployResponse& response, std::chrono::milliseconds duration) {
+    reporter.line(response.url.toStdString());
+    reporter.object({{"ok", response.ok},
+                     {"site", response.site.toStdString()},
+                     {"url", response.url.toStdString()},
+                     {"bytes", response.bytes},
+                     {"files", response.files},
+                     {"skipped", response.skipped},
+                     {"seconds", static_cast<double>(duration.count()) / 1000.0}});
+    reporter.success(
+        QStringLiteral("%1 is live: %2, %3 in %4")
+            .arg(response.site, countText(response.files), sizeText(response.bytes), durationText(duration)));
+    if (response.skipped > 0) {
+        reporter.message(QStringLiteral("The platform left out %1.").arg(countText(response.skipped)));
+    }
+}
+
+Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+    // Before packing, which can take a while: is there a platform, and does it know us?
+    const PlatformConfig config = requireConfig(*context->client);
+    co_await requireIdentity(*context->client, config, context->stop);
+
+    Catalog catalog;
+    Connection connection(*context->client, catalog);
+    // The platform that was asked gets the site, whatever is configured meanwhile.
+    connection.use(config);
+    Deployments deployments(*context->client, connection, nothingFollows);
+    deployments.beginDeploy(folder);
+    const std::shared_ptr<DeployFlow> flow = deployments.deployFlow();
+    if (!flow) {
+        throw std::system_error(std::make_error_code(std::errc::no_such_file_or_directory), folder.string());
+    }
+    flow->setSiteName(name);
+    Reporter& reporter = context->reporter;
+    const auto showStage = [flow = flow.get(), &reporter] {
+        reporter.progress(stageText(flow->stage()));
+    };
+    QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
+    showStage();
+
+    const std::stop_callback interrupt(context->stop, [&deployments] { deployments.end(); });
+    co_await deployments.confirmDeploy();
+    throwIfCancelled(context->stop);
+
+    const DeployFlow::Phase phase = flow->phase();
+    if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
+        const CommandFailure failure = commandFailure(failed->message, failed->kind);
+        reporter.failure(failure);
+        co_return failure.exitCode;
+    }
+    const auto* const success = std::get_if<DeployFlow::Success>(&phase);
+    if (success == nullptr) {
+        throw std::runtime_error("The deployment was not started");
+    }
+    reportSuccess(reporter, success->response,
+                  std::chrono::floor<std::chrono::milliseconds>(*flow->finishedAt() - *flow->startedAt()));
+    co_return ExitCode::Done;
+}
+
+} // namespace
+
+class DeployCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("deploy", "Publish a folder as a website and print its address")
+            .argument({"FOLDER", "The folder to publish (default: the present one)", {Candidates::Kind::Folders}},
+                      m_folder)
+            .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
+            .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
+            .json("`site`, `url`, `bytes`, `files`, `skipped`, `seconds`; with `--dry-run`, `dryRun`, `site`, `bytes`, "
+                  "`files`, `entries`: each `path`, `size`")
+            .example("dw deploy", "Publish the present folder under its own name")
+            .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const std::filesystem::path folder = existingFolder(m_folder);
+        const QString name = chooseName(m_name, folder);
+        if (m_dryRun) {
+            co_return co_await showFiles(folder, name, context);
+        }
+        co_return co_await publish(folder, name, context);
+    }
+
+private:
+    /// Bytes as typed.
+    std::string m_folder = ".";
+    std::optional<std::string> m_name;
+    bool m_dryRun = false;
+};
+
+template std::unique_ptr<Command> makeCommand<DeployCommand>();
+
+} // namespace driftwell::dw

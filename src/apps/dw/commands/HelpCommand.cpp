@@ -1,0 +1,32 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/Program.h"
+#include "apps/dw/Reference.h"
+
+namespace driftwell::dw {
+
+class HelpCommand final : public TextCommand {
+public:
+    void define(Definition& command) override {
+        OptionRecord reference{"--reference", "", "Print the page docs/dw-reference.md"};
+        reference.hidden = true;
+        command.command("help", "Print help, for all commands or for one")
+            .argument({"COMMAND", "The command", {Candidates::Kind::Commands}}, m_topic)
+            .flag(reference, m_reference)
+            .example("dw help deploy", "Print what deploy takes");
+    }
+
+    std::string text(const Program& program) const override {
+        if (m_reference) {
+            return referencePage(program.record());
+        }
+        return m_topic.empty() ? program.help() : program.help(m_topic);
+    }
+
+private:
+    std::string m_topic;
+    bool m_reference = false;
+};
+
+template std::unique_ptr<Command> makeCommand<HelpCommand>();
+
+} // namespace driftwell::dw

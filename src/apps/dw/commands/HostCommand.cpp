@@ -1,0 +1,43 @@
+#include "apps/dw/Command.h"
+
+#include <nlohmann/json.hpp>
+
+namespace driftwell::dw {
+
+class HostCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("host", "Print the platform in use, or choose another")
+            .argument({"HOST", "The platform, for example sites.example.org", {Candidates::Kind::Hosts}}, m_host)
+            .example("dw host sites.example.org", "Use the platform sites.example.org from now on");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const ConfigStore& store = context->client->store();
+        if (m_host) {
+            choose(QString::fromStdString(*m_host).trimmed(), store, context->reporter);
+        } else if (const std::optional<QString> host = store.resolveHost()) {
+            context->reporter.line(host->toStdString());
+        } else {
+            requireReadable(store);
+            throw PlatformError::noHost();
+        }
+        co_return ExitCode::Done;
+    }
+
+private:
+    static void choose(const QString& host, const ConfigStore& store, Reporter& reporter) {
+        const PlatformConfig config = readableConfig(host);
+        store.saveConfig({{"host", host.toStdString()}});
+        reporter.success(QStringLiteral("The platform is %1").arg(config.host()));
+        if (store.resolveHost() != host) {
+            reporter.message(QStringLiteral("DW_HOST is set and comes first: %1").arg(*store.resolveHost()));
+        }
+    }
+
+    std::optional<std::string> m_host;
+};
+
+template std::unique_ptr<Command> makeCommand<HostCommand>();
+
+} // namespace driftwell::dw

@@ -1,0 +1,141 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/KnownSites.h"
+#include "apps/dw/Rows.h"
+
+#include <algorithm>
+
+namespace driftwell::dw {
+
+namespace {
+
+struct Switch {
+    QString lib;
+    bool on = false;
+};
+
+/// One library as a site has it.
+struct Library {
+    QString name;
+    bool on = false;
+    std::optional<QString> version;
+    std::optional<QString> description;
+};
+
+QList<Switch> switches(const std::vector<std::string>& enable, const std::vector<std::string>& disable) {
+    QList<Switch> result;
+    for (const std::string& lib : enable) {
+        result.append({QString::fromStdString(lib), true});
+    }
+    for (const std::string& lib : disable) {
+        if (std::find(enable.begin(), enable.end(), lib) != enable.end()) {
+            throw WrongUsage(QStringLiteral("“%1” is both to be enabled and disabled").arg(QString::fromStdString(lib)),
+                             QStringLiteral("Run dw help libs."));
+        }
+        result.append({QString::fromStdString(lib), false});
+    }
+    return result;
+}
+
+/// The platform's libraries, and those that only the site still names.
+QList<Library> libraries(const QList<LibInfo>& platform, const QList<QString>& enabled) {
+    QList<Library> result;
+    for (const LibInfo& lib : platform) {
+        result.append({lib.name, enabled.contains(lib.name), lib.manifest.version, lib.manifest.description});
+    }
+    for (const QString& name : enabled) {
+        const auto sameName = [&name](const Library& library) {
+            return library.name == name;
+        };
+        if (std::none_of(result.cbegin(), result.cend(), sameName)) {
+            result.append({name, true, std::nullopt, std::nullopt});
+        }
+    }
+    return result;
+}
+
+/// Looked into before the first library is switched, so that a typing error changes nothing.
+void requireLibraries(const QList<Switch>& switches, const QList<Library>& libraries, const QString& platform,
+                      const QString& site) {
+    for (const Switch& change : switches) {
+        const bool known = std::any_of(libraries.cbegin(), libraries.cend(),
+                                       [&change](const Library& library) { return library.name == change.lib; });
+        if (!known) {
+            throw FailedCommand({"noLibrary",
+                                 QStringLiteral("There is no library “%1” on %2").arg(change.lib, platform),
+                                 QStringLiteral("dw libs %1 shows the libraries.").arg(site), ExitCode::Failed});
+        }
+    }
+}
+
+void print(Reporter& reporter, const SiteInfo& site, const QList<Library>& libraries) {
+    Rows rows({{"name", QStringLiteral("LIBRARY")},
+               {"enabled", QStringLiteral("STATE")},
+               {"version", QStringLiteral("VERSION")},
+               {"description", QStringLiteral("DESCRIPTION"), Table::Shrink::Cut}});
+    for (const Library& library : libraries) {
+        rows.add({{"name", library.name.toStdString()},
+                  {"enabled", library.on},
+                  {"version", orNull(library.version)},
+                  {"description", orNull(library.description)}});
+    }
+    reporter.object({{"ok", true}, {"site", site.name.toStdString()}, {"libs", rows.array()}});
+    rows.print(reporter);
+    if (rows.isEmpty()) {
+        reporter.message(QStringLiteral("The platform has no shared libraries."));
+    }
+}
+
+/// Makes the switches that change something, and gives the libraries that are on afterwards.
+Task<QList<QString>> makeSwitches(std::shared_ptr<Context> context, PlatformConfig config, SiteInfo site,
+                                  QList<Switch> switches) {
+    QList<QString> enabled = site.libs.value_or(QList<QString>());
+    for (const Switch& change : switches) {
+        if (enabled.contains(change.lib) != change.on) {
+            const SiteLibsResponse answer =
+                co_await context->client->setLib(config, site.name, change.lib, change.on, context->stop);
+            enabled = answer.libs;
+        }
+        context->reporter.success(
+            QStringLiteral("%1 is %2 for %3")
+                .arg(change.lib, change.on ? QStringLiteral("on") : QStringLiteral("off"), site.name));
+    }
+    co_return enabled;
+}
+
+} // namespace
+
+class LibsCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("libs", "List a site's shared libraries, or switch them on and off")
+            .site(m_site)
+            .repeatable({"--enable", "LIB", "Switch a library on, once for each", {Candidates::Kind::Libraries}},
+                        m_enable)
+            .repeatable({"--disable", "LIB", "Switch a library off, once for each", {Candidates::Kind::Libraries}},
+                        m_disable)
+            .json("`site`, `libs`: each `name`, `enabled`, `version`, `description`")
+            .example("dw libs launch", "List the libraries and whether the site launch uses them")
+            .example("dw libs launch --enable toast --disable theme", "Switch one on and another off");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const QList<Switch> wanted = switches(m_enable, m_disable);
+        const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
+        const Fetched<LibsResponse> platform = co_await context->client->libs(site.config, {}, context->stop);
+        const QList<LibInfo>& all = platform.record->libs;
+        requireLibraries(wanted, libraries(all, site.info.libs.value_or(QList<QString>())), site.config.host(),
+                         site.info.name);
+        const QList<QString> enabled = co_await makeSwitches(context, site.config, site.info, wanted);
+        print(context->reporter, site.info, libraries(all, enabled));
+        co_return ExitCode::Done;
+    }
+
+private:
+    std::string m_site;
+    std::vector<std::string> m_enable;
+    std::vector<std::string> m_disable;
+};
+
+template std::unique_ptr<Command> makeCommand<LibsCommand>();
+
+} // namespace driftwell::dw

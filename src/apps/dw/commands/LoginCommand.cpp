@@ -1,0 +1,128 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/TokenInput.h"
+#include "desktop/XdgOpen.h"
+#include "platform/PlatformError.h"
+#include "support/Sleep.h"
+
+#include <nlohmann/json.hpp>
+
+namespace driftwell::dw {
+
+namespace {
+
+/// Whether the platform takes whoever uses this machine for signed in.
+Task<bool> needsNoAccount(PlatformConfig config, std::shared_ptr<Context> context) {
+    if (!config.isLocal() || context->client->store().storedToken(config)) {
+        co_return false;
+    }
+    try {
+        co_await context->client->me(config, context->stop);
+        co_return true;
+    } catch (const PlatformError& failure) {
+        if (failure.kind() != PlatformError::Kind::Unauthenticated) {
+            throw;
+        }
+        co_return false;
+    }
+}
+
+ExitCode reportNoAccount(const PlatformConfig& config, Reporter& reporter) {
+    reporter.object({{"ok", true}, {"host", config.host().toStdString()}, {"local", true}});
+    reporter.message(QStringLiteral("%1 runs on this machine and has no accounts: there is nothing to sign in to.")
+                         .arg(config.host()));
+    return ExitCode::Done;
+}
+
+Task<Identity> signInWithBrowser(bool opens, PlatformConfig config, std::shared_ptr<Context> context) {
+    Reporter& reporter = context->reporter;
+    const auto openUrl = [opens, &config, &reporter](const QUrl& url) {
+        reporter.notice(
+            opens ? QStringLiteral("Sign in to %1 in your browser. If it does not open, go to").arg(config.host())
+                  : QStringLiteral("To sign in to %1, open this address in a browser on this machine:")
+                        .arg(config.host()));
+        reporter.notice(QString::fromLatin1(url.toEncoded()));
+        reporter.progress(QStringLiteral("Waiting for the browser…"));
+        if (opens) {
+            xdgOpen(url);
+        }
+    };
+    co_return co_await context->client->signIn(config, openUrl, sleepFor, context->stop);
+}
+
+Task<QString> askForToken(PlatformConfig config, std::shared_ptr<Context> context) {
+    // Before the person is asked, and so before anything is typed.
+    const HiddenTyping hidden;
+    if (hidden.isTerminal()) {
+        context->reporter.notice(
+            QStringLiteral("Paste a token for %1 and press Enter. It is not shown.").arg(config.host()));
+    }
+    co_return co_await readToken(context->stop);
+}
+
+Task<Identity> signInWithToken(PlatformConfig config, std::shared_ptr<Context> context) {
+    const QString token = co_await askForToken(config, context);
+    Identity owner = co_await context->client->ownerOf(token, config, context->stop);
+    context->client->store().saveToken(token, config);
+    co_return owner;
+}
+
+} // namespace
+
+class LoginCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("login", "Sign in to the platform, in the browser")
+            .flag({"--no-browser", "", "Print the address to open, and open nothing"}, m_noBrowser)
+            .flag({"--with-token", "", "Sign in with a token from standard input"}, m_withToken)
+            .exclude("--no-browser", "--with-token")
+            .json("`host`, `name`, `email`, `handle`; where there are no accounts, `host` and `local`")
+            .example("dw login", "Open the platform's sign-in page and wait for it to come back")
+            .example("dw login --with-token < token.txt", "Sign in with the token in the first line of a file");
+    }
+
+    /// A token that was stored before is gone after a failure only when the browser has brought another one.
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const PlatformConfig config = requireConfig(*context->client);
+        Reporter& reporter = context->reporter;
+        if (environmentHasToken()) {
+            throw WrongUsage(QStringLiteral("DW_TOKEN is set and comes before every other token"),
+                             QStringLiteral("To sign in, unset it: unset DW_TOKEN"));
+        }
+        if (co_await needsNoAccount(config, context)) {
+            co_return reportNoAccount(config, reporter);
+        }
+        const std::optional<Identity> identity = co_await signIn(config, context);
+        if (!identity) {
+            throw FailedCommand({"unauthenticated",
+                                 QStringLiteral("%1 does not accept this token").arg(config.host()),
+                                 {},
+                                 ExitCode::NotAllowed});
+        }
+        reporter.object(identityObject(*identity, config));
+        reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.host(), identityText(*identity)));
+        co_return ExitCode::Done;
+    }
+
+private:
+    /// Absent when the platform does not accept the token.
+    Task<std::optional<Identity>> signIn(PlatformConfig config, std::shared_ptr<Context> context) const {
+        try {
+            if (m_withToken) {
+                co_return co_await signInWithToken(config, context);
+            }
+            co_return co_await signInWithBrowser(!m_noBrowser, config, context);
+        } catch (const PlatformError& failure) {
+            if (failure.kind() != PlatformError::Kind::Unauthenticated) {
+                throw;
+            }
+            co_return std::nullopt;
+        }
+    }
+
+    bool m_noBrowser = false;
+    bool m_withToken = false;
+};
+
+template std::unique_ptr<Command> makeCommand<LoginCommand>();
+
+} // namespace driftwell::dw

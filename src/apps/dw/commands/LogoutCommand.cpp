@@ -1,0 +1,37 @@
+#include "apps/dw/Command.h"
+
+#include <nlohmann/json.hpp>
+
+namespace driftwell::dw {
+
+class LogoutCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("logout", "Sign out of the platform")
+            .json("`host`, `wasSignedIn`")
+            .example("dw logout", "Forget the token of the platform in use");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const PlatformConfig config = requireConfig(*context->client);
+        const ConfigStore& store = context->client->store();
+        Reporter& reporter = context->reporter;
+        requireReadable(store);
+        const bool wasSignedIn = store.hasTokenEntry(config);
+        if (wasSignedIn) {
+            store.saveToken(std::nullopt, config);
+            reporter.success(QStringLiteral("Signed out of %1").arg(config.host()));
+        } else {
+            reporter.message(QStringLiteral("You were not signed in to %1.").arg(config.host()));
+        }
+        reporter.object({{"ok", true}, {"host", config.host().toStdString()}, {"wasSignedIn", wasSignedIn}});
+        if (environmentHasToken()) {
+            reporter.message(QStringLiteral("DW_TOKEN is set and still signs you in."));
+        }
+        co_return ExitCode::Done;
+    }
+};
+
+template std::unique_ptr<Command> makeCommand<LogoutCommand>();
+
+} // namespace driftwell::dw

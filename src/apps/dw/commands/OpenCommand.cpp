@@ -1,0 +1,43 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/KnownSites.h"
+#include "core/WebAddress.h"
+#include "desktop/XdgOpen.h"
+
+#include <nlohmann/json.hpp>
+
+namespace driftwell::dw {
+
+class OpenCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("open", "Open a site in the browser and print its address")
+            .optionalSite(m_site)
+            .json("`site`, `url`")
+            .example("dw open", "Open the site that the present folder was published as")
+            .example("dw open launch", "Open the site launch");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const PlatformConfig config = requireSignIn(*context->client);
+        const QString name = chosenSite(m_site, context->client->store());
+        const SiteInfo site = co_await requireSite(context, config, name);
+        const std::optional<QUrl> address = webAddress(site.url);
+        if (!address) {
+            throw PlatformError::api(QStringLiteral("The platform gives “%1” an address that is none for a browser: %2")
+                                         .arg(site.name, site.url));
+        }
+        context->reporter.line(site.url.toStdString());
+        if (!xdgOpen(*address)) {
+            throw std::runtime_error("Could not start xdg-open");
+        }
+        context->reporter.object({{"ok", true}, {"site", site.name.toStdString()}, {"url", site.url.toStdString()}});
+        co_return ExitCode::Done;
+    }
+
+private:
+    std::optional<std::string> m_site;
+};
+
+template std::unique_ptr<Command> makeCommand<OpenCommand>();
+
+} // namespace driftwell::dw

@@ -1,0 +1,35 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/KnownSites.h"
+
+#include <nlohmann/json.hpp>
+
+namespace driftwell::dw {
+
+class RollbackCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("rollback", "Swap a site's live version with the one before it")
+            .site(m_site)
+            .json("`site`, `url`")
+            .example("dw rollback launch", "Show the version before; once more swaps back");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
+        const RollbackResponse response =
+            co_await context->client->rollback(site.config, site.info.name, context->stop);
+        context->reporter.line(response.url.toStdString());
+        context->reporter.object(
+            {{"ok", response.ok}, {"site", response.site.toStdString()}, {"url", response.url.toStdString()}});
+        context->reporter.success(
+            QStringLiteral("%1 shows the version before. Run this again to swap back.").arg(response.site));
+        co_return ExitCode::Done;
+    }
+
+private:
+    std::string m_site;
+};
+
+template std::unique_ptr<Command> makeCommand<RollbackCommand>();
+
+} // namespace driftwell::dw

@@ -1,0 +1,202 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/KnownSites.h"
+#include "apps/dw/Rows.h"
+#include "core/Invitations.h"
+
+#include <QStringList>
+
+#include <algorithm>
+
+namespace driftwell::dw {
+
+namespace {
+
+using Change = PlatformClient::AccessChange;
+
+const QString helpHint = QStringLiteral("Run dw help share.");
+
+/// What is to be changed.
+struct Wishes {
+    std::optional<SiteAccessMode> mode;
+    /// E-mail addresses, as typed.
+    std::vector<std::string> invite;
+    std::vector<std::string> remove;
+    std::optional<bool> anyoneCanComment;
+};
+
+/// The addresses of an option, each once and as it is invited. Throws WrongUsage for what is none.
+QStringList addresses(const std::vector<std::string>& typed) {
+    QStringList result;
+    for (const std::string& text : typed) {
+        const QString address = invitedAddress(QString::fromStdString(text));
+        if (!address.contains(u'@')) {
+            throw WrongUsage(QStringLiteral("“%1” is no e-mail address").arg(QString::fromStdString(text)), helpHint);
+        }
+        if (!result.contains(address)) {
+            result += address;
+        }
+    }
+    return result;
+}
+
+/// What the options --invite and --remove ask for.
+struct Invitations {
+    explicit Invitations(const Wishes& wishes) : invite(addresses(wishes.invite)), remove(addresses(wishes.remove)) {
+        for (const QString& address : invite) {
+            if (remove.contains(address)) {
+                throw WrongUsage(QStringLiteral("“%1” is both to be invited and removed").arg(address), helpHint);
+            }
+        }
+    }
+
+    QStringList invite;
+    QStringList remove;
+};
+
+/// The people invited once the invitations hold. Throws WrongUsage for an address to be removed that is not there, for
+/// whoever mistyped it would think that somebody can no longer open the site.
+QList<QString> invitedAfter(const SiteAccess& before, const Invitations& invitations) {
+    SiteAccess after = before;
+    for (const QString& address : invitations.remove) {
+        if (after.emails.removeIf([&address](const QString& email) { return invitedAddress(email) == address; }) == 0) {
+            throw WrongUsage(QStringLiteral("“%1” is not invited. Nothing was changed.").arg(address));
+        }
+    }
+    for (const QString& address : invitations.invite) {
+        if (canInvite(address, after)) {
+            after.emails.append(address);
+        }
+    }
+    return after.emails;
+}
+
+/// What differs from how it is.
+Change neededChange(const SiteAccess& before, const Wishes& wishes, const Invitations& invitations) {
+    Change change;
+    if (wishes.mode && wishes.mode != before.mode) {
+        change.mode = wishes.mode;
+    }
+    if (const QList<QString> emails = invitedAfter(before, invitations); emails != before.emails) {
+        change.emails = emails;
+    }
+    if (wishes.anyoneCanComment && wishes.anyoneCanComment != before.anyoneCanComment.value_or(false)) {
+        change.anyoneCanComment = wishes.anyoneCanComment;
+    }
+    return change;
+}
+
+bool asksForChange(const Wishes& wishes) {
+    return wishes.mode || !wishes.invite.empty() || !wishes.remove.empty() || wishes.anyoneCanComment;
+}
+
+/// A label and a value each.
+Rows rowsOf(const SiteInfo& site, const SiteAccess& access) {
+    Rows rows({{"label"}, {"value"}});
+    rows.add({{"label", "address"}, {"value", site.url.toStdString()}});
+    rows.add({{"label", "mode"}, {"value", rawValue(access.mode).toStdString()}});
+    if (access.owner) {
+        rows.add({{"label", "owner"}, {"value", access.owner->toStdString()}});
+    }
+    for (const QString& email : access.emails) {
+        rows.add({{"label", "invited"}, {"value", email.toStdString()}});
+    }
+    rows.add({{"label", "comments"}, {"value", access.anyoneCanComment.value_or(false)}});
+    return rows;
+}
+
+void print(Reporter& reporter, const SiteInfo& site, const SiteAccess& access) {
+    Json emails = Json::array();
+    for (const QString& email : access.emails) {
+        emails.push_back(email.toStdString());
+    }
+    reporter.object({{"ok", true},
+                     {"site", site.name.toStdString()},
+                     {"url", site.url.toStdString()},
+                     {"mode", rawValue(access.mode).toStdString()},
+                     {"emails", emails},
+                     {"owner", orNull(access.owner)},
+                     {"anyoneCanComment", access.anyoneCanComment.value_or(false)}});
+    rowsOf(site, access).print(reporter);
+}
+
+/// The sentences about what was changed.
+void report(Reporter& reporter, const SiteInfo& site, const Change& change, const SiteAccess& access) {
+    if (!change.mode && !change.emails && !change.anyoneCanComment) {
+        reporter.message(QStringLiteral("That is how it is already. Nothing was changed."));
+        return;
+    }
+    reporter.success(QStringLiteral("Changed how %1 is shared").arg(site.name));
+    if (change.emails && !access.emails.isEmpty() && access.mode != SiteAccessMode::Restricted) {
+        reporter.message(
+            QStringLiteral("Invited people matter once the mode is restricted: dw share %1 --mode restricted")
+                .arg(site.name));
+    }
+}
+
+Task<SiteAccess> changed(std::shared_ptr<Context> context, PlatformConfig config, SiteInfo site, Change change) {
+    if (!change.mode && !change.emails && !change.anyoneCanComment) {
+        co_return site.access.value_or(SiteAccess::teamDefault());
+    }
+    const SiteAccessResponse answer = co_await context->client->setAccess(config, site.name, change, context->stop);
+    co_return SiteAccess{answer.mode, answer.emails, answer.owner, answer.anyoneCanComment};
+}
+
+SiteAccessMode modeNamed(const std::string& word) {
+    return *std::find_if(siteAccessModes.begin(), siteAccessModes.end(),
+                         [&word](SiteAccessMode mode) { return rawValue(mode).toStdString() == word; });
+}
+
+std::vector<std::string> modeWords() {
+    std::vector<std::string> words;
+    for (const SiteAccessMode mode : siteAccessModes) {
+        words.push_back(rawValue(mode).toStdString());
+    }
+    return words;
+}
+
+} // namespace
+
+class ShareCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("share", "Print who may open a site, or change that")
+            .site(m_site)
+            .choice({"--mode",
+                     "MODE",
+                     "Who may open it: team, restricted (invited people), public",
+                     {Candidates::Kind::Words, modeWords()}},
+                    [this](const std::string& word) { m_wishes.mode = modeNamed(word); })
+            .repeatable({"--invite", "EMAIL", "Invite somebody, once for each"}, m_wishes.invite)
+            .repeatable({"--remove", "EMAIL", "Take an invitation back, once for each"}, m_wishes.remove)
+            .choice({"--comments",
+                     "on|off",
+                     "Whether everyone with access can comment, not just the team",
+                     {Candidates::Kind::Words, {"on", "off"}}},
+                    [this](const std::string& word) { m_wishes.anyoneCanComment = word == "on"; })
+            .json("`site`, `url`, `mode`, `emails`, `owner`, `anyoneCanComment`")
+            .example("dw share launch", "Print who may open the site launch")
+            .example("dw share launch --mode restricted --invite ann@example.org",
+                     "Let invited people alone open it, and invite Ann");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const Invitations invitations(m_wishes);
+        const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
+        const SiteAccess before = site.info.access.value_or(SiteAccess::teamDefault());
+        const Change change = neededChange(before, m_wishes, invitations);
+        const SiteAccess access = co_await changed(context, site.config, site.info, change);
+        print(context->reporter, site.info, access);
+        if (asksForChange(m_wishes)) {
+            report(context->reporter, site.info, change, access);
+        }
+        co_return ExitCode::Done;
+    }
+
+private:
+    std::string m_site;
+    Wishes m_wishes;
+};
+
+template std::unique_ptr<Command> makeCommand<ShareCommand>();
+
+} // namespace driftwell::dw

@@ -1,0 +1,28 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/JsonValues.h"
+
+namespace driftwell::dw {
+
+class WhoAmICommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("whoami", "Print who is signed in")
+            .json("`host`, `name`, `email`, `handle`")
+            .example("dw whoami", "Print a name and an e-mail address");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        const PlatformConfig config = requireConfig(*context->client);
+        const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
+        if (!identity) {
+            throw PlatformError::unauthenticated();
+        }
+        context->reporter.line(identityText(*identity).toStdString());
+        context->reporter.object(identityObject(*identity, config));
+        co_return ExitCode::Done;
+    }
+};
+
+template std::unique_ptr<Command> makeCommand<WhoAmICommand>();
+
+} // namespace driftwell::dw

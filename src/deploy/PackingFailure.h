@@ -1,0 +1,28 @@
+#pragma once
+
+#include "deploy/FolderScan.h"
+
+#include <QString>
+
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+namespace driftwell {
+
+/// What a person reads of a file that is not any more, or not any more where it was, what it was in the scan.
+[[nodiscard]] QString changedText(std::string_view path);
+
+/// What a person reads of a file whose name holds a line break.
+[[nodiscard]] QString lineBreakText(std::string_view path);
+
+/// The first file of the scan whose name holds a line break.
+[[nodiscard]] std::optional<std::string_view> pathWithLineBreak(const FolderScan& files);
+
+/// Why a folder could not be packed, as far as it can be seen afterwards: the first file that changed since the scan,
+/// cannot be read, or does not fit the format, or that `workingFolder` is on a full disk. `root` is a descriptor of the
+/// folder. Blocking; opens every file of the scan and reads none.
+[[nodiscard]] std::optional<QString> findPackingFailure(int root, const FolderScan& files,
+                                                        const std::filesystem::path& workingFolder);
+
+} // namespace driftwell

@@ -1,0 +1,64 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Templates as T
+import Driftwell
+
+// A surface before the window that wants an answer. Nothing behind it can be reached meanwhile. It is never larger than
+// the window: what does not fit is scrolled.
+Dialog {
+    id: sheet
+
+    property real preferredWidth: 440
+    default property alias sheetContent: body.data
+
+    // Escape was pressed.
+    signal escaped
+
+    readonly property real margin: 20
+
+    header: null
+    footer: null
+    anchors.centerIn: parent
+    width: parent ? Math.min(preferredWidth, parent.width - 2 * margin) : preferredWidth
+    height: parent ? Math.min(implicitHeight, parent.height - 2 * margin) : implicitHeight
+    padding: 20
+    modal: true
+    focus: true
+    closePolicy: Popup.NoAutoClose
+    contentHeight: body.height
+
+    background: Rectangle {
+        color: DW.card
+        radius: 14
+        border.color: DW.borderStrong
+        Accessible.ignored: true
+    }
+    T.Overlay.modal: Rectangle {
+        color: DW.dark ? "#A0000008" : "#59201F3A"
+    }
+
+    FocusScope {
+        anchors.fill: parent
+        focus: true
+        Keys.onEscapePressed: sheet.escaped()
+
+        Flickable {
+            anchors.fill: parent
+            contentHeight: body.height
+            interactive: contentHeight > height
+            boundsBehavior: Flickable.StopAtBounds
+            // Rings around what has the keyboard reach beyond the content.
+            clip: interactive
+
+            ScrollBar.vertical: ScrollBar {}
+
+            FocusScope {
+                id: body
+
+                width: parent.width
+                height: childrenRect.height
+                focus: true
+            }
+        }
+    }
+}

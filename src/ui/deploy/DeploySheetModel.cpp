@@ -1,0 +1,274 @@
+#include "ui/deploy/DeploySheetModel.h"
+
+#include "core/ConnectionTexts.h"
+#include "core/Format.h"
+#include "core/SiteTexts.h"
+#include "deploy/SiteName.h"
+
+#include <QDir>
+#include <QStringList>
+
+#include <algorithm>
+#include <utility>
+
+namespace driftwell {
+
+namespace {
+
+/// A percentage as a whole number, cut off and not rounded: 100 is not said before it is so.
+QString percent(double fraction) {
+    return QString::number(static_cast<int>(fraction * 100)) + u'%';
+}
+
+QString countedFiles(std::int64_t files) {
+    return Format::counted(files, QStringLiteral("file"));
+}
+
+std::int64_t wholeSeconds(Timestamp from, Timestamp to) {
+    return std::chrono::floor<std::chrono::seconds>(to - from).count();
+}
+
+} // namespace
+
+DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection& connection, Catalog& catalog,
+                                   Deployments& deployments, SiteOperations& operations, WindowServices& desktop,
+                                   QObject* parent)
+    : QObject(parent),
+      m_flow(std::move(flow)),
+      m_connection(connection),
+      m_catalog(catalog),
+      m_deployments(deployments),
+      m_operations(operations),
+      m_desktop(desktop) {
+    connect(m_flow.get(), &DeployFlow::phaseChanged, this, &DeploySheetModel::phaseChanged);
+    connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::stageChanged);
+    connect(m_flow.get(), &DeployFlow::siteNameChanged, this, &DeploySheetModel::nameChanged);
+    connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::figuresChanged);
+    connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::stageChanged);
+    connect(&catalog, &Catalog::sitesChanged, this, &DeploySheetModel::nameChanged);
+    connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
+    connect(&connection, &Connection::configChanged, this, &DeploySheetModel::nameChanged);
+}
+
+DeploySheetModel::NameStatus DeploySheetModel::nameStatus(const QString& trimmed, bool siteExists) {
+    switch (SiteName::problem(trimmed)) {
+    case SiteName::Problem::None:
+        return siteExists ? NameStatus::Replaces : NameStatus::Free;
+    case SiteName::Problem::Empty:
+        return NameStatus::Missing;
+    case SiteName::Problem::Reserved:
+        return NameStatus::Reserved;
+    case SiteName::Problem::ForbiddenCharacter:
+    case SiteName::Problem::BeginsWithDash:
+    case SiteName::Problem::TooLong:
+        return NameStatus::Forbidden;
+    }
+    Q_UNREACHABLE();
+}
+
+QString DeploySheetModel::symbolOf(NameStatus status) {
+    switch (status) {
+    case NameStatus::Missing:
+    case NameStatus::Reserved:
+    case NameStatus::Forbidden:
+        return QStringLiteral("exclamationmark.circle");
+    case NameStatus::Replaces:
+        return QStringLiteral("square.stack.3d.up");
+    case NameStatus::Free:
+        return QStringLiteral("sparkles");
+    }
+    Q_UNREACHABLE();
+}
+
+Tone DeploySheetModel::toneOf(NameStatus status) {
+    switch (status) {
+    case NameStatus::Missing:
+        return Tone::Muted;
+    case NameStatus::Reserved:
+    case NameStatus::Forbidden:
+        return Tone::Danger;
+    case NameStatus::Replaces:
+        return Tone::Warning;
+    case NameStatus::Free:
+        return Tone::Accent;
+    }
+    Q_UNREACHABLE();
+}
+
+QString DeploySheetModel::liveSince(const SiteInfo& site, Timestamp now) {
+    const std::optional<QString> age = siteAge(site, now);
+    return age ? QStringLiteral(" — live since ") + *age : QString();
+}
+
+QString DeploySheetModel::sizeSummary(std::optional<std::int64_t> files, std::optional<std::int64_t> bytes) {
+    if (!files || !bytes) {
+        return QStringLiteral("…");
+    }
+    return countedFiles(*files) + QStringLiteral(" · ") + Format::byteCount(*bytes);
+}
+
+double DeploySheetModel::progress(DeployStage stage) {
+    switch (stage.step) {
+    case DeployStage::Step::Packing:
+        return 0.08;
+    case DeployStage::Step::Uploading:
+        return 0.1 + 0.75 * stage.fraction;
+    case DeployStage::Step::Publishing:
+        return 0.92;
+    }
+    Q_UNREACHABLE();
+}
+
+DeploySheetModel::StageState DeploySheetModel::stageState(DeployStage stage, int row) {
+    const int active = static_cast<int>(stage.step);
+    if (row == active) {
+        return StageState::Active;
+    }
+    return row < active ? StageState::Done : StageState::Pending;
+}
+
+QString DeploySheetModel::uploadLabel(DeployStage stage, std::optional<std::int64_t> bytes) {
+    const QString size = bytes ? Format::byteCount(*bytes) : QString();
+    switch (stage.step) {
+    case DeployStage::Step::Packing:
+        return QStringLiteral("Upload ") + size;
+    case DeployStage::Step::Uploading:
+        return QStringLiteral("Uploading ") + size + QStringLiteral(" · ") + percent(stage.fraction);
+    case DeployStage::Step::Publishing:
+        return QStringLiteral("Uploaded ") + size;
+    }
+    Q_UNREACHABLE();
+}
+
+QString DeploySheetModel::summary(const DeployResponse& response, std::optional<Timestamp> startedAt,
+                                  std::optional<Timestamp> finishedAt) {
+    QStringList parts;
+    if (startedAt && finishedAt) {
+        const std::int64_t seconds = std::max<std::int64_t>(1, wholeSeconds(*startedAt, *finishedAt));
+        parts.append(QStringLiteral("deployed in %1s").arg(seconds));
+    }
+    parts.append(countedFiles(response.files));
+    parts.append(Format::byteCount(response.bytes));
+    if (response.skipped >= 1) {
+        parts.append(QStringLiteral("%1 skipped").arg(response.skipped));
+    }
+    return parts.join(QStringLiteral(" · "));
+}
+
+QString DeploySheetModel::abbreviatedPath(const std::filesystem::path& path, const QString& home) {
+    const QString text = QString::fromStdString(path.string());
+    if (home.isEmpty() || home == QDir::rootPath()) {
+        return text;
+    }
+    if (text == home) {
+        return QStringLiteral("~");
+    }
+    return text.startsWith(home + u'/') ? u'~' + text.mid(home.size()) : text;
+}
+
+DeploySheetModel::Phase DeploySheetModel::phase() const {
+    return static_cast<Phase>(m_flow->phase().index());
+}
+
+QString DeploySheetModel::trimmedName() const {
+    return m_flow->siteName().trimmed();
+}
+
+QString DeploySheetModel::title() const {
+    const QString name = trimmedName();
+    return QStringLiteral("Deploy ") +
+           (name.isEmpty() ? QString::fromStdString(m_flow->folder().filename().string()) : name);
+}
+
+bool DeploySheetModel::isNameValid() const {
+    return SiteName::isValid(trimmedName());
+}
+
+DeploySheetModel::NameStatus DeploySheetModel::nameStatus() const {
+    return nameStatus(trimmedName(), m_catalog.existingSite(trimmedName()).has_value());
+}
+
+QString DeploySheetModel::nameStatusText() const {
+    switch (nameStatus()) {
+    case NameStatus::Missing:
+        return QStringLiteral("Name the site to deploy it");
+    case NameStatus::Reserved:
+        return QStringLiteral("“%1” is reserved").arg(trimmedName());
+    case NameStatus::Forbidden:
+        return QStringLiteral("Lowercase letters, digits and dashes only");
+    case NameStatus::Replaces: {
+        const SiteInfo site = *m_catalog.existingSite(trimmedName());
+        return QStringLiteral("Replaces ") + site.name + liveSince(site, now());
+    }
+    case NameStatus::Free:
+        return QStringLiteral("New site — this name is free");
+    }
+    Q_UNREACHABLE();
+}
+
+QString DeploySheetModel::folder() const {
+    return abbreviatedPath(m_flow->folder(), QDir::homePath());
+}
+
+QString DeploySheetModel::host() const {
+    return hostName(m_connection.config());
+}
+
+QString DeploySheetModel::percentText() const {
+    return percent(progress());
+}
+
+QString DeploySheetModel::packLabel() const {
+    const std::optional<std::int64_t> files = m_flow->fileCount();
+    return files ? QStringLiteral("Packed %1 files").arg(*files) : QStringLiteral("Packing files");
+}
+
+QString DeploySheetModel::publishLabel() const {
+    return QStringLiteral("Publishing to ") + m_flow->siteName() + u'.' + host();
+}
+
+DeployResponse DeploySheetModel::response() const {
+    const DeployFlow::Phase phase = m_flow->phase();
+    const auto* const success = std::get_if<DeployFlow::Success>(&phase);
+    return success != nullptr ? success->response : DeployResponse();
+}
+
+QString DeploySheetModel::liveAddress() const {
+    return Format::withoutScheme(liveUrl());
+}
+
+QString DeploySheetModel::failure() const {
+    const DeployFlow::Phase phase = m_flow->phase();
+    const auto* const failure = std::get_if<DeployFlow::Failure>(&phase);
+    return failure != nullptr ? failure->message : QString();
+}
+
+QString DeploySheetModel::elapsedText() const {
+    const std::optional<Timestamp> startedAt = m_flow->startedAt();
+    if (!startedAt) {
+        return {};
+    }
+    return QStringLiteral("%1s elapsed").arg(std::max<std::int64_t>(0, wholeSeconds(*startedAt, now())));
+}
+
+void DeploySheetModel::confirm() {
+    if (!isNameValid()) {
+        return;
+    }
+    // What was judged is what is published: without the blanks around it.
+    m_flow->setSiteName(trimmedName());
+    m_deployments.confirmDeploy();
+}
+
+void DeploySheetModel::openLiveSite() {
+    m_operations.openAddress(liveUrl());
+}
+
+void DeploySheetModel::copyUrl() {
+    m_desktop.copyText(liveUrl());
+    if (!std::exchange(m_copied, true)) {
+        Q_EMIT copiedChanged();
+    }
+}
+
+} // namespace driftwell

@@ -1,0 +1,143 @@
+#pragma once
+
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SiteOperations.h"
+#include "deploy/DeployFlow.h"
+#include "desktop/WindowServices.h"
+#include "ui/style/Tone.h"
+
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+
+#include <memory>
+
+namespace driftwell {
+
+/// The sheet of one deployment in its four phases. Lives as long as the deployment is on screen.
+class DeploySheetModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the window's model")
+    Q_PROPERTY(Phase phase READ phase NOTIFY phaseChanged)
+    Q_PROPERTY(QString siteName READ siteName WRITE setSiteName NOTIFY nameChanged)
+    Q_PROPERTY(QString title READ title NOTIFY nameChanged)
+    Q_PROPERTY(bool nameValid READ isNameValid NOTIFY nameChanged)
+    Q_PROPERTY(bool nameEmpty READ isNameEmpty NOTIFY nameChanged)
+    Q_PROPERTY(NameStatus nameStatus READ nameStatus NOTIFY nameChanged)
+    Q_PROPERTY(QString nameStatusText READ nameStatusText NOTIFY nameChanged)
+    Q_PROPERTY(QString nameStatusSymbol READ nameStatusSymbol NOTIFY nameChanged)
+    Q_PROPERTY(driftwell::Tones::Tone nameStatusTone READ nameStatusTone NOTIFY nameChanged)
+    Q_PROPERTY(QString folder READ folder CONSTANT)
+    Q_PROPERTY(QString sizeSummary READ sizeSummary NOTIFY figuresChanged)
+    Q_PROPERTY(QString host READ host NOTIFY hostChanged)
+    Q_PROPERTY(double progress READ progress NOTIFY stageChanged)
+    Q_PROPERTY(QString percentText READ percentText NOTIFY stageChanged)
+    Q_PROPERTY(StageState packState READ packState NOTIFY stageChanged)
+    Q_PROPERTY(StageState uploadState READ uploadState NOTIFY stageChanged)
+    Q_PROPERTY(StageState publishState READ publishState NOTIFY stageChanged)
+    Q_PROPERTY(QString packLabel READ packLabel NOTIFY figuresChanged)
+    Q_PROPERTY(QString uploadLabel READ uploadLabel NOTIFY stageChanged)
+    Q_PROPERTY(QString publishLabel READ publishLabel NOTIFY nameChanged)
+    Q_PROPERTY(QString liveSite READ liveSite NOTIFY phaseChanged)
+    Q_PROPERTY(QString liveUrl READ liveUrl NOTIFY phaseChanged)
+    Q_PROPERTY(QString liveAddress READ liveAddress NOTIFY phaseChanged)
+    Q_PROPERTY(QString summary READ summary NOTIFY phaseChanged)
+    Q_PROPERTY(bool copied READ isCopied NOTIFY copiedChanged)
+    Q_PROPERTY(QString failure READ failure NOTIFY phaseChanged)
+
+public:
+    enum class Phase { Confirm, Deploying, Success, Failure };
+    Q_ENUM(Phase)
+
+    /// What is to be said of the name in the field.
+    enum class NameStatus { Missing, Reserved, Forbidden, Replaces, Free };
+    Q_ENUM(NameStatus)
+
+    enum class StageState { Done, Active, Pending };
+    Q_ENUM(StageState)
+
+    /// The parts and the desktop outlive the model.
+    DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection& connection, Catalog& catalog,
+                     Deployments& deployments, SiteOperations& operations, WindowServices& desktop, QObject* parent);
+
+    // The rules, as functions of values.
+    [[nodiscard]] static NameStatus nameStatus(const QString& trimmed, bool siteExists);
+    [[nodiscard]] static QString symbolOf(NameStatus status);
+    [[nodiscard]] static Tone toneOf(NameStatus status);
+    /// Since when a site is live, for a sentence that names it before; empty when that is not known.
+    [[nodiscard]] static QString liveSince(const SiteInfo& site, Timestamp now);
+    [[nodiscard]] static QString sizeSummary(std::optional<std::int64_t> files, std::optional<std::int64_t> bytes);
+    /// The value of the bar: from 0.0 to below 1.0.
+    [[nodiscard]] static double progress(DeployStage stage);
+    /// The state of a row: 0 packing, 1 uploading, 2 publishing.
+    [[nodiscard]] static StageState stageState(DeployStage stage, int row);
+    [[nodiscard]] static QString uploadLabel(DeployStage stage, std::optional<std::int64_t> bytes);
+    [[nodiscard]] static QString summary(const DeployResponse& response, std::optional<Timestamp> startedAt,
+                                         std::optional<Timestamp> finishedAt);
+    /// A path with the person's own folder written as a tilde.
+    [[nodiscard]] static QString abbreviatedPath(const std::filesystem::path& path, const QString& home);
+
+    [[nodiscard]] Phase phase() const;
+    [[nodiscard]] QString siteName() const { return m_flow->siteName(); }
+    void setSiteName(const QString& name) { m_flow->setSiteName(name); }
+    [[nodiscard]] QString title() const;
+    [[nodiscard]] bool isNameValid() const;
+    [[nodiscard]] bool isNameEmpty() const { return trimmedName().isEmpty(); }
+    [[nodiscard]] NameStatus nameStatus() const;
+    [[nodiscard]] QString nameStatusText() const;
+    [[nodiscard]] QString nameStatusSymbol() const { return symbolOf(nameStatus()); }
+    [[nodiscard]] Tone nameStatusTone() const { return toneOf(nameStatus()); }
+    [[nodiscard]] QString folder() const;
+    [[nodiscard]] QString sizeSummary() const { return sizeSummary(m_flow->fileCount(), m_flow->byteCount()); }
+    [[nodiscard]] QString host() const;
+    [[nodiscard]] double progress() const { return progress(m_flow->stage()); }
+    [[nodiscard]] QString percentText() const;
+    [[nodiscard]] StageState packState() const { return stageState(m_flow->stage(), 0); }
+    [[nodiscard]] StageState uploadState() const { return stageState(m_flow->stage(), 1); }
+    [[nodiscard]] StageState publishState() const { return stageState(m_flow->stage(), 2); }
+    [[nodiscard]] QString packLabel() const;
+    [[nodiscard]] QString uploadLabel() const { return uploadLabel(m_flow->stage(), m_flow->byteCount()); }
+    [[nodiscard]] QString publishLabel() const;
+    [[nodiscard]] QString liveSite() const { return response().site; }
+    [[nodiscard]] QString liveUrl() const { return response().url; }
+    [[nodiscard]] QString liveAddress() const;
+    [[nodiscard]] QString summary() const { return summary(response(), m_flow->startedAt(), m_flow->finishedAt()); }
+    [[nodiscard]] bool isCopied() const { return m_copied; }
+    [[nodiscard]] QString failure() const;
+
+    /// How long the deployment has been running, for the view to ask again each second; empty before it has begun.
+    Q_INVOKABLE QString elapsedText() const;
+
+    /// Deploys when the name is valid.
+    Q_INVOKABLE void confirm();
+    /// Ends the deployment, or closes what is left of it.
+    Q_INVOKABLE void close() { m_deployments.cancelDeploy(); }
+    Q_INVOKABLE void retry() { m_flow->retry(); }
+    Q_INVOKABLE void openLiveSite();
+    Q_INVOKABLE void copyUrl();
+
+Q_SIGNALS:
+    void phaseChanged();
+    void nameChanged();
+    void figuresChanged();
+    void stageChanged();
+    void hostChanged();
+    void copiedChanged();
+
+private:
+    [[nodiscard]] QString trimmedName() const;
+    [[nodiscard]] DeployResponse response() const;
+
+    std::shared_ptr<DeployFlow> m_flow;
+    Connection& m_connection;
+    Catalog& m_catalog;
+    Deployments& m_deployments;
+    SiteOperations& m_operations;
+    WindowServices& m_desktop;
+    bool m_copied = false;
+};
+
+} // namespace driftwell

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "core/Connection.h"
+#include "core/SignIn.h"
+
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+
+namespace driftwell {
+
+/// The screen of a person whom the platform does not let in: signed out, or not on the team.
+class SignInModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the window's model")
+    Q_PROPERTY(QString symbol READ symbol NOTIFY changed)
+    Q_PROPERTY(QString title READ title NOTIFY changed)
+    Q_PROPERTY(QString text READ text NOTIFY changed)
+    Q_PROPERTY(bool hasIdentity READ hasIdentity NOTIFY changed)
+    Q_PROPERTY(QString personName READ personName NOTIFY changed)
+    Q_PROPERTY(QString personEmail READ personEmail NOTIFY changed)
+    Q_PROPERTY(Action action READ action NOTIFY changed)
+    Q_PROPERTY(QString error READ error NOTIFY changed)
+
+public:
+    /// What the person can do.
+    enum class Action { SignIn, SignOut, Cancel };
+    Q_ENUM(Action)
+
+    /// The parts outlive the model.
+    SignInModel(Connection& connection, SignIn& signIn, QObject* parent);
+
+    // The texts, as functions of what is known.
+    [[nodiscard]] static QString symbol(const Connection::Status& status);
+    [[nodiscard]] static QString title(const Connection::Status& status, const std::optional<PlatformConfig>& config);
+    /// The platform's words for a person who is not on the team, else what is going to happen.
+    [[nodiscard]] static QString text(const Connection::Status& status);
+    [[nodiscard]] static Action action(const Connection::Status& status, bool isSigningIn);
+
+    [[nodiscard]] QString symbol() const { return symbol(m_connection.status()); }
+    [[nodiscard]] QString title() const { return title(m_connection.status(), m_connection.config()); }
+    [[nodiscard]] QString text() const { return text(m_connection.status()); }
+    [[nodiscard]] bool hasIdentity() const { return m_connection.identity().has_value(); }
+    [[nodiscard]] QString personName() const;
+    [[nodiscard]] QString personEmail() const;
+    [[nodiscard]] Action action() const { return action(m_connection.status(), m_signIn.isSigningIn()); }
+    /// Why the last attempt failed; empty when it did not.
+    [[nodiscard]] QString error() const { return m_signIn.signInError().value_or(QString()); }
+
+    Q_INVOKABLE void signIn() { m_signIn.signIn(); }
+    Q_INVOKABLE void cancelSignIn() { m_signIn.cancelSignIn(); }
+    Q_INVOKABLE void signOut() { m_signIn.signOut(); }
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    Connection& m_connection;
+    SignIn& m_signIn;
+};
+
+} // namespace driftwell

@@ -1,0 +1,36 @@
+import QtQuick
+import QtQuick.Layouts
+import Driftwell
+
+RowLayout {
+    id: header
+
+    required property SiteListModel model
+
+    spacing: 12
+
+    ColumnLayout {
+        spacing: 3
+
+        AppText {
+            Layout.fillWidth: true
+            text: "My projects"
+            textStyle: TextStyle.PageTitle
+            Accessible.role: Accessible.Heading
+        }
+        AppText {
+            Layout.fillWidth: true
+            text: header.model.subtitle
+            textStyle: TextStyle.Callout
+            tone: Tone.Muted
+        }
+    }
+    PushButton {
+        text: "New project"
+        symbol: "plus"
+        prominent: true
+        enabled: header.model.newProjectEnabled
+        tip: Wording.here("Choose a folder to publish (⌘D)")
+        onClicked: header.model.chooseFolderAndDeploy()
+    }
+}

@@ -1,0 +1,74 @@
+#include "ui/sites/SiteListModel.h"
+
+#include "core/ConnectionTexts.h"
+#include "core/Format.h"
+
+namespace driftwell {
+
+SiteListModel::SiteListModel(Connection& connection, Catalog& catalog, Deployments& deployments,
+                             SiteOperations& operations, NewProject& newProject, WindowServices& desktop,
+                             QObject* parent)
+    : QObject(parent),
+      m_connection(connection),
+      m_catalog(catalog),
+      m_operations(operations),
+      m_newProject(newProject),
+      m_desktop(desktop),
+      m_sites(connection, catalog, deployments, operations, this) {
+    // After the rows, whose number the texts tell.
+    for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
+        connect(&catalog, signal, this, &SiteListModel::textsChanged);
+    }
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
+        connect(&connection, signal, this, &SiteListModel::pausedChanged);
+    }
+    connect(&catalog, &Catalog::sortOrderChanged, this, &SiteListModel::sortOrderChanged);
+}
+
+QString SiteListModel::subtitle(qsizetype shown, qsizetype total, const QString& filter) {
+    const QString all = Format::counted(total, QStringLiteral("project"));
+    return filter.isEmpty() ? all : QStringLiteral("%1 of %2").arg(shown).arg(all);
+}
+
+QString SiteListModel::subtitle() const {
+    return subtitle(m_sites.rowCount(), m_catalog.sites().size(), m_catalog.filter());
+}
+
+QString SiteListModel::nothingMatches() const {
+    return m_sites.rowCount() > 0 || m_catalog.filter().isEmpty()
+               ? QString()
+               : QStringLiteral("No projects match “%1”").arg(m_catalog.filter());
+}
+
+bool SiteListModel::isPaused() const {
+    return !acceptsDeploys(m_connection.config(), m_connection.status());
+}
+
+QString SiteListModel::dropHint() const {
+    return pausedText(m_connection.config(), m_connection.status())
+        .value_or(QStringLiteral("Drag a folder here to publish a new project"));
+}
+
+void SiteListModel::open(const QString& name) {
+    if (const std::optional<SiteInfo> site = m_catalog.existingSite(name)) {
+        m_operations.openSite(*site);
+    }
+}
+
+void SiteListModel::copyLink(const QString& name) {
+    if (const std::optional<SiteInfo> site = m_catalog.existingSite(name)) {
+        m_desktop.copyText(site->url);
+    }
+}
+
+bool SiteListModel::hasFolder(const QString& name) const {
+    return m_catalog.existingSite(name) && m_operations.hasFolder(name);
+}
+
+void SiteListModel::revealFolder(const QString& name) {
+    if (m_catalog.existingSite(name)) {
+        m_operations.revealFolder(name);
+    }
+}
+
+} // namespace driftwell

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/NewProject.h"
+#include "core/SiteOperations.h"
+#include "desktop/WindowServices.h"
+#include "ui/sites/SitesModel.h"
+
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+
+namespace driftwell {
+
+/// The page of the team's sites: its heading, its table, and what can be done with a site.
+class SiteListModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the window's model")
+    Q_PROPERTY(QString subtitle READ subtitle NOTIFY textsChanged)
+    Q_PROPERTY(QString nothingMatches READ nothingMatches NOTIFY textsChanged)
+    Q_PROPERTY(bool newProjectEnabled READ isNewProjectEnabled NOTIFY pausedChanged)
+    Q_PROPERTY(bool paused READ isPaused NOTIFY pausedChanged)
+    Q_PROPERTY(QString dropHint READ dropHint NOTIFY pausedChanged)
+    Q_PROPERTY(bool sortedByName READ isSortedByName NOTIFY sortOrderChanged)
+    Q_PROPERTY(driftwell::SitesModel* sites READ sites CONSTANT)
+
+public:
+    /// The parts and the desktop outlive the model.
+    SiteListModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
+                  NewProject& newProject, WindowServices& desktop, QObject* parent);
+
+    /// How many sites there are, and how many of them the filter shows.
+    [[nodiscard]] static QString subtitle(qsizetype shown, qsizetype total, const QString& filter);
+
+    [[nodiscard]] QString subtitle() const;
+    /// Takes the table's place when the filter matches nothing; empty otherwise.
+    [[nodiscard]] QString nothingMatches() const;
+    [[nodiscard]] bool isNewProjectEnabled() const { return !isPaused(); }
+    [[nodiscard]] bool isPaused() const;
+    [[nodiscard]] QString dropHint() const;
+    [[nodiscard]] bool isSortedByName() const { return m_catalog.sortOrder() == SortOrder::Name; }
+    [[nodiscard]] SitesModel* sites() { return &m_sites; }
+
+    Q_INVOKABLE void sortByName() { m_catalog.setSortOrder(SortOrder::Name); }
+    Q_INVOKABLE void sortByTime() { m_catalog.setSortOrder(SortOrder::MostRecent); }
+    Q_INVOKABLE void chooseFolderAndDeploy() { m_newProject.chooseFolderAndDeploy(); }
+
+    // What a row offers, by the name of its site: rows move while a menu is open. For a site that has just gone they do
+    // nothing.
+    Q_INVOKABLE void open(const QString& name);
+    Q_INVOKABLE void copyLink(const QString& name);
+    /// Whether the folder is known that the site was published from on this machine. Read afresh.
+    Q_INVOKABLE bool hasFolder(const QString& name) const;
+    Q_INVOKABLE void revealFolder(const QString& name);
+
+Q_SIGNALS:
+    void textsChanged();
+    void pausedChanged();
+    void sortOrderChanged();
+
+private:
+    Connection& m_connection;
+    Catalog& m_catalog;
+    SiteOperations& m_operations;
+    NewProject& m_newProject;
+    WindowServices& m_desktop;
+    SitesModel m_sites;
+};
+
+} // namespace driftwell

@@ -1,0 +1,166 @@
+import QtQuick
+import QtQuick.Layouts
+import Driftwell
+
+// One site: what it is, since when and by whom, who may open it, and what can be done with it.
+Item {
+    id: row
+
+    required property int index
+    required property string name
+    required property string address
+    required property bool busy
+    required property string updatedText
+    required property bool rolledBack
+    required property string sharingSymbol
+    required property string sharingText
+    required property list<string> sharedEmails
+    required property int moreEmails
+
+    required property SiteListModel model
+    required property SiteMenu menu
+    readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
+    readonly property bool hovered: hover.hovered || (menu.visible && menu.site === name)
+    readonly property bool actionsShown: hovered || current || open.activeFocus || more.activeFocus
+
+    function showMenu(at: point): void {
+        menu.openFor(name);
+        menu.parent = row;
+        menu.popup(row, at);
+    }
+
+    implicitHeight: 56
+    Accessible.role: Accessible.ListItem
+    Accessible.name: name
+    Accessible.description: updatedText
+    Accessible.focusable: true
+    // A row that waits for its next site is not there for a screen reader either.
+    ListView.onPooled: visible = false
+    ListView.onReused: visible = true
+
+    HoverHandler {
+        id: hover
+    }
+    TapHandler {
+        acceptedButtons: Qt.LeftButton
+        onTapped: row.ListView.view.currentIndex = row.index
+    }
+    TapHandler {
+        acceptedButtons: Qt.RightButton
+        onTapped: eventPoint => row.showMenu(eventPoint.position)
+    }
+    Rectangle {
+        anchors.fill: parent
+        anchors.leftMargin: 1
+        anchors.rightMargin: 1
+        color: DW.textPrimary
+        opacity: row.hovered ? 0.03 : 0
+    }
+    Rectangle {
+        anchors.fill: parent
+        anchors.margins: 3
+        visible: row.current
+        radius: 8
+        color: "transparent"
+        border.color: DW.accent
+        border.width: 2
+    }
+    Rectangle {
+        visible: row.index > 0
+        anchors { left: parent.left; right: parent.right; leftMargin: 1; rightMargin: 1 }
+        height: 1
+        color: DW.rowDivider
+    }
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 14
+        anchors.rightMargin: 14
+        spacing: 0
+
+        Favicon {
+            name: row.name
+        }
+        ColumnLayout {
+            Layout.leftMargin: 11
+            Layout.rightMargin: 12
+            spacing: 2
+
+            AppText {
+                Layout.fillWidth: true
+                text: row.name
+                font.weight: Font.Medium
+                elide: Text.ElideMiddle
+            }
+            AppText {
+                Layout.fillWidth: true
+                text: row.address
+                textStyle: TextStyle.Detail
+                tone: Tone.Muted
+                elide: Text.ElideMiddle
+            }
+        }
+        Item {
+            Layout.preferredWidth: 160
+            Layout.fillHeight: true
+
+            RowLayout {
+                anchors.verticalCenter: parent.verticalCenter
+                width: parent.width - 10
+                spacing: 7
+
+                Spinner {
+                    visible: row.busy
+                }
+                CuttableText {
+                    Layout.fillWidth: true
+                    text: row.updatedText
+                    tone: row.rolledBack && !row.busy ? Tone.Warning : Tone.Muted
+                }
+            }
+        }
+        Item {
+            Layout.preferredWidth: 140
+            Layout.fillHeight: true
+
+            SharingLabel {
+                anchors.verticalCenter: parent.verticalCenter
+                visible: row.sharingText !== ""
+                symbol: row.sharingSymbol
+                text: row.sharingText
+            }
+            AvatarStack {
+                anchors.verticalCenter: parent.verticalCenter
+                visible: row.sharingText === ""
+                emails: row.sharedEmails
+                more: row.moreEmails
+            }
+        }
+        Item {
+            Layout.preferredWidth: 200 - 14
+            Layout.fillHeight: true
+
+            Row {
+                anchors.verticalCenter: parent.verticalCenter
+                anchors.right: parent.right
+                visible: row.actionsShown
+                spacing: 6
+
+                RowButton {
+                    id: open
+
+                    text: "Open"
+                    Accessible.name: "Open " + row.name
+                    onClicked: row.model.open(row.name)
+                }
+                IconButton {
+                    id: more
+
+                    symbol: "ellipsis"
+                    label: "More for " + row.name
+                    tip: ""
+                    onClicked: row.showMenu(Qt.point(row.width - 220, row.height - 6))
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,59 @@
+#include "ui/style/Symbols.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace driftwell {
+
+namespace {
+
+struct Symbol {
+    QStringView name;
+    char16_t glyph;
+};
+
+constexpr std::array symbols{
+    Symbol{u"antenna.radiowaves.left.and.right", 0xE8BF},        // settings_input_antenna
+    Symbol{u"arrow.up", 0xE5D8},                                 // arrow_upward
+    Symbol{u"arrow.up.right", 0xE0B2},                           // call_made
+    Symbol{u"checkmark.circle.fill", 0xE86C},                    // check_circle
+    Symbol{u"circle", 0xE836},                                   // radio_button_unchecked
+    Symbol{u"ellipsis", 0xE5D3},                                 // more_horiz
+    Symbol{u"exclamationmark.circle", 0xE001},                   // error_outline
+    Symbol{u"exclamationmark.triangle", 0xE002},                 // warning
+    Symbol{u"exclamationmark.triangle.fill", 0xE002},            // warning
+    Symbol{u"folder", 0xE2C7},                                   // folder
+    Symbol{u"folder.badge.plus", 0xE2CC},                        // create_new_folder
+    Symbol{u"globe", 0xE80B},                                    // public
+    Symbol{u"macwindow", 0xE069},                                // web_asset
+    Symbol{u"magnifyingglass", 0xE8B6},                          // search
+    Symbol{u"person.crop.circle.badge.checkmark", 0xE174},       // how_to_reg
+    Symbol{u"person.crop.circle.badge.exclamationmark", 0xF03E}, // no_accounts
+    Symbol{u"plus", 0xE145},                                     // add
+    Symbol{u"sparkles", 0xE65F},                                 // auto_awesome
+    Symbol{u"square.stack.3d.up", 0xE53B},                       // layers
+    Symbol{u"window.close", 0xE5CD},                             // close
+    Symbol{u"window.maximize", 0xE3C6},                          // crop_square
+    Symbol{u"window.minimize", 0xE15B},                          // remove
+    Symbol{u"window.restore", 0xE3E0},                           // filter_none
+    Symbol{u"xmark.circle.fill", 0xE5C9},                        // cancel
+};
+
+} // namespace
+
+QString Symbols::family() {
+    return QStringLiteral("Material Icons");
+}
+
+int Symbols::pixelSize(double size) {
+    return static_cast<int>(std::lround(size * opticalFactor));
+}
+
+QString Symbols::glyph(const QString& name) {
+    const auto found =
+        std::find_if(symbols.begin(), symbols.end(), [&name](const Symbol& symbol) { return symbol.name == name; });
+    return found == symbols.end() ? QString() : QString(QChar(found->glyph));
+}
+
+} // namespace driftwell

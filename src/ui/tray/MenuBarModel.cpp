@@ -1,0 +1,74 @@
+#include "ui/tray/MenuBarModel.h"
+
+#include "core/SiteTexts.h"
+
+namespace driftwell {
+
+MenuBarModel::MenuBarModel(Connection& connection, Catalog& catalog, Deployments& deployments,
+                           SiteOperations& operations, SignIn& signIn)
+    : m_connection(connection),
+      m_catalog(catalog),
+      m_deployments(deployments),
+      m_operations(operations),
+      m_signIn(signIn) {
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::identityChanged,
+                              &Connection::lastSyncChanged}) {
+        connect(&connection, signal, this, &MenuBarModel::changed);
+    }
+    connect(&catalog, &Catalog::sitesChanged, this, &MenuBarModel::changed);
+    connect(&deployments, &Deployments::isDeployingChanged, this, &MenuBarModel::changed);
+    connect(&signIn, &SignIn::isSigningInChanged, this, &MenuBarModel::changed);
+}
+
+TrayFacts MenuBarModel::facts() const {
+    return {.config = m_connection.config(),
+            .status = m_connection.status(),
+            .identity = m_connection.identity(),
+            .sites = m_catalog.sites().size(),
+            .isDeploying = m_deployments.isDeploying(),
+            .isSigningIn = m_signIn.isSigningIn()};
+}
+
+QList<RecentSite> MenuBarModel::recentSites(const QList<SiteInfo>& sites, const std::optional<QString>& deploying,
+                                            Timestamp now) {
+    QList<RecentSite> rows;
+    for (const SiteInfo& site : sites) {
+        rows.append({.name = site.name, .age = shortSiteAge(site, now), .deploying = deploying == site.name});
+    }
+    return rows;
+}
+
+QList<RecentSite> MenuBarModel::recentSites(Timestamp now) const {
+    return recentSites(m_catalog.recentSites(), m_deployments.deployingSiteName(), now);
+}
+
+QVariantList MenuBarModel::recentSiteRows() const {
+    QVariantList rows;
+    const QList<RecentSite> sites = recentSites(now());
+    for (const RecentSite& site : sites) {
+        rows.append(QVariant::fromValue(site));
+    }
+    return rows;
+}
+
+void MenuBarModel::openSite(int row) {
+    const QList<SiteInfo> sites = m_catalog.recentSites();
+    if (row >= 0 && row < sites.size()) {
+        m_operations.openSite(sites[row]);
+    }
+}
+
+void MenuBarModel::runAuthAction() {
+    switch (authAction()) {
+    case AuthAction::None:
+        return;
+    case AuthAction::SignIn:
+        m_signIn.signIn();
+        return;
+    case AuthAction::SignOut:
+        m_signIn.signOut();
+        return;
+    }
+}
+
+} // namespace driftwell

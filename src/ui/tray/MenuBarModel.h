@@ -1,0 +1,85 @@
+#pragma once
+
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
+#include "ui/tray/TrayTexts.h"
+
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+#include <QVariantList>
+
+namespace driftwell {
+
+/// One row of the tray panel's recent sites.
+struct RecentSite {
+    Q_GADGET
+    Q_PROPERTY(QString name MEMBER name CONSTANT)
+    Q_PROPERTY(QString age MEMBER age CONSTANT)
+    Q_PROPERTY(bool deploying MEMBER deploying CONSTANT)
+    QML_ANONYMOUS
+
+public:
+    QString name;
+    /// How long ago it was deployed, in a few letters.
+    QString age;
+    bool deploying = false;
+
+    bool operator==(const RecentSite&) const = default;
+};
+
+/// The panel of the tray item: the state of the connection, the sites deployed last, and the few commands that need no
+/// window. Its texts are those of the moment at which they are read.
+class MenuBarModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made with the tray item")
+    Q_PROPERTY(driftwell::Tones::Tone statusTone READ statusTone NOTIFY changed)
+    Q_PROPERTY(QString title READ title NOTIFY changed)
+    Q_PROPERTY(QString subtitle READ subtitle NOTIFY changed)
+    Q_PROPERTY(QVariantList recentSites READ recentSiteRows NOTIFY changed)
+    Q_PROPERTY(QString authTitle READ authTitle NOTIFY changed)
+
+public:
+    /// The parts outlive the model.
+    MenuBarModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
+                 SignIn& signIn);
+
+    /// The rows for sites in this order, one of which may be being deployed.
+    [[nodiscard]] static QList<RecentSite> recentSites(const QList<SiteInfo>& sites,
+                                                       const std::optional<QString>& deploying, Timestamp now);
+
+    [[nodiscard]] TrayIconKind icon() const { return trayIconKind(facts()); }
+    [[nodiscard]] Tone statusTone() const { return trayTone(facts().status); }
+    [[nodiscard]] QString title() const { return trayTitle(facts()); }
+    [[nodiscard]] QString subtitle() const { return traySubtitle(facts()); }
+    [[nodiscard]] QList<RecentSite> recentSites(Timestamp now) const;
+    [[nodiscard]] QVariantList recentSiteRows() const;
+    [[nodiscard]] AuthAction authAction() const { return driftwell::authAction(facts()); }
+    /// Empty when nothing can be done about the account.
+    [[nodiscard]] QString authTitle() const { return driftwell::authTitle(authAction()); }
+
+    Q_INVOKABLE void openSite(int row);
+    Q_INVOKABLE void openWindow() { Q_EMIT windowRequested(); }
+    Q_INVOKABLE void runAuthAction();
+    Q_INVOKABLE void quit() { Q_EMIT quitRequested(); }
+
+Q_SIGNALS:
+    void changed();
+    void windowRequested();
+    void quitRequested();
+
+private:
+    [[nodiscard]] TrayFacts facts() const;
+
+    Connection& m_connection;
+    Catalog& m_catalog;
+    Deployments& m_deployments;
+    SiteOperations& m_operations;
+    SignIn& m_signIn;
+};
+
+} // namespace driftwell

@@ -1,0 +1,41 @@
+import QtQuick
+import QtQuick.Layouts
+import Driftwell
+
+// Tells a failure until it is dismissed.
+Sheet {
+    id: alert
+
+    required property Alerts model
+
+    title: model.title
+    onEscaped: model.dismiss()
+
+    ColumnLayout {
+        width: parent.width
+        spacing: 12
+        Accessible.role: Accessible.AlertMessage
+        Accessible.name: alert.model.title
+        Accessible.description: alert.model.text
+
+        AppText {
+            Layout.fillWidth: true
+            text: alert.model.title
+            textStyle: TextStyle.SheetTitle
+        }
+        AppText {
+            Layout.fillWidth: true
+            wrapMode: Text.Wrap
+            text: alert.model.text
+            textStyle: TextStyle.Callout
+            tone: Tone.Muted
+        }
+        PushButton {
+            Layout.alignment: Qt.AlignRight
+            text: "OK"
+            prominent: true
+            focus: true
+            onClicked: alert.model.dismiss()
+        }
+    }
+}

@@ -1,0 +1,144 @@
+#include "ui/window/MainWindowModel.h"
+
+#include "core/ConnectionTexts.h"
+#include "core/Deployments.h"
+#include "core/Gates.h"
+#include "core/NewProject.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
+#include "platform/PlatformClient.h"
+
+#include <utility>
+
+namespace driftwell {
+
+using Kind = Connection::Status::Kind;
+
+MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop)
+    : m_state(state),
+      m_desktop(desktop),
+      m_toolbar(state.connection(), state.catalog(), state.client().configDirOverride().has_value(), nullptr),
+      m_siteList(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.newProject(),
+                 desktop, nullptr),
+      m_signIn(state.connection(), state.signIn(), nullptr),
+      m_content(presentContent()) {
+    connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::hostChanged);
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
+        connect(&state.connection(), signal, this, &MainWindowModel::followStatus);
+    }
+    for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
+        connect(&state.catalog(), signal, this, &MainWindowModel::followStatus);
+    }
+    connect(&state.gates(), &Gates::needsOnboardingChanged, this, &MainWindowModel::followStatus);
+    listAlerts();
+    connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
+    followDeployFlow();
+}
+
+MainWindowModel::~MainWindowModel() = default;
+
+void MainWindowModel::listAlerts() {
+    SiteOperations& operations = m_state.siteOperations();
+    m_alerts.add(operations, &SiteOperations::rollbackErrorChanged,
+                 {.title = QStringLiteral("Rollback failed"),
+                  .text = [&operations] { return operations.rollbackError(); },
+                  .dismiss =
+                      [&operations] {
+                          operations.clearRollbackError();
+                      }});
+    m_alerts.add(operations, &SiteOperations::deleteErrorChanged,
+                 {.title = QStringLiteral("Delete failed"),
+                  .text = [&operations] { return operations.deleteError(); },
+                  .dismiss =
+                      [&operations] {
+                          operations.clearDeleteError();
+                      }});
+    connect(&m_alerts, &Alerts::changed, this, &MainWindowModel::alertChanged);
+}
+
+MainWindowModel::Content MainWindowModel::content(Kind status, bool hasSites, bool isFiltered) {
+    switch (status) {
+    case Kind::NotTeam:
+    case Kind::SignedOut:
+        return Content::SignIn;
+    case Kind::NoHost:
+        return Content::NoHost;
+    case Kind::Connected:
+        return hasSites || isFiltered ? Content::SiteList : Content::EmptyState;
+    case Kind::Connecting:
+    case Kind::Unreachable:
+        return Content::SiteList;
+    }
+    Q_UNREACHABLE();
+}
+
+MainWindowModel::Content MainWindowModel::presentContent() const {
+    return content(m_state.connection().status().kind, !m_state.catalog().sites().isEmpty(),
+                   !m_state.catalog().filter().isEmpty());
+}
+
+void MainWindowModel::followStatus() {
+    if (std::exchange(m_content, presentContent()) != m_content) {
+        Q_EMIT contentChanged();
+    }
+    Q_EMIT bannerChanged();
+    Q_EMIT dropChanged();
+}
+
+void MainWindowModel::followDeployFlow() {
+    const std::shared_ptr<DeployFlow> flow = m_state.deployments().deployFlow();
+    DeploySheetModel* const old = m_deploySheet;
+    m_deploySheet = flow ? new DeploySheetModel(flow, m_state.connection(), m_state.catalog(), m_state.deployments(),
+                                                m_state.siteOperations(), m_desktop, this)
+                         : nullptr;
+    Q_EMIT deploySheetChanged();
+    if (old != nullptr) {
+        // After its sheet, which is on its way out.
+        old->deleteLater();
+    }
+}
+
+QString MainWindowModel::host() const {
+    return hostName(m_state.connection().config());
+}
+
+QString MainWindowModel::exampleHost() {
+    return QStringLiteral(DRIFTWELL_EXAMPLE_HOST);
+}
+
+bool MainWindowModel::isBannerVisible() const {
+    return m_state.connection().status().kind == Kind::Unreachable;
+}
+
+QString MainWindowModel::bannerTitle() const {
+    return unreachableText(m_state.connection().config());
+}
+
+QString MainWindowModel::bannerText() const {
+    return retryText(m_state.connection().status().retryIn);
+}
+
+bool MainWindowModel::canDeploy() const {
+    return !m_state.gates().needsOnboarding() &&
+           acceptsDeploys(m_state.connection().config(), m_state.connection().status());
+}
+
+void MainWindowModel::drop(const std::filesystem::path& folder) {
+    m_state.deployments().beginDeploy(folder);
+}
+
+void MainWindowModel::setHost(const QString& host) {
+    m_state.connection().setHost(host);
+}
+
+void MainWindowModel::chooseFolderAndDeploy() {
+    m_state.newProject().chooseFolderAndDeploy();
+}
+
+void MainWindowModel::setDropTargeted(bool targeted) {
+    if (std::exchange(m_dropTargeted, targeted) != targeted) {
+        Q_EMIT dropChanged();
+    }
+}
+
+} // namespace driftwell

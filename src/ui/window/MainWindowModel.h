@@ -1,0 +1,106 @@
+#pragma once
+
+#include "core/AppState.h"
+#include "core/Connection.h"
+#include "desktop/WindowServices.h"
+#include "ui/deploy/DeploySheetModel.h"
+#include "ui/signin/SignInModel.h"
+#include "ui/sites/SiteListModel.h"
+#include "ui/window/Alerts.h"
+#include "ui/window/ToolbarModel.h"
+
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+
+#include <filesystem>
+
+namespace driftwell {
+
+/// The main window: which content it shows, its banner, its alerts, the drop of a folder, and the models of its parts.
+/// Lives as long as the window is open.
+class MainWindowModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made with the window")
+    Q_PROPERTY(Content content READ content NOTIFY contentChanged)
+    Q_PROPERTY(driftwell::ToolbarModel* toolbar READ toolbar CONSTANT)
+    Q_PROPERTY(driftwell::SiteListModel* siteList READ siteList CONSTANT)
+    Q_PROPERTY(driftwell::SignInModel* signIn READ signIn CONSTANT)
+    Q_PROPERTY(driftwell::DeploySheetModel* deploySheet READ deploySheet NOTIFY deploySheetChanged)
+    Q_PROPERTY(driftwell::Alerts* alert READ alert NOTIFY alertChanged)
+    Q_PROPERTY(QString host READ host NOTIFY hostChanged)
+    Q_PROPERTY(QString exampleHost READ exampleHost CONSTANT)
+    Q_PROPERTY(bool bannerVisible READ isBannerVisible NOTIFY bannerChanged)
+    Q_PROPERTY(QString bannerTitle READ bannerTitle NOTIFY bannerChanged)
+    Q_PROPERTY(QString bannerText READ bannerText NOTIFY bannerChanged)
+    Q_PROPERTY(bool dropTargeted READ isDropTargeted WRITE setDropTargeted NOTIFY dropChanged)
+    Q_PROPERTY(bool dropOverlayVisible READ isDropOverlayVisible NOTIFY dropChanged)
+
+public:
+    /// What stands under the bar and the banner.
+    enum class Content { SignIn, NoHost, EmptyState, SiteList };
+    Q_ENUM(Content)
+
+    /// `state` and `desktop` outlive the model. The window hosts every surface, so it takes the model whole and hands
+    /// each surface the parts that it shows.
+    MainWindowModel(AppState& state, WindowServices& desktop);
+    ~MainWindowModel() override;
+
+    [[nodiscard]] static Content content(Connection::Status::Kind status, bool hasSites, bool isFiltered);
+
+    [[nodiscard]] Content content() const { return m_content; }
+    [[nodiscard]] ToolbarModel* toolbar() { return &m_toolbar; }
+    [[nodiscard]] SiteListModel* siteList() { return &m_siteList; }
+    [[nodiscard]] SignInModel* signIn() { return &m_signIn; }
+    /// The open deployment's; null while there is none. Another deployment has another model.
+    [[nodiscard]] DeploySheetModel* deploySheet() { return m_deploySheet; }
+    [[nodiscard]] QString host() const;
+    /// Stands in the empty field for a platform's host.
+    [[nodiscard]] static QString exampleHost();
+
+    [[nodiscard]] bool isBannerVisible() const;
+    [[nodiscard]] QString bannerTitle() const;
+    [[nodiscard]] QString bannerText() const;
+
+    [[nodiscard]] bool canDeploy() const;
+    /// A drag hovers over the window.
+    [[nodiscard]] bool isDropTargeted() const { return m_dropTargeted; }
+    void setDropTargeted(bool targeted);
+    [[nodiscard]] bool isDropOverlayVisible() const { return m_dropTargeted && canDeploy(); }
+    /// Opens a deployment of a dropped folder.
+    void drop(const std::filesystem::path& folder);
+
+    /// Null while there is no failure to tell.
+    [[nodiscard]] Alerts* alert() { return m_alerts.isPending() ? &m_alerts : nullptr; }
+    [[nodiscard]] const Alerts& alerts() const { return m_alerts; }
+
+    Q_INVOKABLE void setHost(const QString& host);
+    Q_INVOKABLE void chooseFolderAndDeploy();
+
+Q_SIGNALS:
+    void contentChanged();
+    void deploySheetChanged();
+    void hostChanged();
+    void bannerChanged();
+    void dropChanged();
+    void alertChanged();
+
+private:
+    [[nodiscard]] Content presentContent() const;
+    void listAlerts();
+    void followStatus();
+    void followDeployFlow();
+
+    AppState& m_state;
+    WindowServices& m_desktop;
+    ToolbarModel m_toolbar;
+    SiteListModel m_siteList;
+    SignInModel m_signIn;
+    Alerts m_alerts{nullptr};
+    DeploySheetModel* m_deploySheet = nullptr;
+    Content m_content;
+    bool m_dropTargeted = false;
+};
+
+} // namespace driftwell

@@ -1,0 +1,100 @@
+import QtQuick
+import QtQuick.Layouts
+import Driftwell
+
+// The window: bar, banner, content, and what lies over them.
+Rectangle {
+    id: root
+
+    required property MainWindowModel model
+    required property WindowControls window
+
+    function presentContent(): void {
+        switch (model.content) {
+        case MainWindowModel.SignIn:
+            return content.setSource("SignInView.qml", {model: model.signIn});
+        case MainWindowModel.NoHost:
+            return content.setSource("NoHostView.qml", {model: model});
+        case MainWindowModel.EmptyState:
+            return content.setSource("EmptyStateView.qml", {model: model});
+        default:
+            return content.setSource("SiteListView.qml", {model: model.siteList});
+        }
+    }
+
+    color: DW.canvas
+    Component.onCompleted: presentContent()
+
+    Connections {
+        target: root.model
+
+        function onContentChanged(): void {
+            root.presentContent();
+        }
+    }
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        ToolbarView {
+            id: toolbar
+
+            Layout.fillWidth: true
+            model: root.model.toolbar
+            window: root.window
+        }
+        UnreachableBanner {
+            Layout.fillWidth: true
+            visible: root.model.bannerVisible
+            title: root.model.bannerTitle
+            text: root.model.bannerText
+        }
+        Loader {
+            id: content
+
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            focus: true
+        }
+    }
+    WindowSheets {
+        id: sheets
+
+        anchors.fill: parent
+        model: root.model
+    }
+    DropOverlayView {
+        anchors.fill: parent
+        visible: root.model.dropOverlayVisible
+        host: root.model.host
+    }
+    Rectangle {
+        // A window without a frame would otherwise run into a window of its own colour behind it.
+        anchors.fill: parent
+        visible: root.window.resizable
+        color: "transparent"
+        border.width: 1
+        border.color: DW.border
+    }
+    ResizeBorder {
+        anchors.fill: parent
+        window: root.window
+    }
+    SheetFrame {
+        parent: root.Window.contentItem ?? root
+        anchors.fill: parent
+        visible: sheets.open
+        toolbar: toolbar
+        window: root.window
+    }
+    Shortcut {
+        sequences: ["Ctrl+F"]
+        enabled: !sheets.open
+        onActivated: toolbar.focusFilter()
+    }
+    Shortcut {
+        sequences: ["Ctrl+D"]
+        enabled: !sheets.open && !root.model.siteList.paused
+        onActivated: root.model.chooseFolderAndDeploy()
+    }
+}

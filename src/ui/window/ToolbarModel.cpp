@@ -1,0 +1,71 @@
+#include "ui/window/ToolbarModel.h"
+
+#include "core/ConnectionTexts.h"
+
+namespace driftwell {
+
+using Kind = Connection::Status::Kind;
+
+ToolbarModel::ToolbarModel(Connection& connection, Catalog& catalog, bool developmentCopy, QObject* parent)
+    : QObject(parent), m_connection(connection), m_catalog(catalog), m_developmentCopy(developmentCopy) {
+    connect(&connection, &Connection::statusChanged, this, &ToolbarModel::statusChanged);
+    connect(&connection, &Connection::configChanged, this, &ToolbarModel::hostChanged);
+    connect(&connection, &Connection::identityChanged, this, &ToolbarModel::identityChanged);
+    connect(&catalog, &Catalog::filterChanged, this, &ToolbarModel::filterChanged);
+}
+
+QString ToolbarModel::title() const {
+    return m_developmentCopy ? QStringLiteral("Driftwell Dev") : QStringLiteral("Driftwell");
+}
+
+QString ToolbarModel::host() const {
+    return hostName(m_connection.config());
+}
+
+QString ToolbarModel::personName() const {
+    return hasIdentity() ? m_connection.identity()->name : QString();
+}
+
+QString ToolbarModel::personEmail() const {
+    return hasIdentity() ? m_connection.identity()->email : QString();
+}
+
+QString ToolbarModel::personTip() const {
+    return hasIdentity() ? personName() + QStringLiteral(" · ") + personEmail() : QString();
+}
+
+Tone ToolbarModel::statusTone(const Connection::Status& status) {
+    switch (status.kind) {
+    case Kind::Unreachable:
+        return Tone::Danger;
+    case Kind::NotTeam:
+    case Kind::SignedOut:
+        return Tone::Warning;
+    case Kind::NoHost:
+    case Kind::Connecting:
+        return Tone::Faint;
+    case Kind::Connected:
+        return Tone::Accent;
+    }
+    Q_UNREACHABLE();
+}
+
+QString ToolbarModel::statusTip(const Connection::Status& status) {
+    switch (status.kind) {
+    case Kind::Unreachable:
+        return QStringLiteral("Unreachable");
+    case Kind::NotTeam:
+        return status.text;
+    case Kind::NoHost:
+        return QStringLiteral("No platform host configured");
+    case Kind::Connecting:
+        return QStringLiteral("Connecting…");
+    case Kind::Connected:
+        return QStringLiteral("Connected");
+    case Kind::SignedOut:
+        return QStringLiteral("Not signed in");
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace driftwell

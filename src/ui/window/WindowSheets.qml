@@ -1,0 +1,20 @@
+import QtQuick
+import Driftwell
+
+// Every sheet of the window, and what asks for it.
+SheetHost {
+    id: sheets
+
+    required property MainWindowModel model
+
+    SheetEntry {
+        target: sheets.model.deploySheet
+
+        DeploySheet {}
+    }
+    SheetEntry {
+        target: sheets.model.alert
+
+        AlertSheet {}
+    }
+}
