@@ -1,6 +1,6 @@
 #include "archive/MemberRecord.h"
 #include "support/SystemError.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>

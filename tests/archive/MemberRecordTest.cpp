@@ -3,7 +3,7 @@
 #include "archive/ArchiveError.h"
 #include "support/SystemError.h"
 #include "support/UniqueFd.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

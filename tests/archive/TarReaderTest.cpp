@@ -1,7 +1,7 @@
 #include "archive/TarReader.h"
 
 #include "archive/ArchiveError.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 

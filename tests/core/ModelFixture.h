@@ -14,7 +14,7 @@
 #include "tests/RecordingDesktopServices.h"
 #include "tests/ScopedVariable.h"
 #include "tests/support/PlatformServer.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>

@@ -2,7 +2,7 @@
 #include "tests/core/ModelFixture.h"
 #include "tests/Descriptors.h"
 #include "tests/platform/PortlessSockets.h"
-#include "tests/RawClient.h"
+#include "tests/support/RawClient.h"
 
 #include <QUrl>
 #include <QUrlQuery>

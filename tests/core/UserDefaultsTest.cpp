@@ -1,7 +1,7 @@
 #include "core/UserDefaults.h"
 
 #include "core/Gates.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -16,7 +16,7 @@
 #include "tests/deploy/Unprivileged.h"
 #include "tests/ScopedVariable.h"
 #include "tests/support/PlatformServer.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

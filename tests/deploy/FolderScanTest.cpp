@@ -10,7 +10,7 @@
 #include "tests/deploy/Swapper.h"
 #include "tests/deploy/Unprivileged.h"
 #include "tests/ForbiddenCall.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

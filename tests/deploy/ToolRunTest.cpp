@@ -3,7 +3,7 @@
 #include "platform/PlatformError.h"
 #include "tests/Await.h"
 #include "tests/deploy/ProcessState.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

@@ -4,7 +4,7 @@
 #include "tests/desktop/FakeService.h"
 #include "tests/desktop/PrivateBus.h"
 #include "tests/ScopedVariable.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <QApplication>
 #include <QPalette>

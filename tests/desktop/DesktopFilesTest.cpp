@@ -1,5 +1,5 @@
 #include "tests/Await.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <QColor>
 #include <QFile>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/ScopedVariable.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <QDBusConnection>
 #include <QProcess>

@@ -1,7 +1,7 @@
 #include "desktop/freedesktop/RuntimeFolder.h"
 
 #include "tests/ScopedVariable.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

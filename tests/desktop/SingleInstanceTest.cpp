@@ -2,7 +2,8 @@
 #include "desktop/freedesktop/LaunchRequest.h"
 #include "support/UniqueFd.h"
 #include "tests/Await.h"
-#include "tests/TestFolder.h"
+#include "tests/support/RawClient.h"
+#include "tests/support/TestFolder.h"
 
 #include <QProcess>
 
@@ -128,13 +129,13 @@ protected:
         return {};
     }
 
-    [[nodiscard]] UniqueFd connectToFirst() const {
+    [[nodiscard]] RawClient connectToFirst() const {
         UniqueFd connection(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         runtimeFile(".socket").string().copy(address.sun_path, sizeof(address.sun_path) - 1);
         EXPECT_EQ(::connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-        return connection;
+        return RawClient(std::move(connection));
     }
 
     TestFolder folder;
@@ -312,18 +313,10 @@ TEST_F(SingleInstanceTest, IsNotDisturbedByAnythingElseThatConnects) {
     const auto first = startFirst();
     const std::string endless(2 * 1024 * 1024, 'x');
     for (const std::string& bytes : {std::string(), std::string("GET / HTTP/1.1\r\n\r\n"), endless}) {
-        const UniqueFd connection = connectToFirst();
-        std::size_t sent = 0;
-        while (sent < bytes.size()) {
-            const ssize_t now = ::send(connection.get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-            if (now < 0) {
-                break;
-            }
-            sent += static_cast<std::size_t>(now);
-        }
-        ::shutdown(connection.get(), SHUT_WR);
-        char answer = 0;
-        EXPECT_LE(::recv(connection.get(), &answer, 1, 0), 0) << bytes.substr(0, 20) << " is not acknowledged";
+        RawClient client = connectToFirst();
+        client.send(bytes);
+        client.finishSending();
+        EXPECT_EQ(client.receiveAll(), "") << bytes.substr(0, 20) << " is not acknowledged";
     }
     EXPECT_EQ(start({QStringLiteral("--one")})->waitForEnd(), 0);
     waitUntil([&first] { return !first->activations().empty(); });
@@ -332,7 +325,7 @@ TEST_F(SingleInstanceTest, IsNotDisturbedByAnythingElseThatConnects) {
 
 TEST_F(SingleInstanceTest, IsNotHeldUpByThoseWhoConnectAndSayNothing) {
     const auto first = startFirst({}, shortTimeout);
-    std::vector<UniqueFd> silent;
+    std::vector<RawClient> silent;
     for (int number = 0; number < 100; ++number) {
         silent.push_back(connectToFirst());
     }
@@ -345,8 +338,7 @@ TEST_F(SingleInstanceTest, TakesNoHalfRequestFromOneThatDies) {
     const auto first = startFirst();
     const std::string request = LaunchRequest{{"--one", "--two"}, "token"}.encoded();
     for (std::size_t length = 0; length < request.size(); ++length) {
-        const UniqueFd connection = connectToFirst();
-        ASSERT_EQ(::send(connection.get(), request.data(), length, MSG_NOSIGNAL), static_cast<ssize_t>(length));
+        ASSERT_TRUE(connectToFirst().send(request.substr(0, length)));
     }
     EXPECT_EQ(start({QStringLiteral("--last")})->waitForEnd(), 0);
     waitUntil([&first] { return !first->activations().empty(); });
@@ -355,27 +347,24 @@ TEST_F(SingleInstanceTest, TakesNoHalfRequestFromOneThatDies) {
 
 TEST_F(SingleInstanceTest, TakesARequestThatComesInPieces) {
     const auto first = startFirst();
-    const UniqueFd connection = connectToFirst();
+    RawClient client = connectToFirst();
     const std::string request = LaunchRequest{{"--one"}, "token"}.encoded();
     for (const char byte : request) {
-        ASSERT_EQ(::send(connection.get(), &byte, 1, MSG_NOSIGNAL), 1);
+        ASSERT_TRUE(client.send({&byte, 1}));
         settle();
     }
     EXPECT_THAT(first->activations(), IsEmpty());
-    ::shutdown(connection.get(), SHUT_WR);
+    client.finishSending();
     waitUntil([&first] { return !first->activations().empty(); });
     EXPECT_THAT(first->activations(), ElementsAre("token=token|--one"));
-    char answer = 0;
-    EXPECT_EQ(::recv(connection.get(), &answer, 1, 0), 1);
-    EXPECT_EQ(answer, LaunchReceiver::acknowledgement);
+    EXPECT_EQ(client.receiveAll(), std::string(1, LaunchReceiver::acknowledgement));
 }
 
 TEST_F(SingleInstanceTest, GivesUpOnOneThatDoesNotSayAll) {
     const auto first = startFirst({}, shortTimeout);
-    const UniqueFd connection = connectToFirst();
-    ASSERT_GT(::send(connection.get(), "driftwell", 9, MSG_NOSIGNAL), 0);
-    char answer = 0;
-    EXPECT_EQ(::recv(connection.get(), &answer, 1, 0), 0) << "the connection is closed without an answer";
+    RawClient client = connectToFirst();
+    ASSERT_TRUE(client.send("driftwell"));
+    EXPECT_EQ(client.receiveAll(), "") << "the connection is closed without an answer";
 }
 
 /// A first start that holds the lock and behaves as the test does.

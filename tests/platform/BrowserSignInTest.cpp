@@ -5,10 +5,10 @@
 #include "tests/Descriptors.h"
 #include "tests/platform/Outcome.h"
 #include "tests/platform/PortlessSockets.h"
-#include "tests/RawClient.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/RawClient.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <QUrlQuery>
 

@@ -3,8 +3,8 @@
 #include "support/UniqueFd.h"
 #include "tests/Await.h"
 #include "tests/ScopedVariable.h"
+#include "tests/support/TestFolder.h"
 #include "tests/support/TestSize.h"
-#include "tests/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -3,7 +3,7 @@
 #include "platform/PlatformError.h"
 #include "support/UniqueFd.h"
 #include "tests/ScopedVariable.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -7,7 +7,7 @@
 #include "tests/platform/SlowLookup.h"
 #include "tests/ScopedVariable.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

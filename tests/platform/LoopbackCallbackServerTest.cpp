@@ -2,12 +2,16 @@
 
 #include "platform/CallbackRequest.h"
 #include "support/Cancellation.h"
+#include "support/SystemError.h"
+#include "support/UniqueFd.h"
+#include "tests/Await.h"
 #include "tests/Descriptors.h"
 #include "tests/platform/OtherAccount.h"
 #include "tests/platform/Outcome.h"
 #include "tests/platform/PortlessSockets.h"
-#include "tests/RawClient.h"
+#include "tests/support/RawClient.h"
 
+#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <ifaddrs.h>
 #include <net/if.h>

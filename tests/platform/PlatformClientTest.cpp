@@ -5,7 +5,7 @@
 #include "tests/platform/Outcome.h"
 #include "tests/ScopedVariable.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 #include "support/ChildProcess.h"
 #include "tests/Await.h"
 #include "tests/support/ScriptedServer.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "support/AtomicFile.h"
 
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -2,7 +2,7 @@
 
 #include "support/ChildProcess.h"
 #include "tests/Await.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gtest/gtest.h>
 

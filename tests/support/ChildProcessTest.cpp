@@ -3,7 +3,7 @@
 #include "support/Cancellation.h"
 #include "support/UniqueFd.h"
 #include "tests/Await.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -2,7 +2,7 @@
 
 #include "support/SystemError.h"
 #include "tests/ForbiddenCall.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -4,7 +4,7 @@
 #include "tests/Await.h"
 #include "tests/ForbiddenCall.h"
 #include "tests/NoMoreDescriptors.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <sys/syscall.h>

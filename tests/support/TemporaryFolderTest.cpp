@@ -1,7 +1,7 @@
 #include "support/TemporaryFolder.h"
 
 #include "tests/ScopedVariable.h"
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <signal.h>

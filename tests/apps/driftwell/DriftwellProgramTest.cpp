@@ -1,7 +1,7 @@
-#include "tests/apps/DwProgram.h"
-#include "tests/apps/DwSandbox.h"
+#include "tests/apps/dw/DwSandbox.h"
 #include "tests/Await.h"
-#include "tests/TestFolder.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestFolder.h"
 
 #include <QLibraryInfo>
 

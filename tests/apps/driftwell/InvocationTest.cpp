@@ -1,6 +1,6 @@
 #include "apps/driftwell/Invocation.h"
 
-#include "tests/TestFolder.h"
+#include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 

@@ -1,0 +1,230 @@
+#include "tests/apps/dw/DwFixture.h"
+
+namespace driftwell::tests {
+
+namespace {
+
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+struct Misuse {
+    std::vector<std::string> arguments;
+    std::string message;
+    std::string hint;
+};
+
+std::string commandLine(const std::vector<std::string>& arguments) {
+    std::string line = "dw";
+    for (const std::string& argument : arguments) {
+        line += ' ' + argument;
+    }
+    return line;
+}
+
+const std::vector<Misuse>& misuses() {
+    static const std::vector<Misuse> table = {
+        {{"publish"}, "There is no command “publish”", "Run dw help for the commands."},
+        {{"--loud"}, "dw has no option --loud", "Run dw help for the commands."},
+        {{"--"}, "A command is missing", "Run dw help for the commands."},
+        {{"deploy", "--loud"}, "deploy has no option --loud", "Run dw help deploy."},
+        {{"deploy", "-x"}, "deploy has no option -x", "Run dw help deploy."},
+        {{"list", "--name", "a"}, "list has no option --name", "Run dw help list."},
+        {{"host", "--name", "a"}, "host has no option --name", "Run dw help host."},
+        {{"deploy", "--name="}, "--name needs a value", "Run dw help deploy."},
+        {{"deploy", "--name"}, "--name needs a value", "Run dw help deploy."},
+        {{"deploy", "--dry-run=soon"}, "--dry-run takes no value", "Run dw help deploy."},
+        {{"list", "--json=1"}, "--json takes no value", "Run dw help list."},
+        {{"login", "maya"}, "Too many arguments for login: maya", "Run dw help login."},
+        {{"login", "--with-token=secret"}, "--with-token takes no value", "Run dw help login."},
+        {{"login", "--no-browser", "--with-token"},
+         "--no-browser and --with-token exclude each other",
+         "Run dw help login."},
+        {{"logout", "--no-browser"}, "logout has no option --no-browser", "Run dw help logout."},
+        {{"deploy", "one", "two"}, "Too many arguments for deploy: two", "Run dw help deploy."},
+        {{"host", "one", "two", "three"}, "Too many arguments for host: two three", "Run dw help host."},
+        {{"list", "one"}, "Too many arguments for list: one", "Run dw help list."},
+        {{"open", "one", "two"}, "Too many arguments for open: two", "Run dw help open."},
+        {{"open", "--browser"}, "open has no option --browser", "Run dw help open."},
+        {{"logs", "one", "two"}, "Too many arguments for logs: two", "Run dw help logs."},
+        {{"logs", "--limit"}, "--limit needs a value", "Run dw help logs."},
+        {{"logs", "--limit", "many"}, "--limit takes a number from 1 on, not “many”", "Run dw help logs."},
+        {{"history", "--limit", "3"}, "history has no option --limit", "Run dw help history."},
+        {{"rollback"}, "rollback needs a site", "Run dw help rollback."},
+        {{"rollback", "one", "two"}, "Too many arguments for rollback: two", "Run dw help rollback."},
+        {{"delete"}, "delete needs a site", "Run dw help delete."},
+        {{"delete", "one", "--confirm"}, "--confirm needs a value", "Run dw help delete."},
+        {{"share"}, "share needs a site", "Run dw help share."},
+        {{"share", "one", "a@b"}, "Too many arguments for share: a@b", "Run dw help share."},
+        {{"share", "one", "--invite"}, "--invite needs a value", "Run dw help share."},
+        {{"share", "one", "--mode="}, "--mode needs a value", "Run dw help share."},
+        {{"share", "--mode", "private", "one"},
+         "--mode takes team, restricted or public, not “private”",
+         "Run dw help share."},
+        {{"share", "one", "--comments", "yes"}, "--comments takes on or off, not “yes”", "Run dw help share."},
+        {{"libs"}, "libs needs a site", "Run dw help libs."},
+        {{"libs", "one", "toast"}, "Too many arguments for libs: toast", "Run dw help libs."},
+        {{"libs", "one", "--enable"}, "--enable needs a value", "Run dw help libs."},
+        {{"libs", "one", "--disable"}, "--disable needs a value", "Run dw help libs."},
+        {{"whoami", "one"}, "Too many arguments for whoami: one", "Run dw help whoami."},
+        {{"help", "one", "two"}, "Too many arguments for help: two", "Run dw help help."},
+        {{"help", "publish"}, "There is no command “publish”", "Run dw help for the commands."},
+        {{"completion"}, "completion needs a shell: bash, zsh or fish", "Run dw help completion."},
+        {{"completion", "ksh"},
+         "There are completions for bash, zsh and fish, not for “ksh”",
+         "Run dw help completion."},
+    };
+    return table;
+}
+
+} // namespace
+
+using DwCommandLine = DwFixture;
+
+TEST_F(DwCommandLine, VersionIsTheBareVersion) {
+    const Ending ending = runDw({"--version"});
+    EXPECT_EQ(ending.exitCode, 0);
+    EXPECT_EQ(ending.output, DRIFTWELL_VERSION "\n");
+    EXPECT_EQ(ending.error, "");
+}
+
+TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
+    const Ending help = runDw({"help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_EQ(help.error, "");
+    for (const char* word : {"Usage: dw ",  "\n  host ",  "\n  login ", "\n  logout ",  "\n  deploy ",
+                             "\n  list ",   "\n  open ",  "\n  logs ",  "\n  history ", "\n  rollback ",
+                             "\n  delete ", "\n  share ", "\n  libs ",  "\n  whoami ",  "\n  completion ",
+                             "\n  help ",   "DW_HOST",    "DW_TOKEN",   "NO_COLOR",     "130 interrupted"}) {
+        EXPECT_THAT(help.output, HasSubstr(word));
+    }
+    EXPECT_THAT(help.output, AllOf(EndsWith("\n"), Not(EndsWith("\n\n"))));
+    EXPECT_EQ(runDw({"--help"}).output, help.output);
+    EXPECT_EQ(runDw({"-h"}).output, help.output);
+}
+
+TEST_F(DwCommandLine, HelpOfACommandIsTheSameEitherWay) {
+    for (const char* command : {"host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
+                                "delete", "share", "libs", "whoami", "completion"}) {
+        const Ending help = runDw({"help", command});
+        EXPECT_EQ(help.exitCode, 0);
+        EXPECT_THAT(help.output, HasSubstr(std::string("Usage: dw ") + command));
+        EXPECT_THAT(help.output, AllOf(EndsWith("\n"), Not(EndsWith("\n\n"))));
+        EXPECT_EQ(runDw({command, "--help"}).output, help.output);
+    }
+    EXPECT_THAT(runDw({"help", "deploy"}).output,
+                AllOf(HasSubstr("FOLDER"), HasSubstr("--name NAME"), HasSubstr("--dry-run"), HasSubstr("--json")));
+}
+
+TEST_F(DwCommandLine, HelpOfACommandEndsWithExamplesOfIt) {
+    for (const char* command : {"host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
+                                "delete", "share", "libs", "whoami", "completion", "help"}) {
+        SCOPED_TRACE(command);
+        const std::string help = runDw({"help", command}).output;
+        const std::size_t examples = help.find("\n\nExamples:\n  ");
+        ASSERT_NE(examples, std::string::npos);
+        EXPECT_THAT(help.substr(examples), HasSubstr(std::string("dw ") + command));
+        EXPECT_THAT(help, Not(HasSubstr("\n\n\n")));
+    }
+}
+
+TEST_F(DwCommandLine, NoLineOfHelpIsWiderThanATerminal) {
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"help"},
+                                                                                           {"help", "host"},
+                                                                                           {"help", "login"},
+                                                                                           {"help", "logout"},
+                                                                                           {"help", "deploy"},
+                                                                                           {"help", "list"},
+                                                                                           {"help", "open"},
+                                                                                           {"help", "logs"},
+                                                                                           {"help", "history"},
+                                                                                           {"help", "rollback"},
+                                                                                           {"help", "delete"},
+                                                                                           {"help", "share"},
+                                                                                           {"help", "libs"},
+                                                                                           {"help", "whoami"},
+                                                                                           {"help", "help"},
+                                                                                           {"help", "completion"}}) {
+        for (const std::string& line : screen(runDw(arguments).output)) {
+            EXPECT_LE(line.size(), 80U) << line;
+        }
+    }
+}
+
+TEST_F(DwCommandLine, NothingAtAllShowsTheHelpAsAnError) {
+    const Ending ending = runDw({});
+    EXPECT_EQ(ending.exitCode, 2);
+    EXPECT_EQ(ending.output, "");
+    EXPECT_EQ(ending.error, runDw({"help"}).output);
+}
+
+TEST_F(DwCommandLine, WrongUsageSaysWhatIsWrongAndEndsWithTwo) {
+    for (const Misuse& misuse : misuses()) {
+        SCOPED_TRACE(commandLine(misuse.arguments));
+        const Ending ending = runDw(misuse.arguments);
+        EXPECT_EQ(ending.exitCode, 2);
+        EXPECT_EQ(ending.output, "");
+        EXPECT_EQ(ending.error, "dw: " + misuse.message + '\n' + misuse.hint + '\n');
+    }
+}
+
+TEST_F(DwCommandLine, WrongUsageWithJsonIsOneObject) {
+    const std::vector<Misuse> table = {
+        {{"publish", "--json"}, "There is no command “publish”", {}},
+        {{"deploy", "--json", "--loud"}, "deploy has no option --loud", {}},
+        {{"deploy", "--json", "--name"}, "--name needs a value", {}},
+        {{"list", "--json", "one"}, "Too many arguments for list: one", {}},
+        {{"--json"}, "dw has no option --json", {}},
+        {{"host", "--json"}, "host has no option --json", {}},
+    };
+    for (const Misuse& misuse : table) {
+        SCOPED_TRACE(commandLine(misuse.arguments));
+        const Ending ending = runDw(misuse.arguments);
+        EXPECT_EQ(ending.exitCode, 2);
+        EXPECT_EQ(ending.error, "");
+        EXPECT_EQ(onlyObject(ending.output),
+                  (nlohmann::json{{"ok", false}, {"error", {{"kind", "usage"}, {"message", misuse.message}}}}));
+    }
+}
+
+TEST_F(DwCommandLine, TheLastOfSeveralNamesHolds) {
+    folder("site", {{"index.html", "x"}});
+    const Ending ending = runDw({"deploy", "site", "--dry-run", "--json", "--name", "first", "--name", "second"});
+    EXPECT_EQ(onlyObject(ending.output).at("site"), "second");
+}
+
+TEST_F(DwCommandLine, AFolderThatBeginsWithADashComesAfterTwo) {
+    folder("-site", {{"index.html", "x"}});
+    const Ending ending = runDw({"deploy", "--dry-run", "--json", "--", "-site"});
+    EXPECT_EQ(onlyObject(ending.output).at("site"), "site");
+}
+
+TEST_F(DwCommandLine, OutputThatNobodyTakesIsAFailure) {
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"--version"}, {"help"}, {"completion", "bash"}, {"host"}}) {
+        SCOPED_TRACE(commandLine(arguments));
+        setVariable("DW_HOST", "sites.example.org");
+        Invocation full = dw(arguments);
+        full.output = Invocation::Output::Full;
+        const Ending fullDisk = run(full);
+        EXPECT_EQ(fullDisk.exitCode, 1);
+        EXPECT_EQ(fullDisk.error, "dw: Could not write to standard output: No space left on device\n");
+
+        Invocation closed = dw(arguments);
+        closed.output = Invocation::Output::Closed;
+        const Ending nowhere = run(closed);
+        EXPECT_EQ(nowhere.exitCode, 1);
+        EXPECT_EQ(nowhere.error, "dw: Could not write to standard output: Bad file descriptor\n");
+    }
+}
+
+TEST_F(DwCommandLine, AnyLocaleWillDo) {
+    for (const char* locale : {"C", "C.UTF-8", "xx_YY"}) {
+        setVariable("LC_ALL", locale);
+        const Ending ending = runDw({"publish"});
+        EXPECT_EQ(ending.error, "dw: There is no command “publish”\nRun dw help for the commands.\n") << locale;
+    }
+}
+
+} // namespace driftwell::tests

@@ -1,0 +1,24 @@
+#include "tests/apps/dw/DwFixture.h"
+
+namespace driftwell::tests {
+
+class DwDescriptors : public DwFixture, public testing::WithParamInterface<int> {};
+
+INSTANTIATE_TEST_SUITE_P(Few, DwDescriptors, testing::Range(3, 25));
+
+TEST_P(DwDescriptors, EndAListWithAnAnswerOrAnError) {
+    // Nobody listens there, so that with enough of them it is this error.
+    useHost("http://127.0.0.1:1");
+    setVariable("DW_TOKEN", "t");
+    Invocation invocation = dw({"list"});
+    invocation.command = {"/bin/sh", "-c", "ulimit -n " + std::to_string(GetParam()) + " && exec \"$0\" list",
+                          DRIFTWELL_DW};
+    const Ending ending = run(invocation);
+    EXPECT_GT(ending.exitCode, 0);
+    EXPECT_LT(ending.exitCode, 128) << "a signal ended it";
+    EXPECT_THAT(ending.error, testing::AnyOf(testing::HasSubstr("Too many open files"),
+                                             testing::HasSubstr("error while loading shared libraries"),
+                                             testing::HasSubstr("Connection refused")));
+}
+
+} // namespace driftwell::tests

@@ -1,0 +1,103 @@
+#include "tests/apps/dw/DwFixture.h"
+
+namespace driftwell::tests {
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+} // namespace
+
+using DwDryRun = DwFixture;
+
+TEST_F(DwDryRun, ListsTheFilesWithTheirSizesAndNeedsNoPlatform) {
+    folder("site", {{"index.html", "12345"},
+                    {"a/large.bin", std::string(1'234'567, 'x')},
+                    {"empty.txt", ""},
+                    {"one.txt", "1"},
+                    {"b.bin", std::string(5000, 'x')},
+                    {".env", "SECRET"}});
+    const Ending ending = runDw({"deploy", "site", "--dry-run"});
+    EXPECT_EQ(ending.exitCode, 0);
+    EXPECT_EQ(ending.output, "    1.2 MB  a/large.bin\n"
+                             "    5.0 kB  b.bin\n"
+                             "   0 bytes  empty.txt\n"
+                             "   5 bytes  index.html\n"
+                             "    1 byte  one.txt\n");
+    EXPECT_EQ(ending.error, "5 files, 1.2 MB would be published as site. Nothing was sent.\n");
+}
+
+TEST_F(DwDryRun, WithJsonIsOneObject) {
+    folder("site", {{"index.html", "12345"}, {"a/b.txt", "1"}});
+    const Ending ending = runDw({"deploy", "site", "--dry-run", "--json"});
+    EXPECT_EQ(ending.exitCode, 0);
+    EXPECT_EQ(ending.error, "");
+    EXPECT_EQ(onlyObject(ending.output),
+              (json{{"ok", true},
+                    {"dryRun", true},
+                    {"site", "site"},
+                    {"bytes", 6},
+                    {"files", 2},
+                    {"unreadable", {{"count", 0}, {"names", json::array()}}},
+                    {"entries", {{{"path", "a/b.txt"}, {"size", 1}}, {{"path", "index.html"}, {"size", 5}}}}}));
+}
+
+TEST_F(DwDryRun, SendsAndKeepsNothing) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"index.html", "first"}});
+    ASSERT_EQ(runDw({"deploy", "site"}).exitCode, 0);
+    const json before = sandbox.sites();
+    const json log = sandbox.get("/api/logs/site");
+    const json configuration = config();
+
+    folder("site", {{"index.html", "second"}});
+    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).exitCode, 0);
+    EXPECT_EQ(runDw({"deploy", "site", "--dry-run", "--name", "other"}).exitCode, 0);
+
+    EXPECT_EQ(sandbox.sites(), before);
+    EXPECT_EQ(sandbox.get("/api/logs/site"), log);
+    EXPECT_EQ(config(), configuration);
+    EXPECT_EQ(sandbox.visit("site").body, "first");
+    EXPECT_THAT(temporaryFiles(), IsEmpty());
+}
+
+TEST_F(DwDryRun, ShowsWhatADeploymentThenPublishes) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"index.html", "x"}, {"a/b/c.txt", "yy"}, {"node_modules/x.js", "x"}, {".git/HEAD", "x"}});
+    const json shown = onlyObject(runDw({"deploy", "site", "--dry-run", "--json"}).output);
+    const json published = onlyObject(runDw({"deploy", "site", "--json"}).output);
+    for (const char* key : {"site", "files", "bytes"}) {
+        EXPECT_EQ(shown.at(key), published.at(key)) << key;
+    }
+}
+
+TEST_F(DwDryRun, NamesAreBytesInAPipeAndHarmlessOnATerminal) {
+    folder("site", {{"red\033[31m.html", "x"},
+                    {"bell\a.html", "x"},
+                    {"wide\xc2\x9b"
+                     "5m.html",
+                     "x"},
+                    {"broken\xff.html", "x"}});
+    Invocation invocation = dw({"deploy", "site", "--dry-run"});
+    EXPECT_THAT(run(invocation).output, HasSubstr("red\033[31m.html\n"));
+    EXPECT_THAT(run(invocation).output, HasSubstr("broken\xff.html\n"));
+
+    invocation.terminal = Invocation::Terminal::All;
+    const std::string shown = run(invocation).terminal;
+    EXPECT_THAT(shown, HasSubstr("red?[31m.html\r\n"));
+    EXPECT_THAT(shown, HasSubstr("bell?.html\r\n"));
+    EXPECT_THAT(shown, HasSubstr("wide?5m.html\r\n"));
+    EXPECT_THAT(shown, HasSubstr("broken\xef\xbf\xbd.html\r\n"));
+
+    invocation.command.push_back("--json");
+    const std::string json = run(invocation).terminal;
+    EXPECT_THAT(json, HasSubstr(R"("red\u001b[31m.html")"));
+    EXPECT_THAT(json, HasSubstr(R"("wide\u009b5m.html")"));
+}
+
+} // namespace driftwell::tests

@@ -1,0 +1,193 @@
+#include "support/SystemError.h"
+#include "support/UniqueFd.h"
+#include "tests/apps/dw/DwFixture.h"
+#include "tests/support/PlatformServer.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace driftwell::tests {
+
+namespace {
+
+using nlohmann::json;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+/// A port that is held, so that nobody else takes it, and on which nobody listens.
+class DeafPort {
+public:
+    DeafPort() : m_socket(checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket")) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        checked(::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind");
+        socklen_t length = sizeof address;
+        checked(::getsockname(m_socket.get(), reinterpret_cast<sockaddr*>(&address), &length), "getsockname");
+        m_port = std::to_string(ntohs(address.sin_port));
+    }
+
+    [[nodiscard]] const std::string& port() const { return m_port; }
+
+private:
+    UniqueFd m_socket;
+    std::string m_port;
+};
+
+} // namespace
+
+class DwFailure : public DwFixture {
+protected:
+    DwFailure() { folder("site", {{"index.html", "x"}, {"noise.bin", noise(2'000'000)}}); }
+
+    void expectUnreachable(const std::vector<std::string>& arguments, const std::string& message) {
+        const Ending ending = runDw(arguments);
+        EXPECT_EQ(ending.exitCode, 5);
+        EXPECT_EQ(ending.output, "");
+        EXPECT_EQ(ending.error, "dw: " + message + '\n');
+        EXPECT_THAT(temporaryFiles(), IsEmpty());
+
+        std::vector<std::string> withJson = arguments;
+        withJson.emplace_back("--json");
+        const Ending jsonEnding = runDw(withJson);
+        EXPECT_EQ(jsonEnding.exitCode, 5);
+        EXPECT_EQ(jsonEnding.error, "");
+        EXPECT_EQ(onlyObject(jsonEnding.output),
+                  (json{{"ok", false}, {"error", {{"kind", "unreachable"}, {"message", message}}}}));
+    }
+};
+
+TEST_F(DwFailure, APortOnWhichNobodyListensEndsWithFive) {
+    const DeafPort deaf;
+    setVariable("DW_TOKEN", "any");
+    for (const std::string host : {"127.0.0.1", "driftwell.localhost"}) {
+        useHost("http://" + host + ':' + deaf.port());
+        for (const auto& arguments : std::vector<std::vector<std::string>>{{"list"}, {"whoami"}, {"deploy", "site"}}) {
+            SCOPED_TRACE(arguments.front());
+            expectUnreachable(arguments, "Could not connect to " + host + ": Connection refused");
+        }
+    }
+}
+
+TEST_F(DwFailure, ANameThatDoesNotExistEndsWithFive) {
+    useHost("http://no-such-platform.invalid");
+    setVariable("DW_TOKEN", "any");
+    const Ending ending = runDw({"list"});
+    EXPECT_EQ(ending.exitCode, 5);
+    EXPECT_EQ(ending.error, "dw: The host no-such-platform.invalid could not be found.\n");
+}
+
+TEST_F(DwFailure, AnAnswerThatIsCutEndsWithFive) {
+    for (const auto& [path, arguments] : std::vector<std::pair<std::string, std::vector<std::string>>>{
+             {"/api/me", {"whoami"}}, {"/api/sites", {"list"}}, {"/api/deploy", {"deploy", "site"}}}) {
+        // Before the answer, within its first line, and within its body.
+        for (const char* bytes : {"0", "9", "130"}) {
+            SCOPED_TRACE(path + " after " + bytes);
+            const Sandbox sandbox({"--cut", bytes, "--fail-path", path});
+            useHost(sandbox.address());
+            expectUnreachable(arguments, "The connection to driftwell.localhost was lost.");
+        }
+    }
+}
+
+TEST_F(DwFailure, AnUploadThatIsCutEndsWithFiveAndPublishesNothing) {
+    for (const char* bytes : {"0", "1000", "1500000"}) {
+        SCOPED_TRACE(bytes);
+        const Sandbox sandbox({"--cut-upload", bytes, "--fail-path", "/api/deploy"});
+        useHost(sandbox.address());
+        expectUnreachable({"deploy", "site"}, "The connection to driftwell.localhost was lost.");
+        EXPECT_THAT(sandbox.sites(), IsEmpty());
+    }
+}
+
+TEST_F(DwFailure, ARefusalIsShownInThePlatformsWords) {
+    for (const char* status : {"400", "409", "413", "500", "503"}) {
+        SCOPED_TRACE(status);
+        const Sandbox sandbox({"--fail", status, "--fail-path", "/api/deploy"});
+        useHost(sandbox.address());
+        const Ending ending = runDw({"deploy", "site"});
+        EXPECT_EQ(ending.exitCode, 1);
+        EXPECT_EQ(ending.output, "");
+        EXPECT_EQ(ending.error, "dw: This failure was asked for with --fail\n");
+        EXPECT_EQ(
+            onlyObject(runDw({"deploy", "site", "--json"}).output),
+            (json{{"ok", false}, {"error", {{"kind", "api"}, {"message", "This failure was asked for with --fail"}}}}));
+        EXPECT_THAT(sandbox.sites(), IsEmpty());
+        EXPECT_THAT(temporaryFiles(), IsEmpty());
+        EXPECT_FALSE(std::filesystem::exists(configFile()));
+    }
+}
+
+TEST_F(DwFailure, ARefusedListIsShownInThePlatformsWords) {
+    const Sandbox sandbox({"--fail", "500", "--fail-path", "/api/sites"});
+    useHost(sandbox.address());
+    const Ending ending = runDw({"list"});
+    EXPECT_EQ(ending.exitCode, 1);
+    EXPECT_EQ(ending.error, "dw: This failure was asked for with --fail\n");
+}
+
+TEST_F(DwFailure, AnUploadThatIsTooLargeIsShownInThePlatformsWords) {
+    const Sandbox sandbox({"--max-upload", "1000"});
+    useHost(sandbox.address());
+    const Ending ending = runDw({"deploy", "site"});
+    EXPECT_EQ(ending.exitCode, 1);
+    EXPECT_THAT(ending.error, MatchesRegex("dw: The upload is larger than .*\n"));
+    EXPECT_THAT(temporaryFiles(), IsEmpty());
+}
+
+TEST_F(DwFailure, AnAnswerThatSaysNotOkIsNoPublishedSite) {
+    json answer{{"ok", false},    {"error", "The disk is full"},
+                {"site", "site"}, {"url", "http://site.test/"},
+                {"bytes", 10},    {"files", 2},
+                {"skipped", 0}};
+    PlatformServer server;
+    useHost("http://localhost:" + std::to_string(server.port()));
+    server.answer("/api/me", 200, "null");
+    for (const auto& [told, said] : std::vector<std::pair<std::string, std::string>>{
+             {"The disk is full", "The disk is full"}, {"", "The platform refused, and gave no reason"}}) {
+        answer["error"] = told;
+        server.answer("/api/deploy", 200, answer.dump());
+        const Ending ending = runDw({"deploy", "site"});
+        EXPECT_EQ(ending.exitCode, 1);
+        EXPECT_EQ(ending.output, "");
+        EXPECT_EQ(ending.error, "dw: " + said + '\n');
+        EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output),
+                  (json{{"ok", false}, {"error", {{"kind", "api"}, {"message", said}}}}));
+        EXPECT_FALSE(std::filesystem::exists(configFile()));
+    }
+}
+
+TEST_F(DwFailure, APlatformThatSpeaksOfOtherFilesThanItWasSentIsTold) {
+    json answer{{"ok", true},  {"site", "site"}, {"url", "http://site.test/"},
+                {"bytes", 10}, {"files", 5},     {"skipped", 2}};
+    PlatformServer server;
+    useHost("http://localhost:" + std::to_string(server.port()));
+    server.answer("/api/me", 200, "null");
+    server.answer("/api/deploy", 200, answer.dump());
+    const Ending ending = runDw({"deploy", "site", "--json"});
+    EXPECT_EQ(ending.exitCode, 0);
+    const auto sent = onlyObject(ending.output).at("sent").get<int>();
+    EXPECT_NE(sent, 7);
+    EXPECT_THAT(runDw({"deploy", "site"}).error, testing::HasSubstr(" sent, but the platform speaks of 7 files."));
+    answer["files"] = sent - 2;
+    server.answer("/api/deploy", 200, answer.dump());
+    EXPECT_THAT(runDw({"deploy", "site"}).error, testing::Not(testing::HasSubstr("speaks of")));
+}
+
+TEST_F(DwFailure, AfterOneFailureTheNextDeploymentSucceeds) {
+    const Sandbox sandbox({"--fail", "500", "--fail-path", "/api/deploy", "--fail-count", "1"});
+    useHost(sandbox.address());
+    EXPECT_EQ(runDw({"deploy", "site"}).exitCode, 1);
+    EXPECT_EQ(runDw({"deploy", "site"}).exitCode, 0);
+    EXPECT_EQ(sandbox.visit("site").body, "x");
+}
+
+TEST_F(DwFailure, ALaterFailureOfTheListDoesNotSpoilAPublishedSite) {
+    const Sandbox sandbox({"--fail", "500", "--fail-path", "/api/sites"});
+    useHost(sandbox.address());
+    EXPECT_EQ(runDw({"deploy", "site"}).exitCode, 0);
+    EXPECT_EQ(sandbox.visit("site").body, "x");
+}
+
+} // namespace driftwell::tests

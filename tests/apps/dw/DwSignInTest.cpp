@@ -1,0 +1,114 @@
+#include "tests/apps/dw/DwFixture.h"
+
+namespace driftwell::tests {
+
+namespace {
+
+using nlohmann::json;
+using testing::IsEmpty;
+
+const std::string notSignedIn = "dw: Not signed in\nSign in: dw login\n";
+
+} // namespace
+
+/// A platform that asks for a sign-in.
+class DwSignIn : public DwFixture {
+protected:
+    DwSignIn() {
+        useHost(sandbox.remoteAddress());
+        folder("site", {{"index.html", "x"}});
+    }
+
+    void expectNotAllowed(const std::vector<std::string>& arguments, const std::string& error, const std::string& kind,
+                          const std::string& message) {
+        SCOPED_TRACE(arguments.front());
+        const Ending ending = runDw(arguments);
+        EXPECT_EQ(ending.exitCode, 4);
+        EXPECT_EQ(ending.output, "");
+        EXPECT_EQ(ending.error, error);
+
+        std::vector<std::string> withJson = arguments;
+        withJson.emplace_back("--json");
+        const Ending jsonEnding = runDw(withJson);
+        EXPECT_EQ(jsonEnding.exitCode, 4);
+        EXPECT_EQ(jsonEnding.error, "");
+        EXPECT_EQ(onlyObject(jsonEnding.output),
+                  (json{{"ok", false}, {"error", {{"kind", kind}, {"message", message}}}}));
+    }
+
+    const Sandbox sandbox{{"--require-sign-in"}};
+};
+
+TEST_F(DwSignIn, ThatIsMissingEndsWithFour) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{"list"}, {"whoami"}, {"deploy", "site"}}) {
+        expectNotAllowed(arguments, notSignedIn, "unauthenticated", "Not signed in");
+    }
+    EXPECT_THAT(sandbox.sites(), IsEmpty());
+}
+
+TEST_F(DwSignIn, ThatThePlatformRefusesEndsWithFour) {
+    setVariable("DW_TOKEN", "made-up");
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{"list"}, {"whoami"}, {"deploy", "site"}}) {
+        expectNotAllowed(arguments, notSignedIn, "unauthenticated", "Not signed in");
+    }
+    EXPECT_THAT(temporaryFiles(), IsEmpty());
+}
+
+TEST_F(DwSignIn, ByTheLocalNameIsAskedForToo) {
+    useHost(sandbox.address());
+    expectNotAllowed({"deploy", "site"}, notSignedIn, "unauthenticated", "Not signed in");
+}
+
+TEST_F(DwSignIn, OfSomebodyOutsideTheTeamEndsWithFourInThePlatformsWords) {
+    setVariable("DW_TOKEN", sandbox.signIn("sam"));
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{"list"}, {"deploy", "site"}}) {
+        expectNotAllowed(arguments, "dw: Only team members can manage sites\n", "notTeam",
+                         "Only team members can manage sites");
+    }
+    EXPECT_THAT(sandbox.sites(), IsEmpty());
+    EXPECT_THAT(temporaryFiles(), IsEmpty());
+    EXPECT_EQ(runDw({"whoami"}).output, "Sam Whitlock <sam@elsewhere.example>\n");
+}
+
+TEST_F(DwSignIn, ByTokenInTheEnvironmentPublishes) {
+    setVariable("DW_TOKEN", sandbox.signIn("tomas"));
+    ASSERT_EQ(runDw({"deploy", "site"}).exitCode, 0);
+    EXPECT_EQ(sandbox.sites().at(0).at("deployedBy"), "tomas.reyes@driftwell.example");
+}
+
+TEST_F(DwSignIn, ByStoredTokenHoldsForItsPlatformOnly) {
+    folder(".config/dw",
+           {{"config.json", json{{"tokens", {{sandbox.remoteAddress(), sandbox.signIn("ines")}}}}.dump()}});
+    EXPECT_EQ(runDw({"whoami"}).output, "Inès Okafor <ines.okafor@driftwell.example>\n");
+    useHost("http://localhost:" + sandbox.port());
+    EXPECT_EQ(runDw({"whoami"}).exitCode, 4);
+}
+
+TEST_F(DwSignIn, InTheEnvironmentComesBeforeTheStoredOne) {
+    folder(".config/dw",
+           {{"config.json", json{{"tokens", {{sandbox.remoteAddress(), sandbox.signIn("ines")}}}}.dump()}});
+    setVariable("DW_TOKEN", sandbox.signIn("maya"));
+    EXPECT_EQ(runDw({"whoami"}).output, "Maya Lindqvist <maya.lindqvist@driftwell.example>\n");
+}
+
+TEST_F(DwSignIn, OfAPersonIsShownWithJson) {
+    setVariable("DW_TOKEN", sandbox.signIn("tomas"));
+    const Ending ending = runDw({"whoami", "--json"});
+    EXPECT_EQ(ending.exitCode, 0);
+    EXPECT_EQ(ending.error, "");
+    EXPECT_EQ(onlyObject(ending.output), (json{{"ok", true},
+                                               {"host", "127.0.0.1:" + sandbox.port()},
+                                               {"name", "Tomás Reyes"},
+                                               {"email", "tomas.reyes@driftwell.example"},
+                                               {"handle", "tomas"}}));
+}
+
+TEST_F(DwSignIn, IsNeverAskedForEvenOnATerminal) {
+    Invocation invocation = dw({"deploy", "site"});
+    invocation.terminal = Invocation::Terminal::All;
+    const Ending ending = run(invocation);
+    EXPECT_EQ(ending.exitCode, 4);
+    EXPECT_THAT(screen(ending.terminal), testing::ElementsAre("dw: Not signed in", "Sign in: dw login"));
+}
+
+} // namespace driftwell::tests
