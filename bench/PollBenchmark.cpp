@@ -3,6 +3,8 @@
 #include "bench/Allocations.h"
 #include "bench/SampleModel.h"
 #include "bench/SampleSite.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
 
 #include <nlohmann/json.hpp>
 #include <sys/resource.h>

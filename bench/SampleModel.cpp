@@ -1,5 +1,6 @@
 #include "bench/SampleModel.h"
 
+#include "core/Connection.h"
 #include "core/UserDefaults.h"
 
 #include <QEventLoop>

@@ -6,6 +6,7 @@
 #include "bench/Report.h"
 #include "bench/SampleModel.h"
 #include "bench/SampleSite.h"
+#include "core/Catalog.h"
 
 #include <QApplication>
 #include <QQuickItem>

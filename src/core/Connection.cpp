@@ -1,5 +1,6 @@
 #include "core/Connection.h"
 
+#include "core/Catalog.h"
 #include "platform/PlatformClient.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Catalog.h"
+#include "core/ConnectionStatus.h"
 #include "platform/Models.h"
 #include "platform/PlatformConfig.h"
 #include "platform/Timestamp.h"
@@ -17,6 +17,7 @@
 
 namespace driftwell {
 
+class Catalog;
 class PlatformClient;
 class PlatformError;
 
@@ -26,34 +27,7 @@ class Connection final : public QObject {
     Q_OBJECT
 
 public:
-    /// The connection as a whole.
-    ///
-    /// | status | meaning | what comes next |
-    /// |---|---|---|
-    /// | Unreachable | the last attempt failed | another in `retryIn` seconds |
-    /// | NotTeam | the platform refuses this person, in the words of `text` | another attempt every 5 seconds |
-    /// | NoHost | no platform is configured | setHost() |
-    /// | Connecting | a connection is being made or awaited | the refresh under way decides |
-    /// | Connected | the last refresh succeeded | another every 10 seconds |
-    /// | SignedOut | no token, or one that the platform refuses | another attempt every 5 seconds |
-    struct Status {
-        enum class Kind { Unreachable, NotTeam, NoHost, Connecting, Connected, SignedOut };
-
-        Kind kind = Kind::Connecting;
-        /// Seconds, for Unreachable.
-        int retryIn = 0;
-        /// For NotTeam.
-        QString text;
-
-        [[nodiscard]] static Status unreachable(int retryIn) { return {Kind::Unreachable, retryIn, {}}; }
-        [[nodiscard]] static Status notTeam(QString text) { return {Kind::NotTeam, 0, std::move(text)}; }
-        [[nodiscard]] static Status noHost() { return {Kind::NoHost, 0, {}}; }
-        [[nodiscard]] static Status connecting() { return {Kind::Connecting, 0, {}}; }
-        [[nodiscard]] static Status connected() { return {Kind::Connected, 0, {}}; }
-        [[nodiscard]] static Status signedOut() { return {Kind::SignedOut, 0, {}}; }
-
-        bool operator==(const Status&) const = default;
-    };
+    using Status = ConnectionStatus;
 
     /// Whose answers count: a platform, and the token that it was asked with. An answer to another session than the
     /// present one is discarded.

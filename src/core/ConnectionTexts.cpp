@@ -2,7 +2,7 @@
 
 namespace driftwell {
 
-using Kind = Connection::Status::Kind;
+using Kind = ConnectionStatus::Kind;
 
 QString hostName(const std::optional<PlatformConfig>& config) {
     return config ? config->host() : QStringLiteral("driftwell");
@@ -16,11 +16,11 @@ QString retryText(int seconds) {
     return QStringLiteral("retrying in %1s · deploys are paused").arg(seconds);
 }
 
-bool acceptsDeploys(const std::optional<PlatformConfig>& config, const Connection::Status& status) {
+bool acceptsDeploys(const std::optional<PlatformConfig>& config, const ConnectionStatus& status) {
     return config && status.kind != Kind::Unreachable && status.kind != Kind::NotTeam && status.kind != Kind::SignedOut;
 }
 
-std::optional<QString> pausedText(const std::optional<PlatformConfig>& config, const Connection::Status& status) {
+std::optional<QString> pausedText(const std::optional<PlatformConfig>& config, const ConnectionStatus& status) {
     if (acceptsDeploys(config, status)) {
         return std::nullopt;
     }

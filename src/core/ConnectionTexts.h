@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Connection.h"
+#include "core/ConnectionStatus.h"
 #include "platform/PlatformConfig.h"
 
 #include <QString>
@@ -21,10 +21,10 @@ namespace driftwell {
 
 /// Whether the platform can be given a folder at present: one is configured, and it neither refuses us nor is out of
 /// reach.
-[[nodiscard]] bool acceptsDeploys(const std::optional<PlatformConfig>& config, const Connection::Status& status);
+[[nodiscard]] bool acceptsDeploys(const std::optional<PlatformConfig>& config, const ConnectionStatus& status);
 
 /// Why folders are not taken at present; absent when they are.
 [[nodiscard]] std::optional<QString> pausedText(const std::optional<PlatformConfig>& config,
-                                                const Connection::Status& status);
+                                                const ConnectionStatus& status);
 
 } // namespace driftwell

@@ -1,3 +1,8 @@
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
 #include "tests/core/ModelFixture.h"
 
 #include <gmock/gmock.h>

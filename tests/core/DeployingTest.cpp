@@ -1,6 +1,10 @@
+#include "core/Catalog.h"
+#include "core/Deployments.h"
+#include "core/NewProject.h"
+#include "platform/PlatformClient.h"
 #include "support/UniqueFd.h"
 #include "tests/core/ModelFixture.h"
-#include "tests/core/PoolHold.h"
+#include "tests/Descriptors.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -33,13 +37,18 @@ std::ptrdiff_t entries(const Folder& folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
+/// Whether only the model and the caller know the deployment.
+bool isHeldByNoWork(const std::shared_ptr<DeployFlow>& flow) {
+    return flow.use_count() == 2;
+}
+
 class DeployingTest : public ModelFixture {
 protected:
     void SetUp() override {
         configureLocal();
         answerAll();
         server.answer("/api/deploy", 200, deployAnswer("garden"));
-        model().connection().reloadConfig();
+        reloadConfig();
     }
 
     /// A folder with one file.
@@ -183,8 +192,8 @@ TEST_F(DeployingTest, WhatIsNoFolderIsIgnored) {
 
 TEST_F(DeployingTest, AFolderIsTakenWhateverTheConnection) {
     writeConfig(Json::object());
-    model().connection().reloadConfig();
-    ASSERT_EQ(model().connection().status(), Status::noHost());
+    reloadConfig();
+    ASSERT_EQ(status(), Status::noHost());
     model().deployments().beginDeploy(makeFolder());
     EXPECT_TRUE(flow());
 }
@@ -207,7 +216,6 @@ TEST_F(DeployingTest, TheFiguresOfAnEmptyFolderAreZero) {
 
 TEST_F(DeployingTest, TheFiguresOfACancelledDeploymentAreNotThoseOfTheNext) {
     folder().write("work/large/picture.jpg", "1234567");
-    PoolHold hold;
     model().deployments().beginDeploy(makeFolder("large"));
     const std::shared_ptr<DeployFlow> cancelled = flow();
     int changes = 0;
@@ -215,34 +223,28 @@ TEST_F(DeployingTest, TheFiguresOfACancelledDeploymentAreNotThoseOfTheNext) {
     model().deployments().cancelDeploy();
     model().deployments().beginDeploy(makeFolder("bakery"));
     const std::shared_ptr<DeployFlow> next = flow();
-    hold.release();
     waitUntil([&next] { return next->byteCount().has_value(); });
-    waitUntil([] { return poolIsIdle(); });
-    settle();
+    waitUntil([&cancelled] { return cancelled.use_count() == 1; });
     EXPECT_EQ(changes, 0);
     EXPECT_EQ(next->fileCount(), 1);
     EXPECT_EQ(next->byteCount(), 5);
 }
 
 TEST_F(DeployingTest, ClosingADeploymentEndsTheCountingOfItsFiles) {
-    PoolHold hold;
     model().deployments().beginDeploy(makeFolder());
     const std::weak_ptr<DeployFlow> closed = flow();
     model().deployments().cancelDeploy();
-    // A scan that is stopped before it begins reads nothing, not even a folder that has gone.
-    std::filesystem::remove_all(folder() / "work/garden");
-    hold.release();
     waitUntil([&closed] { return closed.expired(); });
 }
 
 TEST_F(DeployingTest, AFailureToCountTheFilesIsNotShown) {
     const Folder garden = makeFolder();
-    PoolHold hold;
-    model().deployments().beginDeploy(garden);
-    std::filesystem::remove_all(garden);
-    hold.release();
-    waitUntil([] { return poolIsIdle(); });
-    settle();
+    {
+        // A folder that cannot be opened cannot be counted.
+        const FullDescriptorTable none;
+        model().deployments().beginDeploy(garden);
+        waitUntil([opened = flow()] { return isHeldByNoWork(opened); });
+    }
     ASSERT_TRUE(flow());
     EXPECT_TRUE(flow()->isConfirming());
     EXPECT_FALSE(flow()->fileCount());
@@ -307,7 +309,7 @@ TEST_F(DeployingTest, TheChosenFolderIsDeployed) {
 
 TEST_F(DeployingTest, WithoutAPlatformTheFolderIsAskedForInTheProductsName) {
     writeConfig(Json::object());
-    model().connection().reloadConfig();
+    reloadConfig();
     desktop.expectFolderQuestion().succeed(std::nullopt);
     model().newProject().chooseFolderAndDeploy();
     EXPECT_THAT(desktop.folderQuestions(), ElementsAre(RecordingDesktopServices::FolderQuestion{
@@ -344,7 +346,7 @@ TEST_F(DeployingTest, ConfirmingWithoutADeploymentDoesNothing) {
 
 TEST_F(DeployingTest, ConfirmingWithoutAPlatformDoesNothing) {
     writeConfig(Json::object());
-    model().connection().reloadConfig();
+    reloadConfig();
     begin(makeFolder());
     model().deployments().confirmDeploy();
     EXPECT_TRUE(flow()->isConfirming());
@@ -456,10 +458,10 @@ TEST_F(DeployingTest, TheResultIsShownBeforeTheFolderIsRememberedAndTheListsAreR
     EXPECT_TRUE(shown);
     waitUntil([&refresh] { return refresh.arrived(); });
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}})) << "the confirmed name, not the answer's";
-    EXPECT_THAT(model().catalog().sites(), IsEmpty());
+    EXPECT_THAT(sites(), IsEmpty());
     refresh.release();
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
-    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
+    waitUntil([this] { return status() == Status::connected(); });
+    EXPECT_THAT(namesOf(sites()), ElementsAre("garden", "bakery"));
 }
 
 TEST_F(DeployingTest, TheStartIsNotedBeforeThePhaseIsShown) {
@@ -479,8 +481,8 @@ TEST_F(DeployingTest, ASiteThatIsEditedTogetherButHasNoFolderHereIsUploadedLikeA
     Json record = siteRecord("garden");
     record["collab"] = {{"enabled", true}};
     server.answer("/api/sites", 200, Json{{"sites", {record}}}.dump());
-    await(model().connection().refresh());
-    ASSERT_TRUE(model().catalog().existingSite("garden")->collab);
+    await(refresh());
+    ASSERT_TRUE(existingSite("garden")->collab);
     begin(makeFolder());
     confirmAndWait();
     EXPECT_TRUE(succeeded(*flow()));
@@ -504,9 +506,9 @@ TEST_P(StatusTest, ADeploymentBeginsAndGoesToThePlatformWhateverTheConnection) {
         break;
     }
     if (GetParam() != Status::Kind::Connecting) {
-        await(model().connection().refresh());
+        await(refresh());
     }
-    ASSERT_EQ(model().connection().status().kind, GetParam());
+    ASSERT_EQ(status().kind, GetParam());
     begin(makeFolder());
     ASSERT_TRUE(flow());
     confirmAndWait();
@@ -526,7 +528,7 @@ TEST_F(DeployingTest, TheNameThatWasConfirmedCounts) {
     flow()->setSiteName("typed-later");
     waitUntil([&held] { return held.arrived(); });
     held.release();
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    waitUntil([this] { return status() == Status::connected(); });
     EXPECT_EQ(server.requests("/api/deploy")[0].target, "/api/deploy?site=garden");
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}}));
 }
@@ -536,7 +538,7 @@ TEST_F(DeployingTest, ThePlatformAtTheConfirmationCounts) {
     PlatformServer other;
     PlatformServer::Hold held = server.holdBody("/api/deploy");
     model().deployments().confirmDeploy();
-    model().connection().setHost(QStringLiteral("http://localhost:%1").arg(other.port()));
+    setHost(QStringLiteral("http://localhost:%1").arg(other.port()));
     waitUntil([&held] { return held.arrived(); });
     held.release();
     waitUntil([this] { return succeeded(*flow()); });
@@ -554,7 +556,7 @@ TEST_F(DeployingTest, AFolderThatCannotBeRememberedIsPublishedAllTheSame) {
     std::filesystem::remove_all(folder() / "home/.config");
     folder().write("home/.config", "");
     held.release();
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    waitUntil([this] { return status() == Status::connected(); });
     EXPECT_TRUE(succeeded(*flow()));
 }
 
@@ -562,7 +564,7 @@ TEST_F(DeployingTest, TheFolderWithoutItsSlashIsRemembered) {
     const Folder garden = makeFolder();
     begin(garden.string() + "/");
     confirmAndWait();
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    waitUntil([this] { return status() == Status::connected(); });
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}}));
 }
 
@@ -581,7 +583,7 @@ TEST_F(DeployingTest, ARefreshThatFailsAfterwardsLeavesTheResult) {
     server.answer("/api/sites", 500, "");
     begin(makeFolder());
     confirmAndWait();
-    waitUntil([this] { return model().connection().status() == Status::unreachable(8); });
+    waitUntil([this] { return status() == Status::unreachable(8); });
     EXPECT_TRUE(succeeded(*flow()));
 }
 
@@ -604,7 +606,7 @@ TEST_F(DeployingTest, TheHistoryOfAnotherExpandedSiteIsNotLoaded) {
     begin(makeFolder());
     confirmAndWait();
     waitForNothingLeft();
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    waitUntil([this] { return status() == Status::connected(); });
     settle();
     EXPECT_THAT(server.requests("/api/logs/bakery"), IsEmpty());
     EXPECT_THAT(server.requests("/api/logs/garden"), IsEmpty());
@@ -640,7 +642,7 @@ TEST_P(RefusedDeploymentTest, ShowsThePlatformsTextAndChangesNothingElse) {
     settle();
     EXPECT_EQ(readConfig(), before);
     EXPECT_THAT(requestedPaths(), ElementsAre("/api/deploy?site=garden")) << "no refresh follows";
-    EXPECT_EQ(model().connection().status(), Status::connecting());
+    EXPECT_EQ(status(), Status::connecting());
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, RefusedDeploymentTest,
@@ -813,10 +815,8 @@ TEST_F(CancelledDeploymentTest, ADeploymentThatAsksForItsNameGoesAtOnce) {
 TEST_F(CancelledDeploymentTest, AScanEnds) {
     begin(makeFolder());
     watchFlow();
-    PoolHold hold;
     model().deployments().confirmDeploy();
     cancelAndExpectGone();
-    hold.release();
     waitForFlowsEnd();
     EXPECT_THAT(server.requests(), IsEmpty());
 }
@@ -834,7 +834,7 @@ TEST_F(CancelledDeploymentTest, AnUploadEnds) {
     waitUntil([&held] { return held.abandoned(); });
     EXPECT_THAT(server.requests(), IsEmpty()) << "no refresh follows";
     EXPECT_EQ(readConfig(), before);
-    EXPECT_EQ(model().connection().status(), Status::connecting());
+    EXPECT_EQ(status(), Status::connecting());
 }
 
 TEST_F(CancelledDeploymentTest, AWaitForThePlatformsAnswerEnds) {
@@ -873,7 +873,7 @@ TEST_F(CancelledDeploymentTest, AFinishedDeploymentIsClosed) {
     begin(makeFolder());
     watchFlow();
     confirmAndWait();
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    waitUntil([this] { return status() == Status::connected(); });
     cancelAndExpectGone();
     waitForFlowsEnd();
 }
@@ -888,7 +888,7 @@ TEST_F(CancelledDeploymentTest, ClosingAFinishedDeploymentEndsItsRefresh) {
     cancelAndExpectGone();
     waitForFlowsEnd();
     waitUntil([&held] { return held.abandoned(); });
-    EXPECT_EQ(model().connection().status(), Status::connecting());
+    EXPECT_EQ(status(), Status::connecting());
     EXPECT_EQ(readConfig()["folders"], (Json{{"garden", garden.string()}})) << "the site was published";
 }
 
@@ -1012,11 +1012,9 @@ protected:
 
 TEST_F(EndDuringDeploymentTest, TheScanOfTheFiguresEnds) {
     makeFolder();
-    PoolHold hold;
     model().deployments().beginDeploy(folder() / "work/garden");
     watchFlow();
     destroyModel();
-    hold.release();
     endModel();
     EXPECT_TRUE(flowGone());
 }
@@ -1024,10 +1022,8 @@ TEST_F(EndDuringDeploymentTest, TheScanOfTheFiguresEnds) {
 TEST_F(EndDuringDeploymentTest, TheScanOfTheDeploymentEnds) {
     begin(makeFolder());
     watchFlow();
-    PoolHold hold;
     model().deployments().confirmDeploy();
     destroyModel();
-    hold.release();
     endModel();
     waitForFlowsEnd();
     EXPECT_THAT(server.requests(), IsEmpty());
@@ -1036,7 +1032,7 @@ TEST_F(EndDuringDeploymentTest, TheScanOfTheDeploymentEnds) {
 TEST_F(EndDuringDeploymentTest, AnUploadLeavesNothing) {
     destroyModel();
     const std::ptrdiff_t before = openFiles();
-    model().connection().reloadConfig();
+    reloadConfig();
     PlatformServer::Hold held = server.holdBody("/api/deploy");
     uploadThatStalls();
     watchFlow();

@@ -1,3 +1,5 @@
+#include "core/Gates.h"
+
 #include "tests/core/ModelFixture.h"
 
 #include <gmock/gmock.h>

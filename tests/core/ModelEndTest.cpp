@@ -1,3 +1,6 @@
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SiteOperations.h"
 #include "tests/core/ModelFixture.h"
 
 #include <gmock/gmock.h>

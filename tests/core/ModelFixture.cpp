@@ -1,5 +1,13 @@
 #include "tests/core/ModelFixture.h"
 
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/Gates.h"
+#include "core/NewProject.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
+#include "platform/PlatformClient.h"
 #include "support/WorkerPool.h"
 
 #include <sys/wait.h>
@@ -9,8 +17,8 @@
 
 namespace driftwell {
 
-void PrintTo(const Connection::Status& status, std::ostream* stream) {
-    using Kind = Connection::Status::Kind;
+void PrintTo(const ConnectionStatus& status, std::ostream* stream) {
+    using Kind = ConnectionStatus::Kind;
     switch (status.kind) {
     case Kind::Unreachable:
         *stream << "Unreachable(" << status.retryIn << ")";
@@ -149,6 +157,66 @@ AppState& ModelFixture::model() {
             m_sleep);
     }
     return *m_model;
+}
+
+Status ModelFixture::status() {
+    return model().connection().status();
+}
+
+std::optional<PlatformConfig> ModelFixture::config() {
+    return model().connection().config();
+}
+
+std::optional<Identity> ModelFixture::identity() {
+    return model().connection().identity();
+}
+
+Task<> ModelFixture::refresh(std::stop_token stop) {
+    return model().connection().refresh(std::move(stop));
+}
+
+void ModelFixture::reloadConfig() {
+    model().connection().reloadConfig();
+}
+
+void ModelFixture::setHost(const QString& host) {
+    model().connection().setHost(host);
+}
+
+QList<SiteInfo> ModelFixture::sites() {
+    return model().catalog().sites();
+}
+
+std::optional<SiteInfo> ModelFixture::existingSite(const QString& name) {
+    return model().catalog().existingSite(name);
+}
+
+QString ModelFixture::filter() {
+    return model().catalog().filter();
+}
+
+void ModelFixture::setFilter(const QString& filter) {
+    model().catalog().setFilter(filter);
+}
+
+QList<SiteInfo> ModelFixture::filteredSites() {
+    return model().catalog().filteredSites();
+}
+
+SortOrder ModelFixture::sortOrder() {
+    return model().catalog().sortOrder();
+}
+
+void ModelFixture::setSortOrder(SortOrder order) {
+    model().catalog().setSortOrder(order);
+}
+
+std::shared_ptr<DeployFlow> ModelFixture::deployFlow() {
+    return model().deployments().deployFlow();
+}
+
+void ModelFixture::cancelDeploy() {
+    model().deployments().cancelDeploy();
 }
 
 bool ModelFixture::poolIsIdle() {

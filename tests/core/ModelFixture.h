@@ -1,14 +1,11 @@
 #pragma once
 
 #include "core/AppState.h"
-#include "core/Catalog.h"
-#include "core/Connection.h"
-#include "core/Deployments.h"
-#include "core/Gates.h"
-#include "core/NewProject.h"
-#include "core/SignIn.h"
-#include "core/SiteOperations.h"
-#include "platform/PlatformClient.h"
+#include "core/ConnectionStatus.h"
+#include "platform/ConfigStore.h"
+#include "platform/Models.h"
+#include "platform/PlatformConfig.h"
+#include "support/Task.h"
 #include "tests/Await.h"
 #include "tests/core/ManualSleeper.h"
 #include "tests/RecordingDesktopServices.h"
@@ -22,20 +19,24 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <stop_token>
 #include <string>
 #include <vector>
 
 namespace driftwell {
 
+class DeployFlow;
+enum class SortOrder;
+
 /// For the test's messages.
-void PrintTo(const Connection::Status& status, std::ostream* stream);
+void PrintTo(const ConnectionStatus& status, std::ostream* stream);
 
 } // namespace driftwell
 
 namespace driftwell::tests {
 
 using Json = nlohmann::json;
-using Status = Connection::Status;
+using Status = ConnectionStatus;
 
 /// Records of the platform as it sends them.
 [[nodiscard]] Json siteRecord(const std::string& name, const std::optional<std::string>& deployedAt = {});
@@ -71,6 +72,23 @@ protected:
 
     /// Made when it is first asked for.
     AppState& model();
+
+    // What most tests ask of the model's parts. Tests of one part ask it themselves.
+    [[nodiscard]] Status status();
+    [[nodiscard]] std::optional<PlatformConfig> config();
+    [[nodiscard]] std::optional<Identity> identity();
+    Task<> refresh(std::stop_token stop = {});
+    void reloadConfig();
+    void setHost(const QString& host);
+    [[nodiscard]] QList<SiteInfo> sites();
+    [[nodiscard]] std::optional<SiteInfo> existingSite(const QString& name);
+    [[nodiscard]] QString filter();
+    void setFilter(const QString& filter);
+    [[nodiscard]] QList<SiteInfo> filteredSites();
+    [[nodiscard]] SortOrder sortOrder();
+    void setSortOrder(SortOrder order);
+    [[nodiscard]] std::shared_ptr<DeployFlow> deployFlow();
+    void cancelDeploy();
 
     /// What the model sleeps with in place of `sleeper`; to be given before the model is made.
     void sleepWith(Sleeper sleep) { m_sleep = std::move(sleep); }

@@ -1,3 +1,7 @@
+#include "core/NewProject.h"
+
+#include "core/Gates.h"
+#include "deploy/DeployFlow.h"
 #include "tests/core/ModelFixture.h"
 
 #include <gmock/gmock.h>
@@ -19,11 +23,9 @@ protected:
 
     /// The folder whose name is asked for, if there is one.
     [[nodiscard]] std::string deployed() {
-        const std::shared_ptr<DeployFlow> flow = model().deployments().deployFlow();
+        const std::shared_ptr<DeployFlow> flow = deployFlow();
         return flow ? flow->folder().filename().string() : "none";
     }
-
-    void refresh() { await(model().connection().refresh()); }
 };
 
 TEST_F(NewProjectTest, IsDeployedAtOnceWhileConnected) {
@@ -35,43 +37,43 @@ TEST_F(NewProjectTest, IsDeployedAtOnceWhileConnected) {
 
 TEST_F(NewProjectTest, WaitsUntilThePlatformHasAnswered) {
     configureLocal();
-    model().connection().reloadConfig();
+    reloadConfig();
     give("garden");
     EXPECT_EQ(deployed(), "none");
-    refresh();
+    await(refresh());
     EXPECT_EQ(deployed(), "garden");
 }
 
 TEST_F(NewProjectTest, WaitsUntilAPlatformIsChosen) {
-    model().connection().reloadConfig();
-    refresh();
+    reloadConfig();
+    await(refresh());
     give("garden");
     EXPECT_EQ(deployed(), "none");
-    model().connection().setHost(localHost());
+    setHost(localHost());
     waitUntil([this] { return deployed() == "garden"; });
 }
 
 TEST_F(NewProjectTest, WaitsUntilThePersonHasSignedIn) {
     writeConfig({{"host", remoteHost().toStdString()}});
-    model().connection().reloadConfig();
-    refresh();
-    ASSERT_EQ(model().connection().status(), Status::signedOut());
+    reloadConfig();
+    await(refresh());
+    ASSERT_EQ(status(), Status::signedOut());
     give("garden");
     EXPECT_EQ(deployed(), "none");
     configureRemote();
-    refresh();
+    await(refresh());
     EXPECT_EQ(deployed(), "garden");
 }
 
 TEST_F(NewProjectTest, WaitsUntilThePlatformIsInReach) {
     configureLocal();
     server.closeWithoutAnswer("/api/sites");
-    model().connection().reloadConfig();
-    refresh();
+    reloadConfig();
+    await(refresh());
     give("garden");
     EXPECT_EQ(deployed(), "none");
     answerAll();
-    refresh();
+    await(refresh());
     EXPECT_EQ(deployed(), "garden");
 }
 
@@ -87,34 +89,34 @@ TEST_F(NewProjectTest, WaitsUntilTheIntroductionHasBeenGoneThrough) {
 
 TEST_F(NewProjectTest, TheNewestFolderCounts) {
     configureLocal();
-    model().connection().reloadConfig();
+    reloadConfig();
     give("garden");
     give("bakery");
-    refresh();
+    await(refresh());
     EXPECT_EQ(deployed(), "bakery");
 }
 
 TEST_F(NewProjectTest, IsDeployedOnce) {
     configureLocal();
-    model().connection().reloadConfig();
+    reloadConfig();
     give("garden");
-    refresh();
+    await(refresh());
     ASSERT_EQ(deployed(), "garden");
-    model().deployments().cancelDeploy();
-    model().connection().reloadConfig();
-    refresh();
+    cancelDeploy();
+    reloadConfig();
+    await(refresh());
     EXPECT_EQ(deployed(), "none");
 }
 
 TEST_F(NewProjectTest, AFolderThatIsChosenMeanwhileWaitsToo) {
     configureLocal();
-    model().connection().reloadConfig();
+    reloadConfig();
     RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
     model().newProject().chooseFolderAndDeployWhenPossible();
     answer.succeed(folder() / "work/garden");
     settle();
     EXPECT_EQ(deployed(), "none");
-    refresh();
+    await(refresh());
     EXPECT_EQ(deployed(), "garden");
 }
 

@@ -1,3 +1,4 @@
+#include "core/SignIn.h"
 #include "tests/core/ModelFixture.h"
 #include "tests/NoMoreDescriptors.h"
 
@@ -47,7 +48,7 @@ TEST_F(RefreshLoopTest, WhileConnectedTenSecondsPassBetweenAttempts) {
     configureLocal();
     answerAll();
     start();
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
     EXPECT_THAT(sleeper.requested(), ElementsAre(seconds(10)));
     wakeAndWait();
     EXPECT_THAT(sleeper.requested(), ElementsAre(seconds(10), seconds(10)));
@@ -57,7 +58,7 @@ TEST_F(RefreshLoopTest, WhileConnectedTenSecondsPassBetweenAttempts) {
 TEST_F(RefreshLoopTest, WithoutAHostTenSecondsPassBetweenLooks) {
     start();
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::noHost());
+    EXPECT_EQ(status(), Status::noHost());
     EXPECT_THAT(sleeper.requested(), ElementsAre(seconds(10), seconds(10)));
 }
 
@@ -66,12 +67,12 @@ TEST_F(RefreshLoopTest, WithoutAHostTheHostOfTheFileIsNotPickedUpUntilTheConfigu
     start();
     configureLocal();
     wakeAndWait();
-    EXPECT_FALSE(model().connection().config());
-    EXPECT_EQ(model().connection().status(), Status::noHost());
+    EXPECT_FALSE(config());
+    EXPECT_EQ(status(), Status::noHost());
     EXPECT_THAT(server.requests(), IsEmpty());
-    model().connection().reloadConfig();
+    reloadConfig();
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
 }
 
 TEST_F(RefreshLoopTest, APersonNotOnTheTeamIsTriedAgainEveryFiveSeconds) {
@@ -79,14 +80,14 @@ TEST_F(RefreshLoopTest, APersonNotOnTheTeamIsTriedAgainEveryFiveSeconds) {
     refuseEverything(403, errorAnswer("Not yours", "not_team"));
     start();
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::notTeam("Not yours"));
+    EXPECT_EQ(status(), Status::notTeam("Not yours"));
     EXPECT_THAT(sleeper.requested(), ElementsAre(seconds(5), seconds(5)));
     EXPECT_THAT(server.requests("/api/me"), SizeIs(2));
 
     answerAll();
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::connected()) << "the platform has stopped refusing";
-    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
+    EXPECT_EQ(status(), Status::connected()) << "the platform has stopped refusing";
+    EXPECT_THAT(namesOf(sites()), ElementsAre("garden", "bakery"));
     EXPECT_EQ(sleeper.requested().back(), seconds(10));
 }
 
@@ -95,14 +96,14 @@ TEST_F(RefreshLoopTest, ATokenThatAnotherProcessStoresIsPickedUp) {
     writeConfig({{"host", remoteHost().toStdString()}});
     start();
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     EXPECT_THAT(sleeper.requested(), ElementsAre(seconds(5), seconds(5)));
     EXPECT_THAT(server.requests(), IsEmpty());
 
     store().saveToken(QString(token), PlatformConfig(remoteHost()));
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::connected());
-    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
+    EXPECT_EQ(status(), Status::connected());
+    EXPECT_EQ(identity()->name, QStringLiteral("Ada"));
 }
 
 TEST_F(RefreshLoopTest, ARefusedTokenOfTheEnvironmentIsTriedAgainEveryFiveSeconds) {
@@ -110,7 +111,7 @@ TEST_F(RefreshLoopTest, ARefusedTokenOfTheEnvironmentIsTriedAgainEveryFiveSecond
     configureRemote();
     refuseEverything(401, "");
     start();
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     ChangeLog log(model());
     wakeAndWait();
     wakeAndWait();
@@ -126,14 +127,13 @@ TEST_F(RefreshLoopTest, AnUnreachablePlatformIsCountedDownTo) {
     server.answer("/api/sites", 500, "");
     start();
     for (int left = 8; left >= 1; --left) {
-        EXPECT_EQ(model().connection().status(), Status::unreachable(left));
+        EXPECT_EQ(status(), Status::unreachable(left));
         EXPECT_EQ(sleeper.requested().back(), seconds(1));
         EXPECT_THAT(server.requests("/api/sites"), SizeIs(1)) << "no attempt during the countdown";
         wakeAndWait();
     }
     EXPECT_THAT(server.requests("/api/sites"), SizeIs(2));
-    EXPECT_EQ(model().connection().status(), Status::unreachable(8))
-        << "the countdown begins again, no longer than before";
+    EXPECT_EQ(status(), Status::unreachable(8)) << "the countdown begins again, no longer than before";
     EXPECT_THAT(sleeper.requested(), SizeIs(9));
     EXPECT_THAT(sleeper.requested(), Each(Eq(milliseconds(1000))));
 }
@@ -143,13 +143,13 @@ TEST_F(RefreshLoopTest, ThePlatformsReturnEndsTheCountdownsForGood) {
     connectedModel();
     server.answer("/api/sites", 500, "");
     start();
-    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
-    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery")) << "what was known stays";
+    EXPECT_EQ(status(), Status::unreachable(8));
+    EXPECT_THAT(namesOf(sites()), ElementsAre("garden", "bakery")) << "what was known stays";
     answerAll();
     for (int left = 8; left >= 1; --left) {
         wakeAndWait();
     }
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
     EXPECT_EQ(sleeper.requested().back(), seconds(10));
 }
 
@@ -158,27 +158,27 @@ TEST_F(RefreshLoopTest, TheCountdownOverwritesWhatOthersMakeOfTheStatus) {
     answerAll();
     server.answer("/api/sites", 500, "");
     start();
-    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
+    EXPECT_EQ(status(), Status::unreachable(8));
 
     answerAll();
-    await(model().connection().refresh());
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    await(refresh());
+    EXPECT_EQ(status(), Status::connected());
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::unreachable(7));
+    EXPECT_EQ(status(), Status::unreachable(7));
 
-    model().connection().reloadConfig();
-    EXPECT_EQ(model().connection().status(), Status::connecting());
+    reloadConfig();
+    EXPECT_EQ(status(), Status::connecting());
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::unreachable(6));
+    EXPECT_EQ(status(), Status::unreachable(6));
 
     writeConfig(Json::object());
-    model().connection().reloadConfig();
+    reloadConfig();
     for (int left = 5; left >= 1; --left) {
         wakeAndWait();
-        EXPECT_EQ(model().connection().status(), Status::unreachable(left));
+        EXPECT_EQ(status(), Status::unreachable(left));
     }
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::noHost()) << "the refresh after the countdown settles it";
+    EXPECT_EQ(status(), Status::noHost()) << "the refresh after the countdown settles it";
 }
 
 TEST_F(RefreshLoopTest, TheCountdownOverwritesASignOutUntilItEnds) {
@@ -187,13 +187,13 @@ TEST_F(RefreshLoopTest, TheCountdownOverwritesASignOutUntilItEnds) {
     server.answer("/api/sites", 500, "");
     start();
     model().signIn().signOut();
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     for (int left = 7; left >= 1; --left) {
         wakeAndWait();
-        EXPECT_EQ(model().connection().status(), Status::unreachable(left));
+        EXPECT_EQ(status(), Status::unreachable(left));
     }
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
 }
 
 TEST_F(RefreshLoopTest, TheWaitFollowsTheStatusThatTheRefreshLeft) {
@@ -202,7 +202,7 @@ TEST_F(RefreshLoopTest, TheWaitFollowsTheStatusThatTheRefreshLeft) {
     start();
     server.answer("/api/sites", 401, "");
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     answerAll();
     store().saveToken(QString(token), PlatformConfig(remoteHost()));
     wakeAndWait();
@@ -245,7 +245,7 @@ TEST_F(RefreshLoopTest, TheModelsEndEndsTheCountdown) {
     refuseEverything(500, "");
     start();
     wakeAndWait();
-    EXPECT_EQ(model().connection().status(), Status::unreachable(7));
+    EXPECT_EQ(status(), Status::unreachable(7));
     endModel();
     EXPECT_FALSE(sleeper.isAsleep());
     EXPECT_THAT(sleeper.requested(), SizeIs(2));

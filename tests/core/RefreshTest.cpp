@@ -1,3 +1,6 @@
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/SignIn.h"
 #include "tests/core/ModelFixture.h"
 #include "tests/core/PoolHold.h"
 

@@ -1,4 +1,9 @@
+#include "core/SignIn.h"
+
+#include "core/Catalog.h"
+#include "core/Connection.h"
 #include "platform/CallbackRequest.h"
+#include "platform/PlatformClient.h"
 #include "tests/core/ModelFixture.h"
 #include "tests/Descriptors.h"
 #include "tests/platform/PortlessSockets.h"
@@ -31,9 +36,9 @@ protected:
     AppState& signedOutModel() {
         writeConfig({{"host", remoteHost().toStdString()}});
         answerAll();
-        model().connection().reloadConfig();
-        await(model().connection().refresh());
-        EXPECT_EQ(model().connection().status(), Status::signedOut());
+        reloadConfig();
+        await(refresh());
+        EXPECT_EQ(status(), Status::signedOut());
         return model();
     }
 
@@ -71,9 +76,9 @@ TEST_F(SignInTest, ConnectsToThePlatform) {
     EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
-    EXPECT_EQ(model().connection().status(), Status::connected());
-    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
-    EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
+    EXPECT_EQ(status(), Status::connected());
+    EXPECT_EQ(identity()->name, QStringLiteral("Ada"));
+    EXPECT_THAT(namesOf(sites()), ElementsAre("garden", "bakery"));
     EXPECT_FALSE(model().signIn().signInError());
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
     EXPECT_FALSE(isListening(callbackPort()));
@@ -90,12 +95,12 @@ TEST_F(SignInTest, ShowsTheConnectionBeingMade) {
     PlatformServer::Hold hold = server.holdAnswer("/api/sites");
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     waitUntil([&hold] { return hold.arrived(); });
-    EXPECT_EQ(model().connection().status(), Status::connecting());
-    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
+    EXPECT_EQ(status(), Status::connecting());
+    EXPECT_EQ(identity()->name, QStringLiteral("Ada"));
     EXPECT_TRUE(model().signIn().isSigningIn());
     hold.release();
     awaitEnd();
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
 }
 
 TEST_F(SignInTest, AsksForThePersonOnce) {
@@ -117,7 +122,7 @@ TEST_F(SignInTest, TellsItsObservers) {
 }
 
 TEST_F(SignInTest, WithoutAPlatformDoesNothing) {
-    model().connection().reloadConfig();
+    reloadConfig();
     ChangeLog log(model());
     model().signIn().signIn();
     EXPECT_FALSE(model().signIn().isSigningIn());
@@ -133,7 +138,7 @@ TEST_F(SignInTest, ASecondOneWhileTheFirstRunsDoesNothing) {
     EXPECT_THAT(desktop.openedUrls(), SizeIs(1));
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
 }
 
 TEST_F(SignInTest, WaitsOnAfterAForgedCallback) {
@@ -152,7 +157,7 @@ TEST_F(SignInTest, IsPossibleAgainAfterItEnded) {
     signIn();
     model().signIn().signOut();
     signIn();
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
     EXPECT_THAT(desktop.openedUrls(), SizeIs(2));
 }
 
@@ -164,7 +169,7 @@ TEST_F(SignInTest, SaysThatNoCallbackCame) {
     sleeper.wake();
     awaitEnd();
     EXPECT_EQ(model().signIn().signInError(), timedOut);
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     EXPECT_FALSE(isListening(callbackPort()));
 }
 
@@ -173,8 +178,8 @@ TEST_F(SignInTest, SaysThatTheTokenWasRefused) {
     server.answer("/api/me", 401, "");
     signIn();
     EXPECT_EQ(model().signIn().signInError(), QStringLiteral("Not signed in"));
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
-    EXPECT_FALSE(model().connection().identity());
+    EXPECT_EQ(status(), Status::signedOut());
+    EXPECT_FALSE(identity());
     EXPECT_EQ(storedToken(), std::nullopt);
 }
 
@@ -188,7 +193,7 @@ TEST_F(SignInTest, SaysInThePlatformsWordsWhyTheTokenWasRefused) {
 
 TEST_F(SignInTest, SaysThatThePlatformsHostIsBad) {
     writeConfig({{"host", "two words"}});
-    model().connection().reloadConfig();
+    reloadConfig();
     model().signIn().signIn();
     awaitEnd();
     EXPECT_EQ(model().signIn().signInError(), QStringLiteral("bad platform host"));
@@ -247,8 +252,8 @@ TEST_F(SignInTest, OfAPersonOutsideTheTeamIsNoFailure) {
     signedOutModel();
     server.answer("/api/sites", 403, errorAnswer("Ask an owner", "not_team"));
     signIn();
-    EXPECT_EQ(model().connection().status(), Status::notTeam(QStringLiteral("Ask an owner")));
-    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
+    EXPECT_EQ(status(), Status::notTeam(QStringLiteral("Ask an owner")));
+    EXPECT_EQ(identity()->name, QStringLiteral("Ada"));
     EXPECT_FALSE(model().signIn().signInError());
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
 }
@@ -264,7 +269,7 @@ TEST_F(SignInTest, CancellingDuringTheWaitStopsTheListenerAndLeavesNoMessage) {
     waitUntil([port] { return !isListening(port); });
     settle();
     EXPECT_FALSE(model().signIn().signInError());
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     EXPECT_EQ(storedToken(), std::nullopt);
 }
 
@@ -278,7 +283,7 @@ TEST_F(SignInTest, CancellingWhileThePlatformIsAskedKeepsNoToken) {
     waitUntil([this] { return !storedToken(); });
     settle();
     EXPECT_FALSE(model().signIn().signInError());
-    EXPECT_FALSE(model().connection().identity());
+    EXPECT_FALSE(identity());
 }
 
 TEST_F(SignInTest, CancellingNoneLeavesTheLastFailure) {
@@ -302,7 +307,7 @@ TEST_F(SignInTest, TheEndOfACancelledOneLeavesTheNextAlone) {
     EXPECT_TRUE(model().signIn().isSigningIn());
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
 }
 
 TEST_F(SignInTest, EndsWithTheModel) {
@@ -324,13 +329,13 @@ TEST_F(SignInTest, EndsWithTheModelWhileThePlatformIsAsked) {
 
 TEST_F(SignInTest, ThatEndsAfterThePlatformWasChangedBringsNobodyAlong) {
     signedOutModel().signIn().signIn();
-    model().connection().setHost(localHost());
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    setHost(localHost());
+    waitUntil([this] { return status() == Status::connected(); });
     server.answer("/api/me", 200, identityAnswer("Grace"));
     EXPECT_EQ(comeBack("fresh"), signedInResponse().toStdString());
     awaitEnd();
-    EXPECT_EQ(model().connection().identity()->name, QStringLiteral("Ada"));
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(identity()->name, QStringLiteral("Ada"));
+    EXPECT_EQ(status(), Status::connected());
     EXPECT_EQ(storedToken(), QStringLiteral("fresh"));
 }
 
@@ -339,9 +344,9 @@ TEST_F(SignInTest, ThatEndsAfterThePlatformWasChangedBringsNobodyAlong) {
 TEST_F(SignInTest, SigningOutForgetsTheTokenThePersonAndTheLists) {
     configureRemote();
     connectedModel().signIn().signOut();
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
-    EXPECT_FALSE(model().connection().identity());
-    EXPECT_THAT(model().catalog().sites(), IsEmpty());
+    EXPECT_EQ(status(), Status::signedOut());
+    EXPECT_FALSE(identity());
+    EXPECT_THAT(sites(), IsEmpty());
     EXPECT_THAT(model().catalog().libs(), IsEmpty());
     EXPECT_FALSE(model().catalog().stats());
     EXPECT_EQ(storedToken(), std::nullopt);
@@ -369,16 +374,16 @@ TEST_F(SignInTest, SigningOutCancelsASignInAndForgetsItsFailure) {
     const std::uint16_t port = callbackPort();
     model().signIn().signOut();
     EXPECT_FALSE(model().signIn().isSigningIn());
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     waitUntil([port] { return !isListening(port); });
 }
 
 TEST_F(SignInTest, SigningOutWithoutAPlatformDoesNothing) {
-    model().connection().reloadConfig();
+    reloadConfig();
     ChangeLog log(model());
     model().signIn().signOut();
     EXPECT_THAT(log.changes(), IsEmpty());
-    EXPECT_EQ(model().connection().status(), Status::noHost());
+    EXPECT_EQ(status(), Status::noHost());
     EXPECT_FALSE(std::filesystem::exists(configFile()));
 }
 
@@ -388,8 +393,8 @@ TEST_F(SignInTest, SigningOutWhereTheFileCannotBeWrittenHoldsForThisRun) {
     std::filesystem::remove_all(configFile().parent_path());
     folder().write("home/.config/dw", "");
     model().signIn().signOut();
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
-    EXPECT_FALSE(model().connection().identity());
+    EXPECT_EQ(status(), Status::signedOut());
+    EXPECT_FALSE(identity());
 }
 
 } // namespace

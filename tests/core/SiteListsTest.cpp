@@ -1,5 +1,6 @@
 #include "core/SiteLists.h"
 
+#include "core/Catalog.h"
 #include "tests/core/ModelFixture.h"
 
 #include <gmock/gmock.h>
@@ -183,8 +184,8 @@ protected:
         const Json sites{siteRecord("garden", "2026-01-01T00:00:00Z"), siteRecord("bakery", "2026-01-03T00:00:00Z"),
                          siteRecord("atelier", "2026-01-02T00:00:00Z")};
         server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
-        model().connection().reloadConfig();
-        await(model().connection().refresh());
+        reloadConfig();
+        await(refresh());
     }
 };
 
@@ -214,7 +215,7 @@ TEST_F(SiteListsOfModelTest, TheListsFollowTheSites) {
     EXPECT_THAT(namesOf(model().catalog().recentSites()), ElementsAre("bakery", "atelier", "garden"));
     const Json sites{siteRecord("garden", "2026-01-04T00:00:00Z"), siteRecord("quay", "2026-01-01T00:00:00Z")};
     server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
-    await(model().connection().refresh());
+    await(refresh());
     EXPECT_THAT(namesOf(model().catalog().filteredSites()), ElementsAre("garden", "quay"));
     EXPECT_THAT(namesOf(model().catalog().recentSites()), ElementsAre("garden", "quay"));
     model().catalog().setFilter("QUAY.sites");

@@ -1,3 +1,8 @@
+#include "core/SiteOperations.h"
+
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "platform/PlatformClient.h"
 #include "tests/core/ModelFixture.h"
 
 #include <gmock/gmock.h>
@@ -177,7 +182,7 @@ TEST_P(OperationTest, IsInFlightAndNothingElseChangesUntilThePlatformHasAnswered
 
 TEST_P(OperationTest, WithoutAPlatformDoesNothing) {
     writeConfig(Json::object());
-    model().connection().reloadConfig();
+    reloadConfig();
     ChangeLog log(model());
     await(start());
     settle();
@@ -190,7 +195,7 @@ TEST_P(OperationTest, GoesToThePlatformThatWasInUseAtItsStart) {
     Task<> running = start();
     waitUntil([&held] { return held.arrived(); });
     writeConfig(Json::object());
-    model().connection().reloadConfig();
+    reloadConfig();
     held.release();
     await(std::move(running));
     EXPECT_FALSE(error());
@@ -274,7 +279,7 @@ TEST_P(RefusedOperationTest, SaysWhyAndChangesNothingElse) {
     EXPECT_EQ(model().catalog().sites(), before);
     EXPECT_THAT(historyOf("garden"), ElementsAre("deployed"));
     EXPECT_EQ(model().catalog().expandedSite(), QStringLiteral("garden"));
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
     EXPECT_THAT(newRequests(), SizeIs(requests + 1)) << "nothing follows";
 }
 
@@ -381,7 +386,7 @@ TEST_F(RollbackTest, AFailedRefreshAfterwardsIsNoFailureOfTheRollback) {
     server.answer("/api/sites", 500, "");
     await(model().siteOperations().rollback(site("garden")));
     EXPECT_FALSE(model().siteOperations().rollbackError());
-    EXPECT_EQ(model().connection().status(), Status::unreachable(8));
+    EXPECT_EQ(status(), Status::unreachable(8));
     EXPECT_THAT(model().siteOperations().rollbacksInFlight(), IsEmpty());
 }
 
@@ -497,7 +502,7 @@ TEST_F(DeleteTest, AnotherExpandedSiteStays) {
 
 TEST_F(DeleteTest, EveryEntryWithTheNameGoes) {
     server.answer("/api/sites", 200, sitesAnswer({"garden", "bakery", "garden"}));
-    await(model().connection().refresh());
+    await(refresh());
     PlatformServer::Hold held = server.holdAnswer("/api/sites");
     Task<> running = model().siteOperations().deleteSite(site("garden"));
     waitUntil([&held] { return held.arrived(); });
@@ -511,7 +516,7 @@ TEST_F(DeleteTest, ASiteThatARefreshHasRemovedMeanwhileIsDeletedWithoutAWord) {
     Task<> running = model().siteOperations().deleteSite(site("garden"));
     waitUntil([&held] { return held.arrived(); });
     server.answer("/api/sites", 200, sitesAnswer({"bakery"}));
-    await(model().connection().refresh());
+    await(refresh());
     ChangeLog log(model());
     held.release();
     await(std::move(running));
@@ -524,20 +529,20 @@ TEST_F(DeleteTest, ASiteThatThePlatformStillListsComesBack) {
     // The refresh brings the very bytes of the refresh before.
     await(model().siteOperations().deleteSite(site("garden")));
     EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery"));
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
 }
 
 TEST_F(DeleteTest, ARefreshThatWasUnderWayBringsBackWhatItSaw) {
     PlatformServer::Hold underWay = server.holdAnswer("/api/sites");
-    Task<> refresh = model().connection().refresh();
+    Task<> underWayRefresh = refresh();
     waitUntil([&underWay] { return underWay.arrived(); });
     server.answer("/api/sites", 200, sitesAnswer({"bakery"}));
     await(model().siteOperations().deleteSite(site("garden")));
     EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("bakery"));
     underWay.release();
-    await(std::move(refresh));
+    await(std::move(underWayRefresh));
     EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("garden", "bakery")) << "the last to write wins";
-    await(model().connection().refresh());
+    await(refresh());
     EXPECT_THAT(namesOf(model().catalog().sites()), ElementsAre("bakery"));
 }
 
@@ -670,7 +675,7 @@ TEST_F(LibraryTest, TheNextPollBringsWhatThePlatformHas) {
     await(model().siteOperations().setLib("charts", true, "garden"));
     EXPECT_TRUE(listed("garden").libs);
     // The very bytes of the poll before.
-    await(model().connection().refresh());
+    await(refresh());
     EXPECT_FALSE(listed("garden").libs);
 }
 
@@ -749,7 +754,7 @@ TEST_F(AccessTest, TheAnswerReplacesTheWholeRecord) {
     Json record = siteRecord("garden");
     record["access"] = {{"mode", "public"}, {"emails", {"old@sites.test"}}, {"owner", "ada@sites.test"}};
     server.answer("/api/sites", 200, Json{{"sites", {record}}}.dump());
-    await(model().connection().refresh());
+    await(refresh());
     const Json answer{
         {"site", "garden"}, {"mode", "restricted"}, {"emails", {"tom@sites.test"}}, {"anyoneCanComment", true}};
     server.answer("/api/sites/garden/access", 200, answer.dump());
@@ -813,7 +818,7 @@ TEST_F(AccessTest, TheNextPollBringsWhatThePlatformHas) {
     await(model().siteOperations().setAccess("garden", SiteAccessMode::Public, std::nullopt, std::nullopt));
     EXPECT_TRUE(listed("garden").access);
     // The very bytes of the poll before.
-    await(model().connection().refresh());
+    await(refresh());
     EXPECT_FALSE(listed("garden").access);
 }
 
@@ -866,7 +871,7 @@ TEST_F(HistoryTest, TheNameIsEncodedInThePath) {
 
 TEST_F(HistoryTest, WithoutAPlatformIsNotAskedFor) {
     writeConfig(Json::object());
-    model().connection().reloadConfig();
+    reloadConfig();
     await(model().siteOperations().loadDeployHistory("garden"));
     EXPECT_THAT(newRequests(), IsEmpty());
 }
@@ -880,7 +885,7 @@ TEST_P(FailedHistoryTest, KeepsWhatItHadAndReportsNothing) {
     await(model().siteOperations().loadDeployHistory("garden"));
     EXPECT_THAT(historyOf("garden"), ElementsAre("deployed"));
     EXPECT_THAT(log.changes(), IsEmpty());
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    EXPECT_EQ(status(), Status::connected());
 }
 
 TEST_P(FailedHistoryTest, LeavesNoEntryWhereThereWasNone) {
@@ -908,7 +913,7 @@ TEST_F(HistoryTest, GoesWithEverythingElseOnASignOut) {
     loadHistory({logLine("1", "deployed")});
     server.answer("/api/sites", 401, "");
     ChangeLog log(model());
-    await(model().connection().refresh());
+    await(refresh());
     EXPECT_THAT(model().catalog().deployHistory(), IsEmpty());
     EXPECT_EQ(log.count("deployHistory"), 1);
 }
@@ -916,7 +921,7 @@ TEST_F(HistoryTest, GoesWithEverythingElseOnASignOut) {
 TEST_F(HistoryTest, StaysWhileThePlatformIsUnreachable) {
     loadHistory({logLine("1", "deployed")});
     server.answer("/api/sites", 500, "");
-    await(model().connection().refresh());
+    await(refresh());
     EXPECT_THAT(historyOf("garden"), ElementsAre("deployed"));
 }
 
@@ -993,7 +998,7 @@ TEST_F(SiteOperationsTest, ASiteWithoutAFolderShowsNothing) {
 
 TEST_F(SiteOperationsTest, WithoutAPlatformNothingIsOpenedOrShown) {
     writeConfig({{"folders", {{"garden", "/home/ada/garden"}}}});
-    model().connection().reloadConfig();
+    reloadConfig();
     model().siteOperations().openSite(site("garden"));
     model().siteOperations().revealFolder("garden");
     EXPECT_THAT(desktop.openedUrls(), IsEmpty());

@@ -1,5 +1,6 @@
 #include "ui/deploy/DeploySheetModel.h"
 
+#include "core/Deployments.h"
 #include "deploy/SiteName.h"
 #include "platform/PlatformError.h"
 #include "tests/ui/UiFixture.h"

@@ -1,3 +1,4 @@
+#include "core/SiteOperations.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/window/MainWindowModel.h"
 #include "ui/window/WindowControls.h"
@@ -216,7 +217,7 @@ TEST_F(DeploySheetTest, ReturnInTheFieldDeploys) {
     press(Qt::Key_Return);
     EXPECT_TRUE(flow().isDeploying());
     waitUntil([&hold] { return hold.arrived(); });
-    model().deployments().cancelDeploy();
+    cancelDeploy();
     waitUntil([&hold] { return hold.abandoned(); });
 }
 
@@ -226,21 +227,21 @@ TEST_F(DeploySheetTest, TheButtonDeploys) {
     click(QStringLiteral("Deploy"));
     EXPECT_TRUE(flow().isDeploying());
     waitUntil([&hold] { return hold.arrived(); });
-    model().deployments().cancelDeploy();
+    cancelDeploy();
     waitUntil([&hold] { return hold.abandoned(); });
 }
 
 TEST_F(DeploySheetTest, EscapeCancels) {
     showSheet();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
 TEST_F(DeploySheetTest, CancelCancels) {
     showSheet();
     click(QStringLiteral("Cancel"));
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 TEST_F(DeploySheetTest, TabStaysInTheSheet) {
@@ -364,7 +365,7 @@ TEST_F(DeploySheetTest, WhileDeployingCancelHasTheKeyboardAndCancels) {
     flow().begin();
     EXPECT_EQ(focus(), "Button Cancel");
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 TEST_F(DeploySheetTest, EscapeCancelsARunningDeployment) {
@@ -372,7 +373,7 @@ TEST_F(DeploySheetTest, EscapeCancelsARunningDeployment) {
     flow().begin();
     settleView();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -433,7 +434,7 @@ TEST_F(DeploySheetTest, DoneHasTheKeyboardAndCloses) {
     succeed();
     EXPECT_EQ(focus(), "Button Done");
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -484,14 +485,14 @@ TEST_F(DeploySheetTest, CloseClosesTheFailure) {
     fail();
     // The window has one, too.
     click(all(Role::Button, QStringLiteral("Close")).back().item);
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 TEST_F(DeploySheetTest, EscapeClosesTheFailure) {
     showSheet();
     fail();
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
     EXPECT_FALSE(sheetIsThere());
 }
 
@@ -527,7 +528,7 @@ TEST_F(DeploySheetTest, AWholeDeploymentIsDoneByKeyboard) {
     EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
     press(Qt::Key_Return);
     EXPECT_FALSE(sheetIsThere());
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 TEST_F(DeploySheetTest, AnotherDeploymentIsAnotherSheet) {
@@ -556,7 +557,7 @@ protected:
         connectedWith({"garden"});
         showWindow();
         server.answer("/api/rollback", 500, errorAnswer("no such version", "failed"));
-        await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().rollback(*existingSite(QStringLiteral("garden"))));
     }
     [[nodiscard]] bool alertIsThere() { return !all(Role::AlertMessage).empty(); }
 };
@@ -595,7 +596,7 @@ TEST_F(AlertSheetTest, AClickDismisses) {
 TEST_F(AlertSheetTest, TheNextFailureFollows) {
     showFailedRollback();
     server.answer("/api/sites/garden", 500, errorAnswer("only its owner may", "failed"));
-    await(model().siteOperations().deleteSite(*model().catalog().existingSite(QStringLiteral("garden"))));
+    await(model().siteOperations().deleteSite(*existingSite(QStringLiteral("garden"))));
     press(Qt::Key_Return);
     EXPECT_TRUE(isSeen(Role::AlertMessage, QStringLiteral("Delete failed")));
     EXPECT_EQ(focus(), "Button OK");
@@ -609,7 +610,7 @@ TEST_F(AlertSheetTest, ALongFailureIsReadWhole) {
     const std::string words = "The version before this one has been removed by the platform, which keeps versions for "
                               "thirty days only; deploy the folder again to bring it back.";
     server.answer("/api/rollback", 500, errorAnswer(words, "failed"));
-    await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
+    await(model().siteOperations().rollback(*existingSite(QStringLiteral("garden"))));
     EXPECT_FALSE(textItem(QString::fromStdString(words))->property("truncated").toBool());
 }
 
@@ -624,14 +625,14 @@ TEST_F(AlertSheetTest, AnAlertDuringADeploymentComesBeforeItAndLeavesItAsItWas) 
     openDeployment("shed");
     EXPECT_EQ(focus(), "EditableText Site name");
     server.answer("/api/rollback", 500, errorAnswer("no such version", "failed"));
-    await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
+    await(model().siteOperations().rollback(*existingSite(QStringLiteral("garden"))));
     EXPECT_EQ(focus(), "Button OK");
     press(Qt::Key_Escape);
     EXPECT_FALSE(alertIsThere());
-    EXPECT_TRUE(model().deployments().deployFlow());
+    EXPECT_TRUE(deployFlow());
     waitUntil([this] { return focus() == "EditableText Site name"; });
     press(Qt::Key_Escape);
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 // MainWindowView
@@ -698,7 +699,7 @@ TEST_F(MainWindowViewTest, TypingAFilterThatMatchesNothingKeepsTheKeyboardInTheF
     showWindow();
     press(Qt::Key_F, Qt::ControlModifier);
     type(QStringLiteral("zoo"));
-    EXPECT_EQ(model().catalog().filter(), QStringLiteral("zoo"));
+    EXPECT_EQ(filter(), QStringLiteral("zoo"));
     EXPECT_EQ(focus(), "EditableText Filter projects");
     press(Qt::Key_Escape);
     EXPECT_THAT(texts(), Contains("No projects yet"));

@@ -1,5 +1,7 @@
 #include "ui/window/MainWindowModel.h"
 
+#include "core/Gates.h"
+#include "core/SiteOperations.h"
 #include "tests/ui/UiFixture.h"
 
 #include <QSignalSpy>
@@ -28,11 +30,11 @@ protected:
     /// Lets one of the operations on a site fail.
     void failRollback(const char* text) {
         server.answer("/api/rollback", 500, errorAnswer(text, "failed"));
-        await(model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().rollback(*existingSite(QStringLiteral("garden"))));
     }
     void failDelete(const char* text) {
         server.answer("/api/sites/garden", 500, errorAnswer(text, "failed"));
-        await(model().siteOperations().deleteSite(*model().catalog().existingSite(QStringLiteral("garden"))));
+        await(model().siteOperations().deleteSite(*existingSite(QStringLiteral("garden"))));
     }
 
 private:
@@ -77,13 +79,13 @@ TEST_F(MainWindowModelTest, AFirstRunShowsTheSameWithoutAnIntroduction) {
 
 TEST_F(MainWindowModelTest, AConnectionThatIsBeingMadeShowsTheListAndNotTheEmptyState) {
     become(Kind::Connecting);
-    ASSERT_TRUE(model().catalog().sites().isEmpty());
+    ASSERT_TRUE(sites().isEmpty());
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
 TEST_F(MainWindowModelTest, AFilterWithoutSitesShowsTheListSoThatItCanSayThatNothingMatches) {
     connectedWith({});
-    model().catalog().setFilter(QStringLiteral("gar"));
+    setFilter(QStringLiteral("gar"));
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
@@ -103,18 +105,18 @@ TEST_F(MainWindowModelTest, AnOutageWithoutSitesShowsTheList) {
 TEST_F(MainWindowModelTest, OnlyAChangeOfTheContentIsAnnounced) {
     becomeOnRemote(Kind::Connecting);
     const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
-    await(model().connection().refresh());
-    ASSERT_EQ(model().connection().status(), Status::connected());
+    await(refresh());
+    ASSERT_EQ(status(), Status::connected());
     EXPECT_EQ(changes.count(), 0) << "the list was there before";
     server.answer("/api/sites", 403, errorAnswer(notTeamText, "not_team"));
-    await(model().connection().refresh());
+    await(refresh());
     EXPECT_EQ(changes.count(), 1);
     server.answer("/api/sites", 401, errorAnswer("sign in", "unauthenticated"));
-    await(model().connection().refresh());
-    ASSERT_EQ(model().connection().status(), Status::signedOut());
+    await(refresh());
+    ASSERT_EQ(status(), Status::signedOut());
     EXPECT_EQ(changes.count(), 1) << "it is the sign-in as before";
     writeConfig(Json::object());
-    model().connection().reloadConfig();
+    reloadConfig();
     EXPECT_EQ(changes.count(), 2);
 }
 
@@ -122,9 +124,9 @@ TEST_F(MainWindowModelTest, TheFilterChangesTheContent) {
     connectedWith({});
     ASSERT_EQ(window().content(), Content::EmptyState);
     const QSignalSpy changes(&window(), &MainWindowModel::contentChanged);
-    model().catalog().setFilter(QStringLiteral("gar"));
+    setFilter(QStringLiteral("gar"));
     EXPECT_EQ(changes.count(), 1);
-    model().catalog().setFilter(QString());
+    setFilter(QString());
     EXPECT_EQ(changes.count(), 2);
 }
 
@@ -152,7 +154,7 @@ TEST_F(MainWindowModelTest, TheBannerCountsDown) {
     const QSignalSpy changes(&window(), &MainWindowModel::bannerChanged);
     EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 8s · deploys are paused"));
     sleeper.wake();
-    waitUntil([this] { return model().connection().status() == Status::unreachable(7); });
+    waitUntil([this] { return status() == Status::unreachable(7); });
     EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 7s · deploys are paused"));
     EXPECT_EQ(changes.count(), 1);
 }
@@ -198,7 +200,7 @@ TEST_F(MainWindowModelTest, WhileTheIntroductionIsShownThereIsNoDropEvenWithAWor
 }
 
 TEST_F(MainWindowModelTest, BeforeThePlatformIsKnownThereIsNoDrop) {
-    ASSERT_EQ(model().connection().status(), Status::connecting());
+    ASSERT_EQ(status(), Status::connecting());
     EXPECT_FALSE(window().canDeploy());
 }
 
@@ -223,8 +225,8 @@ TEST_F(MainWindowModelTest, TheWelcomeFollowsTheConnectionWhileTheFolderHovers) 
 TEST_F(MainWindowModelTest, ADroppedFolderOpensADeployment) {
     become(Kind::Connected);
     window().drop(siteFolder("garden"));
-    ASSERT_TRUE(model().deployments().deployFlow());
-    EXPECT_EQ(model().deployments().deployFlow()->folder(), siteFolder("garden"));
+    ASSERT_TRUE(deployFlow());
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("garden"));
 }
 
 // The sheet of a deployment
@@ -240,7 +242,7 @@ TEST_F(MainWindowModelTest, ADeploymentHasASheetForAsLongAsItIsOnScreen) {
     ASSERT_NE(window().deploySheet(), nullptr);
     EXPECT_EQ(window().deploySheet()->siteName(), QStringLiteral("garden"));
     EXPECT_EQ(changes.count(), 1);
-    model().deployments().cancelDeploy();
+    cancelDeploy();
     EXPECT_EQ(window().deploySheet(), nullptr);
     EXPECT_EQ(changes.count(), 2);
 }
@@ -330,7 +332,7 @@ TEST_F(MainWindowModelTest, TheHostThatAPersonTypesIsConnectedTo) {
     answerAll();
     window().setHost(localHost());
     EXPECT_EQ(window().host(), host());
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    waitUntil([this] { return status() == Status::connected(); });
 }
 
 TEST_F(MainWindowModelTest, ThereIsAnExampleOfAHost) {
@@ -345,7 +347,7 @@ TEST_F(MainWindowModelTest, ChoosingAFolderOpensADeploymentOfIt) {
     EXPECT_EQ(desktop.folderQuestions()[0].prompt, "Deploy");
     EXPECT_EQ(desktop.folderQuestions()[0].message, "Choose a folder to deploy to " + host().toStdString());
     answer.succeed(siteFolder("garden"));
-    waitUntil([this] { return model().deployments().deployFlow() != nullptr; });
+    waitUntil([this] { return deployFlow() != nullptr; });
 }
 
 } // namespace

@@ -75,9 +75,9 @@ TEST_F(MenuBarModelTest, APersonWhoIsNotOnTheTeamIsNamed) {
 TEST_F(MenuBarModelTest, APersonWhoIsNotOnTheTeamAndNotKnownIsToldTheHost) {
     configureLocal();
     server.answer("/api/me", 403, errorAnswer(notTeamText, "not_team"));
-    model().connection().reloadConfig();
-    await(model().connection().refresh());
-    ASSERT_EQ(model().connection().status().kind, Kind::NotTeam);
+    reloadConfig();
+    await(refresh());
+    ASSERT_EQ(status().kind, Kind::NotTeam);
     EXPECT_EQ(header(), hostText());
 }
 
@@ -115,9 +115,9 @@ TEST_F(MenuBarModelTest, AConnectionToAPlatformThatKnowsNobodyIsStillConnecting)
     configureLocal();
     answerAll();
     server.answer("/api/me", 200, "null");
-    model().connection().reloadConfig();
-    await(model().connection().refresh());
-    ASSERT_EQ(model().connection().status(), Status::connected());
+    reloadConfig();
+    await(refresh());
+    ASSERT_EQ(status(), Status::connected());
     EXPECT_EQ(title(), "Connecting…");
 }
 
@@ -232,7 +232,7 @@ TEST_F(MenuBarModelTest, ItFollowsTheModel) {
     };
     EXPECT_GE(changesDuring([this] { become(Kind::Connecting); }), 1);
     EXPECT_GE(changesDuring([this] { become(Kind::Connected); }), 1);
-    EXPECT_GE(changesDuring([this] { await(model().connection().refresh()); }), 1) << "ages grow with each refresh";
+    EXPECT_GE(changesDuring([this] { await(refresh()); }), 1) << "ages grow with each refresh";
     const std::shared_ptr<DeployFlow> flow = openDeployment("garden");
     EXPECT_EQ(changesDuring([&flow] { flow->begin(); }), 1);
     EXPECT_EQ(changesDuring([&flow] { flow->succeed({}); }), 1);

@@ -1,3 +1,4 @@
+#include "core/SignIn.h"
 #include "tests/ui/ViewFixture.h"
 #include "tests/ui/ViewModels.h"
 #include "ui/tray/MenuBarModel.h"
@@ -90,8 +91,8 @@ TEST_F(MenuBarViewTest, ATitleThatIsCutIsToldWholeUnderTheRestingPointer) {
     answerAll();
     server.answer("/api/me", 200,
                   Json{{"id", "7"}, {"name", "Ada"}, {"email", email}, {"avatar", ""}, {"handle", "ada"}}.dump());
-    model().connection().reloadConfig();
-    await(model().connection().refresh());
+    reloadConfig();
+    await(refresh());
     showPanel();
     const QString title = QStringLiteral("Connected as ") + QString::fromStdString(email);
     ASSERT_TRUE(textItem(title)->property("truncated").toBool());
@@ -169,7 +170,7 @@ TEST_F(MenuBarViewTest, ARecentSiteKeepsTheKeyboardWhenThePlatformIsPolled) {
     showPanel();
     EXPECT_EQ(focus(), "Button new") << "as in a menu";
     EXPECT_THAT(tabs(1), ElementsAre("Button old"));
-    await(model().connection().refresh());
+    await(refresh());
     EXPECT_EQ(focus(), "Button old");
     press(Qt::Key_Return);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
@@ -220,7 +221,7 @@ TEST_F(MenuBarViewTest, APersonSignsOut) {
     showPanel();
     click(QStringLiteral("Sign out"));
     EXPECT_EQ(dismissals(), 1);
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     EXPECT_THAT(texts(), Contains("Not signed in"));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
 }

@@ -1,5 +1,6 @@
 #include "ui/sites/SiteListModel.h"
 
+#include "core/SiteLists.h"
 #include "tests/ui/UiFixture.h"
 #include "tests/ui/ViewModels.h"
 
@@ -79,7 +80,7 @@ TEST_F(SiteListModelTest, TheSubtitleFollowsTheSitesAndTheFilter) {
     const QSignalSpy changes(&list(), &SiteListModel::textsChanged);
     QString told;
     QObject::connect(&list(), &SiteListModel::textsChanged, &list(), [&] { told = list().subtitle(); });
-    model().catalog().setFilter(QStringLiteral("gar"));
+    setFilter(QStringLiteral("gar"));
     EXPECT_EQ(told, QStringLiteral("1 of 2 projects")) << "the rows have changed before the texts are told";
     connectedWith({"garden"});
     EXPECT_EQ(told, QStringLiteral("1 of 1 project"));
@@ -89,16 +90,16 @@ TEST_F(SiteListModelTest, TheSubtitleFollowsTheSitesAndTheFilter) {
 TEST_F(SiteListModelTest, AFilterThatMatchesNothingIsNamedAsItWasTyped) {
     connectedWith({"garden", "bakery"});
     EXPECT_EQ(list().nothingMatches(), QString());
-    model().catalog().setFilter(QStringLiteral(" Zoo "));
+    setFilter(QStringLiteral(" Zoo "));
     EXPECT_EQ(list().nothingMatches(), QStringLiteral("No projects match “ Zoo ”"));
-    model().catalog().setFilter(QString());
+    setFilter(QString());
     EXPECT_EQ(list().nothingMatches(), QString());
     EXPECT_EQ(list().sites()->rowCount(), 2);
 }
 
 TEST_F(SiteListModelTest, AFilterThatLooksLikeAPlaceholderIsNamedAsItWasTyped) {
     connectedWith({"garden"});
-    model().catalog().setFilter(QStringLiteral("%1 %2"));
+    setFilter(QStringLiteral("%1 %2"));
     EXPECT_EQ(list().nothingMatches(), QStringLiteral("No projects match “%1 %2”"));
 }
 
@@ -146,7 +147,7 @@ TEST_F(SiteListModelTest, ANewProjectAsksForAFolder) {
     RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
     list().chooseFolderAndDeploy();
     answer.succeed(siteFolder("garden"));
-    waitUntil([this] { return model().deployments().deployFlow() != nullptr; });
+    waitUntil([this] { return deployFlow() != nullptr; });
 }
 
 // Order
@@ -156,10 +157,10 @@ TEST_F(SiteListModelTest, PressingAColumnSortsByIt) {
     const QSignalSpy changes(&list(), &SiteListModel::sortOrderChanged);
     list().sortByName();
     EXPECT_TRUE(list().isSortedByName());
-    EXPECT_EQ(model().catalog().sortOrder(), SortOrder::Name);
+    EXPECT_EQ(sortOrder(), SortOrder::Name);
     list().sortByTime();
     EXPECT_FALSE(list().isSortedByName());
-    EXPECT_EQ(model().catalog().sortOrder(), SortOrder::MostRecent);
+    EXPECT_EQ(sortOrder(), SortOrder::MostRecent);
     EXPECT_EQ(changes.count(), 2);
 }
 

@@ -1,3 +1,5 @@
+#include "core/SiteLists.h"
+#include "core/SiteOperations.h"
 #include "tests/ui/ViewFixture.h"
 #include "tests/ui/ViewModels.h"
 #include "ui/sites/SiteListModel.h"
@@ -15,7 +17,7 @@ using testing::Not;
 
 class SiteListViewTest : public ViewFixture {
 protected:
-    void SetUp() override { model().catalog().setSortOrder(SortOrder::Name); }
+    void SetUp() override { setSortOrder(SortOrder::Name); }
 
     void TearDown() override {
         hideView();
@@ -100,8 +102,8 @@ TEST_F(SiteListViewTest, AVeryLongHostIsReadWholeInTheHint) {
     const QString host = QString(60, u'a') + u'.' + QString(63, u'b') + u'.' + QString(63, u'c') + u'.' +
                          QString(50, u'd') + QStringLiteral(".test");
     writeConfig({{"host", "https://" + host.toStdString()}});
-    model().connection().reloadConfig();
-    await(model().connection().refresh());
+    reloadConfig();
+    await(refresh());
     showList({780, 520});
     const QString words = QStringLiteral("Deploys are paused until you sign in to ") + host;
     QQuickItem* const hint = the(Role::Button, words).item;
@@ -161,11 +163,11 @@ TEST_F(SiteListViewTest, WithoutSitesTheTableIsLeftOut) {
 TEST_F(SiteListViewTest, AFilterThatMatchesNothingSaysSoAndClearingItBringsTheTableBack) {
     connectedWith({"garden", "bakery"});
     showList();
-    model().catalog().setFilter(QStringLiteral("zoo"));
+    setFilter(QStringLiteral("zoo"));
     EXPECT_THAT(texts(), ElementsAre("My projects", "0 of 2 projects", "No projects match “zoo”"));
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sort by Name")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Drag a folder here to publish a new project")));
-    model().catalog().setFilter(QString());
+    setFilter(QString());
     EXPECT_THAT(rows(), ElementsAre("bakery", "garden"));
     EXPECT_THAT(texts(), Not(Contains("No projects match “zoo”")));
 }
@@ -173,7 +175,7 @@ TEST_F(SiteListViewTest, AFilterThatMatchesNothingSaysSoAndClearingItBringsTheTa
 TEST_F(SiteListViewTest, TheSubtitleFollowsTheFilter) {
     connectedWith({"garden", "bakery"});
     showList();
-    model().catalog().setFilter(QStringLiteral("gar"));
+    setFilter(QStringLiteral("gar"));
     EXPECT_THAT(texts(), Contains("1 of 2 projects"));
     EXPECT_THAT(rows(), ElementsAre("garden"));
 }
@@ -203,7 +205,7 @@ TEST_F(SiteListViewTest, TheNewProjectButtonAsksForAFolder) {
     ASSERT_EQ(desktop.folderQuestions().size(), 1U);
     answer.succeed(std::nullopt);
     settleView();
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 TEST_F(SiteListViewTest, TheHintAsksForAFolderToo) {
@@ -315,7 +317,7 @@ TEST_F(SiteListViewTest, ABusyRowSaysWhatIsUnderWayAndKeepsItsButtons) {
     server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
     PlatformServer::Hold hold = server.holdAnswer("/api/rollback");
     showList();
-    Task<> rollback = model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden")));
+    Task<> rollback = model().siteOperations().rollback(*existingSite(QStringLiteral("garden")));
     EXPECT_THAT(texts(), Contains("Rolling back…"));
     hover(row(QStringLiteral("garden")));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open garden")));

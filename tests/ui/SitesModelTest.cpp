@@ -1,5 +1,7 @@
 #include "ui/sites/SitesModel.h"
 
+#include "core/SiteLists.h"
+#include "core/SiteOperations.h"
 #include "tests/deploy/Seed.h"
 #include "tests/ui/UiFixture.h"
 #include "tests/ui/ViewModels.h"
@@ -85,7 +87,7 @@ private:
 
 class SitesModelTest : public UiFixture {
 protected:
-    void SetUp() override { model().catalog().setSortOrder(SortOrder::Name); }
+    void SetUp() override { setSortOrder(SortOrder::Name); }
 
     void TearDown() override {
         m_mirror.reset();
@@ -112,7 +114,7 @@ protected:
     /// The platform holds these sites from now on, and the model knows.
     void change(const std::vector<std::string>& names) {
         server.answer("/api/sites", 200, sitesAnswer(names));
-        await(model().connection().refresh());
+        await(refresh());
     }
 
     [[nodiscard]] std::vector<std::string> names() {
@@ -219,7 +221,7 @@ TEST_F(SitesModelTest, ASiteThatIsGoneIsOneRowLess) {
 }
 
 TEST_F(SitesModelTest, ASiteThatWasDeployedMovesToTheTop) {
-    model().catalog().setSortOrder(SortOrder::MostRecent);
+    setSortOrder(SortOrder::MostRecent);
     connectedWithRecords({siteRecord("a", "2026-03-03T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
                           siteRecord("c", "2026-03-01T10:00:00Z")});
     mirror();
@@ -253,11 +255,11 @@ TEST_F(SitesModelTest, AnUnchangedAnswerOnlyRenewsTheTimes) {
 TEST_F(SitesModelTest, TheFilterTakesRowsAwayAndBringsThemBack) {
     connectedWith({"apple", "banana", "apricot"});
     mirror();
-    model().catalog().setFilter(QStringLiteral("ap"));
+    setFilter(QStringLiteral("ap"));
     EXPECT_THAT(names(), ElementsAre("apple", "apricot"));
     EXPECT_THAT(listLog(), ElementsAre("remove 2 2"));
     mirror().clearLog();
-    model().catalog().setFilter(QString());
+    setFilter(QString());
     EXPECT_THAT(names(), ElementsAre("apple", "apricot", "banana"));
     EXPECT_THAT(listLog(), ElementsAre("insert 2 2"));
 }
@@ -266,7 +268,7 @@ TEST_F(SitesModelTest, AnotherOrderMovesTheRows) {
     connectedWithRecords({siteRecord("a", "2026-03-01T10:00:00Z"), siteRecord("b", "2026-03-02T10:00:00Z"),
                           siteRecord("c", "2026-03-03T10:00:00Z")});
     mirror();
-    model().catalog().setSortOrder(SortOrder::MostRecent);
+    setSortOrder(SortOrder::MostRecent);
     EXPECT_THAT(names(), ElementsAre("c", "b", "a"));
     EXPECT_THAT(listLog(), ElementsAre("move 2 0", "move 2 1"));
     expectMirrored();
@@ -279,12 +281,12 @@ TEST_F(SitesModelTest, WhereAFilterScattersManyRowsTheyStayAndShowOtherSites) {
     }
     connectedWith(all);
     mirror();
-    model().catalog().setFilter(QStringLiteral("even"));
+    setFilter(QStringLiteral("even"));
     EXPECT_EQ(sites().rowCount(), 100);
     EXPECT_THAT(mirror().log(), ElementsAre("remove 100 199", "change 0 99"));
     expectMirrored();
     mirror().clearLog();
-    model().catalog().setFilter(QString());
+    setFilter(QString());
     EXPECT_EQ(names(), all);
     EXPECT_THAT(mirror().log(), ElementsAre("change 0 99", "insert 100 199"));
     expectMirrored();
@@ -321,11 +323,10 @@ TEST_F(SitesModelTest, RandomChangesReachTheViewsThroughSignalsAlone) {
     for (int round = 0; round < 120; ++round) {
         switch (number(4)) {
         case 0:
-            model().catalog().setFilter(
-                QStringLiteral("site-%1").arg(number(4) == 0 ? QString() : QString::number(number(3))));
+            setFilter(QStringLiteral("site-%1").arg(number(4) == 0 ? QString() : QString::number(number(3))));
             break;
         case 1:
-            model().catalog().setSortOrder(number(2) == 0 ? SortOrder::Name : SortOrder::MostRecent);
+            setSortOrder(number(2) == 0 ? SortOrder::Name : SortOrder::MostRecent);
             break;
         default: {
             std::shuffle(all.begin(), all.end(), random);
@@ -336,10 +337,10 @@ TEST_F(SitesModelTest, RandomChangesReachTheViewsThroughSignalsAlone) {
                                                                            : "2024-03-" + day + "T10:00:00Z"));
             }
             server.answer("/api/sites", 200, Json{{"sites", records}}.dump());
-            await(model().connection().refresh());
+            await(refresh());
         }
         }
-        const std::vector<std::string> expected = namesOf(model().catalog().filteredSites());
+        const std::vector<std::string> expected = namesOf(filteredSites());
         ASSERT_EQ(names(), expected) << "round " << round;
         expectMirrored();
         ASSERT_FALSE(HasFailure()) << "round " << round;
@@ -353,7 +354,7 @@ TEST_F(SitesModelTest, ARollbackMakesItsRowBusyUntilItEnds) {
     server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
     PlatformServer::Hold hold = server.holdAnswer("/api/rollback");
     mirror();
-    Task<> rollback = model().siteOperations().rollback(*model().catalog().existingSite(QStringLiteral("garden")));
+    Task<> rollback = model().siteOperations().rollback(*existingSite(QStringLiteral("garden")));
     EXPECT_THAT(mirror().log(), ElementsAre("change 1 1"));
     EXPECT_EQ(data(1, Role::BusyRole), true);
     EXPECT_EQ(data(1, Role::UpdatedTextRole), QStringLiteral("Rolling back…"));
@@ -368,7 +369,7 @@ TEST_F(SitesModelTest, ARollbackMakesItsRowBusyUntilItEnds) {
 
 TEST_F(SitesModelTest, ADeleteWinsOverARollback) {
     connectedWith({"bakery", "garden"});
-    const SiteInfo garden = *model().catalog().existingSite(QStringLiteral("garden"));
+    const SiteInfo garden = *existingSite(QStringLiteral("garden"));
     PlatformServer::Hold rollbackHold = server.holdAnswer("/api/rollback");
     PlatformServer::Hold deleteHold = server.holdAnswer("/api/sites/garden");
     Task<> rollback = model().siteOperations().rollback(garden);

@@ -1,3 +1,4 @@
+#include "core/SignIn.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/window/MainWindowModel.h"
 
@@ -68,7 +69,7 @@ TEST_F(StartViewsTest, ConnectIsDisabledWhileTheFieldIsBlank) {
     type(QStringLiteral("   "));
     EXPECT_FALSE(the(Role::Button, connect).isEnabled());
     click(connect);
-    EXPECT_FALSE(model().connection().config());
+    EXPECT_FALSE(config());
     type(QStringLiteral("x"));
     EXPECT_TRUE(the(Role::Button, connect).isEnabled());
 }
@@ -77,7 +78,7 @@ TEST_F(StartViewsTest, ReturnInABlankFieldDoesNothing) {
     showNoHost();
     type(QStringLiteral("  "));
     press(Qt::Key_Return);
-    EXPECT_FALSE(model().connection().config());
+    EXPECT_FALSE(config());
 }
 
 TEST_F(StartViewsTest, ReturnConnectsToTheHostInTheField) {
@@ -85,9 +86,9 @@ TEST_F(StartViewsTest, ReturnConnectsToTheHostInTheField) {
     answerAll();
     type(localHost());
     press(Qt::Key_Return);
-    ASSERT_TRUE(model().connection().config());
-    EXPECT_EQ(model().connection().config()->host(), host());
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    ASSERT_TRUE(config());
+    EXPECT_EQ(config()->host(), host());
+    waitUntil([this] { return status() == Status::connected(); });
 }
 
 TEST_F(StartViewsTest, TheButtonConnectsToTheHostInTheField) {
@@ -95,9 +96,9 @@ TEST_F(StartViewsTest, TheButtonConnectsToTheHostInTheField) {
     answerAll();
     type(localHost());
     click(QStringLiteral("Connect"));
-    ASSERT_TRUE(model().connection().config());
-    EXPECT_EQ(model().connection().config()->host(), host());
-    waitUntil([this] { return model().connection().status() == Status::connected(); });
+    ASSERT_TRUE(config());
+    EXPECT_EQ(config()->host(), host());
+    waitUntil([this] { return status() == Status::connected(); });
 }
 
 TEST_F(StartViewsTest, TabGoesFromTheHostToItsButton) {
@@ -127,7 +128,7 @@ TEST_F(StartViewsTest, WithoutSitesAFolderCanBeChosen) {
     click(QStringLiteral("Choose a folder…"));
     ASSERT_EQ(desktop.folderQuestions().size(), 1U);
     answer.succeed(siteFolder("garden"));
-    waitUntil([this] { return model().deployments().deployFlow() != nullptr; });
+    waitUntil([this] { return deployFlow() != nullptr; });
 }
 
 TEST_F(StartViewsTest, WithoutSitesAFolderCanBeChosenByKeyboard) {
@@ -175,7 +176,7 @@ TEST_F(StartViewsTest, APersonWhoIsNotOnTheTeamCanSignOut) {
     becomeOnRemote(Kind::NotTeam);
     showSignIn();
     click(QStringLiteral("Sign out"));
-    EXPECT_EQ(model().connection().status(), Status::signedOut());
+    EXPECT_EQ(status(), Status::signedOut());
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
     EXPECT_FALSE(isSeen(Role::Graphic, QStringLiteral("Ada")));
 }
@@ -234,7 +235,7 @@ TEST_F(StartViewsTest, ALongRefusalIsReadWhole) {
     const std::string words = "Only people of the team may manage sites. Ask an administrator of the platform to add "
                               "you, and then try again here, or sign in with the account that is on the team already.";
     server.answer("/api/sites", 403, errorAnswer(words, "not_team"));
-    await(model().connection().refresh());
+    await(refresh());
     showSignIn();
     QQuickItem* const text = textItem(QString::fromStdString(words));
     EXPECT_FALSE(text->property("truncated").toBool());

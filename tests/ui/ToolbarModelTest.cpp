@@ -94,8 +94,8 @@ TEST_F(ToolbarModelTest, TheFilterIsTheModels) {
     ToolbarModel toolbar = toolbarOf(model());
     const QSignalSpy changes(&toolbar, &ToolbarModel::filterChanged);
     toolbar.setFilter(QStringLiteral("gar"));
-    EXPECT_EQ(model().catalog().filter(), QStringLiteral("gar"));
-    model().catalog().setFilter(QStringLiteral("bak"));
+    EXPECT_EQ(filter(), QStringLiteral("gar"));
+    setFilter(QStringLiteral("bak"));
     EXPECT_EQ(toolbar.filter(), QStringLiteral("bak"));
     EXPECT_EQ(changes.count(), 2);
 }

@@ -1,3 +1,4 @@
+#include "core/Catalog.h"
 #include "tests/ui/ViewFixture.h"
 #include "tests/ui/ViewModels.h"
 #include "ui/window/ToolbarModel.h"

@@ -9,7 +9,7 @@
 namespace driftwell::tests {
 namespace {
 
-using Status = Connection::Status;
+using Status = ConnectionStatus;
 
 const std::optional<PlatformConfig> platform = PlatformConfig(QStringLiteral("https://sites.test"));
 const std::optional<PlatformConfig> localPlatform = PlatformConfig(QStringLiteral("http://localhost:8787"));

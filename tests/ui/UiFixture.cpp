@@ -1,5 +1,6 @@
 #include "tests/ui/UiFixture.h"
 
+#include "core/Deployments.h"
 namespace driftwell::tests {
 
 UiFixture::UiFixture() {
@@ -35,11 +36,11 @@ AppState& UiFixture::settleAs(Kind kind) {
     case Kind::Connected:
         break;
     }
-    model().connection().reloadConfig();
+    reloadConfig();
     if (kind != Kind::Connecting) {
-        await(model().connection().refresh());
+        await(refresh());
     }
-    EXPECT_EQ(model().connection().status().kind, kind);
+    EXPECT_EQ(status().kind, kind);
     return model();
 }
 
@@ -47,9 +48,9 @@ AppState& UiFixture::connectedWithRecords(const std::vector<Json>& sites) {
     configureLocal();
     answerAll();
     server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
-    model().connection().reloadConfig();
-    await(model().connection().refresh());
-    EXPECT_EQ(model().connection().status(), Status::connected());
+    reloadConfig();
+    await(refresh());
+    EXPECT_EQ(status(), Status::connected());
     return model();
 }
 

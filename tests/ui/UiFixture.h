@@ -12,7 +12,7 @@ namespace driftwell::tests {
 /// before.
 class UiFixture : public ModelFixture {
 protected:
-    using Kind = Connection::Status::Kind;
+    using Kind = ConnectionStatus::Kind;
 
     UiFixture();
 
@@ -47,8 +47,8 @@ private:
 };
 
 /// All kinds of status.
-inline constexpr std::array allKinds{Connection::Status::Kind::Unreachable, Connection::Status::Kind::NotTeam,
-                                     Connection::Status::Kind::NoHost,      Connection::Status::Kind::Connecting,
-                                     Connection::Status::Kind::Connected,   Connection::Status::Kind::SignedOut};
+inline constexpr std::array allKinds{ConnectionStatus::Kind::Unreachable, ConnectionStatus::Kind::NotTeam,
+                                     ConnectionStatus::Kind::NoHost,      ConnectionStatus::Kind::Connecting,
+                                     ConnectionStatus::Kind::Connected,   ConnectionStatus::Kind::SignedOut};
 
 } // namespace driftwell::tests

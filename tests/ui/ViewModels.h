@@ -1,12 +1,5 @@
 #pragma once
 
-#include "core/AppState.h"
-#include "core/Catalog.h"
-#include "core/Connection.h"
-#include "core/Deployments.h"
-#include "core/NewProject.h"
-#include "core/SignIn.h"
-#include "core/SiteOperations.h"
 #include "ui/deploy/DeploySheetModel.h"
 #include "ui/signin/SignInModel.h"
 #include "ui/sites/SiteListModel.h"
@@ -16,38 +9,26 @@
 
 #include <memory>
 
+namespace driftwell {
+
+class AppState;
+
+} // namespace driftwell
+
 /// The models of the views on the parts of one model.
 namespace driftwell::tests {
 
-[[nodiscard]] inline MenuBarModel menuBarOf(AppState& state) {
-    return {state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn()};
-}
+[[nodiscard]] MenuBarModel menuBarOf(AppState& state);
 
-[[nodiscard]] inline ToolbarModel toolbarOf(AppState& state) {
-    return {state.connection(), state.catalog(), false, nullptr};
-}
+[[nodiscard]] ToolbarModel toolbarOf(AppState& state);
 
-[[nodiscard]] inline SignInModel signInOf(AppState& state) {
-    return {state.connection(), state.signIn(), nullptr};
-}
+[[nodiscard]] SignInModel signInOf(AppState& state);
 
-[[nodiscard]] inline SitesModel sitesOf(AppState& state) {
-    return {state.connection(), state.catalog(), state.deployments(), state.siteOperations(), nullptr};
-}
+[[nodiscard]] SitesModel sitesOf(AppState& state);
 
-[[nodiscard]] inline SiteListModel siteListOf(AppState& state, WindowServices& desktop) {
-    return {state.connection(),
-            state.catalog(),
-            state.deployments(),
-            state.siteOperations(),
-            state.newProject(),
-            desktop,
-            nullptr};
-}
+[[nodiscard]] SiteListModel siteListOf(AppState& state, WindowServices& desktop);
 
-[[nodiscard]] inline DeploySheetModel deploySheetOf(const std::shared_ptr<DeployFlow>& flow, AppState& state,
-                                                    WindowServices& desktop) {
-    return {flow, state.connection(), state.catalog(), state.deployments(), state.siteOperations(), desktop, nullptr};
-}
+[[nodiscard]] DeploySheetModel deploySheetOf(const std::shared_ptr<DeployFlow>& flow, AppState& state,
+                                             WindowServices& desktop);
 
 } // namespace driftwell::tests

@@ -1,5 +1,10 @@
 #include "apps/driftwell/Application.h"
 
+#include "core/AppState.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/Gates.h"
+#include "core/NewProject.h"
 #include "desktop/freedesktop/FreedesktopServices.h"
 #include "platform/PlatformClient.h"
 #include "support/Concurrency.h"

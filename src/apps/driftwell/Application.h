@@ -3,14 +3,10 @@
 #include "apps/driftwell/Invocation.h"
 #include "apps/driftwell/MainWindow.h"
 #include "apps/driftwell/TrayItem.h"
-#include "core/AppState.h"
-#include "core/Connection.h"
-#include "core/Deployments.h"
-#include "core/Gates.h"
-#include "core/NewProject.h"
 #include "desktop/freedesktop/Notification.h"
 #include "desktop/freedesktop/TrayHost.h"
 #include "desktop/WindowServices.h"
+#include "support/Task.h"
 #include "ui/tray/MenuBarModel.h"
 
 #include <QDBusConnection>
@@ -19,6 +15,8 @@
 #include <memory>
 
 namespace driftwell {
+
+class AppState;
 
 /// The running application: the tray item and the window on one model, from start to quit.
 class Application final : public QObject {

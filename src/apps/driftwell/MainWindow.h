@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/AppState.h"
 #include "desktop/WindowServices.h"
 
 #include <QObject>
@@ -13,6 +12,7 @@ class QQuickView;
 
 namespace driftwell {
 
+class AppState;
 /// The one window. It can be closed and opened again; while it is closed, nothing of it is in memory.
 class MainWindow final : public QObject {
     Q_OBJECT

@@ -1,7 +1,11 @@
 #include "ui/deploy/DeploySheetModel.h"
 
+#include "core/Catalog.h"
+#include "core/Connection.h"
 #include "core/ConnectionTexts.h"
+#include "core/Deployments.h"
 #include "core/Format.h"
+#include "core/SiteOperations.h"
 #include "core/SiteTexts.h"
 #include "deploy/SiteName.h"
 
@@ -258,6 +262,10 @@ void DeploySheetModel::confirm() {
     // What was judged is what is published: without the blanks around it.
     m_flow->setSiteName(trimmedName());
     m_deployments.confirmDeploy();
+}
+
+void DeploySheetModel::close() {
+    m_deployments.cancelDeploy();
 }
 
 void DeploySheetModel::openLiveSite() {

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "core/Catalog.h"
-#include "core/Connection.h"
-#include "core/Deployments.h"
-#include "core/SiteOperations.h"
 #include "deploy/DeployFlow.h"
 #include "desktop/WindowServices.h"
 #include "ui/style/Tone.h"
@@ -15,6 +11,11 @@
 #include <memory>
 
 namespace driftwell {
+
+class Catalog;
+class Connection;
+class Deployments;
+class SiteOperations;
 
 /// The sheet of one deployment in its four phases. Lives as long as the deployment is on screen.
 class DeploySheetModel final : public QObject {
@@ -114,7 +115,7 @@ public:
     /// Deploys when the name is valid.
     Q_INVOKABLE void confirm();
     /// Ends the deployment, or closes what is left of it.
-    Q_INVOKABLE void close() { m_deployments.cancelDeploy(); }
+    Q_INVOKABLE void close();
     Q_INVOKABLE void retry() { m_flow->retry(); }
     Q_INVOKABLE void openLiveSite();
     Q_INVOKABLE void copyUrl();

@@ -1,13 +1,16 @@
 #pragma once
 
-#include "core/Connection.h"
-#include "core/SignIn.h"
+#include "core/ConnectionStatus.h"
+#include "platform/PlatformConfig.h"
 
 #include <QObject>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
 namespace driftwell {
+
+class Connection;
+class SignIn;
 
 /// The screen of a person whom the platform does not let in: signed out, or not on the team.
 class SignInModel final : public QObject {
@@ -32,25 +35,25 @@ public:
     SignInModel(Connection& connection, SignIn& signIn, QObject* parent);
 
     // The texts, as functions of what is known.
-    [[nodiscard]] static QString symbol(const Connection::Status& status);
-    [[nodiscard]] static QString title(const Connection::Status& status, const std::optional<PlatformConfig>& config);
+    [[nodiscard]] static QString symbol(const ConnectionStatus& status);
+    [[nodiscard]] static QString title(const ConnectionStatus& status, const std::optional<PlatformConfig>& config);
     /// The platform's words for a person who is not on the team, else what is going to happen.
-    [[nodiscard]] static QString text(const Connection::Status& status);
-    [[nodiscard]] static Action action(const Connection::Status& status, bool isSigningIn);
+    [[nodiscard]] static QString text(const ConnectionStatus& status);
+    [[nodiscard]] static Action action(const ConnectionStatus& status, bool isSigningIn);
 
-    [[nodiscard]] QString symbol() const { return symbol(m_connection.status()); }
-    [[nodiscard]] QString title() const { return title(m_connection.status(), m_connection.config()); }
-    [[nodiscard]] QString text() const { return text(m_connection.status()); }
-    [[nodiscard]] bool hasIdentity() const { return m_connection.identity().has_value(); }
+    [[nodiscard]] QString symbol() const;
+    [[nodiscard]] QString title() const;
+    [[nodiscard]] QString text() const;
+    [[nodiscard]] bool hasIdentity() const;
     [[nodiscard]] QString personName() const;
     [[nodiscard]] QString personEmail() const;
-    [[nodiscard]] Action action() const { return action(m_connection.status(), m_signIn.isSigningIn()); }
+    [[nodiscard]] Action action() const;
     /// Why the last attempt failed; empty when it did not.
-    [[nodiscard]] QString error() const { return m_signIn.signInError().value_or(QString()); }
+    [[nodiscard]] QString error() const;
 
-    Q_INVOKABLE void signIn() { m_signIn.signIn(); }
-    Q_INVOKABLE void cancelSignIn() { m_signIn.cancelSignIn(); }
-    Q_INVOKABLE void signOut() { m_signIn.signOut(); }
+    Q_INVOKABLE void signIn();
+    Q_INVOKABLE void cancelSignIn();
+    Q_INVOKABLE void signOut();
 
 Q_SIGNALS:
     void changed();

@@ -1,7 +1,12 @@
 #include "ui/sites/SiteListModel.h"
 
+#include "core/Catalog.h"
+#include "core/Connection.h"
 #include "core/ConnectionTexts.h"
+#include "core/Deployments.h"
 #include "core/Format.h"
+#include "core/NewProject.h"
+#include "core/SiteOperations.h"
 
 namespace driftwell {
 
@@ -47,6 +52,22 @@ bool SiteListModel::isPaused() const {
 QString SiteListModel::dropHint() const {
     return pausedText(m_connection.config(), m_connection.status())
         .value_or(QStringLiteral("Drag a folder here to publish a new project"));
+}
+
+bool SiteListModel::isSortedByName() const {
+    return m_catalog.sortOrder() == SortOrder::Name;
+}
+
+void SiteListModel::sortByName() {
+    m_catalog.setSortOrder(SortOrder::Name);
+}
+
+void SiteListModel::sortByTime() {
+    m_catalog.setSortOrder(SortOrder::MostRecent);
+}
+
+void SiteListModel::chooseFolderAndDeploy() {
+    m_newProject.chooseFolderAndDeploy();
 }
 
 void SiteListModel::open(const QString& name) {

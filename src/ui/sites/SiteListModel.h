@@ -1,10 +1,5 @@
 #pragma once
 
-#include "core/Catalog.h"
-#include "core/Connection.h"
-#include "core/Deployments.h"
-#include "core/NewProject.h"
-#include "core/SiteOperations.h"
 #include "desktop/WindowServices.h"
 #include "ui/sites/SitesModel.h"
 
@@ -13,6 +8,12 @@
 #include <QtQml/qqmlregistration.h>
 
 namespace driftwell {
+
+class Catalog;
+class Connection;
+class Deployments;
+class NewProject;
+class SiteOperations;
 
 /// The page of the team's sites: its heading, its table, and what can be done with a site.
 class SiteListModel final : public QObject {
@@ -41,12 +42,12 @@ public:
     [[nodiscard]] bool isNewProjectEnabled() const { return !isPaused(); }
     [[nodiscard]] bool isPaused() const;
     [[nodiscard]] QString dropHint() const;
-    [[nodiscard]] bool isSortedByName() const { return m_catalog.sortOrder() == SortOrder::Name; }
+    [[nodiscard]] bool isSortedByName() const;
     [[nodiscard]] SitesModel* sites() { return &m_sites; }
 
-    Q_INVOKABLE void sortByName() { m_catalog.setSortOrder(SortOrder::Name); }
-    Q_INVOKABLE void sortByTime() { m_catalog.setSortOrder(SortOrder::MostRecent); }
-    Q_INVOKABLE void chooseFolderAndDeploy() { m_newProject.chooseFolderAndDeploy(); }
+    Q_INVOKABLE void sortByName();
+    Q_INVOKABLE void sortByTime();
+    Q_INVOKABLE void chooseFolderAndDeploy();
 
     // What a row offers, by the name of its site: rows move while a menu is open. For a site that has just gone they do
     // nothing.

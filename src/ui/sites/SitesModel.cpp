@@ -1,6 +1,10 @@
 #include "ui/sites/SitesModel.h"
 
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
 #include "core/Format.h"
+#include "core/SiteOperations.h"
 #include "ui/sites/ListChange.h"
 
 #include <algorithm>

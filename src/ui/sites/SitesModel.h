@@ -1,15 +1,16 @@
 #pragma once
 
-#include "core/Catalog.h"
-#include "core/Connection.h"
-#include "core/Deployments.h"
-#include "core/SiteOperations.h"
 #include "ui/sites/SiteRowTexts.h"
 
 #include <QAbstractListModel>
 #include <QtQml/qqmlregistration.h>
 
 namespace driftwell {
+
+class Catalog;
+class Connection;
+class Deployments;
+class SiteOperations;
 
 /// The rows of the site list: the model's filtered and sorted sites. A row follows its site through the list, and an
 /// unchanged row is never rebuilt. Only where many rows change places at once, for a new order or a filter that

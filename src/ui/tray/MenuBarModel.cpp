@@ -1,5 +1,10 @@
 #include "ui/tray/MenuBarModel.h"
 
+#include "core/Catalog.h"
+#include "core/Connection.h"
+#include "core/Deployments.h"
+#include "core/SignIn.h"
+#include "core/SiteOperations.h"
 #include "core/SiteTexts.h"
 
 namespace driftwell {

@@ -1,10 +1,6 @@
 #pragma once
 
-#include "core/Catalog.h"
-#include "core/Connection.h"
-#include "core/Deployments.h"
-#include "core/SignIn.h"
-#include "core/SiteOperations.h"
+#include "platform/Timestamp.h"
 #include "ui/tray/TrayTexts.h"
 
 #include <QObject>
@@ -13,6 +9,12 @@
 #include <QVariantList>
 
 namespace driftwell {
+
+class Catalog;
+class Connection;
+class Deployments;
+class SignIn;
+class SiteOperations;
 
 /// One row of the tray panel's recent sites.
 struct RecentSite {

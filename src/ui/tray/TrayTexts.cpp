@@ -7,7 +7,7 @@
 
 namespace driftwell {
 
-using Kind = Connection::Status::Kind;
+using Kind = ConnectionStatus::Kind;
 
 namespace {
 
@@ -30,7 +30,7 @@ TrayIconKind trayIconKind(const TrayFacts& facts) {
     return facts.isDeploying ? TrayIconKind::Pulsing : TrayIconKind::Glyph;
 }
 
-Tone trayTone(const Connection::Status& status) {
+Tone trayTone(const ConnectionStatus& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return Tone::Danger;

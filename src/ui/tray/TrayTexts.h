@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Connection.h"
+#include "core/ConnectionStatus.h"
 #include "platform/Models.h"
 #include "platform/PlatformConfig.h"
 #include "ui/style/Tone.h"
@@ -16,7 +16,7 @@ namespace driftwell {
 /// What is known of the platform, the person and what is under way.
 struct TrayFacts {
     std::optional<PlatformConfig> config = {};
-    Connection::Status status = Connection::Status::connecting();
+    ConnectionStatus status = ConnectionStatus::connecting();
     std::optional<Identity> identity = {};
     qsizetype sites = 0;
     bool isDeploying = false;
@@ -30,7 +30,7 @@ enum class TrayIconKind { Glyph, Pulsing, Warning };
 enum class AuthAction { None, SignIn, SignOut };
 
 [[nodiscard]] TrayIconKind trayIconKind(const TrayFacts& facts);
-[[nodiscard]] Tone trayTone(const Connection::Status& status);
+[[nodiscard]] Tone trayTone(const ConnectionStatus& status);
 [[nodiscard]] QString trayTitle(const TrayFacts& facts);
 [[nodiscard]] QString traySubtitle(const TrayFacts& facts);
 [[nodiscard]] AuthAction authAction(const TrayFacts& facts);

@@ -1,5 +1,8 @@
 #include "ui/window/MainWindowModel.h"
 
+#include "core/AppState.h"
+#include "core/Catalog.h"
+#include "core/Connection.h"
 #include "core/ConnectionTexts.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"

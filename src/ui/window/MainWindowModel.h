@@ -1,7 +1,6 @@
 #pragma once
 
-#include "core/AppState.h"
-#include "core/Connection.h"
+#include "core/ConnectionStatus.h"
 #include "desktop/WindowServices.h"
 #include "ui/deploy/DeploySheetModel.h"
 #include "ui/signin/SignInModel.h"
@@ -16,6 +15,9 @@
 #include <filesystem>
 
 namespace driftwell {
+
+class AppState;
+class Connection;
 
 /// The main window: which content it shows, its banner, its alerts, the drop of a folder, and the models of its parts.
 /// Lives as long as the window is open.
@@ -47,7 +49,7 @@ public:
     MainWindowModel(AppState& state, WindowServices& desktop);
     ~MainWindowModel() override;
 
-    [[nodiscard]] static Content content(Connection::Status::Kind status, bool hasSites, bool isFiltered);
+    [[nodiscard]] static Content content(ConnectionStatus::Kind status, bool hasSites, bool isFiltered);
 
     [[nodiscard]] Content content() const { return m_content; }
     [[nodiscard]] ToolbarModel* toolbar() { return &m_toolbar; }

@@ -1,10 +1,12 @@
 #include "ui/window/ToolbarModel.h"
 
+#include "core/Catalog.h"
+#include "core/Connection.h"
 #include "core/ConnectionTexts.h"
 
 namespace driftwell {
 
-using Kind = Connection::Status::Kind;
+using Kind = ConnectionStatus::Kind;
 
 ToolbarModel::ToolbarModel(Connection& connection, Catalog& catalog, bool developmentCopy, QObject* parent)
     : QObject(parent), m_connection(connection), m_catalog(catalog), m_developmentCopy(developmentCopy) {
@@ -16,6 +18,26 @@ ToolbarModel::ToolbarModel(Connection& connection, Catalog& catalog, bool develo
 
 QString ToolbarModel::title() const {
     return m_developmentCopy ? QStringLiteral("Driftwell Dev") : QStringLiteral("Driftwell");
+}
+
+Tone ToolbarModel::statusTone() const {
+    return statusTone(m_connection.status());
+}
+
+QString ToolbarModel::statusTip() const {
+    return statusTip(m_connection.status());
+}
+
+QString ToolbarModel::filter() const {
+    return m_catalog.filter();
+}
+
+void ToolbarModel::setFilter(const QString& filter) {
+    m_catalog.setFilter(filter);
+}
+
+bool ToolbarModel::hasIdentity() const {
+    return m_connection.identity().has_value();
 }
 
 QString ToolbarModel::host() const {
@@ -34,7 +56,7 @@ QString ToolbarModel::personTip() const {
     return hasIdentity() ? personName() + QStringLiteral(" · ") + personEmail() : QString();
 }
 
-Tone ToolbarModel::statusTone(const Connection::Status& status) {
+Tone ToolbarModel::statusTone(const ConnectionStatus& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return Tone::Danger;
@@ -50,7 +72,7 @@ Tone ToolbarModel::statusTone(const Connection::Status& status) {
     Q_UNREACHABLE();
 }
 
-QString ToolbarModel::statusTip(const Connection::Status& status) {
+QString ToolbarModel::statusTip(const ConnectionStatus& status) {
     switch (status.kind) {
     case Kind::Unreachable:
         return QStringLiteral("Unreachable");

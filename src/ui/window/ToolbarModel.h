@@ -1,7 +1,6 @@
 #pragma once
 
-#include "core/Catalog.h"
-#include "core/Connection.h"
+#include "core/ConnectionStatus.h"
 #include "ui/style/Tone.h"
 
 #include <QObject>
@@ -9,6 +8,9 @@
 #include <QtQml/qqmlregistration.h>
 
 namespace driftwell {
+
+class Catalog;
+class Connection;
 
 /// The window's bar: what it says of the connection and the person, and the filter.
 class ToolbarModel final : public QObject {
@@ -30,18 +32,18 @@ public:
     ToolbarModel(Connection& connection, Catalog& catalog, bool developmentCopy, QObject* parent);
 
     [[nodiscard]] QString title() const;
-    [[nodiscard]] Tone statusTone() const { return statusTone(m_connection.status()); }
-    [[nodiscard]] QString statusTip() const { return statusTip(m_connection.status()); }
+    [[nodiscard]] Tone statusTone() const;
+    [[nodiscard]] QString statusTip() const;
     [[nodiscard]] QString host() const;
-    [[nodiscard]] QString filter() const { return m_catalog.filter(); }
-    void setFilter(const QString& filter) { m_catalog.setFilter(filter); }
-    [[nodiscard]] bool hasIdentity() const { return m_connection.identity().has_value(); }
+    [[nodiscard]] QString filter() const;
+    void setFilter(const QString& filter);
+    [[nodiscard]] bool hasIdentity() const;
     [[nodiscard]] QString personName() const;
     [[nodiscard]] QString personEmail() const;
     [[nodiscard]] QString personTip() const;
 
-    [[nodiscard]] static Tone statusTone(const Connection::Status& status);
-    [[nodiscard]] static QString statusTip(const Connection::Status& status);
+    [[nodiscard]] static Tone statusTone(const ConnectionStatus& status);
+    [[nodiscard]] static QString statusTip(const ConnectionStatus& status);
 
 Q_SIGNALS:
     void statusChanged();

@@ -125,15 +125,15 @@ TEST_F(FolderDropTest, ADroppedFolderOpensADeployment) {
     enter(address(siteFolder("garden")));
     EXPECT_TRUE(drop(address(siteFolder("garden"))));
     EXPECT_FALSE(window().isDropTargeted());
-    ASSERT_TRUE(model().deployments().deployFlow());
-    EXPECT_EQ(model().deployments().deployFlow()->folder(), siteFolder("garden"));
+    ASSERT_TRUE(deployFlow());
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("garden"));
 }
 
 TEST_F(FolderDropTest, OfTwoFoldersTheFirstIsDeployed) {
     become(Kind::Connected);
     EXPECT_TRUE(drop(address(siteFolder("garden")) + address(siteFolder("bakery"))));
-    ASSERT_TRUE(model().deployments().deployFlow());
-    EXPECT_EQ(model().deployments().deployFlow()->folder(), siteFolder("garden"));
+    ASSERT_TRUE(deployFlow());
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("garden"));
 }
 
 TEST_F(FolderDropTest, WhatIsNoFileIsRefused) {
@@ -141,7 +141,7 @@ TEST_F(FolderDropTest, WhatIsNoFileIsRefused) {
     EXPECT_FALSE(enter("https://sites.test/\r\n"));
     EXPECT_FALSE(window().isDropTargeted());
     EXPECT_FALSE(drop("https://sites.test/\r\n"));
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 TEST_F(FolderDropTest, AFolderThatCannotBeDeployedIsRefused) {
@@ -150,7 +150,7 @@ TEST_F(FolderDropTest, AFolderThatCannotBeDeployedIsRefused) {
         EXPECT_FALSE(enter(address(siteFolder("garden"))));
         EXPECT_FALSE(window().isDropOverlayVisible());
         EXPECT_FALSE(drop(address(siteFolder("garden"))));
-        EXPECT_FALSE(model().deployments().deployFlow());
+        EXPECT_FALSE(deployFlow());
         EXPECT_FALSE(window().isDropTargeted());
     }
 }
@@ -164,13 +164,13 @@ TEST_F(FolderDropTest, WhileTheIntroductionIsShownADropIsRefused) {
     EXPECT_FALSE(enter(address(siteFolder("garden"))));
     EXPECT_FALSE(window().isDropOverlayVisible());
     EXPECT_FALSE(drop(address(siteFolder("garden"))));
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 TEST_F(FolderDropTest, ADroppedFileOpensNothing) {
     become(Kind::Connected);
     drop(address(siteFolder("garden") / "index.html"));
-    EXPECT_FALSE(model().deployments().deployFlow());
+    EXPECT_FALSE(deployFlow());
 }
 
 } // namespace
