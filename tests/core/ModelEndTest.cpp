@@ -21,7 +21,7 @@ struct Operation {
     const char* name;
     void (*start)(AppState& model);
     const char* path;
-    const char* answer;
+    std::string answer;
 };
 
 void PrintTo(const Operation& operation, std::ostream* stream) {
@@ -36,7 +36,7 @@ const std::array operations{
     Operation{"refresh", [](AppState& model) { model.connection().refresh(); }, "/api/libs", R"({"libs":[]})"},
     Operation{"start", [](AppState& model) { model.start(); }, "/api/sites", R"({"sites":[]})"},
     Operation{"host", [](AppState& model) { model.connection().setHost(model.connection().config()->origin()); },
-              "/api/stats", "{}"},
+              "/api/stats", statsAnswer(2)},
     Operation{"rollback", [](AppState& model) { model.siteOperations().rollback(garden()); }, "/api/rollback",
               R"({"ok":true,"site":"garden","url":""})"},
     Operation{"refresh after a rollback", [](AppState& model) { model.siteOperations().rollback(garden()); },
