@@ -88,9 +88,11 @@ private:
 TEST_F(LogsModelTest, LinesOfAllKindsAreShownInThePlatformsOrder) {
     connectedWith({"garden"});
     answerLogs({line("ws", "opened"), line("deploy", "deployed 3 files", "tom"), line("api", "GET /x", "@nobody")});
+    PlatformServer::Hold hold = server.holdAnswer("/api/logs/garden");
     EXPECT_EQ(logs().state(), State::Loading);
     EXPECT_EQ(logs().countText(), QString());
     const QAbstractItemModelTester rules(&logs());
+    hold.release();
     waitForEnd();
     EXPECT_EQ(logs().state(), State::Listed);
     EXPECT_EQ(logs().countText(), QStringLiteral("3 entries"));

@@ -465,6 +465,20 @@ TEST_F(SiteListViewTest, TheWholeMenuIsOnTheSmallestWindow) {
     }
 }
 
+TEST_F(SiteListViewTest, TheKeyboardGoesPastWhatTheMenuDoesNotOffer) {
+    connectedWith({"garden"});
+    showList();
+    tabs(4);
+    press(Qt::Key_Menu);
+    std::vector<std::string> reached;
+    for (int i = 0; i < 5; ++i) {
+        press(Qt::Key_Down);
+        reached.push_back(focus());
+    }
+    EXPECT_THAT(reached, ElementsAre("MenuItem Open in Browser", "MenuItem Copy Link", "MenuItem Version History",
+                                     "MenuItem Logs", "MenuItem Delete Project…"));
+}
+
 TEST_F(SiteListViewTest, EscapeClosesTheMenu) {
     connectedWith({"garden"});
     showList();

@@ -31,17 +31,22 @@ protected:
         showWindow(size);
     }
 
-    /// Opens the menu of the first row with the keyboard and goes to its entry of this number.
-    void chooseByKeyboard(int entry) {
+    /// Chooses an entry of the first row's menu with the keyboard alone.
+    void chooseByKeyboard(const std::string& entry) {
         press(Qt::Key_F, Qt::ControlModifier);
-        while (focus() != "ListItem garden") {
-            press(Qt::Key_Tab);
-        }
+        goTo("ListItem garden", Qt::Key_Tab);
         press(Qt::Key_Menu);
-        for (int i = 0; i < entry; ++i) {
-            press(Qt::Key_Down);
-        }
+        goTo("MenuItem " + entry, Qt::Key_Down);
         press(Qt::Key_Return);
+    }
+
+    /// Presses the key until the keyboard is there.
+    void goTo(const std::string& place, Qt::Key key) {
+        constexpr int more = 20;
+        for (int i = 0; i < more && focus() != place; ++i) {
+            press(key);
+        }
+        ASSERT_EQ(focus(), place);
     }
 
     /// Chooses an entry of a site's menu with the pointer.
@@ -177,7 +182,7 @@ TEST_F(SiteSheetsTest, TheWayBackOpensTheConfirmationInPlaceOfTheHistory) {
 TEST_F(SiteSheetsTest, TheHistoryIsUsedByKeyboardAlone) {
     showSites();
     answerLogs({line("2024-03-02T10:00:00Z", "a"), line("2024-03-01T10:00:00Z", "b")});
-    chooseByKeyboard(3);
+    chooseByKeyboard("Version History");
     waitUntil([this] { return isSeen(Role::Button, QStringLiteral("Roll back")); });
     EXPECT_EQ(focus(), "Button Done");
     EXPECT_THAT(tabs(3), ElementsAre("ListItem deploy, Mar 2, 2024 · Ada Byron", "Button Roll back", "Button Done"));
@@ -189,7 +194,7 @@ TEST_F(SiteSheetsTest, TheHistoryIsUsedByKeyboardAlone) {
 TEST_F(SiteSheetsTest, EscapeClosesTheHistory) {
     showSites();
     answerLogs({});
-    chooseByKeyboard(3);
+    chooseByKeyboard("Version History");
     waitForSheet("Version history — garden");
     press(Qt::Key_Escape);
     waitForNoSheet();
@@ -212,7 +217,7 @@ TEST_F(SiteSheetsTest, AHistoryOfManyVersionsIsScrolledWithTheKeyboardAndStaysOn
         press(Qt::Key_Down);
     }
     EXPECT_EQ(focus(), "ListItem deploy, Feb 1, 2024 · Ada Byron");
-    EXPECT_TRUE(isWhole(view().activeFocusItem()));
+    waitUntil([this] { return isWhole(view().activeFocusItem()); });
 }
 
 TEST_F(SiteSheetsTest, TheHistoryFollowsTheColorScheme) {
@@ -240,7 +245,7 @@ TEST_F(SiteSheetsTest, ARollbackByKeyboard) {
     showSites();
     server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
     PlatformServer::Hold hold = server.holdAnswer("/api/rollback");
-    chooseByKeyboard(5);
+    chooseByKeyboard("Roll Back…");
     waitForSheet("Roll back garden");
     EXPECT_EQ(focus(), "Button Roll back");
     EXPECT_THAT(tabs(2), ElementsAre("Button Cancel", "Button Roll back"));
@@ -254,7 +259,7 @@ TEST_F(SiteSheetsTest, ARollbackByKeyboard) {
 
 TEST_F(SiteSheetsTest, EscapeAndCancelRollNothingBack) {
     showSites();
-    chooseByKeyboard(5);
+    chooseByKeyboard("Roll Back…");
     waitForSheet("Roll back garden");
     press(Qt::Key_Escape);
     waitForNoSheet();
@@ -308,7 +313,7 @@ TEST_F(SiteSheetsTest, TheNameIsTypedAndReturnDeletes) {
     showSites();
     server.answer("/api/sites/garden", 200, R"({"ok":true,"site":"garden"})");
     PlatformServer::Hold hold = server.holdAnswer("/api/sites/garden");
-    chooseByKeyboard(6);
+    chooseByKeyboard("Delete Project…");
     waitForSheet("Delete garden");
     EXPECT_EQ(focus(), "EditableText Type “garden” to confirm");
     press(Qt::Key_Return);
@@ -332,7 +337,7 @@ TEST_F(SiteSheetsTest, TheNameIsTypedAndReturnDeletes) {
 
 TEST_F(SiteSheetsTest, EscapeAndCancelDeleteNothing) {
     showSites();
-    chooseByKeyboard(6);
+    chooseByKeyboard("Delete Project…");
     waitForSheet("Delete garden");
     type(QStringLiteral("garden"));
     press(Qt::Key_Escape);

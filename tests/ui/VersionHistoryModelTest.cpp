@@ -117,9 +117,11 @@ TEST_F(VersionHistoryModelTest, TheVersionsAreLoadedAndShownTheNewestFirst) {
     answerLogs({line("2024-03-01T10:00:00Z", "deploy", "deployed 1 file"), line("2024-03-01T10:01:00Z", "api", "GET /"),
                 line("2024-03-03T10:00:00Z", "deploy", "rolled back"),
                 line("2024-03-02T10:00:00Z", "deploy", "deployed 2 files")});
+    PlatformServer::Hold hold = server.holdAnswer("/api/logs/garden");
     EXPECT_EQ(history().state(), State::Loading);
     EXPECT_EQ(history().rowCount(), 0);
     const QAbstractItemModelTester rules(&history());
+    hold.release();
     waitForVersions();
     EXPECT_EQ(history().state(), State::Listed);
     EXPECT_THAT(rows(VersionHistoryModel::WordRole), ElementsAre("rollback", "deploy", "deploy"));
@@ -151,9 +153,11 @@ TEST_F(VersionHistoryModelTest, WhatWasLoadedBeforeIsShownAtOnceAndRenewed) {
     waitForVersions();
     answerLogs({line("2024-03-01T10:00:00Z", "deploy", "deployed 1 file"),
                 line("2024-03-02T10:00:00Z", "deploy", "deployed 2 files")});
+    PlatformServer::Hold hold = server.holdAnswer("/api/logs/garden");
     open();
     EXPECT_EQ(history().state(), State::Listed);
     EXPECT_EQ(history().rowCount(), 1);
+    hold.release();
     waitUntil([this] { return history().rowCount() == 2; });
 }
 

@@ -42,6 +42,8 @@ Menu {
     }
     MenuEntry {
         visible: menu.folderKnown
+        // The keyboard would reach what is only hidden.
+        enabled: menu.folderKnown
         height: implicitHeight
         text: Wording.here("Reveal Folder in Finder")
         onTriggered: menu.model.revealFolder(menu.site)
