@@ -67,7 +67,7 @@ Item {
         RowLayout {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 8
-            Layout.preferredWidth: 280
+            Layout.maximumWidth: 280
             spacing: 10
 
             Rectangle {
