@@ -139,7 +139,8 @@ std::ptrdiff_t ChangeLog::count(const std::string& signal) const {
 
 ModelFixture::ModelFixture()
     : m_home("HOME", QByteArray((m_root / "home").c_str())),
-      m_temporary("TMPDIR", QByteArray((m_root / "tmp").c_str())) {
+      m_temporary("TMPDIR", QByteArray((m_root / "tmp").c_str())),
+      m_shell("SHELL", QByteArray((m_root / "bin/shell").c_str())) {
     std::filesystem::create_directories(m_root / "home");
     std::filesystem::create_directories(m_root / "tmp");
 }
@@ -168,6 +169,7 @@ AppState::System ModelFixture::system() {
     system.cli.linkFolder = m_root / "usr/local/bin";
     system.cli.pathsFile = m_root / "etc/paths";
     system.cli.pathsFolder = m_root / "etc/paths.d";
+    system.cli.usualShell = m_root / "bin/zsh";
     system.cli.pkexec = m_root / "usr/bin/pkexec";
     return system;
 }
