@@ -4,6 +4,7 @@
 #include "core/Connection.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"
+#include "core/LocalPlatform.h"
 #include "core/NewProject.h"
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
@@ -131,6 +132,9 @@ ChangeLog::ChangeLog(AppState& model) {
     watch(model.signIn(), &SignIn::isSigningInChanged, "isSigningIn");
     watch(model.signIn(), &SignIn::signInErrorChanged, "signInError");
     watch(model.gates(), &Gates::needsOnboardingChanged, "needsOnboarding");
+    watch(model.gates(), &Gates::showGitInstallSheetChanged, "showGitInstallSheet");
+    watch(model.localPlatform(), &LocalPlatform::localSetupErrorChanged, "localSetupError");
+    watch(model.localServer(), &LocalServerController::phaseChanged, "phase");
 }
 
 std::ptrdiff_t ChangeLog::count(const std::string& signal) const {
@@ -164,6 +168,7 @@ AppState::System ModelFixture::system() {
     AppState::System system;
     system.sleep = m_sleep;
     system.gitToolsInstalled = [this] {
+        ++gitProbes;
         return gitIsInstalled.load();
     };
     system.cli.linkFolder = m_root / "usr/local/bin";

@@ -147,6 +147,7 @@ protected:
     RecordingDesktopServices desktop;
     ManualSleeper sleeper;
     std::atomic<bool> gitIsInstalled = true;
+    std::atomic<int> gitProbes = 0;
 
 private:
     Sleeper m_sleep = sleeper.sleeper();
