@@ -97,30 +97,34 @@ Task<> CLIInstaller::look() {
 }
 
 Task<> CLIInstaller::install() {
-    return runAsAdministrator("mkdir -p " + m_system.linkFolder.string() + " && ln -sfn " +
-                              shellQuoted(m_helperPath.string()) + " " + shellQuoted(m_linkPath.string()));
+    return m_tasks.run(
+        privileged(stepOf("install", "mkdir -p " + m_system.linkFolder.string() + " && ln -sfn " +
+                                         shellQuoted(m_helperPath.string()) + " " + shellQuoted(m_linkPath.string()))));
 }
 
 Task<> CLIInstaller::remove() {
     if (!m_canRemove) {
         co_return;
     }
-    co_await runAsAdministrator("rm -f " + shellQuoted(m_linkPath.string()));
+    co_await m_tasks.run(privileged(stepOf("remove", "rm -f " + shellQuoted(m_linkPath.string()))));
 }
 
-Task<> CLIInstaller::runAsAdministrator(std::string command) {
-    return m_tasks.run(privileged(std::move(command)));
+std::vector<std::string> CLIInstaller::stepOf(const char* name, std::string command) const {
+    const std::filesystem::path packaged = m_helperPath.parent_path() / "link-command";
+    if (isExecutableFile(packaged)) {
+        return {packaged, name};
+    }
+    return {"/bin/sh", "-c", std::move(command)};
 }
 
-Task<> CLIInstaller::privileged(std::string command) {
+Task<> CLIInstaller::privileged(std::vector<std::string> step) {
     if (m_busy) {
         co_return;
     }
     m_busy = true;
     m_error = std::nullopt;
-    std::vector<std::string> arguments{"/bin/sh", "-c", std::move(command)};
     const std::optional<QString> failure =
-        co_await whileAlive(this, runPrivileged(m_system.pkexec, std::move(arguments), m_tasks.token()));
+        co_await whileAlive(this, runPrivileged(m_system.pkexec, std::move(step), m_tasks.token()));
     m_error = failure;
     co_await whileAlive(this, look());
     m_busy = false;

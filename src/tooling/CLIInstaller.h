@@ -91,8 +91,10 @@ Q_SIGNALS:
 
 private:
     Task<> look();
-    Task<> runAsAdministrator(std::string command);
-    Task<> privileged(std::string command);
+    /// What the administrator is asked to run: in an installed copy its own program for the step, for which polkit has
+    /// the words to ask with, else the command in a shell.
+    [[nodiscard]] std::vector<std::string> stepOf(const char* name, std::string command) const;
+    Task<> privileged(std::vector<std::string> step);
 
     QString m_commandName;
     std::filesystem::path m_helperPath;

@@ -9,6 +9,8 @@
 
 #include <gmock/gmock.h>
 
+#include <variant>
+
 namespace driftwell::tests {
 namespace {
 
@@ -143,7 +145,7 @@ TEST_F(LocalPlatformTest, ThePlatformThatItStartedItselfIsPublishedTo) {
     waitUntil([this] { return status() == Status::connected(); });
     model().deployments().beginDeploy(folder() / "garden");
     model().deployments().confirmDeploy();
-    waitUntil([this] { return deployFlow()->phase() == DeployFlow::Phase::Success; });
+    waitUntil([this] { return std::holds_alternative<DeployFlow::Success>(deployFlow()->phase()); });
     waitUntil([this] { return existingSite("garden").has_value(); });
     const pid_t server = checkout.server();
     await(model().end());

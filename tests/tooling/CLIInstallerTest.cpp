@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 namespace driftwell::tests {
 namespace {
 
@@ -189,6 +191,35 @@ TEST_F(CLIInstallerTest, TheCommandIsOneWordOfTheShellForAnyPath) {
     await(installer().install());
     EXPECT_EQ(asked(), "/bin/sh\n-c\nmkdir -p " + (m_root / "local/bin").string() + " && ln -sfn '" +
                            m_root.path().string() + "/Ada'\\''s App/Contents/Helpers/dw' '" + link().string() + "'\n");
+}
+
+TEST_F(CLIInstallerTest, AnInstalledCopyRunsItsOwnProgramForWhichThereIsAPrompt) {
+    const fs::path step = helper().parent_path() / "link-command";
+    program("Ada's App/Contents/Helpers/link-command", "[ \"$1\" = install ] && mkdir -p \"$TEST_FOLDER/local/bin\" && "
+                                                       "ln -s \"${0%/*}/dw\" \"$TEST_FOLDER/local/bin/dw\"\n"
+                                                       "[ \"$1\" = remove ] && rm \"$TEST_FOLDER/local/bin/dw\"");
+    await(installer().install());
+    EXPECT_EQ(installer().status(), Status::linkedToThisApp());
+    await(installer().remove());
+    EXPECT_EQ(installer().status(), Status::notInstalled());
+    EXPECT_EQ(asked(), step.string() + "\ninstall\n" + step.string() + "\nremove\n");
+}
+
+TEST_F(CLIInstallerTest, ThePolicyHasAPromptForEachStepOfTheInstalledProgram) {
+    std::ifstream file(POLKIT_POLICY);
+    const std::string policy{std::istreambuf_iterator<char>(file), {}};
+    for (const auto& [step, prompt] :
+         {std::pair("install", "Driftwell wants to install the dw command in /usr/local/bin."),
+          std::pair("remove", "Driftwell wants to remove the dw command from /usr/local/bin.")}) {
+        const std::size_t start = policy.find(std::string("link-command.") + step + "\"");
+        ASSERT_NE(start, std::string::npos);
+        const std::string action = policy.substr(start, policy.find("</action>", start) - start);
+        EXPECT_THAT(action, testing::HasSubstr("<message>" + std::string(prompt) + "</message>"));
+        EXPECT_THAT(action,
+                    testing::HasSubstr("exec.path\">/usr/lib/driftwell/Driftwell/Contents/Helpers/link-command<"));
+        EXPECT_THAT(action, testing::HasSubstr("exec.argv1\">" + std::string(step) + "<"));
+        EXPECT_EQ(action.find("<allow_any>yes"), std::string::npos);
+    }
 }
 
 TEST_F(CLIInstallerTest, InstallingReplacesALinkToAnOldCopy) {
