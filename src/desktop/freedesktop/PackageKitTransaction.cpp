@@ -42,7 +42,7 @@ PackageKitTransaction::PackageKitTransaction(QDBusConnection bus, std::chrono::m
 }
 
 PackageKitTransaction::~PackageKitTransaction() {
-    if (!m_path.isEmpty() && !m_finished.isDecided()) {
+    if (!m_path.isEmpty() && !m_hasEnded) {
         m_bus.send(QDBusMessage::createMethodCall(packageKit::service(), m_path, transactionInterface,
                                                   QStringLiteral("Cancel")));
     }
@@ -86,6 +86,7 @@ void PackageKitTransaction::noteError(uint code, const QString& details) {
 }
 
 void PackageKitTransaction::finish(uint exit, uint) {
+    m_hasEnded = true;
     if (exit == success) {
         m_finished.succeed();
     } else {

@@ -60,6 +60,8 @@ private:
     QString m_path;
     QString m_error;
     bool m_wasRefused = false;
+    /// By PackageKit's own word; whoever awaits the end may have been told of another one before.
+    bool m_hasEnded = false;
     QList<PackageUpdate> m_packages;
     QTimer m_patience;
     Completion<> m_finished;
