@@ -3,6 +3,7 @@
 #include "bench/ProcessRun.h"
 #include "bench/Report.h"
 #include "bench/SampleSite.h"
+#include "bench/ToolingBenchmark.h"
 #include "bench/Worker.h"
 #include "deploy/FolderScan.h"
 #include "support/TemporaryFolder.h"
@@ -157,6 +158,7 @@ std::vector<Row> measureEverything() {
     add("deploying", {measureDeploy(site, folder.path())});
     add("starting", {measureStart()});
     add("polling", measurePolls());
+    add("tooling", measureTooling());
     add("the desktop", measureDesktop());
     return rows;
 }

@@ -43,11 +43,11 @@ PollCost measure(const std::vector<std::string>& sites) {
     const auto count = [&notifications] {
         ++notifications;
     };
-    QObject::connect(&state.catalog(), &Catalog::sitesChanged, &state, count);
-    QObject::connect(&state.catalog(), &Catalog::libsChanged, &state, count);
-    QObject::connect(&state.catalog(), &Catalog::statsChanged, &state, count);
-    QObject::connect(&state.connection(), &Connection::identityChanged, &state, count);
-    QObject::connect(&state.connection(), &Connection::statusChanged, &state, count);
+    QObject::connect(&state.catalog(), &Catalog::sitesChanged, &state.connection(), count);
+    QObject::connect(&state.catalog(), &Catalog::libsChanged, &state.connection(), count);
+    QObject::connect(&state.catalog(), &Catalog::statsChanged, &state.connection(), count);
+    QObject::connect(&state.connection(), &Connection::identityChanged, &state.connection(), count);
+    QObject::connect(&state.connection(), &Connection::statusChanged, &state.connection(), count);
     const double cpu = cpuMilliseconds();
     const std::uint64_t allocations = allocationCount();
     for (int i = 0; i < rounds; ++i) {

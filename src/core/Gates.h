@@ -65,7 +65,7 @@ public:
     /// The person has put the sheet away.
     void dismissGitInstallSheet();
 
-    /// Stops looking for git, and resumes when nothing of this runs any more.
+    /// Stops looking for git: whoever has this look gets Cancelled.
     Task<> end();
 
 Q_SIGNALS:

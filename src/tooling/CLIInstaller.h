@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/Bundle.h"
+#include "support/Sleep.h"
 #include "support/Task.h"
 #include "support/TaskGroup.h"
 #include "tooling/CLIStatus.h"
@@ -37,6 +38,7 @@ public:
         std::filesystem::path usualShell = "/bin/zsh";
         /// How long a shell has to tell its search path.
         std::chrono::milliseconds shellTimeout = std::chrono::seconds(3);
+        Sleeper sleep = sleepFor;
     };
 
     /// The bundle is the one whose tool is linked.
@@ -88,6 +90,12 @@ Q_SIGNALS:
     void canRemoveChanged();
 
 private:
+    Task<> look();
+    /// What the administrator is asked to run: in an installed copy its own program for the step, for which polkit has
+    /// the words to ask with, else the command in a shell.
+    [[nodiscard]] std::vector<std::string> stepOf(const char* name, std::string command) const;
+    Task<> privileged(std::vector<std::string> step);
+
     QString m_commandName;
     std::filesystem::path m_helperPath;
     std::filesystem::path m_linkPath;

@@ -124,10 +124,12 @@ protected:
 TEST_F(DesktopFilesTest, AreInstalledWhereDesktopsLookForThem) {
     EXPECT_THAT(
         files(),
-        ElementsAre("Driftwell/Contents/share/driftwell-autostart.desktop", "share/applications/driftwell.desktop",
-                    "share/icons/hicolor/16x16/apps/driftwell.svg", "share/icons/hicolor/22x22/apps/driftwell.svg",
-                    "share/icons/hicolor/24x24/apps/driftwell.svg", "share/icons/hicolor/scalable/apps/driftwell.svg",
-                    "share/metainfo/app.driftwell.Driftwell.metainfo.xml"));
+        ElementsAre("Driftwell/Contents/Helpers/link-command", "Driftwell/Contents/share/driftwell-autostart.desktop",
+                    "share/applications/driftwell.desktop", "share/icons/hicolor/16x16/apps/driftwell.svg",
+                    "share/icons/hicolor/22x22/apps/driftwell.svg", "share/icons/hicolor/24x24/apps/driftwell.svg",
+                    "share/icons/hicolor/scalable/apps/driftwell.svg",
+                    "share/metainfo/app.driftwell.Driftwell.metainfo.xml",
+                    "share/polkit-1/actions/app.driftwell.policy"));
 }
 
 TEST_F(DesktopFilesTest, HaveTheAutostartEntryInTheBuildsBundleToo) {

@@ -49,7 +49,8 @@ TEST_F(FreedesktopServicesTest, ReplaceTheClipboardsContent) {
 }
 
 TEST_F(FreedesktopServicesTest, ChooseAFolder) {
-    const auto question = desktop.chooseFolder(QStringLiteral("Deploy"), QStringLiteral("Choose a folder"));
+    const auto question =
+        desktop.chooseFolder(QStringLiteral("Deploy"), QStringLiteral("Choose a folder"), std::nullopt);
     QFileDialog* dialog = nullptr;
     waitUntil([&dialog] {
         for (QWidget* widget : QApplication::topLevelWidgets()) {

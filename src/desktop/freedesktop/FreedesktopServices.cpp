@@ -8,7 +8,10 @@
 namespace driftwell {
 
 FreedesktopServices::FreedesktopServices(QDBusConnection sessionBus, std::chrono::milliseconds timeout)
-    : m_folderChooser(sessionBus, timeout), m_fileManager(sessionBus, timeout), m_colorScheme(sessionBus, timeout) {
+    : m_folderChooser(sessionBus, timeout),
+      m_fileManager(sessionBus, timeout),
+      m_packageOffer(sessionBus),
+      m_colorScheme(sessionBus, timeout) {
     connect(&m_colorScheme, &ColorSchemeSetting::changed, this, &WindowServices::colorSchemeChanged);
     connect(&m_colorScheme, &ColorSchemeSetting::settled, this, &FreedesktopServices::colorSchemeSettled);
 }
@@ -26,7 +29,9 @@ void FreedesktopServices::showInFileManager(const std::filesystem::path& path) {
     m_fileManager.show(path);
 }
 
-void FreedesktopServices::promptInstall(const QString&) {}
+void FreedesktopServices::promptInstall(const QString& package) {
+    m_packageOffer.make(package);
+}
 
 void FreedesktopServices::copyText(const QString& text) {
     QGuiApplication::clipboard()->setText(text);

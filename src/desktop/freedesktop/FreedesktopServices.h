@@ -4,6 +4,7 @@
 #include "desktop/freedesktop/ColorSchemeSetting.h"
 #include "desktop/freedesktop/FileManager.h"
 #include "desktop/freedesktop/FolderChooser.h"
+#include "desktop/freedesktop/PackageOffer.h"
 #include "desktop/WindowServices.h"
 
 #include <QDBusConnection>
@@ -45,6 +46,7 @@ Q_SIGNALS:
 private:
     FolderChooser m_folderChooser;
     FileManager m_fileManager;
+    PackageOffer m_packageOffer;
     ColorSchemeSetting m_colorScheme;
 };
 
