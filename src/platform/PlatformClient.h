@@ -41,6 +41,9 @@ public:
 
     [[nodiscard]] const ConfigStore& store() const { return m_store; }
 
+    /// The tree that this program lies in.
+    [[nodiscard]] const Bundle& bundle() const { return m_bundle; }
+
     /// The configuration folder of this copy's own, as the bundle names it. Only a development copy has one.
     [[nodiscard]] std::optional<QString> configDirOverride() const;
 
