@@ -3,7 +3,6 @@
 #include "core/AppState.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
-#include "core/Gates.h"
 #include "core/NewProject.h"
 #include "desktop/freedesktop/FreedesktopServices.h"
 #include "platform/PlatformClient.h"
@@ -38,12 +37,18 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
       m_trayHost(m_sessionBus, FreedesktopServices::usualTimeout),
-      m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn()),
+      m_updater(state.client().bundle()),
+      m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn(),
+                state.localServer(), m_updater),
       m_window(state, desktop),
+      m_settings(state, m_updater, desktop),
       m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_menuBar, &MenuBarModel::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_window, &MainWindow::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
+    connect(&m_settings, &SettingsWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::closed, this, &Application::followClosedWindow);
     connect(&m_trayHost, &TrayHost::appeared, this, [this] { m_sign.reset(); });
 }
@@ -59,6 +64,7 @@ void Application::quit() {
 Task<> Application::endAndQuit() {
     // At once, and so that nothing more is begun in it.
     m_window.hide();
+    m_settings.hide();
     // A folder on a server that does not answer, for example, keeps nobody from quitting. What is stored is stored at
     // once, so nothing is lost by an end that waits for nobody.
     endProcessWithin(quitTimeout);
@@ -67,8 +73,6 @@ Task<> Application::endAndQuit() {
 }
 
 void Application::begin(const Invocation& invocation) {
-    // There is no introduction to go through, so nobody waits for its end: the window itself shows how one begins.
-    m_state.gates().postponeOnboarding();
     m_state.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
 }
@@ -88,6 +92,12 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
 void Application::showWindow(const QByteArray& activationToken) {
     m_sign.reset();
     m_window.show(activationToken);
+}
+
+void Application::showSettings() {
+    if (!m_isQuitting) {
+        m_settings.show();
+    }
 }
 
 void Application::followClosedWindow() {

@@ -9,8 +9,12 @@ Rectangle {
     required property MainWindowModel model
     required property WindowControls window
 
+    readonly property bool introduces: model.content === MainWindowModel.Onboarding
+
     function presentContent(): void {
         switch (model.content) {
+        case MainWindowModel.Onboarding:
+            return content.setSource("OnboardingView.qml", {model: model.onboarding});
         case MainWindowModel.SignIn:
             return content.setSource("SignInView.qml", {model: model.signIn});
         case MainWindowModel.NoHost:
@@ -40,12 +44,13 @@ Rectangle {
             id: toolbar
 
             Layout.fillWidth: true
+            visible: !root.introduces
             model: root.model.toolbar
             window: root.window
         }
         UnreachableBanner {
             Layout.fillWidth: true
-            visible: root.model.bannerVisible
+            visible: root.model.bannerVisible && !root.introduces
             title: root.model.bannerTitle
             text: root.model.bannerText
         }
@@ -56,6 +61,11 @@ Rectangle {
             Layout.fillHeight: true
             focus: true
         }
+    }
+    WindowStrip {
+        anchors { left: parent.left; right: parent.right; top: parent.top }
+        visible: root.introduces
+        window: root.window
     }
     WindowSheets {
         id: sheets
@@ -89,12 +99,12 @@ Rectangle {
     }
     Shortcut {
         sequences: ["Ctrl+F"]
-        enabled: !sheets.open
+        enabled: !sheets.open && !root.introduces
         onActivated: toolbar.focusFilter()
     }
     Shortcut {
         sequences: ["Ctrl+D"]
-        enabled: !sheets.open && !root.model.siteList.paused
+        enabled: !sheets.open && !root.introduces && !root.model.siteList.paused
         onActivated: root.model.chooseFolderAndDeploy()
     }
 }
