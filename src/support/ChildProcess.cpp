@@ -63,14 +63,22 @@ struct ExecPlan {
     /// Of a ReadConfinement, or -1.
     int confinement;
     pid_t parent;
+    ChildProcess::ParentDeath parentDeath;
+    ChildProcess::Session session;
 };
 
 [[noreturn]] void execInChild(const ExecPlan& plan) {
     const auto attempt = [&plan] {
-        ::setpgid(0, 0);
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::getppid() != plan.parent) {
-            ::_exit(127); // the parent died before it could be watched
+        if (plan.session == ChildProcess::Session::Own) {
+            ::setsid();
+        } else {
+            ::setpgid(0, 0);
+        }
+        if (plan.parentDeath == ChildProcess::ParentDeath::Kills) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            if (::getppid() != plan.parent) {
+                ::_exit(127); // the parent died before it could be watched
+            }
         }
         sigset_t none;
         ::sigemptyset(&none);
@@ -161,6 +169,7 @@ private:
     pid_t m_pid = -1;
     UniqueFd m_pidfd;
     std::chrono::milliseconds m_grace;
+    Remainder m_remainder;
     OutputReader m_outputReader;
     Channel m_out{Output::Standard};
     Channel m_err{Output::Error};
@@ -173,23 +182,32 @@ private:
 };
 
 ChildProcess::Running::Running(Command command, OutputReader reader)
-    : m_grace(command.terminationGrace), m_outputReader(std::move(reader)) {
+    : m_grace(command.terminationGrace), m_remainder(command.remainder), m_outputReader(std::move(reader)) {
     Pipe out = Pipe::make();
-    Pipe err = Pipe::make();
-    spawn(command, out.writer.get(), err.writer.get());
+    if (command.outputs == Outputs::Joined) {
+        spawn(command, out.writer.get(), out.writer.get());
+    } else {
+        Pipe err = Pipe::make();
+        spawn(command, out.writer.get(), err.writer.get());
+        m_err.reader = std::move(err.reader);
+    }
     m_out.reader = std::move(out.reader);
-    m_err.reader = std::move(err.reader);
 
     m_exit = std::make_unique<QSocketNotifier>(m_pidfd.get(), QSocketNotifier::Read);
     QObject::connect(m_exit.get(), &QSocketNotifier::activated, m_exit.get(), [this] {
         m_exit->setEnabled(false);
         m_exited = true;
+        if (m_remainder == Remainder::Terminated) {
+            terminate();
+        }
         finishIfDone();
     });
     m_kill.setSingleShot(true);
     QObject::connect(&m_kill, &QTimer::timeout, &m_kill, [this] { kill(); });
     watch(m_out);
-    watch(m_err);
+    if (m_err.reader) {
+        watch(m_err);
+    }
 }
 
 ChildProcess::Running::~Running() {
@@ -217,7 +235,9 @@ void ChildProcess::Running::spawn(Command& command, int out, int err) {
                         err,
                         report.writer.get(),
                         command.confinement ? command.confinement->descriptor() : -1,
-                        ::getpid()};
+                        ::getpid(),
+                        command.parentDeath,
+                        command.session};
 
     keepHowChildrenEnd();
     const pid_t pid = checked(::fork(), "fork");
@@ -331,9 +351,9 @@ void ChildProcess::terminate() {
     m_running->terminate();
 }
 
-Task<ChildProcess::Result> ChildProcess::run(Command command, std::stop_token stop) {
+Task<ChildProcess::Result> ChildProcess::run(Command command, std::stop_token stop, OutputReader reader) {
     throwIfCancelled(stop);
-    ChildProcess child(std::move(command));
+    ChildProcess child(std::move(command), std::move(reader));
     const std::stop_callback terminate(stop, [weak = std::weak_ptr(child.m_running), loop = EventLoop::current()] {
         loop->post([weak] {
             if (const auto running = weak.lock()) {

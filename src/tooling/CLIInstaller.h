@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/Bundle.h"
+#include "support/Sleep.h"
 #include "support/Task.h"
 #include "support/TaskGroup.h"
 #include "tooling/CLIStatus.h"
@@ -37,6 +38,7 @@ public:
         std::filesystem::path usualShell = "/bin/zsh";
         /// How long a shell has to tell its search path.
         std::chrono::milliseconds shellTimeout = std::chrono::seconds(3);
+        Sleeper sleep = sleepFor;
     };
 
     /// The bundle is the one whose tool is linked.
@@ -88,6 +90,10 @@ Q_SIGNALS:
     void canRemoveChanged();
 
 private:
+    Task<> look();
+    Task<> runAsAdministrator(std::string command);
+    Task<> privileged(std::string command);
+
     QString m_commandName;
     std::filesystem::path m_helperPath;
     std::filesystem::path m_linkPath;
