@@ -4,7 +4,7 @@ import os
 import unittest
 from pathlib import Path
 
-from session import DEADLINE, Sandbox, Session, TimedOut, wait_for
+from session import DEADLINE, Sandbox, Session, TimedOut, skip_introduction, wait_for
 
 PROGRAMS = Path(os.environ["DRIFTWELL_PROGRAMS"])
 
@@ -13,6 +13,7 @@ class DesktopTest(unittest.TestCase):
     """A desktop for all tests of a class; each has a platform and an application of its own."""
 
     has_panel = True
+    is_first_run = False
 
     @classmethod
     def setUpClass(cls):
@@ -28,6 +29,8 @@ class DesktopTest(unittest.TestCase):
         self.folder.mkdir()
         home = self.folder / "home"
         home.mkdir()
+        if not self.is_first_run:
+            skip_introduction(home)
         self.desktop.environment["HOME"] = str(home)
         temporary = self.folder / "tmp"
         temporary.mkdir()

@@ -1,5 +1,3 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import QtQuick.Layouts
 import Driftwell
@@ -11,22 +9,47 @@ FocusScope {
     required property OnboardingModel model
     readonly property real columnWidth: Math.min(620, width - 40)
 
+    function presentStep(): void {
+        switch (model.step) {
+        case OnboardingModel.Welcome:
+            return steps.setSource("WelcomeStep.qml");
+        case OnboardingModel.Setup:
+            return steps.setSource("SetupStep.qml", {model: model});
+        default:
+            return steps.setSource("SignInStep.qml", {model: model});
+        }
+    }
+
     focus: true
     Accessible.role: Accessible.Pane
     Accessible.name: "Introduction"
     // The button at the foot is what Return does wherever the keyboard is.
     Keys.onReturnPressed: view.model.runPrimary()
     Keys.onEnterPressed: view.model.runPrimary()
-    Component.onCompleted: primary.forceActiveFocus()
+    Component.onCompleted: {
+        presentStep();
+        primary.forceActiveFocus();
+    }
 
     Connections {
         target: view.model
 
         function onStepChanged(): void {
+            view.presentStep();
             area.contentY = 0;
             arrival.restart();
             primary.forceActiveFocus();
         }
+    }
+    NumberAnimation {
+        id: arrival
+
+        target: steps
+        property: "opacity"
+        from: 0
+        to: 1
+        duration: 220
+        easing.type: Easing.OutQuad
     }
     ScrollArea {
         id: area
@@ -42,37 +65,6 @@ FocusScope {
             x: (area.width - width) / 2
             y: Math.max(area.margin, (area.contentHeight - height) / 2)
             width: view.columnWidth
-            sourceComponent: view.model.step === OnboardingModel.Welcome ? welcome :
-                view.model.step === OnboardingModel.Setup ? setup : signIn
-
-            Component {
-                id: welcome
-
-                WelcomeStep {}
-            }
-            Component {
-                id: setup
-
-                SetupStep {
-                    model: view.model
-                }
-            }
-            Component {
-                id: signIn
-
-                SignInStep {
-                    model: view.model
-                }
-            }
-            NumberAnimation on opacity {
-                id: arrival
-
-                running: false
-                from: 0
-                to: 1
-                duration: 220
-                easing.type: Easing.OutQuad
-            }
         }
     }
     Rectangle {

@@ -139,7 +139,7 @@ Rectangle {
         RowLayout {
             Layout.leftMargin: 14
             Layout.rightMargin: 14
-            spacing: 12
+            spacing: 8
 
             FooterButton {
                 text: "Settings…"
@@ -154,6 +154,9 @@ Rectangle {
                 }
             }
             FooterButton {
+                // What gives way where the letters are wider than usual.
+                Layout.fillWidth: true
+                Layout.maximumWidth: implicitWidth
                 visible: view.model.updatesEnabled
                 enabled: view.model.canCheckForUpdates
                 text: "Check for Updates…"

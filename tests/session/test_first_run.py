@@ -1,0 +1,257 @@
+"""The first run of the application, its settings, and a start at login, as a new person meets them."""
+
+import json
+import re
+import shlex
+import shutil
+import subprocess
+import unittest
+import urllib.error
+import urllib.parse
+import urllib.request
+from pathlib import Path
+
+from desktop_test import DesktopTest
+from session import DEADLINE, end_with_parent, wait_for
+
+
+class FirstRunTest(DesktopTest):
+    """A person who has never started the application."""
+
+    is_first_run = True
+
+    def setUp(self):
+        super().setUp()
+        self.home = Path(self.desktop.environment["HOME"])
+        self.autostart = self.home / ".config" / "autostart" / "driftwell.desktop"
+
+    def start_remote_platform(self):
+        self.start_platform("--require-sign-in")
+        self.platform.address = f"http://127.0.0.1:{self.platform.port}"
+
+    def defaults(self):
+        file = self.home / ".config" / "dw" / "defaults.ini"
+        return file.read_text() if file.exists() else ""
+
+    def wait_for_focus(self, name):
+        wait_for(f"the keyboard on {name}", lambda: [widget.name for widget in self.desktop.focused()] == [name])
+
+    # --- The browser ---
+
+    def start_chromium(self):
+        """A real browser without a window, driven through chromedriver (W3C WebDriver)."""
+        driver = subprocess.Popen(["/usr/bin/chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True,
+                                  stderr=subprocess.DEVNULL, env=self.desktop.environment, preexec_fn=end_with_parent)
+        self.extra.append(driver)
+        for line in driver.stdout:
+            if match := re.search(r"started successfully on port (\d+)", line):
+                break
+        address = f"http://127.0.0.1:{match.group(1)}"
+        opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
+
+        def ask(method, path, body=None):
+            request = urllib.request.Request(address + path, method=method,
+                                             data=None if body is None else json.dumps(body).encode(),
+                                             headers={"Content-Type": "application/json"})
+            with opener.open(request, timeout=DEADLINE) as answer:
+                return json.loads(answer.read())["value"]
+        session = ask("POST", "/session", {"capabilities": {"alwaysMatch": {"goog:chromeOptions": {
+            "binary": "/usr/bin/chromium",
+            "args": ["--headless", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
+                     "--disable-background-networking", "--disable-component-update", "--disable-sync",
+                     "--no-proxy-server", "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1",
+                     f"--user-data-dir={self.folder / 'chromium'}"]}}}})["sessionId"]
+        return lambda method, path, body=None: ask(method, f"/session/{session}{path}", body)
+
+    def sign_in_with_chromium(self, person):
+        page = wait_for("the sign-in page", lambda: [a for a in self.desktop.opened() if "/auth/login?" in a])[-1]
+        browser = self.start_chromium()
+        browser("POST", "/url", {"url": page})
+        button = next(iter(browser("POST", "/element", {
+            "using": "css selector", "value": f"button[value={person}]"}).values()))
+        browser("POST", f"/element/{button}/click", {})
+        wait_for("the page that says so", lambda: browser("GET", "/title") == "Signed in to Driftwell")
+        browser("DELETE", "")
+
+    # --- The introduction ---
+
+    def test_a_new_person_is_led_to_the_window_and_asked_no_more(self):
+        self.start_remote_platform()
+        self.publish_signed_in("portfolio")
+        self.open()
+        self.find("heading", "Welcome to Driftwell")
+        self.wait_for_focus("Get started")
+        self.assertEqual(self.desktop.widgets("text", "Filter projects"), [])
+        self.desktop.key("Return")
+        self.find("heading", "Set up your computer")
+        self.find("label", "Installed")
+        toggle = self.find("check box", "Open at login")
+        for _ in range(6):
+            if self.desktop.is_focused(toggle):
+                break
+            self.desktop.key("Tab")
+        self.desktop.key("space")
+        wait_for("the entry on the disk", self.autostart.exists)
+        self.press("push button", "Continue")
+        self.find("heading", "Sign in to your team")
+        self.find("label", f"127.0.0.1:{self.platform.port}")
+        self.desktop.key("Return")
+        self.wait_for_text("Waiting for your browser…")
+        self.assertFalse(self.desktop.is_enabled(self.find("push button", "Waiting for browser…")))
+        self.sign_in_with_chromium("person-ines")
+        self.wait_for_text("Signed in")
+        self.assertNotIn("onboardingCompleted", self.defaults())
+        self.press("push button", "Open Driftwell")
+        self.wait_for_rows("portfolio")
+        self.assertIn("onboardingCompleted=true", self.defaults())
+
+        self.desktop.close_app()
+        self.open()
+        self.wait_for_rows("portfolio")
+        self.assertEqual(self.desktop.widgets("heading", "Welcome to Driftwell"), [])
+
+    def publish_signed_in(self, name):
+        """By somebody else, before."""
+        others = self.folder / "others"
+        others.mkdir()
+        home, self.desktop.environment["HOME"] = self.desktop.environment["HOME"], str(others)
+        try:
+            token = self.platform_token("person-maya")
+            self.desktop.dw("login", "--with-token", host=self.platform.address, stdin=token + "\n")
+            self.desktop.dw("deploy", self.site(name), "--name", name, host=self.platform.address)
+        finally:
+            self.desktop.environment["HOME"] = home
+
+    def platform_token(self, person):
+        """What the sign-in page of the platform gives to a browser."""
+        class Kept(urllib.request.HTTPRedirectHandler):
+            def redirect_request(self, request, answer, code, message, headers, url):
+                self.target = url
+                return None
+        kept = Kept()
+        browser = urllib.request.build_opener(urllib.request.ProxyHandler({}), kept,
+                                              urllib.request.HTTPCookieProcessor())
+        page = f"{self.platform.address}/auth/login?cli_port=9&cli_state=state"
+        nonce = re.search(r'name="nonce" value="([^"]+)"', browser.open(page, timeout=20).read().decode()).group(1)
+        answer = urllib.parse.urlencode({"nonce": nonce, "person": person}).encode()
+        try:
+            browser.open(urllib.parse.urljoin(page, "/auth/login"), answer, timeout=20)
+        except urllib.error.HTTPError:
+            pass
+        return urllib.parse.parse_qs(urllib.parse.urlsplit(kept.target).query)["token"][0]
+
+    def test_an_introduction_that_was_left_begins_anew(self):
+        self.start_platform()
+        self.open()
+        self.press("push button", "Get started")
+        self.find("heading", "Set up your computer")
+        self.press("push button", "Close")
+        wait_for("the end of the window", lambda: not self.desktop.windows("Driftwell"))
+        self.click_in_tray()
+        self.press("push button", "Open Driftwell")
+        self.find("heading", "Welcome to Driftwell")
+
+    def test_a_folder_waits_for_the_end_of_the_introduction(self):
+        self.start_platform()
+        self.open(self.site("handbook"))
+        self.press("push button", "Get started")
+        self.press("push button", "Continue")
+        self.wait_for_text("Local platform")
+        self.assertEqual(self.desktop.widgets("heading", "Deploy handbook"), [])
+        self.press("push button", "Open Driftwell")
+        self.wait_for_text("Deploy handbook")
+
+
+class SettingsTest(DesktopTest):
+    """The settings, and what they change."""
+
+    def setUp(self):
+        super().setUp()
+        self.autostart = Path(self.desktop.environment["HOME"]) / ".config" / "autostart" / "driftwell.desktop"
+
+    def open_settings_from_tray(self):
+        self.click_in_tray()
+        self.press("push button", "Settings…")
+        return self.wait_for_settings()
+
+    def wait_for_settings(self):
+        return wait_for("the settings", lambda: self.desktop.windows("Driftwell Settings"))
+
+    def toggle(self):
+        return self.find("check box", "Launch Driftwell at login")
+
+    def is_on(self):
+        import pyatspi
+        widget = self.toggle()
+        widget.clear_cache()
+        return widget.getState().contains(pyatspi.STATE_CHECKED)
+
+    def test_the_settings_open_from_the_tray_its_menu_and_the_keyboard(self):
+        self.start_platform()
+        self.open("--tray")
+        first = self.open_settings_from_tray()
+        self.find("text", "Server")
+        _, choose = self.desktop.tray_menu()
+        choose("Settings…")
+        self.assertEqual(self.wait_for_settings(), first)
+        self.desktop.key("ctrl+w")
+        wait_for("the end of the settings", lambda: not self.desktop.windows("Driftwell Settings"))
+        choose("Open Driftwell")
+        self.wait_for_text("No projects yet")
+        self.desktop.key("ctrl+comma")
+        self.wait_for_settings()
+
+    def test_another_host_is_connected_to(self):
+        self.start_platform()
+        self.desktop.dw("host", self.platform.address)
+        self.desktop.open_app("--tray")
+        self.open_settings_from_tray()
+        field = self.find("text", "Server")
+        self.desktop.click(*self.desktop.place(field))
+        self.desktop.key("ctrl+a")
+        self.desktop.type("http://other.localhost:9")
+        self.find("push button", "Apply")
+        self.desktop.key("Return")
+        self.desktop.gone("push button", "Apply")
+        self.assertIn("http://other.localhost:9", self.desktop.dw("host"))
+
+    def test_a_start_at_login_is_switched_on_and_starts_without_a_window(self):
+        self.start_platform()
+        self.open("--tray")
+        self.open_settings_from_tray()
+        self.assertFalse(self.is_on())
+        self.desktop.click(*self.desktop.place(self.toggle()))
+        wait_for("the entry on the disk", self.autostart.exists)
+        wait_for("the switch", self.is_on)
+        command = shlex.split(re.search(r"(?m)^Exec=(.*)$", self.autostart.read_text()).group(1))
+        self.assertEqual(command[1:], ["--tray"])
+        self.desktop.close_app()
+
+        self.desktop.app = subprocess.Popen(command, env=dict(self.desktop.environment, DW_HOST=self.platform.address),
+                                            stdin=subprocess.DEVNULL, preexec_fn=end_with_parent)
+        wait_for("the tray item", lambda: len(self.desktop.tray_items()) == 1)
+        self.assertEqual(self.desktop.windows("Driftwell"), [])
+        self.open_settings_from_tray()
+        wait_for("the switch", self.is_on)
+        self.desktop.click(*self.desktop.place(self.toggle()))
+        wait_for("the end of the entry", lambda: not self.autostart.exists())
+        wait_for("the switch", lambda: not self.is_on())
+
+    def test_the_switch_follows_other_programs_and_goes_back_where_nothing_can_be_written(self):
+        self.start_platform()
+        self.open("--tray")
+        self.open_settings_from_tray()
+        self.autostart.parent.mkdir(parents=True)
+        self.autostart.write_text("[Desktop Entry]\nType=Application\nName=Driftwell\nExec=driftwell --tray\n")
+        wait_for("the switch", self.is_on)
+        self.autostart.write_text("[Desktop Entry]\nType=Application\nName=D\nExec=driftwell --tray\nHidden=true\n")
+        wait_for("the switch", lambda: not self.is_on())
+        shutil.rmtree(self.autostart.parent)
+        self.autostart.parent.write_text("a file where the folder has to be")
+        self.desktop.click(*self.desktop.place(self.toggle()))
+        self.desktop.key("Tab")
+        wait_for("the switch back", lambda: not self.is_on())
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
