@@ -27,6 +27,7 @@ RowLayout {
         visible: text !== ""
         text: outcome.text
         textStyle: TextStyle.Note
+        verticalAlignment: Text.AlignVCenter
         wrapMode: Text.Wrap
     }
 }
