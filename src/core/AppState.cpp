@@ -9,7 +9,6 @@
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
 #include "platform/PlatformClient.h"
-#include "tooling/LocalServerController.h"
 
 #include <utility>
 #include <vector>
@@ -25,7 +24,7 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
     : m_desktop(desktop),
       m_client(std::move(client)),
       m_cli(std::make_unique<CLIInstaller>(m_client->bundle(), system.cli)),
-      m_localServer(std::make_unique<LocalServerController>(system.sleep)),
+      m_localServer(std::make_unique<LocalServerController>(system.localServer)),
       m_catalog(std::make_unique<Catalog>()),
       m_connection(std::make_unique<Connection>(*m_client, *m_catalog, system.sleep)),
       m_gates(std::make_unique<Gates>(std::move(defaults), system.gitToolsInstalled, system.sleep)),

@@ -4,6 +4,7 @@
 #include "support/Sleep.h"
 #include "support/Task.h"
 #include "tooling/CLIInstaller.h"
+#include "tooling/LocalServerController.h"
 
 #include <QSettings>
 
@@ -16,7 +17,6 @@ class Connection;
 class Deployments;
 class DesktopServices;
 class LocalPlatform;
-class LocalServerController;
 class NewProject;
 class PlatformClient;
 class SignIn;
@@ -36,6 +36,7 @@ public:
             return Git::toolsInstalled();
         };
         CLIInstaller::System cli = {};
+        LocalServerController::System localServer = {};
     };
 
     /// `desktop` outlives the model. `defaults` is the person's key-value store. No work starts before start().

@@ -36,7 +36,7 @@ void Gates::completeOnboarding() {
 }
 
 Task<> Gates::checkGitTools(std::stop_token stop) {
-    return m_tasks.run(probe(std::move(stop)));
+    return probe(std::move(stop));
 }
 
 Task<> Gates::probe(std::stop_token stop) {
@@ -49,10 +49,11 @@ Task<> Gates::probe(std::stop_token stop) {
 }
 
 Task<> Gates::watchGitTools(std::stop_token stop) {
-    co_await whileAlive(this, checkGitTools(stop));
+    const StopScope either(std::move(stop), m_tasks.token());
+    co_await whileAlive(this, probe(either.token()));
     while (m_gitToolsInstalled.value() == false) {
-        co_await whileAlive(this, m_sleep(pauseBetweenProbes, stop));
-        co_await whileAlive(this, checkGitTools(stop));
+        co_await whileAlive(this, m_sleep(pauseBetweenProbes, either.token()));
+        co_await whileAlive(this, probe(either.token()));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "core/Connection.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"
+#include "core/LocalPlatform.h"
 #include "core/NewProject.h"
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
@@ -131,6 +132,9 @@ ChangeLog::ChangeLog(AppState& model) {
     watch(model.signIn(), &SignIn::isSigningInChanged, "isSigningIn");
     watch(model.signIn(), &SignIn::signInErrorChanged, "signInError");
     watch(model.gates(), &Gates::needsOnboardingChanged, "needsOnboarding");
+    watch(model.gates(), &Gates::showGitInstallSheetChanged, "showGitInstallSheet");
+    watch(model.localPlatform(), &LocalPlatform::localSetupErrorChanged, "localSetupError");
+    watch(model.localServer(), &LocalServerController::phaseChanged, "phase");
 }
 
 std::ptrdiff_t ChangeLog::count(const std::string& signal) const {
@@ -139,7 +143,8 @@ std::ptrdiff_t ChangeLog::count(const std::string& signal) const {
 
 ModelFixture::ModelFixture()
     : m_home("HOME", QByteArray((m_root / "home").c_str())),
-      m_temporary("TMPDIR", QByteArray((m_root / "tmp").c_str())) {
+      m_temporary("TMPDIR", QByteArray((m_root / "tmp").c_str())),
+      m_shell("SHELL", QByteArray((m_root / "bin/shell").c_str())) {
     std::filesystem::create_directories(m_root / "home");
     std::filesystem::create_directories(m_root / "tmp");
 }
@@ -163,11 +168,13 @@ AppState::System ModelFixture::system() {
     AppState::System system;
     system.sleep = m_sleep;
     system.gitToolsInstalled = [this] {
+        ++gitProbes;
         return gitIsInstalled.load();
     };
     system.cli.linkFolder = m_root / "usr/local/bin";
     system.cli.pathsFile = m_root / "etc/paths";
     system.cli.pathsFolder = m_root / "etc/paths.d";
+    system.cli.usualShell = m_root / "bin/zsh";
     system.cli.pkexec = m_root / "usr/bin/pkexec";
     return system;
 }

@@ -138,6 +138,7 @@ protected:
 
     ScopedVariable m_home;
     ScopedVariable m_temporary;
+    ScopedVariable m_shell;
     ScopedVariable m_host{"DW_HOST", std::nullopt};
     ScopedVariable m_token{"DW_TOKEN", std::nullopt};
     ScopedVariable m_onboarding{"DW_ONBOARDING", std::nullopt};
@@ -146,6 +147,7 @@ protected:
     RecordingDesktopServices desktop;
     ManualSleeper sleeper;
     std::atomic<bool> gitIsInstalled = true;
+    std::atomic<int> gitProbes = 0;
 
 private:
     Sleeper m_sleep = sleeper.sleeper();
