@@ -264,16 +264,6 @@ class ApplicationTest(DesktopTest):
         self.desktop.gone("alert", re.compile("^Can’t reach"))
         self.find("push button", "Drag a folder here to publish a new project")
 
-    def sign_in_as(self, person):
-        """What a person does in the browser that the application opened: looks at the page and presses a button."""
-        page = wait_for("the sign-in page", lambda: [a for a in self.desktop.opened() if "/auth/login?" in a])[-1]
-        browser = urllib.request.build_opener(urllib.request.ProxyHandler({}), urllib.request.HTTPCookieProcessor())
-        html = browser.open(page, timeout=20).read().decode()
-        nonce = re.search(r'name="nonce" value="([^"]+)"', html).group(1)
-        answer = urllib.parse.urlencode({"nonce": nonce, "person": person}).encode()
-        target = urllib.parse.urljoin(page, "/auth/login")
-        return browser.open(target, answer, timeout=20).read().decode()
-
     def test_a_person_signs_in_and_out_again(self):
         self.start_platform("--require-sign-in")
         self.platform.address = f"http://127.0.0.1:{self.platform.port}"
