@@ -38,8 +38,12 @@ class FirstRunTest(DesktopTest):
 
     def start_chromium(self):
         """A real browser without a window, driven through chromedriver (W3C WebDriver)."""
+        # Its name is short, since the browser makes a socket below.
+        folder = self.desktop.folder / "chromium"
+        folder.mkdir()
         driver = subprocess.Popen(["/usr/bin/chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True,
-                                  stderr=subprocess.DEVNULL, env=self.desktop.environment, preexec_fn=end_with_parent)
+                                  stderr=subprocess.DEVNULL, preexec_fn=end_with_parent,
+                                  env={"HOME": str(folder), "TMPDIR": str(folder), "PATH": "/usr/bin:/bin"})
         self.extra.append(driver)
         for line in driver.stdout:
             if match := re.search(r"started successfully on port (\d+)", line):
@@ -51,14 +55,17 @@ class FirstRunTest(DesktopTest):
             request = urllib.request.Request(address + path, method=method,
                                              data=None if body is None else json.dumps(body).encode(),
                                              headers={"Content-Type": "application/json"})
-            with opener.open(request, timeout=DEADLINE) as answer:
-                return json.loads(answer.read())["value"]
+            try:
+                with opener.open(request, timeout=DEADLINE) as answer:
+                    return json.loads(answer.read())["value"]
+            except urllib.error.HTTPError as failure:
+                raise AssertionError(f"the browser refuses {path}: {failure.read().decode()[:500]}") from None
         session = ask("POST", "/session", {"capabilities": {"alwaysMatch": {"goog:chromeOptions": {
             "binary": "/usr/bin/chromium",
             "args": ["--headless", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
                      "--disable-background-networking", "--disable-component-update", "--disable-sync",
                      "--no-proxy-server", "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1",
-                     f"--user-data-dir={self.folder / 'chromium'}"]}}}})["sessionId"]
+                     f"--user-data-dir={folder / 'profile'}"]}}}})["sessionId"]
         return lambda method, path, body=None: ask(method, f"/session/{session}{path}", body)
 
     def sign_in_with_chromium(self, person):
