@@ -68,19 +68,27 @@ void SettingsWindow::open() {
     m_contents->scene.load(QStringLiteral("SettingsView"),
                            {{QStringLiteral("model"), QVariant::fromValue(&m_contents->model)}});
     connect(window.rootObject(), &QQuickItem::implicitHeightChanged, this, &SettingsWindow::fitContent);
+    // Once more when it is on screen: a window manager takes no other size from a window that is on its way there.
+    connect(&window, &QQuickWindow::frameSwapped, this, &SettingsWindow::fitContent,
+            static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
     fitContent();
     window.installEventFilter(this);
 }
 
 void SettingsWindow::fitContent() {
+    if (!m_contents) {
+        return;
+    }
     QQuickView& window = *view();
     const int free = window.screen()->availableSize().height() - titleHeight;
     const QSizeF wanted(window.rootObject()->implicitWidth(), window.rootObject()->implicitHeight());
     const QSize size(static_cast<int>(std::ceil(wanted.width())),
                      std::min(static_cast<int>(std::ceil(wanted.height())), free));
-    window.setMinimumSize(size);
+    // The limits make room before the size takes it.
+    window.setMinimumSize({size.width(), 0});
     window.setMaximumSize(size);
     window.resize(size);
+    window.setMinimumSize(size);
 }
 
 bool SettingsWindow::eventFilter(QObject* watched, QEvent* event) {
