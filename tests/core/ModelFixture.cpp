@@ -305,4 +305,10 @@ std::vector<std::string> ModelFixture::requestedPaths() const {
     return paths;
 }
 
+void ModelFixture::expectNoRefreshFollows() {
+    const std::size_t before = server.requests("/api/sites").size();
+    await(refresh());
+    EXPECT_EQ(server.requests("/api/sites").size(), before + 1);
+}
+
 } // namespace driftwell::tests

@@ -126,6 +126,9 @@ protected:
 
     /// The paths of all requests in order.
     [[nodiscard]] std::vector<std::string> requestedPaths() const;
+    /// Nothing that went before has begun a refresh: the server has seen none when one that was begun after it is
+    /// answered.
+    void expectNoRefreshFollows();
 
     static constexpr const char* token = "the-token";
 
