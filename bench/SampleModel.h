@@ -5,6 +5,7 @@
 #include "core/Catalog.h"
 #include "core/Connection.h"
 #include "desktop/DesktopServices.h"
+#include "desktop/LoginItem.h"
 #include "desktop/WindowServices.h"
 #include "platform/PlatformClient.h"
 #include "support/TemporaryFolder.h"
@@ -15,6 +16,14 @@
 namespace driftwell::bench {
 
 inline constexpr int sampleSiteCount = 10'000;
+
+/// It is off and stays so.
+class NoLoginItem final : public LoginItem {
+public:
+    [[nodiscard]] bool isEnabled() const override { return false; }
+    void setEnabled(bool) override {}
+    [[nodiscard]] std::unique_ptr<QObject> watch(std::function<void()>) override { return nullptr; }
+};
 
 /// A desktop on which nothing happens.
 class NoDesktop final : public WindowServices, public DesktopServices {
@@ -28,6 +37,10 @@ public:
     void promptInstall(const QString&) override {}
     void copyText(const QString&) override {}
     [[nodiscard]] ColorScheme colorScheme() const override { return ColorScheme::Light; }
+    [[nodiscard]] LoginItem& loginItem() override { return m_loginItem; }
+
+private:
+    NoLoginItem m_loginItem;
 };
 
 /// A model that is connected to a server on this machine. Made before the process has other threads: the server is a

@@ -3,6 +3,7 @@
 #include "desktop/DesktopServices.h"
 #include "desktop/WindowServices.h"
 #include "support/Completion.h"
+#include "tests/FakeLoginItem.h"
 
 #include <gtest/gtest.h>
 
@@ -65,6 +66,8 @@ public:
     void showInFileManager(const std::filesystem::path& path) override { m_shownPaths.push_back(path); }
     void copyText(const QString& text) override { m_clipboard = text.toStdString(); }
 
+    [[nodiscard]] FakeLoginItem& loginItem() override { return m_loginItem; }
+
     [[nodiscard]] ColorScheme colorScheme() const override { return m_colorScheme; }
     void setColorScheme(ColorScheme scheme) {
         m_colorScheme = scheme;
@@ -76,6 +79,7 @@ private:
     std::vector<std::string> m_openedUrls;
     std::vector<std::filesystem::path> m_shownPaths;
     std::string m_clipboard;
+    FakeLoginItem m_loginItem;
     ColorScheme m_colorScheme = ColorScheme::Light;
     std::deque<FolderAnswer> m_folderAnswers;
     std::vector<FolderQuestion> m_folderQuestions;

@@ -21,7 +21,8 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
 
 AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop,
                    std::unique_ptr<QSettings> defaults, System system)
-    : m_client(std::move(client)),
+    : m_desktop(desktop),
+      m_client(std::move(client)),
       m_cli(std::make_unique<CLIInstaller>(m_client->bundle(), system.cli)),
       m_localServer(std::make_unique<LocalServerController>(system.localServer)),
       m_catalog(std::make_unique<Catalog>()),

@@ -47,6 +47,7 @@ public:
     AppState(const AppState&) = delete;
     AppState& operator=(const AppState&) = delete;
 
+    [[nodiscard]] DesktopServices& desktop() const { return m_desktop; }
     [[nodiscard]] PlatformClient& client() const { return *m_client; }
     [[nodiscard]] Catalog& catalog() const { return *m_catalog; }
     [[nodiscard]] Connection& connection() const { return *m_connection; }
@@ -69,6 +70,7 @@ public:
     Task<> end();
 
 private:
+    DesktopServices& m_desktop;
     // A part is made after those that it uses, and goes before them.
     std::unique_ptr<PlatformClient> m_client;
     std::unique_ptr<CLIInstaller> m_cli;

@@ -30,10 +30,6 @@ Gates::Gates(std::unique_ptr<QSettings> defaults, GitProbe probe, Sleeper sleep)
 
 Gates::~Gates() = default;
 
-void Gates::postponeOnboarding() {
-    m_needsOnboarding = false;
-}
-
 void Gates::completeOnboarding() {
     m_defaults->setValue(onboardingCompleted, true);
     m_needsOnboarding = false;

@@ -41,9 +41,6 @@ public:
     /// The sheet that explains how to get git is to be shown.
     [[nodiscard]] bool showGitInstallSheet() const { return m_showGitInstallSheet; }
 
-    /// This run goes on without the introduction. The next one needs it as before.
-    void postponeOnboarding();
-
     /// The introduction has been gone through and is not shown again.
     void completeOnboarding();
 

@@ -5,6 +5,8 @@
 
 namespace driftwell {
 
+class LoginItem;
+
 /// Whether the person works on a dark or a light desktop.
 enum class ColorScheme { Light, Dark };
 
@@ -18,6 +20,9 @@ public:
     virtual void copyText(const QString& text) = 0;
 
     [[nodiscard]] virtual ColorScheme colorScheme() const = 0;
+
+    /// Whether the application starts when the person logs in. Lives as long as this.
+    [[nodiscard]] virtual LoginItem& loginItem() = 0;
 
 Q_SIGNALS:
     void colorSchemeChanged();

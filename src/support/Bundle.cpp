@@ -49,4 +49,8 @@ std::filesystem::path Bundle::helpers() const {
     return m_contents.empty() ? std::filesystem::path() : m_contents / "Helpers";
 }
 
+std::filesystem::path Bundle::share() const {
+    return m_contents.empty() ? std::filesystem::path() : m_contents / "share";
+}
+
 } // namespace driftwell

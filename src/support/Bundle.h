@@ -34,6 +34,9 @@ public:
     /// Contents/Helpers, with the programs that the application brings along. Empty without a bundle.
     [[nodiscard]] std::filesystem::path helpers() const;
 
+    /// Contents/share, with the files that the application copies. Empty without a bundle.
+    [[nodiscard]] std::filesystem::path share() const;
+
 private:
     std::filesystem::path m_contents;
     QVariantMap m_information;

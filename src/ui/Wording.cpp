@@ -11,6 +11,11 @@ constexpr std::array entries{
     Wording::Entry{u"Reveal Folder in Finder", u"Show Folder in Files"},
     Wording::Entry{u"Choose a folder to publish (⌘D)", u"Choose a folder to publish (Ctrl+D)"},
     Wording::Entry{u"⌘0", u"Ctrl+0"},
+    Wording::Entry{u"Set up your Mac", u"Set up your computer"},
+    Wording::Entry{u"Command Line Tools", u"Git"},
+    Wording::Entry{u"Editing projects together syncs folders with git, which ships in Apple’s free Command Line Tools.",
+                   u"Editing projects together syncs folders with git, a small free package."},
+    Wording::Entry{u"Waiting for Apple’s installer…", u"Waiting for the installer…"},
 };
 
 } // namespace

@@ -7,7 +7,7 @@ import urllib.parse
 import urllib.request
 from pathlib import Path
 
-from session import DEADLINE, Sandbox, Session, TimedOut, wait_for
+from session import DEADLINE, Sandbox, Session, TimedOut, skip_introduction, wait_for
 
 PROGRAMS = Path(os.environ["DRIFTWELL_PROGRAMS"])
 
@@ -16,6 +16,7 @@ class DesktopTest(unittest.TestCase):
     """A desktop for all tests of a class; each has a platform and an application of its own."""
 
     has_panel = True
+    is_first_run = False
 
     @classmethod
     def setUpClass(cls):
@@ -31,6 +32,8 @@ class DesktopTest(unittest.TestCase):
         self.folder.mkdir()
         home = self.folder / "home"
         home.mkdir()
+        if not self.is_first_run:
+            skip_introduction(home)
         self.desktop.environment["HOME"] = str(home)
         temporary = self.folder / "tmp"
         temporary.mkdir()

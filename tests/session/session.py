@@ -61,6 +61,13 @@ def end_children():
             os.waitpid(child, 0)
 
 
+def skip_introduction(home):
+    """The person of this home folder has been through the introduction before."""
+    folder = Path(home) / ".config" / "dw"
+    folder.mkdir(parents=True)
+    (folder / "defaults.ini").write_text("[General]\nonboardingCompleted=true\n")
+
+
 def descendants(widget):
     """A widget of any application's tree, and all below it."""
     if widget is not None:

@@ -10,11 +10,12 @@ import urllib.request
 from datetime import datetime, timedelta, timezone
 from pathlib import Path
 
-from session import Sandbox, Session, wait_for
+from session import Sandbox, Session, skip_introduction, wait_for
 
 LARGE = (1000, 760)
 SMALL = (780, 520)
 LONG_NAME = "international-conference-on-sustainable-architecture-2026-draft"
+LONG_HOST = "http://websites.department-of-architecture.international-university.localhost:1"
 
 # name, hours since it was deployed, by whom, last action, access mode, invited people
 SITES = [
@@ -39,12 +40,14 @@ class Shots:
         self.scale = scale
         self.count = 0
 
-    def open(self, sandbox, *arguments, host=None):
+    def open(self, sandbox, *arguments, host=None, first_run=False, **environment):
         self.desktop.environment["HOME"] = str(self.desktop.folder / f"home-{self.theme}-{self.count}")
         self.count += 1
         os.makedirs(self.desktop.environment["HOME"])
+        if not first_run:
+            skip_introduction(self.desktop.environment["HOME"])
         self.desktop.open_app(*arguments, host=host or (sandbox.address if sandbox else None),
-                              DRIFTWELL_COLOR_SCHEME=self.theme, QT_SCALE_FACTOR=str(self.scale))
+                              DRIFTWELL_COLOR_SCHEME=self.theme, QT_SCALE_FACTOR=str(self.scale), **environment)
         if "--tray" in arguments:
             return
         self.desktop.find("frame", "Driftwell")
@@ -171,6 +174,79 @@ def take_connection(shots):
     sign_in(desktop, "person-sam")
     desktop.find("label", "This account can’t manage sites")
     shots.take("not-on-the-team")
+    shots.close()
+    closed.stop()
+
+
+def take_introduction(shots):
+    desktop = shots.desktop
+    (desktop.folder / "opened").unlink(missing_ok=True)
+    closed = Sandbox(desktop, "--require-sign-in", data=f"first-{shots.theme}")
+    shots.open(None, host=f"http://127.0.0.1:{closed.port}", first_run=True)
+    shots.heading("Welcome to Driftwell")
+    shots.take("introduction-welcome")
+    desktop.key("Return")
+    shots.heading("Set up your computer")
+    desktop.find("label", "Installed")
+    shots.take("introduction-setup")
+    desktop.key("Return")
+    shots.heading("Sign in to your team")
+    desktop.find("label", "Not signed in yet")
+    shots.take("introduction-signed-out")
+    desktop.press("push button", "Change")
+    desktop.find("push button", "Save")
+    shots.take("introduction-host")
+    desktop.key("ctrl+a")
+    desktop.type(LONG_HOST)
+    desktop.key("Return")
+    desktop.find("label", re.compile("^Can’t reach"))
+    shots.take("introduction-unreachable")
+    desktop.press("push button", "Change")
+    desktop.key("ctrl+a")
+    desktop.type(f"http://127.0.0.1:{closed.port}")
+    desktop.key("Return")
+    desktop.find("label", "Not signed in yet")
+    desktop.press("push button", "Sign in…")
+    desktop.find("label", "Waiting for your browser…")
+    shots.take("introduction-signing-in")
+    sign_in(desktop, "person-sam")
+    desktop.find("push button", "Sign in with another account…")
+    shots.take("introduction-not-on-the-team")
+    shots.close()
+    closed.stop()
+
+
+def take_settings(shots, sandbox):
+    desktop = shots.desktop
+
+    def open_settings():
+        desktop.key("ctrl+comma")
+        shots.window = wait_for("the settings", lambda: desktop.windows("Driftwell Settings"))[0]
+        desktop.move(desktop.size[0] - 5, desktop.size[1] // 2)
+        shots.settle()
+
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+    open_settings()
+    shots.keep("settings")
+    desktop.press("text", "Server")
+    desktop.key("ctrl+a")
+    desktop.type(LONG_HOST)
+    desktop.find("push button", "Apply")
+    desktop.move(desktop.size[0] - 5, desktop.size[1] // 2)
+    shots.settle()
+    shots.keep("settings-other-host")
+    shots.close()
+
+    (desktop.folder / "opened").unlink(missing_ok=True)
+    closed = Sandbox(desktop, "--require-sign-in", data=f"settings-{shots.theme}")
+    shots.open(closed, host=f"http://127.0.0.1:{closed.port}")
+    desktop.find("push button", "Sign in…")
+    open_settings()
+    shots.keep("settings-signed-out")
+    desktop.press("push button", "Sign In…")
+    desktop.find("push button", "Cancel")
+    shots.keep("settings-signing-in")
     shots.close()
     closed.stop()
 
@@ -328,10 +404,12 @@ def main():
             shots = Shots(desktop, folder, theme, scale)
             sandbox = Sandbox(desktop, data=f"platform-{theme}")
             fill(desktop, sandbox)
+            take_introduction(shots)
             take_connection(shots)
             take_list(shots, sandbox)
             take_site_sheets(shots, sandbox)
             take_deploy(shots, sandbox)
+            take_settings(shots, sandbox)
             take_tray(shots, sandbox)
             if scale == 1:
                 take_drop(shots, sandbox)

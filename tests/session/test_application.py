@@ -91,7 +91,7 @@ class ApplicationTest(DesktopTest):
         self.publish("portfolio", "handbook")
         self.open("--tray")
         wait_for("the commands", lambda: self.desktop.tray_menu()[0] ==
-                 ["handbook", "portfolio", "Open Driftwell", "Quit"])
+                 ["handbook", "portfolio", "Open Driftwell", "Settings…", "Quit"])
         _, choose = self.desktop.tray_menu()
         choose("portfolio")
         self.wait_for_opened(f"http://portfolio.driftwell.localhost:{self.platform.port}/")

@@ -67,6 +67,10 @@ TEST(BundleTest, HasItsHelpersInItsContents) {
     EXPECT_EQ(Bundle("/opt/Driftwell/Contents").helpers(), "/opt/Driftwell/Contents/Helpers");
 }
 
+TEST(BundleTest, HasTheFilesThatAreCopiedInItsContents) {
+    EXPECT_EQ(Bundle("/opt/Driftwell/Contents").share(), "/opt/Driftwell/Contents/share");
+}
+
 /// What a program finds that lies there in the folder.
 std::string foundBy(const TestFolder& folder, const char* program) {
     std::filesystem::create_directories((folder / program).parent_path());
@@ -100,6 +104,7 @@ TEST(BundleTest, IsNotFoundUnderOtherNames) {
 TEST(BundleTest, IsEmptyWithoutATree) {
     EXPECT_EQ(Bundle().string(QStringLiteral("DWCommandName")), std::nullopt);
     EXPECT_TRUE(Bundle().helpers().empty());
+    EXPECT_TRUE(Bundle().share().empty());
 }
 
 TEST(BundleTest, IsNoneForAProgramThatRunsOutsideATree) {

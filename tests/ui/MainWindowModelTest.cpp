@@ -68,13 +68,28 @@ TEST_F(MainWindowModelTest, AConnectionWithSitesShowsTheList) {
     EXPECT_EQ(window().content(), Content::SiteList);
 }
 
-TEST_F(MainWindowModelTest, AFirstRunShowsTheSameWithoutAnIntroduction) {
+TEST_F(MainWindowModelTest, AFirstRunShowsTheIntroductionUntilItIsCompleted) {
     const ScopedVariable firstRun("DW_ONBOARDING", "1");
     ASSERT_TRUE(model().gates().needsOnboarding());
     become(Kind::Connected);
+    EXPECT_EQ(window().content(), Content::Onboarding);
+    ASSERT_NE(window().onboarding(), nullptr);
+    model().gates().completeOnboarding();
     EXPECT_EQ(window().content(), Content::SiteList);
-    model().gates().postponeOnboarding();
-    EXPECT_EQ(window().content(), Content::SiteList);
+    EXPECT_EQ(window().onboarding(), nullptr);
+}
+
+TEST_F(MainWindowModelTest, AFirstRunShowsTheIntroductionInEveryState) {
+    const ScopedVariable firstRun("DW_ONBOARDING", "1");
+    for (const Kind kind : allKinds) {
+        become(kind);
+        EXPECT_EQ(window().content(), Content::Onboarding);
+    }
+}
+
+TEST_F(MainWindowModelTest, ALaterRunHasNoIntroduction) {
+    become(Kind::Connected);
+    EXPECT_EQ(window().onboarding(), nullptr);
 }
 
 TEST_F(MainWindowModelTest, AConnectionThatIsBeingMadeShowsTheListAndNotTheEmptyState) {

@@ -137,13 +137,13 @@ TEST_F(MenuBarViewTest, WithoutRecentSitesThereIsNoHeading) {
     connectedWith({});
     showPanel();
     EXPECT_THAT(texts(), Not(Contains("RECENTLY DEPLOYED")));
-    EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Quit"));
+    EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Settings…", "Quit"));
 }
 
 TEST_F(MenuBarViewTest, TheRecentSitesAreListed) {
     withThreeSites();
     showPanel();
-    EXPECT_THAT(buttons(), ElementsAre("new", "old", "never", "Open Driftwell", "Quit"));
+    EXPECT_THAT(buttons(), ElementsAre("new", "old", "never", "Open Driftwell", "Settings…", "Quit"));
     EXPECT_EQ(the(Role::Button, QStringLiteral("never")).description, QStringLiteral("—"));
     EXPECT_THAT(the(Role::Button, QStringLiteral("old")).description.toStdString(), testing::MatchesRegex("[0-9]+w"));
 }
@@ -219,6 +219,37 @@ TEST_F(MenuBarViewTest, QuitAsksForTheEnd) {
     EXPECT_EQ(ends.count(), 1);
 }
 
+TEST_F(MenuBarViewTest, TheSettingsAreOpenedWithTheButtonAndTheKeys) {
+    connectedWith({});
+    showPanel();
+    const QSignalSpy settings(&menuBar(), &MenuBarModel::settingsRequested);
+    click(QStringLiteral("Settings…"));
+    EXPECT_EQ(dismissals(), 1);
+    EXPECT_EQ(settings.count(), 1);
+    press(Qt::Key_Comma, Qt::ControlModifier);
+    EXPECT_EQ(dismissals(), 2);
+    EXPECT_EQ(settings.count(), 2);
+}
+
+TEST_F(MenuBarViewTest, ACopyWithoutAFeedHasNoUpdatesToCheck) {
+    connectedWith({});
+    showPanel();
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Check for Updates…")));
+}
+
+TEST_F(MenuBarViewTest, WhileNoCheckIsPossibleItsButtonIsDisabled) {
+    folder().write("Contents/Info.json", R"({"SUFeedURL": "https://example.org/apt"})");
+    Updater updater{Bundle(folder() / "Contents")};
+    ASSERT_FALSE(updater.canCheck());
+    becomeOnRemote(Kind::Connected);
+    MenuBarModel withUpdates = menuBarOf(model(), updater);
+    show(QStringLiteral("MenuBarView"), {{QStringLiteral("model"), QVariant::fromValue(&withUpdates)}}, {300, 400});
+    EXPECT_FALSE(the(Role::Button, QStringLiteral("Check for Updates…")).isEnabled());
+    const QQuickItem* const quit = the(Role::Button, QStringLiteral("Quit")).item;
+    EXPECT_LE(quit->mapToScene({quit->width(), 0}).x(), 300 - 13) << "all commands fit beside each other";
+    hideView();
+}
+
 TEST_F(MenuBarViewTest, EscapeDismissesThePanel) {
     connectedWith({});
     showPanel();
@@ -245,7 +276,7 @@ TEST_F(MenuBarViewTest, APersonSignsInAndNothingMoreIsOfferedMeanwhile) {
     click(QStringLiteral("Sign in…"));
     EXPECT_EQ(dismissals(), 1);
     EXPECT_TRUE(model().signIn().isSigningIn());
-    EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Quit"));
+    EXPECT_THAT(buttons(), ElementsAre("Open Driftwell", "Settings…", "Quit"));
     EXPECT_THAT(texts(), Contains("waiting for browser…"));
     model().signIn().cancelSignIn();
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
@@ -262,8 +293,8 @@ TEST_F(MenuBarViewTest, TabGoesThroughEverything) {
     becomeOnRemote(Kind::Connected);
     showPanel();
     EXPECT_EQ(focus(), "Button garden");
-    EXPECT_THAT(tabs(5), ElementsAre("Button bakery", "Button Open Driftwell", "Button Sign out", "Button Quit",
-                                     "Button garden"));
+    EXPECT_THAT(tabs(6), ElementsAre("Button bakery", "Button Open Driftwell", "Button Settings…", "Button Sign out",
+                                     "Button Quit", "Button garden"));
 }
 
 TEST_F(MenuBarViewTest, ItFollowsTheColorScheme) {

@@ -30,11 +30,12 @@ std::set<QString> symbolsOfViews() {
     return names;
 }
 
-/// All symbols: those of the views and those that models name.
+/// All symbols: those of the views and those that models and functions of views name.
 std::set<QString> allSymbols() {
     std::set<QString> names = symbolsOfViews();
-    for (const char* name : {"exclamationmark.triangle", "globe", "person.crop.circle.badge.checkmark",
-                             "person.crop.circle.badge.exclamationmark"}) {
+    for (const char* name :
+         {"exclamationmark.circle", "exclamationmark.triangle", "exclamationmark.triangle.fill", "globe",
+          "person.crop.circle", "person.crop.circle.badge.checkmark", "person.crop.circle.badge.exclamationmark"}) {
         names.insert(QString::fromLatin1(name));
     }
     return names;

@@ -4,8 +4,24 @@
 
 namespace driftwell::tests {
 
+MenuBarModel menuBarOf(AppState& state, Updater& updater) {
+    return {state.connection(),  state.catalog(), state.deployments(), state.siteOperations(), state.signIn(),
+            state.localServer(), updater};
+}
+
 MenuBarModel menuBarOf(AppState& state) {
-    return {state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn()};
+    // A copy without a feed, in which nothing of it changes.
+    static Updater none{Bundle()};
+    return menuBarOf(state, none);
+}
+
+SettingsModel settingsOf(AppState& state, Updater& updater, WindowServices& desktop) {
+    return {state.connection(), state.signIn(), state.cli(), updater, desktop.loginItem()};
+}
+
+OnboardingModel onboardingOf(AppState& state, WindowServices& desktop) {
+    return {state.connection(), state.signIn(),      state.gates(), state.cli(),
+            state.desktop(),    desktop.loginItem(), nullptr};
 }
 
 ToolbarModel toolbarOf(AppState& state) {

@@ -3,8 +3,8 @@
 #include "core/AppState.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
-#include "core/Gates.h"
 #include "core/NewProject.h"
+#include "core/UserDefaults.h"
 #include "desktop/freedesktop/FreedesktopServices.h"
 #include "platform/PlatformClient.h"
 #include "support/Concurrency.h"
@@ -25,11 +25,36 @@ constexpr std::chrono::seconds quitTimeout(15);
 
 const QString openKey = QStringLiteral("open");
 const QString quitKey = QStringLiteral("quit");
+const QString installKey = QStringLiteral("install");
 
 Notification::Content signOfLife() {
     return {.title = QStringLiteral("Driftwell is still running"),
             .text = QStringLiteral("This desktop has no tray. Start Driftwell again to bring the window back."),
             .actions = {{openKey, QStringLiteral("Open")}, {quitKey, QStringLiteral("Quit")}}};
+}
+
+Notification::Content newsOf(Updater::Outcome outcome, const QString& text) {
+    switch (outcome) {
+    case Updater::Outcome::UpToDate:
+        return {.title = QStringLiteral("Driftwell is up to date"), .text = {}, .actions = {}};
+    case Updater::Outcome::Failed:
+        return {.title = QStringLiteral("Driftwell could not look for updates"), .text = text, .actions = {}};
+    case Updater::Outcome::NeedsConsent:
+        return {.title = QStringLiteral("Driftwell %1 is available").arg(text),
+                .text = QStringLiteral("Installing it asks for a password."),
+                .actions = {{installKey, QStringLiteral("Install…")}}};
+    case Updater::Outcome::Installed:
+        return {.title = QStringLiteral("Driftwell %1 is installed").arg(text),
+                .text = QStringLiteral("It runs from the next start on."),
+                .actions = {}};
+    }
+    Q_UNREACHABLE();
+}
+
+std::unique_ptr<PackageKitUpdates> packagesOf(const Bundle& bundle) {
+    return bundle.has(QStringLiteral("SUFeedURL"))
+               ? std::make_unique<PackageKitUpdates>(QDBusConnection::systemBus(), FreedesktopServices::usualTimeout)
+               : nullptr;
 }
 
 } // namespace
@@ -38,14 +63,22 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
       m_trayHost(m_sessionBus, FreedesktopServices::usualTimeout),
-      m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn()),
+      m_packages(packagesOf(state.client().bundle())),
+      m_updater(state.client().bundle(), m_packages.get(), openUserDefaults(state.client().store().file())),
+      m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn(),
+                state.localServer(), m_updater),
       m_window(state, desktop),
+      m_settings(state, m_updater, desktop),
       m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_menuBar, &MenuBarModel::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_window, &MainWindow::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
+    connect(&m_settings, &SettingsWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::closed, this, &Application::followClosedWindow);
     connect(&m_trayHost, &TrayHost::appeared, this, [this] { m_sign.reset(); });
+    connect(&m_updater, &Updater::ended, this, &Application::tellOfUpdate);
 }
 
 Application::~Application() = default;
@@ -59,17 +92,19 @@ void Application::quit() {
 Task<> Application::endAndQuit() {
     // At once, and so that nothing more is begun in it.
     m_window.hide();
+    m_settings.hide();
     // A folder on a server that does not answer, for example, keeps nobody from quitting. What is stored is stored at
     // once, so nothing is lost by an end that waits for nobody.
     endProcessWithin(quitTimeout);
+    Task<> updates = m_updater.end();
     co_await m_state.end();
+    co_await updates;
     QCoreApplication::quit();
 }
 
 void Application::begin(const Invocation& invocation) {
-    // There is no introduction to go through, so nobody waits for its end: the window itself shows how one begins.
-    m_state.gates().postponeOnboarding();
     m_state.start();
+    m_updater.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
 }
 
@@ -90,6 +125,12 @@ void Application::showWindow(const QByteArray& activationToken) {
     m_window.show(activationToken);
 }
 
+void Application::showSettings() {
+    if (!m_isQuitting) {
+        m_settings.show();
+    }
+}
+
 void Application::followClosedWindow() {
     if (m_trayHost.isSettled()) {
         sayThatItRuns();
@@ -108,11 +149,18 @@ void Application::sayThatItRuns() {
     connect(m_sign.get(), &Notification::actionChosen, this, &Application::runAction, Qt::QueuedConnection);
 }
 
+void Application::tellOfUpdate(Updater::Outcome outcome, const QString& text) {
+    m_news = std::make_unique<Notification>(m_sessionBus, FreedesktopServices::usualTimeout, newsOf(outcome, text));
+    connect(m_news.get(), &Notification::actionChosen, this, &Application::runAction, Qt::QueuedConnection);
+}
+
 void Application::runAction(const QString& key, const QByteArray& activationToken) {
     if (key == openKey) {
         showWindow(activationToken);
     } else if (key == quitKey) {
         m_menuBar.quit();
+    } else if (key == installKey) {
+        m_updater.installNow();
     }
 }
 

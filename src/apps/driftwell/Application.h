@@ -2,11 +2,14 @@
 
 #include "apps/driftwell/Invocation.h"
 #include "apps/driftwell/MainWindow.h"
+#include "apps/driftwell/SettingsWindow.h"
 #include "apps/driftwell/TrayItem.h"
 #include "desktop/freedesktop/Notification.h"
+#include "desktop/freedesktop/PackageKitUpdates.h"
 #include "desktop/freedesktop/TrayHost.h"
 #include "desktop/WindowServices.h"
 #include "support/Task.h"
+#include "tooling/Updater.h"
 #include "ui/tray/MenuBarModel.h"
 
 #include <QDBusConnection>
@@ -38,23 +41,32 @@ public:
     void quit();
 
     [[nodiscard]] MainWindow& window() { return m_window; }
+    [[nodiscard]] SettingsWindow& settings() { return m_settings; }
 
 private:
     Task<> endAndQuit();
     void showWindow(const QByteArray& activationToken = {});
+    void showSettings();
     void followClosedWindow();
     void sayThatItRuns();
+    void tellOfUpdate(Updater::Outcome outcome, const QString& text);
     void runAction(const QString& key, const QByteArray& activationToken);
 
     AppState& m_state;
     QDBusConnection m_sessionBus;
     TrayHost m_trayHost;
+    /// Null in a copy without a feed, which asks nobody.
+    std::unique_ptr<PackageKitUpdates> m_packages;
+    Updater m_updater;
     MenuBarModel m_menuBar;
     MainWindow m_window;
+    SettingsWindow m_settings;
     TrayItem m_tray;
     bool m_isQuitting = false;
     /// That the application goes on although nothing of it is to be seen; null while it is not said.
     std::unique_ptr<Notification> m_sign;
+    /// How the last check for a new version has ended.
+    std::unique_ptr<Notification> m_news;
     bool m_wasSaid = false;
 };
 

@@ -1,6 +1,7 @@
 #include "apps/driftwell/MainWindow.h"
 
 #include "apps/driftwell/FolderDrop.h"
+#include "apps/driftwell/SettingsWindow.h"
 #include "desktop/freedesktop/WindowActivation.h"
 #include "ui/scene/Scene.h"
 #include "ui/window/MainWindowModel.h"
@@ -64,15 +65,19 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
         QTimer::singleShot(0, this, &MainWindow::unload);
     }
     // Before the scene, whose sheets keep every key to themselves.
-    if (event->type() == QEvent::KeyPress && leave(*static_cast<QKeyEvent*>(event))) {
+    if (event->type() == QEvent::KeyPress && runCommand(*static_cast<QKeyEvent*>(event))) {
         return true;
     }
     return QObject::eventFilter(watched, event);
 }
 
-bool MainWindow::leave(const QKeyEvent& key) {
+bool MainWindow::runCommand(const QKeyEvent& key) {
     if (key.matches(QKeySequence::Quit)) {
         Q_EMIT quitRequested();
+        return true;
+    }
+    if (SettingsWindow::opensWith(key)) {
+        Q_EMIT settingsRequested();
         return true;
     }
     return key.matches(QKeySequence::Close) && view()->close();

@@ -41,6 +41,7 @@ Q_SIGNALS:
     void closed();
     /// The person wants the whole application to end.
     void quitRequested();
+    void settingsRequested();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -50,8 +51,8 @@ private:
 
     void open();
     void unload();
-    /// Whether the keys are those that close the window or end the application, and do so.
-    bool leave(const QKeyEvent& key);
+    /// Whether the keys are a command of the whole window or application, and runs it.
+    bool runCommand(const QKeyEvent& key);
 
     AppState& m_state;
     WindowServices& m_desktop;

@@ -19,7 +19,9 @@ TrayItem::TrayItem(MenuBarModel& model, WindowServices& desktop, TrayHost& host,
     m_pulse.setLoopCount(-1);
     connect(&m_pulse, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& phase) { showPulse(TrayPulse::level(phase.toDouble())); });
-    connect(&model, &MenuBarModel::windowRequested, &m_panel, &TrayPanel::dismiss, Qt::QueuedConnection);
+    for (const auto signal : {&MenuBarModel::windowRequested, &MenuBarModel::settingsRequested}) {
+        connect(&model, signal, &m_panel, &TrayPanel::dismiss, Qt::QueuedConnection);
+    }
     connect(&host, &TrayHost::appeared, this, &TrayItem::makeIcon);
 }
 
@@ -70,7 +72,7 @@ void TrayItem::showPulse(int level) {
 
 void TrayItem::fillMenu() {
     const QList<RecentSite> recent = m_model.recentSites(now());
-    QStringList entries{m_model.title(), m_model.authTitle()};
+    QStringList entries{m_model.title(), m_model.authTitle(), QString::number(m_model.canCheckForUpdates())};
     for (const RecentSite& site : recent) {
         entries.append(site.name);
     }
@@ -88,8 +90,14 @@ void TrayItem::fillMenu() {
     m_menu.addSeparator();
     connect(m_menu.addAction(QStringLiteral("Open Driftwell")), &QAction::triggered, &m_model,
             &MenuBarModel::openWindow);
+    connect(m_menu.addAction(QStringLiteral("Settings…")), &QAction::triggered, &m_model, &MenuBarModel::openSettings);
     if (!m_model.authTitle().isEmpty()) {
         connect(m_menu.addAction(m_model.authTitle()), &QAction::triggered, &m_model, &MenuBarModel::runAuthAction);
+    }
+    if (m_model.updatesEnabled()) {
+        QAction* const check = m_menu.addAction(QStringLiteral("Check for Updates…"));
+        check->setEnabled(m_model.canCheckForUpdates());
+        connect(check, &QAction::triggered, &m_model, &MenuBarModel::checkForUpdates);
     }
     connect(m_menu.addAction(QStringLiteral("Quit")), &QAction::triggered, &m_model, &MenuBarModel::quit);
 }

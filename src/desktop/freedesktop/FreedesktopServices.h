@@ -1,6 +1,7 @@
 #pragma once
 
 #include "desktop/DesktopServices.h"
+#include "desktop/freedesktop/AutostartEntry.h"
 #include "desktop/freedesktop/ColorSchemeSetting.h"
 #include "desktop/freedesktop/FileManager.h"
 #include "desktop/freedesktop/FolderChooser.h"
@@ -35,6 +36,7 @@ public:
     void promptInstall(const QString& package) override;
     void copyText(const QString& text) override;
     [[nodiscard]] ColorScheme colorScheme() const override { return m_colorScheme.value(); }
+    [[nodiscard]] LoginItem& loginItem() override { return m_loginItem; }
 
     /// Whether the colour scheme is what the desktop said, or all that there will be to know. A window that is first
     /// shown after this does not change its colours in front of the person; it takes a few milliseconds as a rule.
@@ -48,6 +50,7 @@ private:
     FileManager m_fileManager;
     PackageOffer m_packageOffer;
     ColorSchemeSetting m_colorScheme;
+    AutostartEntry m_loginItem{Bundle::ofRunningProgram()};
 };
 
 } // namespace driftwell

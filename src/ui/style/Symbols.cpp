@@ -17,8 +17,11 @@ constexpr std::array symbols{
     Symbol{u"antenna.radiowaves.left.and.right", 0xE8BF},        // settings_input_antenna
     Symbol{u"arrow.up", 0xE5D8},                                 // arrow_upward
     Symbol{u"arrow.up.right", 0xE0B2},                           // call_made
+    Symbol{u"arrow.triangle.merge", 0xE252},                     // merge_type
     Symbol{u"arrow.uturn.backward", 0xE166},                     // undo
     Symbol{u"checkmark.circle.fill", 0xE86C},                    // check_circle
+    Symbol{u"chevron.left.forwardslash.chevron.right", 0xE86F},  // code
+    Symbol{u"chevron.right", 0xE5CC},                            // chevron_right
     Symbol{u"circle", 0xE836},                                   // radio_button_unchecked
     Symbol{u"ellipsis", 0xE5D3},                                 // more_horiz
     Symbol{u"exclamationmark.circle", 0xE001},                   // error_outline
@@ -26,9 +29,13 @@ constexpr std::array symbols{
     Symbol{u"exclamationmark.triangle.fill", 0xE002},            // warning
     Symbol{u"folder", 0xE2C7},                                   // folder
     Symbol{u"folder.badge.plus", 0xE2CC},                        // create_new_folder
+    Symbol{u"folder.fill", 0xE2C7},                              // folder
     Symbol{u"globe", 0xE80B},                                    // public
     Symbol{u"macwindow", 0xE069},                                // web_asset
     Symbol{u"magnifyingglass", 0xE8B6},                          // search
+    Symbol{u"menubar.arrow.up.rectangle", 0xE89D},               // open_in_browser
+    Symbol{u"person.2", 0xE7FB},                                 // people
+    Symbol{u"person.crop.circle", 0xE853},                       // account_circle
     Symbol{u"person.crop.circle.badge.checkmark", 0xE174},       // how_to_reg
     Symbol{u"person.crop.circle.badge.exclamationmark", 0xF03E}, // no_accounts
     Symbol{u"plus", 0xE145},                                     // add

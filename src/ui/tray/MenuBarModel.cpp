@@ -6,16 +6,21 @@
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
 #include "core/SiteTexts.h"
+#include "tooling/LocalServerController.h"
+#include "tooling/Updater.h"
 
 namespace driftwell {
 
 MenuBarModel::MenuBarModel(Connection& connection, Catalog& catalog, Deployments& deployments,
-                           SiteOperations& operations, SignIn& signIn)
+                           SiteOperations& operations, SignIn& signIn, LocalServerController& localServer,
+                           Updater& updater)
     : m_connection(connection),
       m_catalog(catalog),
       m_deployments(deployments),
       m_operations(operations),
-      m_signIn(signIn) {
+      m_signIn(signIn),
+      m_localServer(localServer),
+      m_updater(updater) {
     for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::identityChanged,
                               &Connection::lastSyncChanged}) {
         connect(&connection, signal, this, &MenuBarModel::changed);
@@ -23,6 +28,8 @@ MenuBarModel::MenuBarModel(Connection& connection, Catalog& catalog, Deployments
     connect(&catalog, &Catalog::sitesChanged, this, &MenuBarModel::changed);
     connect(&deployments, &Deployments::isDeployingChanged, this, &MenuBarModel::changed);
     connect(&signIn, &SignIn::isSigningInChanged, this, &MenuBarModel::changed);
+    connect(&localServer, &LocalServerController::phaseChanged, this, &MenuBarModel::changed);
+    connect(&updater, &Updater::canCheckChanged, this, &MenuBarModel::changed);
 }
 
 TrayFacts MenuBarModel::facts() const {
@@ -31,7 +38,8 @@ TrayFacts MenuBarModel::facts() const {
             .identity = m_connection.identity(),
             .sites = m_catalog.sites().size(),
             .isDeploying = m_deployments.isDeploying(),
-            .isSigningIn = m_signIn.isSigningIn()};
+            .isSigningIn = m_signIn.isSigningIn(),
+            .localServerRuns = m_localServer.phase() == LocalServerPhase::running()};
 }
 
 QList<RecentSite> MenuBarModel::recentSites(const QList<SiteInfo>& sites, const std::optional<QString>& deploying,
@@ -74,6 +82,18 @@ void MenuBarModel::runAuthAction() {
         m_signIn.signOut();
         return;
     }
+}
+
+bool MenuBarModel::updatesEnabled() const {
+    return m_updater.isEnabled();
+}
+
+bool MenuBarModel::canCheckForUpdates() const {
+    return m_updater.canCheck();
+}
+
+void MenuBarModel::checkForUpdates() {
+    m_updater.checkForUpdates();
 }
 
 } // namespace driftwell

@@ -13,8 +13,10 @@ namespace driftwell {
 class Catalog;
 class Connection;
 class Deployments;
+class LocalServerController;
 class SignIn;
 class SiteOperations;
+class Updater;
 
 /// One row of the tray panel's recent sites.
 struct RecentSite {
@@ -44,11 +46,13 @@ class MenuBarModel final : public QObject {
     Q_PROPERTY(QString subtitle READ subtitle NOTIFY changed)
     Q_PROPERTY(QVariantList recentSites READ recentSiteRows NOTIFY changed)
     Q_PROPERTY(QString authTitle READ authTitle NOTIFY changed)
+    Q_PROPERTY(bool updatesEnabled READ updatesEnabled CONSTANT)
+    Q_PROPERTY(bool canCheckForUpdates READ canCheckForUpdates NOTIFY changed)
 
 public:
     /// The parts outlive the model.
     MenuBarModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
-                 SignIn& signIn);
+                 SignIn& signIn, LocalServerController& localServer, Updater& updater);
 
     /// The rows for sites in this order, one of which may be being deployed.
     [[nodiscard]] static QList<RecentSite> recentSites(const QList<SiteInfo>& sites,
@@ -64,14 +68,21 @@ public:
     /// Empty when nothing can be done about the account.
     [[nodiscard]] QString authTitle() const { return driftwell::authTitle(authAction()); }
 
+    /// This copy looks for new versions.
+    [[nodiscard]] bool updatesEnabled() const;
+    [[nodiscard]] bool canCheckForUpdates() const;
+
     Q_INVOKABLE void openSite(int row);
     Q_INVOKABLE void openWindow() { Q_EMIT windowRequested(); }
+    Q_INVOKABLE void openSettings() { Q_EMIT settingsRequested(); }
     Q_INVOKABLE void runAuthAction();
+    Q_INVOKABLE void checkForUpdates();
     Q_INVOKABLE void quit() { Q_EMIT quitRequested(); }
 
 Q_SIGNALS:
     void changed();
     void windowRequested();
+    void settingsRequested();
     void quitRequested();
 
 private:
@@ -82,6 +93,8 @@ private:
     Deployments& m_deployments;
     SiteOperations& m_operations;
     SignIn& m_signIn;
+    LocalServerController& m_localServer;
+    Updater& m_updater;
 };
 
 } // namespace driftwell

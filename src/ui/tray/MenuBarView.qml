@@ -42,10 +42,15 @@ Rectangle {
             text: footerButton.text
             textStyle: TextStyle.Caption
             verticalAlignment: Text.AlignVCenter
-            tone: footerButton.highlighted ? Tone.Primary : Tone.Muted
+            tone: !footerButton.enabled ? Tone.Faint : footerButton.highlighted ? Tone.Primary : Tone.Muted
             font.underline: footerButton.visualFocus
             Accessible.ignored: true
         }
+    }
+
+    function openSettings(): void {
+        view.dismissed();
+        view.model.openSettings();
     }
 
     function moveKeyboard(forward: bool): void {
@@ -135,14 +140,30 @@ Rectangle {
         RowLayout {
             Layout.leftMargin: 14
             Layout.rightMargin: 14
-            spacing: 14
+            spacing: 8
 
+            FooterButton {
+                text: "Settings…"
+                onClicked: view.openSettings()
+            }
             FooterButton {
                 visible: text !== ""
                 text: view.model.authTitle
                 onClicked: {
                     view.dismissed();
                     view.model.runAuthAction();
+                }
+            }
+            FooterButton {
+                // What gives way where the letters are wider than usual.
+                Layout.fillWidth: true
+                Layout.maximumWidth: implicitWidth
+                visible: view.model.updatesEnabled
+                enabled: view.model.canCheckForUpdates
+                text: "Check for Updates…"
+                onClicked: {
+                    view.dismissed();
+                    view.model.checkForUpdates();
                 }
             }
             Item {
@@ -165,6 +186,10 @@ Rectangle {
     Shortcut {
         sequences: ["Up"]
         onActivated: view.moveKeyboard(false)
+    }
+    Shortcut {
+        sequences: ["Ctrl+,"]
+        onActivated: view.openSettings()
     }
     Shortcut {
         sequences: ["Ctrl+0"]

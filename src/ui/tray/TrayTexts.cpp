@@ -17,6 +17,9 @@ QString summary(const TrayFacts& facts) {
     if (facts.isDeploying) {
         parts.append(QStringLiteral("1 deploying"));
     }
+    if (facts.localServerRuns) {
+        parts.append(QStringLiteral("local server"));
+    }
     return parts.join(QStringLiteral(" · "));
 }
 

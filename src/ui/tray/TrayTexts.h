@@ -21,6 +21,8 @@ struct TrayFacts {
     qsizetype sites = 0;
     bool isDeploying = false;
     bool isSigningIn = false;
+    /// The application runs the platform itself.
+    bool localServerRuns = false;
 };
 
 /// What the tray item's icon tells.

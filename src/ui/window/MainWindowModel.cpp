@@ -38,7 +38,11 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop)
     }
     connect(&state.localPlatform(), &LocalPlatform::localSetupErrorChanged, this,
             &MainWindowModel::localSetupErrorChanged);
-    connect(&state.gates(), &Gates::needsOnboardingChanged, this, &MainWindowModel::followStatus);
+    connect(&state.gates(), &Gates::needsOnboardingChanged, this, &MainWindowModel::followOnboarding);
+    if (state.gates().needsOnboarding()) {
+        m_onboarding = new OnboardingModel(state.connection(), state.signIn(), state.gates(), state.cli(),
+                                           state.desktop(), desktop.loginItem(), this);
+    }
     listAlerts();
     connectSiteSheets();
     connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
@@ -89,6 +93,9 @@ MainWindowModel::Content MainWindowModel::content(Kind status, bool hasSites, bo
 }
 
 MainWindowModel::Content MainWindowModel::presentContent() const {
+    if (m_state.gates().needsOnboarding()) {
+        return Content::Onboarding;
+    }
     return content(m_state.connection().status().kind, !m_state.catalog().sites().isEmpty(),
                    !m_state.catalog().filter().isEmpty());
 }
@@ -103,6 +110,15 @@ void MainWindowModel::followStatus() {
         Q_EMIT contentChanged();
     }
     Q_EMIT dropChanged();
+}
+
+void MainWindowModel::followOnboarding() {
+    OnboardingModel* const old = std::exchange(m_onboarding, nullptr);
+    followStatus();
+    if (old != nullptr) {
+        // After its view, which is on its way out.
+        old->deleteLater();
+    }
 }
 
 void MainWindowModel::followDeployFlow() {

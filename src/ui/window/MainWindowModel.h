@@ -3,6 +3,7 @@
 #include "core/ConnectionStatus.h"
 #include "desktop/WindowServices.h"
 #include "ui/deploy/DeploySheetModel.h"
+#include "ui/onboarding/OnboardingModel.h"
 #include "ui/signin/SignInModel.h"
 #include "ui/sites/SiteListModel.h"
 #include "ui/window/Alerts.h"
@@ -33,6 +34,7 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::SiteListModel* siteList READ siteList CONSTANT)
     Q_PROPERTY(driftwell::SignInModel* signIn READ signIn CONSTANT)
     Q_PROPERTY(driftwell::SiteSheets* siteSheets READ siteSheets CONSTANT)
+    Q_PROPERTY(driftwell::OnboardingModel* onboarding READ onboarding NOTIFY contentChanged)
     Q_PROPERTY(driftwell::DeploySheetModel* deploySheet READ deploySheet NOTIFY deploySheetChanged)
     Q_PROPERTY(driftwell::Alerts* alert READ alert NOTIFY alertChanged)
     Q_PROPERTY(QString host READ host NOTIFY hostChanged)
@@ -44,8 +46,8 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(bool dropOverlayVisible READ isDropOverlayVisible NOTIFY dropChanged)
 
 public:
-    /// What stands under the bar and the banner.
-    enum class Content { SignIn, NoHost, EmptyState, SiteList };
+    /// What stands under the bar and the banner; the introduction stands alone.
+    enum class Content { Onboarding, SignIn, NoHost, EmptyState, SiteList };
     Q_ENUM(Content)
 
     /// `state` and `desktop` outlive the model. The window hosts every surface, so it takes the model whole and hands
@@ -60,6 +62,8 @@ public:
     [[nodiscard]] SiteListModel* siteList() { return &m_siteList; }
     [[nodiscard]] SignInModel* signIn() { return &m_signIn; }
     [[nodiscard]] SiteSheets* siteSheets() { return &m_siteSheets; }
+    /// Null when the introduction is not to be shown.
+    [[nodiscard]] OnboardingModel* onboarding() { return m_onboarding; }
     /// The open deployment's; null while there is none. Another deployment has another model.
     [[nodiscard]] DeploySheetModel* deploySheet() { return m_deploySheet; }
     [[nodiscard]] QString host() const;
@@ -101,6 +105,7 @@ private:
     void listAlerts();
     void connectSiteSheets();
     void followStatus();
+    void followOnboarding();
     void followDeployFlow();
 
     AppState& m_state;
@@ -112,6 +117,7 @@ private:
     SignInModel m_signIn;
     SiteSheets m_siteSheets;
     Alerts m_alerts{nullptr};
+    OnboardingModel* m_onboarding = nullptr;
     DeploySheetModel* m_deploySheet = nullptr;
     Content m_content;
     bool m_dropTargeted = false;

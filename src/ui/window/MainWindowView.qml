@@ -9,8 +9,12 @@ Rectangle {
     required property MainWindowModel model
     required property WindowControls window
 
+    readonly property bool introduces: model.content === MainWindowModel.Onboarding
+
     function presentContent(): void {
         switch (model.content) {
+        case MainWindowModel.Onboarding:
+            return content.setSource("OnboardingView.qml", {model: model.onboarding});
         case MainWindowModel.SignIn:
             return content.setSource("SignInView.qml", {model: model.signIn});
         case MainWindowModel.NoHost:
@@ -40,12 +44,13 @@ Rectangle {
             id: toolbar
 
             Layout.fillWidth: true
+            visible: !root.introduces
             model: root.model.toolbar
             window: root.window
         }
         UnreachableBanner {
             Layout.fillWidth: true
-            visible: root.model.banner.visible
+            visible: root.model.banner.visible && !root.introduces
             title: root.model.banner.title
             text: root.model.banner.text
             waiting: root.model.banner.waiting
@@ -54,7 +59,7 @@ Rectangle {
         }
         CLIRelinkBanner {
             Layout.fillWidth: true
-            visible: root.model.relinkBanner.visible
+            visible: root.model.relinkBanner.visible && !root.introduces
             text: root.model.relinkBanner.text
             error: root.model.relinkBanner.error
             busy: root.model.relinkBanner.busy
@@ -67,6 +72,11 @@ Rectangle {
             Layout.fillHeight: true
             focus: true
         }
+    }
+    WindowStrip {
+        anchors { left: parent.left; right: parent.right; top: parent.top }
+        visible: root.introduces
+        window: root.window
     }
     WindowSheets {
         id: sheets
@@ -100,12 +110,12 @@ Rectangle {
     }
     Shortcut {
         sequences: ["Ctrl+F"]
-        enabled: !sheets.open
+        enabled: !sheets.open && !root.introduces
         onActivated: toolbar.focusFilter()
     }
     Shortcut {
         sequences: ["Ctrl+D"]
-        enabled: !sheets.open && !root.model.siteList.paused
+        enabled: !sheets.open && !root.introduces && !root.model.siteList.paused
         onActivated: root.model.chooseFolderAndDeploy()
     }
 }
