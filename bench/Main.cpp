@@ -75,7 +75,7 @@ Row measureScan(const std::filesystem::path& folder) {
     const std::filesystem::path files = folder / "many";
     makeManyFiles(files, 100'000);
     const Pair pair = inTurn(
-        rounds * 2, [&] { return secondsOf([&files] { return scanFolder(files).fileCount; }); },
+        rounds * 2, [&] { return secondsOf([&files] { return FolderScan::scan(files).fileCount; }); },
         [&] {
             return wall({"find", text(files), "-type", "f", "-printf", "%s %P\\n"});
         });

@@ -13,7 +13,7 @@ namespace {
 
 Task<> pack(std::string folder, std::string archive) {
     const TemporaryFolder working("driftwell-bench-");
-    FolderScan files = scanFolder(folder);
+    FolderScan files = FolderScan::scan(folder);
     const std::filesystem::path packed =
         co_await packFolder(folder, std::move(files), working.path(), DRIFTWELL_HELPERS_FOLDER);
     std::filesystem::rename(packed, archive);

@@ -29,7 +29,13 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
     const auto begin = [deployments = m_deployments.get()](const std::filesystem::path& folder) {
         deployments->beginDeploy(folder);
     };
-    m_newProject = std::make_unique<NewProject>(*m_connection, *m_gates, desktop, begin);
+    const auto isTaken = [deployments = m_deployments.get()] {
+        return deployments->isTaken();
+    };
+    m_newProject = std::make_unique<NewProject>(*m_connection, *m_gates, desktop, begin, isTaken);
+    // Later: the one that is closed goes before the next comes.
+    QObject::connect(m_deployments.get(), &Deployments::deployFlowChanged, m_newProject.get(),
+                     &NewProject::deployWaiting, Qt::QueuedConnection);
 }
 
 AppState::~AppState() = default;

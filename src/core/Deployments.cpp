@@ -52,6 +52,11 @@ bool Deployments::isDeploying() const {
     return flow && flow->isDeploying();
 }
 
+bool Deployments::isTaken() const {
+    const std::shared_ptr<DeployFlow> flow = m_deployFlow;
+    return flow && (flow->isConfirming() || flow->isDeploying());
+}
+
 std::optional<QString> Deployments::deployingSiteName() const {
     return isDeploying() ? std::optional(deployFlow()->siteName()) : std::nullopt;
 }
@@ -63,8 +68,7 @@ void Deployments::beginDeploy(const std::filesystem::path& folder) {
     if (failed || !std::filesystem::is_directory(resolved, failed)) {
         return;
     }
-    const std::shared_ptr<DeployFlow> open = m_deployFlow;
-    if (open && (open->isConfirming() || open->isDeploying())) {
+    if (isTaken()) {
         return;
     }
     const QString suggestion = SiteName::derive(QString::fromStdString(nameOf(folder, resolved)));
@@ -79,7 +83,7 @@ void Deployments::beginDeploy(const std::filesystem::path& folder) {
 Task<> Deployments::countFiles(std::shared_ptr<DeployFlow> flow, std::stop_token closed) {
     const StopScope either(std::move(closed), m_tasks.token());
     const auto scanWork = [folder = flow->folder(), stop = either.token()] {
-        return scanFolder(folder, stop);
+        return FolderScan::scan(folder, stop);
     };
     try {
         const FolderScan files = co_await whileAlive(this, runOnOwnThread(scanWork, either.token()));

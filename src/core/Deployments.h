@@ -34,11 +34,12 @@ public:
 
     [[nodiscard]] std::shared_ptr<DeployFlow> deployFlow() const { return m_deployFlow; }
     [[nodiscard]] bool isDeploying() const;
+    /// Whether a deployment asks for its name or runs, so that no other can be opened.
+    [[nodiscard]] bool isTaken() const;
     /// The site that is being published.
     [[nodiscard]] std::optional<QString> deployingSiteName() const;
 
-    /// Opens a deployment in the phase Confirm. Does nothing when the path is no folder, and while another deployment
-    /// asks for its name or runs.
+    /// Opens a deployment in the phase Confirm. Does nothing when the path is no folder, and while isTaken().
     void beginDeploy(const std::filesystem::path& folder);
 
     /// Starts the work of the open deployment, and ends with it and what follows it. Does nothing unless a platform is

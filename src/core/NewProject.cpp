@@ -35,8 +35,12 @@ Task<Answer> answerUnlessStopped(Task<Answer> question, std::stop_token stop) {
 
 } // namespace
 
-NewProject::NewProject(Connection& connection, Gates& gates, DesktopServices& desktop, Begin begin)
-    : m_connection(connection), m_gates(gates), m_desktop(desktop), m_begin(std::move(begin)) {
+NewProject::NewProject(Connection& connection, Gates& gates, DesktopServices& desktop, Begin begin, IsTaken isTaken)
+    : m_connection(connection),
+      m_gates(gates),
+      m_desktop(desktop),
+      m_begin(std::move(begin)),
+      m_isTaken(std::move(isTaken)) {
     connect(&connection, &Connection::statusChanged, this, &NewProject::deployWaiting);
     connect(&gates, &Gates::needsOnboardingChanged, this, &NewProject::deployWaiting);
 }
@@ -44,7 +48,13 @@ NewProject::NewProject(Connection& connection, Gates& gates, DesktopServices& de
 NewProject::~NewProject() = default;
 
 void NewProject::chooseFolderAndDeploy() {
-    m_tasks.run(chooseFolder(m_begin));
+    m_tasks.run(chooseFolder([this](const std::filesystem::path& folder) {
+        if (m_isTaken()) {
+            m_waiting = folder;
+        } else {
+            m_begin(folder);
+        }
+    }));
 }
 
 void NewProject::chooseFolderAndDeployWhenPossible() {
@@ -66,7 +76,7 @@ void NewProject::deployWhenPossible(const std::filesystem::path& folder) {
 }
 
 void NewProject::deployWaiting() {
-    if (m_connection.status() == Connection::Status::connected() && !m_gates.needsOnboarding()) {
+    if (m_connection.status() == Connection::Status::connected() && !m_gates.needsOnboarding() && !m_isTaken()) {
         if (const std::optional<std::filesystem::path> folder = std::exchange(m_waiting, std::nullopt)) {
             m_begin(*folder);
         }

@@ -40,18 +40,24 @@ Task<DeployResponse> packAndSend(PlatformClient& client, Publication publication
 
 } // namespace
 
+void requireFiles(const FolderScan& files) {
+    if (files.fileCount < 1) {
+        const QString why = files.unreadable.text();
+        throw PlatformError::api(QStringLiteral("folder has no deployable files") +
+                                 (why.isEmpty() ? why : QStringLiteral(" — ") + why));
+    }
+}
+
 // After an await, a client that may be gone is touched only once neither stop was requested.
 Task<DeployResult> deploy(PlatformClient& client, std::filesystem::path folder, QString site, PlatformConfig config,
                           std::function<void(DeployStage)> onStage, DeployStops stops) {
     const StopScope either(stops.cancel, stops.end);
     onStage(DeployStage::packing());
     const auto scanWork = [folder, stop = either.token()] {
-        return scanFolder(folder, stop);
+        return FolderScan::scan(folder, stop);
     };
     FolderScan files = co_await runOnOwnThread(scanWork, either.token());
-    if (files.fileCount < 1) {
-        throw PlatformError::api(QStringLiteral("folder has no deployable files"));
-    }
+    requireFiles(files);
     DeployResult result{{}, files.unreadable, files.fileCount};
     Publication publication{folder, std::move(files), site, config, onStage};
     const WorkInFolder<DeployResponse> publishWork = [&](const std::filesystem::path& workingFolder) {

@@ -23,6 +23,10 @@ struct DeployStops {
     std::stop_token end = {};
 };
 
+/// Throws PlatformError::api "folder has no deployable files" when there is none, with the folders that could not be
+/// read if there are such.
+void requireFiles(const FolderScan& files);
+
 /// Publishes a folder: scans, packs and uploads it.
 ///
 /// `site` is a valid site name. `onStage` is called from any thread, several times in quick succession. Throws

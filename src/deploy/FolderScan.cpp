@@ -6,6 +6,8 @@
 #include "support/SystemError.h"
 #include "support/UniqueFd.h"
 
+#include <QStringList>
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -291,12 +293,28 @@ void Walk::readEntry(int directory, const dirent& entry, Listing& listing, Found
 
 } // namespace
 
-FolderScan scanFolder(const std::filesystem::path& folder, const std::stop_token& stop) {
+FolderScan FolderScan::scan(const std::filesystem::path& folder, const std::stop_token& stop) {
     UniqueFd root(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!root) {
         throw PlatformError::api(QStringLiteral("cannot read ") + QString::fromStdString(folder.string()));
     }
     return Walk(std::move(root), folder, stop).run();
+}
+
+QString FolderScan::Unreadable::text() const {
+    if (count == 0) {
+        return {};
+    }
+    QStringList all;
+    for (const std::string& name : names) {
+        all.push_back(QString::fromStdString(name));
+    }
+    if (const std::int64_t more = count - std::ssize(names); more > 0) {
+        all.push_back(QStringLiteral("and %1 more").arg(more));
+    }
+    const QString what = count == 1 ? QStringLiteral("1 folder could not be read and is left out: ")
+                                    : QStringLiteral("%1 folders could not be read and are left out: ").arg(count);
+    return what + all.join(QStringLiteral(", "));
 }
 
 } // namespace driftwell

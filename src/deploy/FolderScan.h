@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <sys/types.h>
 
 #include <cstddef>
@@ -39,7 +41,21 @@ struct FolderScan {
         std::vector<std::string> names;
 
         bool operator==(const Unreadable&) const = default;
+
+        /// A sentence for a person: "2 folders could not be read and are left out: a, b", of very many only the first
+        /// names. Empty when nothing is missing.
+        [[nodiscard]] QString text() const;
     };
+
+    /// Reads the folder, blocking, on a few threads of its own; it may never return where a network does not answer. No
+    /// file is opened. Subfolders that may not be read, or that are gone by the time they are reached, are left out and
+    /// named in the result.
+    ///
+    /// Throws PlatformError::api "cannot read PATH" when the folder itself cannot be opened, Cancelled soon after a
+    /// stop is requested, and std::system_error, which names the place, for everything else: when the attributes of a
+    /// file or folder cannot be read (it vanished, or the folder around it may be listed but not entered), or when this
+    /// machine is out of descriptors.
+    [[nodiscard]] static FolderScan scan(const std::filesystem::path& folder, const std::stop_token& stop = {});
 
     std::int64_t fileCount = 0;
     /// Sum of the files' sizes.
@@ -54,15 +70,5 @@ struct FolderScan {
     /// When it began.
     timespec begun{};
 };
-
-/// Reads the folder, blocking, on a few threads of its own; it may never return where a network does not answer. No
-/// file is opened. Subfolders that may not be read, or that are gone by the time they are reached, are left out and
-/// named in the result.
-///
-/// Throws PlatformError::api "cannot read PATH" when the folder itself cannot be opened, Cancelled soon after a stop is
-/// requested, and std::system_error, which names the place, for everything else: when the attributes of a file or
-/// folder cannot be read (it vanished, or the folder around it may be listed but not entered), or when this machine is
-/// out of descriptors.
-[[nodiscard]] FolderScan scanFolder(const std::filesystem::path& folder, const std::stop_token& stop = {});
 
 } // namespace driftwell

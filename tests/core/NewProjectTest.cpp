@@ -1,5 +1,6 @@
 #include "core/NewProject.h"
 
+#include "core/Deployments.h"
 #include "core/Gates.h"
 #include "deploy/DeployFlow.h"
 #include "tests/core/ModelFixture.h"
@@ -118,6 +119,44 @@ TEST_F(NewProjectTest, AFolderThatIsChosenMeanwhileWaitsToo) {
     EXPECT_EQ(deployed(), "none");
     await(refresh());
     EXPECT_EQ(deployed(), "garden");
+}
+
+TEST_F(NewProjectTest, WaitsUntilTheDeploymentBeforeItIsClosed) {
+    configureLocal();
+    connectedModel();
+    give("garden");
+    give("bakery");
+    settle();
+    EXPECT_EQ(deployed(), "garden");
+    cancelDeploy();
+    EXPECT_EQ(deployed(), "none");
+    waitUntil([this] { return deployed() == "bakery"; });
+}
+
+TEST_F(NewProjectTest, AFinishedDeploymentIsNotInTheWay) {
+    server.answer("/api/deploy", 500, errorAnswer("full", "storage"));
+    configureLocal();
+    connectedModel();
+    give("garden");
+    await(model().deployments().confirmDeploy());
+    ASSERT_TRUE(deployFlow());
+    ASSERT_FALSE(model().deployments().isTaken());
+    give("bakery");
+    EXPECT_EQ(deployed(), "bakery");
+}
+
+TEST_F(NewProjectTest, AFolderThatIsChosenWhileAnotherIsAskedForIsNotLost) {
+    configureLocal();
+    connectedModel();
+    RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
+    model().newProject().chooseFolderAndDeploy();
+    // Dropped on the window meanwhile.
+    model().deployments().beginDeploy(folder() / "work/bakery");
+    answer.succeed(folder() / "work/garden");
+    settle();
+    EXPECT_EQ(deployed(), "bakery");
+    cancelDeploy();
+    waitUntil([this] { return deployed() == "garden"; });
 }
 
 TEST_F(NewProjectTest, AFailedChoiceOpensNothing) {

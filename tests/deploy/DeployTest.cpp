@@ -334,7 +334,7 @@ TEST_F(DeployTest, WorksInAPrivateTemporaryFolderUntilThePlatformHasAnswered) {
 
 TEST_F(DeployTest, PacksTheFolderAsItIsNow) {
     site.write("old", "before");
-    const FolderScan shown = scanFolder(site.path());
+    const FolderScan shown = FolderScan::scan(site.path());
     std::filesystem::remove(site / "old");
     site.write("new", "after");
     deploy();

@@ -39,7 +39,7 @@ using testing::IsEmpty;
 using tests::TestFolder;
 
 std::vector<std::string> filesIn(const TestFolder& folder) {
-    return scanFolder(folder.path()).paths;
+    return FolderScan::scan(folder.path()).paths;
 }
 
 void makeFolder(const TestFolder& folder, std::string_view name) {
@@ -57,7 +57,7 @@ void makeSpecialFile(const TestFolder& folder, std::string_view name, mode_t kin
 /// The words of the platform error that a scan ends with, or what it found instead.
 std::string refusalOf(const std::filesystem::path& folder) {
     try {
-        return "no refusal but " + std::to_string(scanFolder(folder).fileCount) + " files";
+        return "no refusal but " + std::to_string(FolderScan::scan(folder).fileCount) + " files";
     } catch (const PlatformError& failure) {
         EXPECT_EQ(failure.kind(), PlatformError::Kind::Api);
         return failure.description().toStdString();
@@ -66,7 +66,7 @@ std::string refusalOf(const std::filesystem::path& folder) {
 
 TEST(FolderScanTest, FindsNothingInAnEmptyFolder) {
     const TestFolder folder;
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_EQ(scan.fileCount, 0);
     EXPECT_EQ(scan.byteCount, 0);
     EXPECT_THAT(scan.paths, IsEmpty());
@@ -87,7 +87,7 @@ TEST(FolderScanTest, FindsNothingWhereEverythingIsLeftOut) {
     folder.write("skills/a/SKILL.md", "x");
     folder.write("CLAUDE.md", "x");
     makeLink(folder, "link", "/etc/passwd");
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_EQ(scan.fileCount, 0);
     EXPECT_EQ(scan.byteCount, 0);
     EXPECT_THAT(scan.paths, IsEmpty());
@@ -99,7 +99,7 @@ TEST(FolderScanTest, ListsFilesAtAnyDepthAndAddsTheirSizesUp) {
     folder.write("a/style.css", "123");
     folder.write("a/b/c/d/deep.txt", "1");
     folder.write("no extension", "12");
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_THAT(scan.paths, ElementsAre("a/b/c/d/deep.txt", "a/style.css", "index.html", "no extension"));
     EXPECT_EQ(scan.fileCount, 4);
     EXPECT_EQ(scan.byteCount, 11);
@@ -109,7 +109,7 @@ TEST(FolderScanTest, ListsFilesOfZeroLength) {
     const TestFolder folder;
     folder.write("empty", "");
     folder.write("a/empty", "");
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_THAT(scan.paths, ElementsAre("a/empty", "empty"));
     EXPECT_EQ(scan.byteCount, 0);
 }
@@ -120,7 +120,7 @@ TEST(FolderScanTest, CountsBytesPastFourGigabytes) {
         folder.write(name, "");
         std::filesystem::resize_file(folder / name, 3'000'000'001); // takes no room
     }
-    EXPECT_EQ(scanFolder(folder.path()).byteCount, 6'000'000'002);
+    EXPECT_EQ(FolderScan::scan(folder.path()).byteCount, 6'000'000'002);
 }
 
 TEST(FolderScanTest, LeavesOutHiddenFilesAndFoldersAtAnyDepth) {
@@ -215,7 +215,7 @@ TEST(FolderScanTest, FollowsALinkToTheFolderItself) {
     real.write("a/file", "x");
     const TestFolder folder;
     makeLink(folder, "link", real.path());
-    EXPECT_THAT(scanFolder(folder / "link").paths, ElementsAre("a/file"));
+    EXPECT_THAT(FolderScan::scan(folder / "link").paths, ElementsAre("a/file"));
 }
 
 TEST(FolderScanTest, LeavesOutPipesAndSocketsWithoutWaitingForThem) {
@@ -235,7 +235,7 @@ TEST(FolderScanTest, CountsEveryNameOfAFileThatHasSeveral) {
     makeFolder(folder, "a");
     std::filesystem::create_hard_link(folder / "one", folder / "two");
     std::filesystem::create_hard_link(folder / "one", folder / "a/three");
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_THAT(scan.paths, ElementsAre("a/three", "one", "two"));
     EXPECT_EQ(scan.byteCount, 15);
 }
@@ -286,7 +286,7 @@ TEST(FolderScanTest, ReachesTheBottomOfATreeDeeperThanAnyPath) {
     const TestFolder folder;
     const tests::DeepTree tree(folder.path(), "level", 3'000);
     ASSERT_GT(tree.file().size(), std::size_t{PATH_MAX});
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_THAT(scan.paths, ElementsAre(tree.file()));
     EXPECT_EQ(scan.byteCount, 4);
 }
@@ -312,7 +312,7 @@ TEST(FolderScanTest, FindsEveryFileOnceWhereSeveralThreadsShareTheWork) {
     }
     std::sort(expected.begin(), expected.end());
     for (int round = 0; round < 5; ++round) {
-        const FolderScan scan = scanFolder(folder.path());
+        const FolderScan scan = FolderScan::scan(folder.path());
         ASSERT_EQ(scan.paths, expected);
         ASSERT_EQ(scan.fileCount, 12'000);
         ASSERT_EQ(scan.byteCount, bytes);
@@ -350,7 +350,7 @@ TEST(FolderScanTest, ReadsAloneWhereNoMoreThreadsCanBeStarted) {
     }
     const NoThreads limit;
     ASSERT_THROW(std::thread([] {}).join(), std::system_error) << "threads can be started";
-    EXPECT_EQ(scanFolder(folder.path()).fileCount, 200);
+    EXPECT_EQ(FolderScan::scan(folder.path()).fileCount, 200);
 }
 
 TEST(FolderScanTest, LeavesOutASubfolderThatCannotBeRead) {
@@ -360,7 +360,7 @@ TEST(FolderScanTest, LeavesOutASubfolderThatCannotBeRead) {
     folder.write("open/file", "x");
     folder.write("file", "x");
     const tests::ScopedMode locked(folder / "locked", 0);
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_THAT(scan.paths, ElementsAre("file", "open/file"));
     EXPECT_EQ(scan.unreadable, (FolderScan::Unreadable{1, {"locked"}}));
 }
@@ -369,7 +369,7 @@ TEST(FolderScanTest, SaysThatNothingWasUnreadable) {
     const TestFolder folder;
     folder.write("a/file", "x");
     std::filesystem::create_directory(folder / "empty");
-    EXPECT_EQ(scanFolder(folder.path()).unreadable, FolderScan::Unreadable());
+    EXPECT_EQ(FolderScan::scan(folder.path()).unreadable, FolderScan::Unreadable());
 }
 
 TEST(FolderScanTest, NamesTheFirstOfManySubfoldersThatCannotBeRead) {
@@ -383,7 +383,7 @@ TEST(FolderScanTest, NamesTheFirstOfManySubfoldersThatCannotBeRead) {
         std::filesystem::create_directories(folder / names.back());
         locked.emplace_back(folder / names.back(), 0);
     }
-    const FolderScan::Unreadable unreadable = scanFolder(folder.path()).unreadable;
+    const FolderScan::Unreadable unreadable = FolderScan::scan(folder.path()).unreadable;
     EXPECT_EQ(unreadable.count, 50);
     names.resize(20);
     EXPECT_EQ(unreadable.names, names);
@@ -395,7 +395,7 @@ TEST(FolderScanTest, LeavesOutASubfolderThatCanBeEnteredButNotListed) {
     folder.write("locked/file", "x");
     folder.write("file", "x");
     const tests::ScopedMode locked(folder / "locked", S_IXUSR);
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_THAT(scan.paths, ElementsAre("file"));
     EXPECT_EQ(scan.unreadable, (FolderScan::Unreadable{1, {"locked"}}));
 }
@@ -405,7 +405,7 @@ TEST(FolderScanTest, ListsAFileThatCannotBeRead) {
     const TestFolder folder;
     folder.write("file", "123");
     checked(::chmod((folder / "file").c_str(), 0), "chmod");
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     EXPECT_THAT(scan.paths, ElementsAre("file"));
     EXPECT_EQ(scan.byteCount, 3);
 }
@@ -440,7 +440,7 @@ TEST(FolderScanTest, RefusesWhatIsNoFolder) {
 /// The system's error that a scan ends with, and what it names.
 std::string systemFailureOf(const std::filesystem::path& folder, std::errc expected) {
     try {
-        return "found " + std::to_string(scanFolder(folder).fileCount) + " files";
+        return "found " + std::to_string(FolderScan::scan(folder).fileCount) + " files";
     } catch (const std::system_error& failure) {
         EXPECT_EQ(failure.code(), expected);
         return failure.what();
@@ -495,7 +495,7 @@ TEST(FolderScanTest, FindsAllOrFailsWithHoweverFewDescriptors) {
         checked(::setrlimit(RLIMIT_NOFILE, &few), "setrlimit");
         std::int64_t found = 3;
         try {
-            found = scanFolder(folder.path()).fileCount;
+            found = FolderScan::scan(folder.path()).fileCount;
         } catch (const std::system_error& failure) {
             EXPECT_EQ(failure.code(), std::errc::too_many_files_open);
             ++failures;
@@ -514,7 +514,7 @@ TEST(FolderScanTest, RemembersTheSizeAndTheTimeOfEachFileAndTheFolder) {
     folder.write("a", "1");
     const std::array<timespec, 2> times{timespec{0, UTIME_OMIT}, timespec{-5, 0}};
     checked(::utimensat(AT_FDCWD, (folder / "a").c_str(), times.data(), 0), "utimensat");
-    const FolderScan scan = scanFolder(folder.path());
+    const FolderScan scan = FolderScan::scan(folder.path());
     ASSERT_EQ(scan.attributes.size(), 2U);
     EXPECT_EQ(scan.attributes[0], (FolderScan::Attributes{1, -5}));
     EXPECT_EQ(scan.attributes[1].size, 5);
@@ -528,7 +528,7 @@ TEST(FolderScanTest, EndsAtOnceWhenAStopWasRequestedBefore) {
     folder.write("file", "x");
     std::stop_source stop;
     stop.request_stop();
-    EXPECT_THROW(static_cast<void>(scanFolder(folder.path(), stop.get_token())), Cancelled);
+    EXPECT_THROW(static_cast<void>(FolderScan::scan(folder.path(), stop.get_token())), Cancelled);
 }
 
 TEST(FolderScanTest, EndsEarlyWhenAStopIsRequestedWhileItReads) {
@@ -548,7 +548,7 @@ TEST(FolderScanTest, EndsEarlyWhenAStopIsRequestedWhileItReads) {
             }
         });
         try {
-            static_cast<void>(scanFolder(folder.path(), stop.get_token()));
+            static_cast<void>(FolderScan::scan(folder.path(), stop.get_token()));
         } catch (const Cancelled&) {
             cancelled = true;
         }
@@ -577,13 +577,13 @@ TEST(FolderScanTest, LeavesNoDescriptorOpenHoweverItEnds) {
         return count;
     };
     const int before = openDescriptors();
-    EXPECT_EQ(scanFolder(good.path()).fileCount, 200);
+    EXPECT_EQ(FolderScan::scan(good.path()).fileCount, 200);
     EXPECT_EQ(openDescriptors(), before);
-    EXPECT_THROW(static_cast<void>(scanFolder(bad.path())), std::system_error);
+    EXPECT_THROW(static_cast<void>(FolderScan::scan(bad.path())), std::system_error);
     EXPECT_EQ(openDescriptors(), before);
-    EXPECT_THROW(static_cast<void>(scanFolder(good.path(), stop.get_token())), Cancelled);
+    EXPECT_THROW(static_cast<void>(FolderScan::scan(good.path(), stop.get_token())), Cancelled);
     EXPECT_EQ(openDescriptors(), before);
-    EXPECT_THROW(static_cast<void>(scanFolder(good / "missing")), PlatformError);
+    EXPECT_THROW(static_cast<void>(FolderScan::scan(good / "missing")), PlatformError);
     EXPECT_EQ(openDescriptors(), before);
 }
 
@@ -599,7 +599,7 @@ TEST(FolderScanTest, NeverOpensAFile) {
         return (event.mask & IN_ISDIR) == 0;
     };
 
-    static_cast<void>(scanFolder(folder.path()));
+    static_cast<void>(FolderScan::scan(folder.path()));
     for (const auto& event : watch.events()) {
         EXPECT_FALSE(isFile(event)) << event.name << " was opened";
     }
@@ -627,7 +627,7 @@ void scanWhileAFolderIsSwappedForALink(const std::filesystem::path& root, const 
     int cut = 0;
     for (int round = 0; round < 200 || entered < 20 || cut < 20; ++round) {
         ASSERT_LT(round, 1'000'000) << "the swaps never fell into a scan";
-        const FolderScan scan = scanFolder(root);
+        const FolderScan scan = FolderScan::scan(root);
         for (const std::string& path : scan.paths) {
             ASSERT_TRUE(path.ends_with("/file")) << path;
         }
@@ -657,6 +657,19 @@ TEST(FolderScanTest, NeverLeavesTheFolderWhereTheKernelDoesNotHelp) {
         std::exit(testing::Test::HasFailure() ? 1 : 0);
     };
     EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+}
+
+TEST(UnreadableTest, NothingIsSaidOfNothing) {
+    EXPECT_EQ(FolderScan::Unreadable().text(), QString());
+}
+
+TEST(UnreadableTest, FoldersAreNamedAndTheRestIsCounted) {
+    EXPECT_EQ((FolderScan::Unreadable{1, {"a/b"}}).text(),
+              QStringLiteral("1 folder could not be read and is left out: a/b"));
+    EXPECT_EQ((FolderScan::Unreadable{2, {"a", "b"}}).text(),
+              QStringLiteral("2 folders could not be read and are left out: a, b"));
+    EXPECT_EQ((FolderScan::Unreadable{22, {"a", "b"}}).text(),
+              QStringLiteral("22 folders could not be read and are left out: a, b, and 20 more"));
 }
 
 } // namespace

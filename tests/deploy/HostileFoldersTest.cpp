@@ -71,7 +71,7 @@ Task<std::optional<QString>> refusalOf(std::filesystem::path folder, FolderScan 
 
 Task<> packOne(std::uint64_t seed, std::shared_ptr<Progress> progress) {
     const HostileFolder folder(seed, progress->outside);
-    const FolderScan files = scanFolder(folder.path());
+    const FolderScan files = FolderScan::scan(folder.path());
     EXPECT_EQ(files.paths, namesOf(folder.site()));
     if (files.paths.empty()) {
         ++progress->empty;

@@ -81,7 +81,7 @@ struct PackingTest : testing::Test {
     }
 
     std::vector<ArchiveMember> packedMembers() {
-        pack(scanFolder(site.path()));
+        pack(FolderScan::scan(site.path()));
         return tests::readArchive(working.read("site.tgz"));
     }
 
@@ -106,7 +106,7 @@ struct PackingTest : testing::Test {
         }
     }
 
-    std::string refusal() { return refusalOf(scanFolder(site.path())); }
+    std::string refusal() { return refusalOf(FolderScan::scan(site.path())); }
 
     void addProgram(const TestFolder& folder, const std::string& name, const std::string& script) {
         folder.write(name, "#!/bin/sh\n" + script);
@@ -121,7 +121,7 @@ struct PackingTest : testing::Test {
                    ": >'" + (records / "started").string() + "'\nread line <'" + (helpers / "go").string() +
                        "'\nexec /usr/bin/gzip \"$@\"\n");
         Task<std::filesystem::path> packing =
-            packFolder(site.path(), scanFolder(site.path()), working.path(), helpers.path());
+            packFolder(site.path(), FolderScan::scan(site.path()), working.path(), helpers.path());
         tests::waitUntil([this] { return std::filesystem::exists(records / "started"); });
         const std::set<pid_t> children = tests::ProcessState::now().children;
         EXPECT_EQ(children.size(), 1U);
@@ -164,7 +164,7 @@ TEST_F(PackingTest, PacksExactlyTheScannedFilesInTheirOrder) {
 TEST_F(PackingTest, PutsTheArchiveAndTheListIntoTheWorkingFolder) {
     site.write("b", "x");
     site.write("a/c", "x");
-    EXPECT_EQ(pack(scanFolder(site.path())), working / "site.tgz");
+    EXPECT_EQ(pack(FolderScan::scan(site.path())), working / "site.tgz");
     EXPECT_EQ(working.read("files.txt"), "a/c\nb");
     struct stat attributes {};
     ASSERT_EQ(::stat((working / "files.txt").c_str(), &attributes), 0);
@@ -304,7 +304,7 @@ TEST_F(PackingTest, PacksAFolderWhoseNameLooksLikeAnOption) {
     std::filesystem::current_path(site.path());
     for (const char* name : {"-x", "--help", "host:folder", " "}) {
         site.write(std::string(name) + "/file", "x");
-        tests::await(packFolder(name, scanFolder(name), working.path(), {}));
+        tests::await(packFolder(name, FolderScan::scan(name), working.path(), {}));
         const std::vector<ArchiveMember> members = tests::readArchive(working.read("site.tgz"));
         EXPECT_THAT(members, ElementsAre(Field(&ArchiveMember::name, "file"))) << name;
     }
@@ -314,7 +314,7 @@ TEST_F(PackingTest, PacksAFolderWhoseNameLooksLikeAnOption) {
 TEST_F(PackingTest, WorksInAFolderWhoseNameHoldsAColon) {
     std::filesystem::create_directories(working / "host:x");
     site.write("file", "x");
-    tests::await(packFolder(site.path(), scanFolder(site.path()), working / "host:x", helpers.path()));
+    tests::await(packFolder(site.path(), FolderScan::scan(site.path()), working / "host:x", helpers.path()));
     EXPECT_EQ(tests::readArchive(working.read("host:x/site.tgz")).size(), 1U);
 }
 
@@ -363,7 +363,7 @@ TEST_F(PackingTest, CompressesWithTheSystemsProgramWhereTheHelperIsALinkToNowher
 TEST_F(PackingTest, CompressesWithTheSystemsProgramWithoutAFolderOfHelpers) {
     site.write("index.html", "x");
     for (const std::filesystem::path& none : {std::filesystem::path(), helpers / "missing"}) {
-        tests::await(packFolder(site.path(), scanFolder(site.path()), working.path(), none));
+        tests::await(packFolder(site.path(), FolderScan::scan(site.path()), working.path(), none));
         EXPECT_EQ(tests::readArchive(working.read("site.tgz")).size(), 1U);
     }
 }
@@ -377,7 +377,7 @@ TEST_F(PackingTest, FailsWhereTheCompressionFails) {
 TEST_F(PackingTest, NamesAListedFileThatHasVanished) {
     site.write("a", "x");
     site.write("b", "x");
-    const FolderScan files = scanFolder(site.path());
+    const FolderScan files = FolderScan::scan(site.path());
     std::filesystem::remove(site / "a");
     EXPECT_EQ(refusalOf(files), "tar exited with status 2: " + changed("a"));
 }
@@ -389,7 +389,7 @@ TEST_F(PackingTest, NamesAListedFileThatCannotBeRead) {
     folder.write("file", "x");
     checked(::chmod((folder / "file").c_str(), 0), "chmod");
     try {
-        tests::await(packFolder(folder.path(), scanFolder(folder.path()), own.path(), {}));
+        tests::await(packFolder(folder.path(), FolderScan::scan(folder.path()), own.path(), {}));
         FAIL() << "packed a file that cannot be read";
     } catch (const PlatformError& failure) {
         EXPECT_EQ(failure.description().toStdString(),
@@ -436,7 +436,7 @@ TEST_F(PackingTest, RefusesWhatIsNotAnyMoreAsItWasScanned) {
             std::filesystem::create_directory(working.path());
             site.write("a", "x");
             site.write("b", "x");
-            const FolderScan files = scanFolder(site.path());
+            const FolderScan files = FolderScan::scan(site.path());
             std::filesystem::remove(site / "a");
             change();
             EXPECT_EQ(refusalOf(files, compressors), changed("a"));
@@ -447,7 +447,7 @@ TEST_F(PackingTest, RefusesWhatIsNotAnyMoreAsItWasScanned) {
 TEST_F(PackingTest, ComparesWithWhatTheCompressorOfItsOwnSaw) {
     site.write("index.html", "x");
     site.write("a/large", randomBytes(3'000'000));
-    const FolderScan files = scanFolder(site.path());
+    const FolderScan files = FolderScan::scan(site.path());
     tests::await(packFolder(site.path(), files, working.path(), DRIFTWELL_HELPERS));
     const std::vector<ArchiveMember> members = tests::readArchive(working.read("site.tgz"));
     ASSERT_EQ(members.size(), 2U);
@@ -477,7 +477,7 @@ void packWhileAFolderIsSwappedForALink() {
         ASSERT_LT(round, 5'000) << packed << " packed, " << refused << " refused";
         const TestFolder working;
         try {
-            tests::await(packFolder(site.path(), scanFolder(site.path()), working.path(), DRIFTWELL_HELPERS));
+            tests::await(packFolder(site.path(), FolderScan::scan(site.path()), working.path(), DRIFTWELL_HELPERS));
             ++packed;
         } catch (const PlatformError& failure) {
             EXPECT_THAT(failure.description().toStdString(), HasSubstr("was changed or removed"));
@@ -519,11 +519,12 @@ TEST_F(PackingTest, PacksTheSameWhereTheKernelCannotConfineTar) {
         EXPECT_EQ(members.at(0).content, randomBytes(2'500'000));
         EXPECT_EQ(members.at(1).content, "deep");
         EXPECT_EQ(members.at(2).mode & ALLPERMS, 0750U);
-        EXPECT_EQ(static_cast<std::int64_t>(members.at(1).modified), scanFolder(site.path()).attributes.at(1).modified);
+        EXPECT_EQ(static_cast<std::int64_t>(members.at(1).modified),
+                  FolderScan::scan(site.path()).attributes.at(1).modified);
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(working.path()), {}), 2);
 
         std::filesystem::remove(site / "a/d");
-        const FolderScan files = scanFolder(site.path());
+        const FolderScan files = FolderScan::scan(site.path());
         site.write("a/b/c", "longer than before");
         EXPECT_EQ(refusalOf(files), changed("a/b/c"));
         std::exit(HasFailure() ? 1 : 0);
@@ -533,7 +534,7 @@ TEST_F(PackingTest, PacksTheSameWhereTheKernelCannotConfineTar) {
 
 TEST_F(PackingTest, RefusesAFolderThatAnotherOneTookThePlaceOf) {
     site.write("site/a", "x");
-    const FolderScan files = scanFolder(site / "site");
+    const FolderScan files = FolderScan::scan(site / "site");
     std::filesystem::rename(site / "site", site / "before");
     std::filesystem::copy(site / "before", site / "site", std::filesystem::copy_options::recursive);
     try {
@@ -558,7 +559,7 @@ TEST_F(PackingTest, FailsWhereANameIsTooLongForTheFormat) {
         folder.write("short", "x");
         folder.write(name, "x");
         try {
-            tests::await(packFolder(folder.path(), scanFolder(folder.path()), working.path(), {}));
+            tests::await(packFolder(folder.path(), FolderScan::scan(folder.path()), working.path(), {}));
             ADD_FAILURE() << "packed a name of " << name.size() << " bytes";
         } catch (const PlatformError& failure) {
             EXPECT_EQ(failure.description().toStdString(),
@@ -615,7 +616,7 @@ TEST_F(PackingTest, TakesNothingFromOutsideIntoAnArchiveThatIsRefused) {
 
 TEST_F(PackingTest, FailsWhereTheFolderIsGone) {
     site.write("a/file", "x");
-    const FolderScan files = scanFolder(site.path());
+    const FolderScan files = FolderScan::scan(site.path());
     std::filesystem::remove_all(site.path());
     EXPECT_EQ(refusalOf(files), changed(site.path().string()));
 }
@@ -643,7 +644,7 @@ TEST_F(PackingTest, FailsWithTheSystemsErrorWhereTheListCannotBeWritten) {
 TEST_F(PackingTest, FailsWithTheSystemsErrorWhereTheWorkingFolderIsMissing) {
     site.write("file", "x");
     try {
-        tests::await(packFolder(site.path(), scanFolder(site.path()), working / "missing", {}));
+        tests::await(packFolder(site.path(), FolderScan::scan(site.path()), working / "missing", {}));
         FAIL() << "wrote into a folder that is not there";
     } catch (const std::system_error& failure) {
         EXPECT_EQ(failure.code(), std::errc::no_such_file_or_directory);
@@ -715,7 +716,7 @@ TEST_F(PackingTest, SaysWhereThereIsNoRoomLeft) {
     std::filesystem::create_directory(disk / "working");
     std::string told;
     try {
-        tests::await(packFolder(site.path(), scanFolder(site.path()), disk / "working", helpers.path()));
+        tests::await(packFolder(site.path(), FolderScan::scan(site.path()), disk / "working", helpers.path()));
     } catch (const PlatformError& failure) {
         told = failure.description().toStdString();
     }
@@ -725,7 +726,7 @@ TEST_F(PackingTest, SaysWhereThereIsNoRoomLeft) {
 
 TEST_F(PackingTest, LeavesNoChildAndNoDescriptorBehindHoweverItEnds) {
     site.write("file", "x");
-    const FolderScan files = scanFolder(site.path());
+    const FolderScan files = FolderScan::scan(site.path());
     FolderScan vanished = files;
     vanished.paths.push_back("vanished");
     vanished.attributes.emplace_back();

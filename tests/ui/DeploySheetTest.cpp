@@ -162,6 +162,19 @@ TEST_F(DeploySheetTest, AnEmptyNameHasNoBorderAndCannotBeDeployed) {
     EXPECT_TRUE(flow().isConfirming());
 }
 
+TEST_F(DeploySheetTest, WhatCouldNotBeReadIsSaidBeforeAndAfter) {
+    showSheet();
+    EXPECT_FALSE(isSeen(Role::StaticText, QStringLiteral("1 folder could not be read and is left out: private")));
+    flow().showUnreadable({1, {"private"}});
+    EXPECT_TRUE(isSeen(Role::StaticText, QStringLiteral("1 folder could not be read and is left out: private")));
+    flow().showUnreadable({3, {"a", "b"}});
+    flow().succeed(DeployResponse(), std::nullopt);
+    waitUntil([this] {
+        return isSeen(Role::StaticText,
+                      QStringLiteral("3 folders could not be read and are left out: a, b, and 1 more"));
+    });
+}
+
 TEST_F(DeploySheetTest, AFieldOfBlanksCountsAsEmpty) {
     showSheet("___");
     type(QStringLiteral("   "));

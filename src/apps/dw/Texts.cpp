@@ -7,7 +7,6 @@
 #include <QLocale>
 
 #include <cmath>
-#include <iterator>
 #include <optional>
 
 namespace driftwell::dw {
@@ -22,21 +21,6 @@ QString sizeText(std::int64_t bytes) {
 
 QString countText(std::int64_t files) {
     return Format::counted(files, QStringLiteral("file"));
-}
-
-QString unreadableText(const FolderScan::Unreadable& unreadable) {
-    QStringList names;
-    for (const std::string& name : unreadable.names) {
-        names.push_back(QString::fromStdString(name));
-    }
-    if (const std::int64_t more = unreadable.count - std::ssize(unreadable.names); more > 0) {
-        names.push_back(QStringLiteral("and %1 more").arg(more));
-    }
-    const QString what =
-        unreadable.count == 1
-            ? QStringLiteral("1 folder could not be read and is missing on the site: ")
-            : QStringLiteral("%1 folders could not be read and are missing on the site: ").arg(unreadable.count);
-    return what + names.join(QStringLiteral(", "));
 }
 
 QString durationText(std::chrono::milliseconds duration) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "deploy/DeployStage.h"
-#include "deploy/FolderScan.h"
 #include "deploy/SiteName.h"
 
 #include <QString>
@@ -18,9 +17,6 @@ namespace driftwell::dw {
 
 /// "1 file", "12 files".
 [[nodiscard]] QString countText(std::int64_t files);
-
-/// "2 folders could not be read and are missing on the site: a, b", of very many only the first names.
-[[nodiscard]] QString unreadableText(const FolderScan::Unreadable& unreadable);
 
 /// "1.2 s", below a second "340 ms".
 [[nodiscard]] QString durationText(std::chrono::milliseconds duration);

@@ -49,6 +49,10 @@ ColumnLayout {
             }
         }
     }
+    LeftOut {
+        Layout.fillWidth: true
+        text: phase.model.unreadable
+    }
     AppText {
         text: "SITE NAME"
         textStyle: TextStyle.FieldLabel

@@ -49,6 +49,7 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
     connect(m_flow.get(), &DeployFlow::siteNameChanged, this, &DeploySheetModel::nameChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::figuresChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::stageChanged);
+    connect(m_flow.get(), &DeployFlow::unreadableChanged, this, &DeploySheetModel::unreadableChanged);
     connect(&catalog, &Catalog::sitesChanged, this, &DeploySheetModel::nameChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::nameChanged);
@@ -256,12 +257,9 @@ QString DeploySheetModel::elapsedText() const {
 }
 
 void DeploySheetModel::confirm() {
-    if (!isNameValid()) {
-        return;
+    if (isNameValid()) {
+        m_deployments.confirmDeploy();
     }
-    // What was judged is what is published: without the blanks around it.
-    m_flow->setSiteName(trimmedName());
-    m_deployments.confirmDeploy();
 }
 
 void DeploySheetModel::close() {

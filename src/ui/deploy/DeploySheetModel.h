@@ -33,6 +33,7 @@ class DeploySheetModel final : public QObject {
     Q_PROPERTY(driftwell::Tones::Tone nameStatusTone READ nameStatusTone NOTIFY nameChanged)
     Q_PROPERTY(QString folder READ folder CONSTANT)
     Q_PROPERTY(QString sizeSummary READ sizeSummary NOTIFY figuresChanged)
+    Q_PROPERTY(QString unreadable READ unreadable NOTIFY unreadableChanged)
     Q_PROPERTY(QString host READ host NOTIFY hostChanged)
     Q_PROPERTY(double progress READ progress NOTIFY stageChanged)
     Q_PROPERTY(QString percentText READ percentText NOTIFY stageChanged)
@@ -93,6 +94,8 @@ public:
     [[nodiscard]] Tone nameStatusTone() const { return toneOf(nameStatus()); }
     [[nodiscard]] QString folder() const;
     [[nodiscard]] QString sizeSummary() const { return sizeSummary(m_flow->fileCount(), m_flow->byteCount()); }
+    /// What of the folder cannot be published; empty when that is nothing.
+    [[nodiscard]] QString unreadable() const { return m_flow->unreadable().text(); }
     [[nodiscard]] QString host() const;
     [[nodiscard]] double progress() const { return progress(m_flow->stage()); }
     [[nodiscard]] QString percentText() const;
@@ -112,7 +115,7 @@ public:
     /// How long the deployment has been running, for the view to ask again each second; empty before it has begun.
     Q_INVOKABLE QString elapsedText() const;
 
-    /// Deploys when the name is valid.
+    /// Deploys when the name is valid but for blanks around it: those the deployment itself judges.
     Q_INVOKABLE void confirm();
     /// Ends the deployment, or closes what is left of it.
     Q_INVOKABLE void close();
@@ -124,6 +127,7 @@ Q_SIGNALS:
     void phaseChanged();
     void nameChanged();
     void figuresChanged();
+    void unreadableChanged();
     void stageChanged();
     void hostChanged();
     void copiedChanged();

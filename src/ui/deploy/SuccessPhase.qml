@@ -52,6 +52,10 @@ ColumnLayout {
         textStyle: TextStyle.Detail
         tone: Tone.Muted
     }
+    LeftOut {
+        Layout.fillWidth: true
+        text: phase.model.unreadable
+    }
     RowLayout {
         Layout.topMargin: 8
         Layout.alignment: Qt.AlignHCenter

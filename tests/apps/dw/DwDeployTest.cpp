@@ -72,7 +72,7 @@ TEST_F(DwDeploy, SaysWhatItCouldNotReadAndPublishesTheRest) {
     for (const char* name : {"a/locked", "private"}) {
         ::chmod((site / name).c_str(), 0);
     }
-    const std::string said = "2 folders could not be read and are missing on the site: a/locked, private\n";
+    const std::string said = "2 folders could not be read and are left out: a/locked, private\n";
     const Ending dryRun = runDw({"deploy", "site", "--dry-run"});
     const Ending plain = runDw({"deploy", "site"});
     const json shown = onlyObject(runDw({"deploy", "site", "--dry-run", "--json"}).output);
@@ -234,6 +234,21 @@ TEST_F(DwDeploy, AFolderWithoutFilesIsNotPublished) {
     EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output),
               (json{{"ok", false}, {"error", {{"kind", "api"}, {"message", "folder has no deployable files"}}}}));
     EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).error, "dw: folder has no deployable files\n");
+    EXPECT_THAT(sandbox.sites(), IsEmpty());
+}
+
+TEST_F(DwDeploy, AFolderWhoseFilesCannotBeReadIsNotEmpty) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    const std::filesystem::path locked = folder("site", {{"private/index.html", "x"}}) / "private";
+    ::chmod(locked.c_str(), 0);
+    const Ending plain = runDw({"deploy", "site"});
+    const Ending dryRun = runDw({"deploy", "site", "--dry-run"});
+    ::chmod(locked.c_str(), 0700);
+    EXPECT_EQ(plain.exitCode, 1);
+    EXPECT_EQ(plain.error,
+              "dw: folder has no deployable files — 1 folder could not be read and is left out: private\n");
+    EXPECT_EQ(dryRun.error, plain.error);
     EXPECT_THAT(sandbox.sites(), IsEmpty());
 }
 

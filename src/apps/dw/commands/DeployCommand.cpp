@@ -4,6 +4,7 @@
 #include "core/Catalog.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
+#include "deploy/Deploy.h"
 #include "deploy/DeployResult.h"
 #include "deploy/FolderScan.h"
 #include "platform/PlatformError.h"
@@ -62,7 +63,7 @@ QString chooseName(const std::optional<std::string>& typed, const std::filesyste
 /// What of the folder is missing on the site, since it could not be read.
 void reportUnreadable(Reporter& reporter, const FolderScan::Unreadable& unreadable) {
     if (unreadable.count > 0) {
-        reporter.message(unreadableText(unreadable));
+        reporter.message(unreadable.text());
     }
 }
 
@@ -72,12 +73,10 @@ Json jsonOf(const FolderScan::Unreadable& unreadable) {
 
 Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
     const auto work = [folder, stop = context->stop] {
-        return scanFolder(folder, stop);
+        return FolderScan::scan(folder, stop);
     };
     const FolderScan files = co_await runOnOwnThread(work, context->stop);
-    if (files.fileCount == 0) {
-        throw PlatformError::api(QStringLiteral("folder has no deployable files"));
-    }
+    requireFiles(files);
     Json entries = Json::array();
     for (std::size_t i = 0; i < files.paths.size(); ++i) {
         const std::int64_t size = files.attributes[i].size;
