@@ -14,6 +14,7 @@ set(DRIFTWELL_VERSION "" CACHE STRING "The version that programs and packages te
 if(NOT DRIFTWELL_VERSION)
   set(DRIFTWELL_VERSION ${PROJECT_VERSION})
 endif()
+set(DRIFTWELL_MAINTAINER "Driftwell <packages@sites.example.org>" CACHE STRING "Who answers for the packages")
 
 option(DRIFTWELL_PACKAGES "Lay out what is installed as the Debian packages have it, and prepare cpack for them" OFF)
 
