@@ -19,9 +19,13 @@ inline constexpr int sampleSiteCount = 10'000;
 /// A desktop on which nothing happens.
 class NoDesktop final : public WindowServices, public DesktopServices {
 public:
-    Task<std::optional<std::filesystem::path>> chooseFolder(QString, QString) override { co_return std::nullopt; }
+    Task<std::optional<std::filesystem::path>> chooseFolder(QString, QString,
+                                                            std::optional<std::filesystem::path>) override {
+        co_return std::nullopt;
+    }
     void openUrl(const QUrl&) override {}
     void showInFileManager(const std::filesystem::path&) override {}
+    void promptInstall(const QString&) override {}
     void copyText(const QString&) override {}
     [[nodiscard]] ColorScheme colorScheme() const override { return ColorScheme::Light; }
 };

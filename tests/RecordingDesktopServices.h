@@ -23,6 +23,7 @@ public:
     struct FolderQuestion {
         std::string prompt;
         std::string message;
+        std::optional<std::filesystem::path> startFolder = {};
         bool operator==(const FolderQuestion&) const = default;
     };
 
@@ -39,8 +40,9 @@ public:
 
     [[nodiscard]] const std::vector<FolderQuestion>& folderQuestions() const { return m_folderQuestions; }
 
-    Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message) override {
-        m_folderQuestions.push_back({prompt.toStdString(), message.toStdString()});
+    Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message,
+                                                            std::optional<std::filesystem::path> startFolder) override {
+        m_folderQuestions.push_back({prompt.toStdString(), message.toStdString(), startFolder});
         if (m_folderAnswers.empty()) {
             ADD_FAILURE() << "the desktop was asked for a folder unexpectedly: " << message.toStdString();
             co_return std::nullopt;
@@ -55,6 +57,10 @@ public:
     [[nodiscard]] const std::vector<std::filesystem::path>& shownPaths() const { return m_shownPaths; }
     [[nodiscard]] const std::string& clipboard() const { return m_clipboard; }
 
+    /// The packages whose installation was offered.
+    [[nodiscard]] const std::vector<std::string>& promptedPackages() const { return m_promptedPackages; }
+
+    void promptInstall(const QString& package) override { m_promptedPackages.push_back(package.toStdString()); }
     void openUrl(const QUrl& url) override { m_openedUrls.push_back(url.toString().toStdString()); }
     void showInFileManager(const std::filesystem::path& path) override { m_shownPaths.push_back(path); }
     void copyText(const QString& text) override { m_clipboard = text.toStdString(); }
@@ -66,6 +72,7 @@ public:
     }
 
 private:
+    std::vector<std::string> m_promptedPackages;
     std::vector<std::string> m_openedUrls;
     std::vector<std::filesystem::path> m_shownPaths;
     std::string m_clipboard;

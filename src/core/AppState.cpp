@@ -4,10 +4,12 @@
 #include "core/Connection.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"
+#include "core/LocalPlatform.h"
 #include "core/NewProject.h"
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
 #include "platform/PlatformClient.h"
+#include "tooling/LocalServerController.h"
 
 #include <utility>
 #include <vector>
@@ -15,13 +17,21 @@
 namespace driftwell {
 
 AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop,
-                   std::unique_ptr<QSettings> defaults, Sleeper sleep)
+                   std::unique_ptr<QSettings> defaults)
+    : AppState(std::move(client), desktop, std::move(defaults), System()) {}
+
+AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop,
+                   std::unique_ptr<QSettings> defaults, System system)
     : m_client(std::move(client)),
+      m_cli(std::make_unique<CLIInstaller>(m_client->bundle(), system.cli)),
+      m_localServer(std::make_unique<LocalServerController>(system.sleep)),
       m_catalog(std::make_unique<Catalog>()),
-      m_connection(std::make_unique<Connection>(*m_client, *m_catalog, sleep)),
-      m_gates(std::make_unique<Gates>(std::move(defaults))),
+      m_connection(std::make_unique<Connection>(*m_client, *m_catalog, system.sleep)),
+      m_gates(std::make_unique<Gates>(std::move(defaults), system.gitToolsInstalled, system.sleep)),
+      m_localPlatform(std::make_unique<LocalPlatform>(m_client->store(), *m_connection, desktop, *m_localServer)),
       m_siteOperations(std::make_unique<SiteOperations>(*m_client, *m_connection, *m_catalog, desktop)),
-      m_signIn(std::make_unique<SignIn>(*m_client, *m_connection, desktop, sleep)) {
+      m_signIn(std::make_unique<SignIn>(*m_client, *m_connection, desktop, system.sleep)) {
+    m_connection->bootWith(*m_localServer);
     const auto followUp = [operations = m_siteOperations.get()](QString site, std::stop_token stop) {
         return operations->followNewVersion(std::move(site), std::move(stop));
     };
@@ -41,7 +51,13 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
 AppState::~AppState() = default;
 
 void AppState::start() {
+    if (std::exchange(m_started, true)) {
+        return;
+    }
+    m_connection->reloadConfig();
+    m_localPlatform->startIfConfigured();
     m_connection->start();
+    m_cli->detect();
 }
 
 Task<> AppState::end() {
@@ -51,7 +67,11 @@ Task<> AppState::end() {
     ends.push_back(m_newProject->end());
     ends.push_back(m_deployments->end());
     ends.push_back(m_siteOperations->end());
+    ends.push_back(m_localPlatform->end());
+    ends.push_back(m_gates->end());
     ends.push_back(m_connection->end());
+    ends.push_back(m_localServer->end());
+    ends.push_back(m_cli->end());
     for (Task<>& ended : ends) {
         co_await ended;
     }

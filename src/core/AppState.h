@@ -1,7 +1,9 @@
 #pragma once
 
+#include "core/Gates.h"
 #include "support/Sleep.h"
 #include "support/Task.h"
+#include "tooling/CLIInstaller.h"
 
 #include <QSettings>
 
@@ -13,7 +15,8 @@ class Catalog;
 class Connection;
 class Deployments;
 class DesktopServices;
-class Gates;
+class LocalPlatform;
+class LocalServerController;
 class NewProject;
 class PlatformClient;
 class SignIn;
@@ -26,9 +29,19 @@ class SiteOperations;
 /// started ends when it goes.
 class AppState final {
 public:
+    /// The system around the application. A test has one of its own.
+    struct System {
+        Sleeper sleep = sleepFor;
+        Gates::GitProbe gitToolsInstalled = [] {
+            return Git::toolsInstalled();
+        };
+        CLIInstaller::System cli = {};
+    };
+
     /// `desktop` outlives the model. `defaults` is the person's key-value store. No work starts before start().
     AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop, std::unique_ptr<QSettings> defaults,
-             Sleeper sleep = sleepFor);
+             System system);
+    AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop, std::unique_ptr<QSettings> defaults);
     ~AppState();
     AppState(const AppState&) = delete;
     AppState& operator=(const AppState&) = delete;
@@ -37,12 +50,16 @@ public:
     [[nodiscard]] Catalog& catalog() const { return *m_catalog; }
     [[nodiscard]] Connection& connection() const { return *m_connection; }
     [[nodiscard]] Gates& gates() const { return *m_gates; }
+    [[nodiscard]] CLIInstaller& cli() const { return *m_cli; }
+    [[nodiscard]] LocalServerController& localServer() const { return *m_localServer; }
+    [[nodiscard]] LocalPlatform& localPlatform() const { return *m_localPlatform; }
     [[nodiscard]] SiteOperations& siteOperations() const { return *m_siteOperations; }
     [[nodiscard]] Deployments& deployments() const { return *m_deployments; }
     [[nodiscard]] NewProject& newProject() const { return *m_newProject; }
     [[nodiscard]] SignIn& signIn() const { return *m_signIn; }
 
-    /// Reads the configuration and starts the polling that keeps the model current. Later calls do nothing.
+    /// Reads the configuration, starts the polling that keeps the model current, the platform of this machine where one
+    /// is configured, and the question what the command-line tool is. Later calls do nothing.
     void start();
 
     /// For the end of the process: stops everything that runs and resumes when all of it has ended, the temporary files
@@ -53,13 +70,17 @@ public:
 private:
     // A part is made after those that it uses, and goes before them.
     std::unique_ptr<PlatformClient> m_client;
+    std::unique_ptr<CLIInstaller> m_cli;
+    std::unique_ptr<LocalServerController> m_localServer;
     std::unique_ptr<Catalog> m_catalog;
     std::unique_ptr<Connection> m_connection;
     std::unique_ptr<Gates> m_gates;
+    std::unique_ptr<LocalPlatform> m_localPlatform;
     std::unique_ptr<SiteOperations> m_siteOperations;
     std::unique_ptr<Deployments> m_deployments;
     std::unique_ptr<NewProject> m_newProject;
     std::unique_ptr<SignIn> m_signIn;
+    bool m_started = false;
 };
 
 } // namespace driftwell

@@ -6,6 +6,7 @@
 #include "support/Cancellation.h"
 #include "support/Concurrency.h"
 #include "support/WhileAlive.h"
+#include "tooling/LocalServerController.h"
 
 #include <nlohmann/json.hpp>
 
@@ -67,7 +68,6 @@ Connection::~Connection() = default;
 
 void Connection::start() {
     if (!std::exchange(m_started, true)) {
-        reloadConfig();
         m_tasks.run(refreshLoop());
     }
 }
@@ -192,8 +192,18 @@ void Connection::settleFailure(const Session& asked, const std::exception& failu
         m_status = Status::notTeam(platform->description());
         m_catalog.clear();
     } else {
-        m_status = Status::unreachable(retrySeconds);
+        settleOutage();
     }
+}
+
+void Connection::settleOutage() {
+    const std::optional<PlatformConfig> config = m_config;
+    const std::optional<std::filesystem::path> repo = m_localRepo;
+    if (m_localServer && config && config->isLocal() && repo) {
+        m_localServer->startIfNeeded(*repo, config->origin());
+    }
+    const bool isComingUp = m_localServer && m_localServer->phase().isComingUp();
+    m_status = isComingUp ? Status::connecting() : Status::unreachable(retrySeconds);
 }
 
 Task<> Connection::refreshLoop() {

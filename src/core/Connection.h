@@ -18,6 +18,7 @@
 namespace driftwell {
 
 class Catalog;
+class LocalServerController;
 class PlatformClient;
 class PlatformError;
 
@@ -49,13 +50,17 @@ public:
     /// The platform's own checkout on this machine.
     [[nodiscard]] std::optional<std::filesystem::path> localRepo() const { return m_localRepo; }
 
+    /// From now on an unreachable platform on this machine is started from its checkout, and while it comes up the
+    /// status is Connecting. The server outlives the refreshes.
+    void bootWith(LocalServerController& server) { m_localServer = &server; }
+
     /// Absent without a platform.
     [[nodiscard]] std::optional<Session> session() const;
 
     /// Throws Cancelled when the session is not the present one any more.
     void requireCurrent(const Session& session) const;
 
-    /// Reads the configuration and starts the polling. Later calls do nothing.
+    /// Starts the polling. Later calls do nothing.
     void start();
 
     /// Stops the polling and every refresh, and resumes when they have ended.
@@ -99,10 +104,12 @@ private:
     Task<> askAs(Session session, std::stop_token stop);
     Task<> fetchLists(Session session, std::stop_token stop);
     void settleFailure(const Session& asked, const std::exception& failure);
+    void settleOutage();
 
     PlatformClient& m_client;
     Catalog& m_catalog;
     Sleeper m_sleep;
+    LocalServerController* m_localServer = nullptr;
     bool m_started = false;
     TaskGroup m_tasks;
 

@@ -1,10 +1,17 @@
 #include "core/Gates.h"
 
+#include "support/Cancellation.h"
+#include "support/OwnThread.h"
+#include "support/WhileAlive.h"
+
+#include <chrono>
 #include <utility>
 
 namespace driftwell {
 
 namespace {
+
+constexpr std::chrono::seconds pauseBetweenProbes(3);
 
 const QString onboardingCompleted = QStringLiteral("onboardingCompleted");
 
@@ -15,8 +22,13 @@ bool wantsOnboarding(const QSettings& defaults) {
 
 } // namespace
 
-Gates::Gates(std::unique_ptr<QSettings> defaults)
-    : m_defaults(std::move(defaults)), m_needsOnboarding(wantsOnboarding(*m_defaults)) {}
+Gates::Gates(std::unique_ptr<QSettings> defaults, GitProbe probe, Sleeper sleep)
+    : m_defaults(std::move(defaults)),
+      m_probe(std::move(probe)),
+      m_sleep(std::move(sleep)),
+      m_needsOnboarding(wantsOnboarding(*m_defaults)) {}
+
+Gates::~Gates() = default;
 
 void Gates::postponeOnboarding() {
     m_needsOnboarding = false;
@@ -25,6 +37,52 @@ void Gates::postponeOnboarding() {
 void Gates::completeOnboarding() {
     m_defaults->setValue(onboardingCompleted, true);
     m_needsOnboarding = false;
+}
+
+Task<> Gates::checkGitTools(std::stop_token stop) {
+    return m_tasks.run(probe(std::move(stop)));
+}
+
+Task<> Gates::probe(std::stop_token stop) {
+    const StopScope either(std::move(stop), m_tasks.token());
+    const bool isInstalled = co_await whileAlive(this, runOnOwnThread(m_probe, either.token()));
+    m_gitToolsInstalled = isInstalled;
+    if (isInstalled) {
+        m_gitToolsConfirmed = true;
+    }
+}
+
+Task<> Gates::watchGitTools(std::stop_token stop) {
+    co_await whileAlive(this, checkGitTools(stop));
+    while (m_gitToolsInstalled.value() == false) {
+        co_await whileAlive(this, m_sleep(pauseBetweenProbes, stop));
+        co_await whileAlive(this, checkGitTools(stop));
+    }
+}
+
+bool Gates::requireGitTools() {
+    if (!m_gitToolsConfirmed && m_probe()) {
+        m_gitToolsConfirmed = true;
+    }
+    if (!m_gitToolsConfirmed) {
+        m_showGitInstallSheet = true;
+    }
+    return m_gitToolsConfirmed;
+}
+
+void Gates::recheckGitTools() {
+    if (m_probe()) {
+        m_gitToolsConfirmed = true;
+        m_showGitInstallSheet = false;
+    }
+}
+
+void Gates::dismissGitInstallSheet() {
+    m_showGitInstallSheet = false;
+}
+
+Task<> Gates::end() {
+    return m_tasks.end();
 }
 
 } // namespace driftwell

@@ -4,36 +4,13 @@
 #include "core/ConnectionTexts.h"
 #include "core/Gates.h"
 #include "desktop/DesktopServices.h"
-#include "support/Cancellation.h"
-#include "support/Completion.h"
+#include "support/UnlessStopped.h"
 #include "support/WhileAlive.h"
 
 #include <optional>
 #include <utility>
 
 namespace driftwell {
-
-namespace {
-
-using Answer = std::optional<std::filesystem::path>;
-
-Task<> forward(Task<Answer> question, Completion<Answer> answer) {
-    try {
-        answer.succeed(co_await std::move(question));
-    } catch (...) {
-        answer.fail(std::current_exception());
-    }
-}
-
-/// The answer to a question that a person may leave open for ever. A stop leaves it to itself.
-Task<Answer> answerUnlessStopped(Task<Answer> question, std::stop_token stop) {
-    Completion<Answer> answer;
-    const std::stop_callback leave(stop, [answer]() mutable { answer.fail(Cancelled()); });
-    detach(forward(std::move(question), answer));
-    co_return co_await answer;
-}
-
-} // namespace
 
 NewProject::NewProject(Connection& connection, Gates& gates, DesktopServices& desktop, Begin begin, IsTaken isTaken)
     : m_connection(connection),
@@ -62,10 +39,11 @@ void NewProject::chooseFolderAndDeployWhenPossible() {
 }
 
 Task<> NewProject::chooseFolder(Begin then) {
-    Task<Answer> question = m_desktop.chooseFolder(
-        QStringLiteral("Deploy"), QStringLiteral("Choose a folder to deploy to ") + hostName(m_connection.config()));
-    Task<Answer> answer = answerUnlessStopped(std::move(question), m_tasks.token());
-    if (const Answer folder = co_await whileAlive(this, std::move(answer))) {
+    Task<std::optional<std::filesystem::path>> question = m_desktop.chooseFolder(
+        QStringLiteral("Deploy"), QStringLiteral("Choose a folder to deploy to ") + hostName(m_connection.config()),
+        std::nullopt);
+    Task<std::optional<std::filesystem::path>> answer = unlessStopped(std::move(question), m_tasks.token());
+    if (const std::optional<std::filesystem::path> folder = co_await whileAlive(this, std::move(answer))) {
         then(*folder);
     }
 }

@@ -23,6 +23,10 @@ QByteArray encoded(const QString& text, UrlPart part) {
     return percentEncoded(text, part).value_or(text.toUtf8());
 }
 
+QByteArray logsPath(const QString& site, int limit) {
+    return "/api/logs/" + encoded(site, UrlPart::Path) + "?limit=" + QByteArray::number(limit);
+}
+
 QByteArray toBytes(const Json& json) {
     return QByteArray::fromStdString(json.dump());
 }
@@ -177,8 +181,11 @@ Task<Fetched<LibsResponse>> PlatformClient::libs(PlatformConfig config, KnownByt
 
 Task<std::optional<LogsResponse>> PlatformClient::logs(PlatformConfig config, QString site, int limit,
                                                        std::stop_token stop) {
-    const QByteArray path = "/api/logs/" + encoded(site, UrlPart::Path) + "?limit=" + QByteArray::number(limit);
-    return request<std::optional<LogsResponse>>({"GET", path}, std::move(config), std::move(stop));
+    return request<std::optional<LogsResponse>>({"GET", logsPath(site, limit)}, std::move(config), std::move(stop));
+}
+
+Task<LogsResponse> PlatformClient::recentLog(PlatformConfig config, QString site, int limit, std::stop_token stop) {
+    return request<LogsResponse>({"GET", logsPath(site, limit)}, std::move(config), std::move(stop));
 }
 
 Task<RollbackResponse> PlatformClient::rollback(PlatformConfig config, QString site, std::stop_token stop) {

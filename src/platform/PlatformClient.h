@@ -41,6 +41,9 @@ public:
 
     [[nodiscard]] const ConfigStore& store() const { return m_store; }
 
+    /// The tree that this program lies in.
+    [[nodiscard]] const Bundle& bundle() const { return m_bundle; }
+
     /// The configuration folder of this copy's own, as the bundle names it. Only a development copy has one.
     [[nodiscard]] std::optional<QString> configDirOverride() const;
 
@@ -72,6 +75,8 @@ public:
     /// The newest `limit` lines of a site's log; absent when the platform answers null.
     [[nodiscard]] Task<std::optional<LogsResponse>> logs(PlatformConfig config, QString site, int limit,
                                                          std::stop_token stop);
+    /// The same for whom null is no answer.
+    [[nodiscard]] Task<LogsResponse> recentLog(PlatformConfig config, QString site, int limit, std::stop_token stop);
     [[nodiscard]] Task<RollbackResponse> rollback(PlatformConfig config, QString site, std::stop_token stop);
     [[nodiscard]] Task<DeleteSiteResponse> deleteSite(PlatformConfig config, QString site, std::stop_token stop);
     [[nodiscard]] Task<SiteLibsResponse> setLib(PlatformConfig config, QString site, QString lib, bool enabled,

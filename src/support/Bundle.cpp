@@ -27,6 +27,10 @@ Bundle Bundle::ofRunningProgram() {
     return {};
 }
 
+bool Bundle::has(const QString& key) const {
+    return m_information.contains(key) && !m_information.value(key).isNull();
+}
+
 std::optional<QString> Bundle::string(const QString& key) const {
     const QVariant value = m_information.value(key);
     if (value.typeId() != QMetaType::QString) {

@@ -22,6 +22,9 @@ public:
     /// The bundle that the running program lies in, or none.
     [[nodiscard]] static Bundle ofRunningProgram();
 
+    /// The information dictionary has the key, with any value but null.
+    [[nodiscard]] bool has(const QString& key) const;
+
     /// The value of a key of the information dictionary when it is a string.
     [[nodiscard]] std::optional<QString> string(const QString& key) const;
 

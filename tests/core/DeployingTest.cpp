@@ -641,8 +641,9 @@ TEST_P(RefusedDeploymentTest, ShowsThePlatformsTextAndChangesNothingElse) {
     waitForNothingLeft();
     settle();
     EXPECT_EQ(readConfig(), before);
-    EXPECT_THAT(requestedPaths(), ElementsAre("/api/deploy?site=garden")) << "no refresh follows";
+    EXPECT_THAT(requestedPaths(), ElementsAre("/api/deploy?site=garden"));
     EXPECT_EQ(status(), Status::connecting());
+    expectNoRefreshFollows();
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, RefusedDeploymentTest,
@@ -832,9 +833,10 @@ TEST_F(CancelledDeploymentTest, AnUploadEnds) {
     // What the kernel has taken in comes before the end of the connection.
     held.release();
     waitUntil([&held] { return held.abandoned(); });
-    EXPECT_THAT(server.requests(), IsEmpty()) << "no refresh follows";
+    EXPECT_THAT(server.requests(), IsEmpty());
     EXPECT_EQ(readConfig(), before);
     EXPECT_EQ(status(), Status::connecting());
+    expectNoRefreshFollows();
 }
 
 TEST_F(CancelledDeploymentTest, AWaitForThePlatformsAnswerEnds) {
@@ -846,7 +848,8 @@ TEST_F(CancelledDeploymentTest, AWaitForThePlatformsAnswerEnds) {
     cancelAndExpectGone();
     waitForFlowsEnd();
     waitUntil([&held] { return held.abandoned(); });
-    EXPECT_THAT(requestedPaths(), SizeIs(1)) << "no refresh follows";
+    EXPECT_THAT(requestedPaths(), SizeIs(1));
+    expectNoRefreshFollows();
 }
 
 TEST_F(CancelledDeploymentTest, TheEndOfTheModelEndsAnUpload) {

@@ -154,9 +154,22 @@ AppState& ModelFixture::model() {
         m_model = std::make_unique<AppState>(
             std::make_unique<PlatformClient>(bundle, ConfigStore(ConfigStore::configFile(bundle))), desktop,
             std::make_unique<QSettings>(QString::fromStdString(m_root / "defaults.ini"), QSettings::IniFormat),
-            m_sleep);
+            system());
     }
     return *m_model;
+}
+
+AppState::System ModelFixture::system() {
+    AppState::System system;
+    system.sleep = m_sleep;
+    system.gitToolsInstalled = [this] {
+        return gitIsInstalled.load();
+    };
+    system.cli.linkFolder = m_root / "usr/local/bin";
+    system.cli.pathsFile = m_root / "etc/paths";
+    system.cli.pathsFolder = m_root / "etc/paths.d";
+    system.cli.pkexec = m_root / "usr/bin/pkexec";
+    return system;
 }
 
 Status ModelFixture::status() {
@@ -283,6 +296,12 @@ std::vector<std::string> ModelFixture::requestedPaths() const {
         paths.push_back(request.target);
     }
     return paths;
+}
+
+void ModelFixture::expectNoRefreshFollows() {
+    const std::size_t before = server.requests("/api/sites").size();
+    await(refresh());
+    EXPECT_EQ(server.requests("/api/sites").size(), before + 1);
 }
 
 } // namespace driftwell::tests

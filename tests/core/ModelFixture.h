@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -93,6 +94,9 @@ protected:
     /// What the model sleeps with in place of `sleeper`; to be given before the model is made.
     void sleepWith(Sleeper sleep) { m_sleep = std::move(sleep); }
 
+    /// The system that the model is made with: no part of it is that of this machine.
+    [[nodiscard]] AppState::System system();
+
     /// Destroys the model and waits for nothing.
     void destroyModel() { m_model.reset(); }
 
@@ -122,6 +126,9 @@ protected:
 
     /// The paths of all requests in order.
     [[nodiscard]] std::vector<std::string> requestedPaths() const;
+    /// Nothing that went before has begun a refresh: the server has seen none when one that was begun after it is
+    /// answered.
+    void expectNoRefreshFollows();
 
     static constexpr const char* token = "the-token";
 
@@ -141,6 +148,7 @@ protected:
     PlatformServer server;
     RecordingDesktopServices desktop;
     ManualSleeper sleeper;
+    std::atomic<bool> gitIsInstalled = true;
 
 private:
     Sleeper m_sleep = sleeper.sleeper();

@@ -220,9 +220,11 @@ TEST_F(SignInTest, SaysThatThereIsNoLocalPort) {
 
 TEST_F(SignInTest, SaysThatItWasInterruptedWhenItEndsWithoutAResult) {
     writeConfig({{"host", remoteHost().toStdString()}});
+    AppState::System brokenSystem = system();
+    brokenSystem.sleep = brokenOff;
     AppState restless(std::make_unique<PlatformClient>(Bundle(), store()), desktop,
                       std::make_unique<QSettings>(QString::fromStdString(folder() / "d.ini"), QSettings::IniFormat),
-                      brokenOff);
+                      brokenSystem);
     restless.connection().reloadConfig();
     restless.signIn().signIn();
     waitUntil([&restless] { return !restless.signIn().isSigningIn(); });

@@ -609,6 +609,7 @@ TEST_F(LibraryTest, TheAnswerReplacesTheSitesLibrariesAndNoRefreshFollows) {
     EXPECT_FALSE(listed("bakery").libs);
     EXPECT_THAT(log.changes(), ElementsAre("libTogglesInFlight", "sites", "libTogglesInFlight"));
     EXPECT_THAT(newPaths(), ElementsAre("/api/sites/garden/libs"));
+    expectNoRefreshFollows();
 }
 
 TEST_F(LibraryTest, SwitchingOffIsSentAsSuch) {
@@ -723,8 +724,9 @@ class AccessBodyTest : public AccessTest, public testing::WithParamInterface<Acc
 TEST_P(AccessBodyTest, HoldsWhatWasGivenAndNothingElse) {
     await(
         model().siteOperations().setAccess("garden", GetParam().mode, GetParam().emails, GetParam().anyoneCanComment));
-    ASSERT_THAT(newRequests(), SizeIs(1)) << "no refresh follows";
+    ASSERT_THAT(newRequests(), SizeIs(1));
     EXPECT_EQ(Json::parse(newRequests().front().body), Json::parse(GetParam().body));
+    expectNoRefreshFollows();
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, AccessBodyTest,

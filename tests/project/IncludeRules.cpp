@@ -33,9 +33,9 @@ const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() 
         {"support", {}},
         {"platform", {"support"}},
         {"deploy", {"archive", "support", "platform"}},
-        {"collab", {"support", "platform", "deploy"}},
-        {"tooling", {"support", "platform", "deploy", "collab"}},
         {"desktop", {"support"}},
+        {"collab", {"support", "platform", "deploy", "desktop"}},
+        {"tooling", {"support", "platform", "desktop"}},
         {"desktop/freedesktop", {"support", "desktop"}},
         {"core", {"support", "platform", "deploy", "collab", "tooling", "desktop"}},
         {"ui", withoutWindows},
@@ -43,10 +43,11 @@ const std::map<std::string, std::set<std::string>, std::less<>>& allowedRooms() 
         {"ui/controls", withRooms({"ui", "ui/style"})},
         {"ui/scene", withRooms({"ui", "ui/style"})},
         {"ui/sites", surface},
+        {"ui/history", surface},
         {"ui/deploy", surface},
         {"ui/signin", surface},
         {"ui/tray", surface},
-        {"ui/window", withRooms({"ui", "ui/style", "ui/controls", "ui/sites", "ui/deploy", "ui/signin"})},
+        {"ui/window", withRooms({"ui", "ui/style", "ui/controls", "ui/sites", "ui/history", "ui/deploy", "ui/signin"})},
         {"apps/driftwell", withRooms({"desktop/freedesktop", "ui", "ui/style", "ui/scene", "ui/window", "ui/tray"})},
         {"apps/dw", withoutWindows},
         {"apps/gzip", {"archive"}},
@@ -68,7 +69,8 @@ std::string roomOf(std::string_view path) {
 
 /// The parts of the model. Each knows those that all stand on and none of the others; only what wires them knows all.
 constexpr std::array<std::string_view, 3> baseParts = {"Connection", "Catalog", "Gates"};
-constexpr std::array<std::string_view, 4> parts = {"Deployments", "SiteOperations", "SignIn", "NewProject"};
+constexpr std::array<std::string_view, 5> parts = {"Deployments", "SiteOperations", "SignIn", "NewProject",
+                                                   "LocalPlatform"};
 
 /// The class of a file or header of core, without its ending.
 std::string_view partOf(std::string_view path) {

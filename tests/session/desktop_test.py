@@ -1,7 +1,10 @@
 """What the tests of the application on a desktop have in common."""
 
 import os
+import re
 import unittest
+import urllib.parse
+import urllib.request
 from pathlib import Path
 
 from session import DEADLINE, Sandbox, Session, TimedOut, wait_for
@@ -107,6 +110,16 @@ class DesktopTest(unittest.TestCase):
 
     def wait_for_opened(self, address):
         wait_for(f"{address} in the browser", lambda: address in self.desktop.opened())
+
+    def sign_in_as(self, person):
+        """What a person does in the browser that the application opened: looks at the page and presses a button."""
+        page = wait_for("the sign-in page", lambda: [a for a in self.desktop.opened() if "/auth/login?" in a])[-1]
+        browser = urllib.request.build_opener(urllib.request.ProxyHandler({}), urllib.request.HTTPCookieProcessor())
+        html = browser.open(page, timeout=20).read().decode()
+        nonce = re.search(r'name="nonce" value="([^"]+)"', html).group(1)
+        answer = urllib.parse.urlencode({"nonce": nonce, "person": person}).encode()
+        target = urllib.parse.urljoin(page, "/auth/login")
+        return browser.open(target, answer, timeout=20).read().decode()
 
     def click_in_tray(self):
         """Opens the application's panel. A desktop's panel that has just started moves its items about: a click that

@@ -52,16 +52,39 @@ class Shots:
 
     def take(self, name, at=None):
         """A picture at both sizes; `at` puts the pointer on a widget first, away from everything else otherwise."""
-        for size in (LARGE, SMALL) if self.scale == 1 else (LARGE,):
-            width, height = (side * self.scale for side in size)
-            self.desktop.xdotool("windowsize", self.window, width, height)
-            wait_for("the size", lambda: f"{width}x{height}" in self.desktop.xdotool("getwindowgeometry", self.window))
+        for size in self.sizes():
+            self.resize(size)
             if at:
                 self.desktop.move(*self.desktop.place(self.desktop.find(*at)))
             else:
                 self.desktop.move(self.desktop.size[0] - 5, self.desktop.size[1] // 2)
             self.settle()
             self.keep(name, size)
+
+    def sizes(self):
+        return (LARGE, SMALL) if self.scale == 1 else (LARGE,)
+
+    def resize(self, size):
+        width, height = (side * self.scale for side in size)
+        self.desktop.xdotool("windowsize", self.window, width, height)
+        wait_for("the size", lambda: f"{width}x{height}" in self.desktop.xdotool("getwindowgeometry", self.window))
+
+    def take_beside(self, name, site, ready):
+        """The same of what stands beside a row: it is opened anew at each size."""
+        for size in self.sizes():
+            self.resize(size)
+            self.choose(site, "Logs")
+            self.desktop.find(*ready)
+            self.desktop.move(self.desktop.size[0] - 5, self.desktop.size[1] // 2)
+            self.settle()
+            self.keep(name, size)
+            self.desktop.key("Escape")
+            self.desktop.gone("dialog")
+
+    def choose(self, site, entry):
+        """An entry of the menu of a site."""
+        self.desktop.click(*self.desktop.place(self.desktop.find("list item", site)), button=3)
+        self.desktop.press("menu item", entry)
 
     def keep(self, name, size=None):
         parts = [name, self.theme] + ([f"{size[0]}x{size[1]}"] if size else [])
@@ -178,6 +201,51 @@ def take_list(shots, sandbox):
     sandbox.start()
 
 
+def take_site_sheets(shots, sandbox):
+    desktop = shots.desktop
+    folder = desktop.folder / "published"
+    for _ in range(4):
+        desktop.dw("deploy", folder, "--name", "annual-report", host=sandbox.address)
+    desktop.dw("rollback", "annual-report", host=sandbox.address)
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+
+    def take_sheet(name, site, entry, ready, typed=""):
+        shots.choose(site, entry)
+        desktop.find(*ready)
+        desktop.type(typed)
+        shots.take(name)
+        desktop.key("Escape")
+        desktop.gone("dialog")
+
+    take_sheet("history", "annual-report", "Version History", ("push button", "Roll back"))
+    take_sheet("rollback", "annual-report", "Roll Back…", ("heading", "Roll back annual-report"))
+    take_sheet("delete", "annual-report", "Delete Project…", ("heading", "Delete annual-report"))
+    take_sheet("delete-typed", "annual-report", "Delete Project…", ("heading", "Delete annual-report"), "annual-report")
+    take_sheet("delete-long", LONG_NAME, "Delete Project…", ("heading", f"Delete {LONG_NAME}"))
+    shots.take_beside("logs", "annual-report", ("list item", re.compile("rolled back")))
+    shots.take_beside("logs-below", "board-minutes", ("list", "Recent activity"))
+    shots.close()
+
+    sandbox.restart("--fail", "500", "--fail-path", "/api/logs/annual-report")
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+    shots.take_beside("logs-failed", "annual-report", ("heading", "Couldn’t load logs"))
+    take_sheet("history-loading", "annual-report", "Version History", ("heading", "Version history — annual-report"))
+    shots.close()
+
+    sandbox.restart("--fail", "507", "--fail-path", "/api/rollback")
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+    shots.choose("annual-report", "Roll Back…")
+    desktop.find("heading", "Roll back annual-report")
+    desktop.key("Return")
+    desktop.find("alert", "Rollback failed")
+    shots.take("rollback-failed")
+    shots.close()
+    sandbox.restart()
+
+
 def take_deploy(shots, sandbox):
     desktop = shots.desktop
     shots.open(sandbox, sample_folder(desktop, "Spring Lookbook"))
@@ -262,6 +330,7 @@ def main():
             fill(desktop, sandbox)
             take_connection(shots)
             take_list(shots, sandbox)
+            take_site_sheets(shots, sandbox)
             take_deploy(shots, sandbox)
             take_tray(shots, sandbox)
             if scale == 1:

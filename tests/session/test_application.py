@@ -246,6 +246,90 @@ class ApplicationTest(DesktopTest):
         wait_for("the end of the folder chooser",
                  lambda: not self.desktop.widgets("dialog") and not self.desktop.widgets("file chooser"))
 
+    # --- What hangs off a row ---
+
+    def choose(self, site, entry):
+        """An entry of the menu of a site, as assistive technology does it."""
+        row = self.find("list item", site)
+        self.desktop.click(*self.desktop.place(row), button=3)
+        self.press("menu item", entry)
+
+    def test_a_site_is_rolled_back_from_its_history(self):
+        self.start_platform()
+        folder = self.site("portfolio", "<h1>First</h1>")
+        for page in ("<h1>First</h1>", "<h1>Second</h1>"):
+            (folder / "index.html").write_text(page)
+            self.desktop.dw("deploy", folder, "--name", "portfolio", host=self.platform.address)
+        address = f"http://portfolio.driftwell.localhost:{self.platform.port}/"
+        self.assertIn("Second", fetch(address))
+        self.open()
+        self.wait_for_rows("portfolio")
+        self.choose("portfolio", "Version History")
+        self.find("dialog", "Version history — portfolio")
+        self.find("push button", "Roll back")
+        self.assertEqual(len(self.desktop.widgets("list item", re.compile("^deploy, "))), 2)
+        self.press("push button", "Roll back")
+        self.find("dialog", "Roll back portfolio")
+        self.wait_for_text(re.compile("^Swaps the version deployed .* with the one before it. Run it again to swap back"))
+        self.desktop.key("Return")
+        self.desktop.gone("dialog")
+        wait_for("the version before", lambda: "First" in fetch(address))
+        wait_for("the row", lambda: self.find("list item", "portfolio").description.startswith("Rolled back "))
+        self.choose("portfolio", "Version History")
+        self.find("list item", re.compile("^rollback, "))
+        self.desktop.key("Escape")
+        self.desktop.gone("dialog")
+
+    def test_a_site_is_deleted_when_its_name_has_been_typed(self):
+        self.start_platform("--fail", "507", "--fail-path", "/api/sites/portfolio", "--fail-count", "1")
+        self.publish("portfolio", "handbook")
+        self.open()
+        self.wait_for_rows("handbook", "portfolio")
+        for attempt in ("refused", "done"):
+            self.choose("portfolio", "Delete Project…")
+            self.find("dialog", "Delete portfolio")
+            delete = self.find("push button", "Delete")
+            self.find("text", "Type “portfolio” to confirm")
+            self.desktop.type("Portfolio")
+            self.assertFalse(self.desktop.is_enabled(delete))
+            self.desktop.key("ctrl+a")
+            self.desktop.type("portfolio")
+            wait_for("the button", lambda: self.desktop.is_enabled(delete))
+            self.desktop.key("Return")
+            if attempt == "refused":
+                self.find("alert", "Delete failed")
+                self.assertEqual(self.rows(), ["handbook", "portfolio"])
+                self.desktop.key("Return")
+            self.desktop.gone("dialog")
+        self.wait_for_rows("handbook")
+        self.assertNotIn("portfolio", self.desktop.dw("list", host=self.platform.address))
+
+    def test_the_recent_activity_of_a_site_is_read_by_keyboard_alone(self):
+        self.start_platform()
+        self.publish("portfolio")
+        self.open()
+        self.wait_for_rows("portfolio")
+        row = self.find("list item", "portfolio")
+        for _ in range(12):
+            if any(widget.name == "portfolio" for widget in self.desktop.focused()):
+                break
+            self.desktop.key("Tab")
+            time.sleep(0.1)
+        self.desktop.key("Menu")
+        self.find("menu item", "Logs")
+        for _ in range(12):
+            if any(widget.name == "Logs" for widget in self.desktop.focused()):
+                break
+            self.desktop.key("Down")
+            time.sleep(0.1)
+        self.desktop.key("Return")
+        self.find("dialog", "Logs of portfolio")
+        self.find("list item", re.compile(", deploy, "))
+        self.wait_for_text(re.compile(r"^\d+ entr(y|ies)$"))
+        self.desktop.key("Escape")
+        self.desktop.gone("dialog")
+        wait_for("the keyboard on the row", lambda: self.desktop.is_focused(row))
+
     # --- The connection ---
 
     def test_an_outage_shows_a_banner_that_counts_down_and_goes(self):
@@ -263,16 +347,6 @@ class ApplicationTest(DesktopTest):
         self.platform.start()
         self.desktop.gone("alert", re.compile("^Can’t reach"))
         self.find("push button", "Drag a folder here to publish a new project")
-
-    def sign_in_as(self, person):
-        """What a person does in the browser that the application opened: looks at the page and presses a button."""
-        page = wait_for("the sign-in page", lambda: [a for a in self.desktop.opened() if "/auth/login?" in a])[-1]
-        browser = urllib.request.build_opener(urllib.request.ProxyHandler({}), urllib.request.HTTPCookieProcessor())
-        html = browser.open(page, timeout=20).read().decode()
-        nonce = re.search(r'name="nonce" value="([^"]+)"', html).group(1)
-        answer = urllib.parse.urlencode({"nonce": nonce, "person": person}).encode()
-        target = urllib.parse.urljoin(page, "/auth/login")
-        return browser.open(target, answer, timeout=20).read().decode()
 
     def test_a_person_signs_in_and_out_again(self):
         self.start_platform("--require-sign-in")

@@ -145,6 +145,11 @@ TEST_P(TintTest, HasItsValuesOnADarkDesktop) {
 
 INSTANTIATE_TEST_SUITE_P(Rows, TintTest, testing::Range<std::size_t>(0, tintTable.size()));
 
+TEST(CyanTest, IsTheForegroundOfTheTintNextToIt) {
+    EXPECT_EQ(hex(DW::cyan(false)), tintTable[5].lightForeground);
+    EXPECT_EQ(hex(DW::cyan(true)), tintTable[5].darkForeground);
+}
+
 TEST(SeedTintTest, TheEmptyTextHasTheSecondRow) {
     EXPECT_EQ(hex(DW::seedTint(QString(), ColorScheme::Light).bg), tintTable[1].lightBackground);
 }

@@ -1,7 +1,5 @@
 #include "core/SiteOperations.h"
-#include "tests/ui/ViewFixture.h"
-#include "ui/window/MainWindowModel.h"
-#include "ui/window/WindowControls.h"
+#include "tests/ui/WindowFixture.h"
 
 #include <QTest>
 
@@ -14,41 +12,8 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
-using Token = DW::Token;
 
-/// The sheets, over the window that they belong to.
-class SheetTest : public ViewFixture {
-protected:
-    void TearDown() override {
-        hideView();
-        m_controls.reset();
-        m_window.reset();
-        ViewFixture::TearDown();
-    }
-
-    void showWindow() {
-        m_window = std::make_unique<MainWindowModel>(model(), desktop);
-        m_controls = std::make_unique<WindowControls>(m_frame);
-        show(QStringLiteral("MainWindowView"),
-             {{QStringLiteral("model"), QVariant::fromValue(m_window.get())},
-              {QStringLiteral("window"), QVariant::fromValue(m_controls.get())}},
-             {1000, 760});
-    }
-
-    [[nodiscard]] QColor colorOf(const QString& text) { return textItem(text)->property("color").value<QColor>(); }
-    [[nodiscard]] static QColor light(Token token) { return DW::color(token, ColorScheme::Light); }
-    [[nodiscard]] bool enabled(const char* button) { return the(Role::Button, QString::fromUtf8(button)).isEnabled(); }
-
-    /// What the window's own buttons act on.
-    [[nodiscard]] QWindow& frame() { return m_frame; }
-
-private:
-    QWindow m_frame;
-    std::unique_ptr<MainWindowModel> m_window;
-    std::unique_ptr<WindowControls> m_controls;
-};
-
-class DeploySheetTest : public SheetTest {
+class DeploySheetTest : public WindowFixture {
 protected:
     /// A sheet for a folder of this name, on a platform with a site "bakery".
     void showSheet(const std::string& folderName = "garden") {
@@ -564,7 +529,7 @@ TEST_F(DeploySheetTest, AWindowThatOpensDuringADeploymentShowsIt) {
 
 // AlertSheet
 
-class AlertSheetTest : public SheetTest {
+class AlertSheetTest : public WindowFixture {
 protected:
     void showFailedRollback() {
         connectedWith({"garden"});
@@ -650,7 +615,7 @@ TEST_F(AlertSheetTest, AnAlertDuringADeploymentComesBeforeItAndLeavesItAsItWas) 
 
 // MainWindowView
 
-class MainWindowViewTest : public SheetTest {};
+class MainWindowViewTest : public WindowFixture {};
 
 TEST_F(MainWindowViewTest, EachStatusHasItsContent) {
     become(Kind::NoHost);

@@ -490,6 +490,93 @@ TEST_F(LeafViewsTest, TheBannerHasTwoLines) {
     EXPECT_EQ(color(text), light(Token::TextSecondary));
 }
 
+TEST_F(LeafViewsTest, TheBannerHasADotWithoutAnOfferAndNoButton) {
+    showQml(R"(UnreachableBanner { width: parent.width; title: "Can’t reach sites.test"; text: "retrying in 8s" })");
+    EXPECT_TRUE(all(Role::Button).empty());
+    EXPECT_EQ(colorAt(leaf(), {23, leaf()->height() / 2}), light(Token::Danger));
+}
+
+TEST_F(LeafViewsTest, TheBannerOffersWhatCanBeDone) {
+    showQml(R"(
+        property int count: 0
+        UnreachableBanner {
+            width: parent.width; title: "Can’t reach"; text: "retrying in 8s"; offer: "Run locally…"
+            onAccepted: test.count++
+        })");
+    EXPECT_THAT(tabs(1), ElementsAre("Button Run locally…"));
+    press(Qt::Key_Return);
+    click(QStringLiteral("Run locally…"));
+    EXPECT_EQ(view().rootObject()->property("count").toInt(), 2);
+}
+
+TEST_F(LeafViewsTest, TheBannerOfAPlatformOnItsWayUpTurns) {
+    showQml(R"(UnreachableBanner { width: parent.width; title: "Starting"; text: "waiting"; waiting: true })");
+    EXPECT_NE(colorAt(leaf(), {23, leaf()->height() / 2}), light(Token::Danger));
+    const QImage before = picture();
+    waitUntil([&] { return picture() != before; });
+}
+
+TEST_F(LeafViewsTest, ALongTextOfTheBannerIsCutInItsOneLineBesideTheButton) {
+    showQml(R"(UnreachableBanner {
+        width: parent.width; title: "Local platform failed"; offer: "Start local platform"
+        text: "Error: Cannot find module /a/very/long/path\nof a checkout that nobody has built"
+    })");
+    QQuickItem* const button = the(Role::Button, QStringLiteral("Start local platform")).item;
+    QQuickItem* const title = textItem(QStringLiteral("Local platform failed"));
+    EXPECT_LE(button->mapToScene({button->width(), 0}).x(), 400);
+    EXPECT_LE(leaf()->height(), 56);
+    EXPECT_LE(title->mapToScene({title->width(), 0}).x(), button->mapToScene({}).x());
+}
+
+TEST_F(LeafViewsTest, TheRelinkBannerSaysWhatItIsAbout) {
+    showQml(R"(CLIRelinkBanner {
+        width: parent.width; text: "The dw command points at an old copy of Driftwell"; error: ""; busy: false
+    })");
+    EXPECT_TRUE(isSeen(Role::AlertMessage, QStringLiteral("The dw command points at an old copy of Driftwell")));
+    EXPECT_THAT(texts(), ElementsAre("The dw command points at an old copy of Driftwell"));
+    EXPECT_TRUE(isDrawn(QString(QChar(0xEB8E))));
+    expectPaletteIsFollowed();
+}
+
+TEST_F(LeafViewsTest, TheRelinkBannerIsPressed) {
+    showQml(R"(
+        property int count: 0
+        CLIRelinkBanner { width: parent.width; text: "x"; error: ""; busy: false; onRelinked: test.count++ })");
+    EXPECT_THAT(tabs(1), ElementsAre("Button Relink…"));
+    press(Qt::Key_Space);
+    EXPECT_EQ(view().rootObject()->property("count").toInt(), 1);
+}
+
+TEST_F(LeafViewsTest, TheRelinkBannerTellsWhyItFailed) {
+    showQml(R"(CLIRelinkBanner { width: parent.width; text: "x"; error: "ln: Read-only file system"; busy: false })");
+    EXPECT_EQ(color(textItem(QStringLiteral("ln: Read-only file system"))), light(Token::Danger));
+    EXPECT_EQ(the(Role::AlertMessage, QStringLiteral("x")).description, QStringLiteral("ln: Read-only file system"));
+    expectPaletteIsFollowed();
+}
+
+TEST_F(LeafViewsTest, WhileItWorksTheRelinkBannerTurnsInPlaceOfTheButton) {
+    showQml(R"(CLIRelinkBanner { width: parent.width; text: "x"; error: ""; busy: true })");
+    EXPECT_TRUE(all(Role::Button).empty());
+    const QImage before = picture();
+    waitUntil([&] { return picture() != before; });
+}
+
+TEST_F(LeafViewsTest, APushButtonIsFilledWithWhatItMeans) {
+    showQml(R"(PushButton { x: 20; y: 20; text: "Delete"; prominent: true; fill: Tone.Danger })");
+    EXPECT_EQ(colorAt(leaf(), {leaf()->width() / 2, 4}), light(Token::Danger));
+    EXPECT_EQ(color(textItem(QStringLiteral("Delete"))), QColor(Qt::white));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(colorAt(leaf(), {leaf()->width() / 2, 4}), dark(Token::Danger));
+    EXPECT_EQ(color(textItem(QStringLiteral("Delete"))), dark(Token::Canvas));
+}
+
+TEST_F(LeafViewsTest, OnTheWarningsColourTheWordsAreDarkOnBothSchemes) {
+    showQml(R"(PushButton { text: "Roll back"; prominent: true; fill: Tone.Warning })");
+    EXPECT_EQ(color(textItem(QStringLiteral("Roll back"))), light(Token::TextPrimary));
+    desktop.setColorScheme(ColorScheme::Dark);
+    EXPECT_EQ(color(textItem(QStringLiteral("Roll back"))), dark(Token::Canvas));
+}
+
 TEST_F(LeafViewsTest, TheBannerIsAnAlert) {
     showQml(R"(UnreachableBanner { width: parent.width; title: "Can’t reach sites.test"; text: "retrying in 8s" })");
     const Seen banner = the(Role::AlertMessage, QStringLiteral("Can’t reach sites.test"));

@@ -134,15 +134,15 @@ TEST_F(MainWindowModelTest, TheFilterChangesTheContent) {
 
 TEST_F(MainWindowModelTest, APlatformOutOfReachHasABanner) {
     become(Kind::Unreachable);
-    EXPECT_TRUE(window().isBannerVisible());
-    EXPECT_EQ(window().bannerTitle(), QStringLiteral("Can’t reach ") + host());
-    EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 8s · deploys are paused"));
+    EXPECT_TRUE(window().banner()->isVisible());
+    EXPECT_EQ(window().banner()->title(), QStringLiteral("Can’t reach ") + host());
+    EXPECT_EQ(window().banner()->text(), QStringLiteral("retrying in 8s · deploys are paused"));
 }
 
 TEST_F(MainWindowModelTest, NoOtherStatusHasABanner) {
     for (const Kind kind : {Kind::NotTeam, Kind::NoHost, Kind::Connecting, Kind::Connected, Kind::SignedOut}) {
         become(kind);
-        EXPECT_FALSE(window().isBannerVisible());
+        EXPECT_FALSE(window().banner()->isVisible());
     }
 }
 
@@ -151,11 +151,11 @@ TEST_F(MainWindowModelTest, TheBannerCountsDown) {
     server.closeWithoutAnswer("/api/me");
     model().start();
     waitUntil([this] { return sleeper.isAsleep(); });
-    const QSignalSpy changes(&window(), &MainWindowModel::bannerChanged);
-    EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 8s · deploys are paused"));
+    const QSignalSpy changes(window().banner(), &ConnectionBannerModel::changed);
+    EXPECT_EQ(window().banner()->text(), QStringLiteral("retrying in 8s · deploys are paused"));
     sleeper.wake();
     waitUntil([this] { return status() == Status::unreachable(7); });
-    EXPECT_EQ(window().bannerText(), QStringLiteral("retrying in 7s · deploys are paused"));
+    EXPECT_EQ(window().banner()->text(), QStringLiteral("retrying in 7s · deploys are paused"));
     EXPECT_EQ(changes.count(), 1);
 }
 

@@ -56,6 +56,19 @@ private:
     std::unique_ptr<QSignalSpy> m_dismissals;
 };
 
+TEST_F(MenuBarViewTest, ADividerStandsOnEachSideOfTheRecentSites) {
+    withThreeSites();
+    showPanel();
+    EXPECT_EQ(all(Role::Separator).size(), 3U);
+}
+
+TEST_F(MenuBarViewTest, WithoutRecentSitesTheirDividerGoesWithThem) {
+    connectedWithRecords({});
+    showPanel();
+    EXPECT_FALSE(isSeen(Role::StaticText, QStringLiteral("RECENTLY DEPLOYED")));
+    EXPECT_EQ(all(Role::Separator).size(), 2U);
+}
+
 // Header
 
 TEST_F(MenuBarViewTest, TheHeaderTellsTheConnection) {

@@ -304,6 +304,30 @@ TEST_F(SiteListViewTest, ARowShowsItsButtonsUnderThePointerOnly) {
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Open garden")));
 }
 
+TEST_F(SiteListViewTest, NothingCoversTheSharingColumnInTheSmallestWindow) {
+    Json garden = siteRecord("garden");
+    garden["access"] = {{"mode", "public"}, {"emails", Json::array()}};
+    Json bakery = siteRecord("bakery");
+    bakery["access"] = {{"mode", "restricted"}, {"emails", {"a@x", "b@x", "c@x", "d@x", "e@x"}}};
+    connectedWithRecords({garden, bakery});
+    showList({780, 520});
+    const double column = textItem(QStringLiteral("Sharing"))->mapToScene({}).x();
+    for (const char* name : {"garden", "bakery"}) {
+        SCOPED_TRACE(name);
+        hover(row(QString::fromLatin1(name)));
+        const double buttons =
+            the(Role::Button, QStringLiteral("Open ") + QString::fromLatin1(name)).item->mapToScene({}).x();
+        QQuickItem* const sharing =
+            textItem(name == std::string("garden") ? QStringLiteral("Anyone with link") : QStringLiteral("+2"));
+        EXPECT_GE(buttons, column + 140);
+        EXPECT_GE(sharing->mapToScene({}).x(), column);
+        EXPECT_LE(sharing->mapToScene({sharing->width(), 0}).x(), column + 140);
+        EXPECT_FALSE(sharing->property("truncated").toBool());
+        QQuickItem* const more = the(Role::Button, QStringLiteral("More for ") + QString::fromLatin1(name)).item;
+        EXPECT_LE(more->mapToScene({more->width(), 0}).x(), 760);
+    }
+}
+
 TEST_F(SiteListViewTest, OpenOpensTheSite) {
     connectedWith({"garden", "bakery"});
     showList();
@@ -334,7 +358,8 @@ TEST_F(SiteListViewTest, ASecondaryClickOpensTheMenu) {
     connectedWith({"garden", "bakery"});
     showList();
     click(row(QStringLiteral("garden")), Qt::RightButton);
-    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Version History", "Logs", "Roll Back…",
+                                    "Delete Project…"));
     click(Role::MenuItem, QStringLiteral("Copy Link"));
     EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
     EXPECT_THAT(menu(), IsEmpty()) << "it closes";
@@ -345,7 +370,8 @@ TEST_F(SiteListViewTest, TheMenuOfTheButtonIsTheSame) {
     showList();
     hover(row(QStringLiteral("garden")));
     click(QStringLiteral("More for garden"));
-    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Version History", "Logs", "Roll Back…",
+                                    "Delete Project…"));
     click(Role::MenuItem, QStringLiteral("Open in Browser"));
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
 }
@@ -355,11 +381,102 @@ TEST_F(SiteListViewTest, AKnownFolderCanBeShown) {
     showList();
     store().saveFolder(QStringLiteral("garden"), "/srv/garden");
     click(row(QStringLiteral("garden")), Qt::RightButton);
-    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files", "Version History", "Logs",
+                                    "Roll Back…", "Delete Project…"));
     click(Role::MenuItem, QStringLiteral("Show Folder in Files"));
     EXPECT_THAT(desktop.shownPaths(), ElementsAre("/srv/garden"));
     click(row(QStringLiteral("bakery")), Qt::RightButton);
-    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Version History", "Logs", "Roll Back…",
+                                    "Delete Project…"));
+}
+
+TEST_F(SiteListViewTest, LinesStandBetweenTheGroupsOfTheMenu) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    store().saveFolder(QStringLiteral("garden"), "/srv/garden");
+    click(row(QStringLiteral("bakery")), Qt::RightButton);
+    EXPECT_EQ(all(Role::Separator).size(), 2U);
+    press(Qt::Key_Escape);
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    EXPECT_EQ(all(Role::Separator).size(), 3U);
+}
+
+TEST_F(SiteListViewTest, ASiteWithoutAPreviousVersionShowsTheRollbackGreyed) {
+    Json garden = siteRecord("garden");
+    garden["hasPrevious"] = true;
+    connectedWithRecords({garden, siteRecord("bakery")});
+    showList();
+    click(row(QStringLiteral("bakery")), Qt::RightButton);
+    const Seen greyed = the(Role::MenuItem, QStringLiteral("Roll Back…"));
+    EXPECT_FALSE(greyed.isEnabled());
+    EXPECT_EQ(greyed.description, QStringLiteral("Unavailable"));
+    EXPECT_EQ(textItem(QStringLiteral("Roll Back…"))->property("color").value<QColor>(),
+              DW::color(DW::Token::TextTertiary, ColorScheme::Light));
+    press(Qt::Key_Escape);
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    const Seen offered = the(Role::MenuItem, QStringLiteral("Roll Back…"));
+    EXPECT_TRUE(offered.isEnabled());
+    EXPECT_EQ(offered.description, QString());
+}
+
+TEST_F(SiteListViewTest, WhatCannotBeTakenBackLooksLikeIt) {
+    connectedWith({"garden"});
+    showList();
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    EXPECT_EQ(textItem(QStringLiteral("Delete Project…"))->property("color").value<QColor>(),
+              DW::color(DW::Token::Danger, ColorScheme::Light));
+    EXPECT_EQ(textItem(QStringLiteral("Logs"))->property("color").value<QColor>(),
+              DW::color(DW::Token::TextPrimary, ColorScheme::Light));
+    expectPaletteIsFollowed();
+}
+
+TEST_F(SiteListViewTest, NothingOfTheMenuIsHiddenOrDisabledWhileTheSiteIsBusy) {
+    Json garden = siteRecord("garden");
+    garden["hasPrevious"] = true;
+    connectedWithRecords({garden});
+    server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
+    PlatformServer::Hold hold = server.holdAnswer("/api/rollback");
+    showList();
+    Task<> rollback = model().siteOperations().rollback(*existingSite(QStringLiteral("garden")));
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    EXPECT_EQ(menu().size(), 6U);
+    for (const Seen& entry : all(Role::MenuItem)) {
+        EXPECT_TRUE(entry.isEnabled()) << entry.name.toStdString();
+    }
+    hold.release();
+    await(std::move(rollback));
+}
+
+TEST_F(SiteListViewTest, TheWholeMenuIsOnTheSmallestWindow) {
+    std::vector<std::string> names;
+    for (int i = 10; i < 22; ++i) {
+        names.push_back("site-" + std::to_string(i));
+        store().saveFolder(QString::fromStdString(names.back()), "/srv/garden");
+    }
+    connectedWith(names);
+    showList({780, 468});
+    for (const char* site : {"site-10", "site-12", "site-14"}) {
+        click(row(QString::fromLatin1(site)), Qt::RightButton);
+        for (const Seen& entry : all(Role::MenuItem)) {
+            const QRectF place = entry.item->mapRectToScene({0, 0, entry.item->width(), entry.item->height()});
+            EXPECT_TRUE(QRectF(0, 0, 780, 468).contains(place)) << site << ' ' << entry.name.toStdString();
+        }
+        press(Qt::Key_Escape);
+    }
+}
+
+TEST_F(SiteListViewTest, TheKeyboardGoesPastWhatTheMenuDoesNotOffer) {
+    connectedWith({"garden"});
+    showList();
+    tabs(4);
+    press(Qt::Key_Menu);
+    std::vector<std::string> reached;
+    for (int i = 0; i < 5; ++i) {
+        press(Qt::Key_Down);
+        reached.push_back(focus());
+    }
+    EXPECT_THAT(reached, ElementsAre("MenuItem Open in Browser", "MenuItem Copy Link", "MenuItem Version History",
+                                     "MenuItem Logs", "MenuItem Delete Project…"));
 }
 
 TEST_F(SiteListViewTest, EscapeClosesTheMenu) {
@@ -414,7 +531,8 @@ TEST_F(SiteListViewTest, TheMenuKeysOpenTheMenuOfTheCurrentRow) {
     showList();
     tabs(4);
     press(Qt::Key_Menu);
-    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Version History", "Logs", "Roll Back…",
+                                    "Delete Project…"));
     press(Qt::Key_Escape);
     EXPECT_THAT(menu(), IsEmpty());
     EXPECT_EQ(focus(), "ListItem bakery");

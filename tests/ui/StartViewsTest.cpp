@@ -50,11 +50,38 @@ private:
 
 TEST_F(StartViewsTest, WithoutAPlatformItsHostIsAskedFor) {
     showNoHost();
-    EXPECT_THAT(texts(), ElementsAre("Where does your team deploy?",
-                                     "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI."));
+    EXPECT_THAT(texts(),
+                ElementsAre("Where does your team deploy?",
+                            "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI.", "or",
+                            "Point it at a driftwell repo checkout — the app runs\nits dev server in the "
+                            "background while it’s open."));
     EXPECT_TRUE(isDrawn(QString(QChar(0xE8BF))));
     EXPECT_EQ(the(Role::EditableText, QStringLiteral("Platform host")).item->property("placeholderText").toString(),
               QStringLiteral(DRIFTWELL_EXAMPLE_HOST));
+}
+
+TEST_F(StartViewsTest, TheCheckoutOfAPlatformIsAskedFor) {
+    showNoHost();
+    RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
+    click(QStringLiteral("Run the platform locally…"));
+    ASSERT_EQ(desktop.folderQuestions().size(), 1U);
+    EXPECT_EQ(desktop.folderQuestions().front().prompt, "Run Platform");
+    answer.succeed(std::nullopt);
+    settleView();
+}
+
+TEST_F(StartViewsTest, AFolderThatIsNoCheckoutIsRefusedInWords) {
+    showNoHost();
+    RecordingDesktopServices::FolderAnswer answer = desktop.expectFolderQuestion();
+    click(QStringLiteral("Run the platform locally…"));
+    answer.succeed(siteFolder("garden"));
+    const QString refusal =
+        QString::fromStdString(siteFolder("garden")) +
+        QStringLiteral(" doesn’t look like the driftwell repo (packages/server/src/index.ts not found).");
+    waitUntil([this, &refusal] { return isDrawn(refusal); });
+    EXPECT_EQ(textItem(refusal)->property("color").value<QColor>(), DW::color(DW::Token::Danger, ColorScheme::Light));
+    EXPECT_FALSE(textItem(refusal)->property("truncated").toBool());
+    expectPaletteIsFollowed();
 }
 
 TEST_F(StartViewsTest, TheHostCanBeTypedAtOnce) {
@@ -101,10 +128,11 @@ TEST_F(StartViewsTest, TheButtonConnectsToTheHostInTheField) {
     waitUntil([this] { return status() == Status::connected(); });
 }
 
-TEST_F(StartViewsTest, TabGoesFromTheHostToItsButton) {
+TEST_F(StartViewsTest, TabGoesFromTheHostToItsButtons) {
     showNoHost();
     type(QStringLiteral("x"));
-    EXPECT_THAT(tabs(2), ElementsAre("Button Connect", "EditableText Platform host"));
+    EXPECT_THAT(tabs(3),
+                ElementsAre("Button Connect", "Button Run the platform locally…", "EditableText Platform host"));
 }
 
 TEST_F(StartViewsTest, TheQuestionForAHostFollowsTheColorScheme) {

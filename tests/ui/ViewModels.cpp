@@ -26,6 +26,7 @@ SiteListModel siteListOf(AppState& state, WindowServices& desktop) {
             state.deployments(),
             state.siteOperations(),
             state.newProject(),
+            state.client(),
             desktop,
             nullptr};
 }

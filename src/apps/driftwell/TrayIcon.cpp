@@ -7,6 +7,8 @@
 #include <QPixmap>
 
 #include <array>
+#include <cmath>
+#include <numbers>
 
 namespace driftwell {
 
@@ -76,6 +78,14 @@ QIcon trayIcon(TrayIconKind icon, bool developmentCopy, double opacity) {
         result.addPixmap(faded(tinted(shape, color), opacity));
     }
     return result;
+}
+
+int TrayPulse::level(double phase) {
+    return static_cast<int>(std::lround(levels * (0.5 + 0.5 * std::cos(phase * 2 * std::numbers::pi))));
+}
+
+double TrayPulse::opacity(int level) {
+    return faintest + (1.0 - faintest) * level / levels;
 }
 
 } // namespace driftwell

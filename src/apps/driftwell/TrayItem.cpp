@@ -5,34 +5,20 @@
 
 #include <QCursor>
 
-#include <cmath>
-#include <numbers>
 #include <utility>
 
 namespace driftwell {
 
-namespace {
-
-constexpr double faintest = 0.35;
-constexpr int pulseDuration = 800;
-/// Each step is a picture that is sent to the panel.
-constexpr int pulseLevels = 8;
-
-/// Slow at both ends, from the full opacity to the faintest and back.
-int pulseLevel(double phase) {
-    return static_cast<int>(std::lround(pulseLevels * (0.5 + 0.5 * std::cos(phase * 2 * std::numbers::pi))));
-}
-
-} // namespace
+namespace {} // namespace
 
 TrayItem::TrayItem(MenuBarModel& model, WindowServices& desktop, TrayHost& host, bool developmentCopy)
     : m_model(model), m_developmentCopy(developmentCopy), m_panel(model, desktop) {
     m_pulse.setStartValue(0.0);
     m_pulse.setEndValue(1.0);
-    m_pulse.setDuration(2 * pulseDuration);
+    m_pulse.setDuration(2 * TrayPulse::duration);
     m_pulse.setLoopCount(-1);
     connect(&m_pulse, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant& phase) { showPulse(pulseLevel(phase.toDouble())); });
+            [this](const QVariant& phase) { showPulse(TrayPulse::level(phase.toDouble())); });
     connect(&model, &MenuBarModel::windowRequested, &m_panel, &TrayPanel::dismiss, Qt::QueuedConnection);
     connect(&host, &TrayHost::appeared, this, &TrayItem::makeIcon);
 }
@@ -78,8 +64,7 @@ void TrayItem::showIcon(TrayIconKind icon) {
 
 void TrayItem::showPulse(int level) {
     if (std::exchange(m_shownLevel, level) != level) {
-        const double opacity = faintest + (1.0 - faintest) * level / pulseLevels;
-        m_icon->setIcon(trayIcon(TrayIconKind::Pulsing, m_developmentCopy, opacity));
+        m_icon->setIcon(trayIcon(TrayIconKind::Pulsing, m_developmentCopy, TrayPulse::opacity(level)));
     }
 }
 

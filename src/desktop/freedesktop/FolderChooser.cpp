@@ -12,14 +12,15 @@ FolderChooser::~FolderChooser() {
     m_answer.succeed(std::nullopt);
 }
 
-Task<std::optional<std::filesystem::path>> FolderChooser::choose(QString prompt, QString message) {
+Task<std::optional<std::filesystem::path>> FolderChooser::choose(QString prompt, QString message,
+                                                                 std::optional<std::filesystem::path> startFolder) {
     if (m_dialog) {
         m_dialog->bringForward();
         co_return std::nullopt;
     }
     // A copy of this coroutine's own, since the dialog may outlive everything else here.
     const Answer answer = m_answer = Answer();
-    show(new PortalFolderDialog(m_bus, m_timeout, this), {prompt, message, m_lastPlace});
+    show(new PortalFolderDialog(m_bus, m_timeout, this), {prompt, message, startFolder ? startFolder : m_lastPlace});
     co_return co_await answer;
 }
 

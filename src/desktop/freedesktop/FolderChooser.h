@@ -25,7 +25,9 @@ public:
 
     /// Absent when the person cancels, and at once while another question is open, whose dialog is then brought
     /// forward: the person answers that one, and asks again.
-    [[nodiscard]] Task<std::optional<std::filesystem::path>> choose(QString prompt, QString message);
+    /// The dialog opens in `startFolder` where there is one, else in the folder that holds the last one chosen.
+    [[nodiscard]] Task<std::optional<std::filesystem::path>>
+    choose(QString prompt, QString message, std::optional<std::filesystem::path> startFolder = {});
 
 private:
     using Answer = Completion<std::optional<std::filesystem::path>>;

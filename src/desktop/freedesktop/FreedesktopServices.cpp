@@ -13,8 +13,9 @@ FreedesktopServices::FreedesktopServices(QDBusConnection sessionBus, std::chrono
     connect(&m_colorScheme, &ColorSchemeSetting::settled, this, &FreedesktopServices::colorSchemeSettled);
 }
 
-Task<std::optional<std::filesystem::path>> FreedesktopServices::chooseFolder(QString prompt, QString message) {
-    return m_folderChooser.choose(std::move(prompt), std::move(message));
+Task<std::optional<std::filesystem::path>>
+FreedesktopServices::chooseFolder(QString prompt, QString message, std::optional<std::filesystem::path> startFolder) {
+    return m_folderChooser.choose(std::move(prompt), std::move(message), std::move(startFolder));
 }
 
 void FreedesktopServices::openUrl(const QUrl& url) {
@@ -24,6 +25,8 @@ void FreedesktopServices::openUrl(const QUrl& url) {
 void FreedesktopServices::showInFileManager(const std::filesystem::path& path) {
     m_fileManager.show(path);
 }
+
+void FreedesktopServices::promptInstall(const QString&) {}
 
 void FreedesktopServices::copyText(const QString& text) {
     QGuiApplication::clipboard()->setText(text);

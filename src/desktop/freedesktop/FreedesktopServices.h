@@ -27,9 +27,11 @@ public:
     explicit FreedesktopServices(QDBusConnection sessionBus = QDBusConnection::sessionBus(),
                                  std::chrono::milliseconds timeout = usualTimeout);
 
-    Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message) override;
+    Task<std::optional<std::filesystem::path>> chooseFolder(QString prompt, QString message,
+                                                            std::optional<std::filesystem::path> startFolder) override;
     void openUrl(const QUrl& url) override;
     void showInFileManager(const std::filesystem::path& path) override;
+    void promptInstall(const QString& package) override;
     void copyText(const QString& text) override;
     [[nodiscard]] ColorScheme colorScheme() const override { return m_colorScheme.value(); }
 

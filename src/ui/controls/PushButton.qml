@@ -7,7 +7,10 @@ Pressable {
 
     property bool prominent: false
     property string symbol: ""
-    readonly property int ink: prominent ? Tone.OnAccent : Tone.Primary
+    // What the prominent one is filled with.
+    property int fill: Tone.Accent
+    // The warning's colour is too light for white on either scheme.
+    readonly property int ink: !prominent || (fill === Tone.Warning && !DW.dark) ? Tone.Primary : Tone.OnAccent
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: 32
@@ -21,7 +24,7 @@ Pressable {
     }
     background: Rectangle {
         radius: 7
-        color: button.prominent ? DW.accent : DW.card
+        color: button.prominent ? DW.toneColor(button.fill, DW.dark) : DW.card
         border.width: button.prominent ? 0 : 1
         border.color: DW.borderStrong
 

@@ -1,7 +1,8 @@
 import QtQuick
+import QtQuick.Layouts
 import Driftwell
 
-Row {
+RowLayout {
     id: label
 
     required property string symbol
@@ -10,14 +11,13 @@ Row {
     spacing: 5
 
     Symbol {
-        anchors.verticalCenter: parent.verticalCenter
         visible: label.symbol !== ""
         name: label.symbol
         size: 11
         tone: Tone.Muted
     }
-    AppText {
-        anchors.verticalCenter: parent.verticalCenter
+    CuttableText {
+        Layout.fillWidth: true
         text: label.text
         tone: Tone.Muted
     }

@@ -8,16 +8,19 @@
 #include "core/NewProject.h"
 #include "core/SiteOperations.h"
 
+#include <utility>
+
 namespace driftwell {
 
 SiteListModel::SiteListModel(Connection& connection, Catalog& catalog, Deployments& deployments,
-                             SiteOperations& operations, NewProject& newProject, WindowServices& desktop,
-                             QObject* parent)
+                             SiteOperations& operations, NewProject& newProject, PlatformClient& client,
+                             WindowServices& desktop, QObject* parent)
     : QObject(parent),
       m_connection(connection),
       m_catalog(catalog),
       m_operations(operations),
       m_newProject(newProject),
+      m_client(client),
       m_desktop(desktop),
       m_sites(connection, catalog, deployments, operations, this) {
     // After the rows, whose number the texts tell.
@@ -28,6 +31,10 @@ SiteListModel::SiteListModel(Connection& connection, Catalog& catalog, Deploymen
         connect(&connection, signal, this, &SiteListModel::pausedChanged);
     }
     connect(&catalog, &Catalog::sortOrderChanged, this, &SiteListModel::sortOrderChanged);
+    // What was asked for one platform or person is not for another.
+    for (const auto signal : {&Connection::configChanged, &Connection::identityChanged}) {
+        connect(&connection, signal, this, &SiteListModel::closeLogs);
+    }
 }
 
 QString SiteListModel::subtitle(qsizetype shown, qsizetype total, const QString& filter) {
@@ -89,6 +96,52 @@ bool SiteListModel::hasFolder(const QString& name) const {
 void SiteListModel::revealFolder(const QString& name) {
     if (m_catalog.existingSite(name)) {
         m_operations.revealFolder(name);
+    }
+}
+
+bool SiteListModel::canRollBack(const QString& name) const {
+    const std::optional<SiteInfo> site = m_catalog.existingSite(name);
+    return site && site->hasPrevious;
+}
+
+void SiteListModel::showHistory(const QString& name) {
+    if (const std::optional<SiteInfo> site = m_catalog.existingSite(name)) {
+        Q_EMIT historyRequested(*site);
+    }
+}
+
+void SiteListModel::askToRollBack(const QString& name) {
+    if (const std::optional<SiteInfo> site = m_catalog.existingSite(name)) {
+        Q_EMIT rollbackRequested(*site);
+    }
+}
+
+void SiteListModel::askToDelete(const QString& name) {
+    if (const std::optional<SiteInfo> site = m_catalog.existingSite(name)) {
+        Q_EMIT deletionRequested(*site);
+    }
+}
+
+void SiteListModel::showLogs(const QString& name) {
+    if (m_catalog.existingSite(name)) {
+        auto* const logs = new LogsModel(name, m_client, m_connection, this);
+        connect(logs, &LogsModel::closed, this, &SiteListModel::closeLogs);
+        replaceLogs(logs);
+    }
+}
+
+void SiteListModel::closeLogs() {
+    if (m_logs != nullptr) {
+        replaceLogs(nullptr);
+    }
+}
+
+void SiteListModel::replaceLogs(LogsModel* logs) {
+    LogsModel* const old = std::exchange(m_logs, logs);
+    Q_EMIT logsChanged();
+    if (old != nullptr) {
+        // After its popover, which is on its way out.
+        old->deleteLater();
     }
 }
 

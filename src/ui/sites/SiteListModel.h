@@ -1,6 +1,7 @@
 #pragma once
 
 #include "desktop/WindowServices.h"
+#include "ui/sites/LogsModel.h"
 #include "ui/sites/SitesModel.h"
 
 #include <QObject>
@@ -13,6 +14,7 @@ class Catalog;
 class Connection;
 class Deployments;
 class NewProject;
+class PlatformClient;
 class SiteOperations;
 
 /// The page of the team's sites: its heading, its table, and what can be done with a site.
@@ -27,11 +29,12 @@ class SiteListModel final : public QObject {
     Q_PROPERTY(QString dropHint READ dropHint NOTIFY pausedChanged)
     Q_PROPERTY(bool sortedByName READ isSortedByName NOTIFY sortOrderChanged)
     Q_PROPERTY(driftwell::SitesModel* sites READ sites CONSTANT)
+    Q_PROPERTY(driftwell::LogsModel* logs READ logs NOTIFY logsChanged)
 
 public:
     /// The parts and the desktop outlive the model.
     SiteListModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
-                  NewProject& newProject, WindowServices& desktop, QObject* parent);
+                  NewProject& newProject, PlatformClient& client, WindowServices& desktop, QObject* parent);
 
     /// How many sites there are, and how many of them the filter shows.
     [[nodiscard]] static QString subtitle(qsizetype shown, qsizetype total, const QString& filter);
@@ -44,6 +47,8 @@ public:
     [[nodiscard]] QString dropHint() const;
     [[nodiscard]] bool isSortedByName() const;
     [[nodiscard]] SitesModel* sites() { return &m_sites; }
+    /// The open popover's; null while there is none.
+    [[nodiscard]] LogsModel* logs() { return m_logs; }
 
     Q_INVOKABLE void sortByName();
     Q_INVOKABLE void sortByTime();
@@ -56,19 +61,37 @@ public:
     /// Whether the folder is known that the site was published from on this machine. Read afresh.
     Q_INVOKABLE bool hasFolder(const QString& name) const;
     Q_INVOKABLE void revealFolder(const QString& name);
+    /// Whether there is a version before the live one.
+    Q_INVOKABLE bool canRollBack(const QString& name) const;
+    Q_INVOKABLE void showHistory(const QString& name);
+    Q_INVOKABLE void showLogs(const QString& name);
+    Q_INVOKABLE void askToRollBack(const QString& name);
+    Q_INVOKABLE void askToDelete(const QString& name);
+
+    /// Does nothing when there are none.
+    void closeLogs();
 
 Q_SIGNALS:
     void textsChanged();
     void pausedChanged();
     void sortOrderChanged();
+    void logsChanged();
+    // The sheets of a site belong to the window.
+    void historyRequested(const driftwell::SiteInfo& site);
+    void rollbackRequested(const driftwell::SiteInfo& site);
+    void deletionRequested(const driftwell::SiteInfo& site);
 
 private:
+    void replaceLogs(LogsModel* logs);
+
     Connection& m_connection;
     Catalog& m_catalog;
     SiteOperations& m_operations;
     NewProject& m_newProject;
+    PlatformClient& m_client;
     WindowServices& m_desktop;
     SitesModel m_sites;
+    LogsModel* m_logs = nullptr;
 };
 
 } // namespace driftwell

@@ -106,6 +106,7 @@ Item {
             width: list.width
             model: view.model
             menu: siteMenu
+            page: view
         }
     }
     DropHint {
@@ -122,5 +123,16 @@ Item {
         id: siteMenu
 
         model: view.model
+    }
+    SheetHost {
+        anchors.fill: parent
+
+        SheetEntry {
+            target: view.model.logs
+
+            LogsPopover {
+                place: siteMenu.place
+            }
+        }
     }
 }

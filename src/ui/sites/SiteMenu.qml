@@ -8,11 +8,16 @@ Menu {
 
     required property SiteListModel model
     property string site
+    // Where the site's row stood on the page when the menu was opened.
+    property rect place
     property bool folderKnown: false
+    property bool previousKnown: false
 
-    function openFor(name: string): void {
+    function openFor(name: string, rowPlace: rect): void {
         site = name;
+        place = rowPlace;
         folderKnown = model.hasFolder(name);
+        previousKnown = model.canRollBack(name);
     }
 
     padding: 4
@@ -32,18 +37,35 @@ Menu {
         text: "Copy Link"
         onTriggered: menu.model.copyLink(menu.site)
     }
-    MenuSeparator {
+    MenuDivider {
         visible: menu.folderKnown
-        height: visible ? implicitHeight : 0
-        contentItem: Rectangle {
-            implicitHeight: 1
-            color: DW.rowDivider
-        }
     }
     MenuEntry {
         visible: menu.folderKnown
+        // The keyboard would reach what is only hidden.
+        enabled: menu.folderKnown
         height: implicitHeight
         text: Wording.here("Reveal Folder in Finder")
         onTriggered: menu.model.revealFolder(menu.site)
+    }
+    MenuDivider {}
+    MenuEntry {
+        text: "Version History"
+        onTriggered: menu.model.showHistory(menu.site)
+    }
+    MenuEntry {
+        text: "Logs"
+        onTriggered: menu.model.showLogs(menu.site)
+    }
+    MenuDivider {}
+    MenuEntry {
+        text: "Roll Back…"
+        enabled: menu.previousKnown
+        onTriggered: menu.model.askToRollBack(menu.site)
+    }
+    MenuEntry {
+        text: "Delete Project…"
+        destructive: true
+        onTriggered: menu.model.askToDelete(menu.site)
     }
 }

@@ -19,12 +19,13 @@ Item {
 
     required property SiteListModel model
     required property SiteMenu menu
+    required property Item page
     readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
     readonly property bool hovered: hover.hovered || (menu.visible && menu.site === name)
     readonly property bool actionsShown: hovered || current || open.activeFocus || more.activeFocus
 
     function showMenu(at: point): void {
-        menu.openFor(name);
+        menu.openFor(name, row.mapToItem(page, 0, 0, row.width, row.height));
         menu.parent = row;
         menu.popup(row, at);
     }
@@ -124,6 +125,7 @@ Item {
 
             SharingLabel {
                 anchors.verticalCenter: parent.verticalCenter
+                width: parent.width - 10
                 visible: row.sharingText !== ""
                 symbol: row.sharingSymbol
                 text: row.sharingText

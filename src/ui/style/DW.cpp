@@ -109,4 +109,8 @@ Tint DW::seedTint(const QString& seed, bool dark) {
     return seedTint(seed, dark ? ColorScheme::Dark : ColorScheme::Light);
 }
 
+QColor DW::cyan(bool dark) {
+    return QColor::fromRgb(dark ? tints.back().darkForeground : tints.back().lightForeground);
+}
+
 } // namespace driftwell

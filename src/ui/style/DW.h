@@ -96,6 +96,10 @@ public:
     /// The same for bindings.
     Q_INVOKABLE static driftwell::Tint seedTint(const QString& seed, bool dark);
 
+    /// For what is told apart by a further colour. The palette has no token for it: it is the foreground of the tint
+    /// that comes next to cyan.
+    [[nodiscard]] Q_INVOKABLE static QColor cyan(bool dark);
+
     [[nodiscard]] bool isDark() const { return m_desktop.colorScheme() == ColorScheme::Dark; }
     [[nodiscard]] QColor canvas() const { return color(Token::Canvas); }
     [[nodiscard]] QColor toolbar() const { return color(Token::Toolbar); }

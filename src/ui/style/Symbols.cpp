@@ -17,6 +17,7 @@ constexpr std::array symbols{
     Symbol{u"antenna.radiowaves.left.and.right", 0xE8BF},        // settings_input_antenna
     Symbol{u"arrow.up", 0xE5D8},                                 // arrow_upward
     Symbol{u"arrow.up.right", 0xE0B2},                           // call_made
+    Symbol{u"arrow.uturn.backward", 0xE166},                     // undo
     Symbol{u"checkmark.circle.fill", 0xE86C},                    // check_circle
     Symbol{u"circle", 0xE836},                                   // radio_button_unchecked
     Symbol{u"ellipsis", 0xE5D3},                                 // more_horiz
@@ -33,6 +34,8 @@ constexpr std::array symbols{
     Symbol{u"plus", 0xE145},                                     // add
     Symbol{u"sparkles", 0xE65F},                                 // auto_awesome
     Symbol{u"square.stack.3d.up", 0xE53B},                       // layers
+    Symbol{u"terminal", 0xEB8E},                                 // terminal
+    Symbol{u"trash", 0xE872},                                    // delete
     Symbol{u"window.close", 0xE5CD},                             // close
     Symbol{u"window.maximize", 0xE3C6},                          // crop_square
     Symbol{u"window.minimize", 0xE15B},                          // remove

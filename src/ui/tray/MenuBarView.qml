@@ -29,6 +29,7 @@ Rectangle {
         Layout.rightMargin: 14
         implicitHeight: 1
         color: DW.rowDivider
+        Accessible.role: Accessible.Separator
     }
     component FooterButton: Pressable {
         id: footerButton

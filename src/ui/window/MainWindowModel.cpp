@@ -6,6 +6,7 @@
 #include "core/ConnectionTexts.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"
+#include "core/LocalPlatform.h"
 #include "core/NewProject.h"
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
@@ -21,9 +22,12 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop)
     : m_state(state),
       m_desktop(desktop),
       m_toolbar(state.connection(), state.catalog(), state.client().configDirOverride().has_value(), nullptr),
+      m_banner(state.connection(), state.localPlatform(), state.localServer(), nullptr),
+      m_relinkBanner(state.cli(), nullptr),
       m_siteList(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.newProject(),
-                 desktop, nullptr),
+                 state.client(), desktop, nullptr),
       m_signIn(state.connection(), state.signIn(), nullptr),
+      m_siteSheets(state.connection(), state.catalog(), state.siteOperations()),
       m_content(presentContent()) {
     connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::hostChanged);
     for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
@@ -32,8 +36,11 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop)
     for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
         connect(&state.catalog(), signal, this, &MainWindowModel::followStatus);
     }
+    connect(&state.localPlatform(), &LocalPlatform::localSetupErrorChanged, this,
+            &MainWindowModel::localSetupErrorChanged);
     connect(&state.gates(), &Gates::needsOnboardingChanged, this, &MainWindowModel::followStatus);
     listAlerts();
+    connectSiteSheets();
     connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
     followDeployFlow();
 }
@@ -59,6 +66,12 @@ void MainWindowModel::listAlerts() {
     connect(&m_alerts, &Alerts::changed, this, &MainWindowModel::alertChanged);
 }
 
+void MainWindowModel::connectSiteSheets() {
+    connect(&m_siteList, &SiteListModel::historyRequested, &m_siteSheets, &SiteSheets::showHistory);
+    connect(&m_siteList, &SiteListModel::rollbackRequested, &m_siteSheets, &SiteSheets::askToRollBack);
+    connect(&m_siteList, &SiteListModel::deletionRequested, &m_siteSheets, &SiteSheets::askToDelete);
+}
+
 MainWindowModel::Content MainWindowModel::content(Kind status, bool hasSites, bool isFiltered) {
     switch (status) {
     case Kind::NotTeam:
@@ -82,9 +95,13 @@ MainWindowModel::Content MainWindowModel::presentContent() const {
 
 void MainWindowModel::followStatus() {
     if (std::exchange(m_content, presentContent()) != m_content) {
+        if (m_content != Content::SiteList) {
+            // What hangs off a row goes with the rows.
+            m_siteList.closeLogs();
+            m_siteSheets.closeHistory();
+        }
         Q_EMIT contentChanged();
     }
-    Q_EMIT bannerChanged();
     Q_EMIT dropChanged();
 }
 
@@ -109,16 +126,8 @@ QString MainWindowModel::exampleHost() {
     return QStringLiteral(DRIFTWELL_EXAMPLE_HOST);
 }
 
-bool MainWindowModel::isBannerVisible() const {
-    return m_state.connection().status().kind == Kind::Unreachable;
-}
-
-QString MainWindowModel::bannerTitle() const {
-    return unreachableText(m_state.connection().config());
-}
-
-QString MainWindowModel::bannerText() const {
-    return retryText(m_state.connection().status().retryIn);
+QString MainWindowModel::localSetupError() const {
+    return m_state.localPlatform().localSetupError().value_or(QString());
 }
 
 bool MainWindowModel::canDeploy() const {
@@ -132,6 +141,10 @@ void MainWindowModel::drop(const std::filesystem::path& folder) {
 
 void MainWindowModel::setHost(const QString& host) {
     m_state.connection().setHost(host);
+}
+
+void MainWindowModel::chooseRepoAndRunLocalPlatform() {
+    m_state.localPlatform().chooseRepoAndRunLocalPlatform();
 }
 
 void MainWindowModel::chooseFolderAndDeploy() {

@@ -6,6 +6,9 @@
 #include "ui/signin/SignInModel.h"
 #include "ui/sites/SiteListModel.h"
 #include "ui/window/Alerts.h"
+#include "ui/window/ConnectionBannerModel.h"
+#include "ui/window/RelinkBannerModel.h"
+#include "ui/window/SiteSheets.h"
 #include "ui/window/ToolbarModel.h"
 
 #include <QObject>
@@ -29,13 +32,14 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::ToolbarModel* toolbar READ toolbar CONSTANT)
     Q_PROPERTY(driftwell::SiteListModel* siteList READ siteList CONSTANT)
     Q_PROPERTY(driftwell::SignInModel* signIn READ signIn CONSTANT)
+    Q_PROPERTY(driftwell::SiteSheets* siteSheets READ siteSheets CONSTANT)
     Q_PROPERTY(driftwell::DeploySheetModel* deploySheet READ deploySheet NOTIFY deploySheetChanged)
     Q_PROPERTY(driftwell::Alerts* alert READ alert NOTIFY alertChanged)
     Q_PROPERTY(QString host READ host NOTIFY hostChanged)
     Q_PROPERTY(QString exampleHost READ exampleHost CONSTANT)
-    Q_PROPERTY(bool bannerVisible READ isBannerVisible NOTIFY bannerChanged)
-    Q_PROPERTY(QString bannerTitle READ bannerTitle NOTIFY bannerChanged)
-    Q_PROPERTY(QString bannerText READ bannerText NOTIFY bannerChanged)
+    Q_PROPERTY(QString localSetupError READ localSetupError NOTIFY localSetupErrorChanged)
+    Q_PROPERTY(driftwell::ConnectionBannerModel* banner READ banner CONSTANT)
+    Q_PROPERTY(driftwell::RelinkBannerModel* relinkBanner READ relinkBanner CONSTANT)
     Q_PROPERTY(bool dropTargeted READ isDropTargeted WRITE setDropTargeted NOTIFY dropChanged)
     Q_PROPERTY(bool dropOverlayVisible READ isDropOverlayVisible NOTIFY dropChanged)
 
@@ -55,15 +59,18 @@ public:
     [[nodiscard]] ToolbarModel* toolbar() { return &m_toolbar; }
     [[nodiscard]] SiteListModel* siteList() { return &m_siteList; }
     [[nodiscard]] SignInModel* signIn() { return &m_signIn; }
+    [[nodiscard]] SiteSheets* siteSheets() { return &m_siteSheets; }
     /// The open deployment's; null while there is none. Another deployment has another model.
     [[nodiscard]] DeploySheetModel* deploySheet() { return m_deploySheet; }
     [[nodiscard]] QString host() const;
     /// Stands in the empty field for a platform's host.
     [[nodiscard]] static QString exampleHost();
 
-    [[nodiscard]] bool isBannerVisible() const;
-    [[nodiscard]] QString bannerTitle() const;
-    [[nodiscard]] QString bannerText() const;
+    /// Why the checkout that was chosen last is none; empty when there is nothing to tell.
+    [[nodiscard]] QString localSetupError() const;
+
+    [[nodiscard]] ConnectionBannerModel* banner() { return &m_banner; }
+    [[nodiscard]] RelinkBannerModel* relinkBanner() { return &m_relinkBanner; }
 
     [[nodiscard]] bool canDeploy() const;
     /// A drag hovers over the window.
@@ -78,27 +85,32 @@ public:
     [[nodiscard]] const Alerts& alerts() const { return m_alerts; }
 
     Q_INVOKABLE void setHost(const QString& host);
+    Q_INVOKABLE void chooseRepoAndRunLocalPlatform();
     Q_INVOKABLE void chooseFolderAndDeploy();
 
 Q_SIGNALS:
     void contentChanged();
     void deploySheetChanged();
     void hostChanged();
-    void bannerChanged();
+    void localSetupErrorChanged();
     void dropChanged();
     void alertChanged();
 
 private:
     [[nodiscard]] Content presentContent() const;
     void listAlerts();
+    void connectSiteSheets();
     void followStatus();
     void followDeployFlow();
 
     AppState& m_state;
     WindowServices& m_desktop;
     ToolbarModel m_toolbar;
+    ConnectionBannerModel m_banner;
+    RelinkBannerModel m_relinkBanner;
     SiteListModel m_siteList;
     SignInModel m_signIn;
+    SiteSheets m_siteSheets;
     Alerts m_alerts{nullptr};
     DeploySheetModel* m_deploySheet = nullptr;
     Content m_content;

@@ -45,9 +45,20 @@ Rectangle {
         }
         UnreachableBanner {
             Layout.fillWidth: true
-            visible: root.model.bannerVisible
-            title: root.model.bannerTitle
-            text: root.model.bannerText
+            visible: root.model.banner.visible
+            title: root.model.banner.title
+            text: root.model.banner.text
+            waiting: root.model.banner.waiting
+            offer: root.model.banner.offer
+            onAccepted: root.model.banner.acceptOffer()
+        }
+        CLIRelinkBanner {
+            Layout.fillWidth: true
+            visible: root.model.relinkBanner.visible
+            text: root.model.relinkBanner.text
+            error: root.model.relinkBanner.error
+            busy: root.model.relinkBanner.busy
+            onRelinked: root.model.relinkBanner.relink()
         }
         Loader {
             id: content

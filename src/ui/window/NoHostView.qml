@@ -64,5 +64,51 @@ Item {
                 onClicked: view.connectToHost()
             }
         }
+        RowLayout {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 8
+            Layout.maximumWidth: 280
+            spacing: 10
+
+            Rectangle {
+                Layout.fillWidth: true
+                implicitHeight: 1
+                color: DW.border
+            }
+            AppText {
+                text: "or"
+                textStyle: TextStyle.Hint
+                tone: Tone.Muted
+            }
+            Rectangle {
+                Layout.fillWidth: true
+                implicitHeight: 1
+                color: DW.border
+            }
+        }
+        PushButton {
+            Layout.alignment: Qt.AlignHCenter
+            text: "Run the platform locally…"
+            onClicked: view.model.chooseRepoAndRunLocalPlatform()
+        }
+        AppText {
+            Layout.fillWidth: true
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            text: "Point it at a driftwell repo checkout — the app runs\nits dev server in the background while it’s open."
+            textStyle: TextStyle.Caption
+            tone: Tone.Muted
+            lineHeight: 1.25
+        }
+        AppText {
+            Layout.fillWidth: true
+            visible: text !== ""
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+            maximumLineCount: 6
+            text: view.model.localSetupError
+            textStyle: TextStyle.Caption
+            tone: Tone.Danger
+        }
     }
 }

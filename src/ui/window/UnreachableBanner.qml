@@ -2,14 +2,20 @@ import QtQuick
 import QtQuick.Layouts
 import Driftwell
 
-// The platform is out of reach; the last known list stays below.
+// The platform is out of reach, or on its way up; the last known list stays below.
 Rectangle {
     id: banner
 
     required property string title
     required property string text
+    // It is on its way up.
+    property bool waiting: false
+    // What can be done about it; empty when nothing can.
+    property string offer: ""
 
-    implicitHeight: texts.implicitHeight + 16
+    signal accepted
+
+    implicitHeight: line.implicitHeight + 16
     color: DW.canvas
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title
@@ -21,18 +27,23 @@ Rectangle {
         opacity: 0.09
     }
     RowLayout {
-        anchors.fill: parent
+        id: line
+
+        anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter }
         anchors.leftMargin: 20
         anchors.rightMargin: 20
         spacing: 10
 
         StatusDot {
+            visible: !banner.waiting
             size: 7
             tone: Tone.Danger
         }
+        Spinner {
+            visible: banner.waiting
+            size: 12
+        }
         ColumnLayout {
-            id: texts
-
             spacing: 2
 
             AppText {
@@ -41,13 +52,19 @@ Rectangle {
                 textStyle: TextStyle.Note
                 font.weight: Font.DemiBold
             }
-            AppText {
+            CuttableText {
                 Layout.fillWidth: true
+                maximumLineCount: 1
                 text: banner.text
                 monospaced: true
                 textStyle: TextStyle.Detail
                 tone: Tone.Muted
             }
+        }
+        RowButton {
+            visible: text !== ""
+            text: banner.offer
+            onClicked: banner.accepted()
         }
     }
     Rectangle {

@@ -13,6 +13,21 @@ SheetHost {
         DeploySheet {}
     }
     SheetEntry {
+        target: sheets.model.siteSheets.history
+
+        VersionHistorySheet {}
+    }
+    SheetEntry {
+        target: sheets.model.siteSheets.rollback
+
+        RollbackConfirmSheet {}
+    }
+    SheetEntry {
+        target: sheets.model.siteSheets.deletion
+
+        DeleteConfirmSheet {}
+    }
+    SheetEntry {
         target: sheets.model.alert
 
         AlertSheet {}

@@ -124,6 +124,20 @@ INSTANTIATE_TEST_SUITE_P(Icons, TrayIconTest,
                                          Kind{"Warning", Icon::Warning, false}),
                          [](const auto& test) { return std::string(test.param.name); });
 
+TEST(TrayPulseTest, GoesFromTheFullOpacityToTheFaintestAndBack) {
+    const auto opacity = [](double phase) {
+        return TrayPulse::opacity(TrayPulse::level(phase));
+    };
+    EXPECT_DOUBLE_EQ(opacity(0.0), 1.0);
+    EXPECT_DOUBLE_EQ(opacity(0.5), 0.35);
+    EXPECT_DOUBLE_EQ(opacity(1.0), 1.0);
+    EXPECT_EQ(TrayPulse::duration, 800);
+    for (double phase = 0.0; phase < 0.5; phase += 0.01) {
+        EXPECT_GE(opacity(phase), opacity(phase + 0.01));
+        EXPECT_DOUBLE_EQ(opacity(phase), opacity(1.0 - phase));
+    }
+}
+
 TEST(TrayGlyphTest, ThePulsingOneIsTheGlyph) {
     EXPECT_EQ(drawn(Icon::Pulsing, false, 1.0, 32), drawn(Icon::Glyph, false, 1.0, 32));
 }

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "core/ConnectionStatus.h"
+#include "platform/PlatformConfig.h"
+#include "tooling/LocalServerPhase.h"
+
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+
+#include <optional>
+
+namespace driftwell {
+
+class Connection;
+class LocalPlatform;
+class LocalServerController;
+
+/// The strip over the window's content while the platform is out of reach, or the one of this machine is on its way up.
+class ConnectionBannerModel final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the window's model")
+    Q_PROPERTY(bool visible READ isVisible NOTIFY changed)
+    Q_PROPERTY(bool waiting READ isWaiting NOTIFY changed)
+    Q_PROPERTY(QString title READ title NOTIFY changed)
+    Q_PROPERTY(QString text READ text NOTIFY changed)
+    Q_PROPERTY(QString offer READ offer NOTIFY changed)
+
+public:
+    using Phase = LocalServerPhase;
+    using Config = std::optional<PlatformConfig>;
+
+    /// The parts outlive the model.
+    ConnectionBannerModel(Connection& connection, LocalPlatform& localPlatform, LocalServerController& server,
+                          QObject* parent);
+
+    // The rules, as functions of values.
+    [[nodiscard]] static bool isVisible(const ConnectionStatus& status, const Phase& phase);
+    [[nodiscard]] static QString title(const Phase& phase, const Config& config);
+    /// `retryIn` is in seconds.
+    [[nodiscard]] static QString text(const Phase& phase, const Config& config, int retryIn);
+    /// Whether the platform is one that could be run on this machine and is not.
+    [[nodiscard]] static bool isBootOffered(const Phase& phase, const Config& config);
+
+    [[nodiscard]] bool isVisible() const;
+    /// The platform of this machine is on its way up.
+    [[nodiscard]] bool isWaiting() const;
+    [[nodiscard]] QString title() const;
+    [[nodiscard]] QString text() const;
+    /// What can be done about it; empty when nothing can.
+    [[nodiscard]] QString offer() const;
+
+    Q_INVOKABLE void acceptOffer();
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    Connection& m_connection;
+    LocalPlatform& m_localPlatform;
+    LocalServerController& m_server;
+};
+
+} // namespace driftwell
