@@ -21,6 +21,13 @@ if(DRIFTWELL_SANITIZE)
   endif()
 endif()
 
+if(DRIFTWELL_PACKAGES)
+  # What is built must not tell where that was.
+  foreach(option -ffile-prefix-map=${CMAKE_BINARY_DIR}=build -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
+    add_compile_options(${option})
+  endforeach()
+endif()
+
 find_program(CCACHE ccache)
 if(CCACHE)
   # ccache wants both before it keeps anything that was compiled with precompiled headers.

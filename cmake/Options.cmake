@@ -6,7 +6,17 @@ set(DRIFTWELL_EXAMPLE_HOST "http://driftwell.localhost:8787" CACHE STRING
 set(DRIFTWELL_CONFIG_DIR "" CACHE STRING
     "A configuration folder of this copy's own (a development copy); empty: ~/.config/dw")
 set(DRIFTWELL_COMMAND_NAME "dw" CACHE STRING "The name of the command-line tool")
-set(DRIFTWELL_FEED_URL "" CACHE STRING "The feed of software updates; empty: none")
+set(DRIFTWELL_FEED_URL "" CACHE STRING "The feed of software updates, an apt repository; empty: none")
+set(DRIFTWELL_FEED_SUITE "stable" CACHE STRING "The suite of that repository; \"./\" for a flat one")
+set(DRIFTWELL_FEED_COMPONENTS "main" CACHE STRING "The components of that suite; of a flat one none are used")
+set(DRIFTWELL_FEED_KEY "" CACHE FILEPATH "The public key, binary (.gpg) or in letters (.asc), that signs the repository")
+set(DRIFTWELL_VERSION "" CACHE STRING "The version that programs and packages tell; empty: the project's")
+if(NOT DRIFTWELL_VERSION)
+  set(DRIFTWELL_VERSION ${PROJECT_VERSION})
+endif()
+set(DRIFTWELL_MAINTAINER "Driftwell <packages@sites.example.org>" CACHE STRING "Who answers for the packages")
+
+option(DRIFTWELL_PACKAGES "Lay out what is installed as the Debian packages have it, and prepare cpack for them" OFF)
 
 option(DRIFTWELL_TESTS "Build the tests" ON)
 option(DRIFTWELL_BENCHMARKS "Build the benchmarks" OFF)

@@ -31,9 +31,10 @@ void writeAll(int fd, std::string_view content, const char* where) {
 }
 
 /// `where` is what a failure is about.
-void writeFlushed(const std::filesystem::path& path, std::string_view content, mode_t mode, const char* where) {
+void writeFlushed(int folder, const std::string& name, std::string_view content, mode_t mode, const char* where) {
     UniqueFd file(
-        checked(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR), where));
+        checked(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR),
+                where));
     writeAll(file.get(), content, where);
     // The umask cannot widen what open() asked for, so a failure here only leaves the file narrower than wished.
     [[maybe_unused]] const int widened = ::fchmod(file.get(), mode);
@@ -42,9 +43,9 @@ void writeFlushed(const std::filesystem::path& path, std::string_view content, m
     checked(::close(file.release()), where);
 }
 
-std::filesystem::path placeForNewContent(const std::filesystem::path& file, Writers writers) {
+std::string nameForNewContent(const std::string& name, Writers writers) {
     const std::string writer = writers == Writers::Several ? "." + std::to_string(::getpid()) : "";
-    return file.parent_path() / ("." + file.filename().string() + writer + ".new");
+    return "." + name + writer + ".new";
 }
 
 } // namespace
@@ -64,22 +65,28 @@ std::filesystem::path endOfLinks(const std::filesystem::path& path) {
 
 void replaceFile(const std::filesystem::path& target, std::string_view content, mode_t mode, Writers writers) {
     const std::filesystem::path file = endOfLinks(target);
-    const std::filesystem::path fresh = placeForNewContent(file, writers);
+    const std::filesystem::path place = file.has_parent_path() ? file.parent_path() : ".";
+    const UniqueFd folder(checked(::open(place.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), file.c_str()));
+    replaceFileIn(folder.get(), file.filename().string(), content, mode, file, writers);
+}
 
+void replaceFileIn(int folder, const std::string& name, std::string_view content, mode_t mode,
+                   const std::filesystem::path& shownAs, Writers writers) {
+    const std::string fresh = nameForNewContent(name, writers);
     // Left there by a writer that was killed.
-    ::unlink(fresh.c_str());
+    ::unlinkat(folder, fresh.c_str(), 0);
     try {
-        writeFlushed(fresh, content, mode, file.c_str());
-        checked(::rename(fresh.c_str(), file.c_str()), file.c_str());
+        writeFlushed(folder, fresh, content, mode, shownAs.c_str());
+        checked(::renameat(folder, fresh.c_str(), folder, name.c_str()), shownAs.c_str());
     } catch (const std::system_error&) {
-        ::unlink(fresh.c_str());
+        ::unlinkat(folder, fresh.c_str(), 0);
         throw;
     }
 
     // The new content is in place; without this flush a power cut may bring the old file back, whole.
-    const UniqueFd folder(::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder) {
-        ::fsync(folder.get());
+    const UniqueFd flushed(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (flushed) {
+        ::fsync(flushed.get());
     }
 }
 

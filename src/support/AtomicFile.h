@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace driftwell {
@@ -22,6 +23,11 @@ enum class Writers {
 /// is then as it was.
 void replaceFile(const std::filesystem::path& target, std::string_view content, mode_t mode,
                  Writers writers = Writers::One);
+
+/// The same for what is named `name` in the folder of this descriptor, which may be one for its path only (O_PATH). No
+/// link is followed: one of that name is replaced itself. `shownAs` is what a failure is said to be about.
+void replaceFileIn(int folder, const std::string& name, std::string_view content, mode_t mode,
+                   const std::filesystem::path& shownAs, Writers writers = Writers::One);
 
 /// Where the chain of symbolic links that begins with this path ends, whether or not a file is there. Throws
 /// std::system_error when it does not end.

@@ -125,18 +125,18 @@ TEST_F(DesktopFilesTest, AreInstalledWhereDesktopsLookForThem) {
     EXPECT_THAT(
         files(),
         ElementsAre("Driftwell/Contents/Helpers/link-command", "Driftwell/Contents/share/driftwell-autostart.desktop",
-                    "share/applications/driftwell.desktop", "share/icons/hicolor/16x16/apps/driftwell.svg",
-                    "share/icons/hicolor/22x22/apps/driftwell.svg", "share/icons/hicolor/24x24/apps/driftwell.svg",
-                    "share/icons/hicolor/scalable/apps/driftwell.svg",
-                    "share/metainfo/app.driftwell.Driftwell.metainfo.xml",
-                    "share/polkit-1/actions/app.driftwell.policy"));
+                    "share/Thunar/sendto/driftwell.desktop", "share/applications/driftwell.desktop",
+                    "share/icons/hicolor/16x16/apps/driftwell.svg", "share/icons/hicolor/22x22/apps/driftwell.svg",
+                    "share/icons/hicolor/24x24/apps/driftwell.svg", "share/icons/hicolor/scalable/apps/driftwell.svg",
+                    "share/kio/servicemenus/driftwell.desktop", "share/metainfo/app.driftwell.Driftwell.metainfo.xml",
+                    "share/nemo/actions/driftwell.nemo_action", "share/polkit-1/actions/app.driftwell.policy"));
 }
 
 TEST_F(DesktopFilesTest, HaveTheAutostartEntryInTheBuildsBundleToo) {
     EXPECT_TRUE(std::filesystem::exists(DRIFTWELL_BUILD "/Driftwell/Contents/share/driftwell-autostart.desktop"));
 }
 
-TEST_F(DesktopFilesTest, OfferAddressesAndFoldersToTheApplication) {
+TEST_F(DesktopFilesTest, OfferAddressesToTheApplicationAndNoFolders) {
     EXPECT_EQ(mainValue(entry(), "Exec"), QStringLiteral("driftwell %u"));
     QFile information(QStringLiteral(DRIFTWELL_BUILD "/Driftwell/Contents/Info.json"));
     ASSERT_TRUE(information.open(QIODevice::ReadOnly));
@@ -146,13 +146,28 @@ TEST_F(DesktopFilesTest, OfferAddressesAndFoldersToTheApplication) {
                                  .toArray()
                                  .at(0)
                                  .toObject();
-    QStringList expected{QStringLiteral("inode/directory")};
+    // Whatever offers to open folders can become what opens them.
+    QStringList expected;
     for (const auto& scheme : type.value(QStringLiteral("CFBundleURLSchemes")).toArray()) {
         expected.append(QStringLiteral("x-scheme-handler/") + scheme.toString());
     }
     QStringList offered = listOf(mainValue(entry(), "MimeType"));
     offered.sort();
     EXPECT_EQ(offered, expected);
+}
+
+TEST_F(DesktopFilesTest, OfferFoldersInTheMenusOfFileManagers) {
+    const std::filesystem::path data = prefix() / "share";
+    const QString command = QStringLiteral("driftwell %f");
+    const std::filesystem::path thunar = data / "Thunar/sendto/driftwell.desktop";
+    EXPECT_EQ(mainValue(thunar, "Exec"), command);
+    EXPECT_EQ(mainValue(thunar, "MimeType"), QStringLiteral("inode/directory;"));
+    const std::filesystem::path plasma = data / "kio/servicemenus/driftwell.desktop";
+    EXPECT_EQ(value(plasma, QStringLiteral("Desktop Action publish"), QStringLiteral("Exec")), command);
+    EXPECT_EQ(mainValue(plasma, "MimeType"), QStringLiteral("inode/directory;"));
+    const std::filesystem::path nemo = data / "nemo/actions/driftwell.nemo_action";
+    EXPECT_EQ(value(nemo, QStringLiteral("Nemo Action"), QStringLiteral("Exec")), QStringLiteral("driftwell %F"));
+    EXPECT_EQ(value(nemo, QStringLiteral("Nemo Action"), QStringLiteral("Extensions")), QStringLiteral("dir;"));
 }
 
 TEST_F(DesktopFilesTest, OfferActions) {

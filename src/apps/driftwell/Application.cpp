@@ -25,36 +25,11 @@ constexpr std::chrono::seconds quitTimeout(15);
 
 const QString openKey = QStringLiteral("open");
 const QString quitKey = QStringLiteral("quit");
-const QString installKey = QStringLiteral("install");
 
 Notification::Content signOfLife() {
     return {.title = QStringLiteral("Driftwell is still running"),
             .text = QStringLiteral("This desktop has no tray. Start Driftwell again to bring the window back."),
             .actions = {{openKey, QStringLiteral("Open")}, {quitKey, QStringLiteral("Quit")}}};
-}
-
-Notification::Content newsOf(Updater::Outcome outcome, const QString& text) {
-    switch (outcome) {
-    case Updater::Outcome::UpToDate:
-        return {.title = QStringLiteral("Driftwell is up to date"), .text = {}, .actions = {}};
-    case Updater::Outcome::Failed:
-        return {.title = QStringLiteral("Driftwell could not look for updates"), .text = text, .actions = {}};
-    case Updater::Outcome::NeedsConsent:
-        return {.title = QStringLiteral("Driftwell %1 is available").arg(text),
-                .text = QStringLiteral("Installing it asks for a password."),
-                .actions = {{installKey, QStringLiteral("Install…")}}};
-    case Updater::Outcome::Installed:
-        return {.title = QStringLiteral("Driftwell %1 is installed").arg(text),
-                .text = QStringLiteral("It runs from the next start on."),
-                .actions = {}};
-    }
-    Q_UNREACHABLE();
-}
-
-std::unique_ptr<PackageKitUpdates> packagesOf(const Bundle& bundle) {
-    return bundle.has(QStringLiteral("SUFeedURL"))
-               ? std::make_unique<PackageKitUpdates>(QDBusConnection::systemBus(), FreedesktopServices::usualTimeout)
-               : nullptr;
 }
 
 } // namespace
@@ -63,12 +38,11 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     : m_state(state),
       m_sessionBus(std::move(sessionBus)),
       m_trayHost(m_sessionBus, FreedesktopServices::usualTimeout),
-      m_packages(packagesOf(state.client().bundle())),
-      m_updater(state.client().bundle(), m_packages.get(), openUserDefaults(state.client().store().file())),
+      m_updates(state.client().bundle(), openUserDefaults(state.client().store().file()), m_sessionBus),
       m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn(),
-                state.localServer(), m_updater),
+                state.localServer(), m_updates.updater()),
       m_window(state, desktop),
-      m_settings(state, m_updater, desktop),
+      m_settings(state, m_updates.updater(), desktop),
       m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
@@ -78,7 +52,6 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     connect(&m_settings, &SettingsWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::closed, this, &Application::followClosedWindow);
     connect(&m_trayHost, &TrayHost::appeared, this, [this] { m_sign.reset(); });
-    connect(&m_updater, &Updater::ended, this, &Application::tellOfUpdate);
 }
 
 Application::~Application() = default;
@@ -96,7 +69,7 @@ Task<> Application::endAndQuit() {
     // A folder on a server that does not answer, for example, keeps nobody from quitting. What is stored is stored at
     // once, so nothing is lost by an end that waits for nobody.
     endProcessWithin(quitTimeout);
-    Task<> updates = m_updater.end();
+    Task<> updates = m_updates.end();
     co_await m_state.end();
     co_await updates;
     QCoreApplication::quit();
@@ -104,7 +77,7 @@ Task<> Application::endAndQuit() {
 
 void Application::begin(const Invocation& invocation) {
     m_state.start();
-    m_updater.start();
+    m_updates.start();
     handle(invocation, qgetenv("XDG_ACTIVATION_TOKEN"));
 }
 
@@ -149,18 +122,11 @@ void Application::sayThatItRuns() {
     connect(m_sign.get(), &Notification::actionChosen, this, &Application::runAction, Qt::QueuedConnection);
 }
 
-void Application::tellOfUpdate(Updater::Outcome outcome, const QString& text) {
-    m_news = std::make_unique<Notification>(m_sessionBus, FreedesktopServices::usualTimeout, newsOf(outcome, text));
-    connect(m_news.get(), &Notification::actionChosen, this, &Application::runAction, Qt::QueuedConnection);
-}
-
 void Application::runAction(const QString& key, const QByteArray& activationToken) {
     if (key == openKey) {
         showWindow(activationToken);
     } else if (key == quitKey) {
         m_menuBar.quit();
-    } else if (key == installKey) {
-        m_updater.installNow();
     }
 }
 

@@ -4,12 +4,11 @@
 #include "apps/driftwell/MainWindow.h"
 #include "apps/driftwell/SettingsWindow.h"
 #include "apps/driftwell/TrayItem.h"
+#include "apps/driftwell/Updates.h"
 #include "desktop/freedesktop/Notification.h"
-#include "desktop/freedesktop/PackageKitUpdates.h"
 #include "desktop/freedesktop/TrayHost.h"
 #include "desktop/WindowServices.h"
 #include "support/Task.h"
-#include "tooling/Updater.h"
 #include "ui/tray/MenuBarModel.h"
 
 #include <QDBusConnection>
@@ -49,15 +48,12 @@ private:
     void showSettings();
     void followClosedWindow();
     void sayThatItRuns();
-    void tellOfUpdate(Updater::Outcome outcome, const QString& text);
     void runAction(const QString& key, const QByteArray& activationToken);
 
     AppState& m_state;
     QDBusConnection m_sessionBus;
     TrayHost m_trayHost;
-    /// Null in a copy without a feed, which asks nobody.
-    std::unique_ptr<PackageKitUpdates> m_packages;
-    Updater m_updater;
+    Updates m_updates;
     MenuBarModel m_menuBar;
     MainWindow m_window;
     SettingsWindow m_settings;
@@ -65,8 +61,6 @@ private:
     bool m_isQuitting = false;
     /// That the application goes on although nothing of it is to be seen; null while it is not said.
     std::unique_ptr<Notification> m_sign;
-    /// How the last check for a new version has ended.
-    std::unique_ptr<Notification> m_news;
     bool m_wasSaid = false;
 };
 

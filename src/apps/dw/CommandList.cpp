@@ -19,6 +19,7 @@ constexpr std::array commands{
     &makeCommand<class DeleteCommand>,
     &makeCommand<class ShareCommand>,
     &makeCommand<class LibsCommand>,
+    &makeCommand<class InitCommand>,
     &makeCommand<class WhoAmICommand>,
     &makeCommand<class CompletionCommand>,
     &makeCommand<class HelpCommand>,

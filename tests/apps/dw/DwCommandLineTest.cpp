@@ -106,7 +106,7 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
 
 TEST_F(DwCommandLine, HelpOfACommandIsTheSameEitherWay) {
     for (const char* command : {"host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
-                                "delete", "share", "libs", "whoami", "completion"}) {
+                                "delete", "share", "libs", "init", "whoami", "completion"}) {
         const Ending help = runDw({"help", command});
         EXPECT_EQ(help.exitCode, 0);
         EXPECT_THAT(help.output, HasSubstr(std::string("Usage: dw ") + command));
@@ -119,7 +119,7 @@ TEST_F(DwCommandLine, HelpOfACommandIsTheSameEitherWay) {
 
 TEST_F(DwCommandLine, HelpOfACommandEndsWithExamplesOfIt) {
     for (const char* command : {"host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
-                                "delete", "share", "libs", "whoami", "completion", "help"}) {
+                                "delete", "share", "libs", "init", "whoami", "completion", "help"}) {
         SCOPED_TRACE(command);
         const std::string help = runDw({"help", command}).output;
         const std::size_t examples = help.find("\n\nExamples:\n  ");

@@ -135,7 +135,8 @@ TEST_F(DwCompletion, ScriptsAreValid) {
 TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", ""}),
                 UnorderedElementsAre("host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
-                                     "delete", "share", "libs", "whoami", "completion", "help", "--version", "--help"));
+                                     "delete", "share", "libs", "init", "whoami", "completion", "help", "--version",
+                                     "--help"));
     EXPECT_THAT(bashCandidates({"dw", "de"}), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
@@ -153,7 +154,7 @@ TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
 TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(fishCandidates("dw "),
                 UnorderedElementsAre("host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
-                                     "delete", "share", "libs", "whoami", "completion", "help"));
+                                     "delete", "share", "libs", "init", "whoami", "completion", "help"));
     EXPECT_THAT(fishCandidates("dw de"), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
     EXPECT_THAT(fishCandidates("dw deploy --"), UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));

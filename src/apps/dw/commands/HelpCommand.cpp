@@ -1,4 +1,5 @@
 #include "apps/dw/Command.h"
+#include "apps/dw/Manual.h"
 #include "apps/dw/Program.h"
 #include "apps/dw/Reference.h"
 
@@ -9,9 +10,13 @@ public:
     void define(Definition& command) override {
         OptionRecord reference{"--reference", "", "Print the page docs/dw-reference.md"};
         reference.hidden = true;
+        OptionRecord manual{"--man", "", "Print the manual page"};
+        manual.hidden = true;
         command.command("help", "Print help, for all commands or for one")
             .argument({"COMMAND", "The command", {Candidates::Kind::Commands}}, m_topic)
             .flag(reference, m_reference)
+            .flag(manual, m_manual)
+            .exclude("--reference", "--man")
             .example("dw help deploy", "Print what deploy takes");
     }
 
@@ -19,12 +24,16 @@ public:
         if (m_reference) {
             return referencePage(program.record());
         }
+        if (m_manual) {
+            return manualPage(program.record());
+        }
         return m_topic.empty() ? program.help() : program.help(m_topic);
     }
 
 private:
     std::string m_topic;
     bool m_reference = false;
+    bool m_manual = false;
 };
 
 template std::unique_ptr<Command> makeCommand<HelpCommand>();
