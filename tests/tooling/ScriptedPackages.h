@@ -18,7 +18,8 @@ public:
     Task<> refresh(std::stop_token stop) override { return step("refresh", std::move(stop)); }
     Task<QList<PackageUpdate>> updates(std::stop_token stop) override {
         co_await step("updates", std::move(stop));
-        co_return available;
+        // A copy: a member that is returned as it is is moved away (QCoro 0.8).
+        co_return QList<PackageUpdate>(available);
     }
     Task<> download(QList<PackageUpdate> updates, std::stop_token stop) override {
         return step("download " + namesOf(updates), std::move(stop));
