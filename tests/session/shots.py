@@ -306,6 +306,9 @@ def take_local_platform(shots):
 def take_relink(shots, sandbox):
     desktop = shots.desktop
     system = LinkedSystem(desktop.folder / f"system-{shots.theme}")
+    if not system.works():
+        print("no pictures of the strip of an old link: nothing can be mounted here")
+        return
     desktop.prefix = system.command()
     shots.open(sandbox)
     desktop.find("push button", "Relink…")

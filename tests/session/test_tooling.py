@@ -97,6 +97,8 @@ class ToolingTest(DesktopTest):
     def test_the_command_of_an_old_copy_is_linked_to_this_one(self):
         self.start_platform()
         system = LinkedSystem(self.folder / "system")
+        if not system.works():
+            self.skipTest("nothing can be mounted here")
         self.desktop.prefix = system.command()
         self.addCleanup(setattr, self.desktop, "prefix", [])
         title = "The dw command points at an old copy of Driftwell"
