@@ -11,7 +11,8 @@ namespace driftwell {
 struct KnownBytes {
     QByteArray bytes;
 
-    // Implicit: bytes that are known are what a caller has.
+    // Bytes that are known are what a caller has.
+    // NOLINTNEXTLINE(google-explicit-constructor)
     KnownBytes(QByteArray known = {}) : bytes(std::move(known)) {}
 
     /// An empty answer is no record, so it is never the one that is known.

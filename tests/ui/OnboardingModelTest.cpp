@@ -1,4 +1,3 @@
-#include "tooling/CLIInstaller.h"
 #include "ui/onboarding/OnboardingModel.h"
 
 #include "core/Connection.h"
@@ -6,6 +5,7 @@
 #include "core/SignIn.h"
 #include "tests/ui/CLIFixture.h"
 #include "tests/ui/UiFixture.h"
+#include "tooling/CLIInstaller.h"
 
 #include <gmock/gmock.h>
 

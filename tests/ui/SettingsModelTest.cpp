@@ -1,10 +1,10 @@
-#include "tooling/CLIInstaller.h"
 #include "ui/settings/SettingsModel.h"
 
 #include "core/Connection.h"
 #include "core/SignIn.h"
 #include "tests/ui/CLIFixture.h"
 #include "tests/ui/UiFixture.h"
+#include "tooling/CLIInstaller.h"
 #include "tooling/Updater.h"
 
 #include <QSignalSpy>

@@ -8,7 +8,6 @@
 #include <QKeyEvent>
 #include <QQuickItem>
 #include <QScreen>
-#include <QTimer>
 
 #include <algorithm>
 #include <cmath>
@@ -36,7 +35,10 @@ struct SettingsWindow::Contents {
 };
 
 SettingsWindow::SettingsWindow(AppState& state, Updater& updater, WindowServices& desktop)
-    : m_state(state), m_updater(updater), m_desktop(desktop) {}
+    : m_state(state), m_updater(updater), m_desktop(desktop) {
+    // Later: what is on screen cannot go while it is being closed.
+    connect(this, &SettingsWindow::closing, this, &SettingsWindow::unload, Qt::QueuedConnection);
+}
 
 SettingsWindow::~SettingsWindow() = default;
 
@@ -106,8 +108,7 @@ void SettingsWindow::keepOnScreen() const {
 
 bool SettingsWindow::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Close) {
-        // Later: the window is in the middle of it.
-        QTimer::singleShot(0, this, &SettingsWindow::unload);
+        Q_EMIT closing();
     }
     if (event->type() == QEvent::KeyPress) {
         const auto& key = *static_cast<QKeyEvent*>(event);

@@ -41,6 +41,8 @@ public:
 Q_SIGNALS:
     /// The person wants the whole application to end.
     void quitRequested();
+    /// The window is in the middle of being closed.
+    void closing();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
