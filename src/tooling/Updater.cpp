@@ -3,6 +3,7 @@
 #include "support/Cancellation.h"
 #include "support/WhileAlive.h"
 
+#include <QScopeGuard>
 #include <QSet>
 
 #include <algorithm>
@@ -82,12 +83,30 @@ Task<> Updater::checkDaily() {
             co_await whileAlive(this, m_sleep(std::chrono::ceil<std::chrono::milliseconds>(day - age), stop));
             continue;
         }
-        if (m_canCheck) {
-            co_await whileAlive(this, check(Trigger::Schedule));
+        if (!m_canCheck) {
+            co_await whileAlive(this, pauseUntilReady());
+            continue;
         }
+        co_await whileAlive(this, check(Trigger::Schedule));
         if (m_lastUpdateCheckDate.value() == last) {
             co_await whileAlive(this, m_sleep(retryPause, stop));
         }
+    }
+}
+
+Task<> Updater::pauseUntilReady() {
+    const std::stop_token stop = m_tasks.token();
+    StopScope pause(stop);
+    const auto wake = connect(this, &Updater::canCheckChanged, this, [this, &pause] {
+        if (m_canCheck) {
+            pause.requestStop();
+        }
+    });
+    const auto forget = qScopeGuard([wake] { disconnect(wake); });
+    try {
+        co_await whileAlive(this, m_sleep(retryPause, pause.token()));
+    } catch (const Cancelled&) {
+        throwIfCancelled(stop);
     }
 }
 

@@ -72,6 +72,8 @@ private:
     enum class Trigger { Schedule, Person };
 
     Task<> checkDaily();
+    /// Ends when a check can be made, and otherwise when it is time to look again.
+    Task<> pauseUntilReady();
     Task<> check(Trigger trigger);
     Task<> findAndInstall(Trigger trigger);
     Task<> install(QList<PackageUpdate> updates, PackageUpdates::Consent consent);

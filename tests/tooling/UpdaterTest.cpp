@@ -282,9 +282,34 @@ TEST_F(UpdaterTest, ABusyPackageManagerIsAskedAgainAnHourLater) {
     updater().start();
     settle();
     EXPECT_THAT(sleeper.requested(), ElementsAre(1h));
-    packages.setReady(true);
     sleeper.wake();
+    waitUntil([this] { return sleeper.requested().size() == 2; });
+    EXPECT_THAT(sleeper.requested(), ElementsAre(1h, 1h));
+    EXPECT_THAT(packages.steps, IsEmpty());
+    packages.setReady(true);
     waitUntil([this] { return packages.steps.size() == 2; });
+}
+
+TEST_F(UpdaterTest, TheFirstDailyCheckComesAsSoonAsThePackageManagerAnswers) {
+    packages.ready = false;
+    updater().start();
+    settle();
+    EXPECT_THAT(packages.steps, IsEmpty());
+    packages.setReady(true);
+    waitUntil([this] { return packages.steps.size() == 2; });
+    waitUntil([this] { return sleeper.isAsleep(); });
+    EXPECT_THAT(sleeper.requested(), ElementsAre(1h, 24h));
+}
+
+TEST_F(UpdaterTest, AfterADailyCheckThatFailedAnAnswerBringsNoOtherOneBeforeTheHour) {
+    packages.failing = "refresh";
+    updater().start();
+    waitUntil([this] { return sleeper.isAsleep(); });
+    packages.setReady(false);
+    packages.setReady(true);
+    settle();
+    EXPECT_THAT(packages.steps, ElementsAre("refresh"));
+    EXPECT_THAT(sleeper.requested(), ElementsAre(1h));
 }
 
 TEST_F(UpdaterTest, ASecondStartChangesNothing) {
