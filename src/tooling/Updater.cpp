@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <stdexcept>
 #include <utility>
 
 namespace driftwell {
@@ -154,10 +155,33 @@ Task<> Updater::install(QList<PackageUpdate> updates, PackageUpdates::Consent co
         co_await whileAlive(this, m_packages->install(std::move(updates), consent, m_tasks.token()));
     if (installation == PackageUpdates::Installation::NeedsConsent) {
         Q_EMIT ended(Outcome::NeedsConsent, version);
-    } else {
-        m_found.clear();
-        Q_EMIT ended(Outcome::Installed, version);
+        co_return;
     }
+    const std::optional<PackageUpdate> missed = co_await whileAlive(this, notInstalled());
+    if (missed) {
+        throw std::runtime_error(
+            QStringLiteral("%1 %2 was not installed").arg(missed->name, missed->version).toStdString());
+    }
+    m_found.clear();
+    Q_EMIT ended(Outcome::Installed, version);
+}
+
+Task<std::optional<PackageUpdate>> Updater::notInstalled() {
+    QList<PackageUpdate> offered;
+    try {
+        offered = co_await whileAlive(this, m_packages->updates(m_tasks.token()));
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception&) {
+        // Its word holds where it cannot be checked.
+        co_return std::nullopt;
+    }
+    for (const PackageUpdate& update : m_found) {
+        if (offered.contains(update)) {
+            co_return update;
+        }
+    }
+    co_return std::nullopt;
 }
 
 void Updater::installNow() {

@@ -77,6 +77,8 @@ private:
     Task<> check(Trigger trigger);
     Task<> findAndInstall(Trigger trigger);
     Task<> install(QList<PackageUpdate> updates, PackageUpdates::Consent consent);
+    /// What of m_found is offered still after its installation: PackageKit can say that all went well when nothing has.
+    Task<std::optional<PackageUpdate>> notInstalled();
     Task<> installWithConsent();
     void follow();
     void recordCheck();

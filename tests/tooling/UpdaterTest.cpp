@@ -25,7 +25,9 @@ public:
     Task<> refresh(std::stop_token stop) override { return step("refresh", std::move(stop)); }
     Task<QList<PackageUpdate>> updates(std::stop_token stop) override {
         co_await step("updates", std::move(stop));
-        co_return available;
+        // QCoro 0.8 empties a variable that is returned.
+        QList<PackageUpdate> found = available;
+        co_return found;
     }
     Task<> download(QList<PackageUpdate> updates, std::stop_token stop) override {
         return step("download " + namesOf(updates), std::move(stop));
@@ -33,7 +35,13 @@ public:
     Task<Installation> install(QList<PackageUpdate> updates, Consent consent, std::stop_token stop) override {
         const bool mayAsk = consent == Consent::MayBeAsked;
         co_await step((mayAsk ? "ask and install " : "install ") + namesOf(updates), std::move(stop));
-        co_return mayAsk || !needsPassword ? Installation::Done : Installation::NeedsConsent;
+        if (!mayAsk && needsPassword) {
+            co_return Installation::NeedsConsent;
+        }
+        if (!onlyClaims) {
+            available.removeIf([&updates](const PackageUpdate& update) { return updates.contains(update); });
+        }
+        co_return Installation::Done;
     }
 
     void setReady(bool isReady) {
@@ -43,6 +51,8 @@ public:
 
     bool ready = true;
     bool needsPassword = false;
+    /// It says that it has installed what it has not.
+    bool onlyClaims = false;
     QList<PackageUpdate> available;
     /// The step that fails, by its first word.
     std::string failing;
@@ -180,7 +190,7 @@ TEST_F(UpdaterTest, ANewVersionOfOurPackagesAloneIsFetchedAndInstalled) {
     packages.available = {another, ours, ourTool};
     checkByHand();
     EXPECT_THAT(packages.steps, ElementsAre("refresh", "updates", "download driftwell,driftwell-cli",
-                                            "install driftwell,driftwell-cli"));
+                                            "install driftwell,driftwell-cli", "updates"));
     EXPECT_THAT(outcomes, ElementsAre(std::pair(Outcome::Installed, std::string("1.3"))));
 }
 
@@ -192,11 +202,21 @@ TEST_F(UpdaterTest, WhereAPasswordIsNeededThePersonIsAskedFirst) {
     EXPECT_EQ(packages.steps.back(), "install driftwell");
     updater().installNow();
     waitUntil([this] { return outcomes.size() == 2; });
-    EXPECT_EQ(packages.steps.back(), "ask and install driftwell");
+    EXPECT_THAT(packages.steps, ElementsAre("refresh", "updates", "download driftwell", "install driftwell",
+                                            "ask and install driftwell", "updates"));
     EXPECT_EQ(outcomes.back(), std::pair(Outcome::Installed, std::string("1.3")));
     settle();
     updater().installNow();
-    EXPECT_EQ(packages.steps.size(), 5U) << "what is installed is not installed again";
+    EXPECT_EQ(packages.steps.size(), 6U) << "what is installed is not installed again";
+}
+
+TEST_F(UpdaterTest, WhatIsStillOfferedAfterItsInstallationIsNotTakenForInstalled) {
+    packages.available = {ours};
+    packages.onlyClaims = true;
+    checkByHand();
+    ASSERT_EQ(outcomes.size(), 1U);
+    EXPECT_EQ(outcomes.front().first, Outcome::Failed);
+    EXPECT_EQ(outcomes.front().second, "driftwell 1.3 was not installed");
 }
 
 TEST_F(UpdaterTest, NothingIsInstalledThatWasNotFound) {
