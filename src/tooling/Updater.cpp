@@ -3,11 +3,13 @@
 #include "support/Cancellation.h"
 #include "support/WhileAlive.h"
 
+#include <QScopeGuard>
 #include <QSet>
 
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <stdexcept>
 #include <utility>
 
 namespace driftwell {
@@ -82,12 +84,30 @@ Task<> Updater::checkDaily() {
             co_await whileAlive(this, m_sleep(std::chrono::ceil<std::chrono::milliseconds>(day - age), stop));
             continue;
         }
-        if (m_canCheck) {
-            co_await whileAlive(this, check(Trigger::Schedule));
+        if (!m_canCheck) {
+            co_await whileAlive(this, pauseUntilReady());
+            continue;
         }
+        co_await whileAlive(this, check(Trigger::Schedule));
         if (m_lastUpdateCheckDate.value() == last) {
             co_await whileAlive(this, m_sleep(retryPause, stop));
         }
+    }
+}
+
+Task<> Updater::pauseUntilReady() {
+    const std::stop_token stop = m_tasks.token();
+    StopScope pause(stop);
+    const auto wake = connect(this, &Updater::canCheckChanged, this, [this, &pause] {
+        if (m_canCheck) {
+            pause.requestStop();
+        }
+    });
+    const auto forget = qScopeGuard([wake] { disconnect(wake); });
+    try {
+        co_await whileAlive(this, m_sleep(retryPause, pause.token()));
+    } catch (const Cancelled&) {
+        throwIfCancelled(stop);
     }
 }
 
@@ -135,10 +155,33 @@ Task<> Updater::install(QList<PackageUpdate> updates, PackageUpdates::Consent co
         co_await whileAlive(this, m_packages->install(std::move(updates), consent, m_tasks.token()));
     if (installation == PackageUpdates::Installation::NeedsConsent) {
         Q_EMIT ended(Outcome::NeedsConsent, version);
-    } else {
-        m_found.clear();
-        Q_EMIT ended(Outcome::Installed, version);
+        co_return;
     }
+    const std::optional<PackageUpdate> missed = co_await whileAlive(this, notInstalled());
+    if (missed) {
+        throw std::runtime_error(
+            QStringLiteral("%1 %2 was not installed").arg(missed->name, missed->version).toStdString());
+    }
+    m_found.clear();
+    Q_EMIT ended(Outcome::Installed, version);
+}
+
+Task<std::optional<PackageUpdate>> Updater::notInstalled() {
+    QList<PackageUpdate> offered;
+    try {
+        offered = co_await whileAlive(this, m_packages->updates(m_tasks.token()));
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception&) {
+        // Its word holds where it cannot be checked.
+        co_return std::nullopt;
+    }
+    for (const PackageUpdate& update : m_found) {
+        if (offered.contains(update)) {
+            co_return update;
+        }
+    }
+    co_return std::nullopt;
 }
 
 void Updater::installNow() {

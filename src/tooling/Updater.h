@@ -72,9 +72,13 @@ private:
     enum class Trigger { Schedule, Person };
 
     Task<> checkDaily();
+    /// Ends when a check can be made, and otherwise when it is time to look again.
+    Task<> pauseUntilReady();
     Task<> check(Trigger trigger);
     Task<> findAndInstall(Trigger trigger);
     Task<> install(QList<PackageUpdate> updates, PackageUpdates::Consent consent);
+    /// What of m_found is offered still after its installation: PackageKit can say that all went well when nothing has.
+    Task<std::optional<PackageUpdate>> notInstalled();
     Task<> installWithConsent();
     void follow();
     void recordCheck();

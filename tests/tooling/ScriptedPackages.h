@@ -27,7 +27,13 @@ public:
     Task<Installation> install(QList<PackageUpdate> updates, Consent consent, std::stop_token stop) override {
         const bool mayAsk = consent == Consent::MayBeAsked;
         co_await step((mayAsk ? "ask and install " : "install ") + namesOf(updates), std::move(stop));
-        co_return mayAsk || !needsPassword ? Installation::Done : Installation::NeedsConsent;
+        if (!mayAsk && needsPassword) {
+            co_return Installation::NeedsConsent;
+        }
+        if (!onlyClaims) {
+            available.removeIf([&updates](const PackageUpdate& update) { return updates.contains(update); });
+        }
+        co_return Installation::Done;
     }
 
     void setReady(bool isReady) {
@@ -37,6 +43,8 @@ public:
 
     bool ready = true;
     bool needsPassword = false;
+    /// It says that it has installed what it has not.
+    bool onlyClaims = false;
     QList<PackageUpdate> available;
     /// The step that fails, by its first word.
     std::string failing;

@@ -127,7 +127,7 @@ TEST_F(UpdaterTest, ANewVersionOfOurPackagesAloneIsFetchedAndInstalled) {
     packages.available = {another, ours, ourTool};
     checkByHand();
     EXPECT_THAT(packages.steps, ElementsAre("refresh", "updates", "download driftwell,driftwell-cli",
-                                            "install driftwell,driftwell-cli"));
+                                            "install driftwell,driftwell-cli", "updates"));
     EXPECT_THAT(outcomes, ElementsAre(std::pair(Outcome::Installed, std::string("1.3"))));
 }
 
@@ -139,11 +139,21 @@ TEST_F(UpdaterTest, WhereAPasswordIsNeededThePersonIsAskedFirst) {
     EXPECT_EQ(packages.steps.back(), "install driftwell");
     updater().installNow();
     waitUntil([this] { return outcomes.size() == 2; });
-    EXPECT_EQ(packages.steps.back(), "ask and install driftwell");
+    EXPECT_THAT(packages.steps, ElementsAre("refresh", "updates", "download driftwell", "install driftwell",
+                                            "ask and install driftwell", "updates"));
     EXPECT_EQ(outcomes.back(), std::pair(Outcome::Installed, std::string("1.3")));
     settle();
     updater().installNow();
-    EXPECT_EQ(packages.steps.size(), 5U) << "what is installed is not installed again";
+    EXPECT_EQ(packages.steps.size(), 6U) << "what is installed is not installed again";
+}
+
+TEST_F(UpdaterTest, WhatIsStillOfferedAfterItsInstallationIsNotTakenForInstalled) {
+    packages.available = {ours};
+    packages.onlyClaims = true;
+    checkByHand();
+    ASSERT_EQ(outcomes.size(), 1U);
+    EXPECT_EQ(outcomes.front().first, Outcome::Failed);
+    EXPECT_EQ(outcomes.front().second, "driftwell 1.3 was not installed");
 }
 
 TEST_F(UpdaterTest, NothingIsInstalledThatWasNotFound) {
@@ -229,9 +239,34 @@ TEST_F(UpdaterTest, ABusyPackageManagerIsAskedAgainAnHourLater) {
     updater().start();
     settle();
     EXPECT_THAT(sleeper.requested(), ElementsAre(1h));
-    packages.setReady(true);
     sleeper.wake();
+    waitUntil([this] { return sleeper.requested().size() == 2; });
+    EXPECT_THAT(sleeper.requested(), ElementsAre(1h, 1h));
+    EXPECT_THAT(packages.steps, IsEmpty());
+    packages.setReady(true);
     waitUntil([this] { return packages.steps.size() == 2; });
+}
+
+TEST_F(UpdaterTest, TheFirstDailyCheckComesAsSoonAsThePackageManagerAnswers) {
+    packages.ready = false;
+    updater().start();
+    settle();
+    EXPECT_THAT(packages.steps, IsEmpty());
+    packages.setReady(true);
+    waitUntil([this] { return packages.steps.size() == 2; });
+    waitUntil([this] { return sleeper.isAsleep(); });
+    EXPECT_THAT(sleeper.requested(), ElementsAre(1h, 24h));
+}
+
+TEST_F(UpdaterTest, AfterADailyCheckThatFailedAnAnswerBringsNoOtherOneBeforeTheHour) {
+    packages.failing = "refresh";
+    updater().start();
+    waitUntil([this] { return sleeper.isAsleep(); });
+    packages.setReady(false);
+    packages.setReady(true);
+    settle();
+    EXPECT_THAT(packages.steps, ElementsAre("refresh"));
+    EXPECT_THAT(sleeper.requested(), ElementsAre(1h));
 }
 
 TEST_F(UpdaterTest, ASecondStartChangesNothing) {
