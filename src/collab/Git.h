@@ -36,6 +36,8 @@ struct RunResult {
     QString standardOutput;
     /// Also why git could not be started, or why it was ended.
     QString standardError;
+    /// The standard output as it came: the names of files are bytes.
+    std::string outputBytes = {};
 
     /// What a person is told of a run that failed: git's own words, neither trimmed nor shortened.
     [[nodiscard]] const QString& failureText() const {
@@ -52,6 +54,12 @@ struct Access {
     [[nodiscard]] static Access of(const PlatformConfig& config, const ConfigStore& store);
 };
 
+/// Whether git is to find a repository.
+enum class Repository {
+    OfFolder, ///< that of the working directory
+    None,
+};
+
 /// What git is run with beside its arguments.
 struct Surroundings {
     /// The working directory; this process's own where there is none.
@@ -59,6 +67,7 @@ struct Surroundings {
     std::optional<Access> access = {};
     /// Who is the author of commits.
     std::optional<Identity> identity = {};
+    Repository repository = Repository::OfFolder;
     /// The bytes of either output at which git is ended.
     std::size_t outputLimit = std::size_t{64} * 1024 * 1024;
     std::filesystem::path program = executable;
@@ -76,7 +85,7 @@ struct Surroundings {
 /// origin
 ///   alone, no list of processes shows it, and no file has it;
 /// - no redirect is followed, and nothing but http and https is spoken;
-/// - hooks and file system monitors are off, and no repository within the folder is entered;
+/// - hooks and file system monitors are off, and repositories within the folder count as unchanged, except to "add";
 /// - a repository is looked for in the folder itself, not above it.
 ///
 /// The person's own settings hold where these leave room.

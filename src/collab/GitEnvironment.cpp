@@ -50,6 +50,9 @@ ProcessEnvironment gitEnvironment(ProcessEnvironment inherited, const Git::Surro
     if (surroundings.folder) {
         environment.set("GIT_CEILING_DIRECTORIES", surroundings.folder->parent_path().string());
     }
+    if (surroundings.repository == Git::Repository::None) {
+        environment.set("GIT_DIR", "/dev/null");
+    }
     const Settings given = settings(surroundings);
     environment.set("GIT_CONFIG_COUNT", std::to_string(given.size()));
     for (std::size_t i = 0; i < given.size(); ++i) {

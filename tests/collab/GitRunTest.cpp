@@ -316,21 +316,6 @@ TEST_F(GitRunTest, ARepositoryAboveTheFolderIsNotFound) {
     EXPECT_EQ(run({"symbolic-ref", "--short", "HEAD"}, surroundings).code, 128);
 }
 
-TEST_F(GitRunTest, ARepositoryWithinTheFolderIsNotEntered) {
-    const auto folder = newFolder("site");
-    const auto ran = m_home / "ran";
-    asTeammate(folder,
-               "git init --quiet -b main && git init --quiet inner && cd inner && echo a > f && echo '* filter=x' "
-               "> .gitattributes && git add -A && git commit --quiet -m x && git config filter.x.clean 'touch " +
-                   ran.string() + "; cat' && cd .. && git add -A && git commit --quiet -m x && echo b > inner/f");
-    std::filesystem::remove(ran);
-    Git::Surroundings surroundings;
-    surroundings.folder = folder;
-    EXPECT_EQ(run({"add", "-A"}, surroundings).code, 0);
-    EXPECT_EQ(run({"status", "--porcelain"}, surroundings).code, 0);
-    EXPECT_FALSE(std::filesystem::exists(ran));
-}
-
 TEST_F(GitRunTest, ThePersonsOwnSettingsHold) {
     m_home.write(".gitconfig", "[alias]\n\thello = !echo hello\n");
     EXPECT_EQ(run({"hello"}, {}).standardOutput, "hello\n");
