@@ -16,6 +16,8 @@ Settings settings(const Git::Surroundings& surroundings) {
         {"core.fsmonitor", "false"},
         {"safe.bareRepository", "explicit"},
         {"http.followRedirects", "false"},
+        // Letters beyond ASCII are no reason to quote the name of a file.
+        {"core.quotePath", "false"},
         {"submodule.recurse", "false"},
         {"fetch.recurseSubmodules", "false"},
         {"push.recurseSubmodules", "no"},
@@ -45,6 +47,8 @@ ProcessEnvironment gitEnvironment(ProcessEnvironment inherited, const Git::Surro
     environment.set("GIT_ASKPASS", "");
     environment.set("SSH_ASKPASS", "");
     environment.set("GIT_ALLOW_PROTOCOL", "http:https");
+    // A file may be named like a pattern (gitglossary(7), pathspec).
+    environment.set("GIT_LITERAL_PATHSPECS", "1");
     environment.set("LC_ALL", "C.UTF-8");
     environment.unset("LANGUAGE");
     if (surroundings.folder) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "collab/CollabEngine.h"
 #include "collab/Git.h"
 #include "platform/Models.h"
 #include "tests/Await.h"
@@ -10,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -29,6 +32,38 @@ protected:
 
     [[nodiscard]] Git::RunResult run(std::vector<std::string> arguments, Git::Surroundings surroundings) const {
         return await(Git::run(std::move(arguments), std::move(surroundings), {}));
+    }
+
+    [[nodiscard]] SiteInfo site(std::optional<std::string> head = std::nullopt) const {
+        SiteInfo site;
+        site.name = QStringLiteral("site");
+        site.collab = SiteCollabInfo{true, std::nullopt};
+        if (head) {
+            site.collab->head = QString::fromStdString(*head);
+        }
+        return site;
+    }
+
+    /// A folder that is linked to the site "site" of the platform.
+    [[nodiscard]] std::filesystem::path linkedFolder(const std::string& name) const {
+        const auto folder = newFolder(name);
+        if (const auto failure = await(CollabEngine::link(QStringLiteral("site"), folder, access(), {}))) {
+            throw std::runtime_error(failure->toStdString());
+        }
+        asTeammate(folder, "git checkout --quiet -- .");
+        return folder;
+    }
+
+    /// A folder in the middle of a merge in which both sides have changed "index.html".
+    [[nodiscard]] std::filesystem::path conflictedFolder(const std::string& name) const {
+        const auto folder = linkedFolder(name);
+        m_platform.push("site", "echo theirs > index.html");
+        asTeammate(folder, "echo mine > index.html");
+        const auto outcome = await(CollabEngine::update(folder, access(), identity(), {}));
+        if (outcome != CollabEngine::SyncOutcome::conflict()) {
+            throw std::runtime_error("no conflict: " + outcome.text.toStdString());
+        }
+        return folder;
     }
 
     /// A new folder in the home.

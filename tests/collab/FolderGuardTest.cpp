@@ -83,6 +83,8 @@ TEST_F(FolderGuardTest, SettingsOfAnotherFileAreNotRead) {
 struct Danger {
     std::string key;
     std::string value;
+
+    friend void PrintTo(const Danger& danger, std::ostream* stream) { *stream << danger.key << "=" << danger.value; }
 };
 
 class DangerousSetting : public FolderGuardTest, public testing::WithParamInterface<Danger> {};
