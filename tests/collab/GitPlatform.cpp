@@ -35,16 +35,13 @@ std::string outputOf(const std::string& script) {
 /// The status line and headers of HTTP from those of the CGI (RFC 3875, section 6).
 std::string httpAnswer(const std::string& fromBackend) {
     const std::size_t end = fromBackend.find("\r\n\r\n");
-    std::string head = fromBackend.substr(0, end);
+    const std::string head = fromBackend.substr(0, end) + "\r\n";
     const std::string body = end == std::string::npos ? std::string() : fromBackend.substr(end + 4);
-    std::string status = "200 OK";
-    if (head.starts_with("Status: ")) {
-        const std::size_t line = head.find("\r\n");
-        status = head.substr(8, line - 8);
-        head = line == std::string::npos ? std::string() : head.substr(line + 2);
-    }
-    return "HTTP/1.1 " + status + "\r\n" + (head.empty() ? "" : head + "\r\n") +
-           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+    const std::string key = "Status: ";
+    const std::size_t at = head.find(key);
+    const std::string status =
+        at == std::string::npos ? "200 OK" : head.substr(at + key.size(), head.find("\r\n", at) - at - key.size());
+    return "HTTP/1.1 " + status + "\r\n" + head + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
 ScriptedServer::Options serving() {
