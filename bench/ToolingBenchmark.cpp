@@ -6,6 +6,7 @@
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 #include "tooling/CLIInstaller.h"
+#include "tooling/LocalServerController.h"
 
 #include <QEventLoop>
 

@@ -1,5 +1,6 @@
 #include "core/AppState.h"
 
+#include "core/AppSystem.h"
 #include "core/Catalog.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
@@ -17,10 +18,10 @@ namespace driftwell {
 
 AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop,
                    std::unique_ptr<QSettings> defaults)
-    : AppState(std::move(client), desktop, std::move(defaults), System()) {}
+    : AppState(std::move(client), desktop, std::move(defaults), AppSystem()) {}
 
 AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop,
-                   std::unique_ptr<QSettings> defaults, System system)
+                   std::unique_ptr<QSettings> defaults, AppSystem system)
     : m_desktop(desktop),
       m_client(std::move(client)),
       m_cli(std::make_unique<CLIInstaller>(m_client->bundle(), system.cli)),

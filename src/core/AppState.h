@@ -1,10 +1,6 @@
 #pragma once
 
-#include "core/Gates.h"
-#include "support/Sleep.h"
 #include "support/Task.h"
-#include "tooling/CLIInstaller.h"
-#include "tooling/LocalServerController.h"
 
 #include <QSettings>
 
@@ -12,15 +8,19 @@
 
 namespace driftwell {
 
+class CLIInstaller;
 class Catalog;
 class Connection;
 class Deployments;
 class DesktopServices;
+class Gates;
 class LocalPlatform;
+class LocalServerController;
 class NewProject;
 class PlatformClient;
 class SignIn;
 class SiteOperations;
+struct AppSystem;
 
 /// The model of the application, made of parts that each hold one concern: it owns them, wires them together, starts
 /// and ends them. A screen takes the parts that it shows.
@@ -29,19 +29,9 @@ class SiteOperations;
 /// started ends when it goes.
 class AppState final {
 public:
-    /// The system around the application. A test has one of its own.
-    struct System {
-        Sleeper sleep = sleepFor;
-        Gates::GitProbe gitToolsInstalled = [] {
-            return Git::toolsInstalled();
-        };
-        CLIInstaller::System cli = {};
-        LocalServerController::System localServer = {};
-    };
-
     /// `desktop` outlives the model. `defaults` is the person's key-value store. No work starts before start().
     AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop, std::unique_ptr<QSettings> defaults,
-             System system);
+             AppSystem system);
     AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desktop, std::unique_ptr<QSettings> defaults);
     ~AppState();
     AppState(const AppState&) = delete;

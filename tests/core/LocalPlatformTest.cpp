@@ -6,6 +6,7 @@
 #include "deploy/DeployFlow.h"
 #include "tests/core/ModelFixture.h"
 #include "tests/support/Checkout.h"
+#include "tooling/LocalServerController.h"
 
 #include <gmock/gmock.h>
 

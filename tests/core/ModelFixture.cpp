@@ -1,5 +1,6 @@
 #include "tests/core/ModelFixture.h"
 
+#include "core/AppSystem.h"
 #include "core/Catalog.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
@@ -10,6 +11,7 @@
 #include "core/SiteOperations.h"
 #include "platform/PlatformClient.h"
 #include "support/WorkerPool.h"
+#include "tooling/LocalServerController.h"
 
 #include <sys/wait.h>
 
@@ -164,8 +166,8 @@ AppState& ModelFixture::model() {
     return *m_model;
 }
 
-AppState::System ModelFixture::system() {
-    AppState::System system;
+AppSystem ModelFixture::system() {
+    AppSystem system;
     system.sleep = m_sleep;
     system.gitToolsInstalled = [this] {
         ++gitProbes;

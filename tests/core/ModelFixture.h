@@ -27,6 +27,7 @@
 namespace driftwell {
 
 class DeployFlow;
+struct AppSystem;
 enum class SortOrder;
 
 /// For the test's messages.
@@ -95,7 +96,7 @@ protected:
     void sleepWith(Sleeper sleep) { m_sleep = std::move(sleep); }
 
     /// The system that the model is made with: no part of it is that of this machine.
-    [[nodiscard]] AppState::System system();
+    [[nodiscard]] AppSystem system();
 
     /// Destroys the model and waits for nothing.
     void destroyModel() { m_model.reset(); }

@@ -1,5 +1,6 @@
 #include "core/SignIn.h"
 
+#include "core/AppSystem.h"
 #include "core/Catalog.h"
 #include "core/Connection.h"
 #include "platform/CallbackRequest.h"
@@ -220,7 +221,7 @@ TEST_F(SignInTest, SaysThatThereIsNoLocalPort) {
 
 TEST_F(SignInTest, SaysThatItWasInterruptedWhenItEndsWithoutAResult) {
     writeConfig({{"host", remoteHost().toStdString()}});
-    AppState::System brokenSystem = system();
+    AppSystem brokenSystem = system();
     brokenSystem.sleep = brokenOff;
     AppState restless(std::make_unique<PlatformClient>(Bundle(), store()), desktop,
                       std::make_unique<QSettings>(QString::fromStdString(folder() / "d.ini"), QSettings::IniFormat),

@@ -1,3 +1,4 @@
+#include "tooling/CLIInstaller.h"
 #include "ui/onboarding/OnboardingModel.h"
 
 #include "core/Connection.h"

@@ -3,6 +3,7 @@
 #include "core/SignIn.h"
 #include "tests/ui/CLIFixture.h"
 #include "tests/ui/ViewFixture.h"
+#include "tooling/CLIInstaller.h"
 #include "ui/onboarding/OnboardingModel.h"
 #include "ui/window/MainWindowModel.h"
 #include "ui/window/WindowControls.h"

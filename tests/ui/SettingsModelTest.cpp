@@ -1,3 +1,4 @@
+#include "tooling/CLIInstaller.h"
 #include "ui/settings/SettingsModel.h"
 
 #include "core/Connection.h"

@@ -1,6 +1,7 @@
 #include "core/SignIn.h"
 #include "tests/ui/CLIFixture.h"
 #include "tests/ui/ViewFixture.h"
+#include "tooling/CLIInstaller.h"
 #include "tooling/Updater.h"
 #include "ui/settings/SettingsModel.h"
 
