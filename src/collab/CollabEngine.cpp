@@ -39,12 +39,16 @@ Failure failureOf(const Git::RunResult& result) {
 /// The folder to run git in, or why it is left alone.
 struct Opened {
     LinkedFolder folder;
-    Failure refusal;
+    Failure refusal = {};
+    QString remoteUrl = {};
 };
 
 Task<Opened> open(std::filesystem::path folder, std::stop_token stop) {
     const FolderGuard guard = co_await FolderGuard::inspect(folder, stop);
-    Opened opened{LinkedFolder(folder, stop), std::nullopt};
+    Opened opened{LinkedFolder(folder, stop)};
+    if (!guard.remoteUrls.empty()) {
+        opened.remoteUrl = text(guard.remoteUrls.front());
+    }
     if (!guard.hasVersionControl) {
         opened.refusal = QStringLiteral("the folder has no version control");
     } else if (guard.refusal) {
@@ -55,6 +59,17 @@ Task<Opened> open(std::filesystem::path folder, std::stop_token stop) {
 
 CollabState stateOfMerge(QStringList unresolved) {
     return unresolved.isEmpty() ? CollabState::resolved() : CollabState::conflict(std::move(unresolved));
+}
+
+/// The same for an operation that speaks to a platform: the folder must be of a site there.
+Task<Opened> openOf(Git::Access access, std::filesystem::path folder, std::stop_token stop) {
+    Opened opened = co_await open(folder, stop);
+    const QString sites = Git::remoteUrl(access.config, QString());
+    if (!opened.refusal && !opened.remoteUrl.startsWith(sites)) {
+        opened.refusal =
+            QStringLiteral("the folder was left alone: it is not linked to a site of %1").arg(access.config.host());
+    }
+    co_return opened;
 }
 
 /// Of a folder that is on "main".
@@ -244,7 +259,7 @@ Task<std::optional<QString>> CollabEngine::mergeCounterpart(std::filesystem::pat
 
 Task<SyncOutcome> CollabEngine::deploy(std::filesystem::path folder, Git::Access access, Identity identity,
                                        std::stop_token stop) {
-    const Opened opened = co_await open(folder, stop);
+    const Opened opened = co_await openOf(access, folder, stop);
     if (opened.refusal) {
         co_return SyncOutcome::failed(*opened.refusal);
     }
@@ -284,7 +299,7 @@ Task<std::optional<QString>> CollabEngine::link(QString site, std::filesystem::p
 
 Task<SyncOutcome> CollabEngine::update(std::filesystem::path folder, Git::Access access, Identity identity,
                                        std::stop_token stop) {
-    const Opened opened = co_await open(folder, stop);
+    const Opened opened = co_await openOf(access, folder, stop);
     if (opened.refusal) {
         co_return SyncOutcome::failed(*opened.refusal);
     }
@@ -305,7 +320,7 @@ Task<SyncOutcome> CollabEngine::update(std::filesystem::path folder, Git::Access
 
 Task<SyncOutcome> CollabEngine::resolveTaking(Side side, std::filesystem::path folder, Git::Access access,
                                               Identity identity, std::stop_token stop) {
-    const Opened opened = co_await open(folder, stop);
+    const Opened opened = co_await openOf(access, folder, stop);
     if (opened.refusal) {
         co_return SyncOutcome::failed(*opened.refusal);
     }

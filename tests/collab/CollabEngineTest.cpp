@@ -427,6 +427,20 @@ TEST_F(CollabEngineTest, AFolderWithoutVersionControlIsNotPublished) {
     EXPECT_EQ(asTeammate(above, "git status --porcelain"), "?? folder/\n");
 }
 
+TEST_F(CollabEngineTest, AFolderOfAnotherPlatformIsLeftAlone) {
+    const GitPlatform other;
+    other.addSite("site", "echo other > index.html");
+    m_folder = linkedFolder("folder");
+    inFolder("git remote set-url driftwell " + other.origin() + "/git/site && echo mine > index.html");
+    const Outcome refusal = Outcome::failed(
+        QStringLiteral("the folder was left alone: it is not linked to a site of %1").arg(config().host()));
+    EXPECT_EQ(deploy(), refusal);
+    EXPECT_EQ(update(), refusal);
+    EXPECT_EQ(taking(Side::Theirs), refusal);
+    EXPECT_THAT(other.requests(), IsEmpty());
+    EXPECT_EQ(inFolder("git status --porcelain"), " M index.html\n");
+}
+
 TEST_F(CollabEngineTest, AStoppedPublishGoesOnTheNextTime) {
     std::stop_source stop;
     m_folder = linkedFolder("folder");

@@ -131,7 +131,7 @@ std::string GitPlatform::backendsAnswer(const RecordedRequest& request) const {
         " REQUEST_METHOD=" + quoted(request.method) + " CONTENT_TYPE=" + quoted(header("Content-Type")) +
         " CONTENT_LENGTH=" + std::to_string(request.body.size()) +
         " HTTP_CONTENT_ENCODING=" + quoted(header("Content-Encoding")) +
-        " GIT_PROTOCOL=" + quoted(header("Git-Protocol")) + " git http-backend < " + quoted(scratch / "body")));
+        " GIT_PROTOCOL=" + quoted(header("Git-Protocol")) + " git http-backend 2>/dev/null < " + quoted(scratch / "body")));
 }
 
 } // namespace driftwell::tests
