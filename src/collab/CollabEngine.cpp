@@ -2,6 +2,7 @@
 
 #include "collab/CommitMessage.h"
 #include "collab/FolderGuard.h"
+#include "collab/LeftLocks.h"
 #include "collab/LinkedFolder.h"
 
 #include <algorithm>
@@ -61,9 +62,18 @@ CollabState stateOfMerge(QStringList unresolved) {
     return unresolved.isEmpty() ? CollabState::resolved() : CollabState::conflict(std::move(unresolved));
 }
 
-/// The same for an operation that speaks to a platform: the folder must be of a site there.
+/// The same for an operation that changes the folder.
+Task<Opened> openForChange(std::filesystem::path folder, std::stop_token stop) {
+    const Opened opened = co_await open(folder, stop);
+    if (!opened.refusal) {
+        co_await removeLeftLocks(folder, stop);
+    }
+    co_return opened;
+}
+
+/// The same for one that speaks to a platform, too: the folder must be of a site there.
 Task<Opened> openOf(Git::Access access, std::filesystem::path folder, std::stop_token stop) {
-    Opened opened = co_await open(folder, stop);
+    Opened opened = co_await openForChange(folder, stop);
     const QString sites = Git::remoteUrl(access.config, QString());
     if (!opened.refusal && !opened.remoteUrl.startsWith(sites)) {
         opened.refusal =
@@ -268,7 +278,7 @@ Task<SyncOutcome> CollabEngine::deploy(std::filesystem::path folder, Git::Access
 
 Task<std::optional<QString>> CollabEngine::completeMerge(std::filesystem::path folder, Identity identity,
                                                          std::stop_token stop) {
-    const Opened opened = co_await open(folder, stop);
+    const Opened opened = co_await openForChange(folder, stop);
     if (opened.refusal) {
         co_return opened.refusal;
     }

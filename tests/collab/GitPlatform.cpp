@@ -124,14 +124,14 @@ std::string GitPlatform::backendsAnswer(const RecordedRequest& request) const {
     };
     const TestFolder scratch;
     scratch.write("body", request.body);
-    return httpAnswer(outputOf(
-        "env -i PATH=/usr/bin:/bin GIT_HTTP_EXPORT_ALL=1 REMOTE_USER=member GIT_PROJECT_ROOT=" +
-        quoted(m_folder.path().string()) + " PATH_INFO=" + quoted("/" + path.substr(prefix.size())) +
-        " QUERY_STRING=" + quoted(question == std::string::npos ? "" : request.target.substr(question + 1)) +
-        " REQUEST_METHOD=" + quoted(request.method) + " CONTENT_TYPE=" + quoted(header("Content-Type")) +
-        " CONTENT_LENGTH=" + std::to_string(request.body.size()) +
-        " HTTP_CONTENT_ENCODING=" + quoted(header("Content-Encoding")) +
-        " GIT_PROTOCOL=" + quoted(header("Git-Protocol")) + " git http-backend 2>/dev/null < " + quoted(scratch / "body")));
+    return httpAnswer(
+        outputOf("env -i PATH=/usr/bin:/bin GIT_HTTP_EXPORT_ALL=1 REMOTE_USER=member GIT_PROJECT_ROOT=" +
+                 quoted(m_folder.path().string()) + " PATH_INFO=" + quoted("/" + path.substr(prefix.size())) +
+                 " QUERY_STRING=" + quoted(question == std::string::npos ? "" : request.target.substr(question + 1)) +
+                 " REQUEST_METHOD=" + quoted(request.method) + " CONTENT_TYPE=" + quoted(header("Content-Type")) +
+                 " CONTENT_LENGTH=" + std::to_string(request.body.size()) + " HTTP_CONTENT_ENCODING=" +
+                 quoted(header("Content-Encoding")) + " GIT_PROTOCOL=" + quoted(header("Git-Protocol")) +
+                 " git http-backend 2>/dev/null < " + quoted(scratch / "body")));
 }
 
 } // namespace driftwell::tests
