@@ -179,7 +179,7 @@ const Call calls[] = {
     {"chmod", SYS_fchmod},
     {"flush", SYS_fsync},
     {"close", SYS_close},
-    {"rename", SYS_rename},
+    {"rename", SYS_renameat},
 };
 
 /// From here on the system call fails with the error (seccomp(2)).

@@ -88,11 +88,13 @@ TEST_F(DeleteConfirmModelTest, ConfirmingClosesAndDeletes) {
     deletion();
     server.answer("/api/sites/garden", 200, R"({"ok":true,"site":"garden"})");
     server.answer("/api/sites", 200, sitesAnswer({}));
+    PlatformServer::Hold held = server.holdAnswer("/api/sites/garden");
     const QSignalSpy closed(&deletion(), &DeleteConfirmModel::closed);
     deletion().setTypedName(QStringLiteral("garden "));
     deletion().confirm();
     EXPECT_EQ(closed.count(), 1);
     EXPECT_TRUE(model().siteOperations().deletesInFlight().contains(QStringLiteral("garden")));
+    held.release();
     waitUntil([this] { return model().siteOperations().deletesInFlight().isEmpty(); });
     ASSERT_EQ(server.requests("/api/sites/garden").size(), 1U);
     EXPECT_EQ(server.requests("/api/sites/garden").front().method, "DELETE");

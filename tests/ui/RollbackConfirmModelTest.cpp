@@ -104,9 +104,11 @@ TEST_F(RollbackConfirmModelTest, ConfirmingClosesAndRollsBack) {
     connectedWith({"garden"});
     server.answer("/api/rollback", 200, R"({"ok":true,"site":"garden","url":"https://garden.sites.test"})");
     const QSignalSpy closed(&rollback(), &RollbackConfirmModel::closed);
+    PlatformServer::Hold held = server.holdAnswer("/api/rollback");
     rollback().confirm();
     EXPECT_EQ(closed.count(), 1);
     EXPECT_TRUE(model().siteOperations().rollbacksInFlight().contains(QStringLiteral("garden")));
+    held.release();
     waitUntil([this] { return model().siteOperations().rollbacksInFlight().isEmpty(); });
     ASSERT_EQ(server.requests("/api/rollback").size(), 1U);
     EXPECT_EQ(server.requests("/api/rollback").front().body, R"({"site":"garden"})");

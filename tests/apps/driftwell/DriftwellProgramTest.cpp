@@ -80,6 +80,7 @@ TEST_F(DriftwellProgramTest, AFirstRunDoesNotStoreThatTheIntroductionWasComplete
 TEST_F(DriftwellProgramTest, QuittingEndsTheProcessAlsoWhileAFolderIsListedForEver) {
     const Sandbox platform;
     folder.write("home/.config/dw/config.json", R"({"host": ")" + platform.address() + "\"}");
+    folder.write("home/.config/dw/defaults.ini", "[General]\nonboardingCompleted=true\n");
     folder.write("site/index.html", "x");
     folder.write("site/hangs/page.html", "x");
     Invocation invocation = driftwell({folder / "site"});
