@@ -55,6 +55,14 @@ std::vector<Lock> ownLocks(const fs::path& folder) {
     return locks;
 }
 
+std::chrono::nanoseconds ageOfYoungest(const std::vector<Lock>& locks, std::chrono::nanoseconds atMost) {
+    std::chrono::nanoseconds youngest = atMost;
+    for (const Lock& lock : locks) {
+        youngest = std::min(youngest, lock.age);
+    }
+    return youngest;
+}
+
 } // namespace
 
 bool isGitAtWork(const std::filesystem::path& folder) {
@@ -77,14 +85,12 @@ bool isGitAtWork(const std::filesystem::path& folder) {
 }
 
 Task<> removeLeftLocks(std::filesystem::path folder, std::stop_token stop, std::chrono::milliseconds age) {
-    std::chrono::nanoseconds youngest = age;
-    for (const Lock& lock : ownLocks(folder)) {
-        youngest = std::min(youngest, lock.age);
-    }
-    if (youngest < age) {
-        // A time in the future is not waited for.
-        const auto remaining = std::chrono::duration_cast<std::chrono::milliseconds>(age - youngest);
-        co_await sleepFor(std::min(remaining, age), stop);
+    // The file system's clock and the one that is slept by differ by a little.
+    constexpr std::chrono::milliseconds margin{20};
+    const std::chrono::nanoseconds left = age - ageOfYoungest(ownLocks(folder), age);
+    if (left.count() > 0) {
+        // What was touched in the future is not waited for.
+        co_await sleepFor(std::min(std::chrono::ceil<std::chrono::milliseconds>(left), age) + margin, stop);
     }
     const std::vector<Lock> locks = ownLocks(folder);
     if (locks.empty() || isGitAtWork(folder)) {
