@@ -1,12 +1,15 @@
 /// The window with 10,000 sites, on the display that the program is started on: what a key press in the filter and a
-/// step of the wheel cost until they are seen. Prints the rows of the report, a line each.
+/// step of the wheel cost until they are seen, and how soon the settings are. Prints the rows of the report, a line
+/// each.
 
 #include "apps/driftwell/MainWindow.h"
+#include "apps/driftwell/SettingsWindow.h"
 #include "bench/FrameTimer.h"
 #include "bench/Report.h"
 #include "bench/SampleModel.h"
 #include "bench/SampleSite.h"
 #include "core/Catalog.h"
+#include "tooling/Updater.h"
 
 #include <QApplication>
 #include <QQuickItem>
@@ -14,6 +17,8 @@
 #include <QTest>
 #include <QWheelEvent>
 
+#include <algorithm>
+#include <chrono>
 #include <iostream>
 #include <stdexcept>
 
@@ -26,6 +31,9 @@ constexpr double frameMilliseconds = 16;
 constexpr int filterRounds = 8;
 constexpr int wheelSteps = 150;
 constexpr int wheelPixels = 90;
+constexpr int settingsRounds = 9;
+constexpr double settingsMilliseconds = 150;
+constexpr int frameTimeout = 20'000;
 
 QQuickItem& focusFilter(QQuickView& window) {
     const QList<QQuickItem*> items = window.rootObject()->findChildren<QQuickItem*>();
@@ -80,6 +88,40 @@ std::vector<FrameCost> scroll(QQuickView& window) {
     return frames;
 }
 
+/// From the wish to see the settings to their first frame, in milliseconds. Each time they are made anew.
+std::vector<double> openSettings(SampleModel& model) {
+    Updater updater{Bundle()};
+    SettingsWindow settings(model.state(), updater, model.desktop());
+    std::vector<double> times;
+    for (int i = 0; i < settingsRounds; ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        std::chrono::steady_clock::time_point shown;
+        settings.show();
+        QObject::connect(
+            settings.view(), &QQuickWindow::frameSwapped, settings.view(),
+            [&shown] { shown = std::chrono::steady_clock::now(); }, Qt::SingleShotConnection);
+        if (!QTest::qWaitFor([&shown] { return shown != std::chrono::steady_clock::time_point(); }, frameTimeout)) {
+            throw std::runtime_error("the settings were not drawn");
+        }
+        times.push_back(std::chrono::duration<double, std::milli>(shown - start).count());
+        settings.view()->close();
+        if (!QTest::qWaitFor([&settings] { return !settings.isOpen(); }, frameTimeout)) {
+            throw std::runtime_error("the settings did not close");
+        }
+    }
+    return times;
+}
+
+Row settingsRow(const std::vector<double>& times) {
+    const double usual = median(times);
+    return {"the settings to their first frame",
+            fixed(usual, 0, "ms (the first time " + fixed(times.front(), 0, "ms)")),
+            "",
+            "",
+            "under " + fixed(settingsMilliseconds, 0, "ms"),
+            std::max(usual, times.front()) < settingsMilliseconds};
+}
+
 Row frameRow(const std::string& work, const std::vector<FrameCost>& frames) {
     const double most = nearlyAll(frames);
     return {work,
@@ -104,7 +146,8 @@ void measure() {
     }
     printRows({frameRow("key press in the filter of 10,000 sites to the new frame",
                         typeInFilter(*window.view(), model.state())),
-               frameRow("scrolling 10,000 sites, a step to the new frame", scroll(*window.view()))});
+               frameRow("scrolling 10,000 sites, a step to the new frame", scroll(*window.view())),
+               settingsRow(openSettings(model))});
 }
 
 } // namespace

@@ -126,6 +126,8 @@ class Session:
         self.notifier = None
         self.processes = []
         self.app = None
+        # What the application is started with, as a command that becomes the one behind it.
+        self.prefix = []
         self.folder = Path(tempfile.mkdtemp(prefix="driftwell-session-"))
         self.environment = {
             "HOME": str(self.folder / "home"),
@@ -416,7 +418,7 @@ class Session:
         if host:
             variables["DW_HOST"] = host
         with open(self.folder / "driftwell.log", "ab") as log:
-            return subprocess.Popen([self.programs / "driftwell", *map(str, arguments)], env=variables, stdout=log,
+            return subprocess.Popen([*self.prefix, self.programs / "driftwell", *map(str, arguments)], env=variables, stdout=log,
                                     stderr=log, stdin=subprocess.DEVNULL, preexec_fn=end_with_parent)
 
     def open_app(self, *arguments, **options):

@@ -10,6 +10,7 @@ import urllib.request
 from datetime import datetime, timedelta, timezone
 from pathlib import Path
 
+from checkout import Checkout, LinkedSystem
 from session import Sandbox, Session, skip_introduction, wait_for
 
 LARGE = (1000, 760)
@@ -40,12 +41,14 @@ class Shots:
         self.scale = scale
         self.count = 0
 
-    def open(self, sandbox, *arguments, host=None, first_run=False, **environment):
+    def open(self, sandbox, *arguments, host=None, first_run=False, prepare=None, **environment):
         self.desktop.environment["HOME"] = str(self.desktop.folder / f"home-{self.theme}-{self.count}")
         self.count += 1
         os.makedirs(self.desktop.environment["HOME"])
         if not first_run:
             skip_introduction(self.desktop.environment["HOME"])
+        if prepare:
+            prepare(self.desktop.environment["HOME"])
         self.desktop.open_app(*arguments, host=host or (sandbox.address if sandbox else None),
                               DRIFTWELL_COLOR_SCHEME=self.theme, QT_SCALE_FACTOR=str(self.scale), **environment)
         if "--tray" in arguments:
@@ -277,6 +280,49 @@ def take_list(shots, sandbox):
     sandbox.start()
 
 
+def take_local_platform(shots):
+    """The strip over the list while a platform is built, started and out of reach."""
+    desktop = shots.desktop
+    checkouts = []
+
+    def make_checkout(home):
+        checkouts.append(Checkout(desktop.folder / f"checkout-{shots.theme}-{shots.count}", desktop.programs, home))
+        checkouts[-1].configure()
+
+    shots.open(None, prepare=make_checkout)
+    checkout = checkouts[-1]
+    desktop.find("alert", "Starting local platform")
+    shots.take("local-platform-building")
+    checkout.may_fail_to_build()
+    desktop.find("alert", "Local platform failed")
+    shots.take("local-platform-failed")
+    desktop.press("push button", "Start local platform")
+    checkout.may_build()
+    wait_for("the server", checkout.process.exists)
+    shots.take("local-platform-starting")
+    shots.close()
+
+
+def take_relink(shots, sandbox):
+    desktop = shots.desktop
+    system = LinkedSystem(desktop.folder / f"system-{shots.theme}")
+    if not system.works():
+        print("no pictures of the strip of an old link: nothing can be mounted here")
+        return
+    desktop.prefix = system.command()
+    shots.open(sandbox)
+    desktop.find("push button", "Relink…")
+    shots.take("relink")
+    desktop.press("push button", "Relink…")
+    desktop.gone("push button", "Relink…")
+    shots.take("relink-asking")
+    system.answer("refused")
+    desktop.find("push button", "Relink…")
+    shots.take("relink-refused")
+    shots.close()
+    desktop.prefix = []
+
+
 def take_site_sheets(shots, sandbox):
     desktop = shots.desktop
     folder = desktop.folder / "published"
@@ -407,6 +453,8 @@ def main():
             take_introduction(shots)
             take_connection(shots)
             take_list(shots, sandbox)
+            take_local_platform(shots)
+            take_relink(shots, sandbox)
             take_site_sheets(shots, sandbox)
             take_deploy(shots, sandbox)
             take_settings(shots, sandbox)

@@ -50,6 +50,30 @@ class SettingsTest(DesktopTest):
         self.desktop.key("ctrl+comma")
         self.wait_for_settings()
 
+    def test_the_application_is_quit_from_the_settings(self):
+        self.start_platform()
+        self.open("--tray")
+        self.open_settings_from_tray()
+        self.find("text", "Server")
+        self.desktop.key("ctrl+q")
+        self.wait_for_end()
+
+    def test_the_settings_stay_on_the_screen_when_they_grow(self):
+        self.start_platform()
+        self.open("--tray")
+        window = self.open_settings_from_tray()[0]
+        bottom = self.desktop.size[1]
+
+        def box():
+            return self.desktop.box(self.find("frame", "Driftwell Settings"))
+        self.desktop.xdotool("windowmove", "--sync", window, 300, bottom - box().height - 5)
+        wait_for("the settings at the bottom", lambda: bottom - 20 < box().y + box().height <= bottom)
+        before = box().height
+        self.desktop.click(*self.desktop.place(self.find("text", "Server")))
+        self.desktop.type("x")
+        self.find("push button", "Apply")
+        wait_for("all of it on the screen", lambda: box().height > before and box().y + box().height <= bottom)
+
     def test_another_host_is_connected_to(self):
         self.start_platform()
         self.desktop.dw("host", self.platform.address)

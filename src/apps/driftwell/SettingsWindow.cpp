@@ -89,6 +89,19 @@ void SettingsWindow::fitContent() {
     window.setMaximumSize(size);
     window.resize(size);
     window.setMinimumSize(size);
+    if (window.isVisible()) {
+        keepOnScreen();
+    }
+}
+
+void SettingsWindow::keepOnScreen() const {
+    QQuickView& window = *view();
+    const QRect free = window.screen()->availableGeometry();
+    const QRect frame = window.frameGeometry();
+    const int below = frame.bottom() - free.bottom();
+    if (below > 0) {
+        window.setFramePosition({frame.x(), std::max(free.top(), frame.y() - below)});
+    }
 }
 
 bool SettingsWindow::eventFilter(QObject* watched, QEvent* event) {

@@ -51,6 +51,7 @@ private:
     void open();
     void unload();
     void fitContent();
+    void keepOnScreen() const;
 
     AppState& m_state;
     Updater& m_updater;

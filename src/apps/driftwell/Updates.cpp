@@ -21,8 +21,12 @@ std::unique_ptr<PackageUpdates> packagesFor(const Bundle& bundle) {
 } // namespace
 
 Updates::Updates(const Bundle& bundle, std::unique_ptr<QSettings> defaults, QDBusConnection sessionBus)
+    : Updates(bundle, packagesFor(bundle), std::move(defaults), std::move(sessionBus)) {}
+
+Updates::Updates(const Bundle& bundle, std::unique_ptr<PackageUpdates> packages, std::unique_ptr<QSettings> defaults,
+                 QDBusConnection sessionBus)
     : m_sessionBus(std::move(sessionBus)),
-      m_packages(packagesFor(bundle)),
+      m_packages(std::move(packages)),
       m_updater(bundle, m_packages.get(), std::move(defaults)) {
     connect(&m_updater, &Updater::ended, this, &Updates::tell);
 }

@@ -23,6 +23,9 @@ class Updates final : public QObject {
 public:
     /// The system bus is used only by a copy with a feed.
     Updates(const Bundle& bundle, std::unique_ptr<QSettings> defaults, QDBusConnection sessionBus);
+    /// On another package manager than the system's; null for none.
+    Updates(const Bundle& bundle, std::unique_ptr<PackageUpdates> packages, std::unique_ptr<QSettings> defaults,
+            QDBusConnection sessionBus);
     ~Updates() override;
 
     [[nodiscard]] Updater& updater() { return m_updater; }

@@ -6,7 +6,6 @@
 #include <QKeyEvent>
 #include <QQuickItem>
 #include <QQuickView>
-#include <QSignalSpy>
 
 #include <gmock/gmock.h>
 
@@ -60,13 +59,6 @@ TEST_F(SettingsWindowTest, ClosedItIsNotInMemoryAndHasLostTheDraft) {
     settings().show();
     EXPECT_EQ(draft()->property("hostInput").toString(), QString());
     EXPECT_FALSE(config().has_value());
-}
-
-TEST_F(SettingsWindowTest, QuitsTheApplicationWithItsKeys) {
-    settings().show();
-    const QSignalSpy quits(&settings(), &SettingsWindow::quitRequested);
-    press(Qt::Key_Q, Qt::ControlModifier);
-    EXPECT_EQ(quits.count(), 1);
 }
 
 TEST_F(SettingsWindowTest, IsOpenedByControlAndTheComma) {
