@@ -1,7 +1,15 @@
 #include "collab/Git.h"
 
+#include "collab/GitEnvironment.h"
 #include "desktop/DesktopServices.h"
+#include "platform/ConfigStore.h"
+#include "platform/PlatformError.h"
+#include "platform/Token.h"
+#include "support/Cancellation.h"
+#include "support/ChildProcess.h"
 #include "support/UniqueFd.h"
+
+#include <QStringDecoder>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -49,7 +57,86 @@ bool endsInTime(pid_t child) {
     return ready > 0;
 }
 
+/// The outputs of a run, up to a limit for each.
+class BoundedOutputs {
+public:
+    BoundedOutputs(std::size_t limit, StopScope& run) : m_limit(limit), m_run(run) {}
+
+    void take(ChildProcess::Output output, std::string_view piece) {
+        std::string& text = output == ChildProcess::Output::Standard ? standardOutput : standardError;
+        if (piece.size() > m_limit - text.size()) {
+            exceeded = true;
+            m_run.requestStop();
+            return;
+        }
+        text += piece;
+    }
+
+    std::string standardOutput;
+    std::string standardError;
+    bool exceeded = false;
+
+private:
+    std::size_t m_limit;
+    StopScope& m_run;
+};
+
+QString decoded(const std::string& bytes) {
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decoder(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
+    return decoder.hasError() ? QString() : text;
+}
+
+std::vector<std::string> withAuthor(std::vector<std::string> arguments, const std::optional<Identity>& identity) {
+    if (identity) {
+        arguments.insert(arguments.begin(), {"-c", "user.name=" + identity->name.toStdString(), "-c",
+                                             "user.email=" + identity->email.toStdString()});
+    }
+    return arguments;
+}
+
+constexpr std::int32_t notStarted = 127;
+
 } // namespace
+
+Git::Access Git::Access::of(const PlatformConfig& config, const ConfigStore& store) {
+    return {config, store.token(config)};
+}
+
+Task<Git::RunResult> Git::run(std::vector<std::string> arguments, Surroundings surroundings, std::stop_token stop) {
+    StopScope scope(stop);
+    BoundedOutputs outputs(surroundings.outputLimit, scope);
+    try {
+        if (surroundings.access && surroundings.access->token) {
+            requireSendable(*surroundings.access->token, QStringLiteral("The token"));
+        }
+        ChildProcess::Command command;
+        command.program = surroundings.program;
+        command.arguments = withAuthor(std::move(arguments), surroundings.identity);
+        command.environment = gitEnvironment(ProcessEnvironment::inherited(), surroundings);
+        command.workingFolder = surroundings.folder.value_or(std::filesystem::path());
+        command.session = ChildProcess::Session::Own;
+        ChildProcess::OutputReader reader = [&outputs](ChildProcess::Output output, std::string_view piece) {
+            outputs.take(output, piece);
+        };
+        const ChildProcess::Result result =
+            co_await ChildProcess::run(std::move(command), scope.token(), std::move(reader));
+        co_return RunResult{result.status, decoded(outputs.standardOutput), decoded(outputs.standardError),
+                            std::move(outputs.standardOutput)};
+    } catch (const Cancelled&) {
+        if (!outputs.exceeded) {
+            throw;
+        }
+        throwIfCancelled(stop);
+        co_return RunResult{notStarted, {}, QStringLiteral("git was stopped: it said more than can be read")};
+    } catch (const std::exception& failure) {
+        co_return RunResult{notStarted, {}, describe(failure)};
+    }
+}
+
+QString Git::remoteUrl(const PlatformConfig& config, const QString& site) {
+    return config.origin() + QStringLiteral("/git/") + site;
+}
 
 bool Git::toolsInstalled(const std::filesystem::path& program) {
     std::string name = program;

@@ -26,6 +26,10 @@ void ProcessEnvironment::unset(std::string_view name) {
     }
 }
 
+void ProcessEnvironment::unsetBeginningWith(std::string_view prefix) {
+    std::erase_if(m_variables, [prefix](const auto& variable) { return variable.first.starts_with(prefix); });
+}
+
 std::vector<std::string> ProcessEnvironment::entries() const {
     std::vector<std::string> entries;
     entries.reserve(m_variables.size());

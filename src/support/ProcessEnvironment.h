@@ -17,6 +17,7 @@ public:
 
     void set(std::string_view name, std::string_view value);
     void unset(std::string_view name);
+    void unsetBeginningWith(std::string_view prefix);
 
     /// "NAME=value" entries, as execve(2) takes them.
     [[nodiscard]] std::vector<std::string> entries() const;

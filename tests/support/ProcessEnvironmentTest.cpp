@@ -36,6 +36,15 @@ TEST(ProcessEnvironmentTest, ForgetsAVariable) {
     EXPECT_THAT(environment.entries(), ElementsAre("B=2"));
 }
 
+TEST(ProcessEnvironmentTest, UnsetsAllThatBeginInTheSameWay) {
+    ProcessEnvironment environment;
+    for (const char* const name : {"GIT", "GIT_", "GIT_DIR", "MY_GIT_DIR"}) {
+        environment.set(name, "1");
+    }
+    environment.unsetBeginningWith("GIT_");
+    EXPECT_THAT(environment.entries(), ElementsAre("GIT=1", "MY_GIT_DIR=1"));
+}
+
 TEST(ProcessEnvironmentTest, InheritsWhatTheProgramHasAtThatMoment) {
     const ScopedVariable odd("DRIFTWELL_TEST_ODD", QByteArray("caf\xE9 = \n end"));
     const ScopedVariable gone("DRIFTWELL_TEST_GONE", std::nullopt);

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "collab/Git.h"
+#include "support/Task.h"
+
+#include <QString>
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <set>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace driftwell {
+
+/// A folder whose own settings were found harmless a moment ago (FolderGuard.h): the only way in which the engine runs
+/// git in a folder that has version control.
+class LinkedFolder {
+public:
+    /// Only for a folder that a FolderGuard lets through.
+    LinkedFolder(std::filesystem::path path, std::stop_token stop);
+
+    [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
+    [[nodiscard]] const std::stop_token& stop() const { return m_stop; }
+
+    [[nodiscard]] Task<Git::RunResult> git(std::vector<std::string> arguments,
+                                           std::optional<Git::Access> access = std::nullopt,
+                                           std::optional<Identity> identity = std::nullopt) const;
+
+    /// A merge was begun and is not committed.
+    [[nodiscard]] bool isMerging() const;
+
+    /// The files of the merge that are not clean yet (UnmergedFiles.h). None when git cannot tell.
+    [[nodiscard]] Task<std::vector<std::string>> unresolved() const;
+
+    /// A repository within the folder that git would enter, under that one's own settings, when it adds all files.
+    [[nodiscard]] Task<std::optional<std::string>> repositoryWithin() const;
+
+private:
+    std::filesystem::path m_path;
+    std::stop_token m_stop;
+};
+
+} // namespace driftwell
