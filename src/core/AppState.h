@@ -10,6 +10,7 @@ namespace driftwell {
 
 class CLIInstaller;
 class Catalog;
+class Collaboration;
 class Connection;
 class Deployments;
 class DesktopServices;
@@ -46,6 +47,7 @@ public:
     [[nodiscard]] LocalServerController& localServer() const { return *m_localServer; }
     [[nodiscard]] LocalPlatform& localPlatform() const { return *m_localPlatform; }
     [[nodiscard]] SiteOperations& siteOperations() const { return *m_siteOperations; }
+    [[nodiscard]] Collaboration& collaboration() const { return *m_collaboration; }
     [[nodiscard]] Deployments& deployments() const { return *m_deployments; }
     [[nodiscard]] NewProject& newProject() const { return *m_newProject; }
     [[nodiscard]] SignIn& signIn() const { return *m_signIn; }
@@ -70,6 +72,7 @@ private:
     std::unique_ptr<Gates> m_gates;
     std::unique_ptr<LocalPlatform> m_localPlatform;
     std::unique_ptr<SiteOperations> m_siteOperations;
+    std::unique_ptr<Collaboration> m_collaboration;
     std::unique_ptr<Deployments> m_deployments;
     std::unique_ptr<NewProject> m_newProject;
     std::unique_ptr<SignIn> m_signIn;
