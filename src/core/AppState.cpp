@@ -5,6 +5,7 @@
 #include "core/Catalog.h"
 #include "core/Collaboration.h"
 #include "core/Connection.h"
+#include "core/DeepLinks.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"
 #include "core/LocalPlatform.h"
@@ -49,6 +50,14 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
                                     std::move(stop));
     };
     Deployments::Surroundings surroundings{followUp, writeAgentFiles, m_collaboration->linkedRoad()};
+    const auto openForEditing = [collaboration = m_collaboration.get()](const QString& site) {
+        collaboration->cloneFromDeepLink(site);
+    };
+    const auto refuseLink = [collaboration = m_collaboration.get()](const QString& reason) {
+        collaboration->report(reason);
+    };
+    m_deepLinks =
+        std::make_unique<DeepLinks>(m_client->urlScheme(), *m_connection, *m_gates, openForEditing, refuseLink);
     m_deployments = std::make_unique<Deployments>(*m_client, *m_connection, std::move(surroundings));
     const auto begin = [deployments = m_deployments.get()](const std::filesystem::path& folder) {
         deployments->beginDeploy(folder);

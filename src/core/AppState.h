@@ -12,6 +12,7 @@ class CLIInstaller;
 class Catalog;
 class Collaboration;
 class Connection;
+class DeepLinks;
 class Deployments;
 class DesktopServices;
 class Gates;
@@ -48,6 +49,7 @@ public:
     [[nodiscard]] LocalPlatform& localPlatform() const { return *m_localPlatform; }
     [[nodiscard]] SiteOperations& siteOperations() const { return *m_siteOperations; }
     [[nodiscard]] Collaboration& collaboration() const { return *m_collaboration; }
+    [[nodiscard]] DeepLinks& deepLinks() const { return *m_deepLinks; }
     [[nodiscard]] Deployments& deployments() const { return *m_deployments; }
     [[nodiscard]] NewProject& newProject() const { return *m_newProject; }
     [[nodiscard]] SignIn& signIn() const { return *m_signIn; }
@@ -73,6 +75,7 @@ private:
     std::unique_ptr<LocalPlatform> m_localPlatform;
     std::unique_ptr<SiteOperations> m_siteOperations;
     std::unique_ptr<Collaboration> m_collaboration;
+    std::unique_ptr<DeepLinks> m_deepLinks;
     std::unique_ptr<Deployments> m_deployments;
     std::unique_ptr<NewProject> m_newProject;
     std::unique_ptr<SignIn> m_signIn;

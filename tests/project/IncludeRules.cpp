@@ -73,7 +73,7 @@ std::string roomOf(std::string_view path) {
 
 /// The parts of the model. Each knows those that all stand on and none of the others; only what wires them knows all.
 constexpr std::array<std::string_view, 3> baseParts = {"Connection", "Catalog", "Gates"};
-constexpr std::array<std::string_view, 6> parts = {"Deployments", "SiteOperations", "Collaboration",
+constexpr std::array<std::string_view, 7> parts = {"Deployments", "SiteOperations", "Collaboration", "DeepLinks",
                                                    "SignIn",      "NewProject",     "LocalPlatform"};
 
 /// The class of a file or header of core, without its ending.
