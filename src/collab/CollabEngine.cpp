@@ -232,7 +232,8 @@ Task<std::optional<CollabState>> CollabEngine::siteState(SiteInfo site, std::fil
     if (guard.refusal) {
         const auto& urls = guard.remoteUrls;
         const bool isOfSite = std::find(urls.begin(), urls.end(), url.toStdString()) != urls.end();
-        if (isOfSite) {
+        // A folder that may be of the site is not taken for one that is not: a plain upload would replace its history.
+        if (isOfSite || !guard.areSettingsKnown) {
             co_return CollabState::needsAttention(*guard.refusal);
         }
         co_return notLinked;

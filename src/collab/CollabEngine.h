@@ -49,7 +49,7 @@ enum class Side {
 };
 
 /// How a folder stands to a site, from what is on this machine and the head in `site`; absent when the folder is not
-/// linked to this site on this platform. Uses no network.
+/// linked to this site on this platform. A folder of which nothing can tell needs attention. Uses no network.
 [[nodiscard]] Task<std::optional<CollabState>> siteState(SiteInfo site, std::filesystem::path folder,
                                                          PlatformConfig config, std::stop_token stop);
 
