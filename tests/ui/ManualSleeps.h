@@ -30,14 +30,15 @@ public:
     /// How many sleeps of this duration are under way.
     [[nodiscard]] std::ptrdiff_t count(Duration duration) const {
         return std::count_if(m_state->sleeps.begin(), m_state->sleeps.end(),
-                             [duration](const Sleep& each) { return each.duration == duration; });
+                             [duration](const Sleep& each) { return each.isFor(duration); });
     }
 
     /// Lets the latest sleep of this duration end.
     void wake(Duration duration) {
         const auto found = std::find_if(m_state->sleeps.rbegin(), m_state->sleeps.rend(),
-                                        [duration](const Sleep& each) { return each.duration == duration; });
+                                        [duration](const Sleep& each) { return each.isFor(duration); });
         ASSERT_NE(found, m_state->sleeps.rend()) << "nothing sleeps for " << duration.count() << " ms";
+        found->woken = true;
         found->alarm.succeed();
     }
 
@@ -45,6 +46,10 @@ private:
     struct Sleep {
         Duration duration;
         Completion<> alarm;
+        /// It is about to end.
+        bool woken = false;
+
+        [[nodiscard]] bool isFor(Duration wanted) const { return !woken && duration == wanted; }
     };
     struct State {
         std::list<Sleep> sleeps;

@@ -12,7 +12,8 @@
 
 #include <gmock/gmock.h>
 
-#include <map>
+#include <utility>
+#include <vector>
 
 namespace driftwell::tests {
 namespace {
@@ -409,7 +410,7 @@ TEST_F(SiteListViewTest, AChipOfUpdatesDoesNotRespond) {
 TEST_F(SiteListViewTest, InAWideWindowTheButtonOfTheFoldersStateStandsBeforeTheOthers) {
     connectedWithFolders();
     showList({1000, 600});
-    const std::map<const char*, const char*> buttons{
+    const std::vector<std::pair<const char*, const char*>> buttons{
         {"conflicted", "Resolve…"}, {"detached", "Details…"}, {"behind", "Update folder"}};
     for (const auto& [site, button] : buttons) {
         SCOPED_TRACE(site);
@@ -434,7 +435,7 @@ TEST_F(SiteListViewTest, InTheSmallestWindowThatButtonTakesThePlaceOfItsChip) {
     connectedWithFolders();
     showList({780, 520});
     const double column = textItem(QStringLiteral("Last updated"))->mapToScene({}).x();
-    const std::map<const char*, const char*> buttons{
+    const std::vector<std::pair<const char*, const char*>> buttons{
         {"conflicted", "Resolve…"}, {"detached", "Details…"}, {"behind", "Update folder"}};
     for (const auto& [site, button] : buttons) {
         SCOPED_TRACE(site);

@@ -27,6 +27,10 @@ Sheet {
             font.weight: Font.DemiBold
         }
         ScrollArea {
+            id: area
+
+            // The bar is beside the text.
+            Layout.rightMargin: -14
             Layout.fillWidth: true
             Layout.fillHeight: true
             implicitHeight: words.implicitHeight
@@ -35,7 +39,7 @@ Sheet {
             AppText {
                 id: words
 
-                width: parent.width
+                width: area.width - 14
                 wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                 text: sheet.model.text
                 textStyle: TextStyle.Callout

@@ -21,12 +21,20 @@ ColumnLayout {
 
         readonly property real rowHeight: 44
 
+        function askForRole(): void {
+            (currentItem as PersonRow)?.askForRole();
+        }
+
         Layout.fillWidth: true
         visible: count > 0
         // Half of a row more tells that there are more.
         implicitHeight: Math.min(contentHeight, 4.5 * rowHeight)
         label: "People with access"
         model: section.model.people
+        Keys.onReturnPressed: askForRole()
+        Keys.onEnterPressed: askForRole()
+        Keys.onSpacePressed: askForRole()
+        Keys.onMenuPressed: askForRole()
 
         delegate: PersonRow {
             id: row

@@ -10,13 +10,17 @@ ReadingRow {
     required property string person
     required property bool owner
 
-    readonly property bool current: ListView.isCurrentItem
-
     // The person's role was pressed.
     signal roleAsked(button: Item)
 
+    function askForRole(): void {
+        if (!owner)
+            roleAsked(role);
+    }
+
     implicitHeight: 44
     label: person + ", " + (owner ? "Owner" : "Viewer")
+    Accessible.description: owner ? "" : "Return opens the role"
 
     RowLayout {
         anchors.fill: parent
@@ -49,11 +53,11 @@ ReadingRow {
             id: role
 
             visible: !row.owner
-            // Of a long list the keyboard goes through the rows, and from the one it is at to its role.
-            focusPolicy: row.current ? Qt.StrongFocus : Qt.ClickFocus
+            // The keyboard has the row for it: Tab would go through all of a long list.
+            focusPolicy: Qt.NoFocus
             text: "Viewer"
             Accessible.name: "Viewer, " + row.person
-            onClicked: row.roleAsked(role)
+            onClicked: row.askForRole()
         }
     }
 }

@@ -38,7 +38,7 @@ Sheet {
                 implicitHeight: 30
                 symbol: "xmark"
                 size: 12
-                label: "Close"
+                label: "Close sheet"
                 onClicked: sheet.model.close()
             }
         }

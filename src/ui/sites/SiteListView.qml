@@ -11,7 +11,7 @@ Item {
     required property SiteListModel model
 
     // Where the window is wide, all that a row offers stands side by side.
-    readonly property real actionsWidth: list.width >= 850 ? 290 : 200
+    readonly property real actionsWidth: list.width >= 870 ? 306 : 200
 
     function openCurrent(): void {
         const row = list.currentItem as SiteRow;

@@ -27,7 +27,7 @@ Item {
     readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
     readonly property bool hovered: hover.hovered || (menu.visible && menu.site === name)
     readonly property bool actionsShown: hovered || current || actions.activeFocus
-    readonly property bool roomy: actionsWidth >= 290
+    readonly property bool roomy: actionsWidth >= 306
     readonly property bool chipShown: collabLabel !== "" && !busy
     // Where the column is that tells since when the site is as it is.
     readonly property real updatedX: columns.x + updated.x

@@ -29,6 +29,8 @@ Sheet {
         ScrollArea {
             id: area
 
+            // The bar is beside the text.
+            Layout.rightMargin: -14
             Layout.fillWidth: true
             Layout.fillHeight: true
             implicitHeight: words.implicitHeight
@@ -37,7 +39,7 @@ Sheet {
             AppText {
                 id: words
 
-                width: area.width - (area.interactive ? 12 : 0)
+                width: area.width - 14
                 wrapMode: Text.Wrap
                 text: alert.model.text
                 textStyle: TextStyle.Callout
