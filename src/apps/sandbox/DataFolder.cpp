@@ -17,6 +17,14 @@ std::runtime_error cannotUse(const std::filesystem::path& folder, const std::str
     return std::runtime_error("the data folder " + folder.string() + " cannot be used: " + reason);
 }
 
+void removeAllBut(const std::set<std::string>& kept, const std::filesystem::path& folder) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (!kept.contains(entry.path().filename().string())) {
+            std::filesystem::remove_all(entry.path());
+        }
+    }
+}
+
 } // namespace
 
 DataFolder::DataFolder(std::filesystem::path root) : m_root(std::move(root)) {
@@ -38,6 +46,8 @@ DataFolder::DataFolder(std::filesystem::path root) : m_root(std::move(root)) {
     try {
         std::filesystem::create_directories(m_root / "uploads");
         std::filesystem::create_directories(m_root / "versions");
+        std::filesystem::create_directories(m_root / "repositories");
+        std::filesystem::create_directories(m_root / "hooks");
     } catch (const std::filesystem::filesystem_error& error) {
         close(m_lock);
         throw cannotUse(m_root, error.code().message());
@@ -61,15 +71,11 @@ std::filesystem::path DataFolder::standardLocation() {
     return std::filesystem::path(home) / ".local/share/driftwell-sandbox";
 }
 
-void DataFolder::removeLeftovers(const std::set<std::string>& kept) const {
-    for (const auto& entry : std::filesystem::directory_iterator(m_root / "uploads")) {
-        std::filesystem::remove_all(entry.path());
-    }
-    for (const auto& entry : std::filesystem::directory_iterator(m_root / "versions")) {
-        if (!kept.contains(entry.path().filename().string())) {
-            std::filesystem::remove_all(entry.path());
-        }
-    }
+void DataFolder::removeLeftovers(const std::set<std::string>& versions,
+                                 const std::set<std::string>& repositories) const {
+    removeAllBut({}, m_root / "uploads");
+    removeAllBut(versions, m_root / "versions");
+    removeAllBut(repositories, m_root / "repositories");
 }
 
 } // namespace driftwell::sandbox

@@ -6,9 +6,10 @@
 
 namespace driftwell::sandbox {
 
-/// The folder that holds everything: `sandbox.sqlite3`, `uploads/` with archives being received, and `versions/` with
-/// one folder for each unpacked version. One program at a time has it; the lock ends with the program, however that
-/// ends.
+/// The folder that holds everything: `sandbox.sqlite3`, `uploads/` with what is being received, `versions/` with one
+/// folder for each unpacked version, `repositories/` with the histories of sites that people edit together, and
+/// `hooks/` with what git asks when it takes a push. One program at a time has it; the lock ends with the program,
+/// however that ends.
 class DataFolder {
 public:
     /// Makes the folder where it is missing. Throws std::runtime_error when it cannot be written or is in use.
@@ -23,9 +24,13 @@ public:
     [[nodiscard]] std::filesystem::path upload(const std::string& id) const { return m_root / "uploads" / id; }
     [[nodiscard]] std::filesystem::path version(const std::string& id) const { return m_root / "versions" / id; }
 
-    /// Removes what a program that ended in the middle of its work left behind: every upload, and every version that is
-    /// not among `kept`.
-    void removeLeftovers(const std::set<std::string>& kept) const;
+    [[nodiscard]] std::filesystem::path repositories() const { return m_root / "repositories"; }
+    [[nodiscard]] std::filesystem::path repository(const std::string& id) const { return repositories() / id; }
+    [[nodiscard]] std::filesystem::path hooks() const { return m_root / "hooks"; }
+
+    /// Removes what a program that ended in the middle of its work left behind: every upload, and every version and
+    /// repository that is not among those to be kept.
+    void removeLeftovers(const std::set<std::string>& versions, const std::set<std::string>& repositories) const;
 
 private:
     std::filesystem::path m_root;

@@ -84,6 +84,12 @@ void Exchange::answerPage(int status, const std::string& html) {
     m_response.set_content(html, "text/html; charset=utf-8");
 }
 
+void Exchange::answerText(int status, const std::string& text) {
+    m_response.status = status;
+    m_response.set_header("Cache-Control", "no-store");
+    m_response.set_content(text + '\n', "text/plain; charset=utf-8");
+}
+
 void Exchange::redirect(int status, const std::string& location) {
     m_response.status = status;
     m_response.set_header("Cache-Control", "no-store");
