@@ -85,8 +85,8 @@ Task<Opened> openOf(Git::Access access, std::filesystem::path folder, std::stop_
 /// Of a folder that is on "main".
 Task<CollabState> stateOnBranch(LinkedFolder folder, std::optional<QString> head) {
     if (folder.isMerging()) {
-        const std::vector<std::string> unresolved = co_await folder.unresolved();
-        co_return stateOfMerge(texts(unresolved));
+        const LinkedFolder::Unresolved unresolved = co_await folder.unresolved();
+        co_return stateOfMerge(texts(unresolved.files));
     }
     if (!head) {
         co_return CollabState::upToDate();
@@ -108,10 +108,9 @@ Task<CollabState> stateOnBranch(LinkedFolder folder, std::optional<QString> head
 }
 
 Task<Failure> addAll(LinkedFolder folder) {
-    const std::optional<std::string> within = co_await folder.repositoryWithin();
-    if (within) {
-        co_return QStringLiteral("the folder was left alone: it holds another git repository in “%1”")
-            .arg(text(*within));
+    const Failure obstacle = co_await folder.obstacleToAdding();
+    if (obstacle) {
+        co_return obstacle;
     }
     Arguments add{"add", "-A"};
     const Git::RunResult added = co_await folder.git(std::move(add));
@@ -177,19 +176,33 @@ Task<SyncOutcome> pullAndPush(LinkedFolder folder, Git::Access access, Identity 
     }
 }
 
-Task<SyncOutcome> publish(LinkedFolder folder, Git::Access access, Identity identity) {
+/// Commits what the folder has, which may be a merge whose files are clean. Gives why nothing more is to be done.
+Task<std::optional<SyncOutcome>> commitOwnWork(LinkedFolder folder, Identity identity) {
+    std::optional<SyncOutcome> end;
     Failure failure;
     if (folder.isMerging()) {
-        const std::vector<std::string> unresolved = co_await folder.unresolved();
-        if (!unresolved.empty()) {
-            co_return SyncOutcome::conflict();
+        const LinkedFolder::Unresolved unresolved = co_await folder.unresolved();
+        if (!unresolved.files.empty()) {
+            end = SyncOutcome::conflict();
+            co_return end;
         }
-        failure = co_await commitMerge(folder, identity);
+        failure = unresolved.failure;
+        if (!failure) {
+            failure = co_await commitMerge(folder, identity);
+        }
     } else {
         failure = co_await commitAll(folder, identity);
     }
     if (failure) {
-        co_return SyncOutcome::failed(*failure);
+        end = SyncOutcome::failed(*failure);
+    }
+    co_return end;
+}
+
+Task<SyncOutcome> publish(LinkedFolder folder, Git::Access access, Identity identity) {
+    const std::optional<SyncOutcome> end = co_await commitOwnWork(folder, identity);
+    if (end) {
+        co_return *end;
     }
     co_return co_await pullAndPush(folder, access, identity);
 }
@@ -219,7 +232,8 @@ Task<std::optional<CollabState>> CollabEngine::siteState(SiteInfo site, std::fil
     if (guard.refusal) {
         const auto& urls = guard.remoteUrls;
         const bool isOfSite = std::find(urls.begin(), urls.end(), url.toStdString()) != urls.end();
-        if (isOfSite) {
+        // A folder that may be of the site is not taken for one that is not: a plain upload would replace its history.
+        if (isOfSite || !guard.areSettingsKnown) {
             co_return CollabState::needsAttention(*guard.refusal);
         }
         co_return notLinked;
@@ -249,8 +263,8 @@ Task<QStringList> CollabEngine::unresolvedFiles(std::filesystem::path folder, st
     if (opened.refusal) {
         co_return QStringList();
     }
-    const std::vector<std::string> unresolved = co_await opened.folder.unresolved();
-    co_return texts(unresolved);
+    const LinkedFolder::Unresolved unresolved = co_await opened.folder.unresolved();
+    co_return texts(unresolved.files);
 }
 
 Task<std::optional<QString>> CollabEngine::mergeCounterpart(std::filesystem::path folder, std::stop_token stop) {
@@ -281,6 +295,10 @@ Task<std::optional<QString>> CollabEngine::completeMerge(std::filesystem::path f
     const Opened opened = co_await openForChange(folder, stop);
     if (opened.refusal) {
         co_return opened.refusal;
+    }
+    const LinkedFolder::Unresolved unresolved = co_await opened.folder.unresolved();
+    if (unresolved.failure) {
+        co_return unresolved.failure;
     }
     co_return co_await commitMerge(opened.folder, identity);
 }
@@ -313,16 +331,16 @@ Task<SyncOutcome> CollabEngine::update(std::filesystem::path folder, Git::Access
     if (opened.refusal) {
         co_return SyncOutcome::failed(*opened.refusal);
     }
-    const Failure failure = co_await commitAll(opened.folder, identity);
-    if (failure) {
-        co_return SyncOutcome::failed(*failure);
+    const std::optional<SyncOutcome> end = co_await commitOwnWork(opened.folder, identity);
+    if (end) {
+        co_return *end;
     }
     const Git::RunResult pulled = co_await pull(opened.folder, access, identity);
     if (pulled.code == 0) {
         co_return SyncOutcome::updated();
     }
-    const std::vector<std::string> unresolved = co_await opened.folder.unresolved();
-    if (!unresolved.empty() || opened.folder.isMerging()) {
+    const LinkedFolder::Unresolved unresolved = co_await opened.folder.unresolved();
+    if (!unresolved.files.empty() || opened.folder.isMerging()) {
         co_return SyncOutcome::conflict();
     }
     co_return SyncOutcome::failed(pulled.failureText());
@@ -336,6 +354,9 @@ Task<SyncOutcome> CollabEngine::resolveTaking(Side side, std::filesystem::path f
     }
     Arguments diff{"diff", "--name-only", "--diff-filter=U"};
     const Git::RunResult conflicted = co_await opened.folder.git(std::move(diff));
+    if (conflicted.code != 0) {
+        co_return SyncOutcome::failed(conflicted.failureText());
+    }
     if (const Arguments paths = lines(conflicted.outputBytes); !paths.empty()) {
         Arguments checkout{"checkout", side == Side::Ours ? "--ours" : "--theirs", "--"};
         checkout.insert(checkout.end(), paths.begin(), paths.end());

@@ -49,7 +49,7 @@ enum class Side {
 };
 
 /// How a folder stands to a site, from what is on this machine and the head in `site`; absent when the folder is not
-/// linked to this site on this platform. Uses no network.
+/// linked to this site on this platform. A folder of which nothing can tell needs attention. Uses no network.
 [[nodiscard]] Task<std::optional<CollabState>> siteState(SiteInfo site, std::filesystem::path folder,
                                                          PlatformConfig config, std::stop_token stop);
 
@@ -64,7 +64,8 @@ enum class Side {
 [[nodiscard]] Task<SyncOutcome> deploy(std::filesystem::path folder, Git::Access access, Identity identity,
                                        std::stop_token stop);
 
-/// Commits the merge in progress with the files as they are. Gives the failure.
+/// Commits the merge in progress with the files as they are, unless git cannot tell which are unmerged. Gives the
+/// failure.
 [[nodiscard]] Task<std::optional<QString>> completeMerge(std::filesystem::path folder, Identity identity,
                                                          std::stop_token stop);
 
@@ -72,7 +73,8 @@ enum class Side {
 [[nodiscard]] Task<std::optional<QString>> link(QString site, std::filesystem::path folder, Git::Access access,
                                                 std::stop_token stop);
 
-/// Commits what the folder has and merges what the platform has. Updated, Conflict or Failed.
+/// Commits what the folder has and merges what the platform has. Updated, Conflict or Failed. A merge in progress is
+/// treated as by deploy().
 [[nodiscard]] Task<SyncOutcome> update(std::filesystem::path folder, Git::Access access, Identity identity,
                                        std::stop_token stop);
 

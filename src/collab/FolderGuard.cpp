@@ -204,7 +204,8 @@ Task<FolderGuard> FolderGuard::inspect(std::filesystem::path folder, std::stop_t
     }
     const SettingsPlace place = settingsPlace(folder);
     std::error_code error;
-    if (!fs::is_regular_file(place.file, error)) {
+    // What git has made is never without a setting; a file without a byte is what a crash leaves.
+    if (!fs::is_regular_file(place.file, error) || fs::file_size(place.file, error) == 0) {
         guard.refusal = QStringLiteral("its version control has no settings");
         co_return guard;
     }
@@ -219,6 +220,7 @@ Task<FolderGuard> FolderGuard::inspect(std::filesystem::path folder, std::stop_t
         co_return guard;
     }
     const std::vector<GitSetting> settings = parseSettings(listed.outputBytes);
+    guard.areSettingsKnown = true;
     for (const GitSetting& setting : settings) {
         if (setting.key == "remote.driftwell.url") {
             guard.remoteUrls.push_back(setting.value.value_or(std::string()));

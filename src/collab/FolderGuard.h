@@ -28,6 +28,8 @@ struct GitSetting {
 struct FolderGuard {
     /// There is something named ".git" in the folder.
     bool hasVersionControl = false;
+    /// The folder's settings were read. Where they were not, nothing tells what the folder is linked to.
+    bool areSettingsKnown = false;
     /// The addresses of the remote "driftwell" in the folder's settings.
     std::vector<std::string> remoteUrls = {};
     /// Why git must not run in the folder, in words that go on after "right now". Where there is no version control,

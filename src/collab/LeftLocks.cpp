@@ -6,9 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <ctime>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -19,38 +21,51 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array<const char*, 9> lockNames{
-    "index.lock",
-    "HEAD.lock",
-    "config.lock",
-    "packed-refs.lock",
-    "shallow.lock",
-    "ORIG_HEAD.lock",
-    "MERGE_HEAD.lock",
-    "refs/heads/main.lock",
-    "refs/remotes/driftwell/main.lock",
-};
-
 bool isWithin(const fs::path& path, const fs::path& folder) {
     return path == folder || path.string().starts_with(folder.string() + "/");
 }
 
 struct Lock {
     fs::path path;
+    struct stat status;
     std::chrono::nanoseconds age;
 };
 
-std::vector<Lock> ownLocks(const fs::path& folder) {
-    std::vector<Lock> locks;
+bool isUntouched(const Lock& lock, const Lock& before) {
+    return lock.path == before.path && lock.status.st_ino == before.status.st_ino &&
+           lock.status.st_size == before.status.st_size && lock.status.st_ctim.tv_sec == before.status.st_ctim.tv_sec &&
+           lock.status.st_ctim.tv_nsec == before.status.st_ctim.tv_nsec;
+}
+
+/// Adds it if it is a lock of this user's.
+void addLock(std::vector<Lock>& locks, const fs::path& path) {
     struct timespec now {};
     ::clock_gettime(CLOCK_REALTIME, &now);
-    for (const char* const name : lockNames) {
-        const fs::path path = folder / ".git" / name;
-        struct stat status {};
-        if (::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid()) {
-            locks.push_back({path, std::chrono::seconds(now.tv_sec - status.st_mtim.tv_sec) +
-                                       std::chrono::nanoseconds(now.tv_nsec - status.st_mtim.tv_nsec)});
+    struct stat status {};
+    if (path.extension() == ".lock" && ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+        status.st_uid == ::geteuid()) {
+        locks.push_back({path, status,
+                         std::chrono::seconds(now.tv_sec - status.st_mtim.tv_sec) +
+                             std::chrono::nanoseconds(now.tv_nsec - status.st_mtim.tv_nsec)});
+    }
+}
+
+/// Git adds ".lock" to the name of what it is about to replace, and no reference may be named so
+/// (gitrepository-layout(5), git-check-ref-format(1)).
+std::vector<Lock> ownLocks(const fs::path& folder) {
+    std::vector<Lock> locks;
+    const fs::path git = folder / ".git";
+    std::error_code error;
+    for (const char* const part : {"", "objects", "objects/info", "objects/pack"}) {
+        for (fs::directory_iterator entries(git / part, error), end; !error && entries != end;
+             entries.increment(error)) {
+            addLock(locks, entries->path());
         }
+    }
+    error.clear();
+    for (fs::recursive_directory_iterator entries(git / "refs", error), end; !error && entries != end;
+         entries.increment(error)) {
+        addLock(locks, entries->path());
     }
     return locks;
 }
@@ -63,6 +78,38 @@ std::chrono::nanoseconds ageOfYoungest(const std::vector<Lock>& locks, std::chro
     return youngest;
 }
 
+bool isOpenIn(const fs::path& process, const std::function<bool(const fs::path&)>& isLookedFor) {
+    std::error_code error;
+    for (fs::directory_iterator files(process / "fd", error), end; !error && files != end; files.increment(error)) {
+        std::error_code gone;
+        const fs::path file = fs::read_symlink(files->path(), gone);
+        if (!gone && isLookedFor(file)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool isNamedIn(const fs::path& process, const fs::path& place) {
+    std::ifstream file(process / "cmdline", std::ios::binary);
+    const std::string arguments(std::istreambuf_iterator<char>(file), {});
+    return arguments.find(place.string()) != std::string::npos;
+}
+
+/// Whether a process, as /proc has it, is a git that works on the folder, or anything that has a lock there open.
+bool isAtWork(const fs::path& process, const fs::path& place) {
+    std::error_code gone;
+    const fs::path program = fs::read_symlink(process / "exe", gone);
+    if (gone || !program.filename().string().starts_with("git")) {
+        return isOpenIn(process, [&place](const fs::path& file) {
+            return file.extension() == ".lock" && isWithin(file, place / ".git");
+        });
+    }
+    const fs::path workingFolder = fs::read_symlink(process / "cwd", gone);
+    return isWithin(workingFolder, place) || isNamedIn(process, place) ||
+           isOpenIn(process, [&place](const fs::path& file) { return isWithin(file, place); });
+}
+
 } // namespace
 
 bool isGitAtWork(const std::filesystem::path& folder) {
@@ -71,13 +118,8 @@ bool isGitAtWork(const std::filesystem::path& folder) {
     for (fs::directory_iterator processes("/proc", error), end; !error && processes != end;
          processes.increment(error)) {
         const fs::path process = processes->path();
-        if (std::isdigit(static_cast<unsigned char>(process.filename().string().front())) == 0) {
-            continue;
-        }
-        std::error_code gone;
-        const fs::path workingFolder = fs::read_symlink(process / "cwd", gone);
-        const fs::path program = fs::read_symlink(process / "exe", gone);
-        if (!gone && program.filename().string().starts_with("git") && isWithin(workingFolder, place)) {
+        if (std::isdigit(static_cast<unsigned char>(process.filename().string().front())) != 0 &&
+            isAtWork(process, place)) {
             return true;
         }
     }
@@ -87,9 +129,10 @@ bool isGitAtWork(const std::filesystem::path& folder) {
 Task<> removeLeftLocks(std::filesystem::path folder, std::stop_token stop, std::chrono::milliseconds age) {
     // The file system's clock and the one that is slept by differ by a little.
     constexpr std::chrono::milliseconds margin{20};
-    const std::chrono::nanoseconds left = age - ageOfYoungest(ownLocks(folder), age);
+    const std::vector<Lock> before = ownLocks(folder);
+    const std::chrono::nanoseconds left = age - ageOfYoungest(before, age);
     if (left.count() > 0) {
-        // What was touched in the future is not waited for.
+        // What was touched in the future is watched for as long as a fresh one.
         co_await sleepFor(std::min(std::chrono::ceil<std::chrono::milliseconds>(left), age) + margin, stop);
     }
     const std::vector<Lock> locks = ownLocks(folder);
@@ -97,7 +140,9 @@ Task<> removeLeftLocks(std::filesystem::path folder, std::stop_token stop, std::
         co_return;
     }
     for (const Lock& lock : locks) {
-        if (lock.age >= age) {
+        const bool wasWatched =
+            std::any_of(before.begin(), before.end(), [&lock](const Lock& seen) { return isUntouched(lock, seen); });
+        if (lock.age >= age || (lock.age.count() < 0 && wasWatched)) {
             std::error_code ignored;
             fs::remove(lock.path, ignored);
         }

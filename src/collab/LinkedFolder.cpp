@@ -16,6 +16,29 @@ bool isThere(const std::filesystem::path& path) {
     return std::filesystem::symlink_status(path, error).type() != std::filesystem::file_type::not_found;
 }
 
+/// What `git ls-files -t --stage --others -z` prints: a letter and a blank, then a path that git does not know ("?"),
+/// or mode, object and stage, a TAB and the path of an entry of the index.
+std::optional<std::string> repositoryAmong(std::string_view entries, const std::filesystem::path& folder) {
+    constexpr std::size_t letter = 2;
+    while (!entries.empty()) {
+        const std::string_view entry = entries.substr(0, entries.find('\0'));
+        entries.remove_prefix(std::min(entries.size(), entry.size() + 1));
+        // Of what it does not know git lists files, and only a repository as a folder.
+        if (entry.starts_with("? ") && entry.ends_with('/')) {
+            return std::string(entry.substr(letter, entry.size() - letter - 1));
+        }
+        // The mode of another repository's commit (gitformat-index(5)).
+        const std::size_t tab = entry.find('\t');
+        if (!entry.starts_with("? ") && entry.find(" 160000 ") == 1 && tab != std::string_view::npos) {
+            const std::string path(entry.substr(tab + 1));
+            if (isThere(folder / path / ".git")) {
+                return path;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 LinkedFolder::LinkedFolder(std::filesystem::path path, std::stop_token stop)
@@ -34,37 +57,35 @@ bool LinkedFolder::isMerging() const {
     return isThere(m_path / ".git" / "MERGE_HEAD");
 }
 
-Task<std::vector<std::string>> LinkedFolder::unresolved() const {
+Task<LinkedFolder::Unresolved> LinkedFolder::unresolved() const {
     const std::filesystem::path folder = m_path;
     std::vector<std::string> arguments{"ls-files", "-u", "-z"};
     const Git::RunResult listed = co_await git(std::move(arguments));
+    Unresolved result;
     if (listed.code != 0) {
-        co_return std::vector<std::string>();
+        result.failure = listed.failureText();
+        co_return result;
     }
     const auto look = [folder, unmerged = parseUnmerged(listed.outputBytes)] {
         return unresolvedAmong(folder, unmerged);
     };
-    co_return co_await runOnPool(look);
+    result.files = co_await runOnPool(look);
+    co_return result;
 }
 
-Task<std::optional<std::string>> LinkedFolder::repositoryWithin() const {
+Task<std::optional<QString>> LinkedFolder::obstacleToAdding() const {
     const std::filesystem::path folder = m_path;
-    std::vector<std::string> arguments{"ls-files", "--stage", "-z"};
+    std::vector<std::string> arguments{"ls-files", "-t", "--stage", "--others", "--exclude-standard", "-z"};
     const Git::RunResult listed = co_await git(std::move(arguments));
-    std::string_view entries = listed.outputBytes;
-    while (!entries.empty()) {
-        const std::string_view entry = entries.substr(0, entries.find('\0'));
-        entries.remove_prefix(std::min(entries.size(), entry.size() + 1));
-        const std::size_t tab = entry.find('\t');
-        // The mode of another repository's commit (gitformat-index(5)).
-        if (entry.starts_with("160000 ") && tab != std::string_view::npos) {
-            const std::string path(entry.substr(tab + 1));
-            if (isThere(folder / path / ".git")) {
-                co_return path;
-            }
-        }
+    if (listed.code != 0) {
+        co_return listed.failureText();
     }
-    co_return std::nullopt;
+    const std::optional<std::string> within = repositoryAmong(listed.outputBytes, folder);
+    if (!within) {
+        co_return std::nullopt;
+    }
+    co_return QStringLiteral("the folder was left alone: it holds another git repository in “%1”")
+        .arg(QString::fromStdString(*within));
 }
 
 } // namespace driftwell

@@ -32,11 +32,17 @@ public:
     /// A merge was begun and is not committed.
     [[nodiscard]] bool isMerging() const;
 
-    /// The files of the merge that are not clean yet (UnmergedFiles.h). None when git cannot tell.
-    [[nodiscard]] Task<std::vector<std::string>> unresolved() const;
+    /// The files of a merge that are not clean yet (UnmergedFiles.h).
+    struct Unresolved {
+        std::vector<std::string> files = {};
+        /// Git's words when it cannot tell; there are no files then.
+        std::optional<QString> failure = {};
+    };
+    [[nodiscard]] Task<Unresolved> unresolved() const;
 
-    /// A repository within the folder that git would enter, under that one's own settings, when it adds all files.
-    [[nodiscard]] Task<std::optional<std::string>> repositoryWithin() const;
+    /// Why git must not add all files, for people: there is a repository within the folder, which git would enter under
+    /// that one's own settings or commit as one entry without its files, or git cannot tell.
+    [[nodiscard]] Task<std::optional<QString>> obstacleToAdding() const;
 
 private:
     std::filesystem::path m_path;

@@ -3,7 +3,7 @@
 #include "support/OpenBeneath.h"
 #include "support/UniqueFd.h"
 
-#include <QStringDecoder>
+#include <QUtf8StringView>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -47,6 +47,7 @@ std::optional<std::string> contentOf(const std::filesystem::path& folder, const 
         return std::nullopt;
     }
     std::string content;
+    content.reserve(std::min(static_cast<std::size_t>(status.st_size), textLimit));
     std::array<char, 64 * 1024> block;
     for (;;) {
         const ssize_t got = ::read(file.get(), block.data(), block.size());
@@ -61,18 +62,13 @@ std::optional<std::string> contentOf(const std::filesystem::path& folder, const 
     }
 }
 
-bool isUtf8(std::string_view bytes) {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
-    return !decoder.hasError();
-}
-
 bool isClean(const std::filesystem::path& folder, const std::string& path) {
     const std::optional<std::string> content = contentOf(folder, path);
     if (!content || content->substr(0, binaryTestBytes).find('\0') != std::string::npos) {
         return false;
     }
-    return isUtf8(*content) && !hasConflictMarkers(*content);
+    return QUtf8StringView(content->data(), static_cast<qsizetype>(content->size())).isValidUtf8() &&
+           !hasConflictMarkers(*content);
 }
 
 } // namespace

@@ -362,6 +362,41 @@ TEST_F(CollabEngineTest, TakingASideOutsideAMergeFailsInGitsWords) {
     EXPECT_THAT(outcome.text.toStdString(), HasSubstr("nothing to commit, working tree clean"));
 }
 
+TEST_F(CollabEngineTest, WhereGitCannotListTheConflictsNoSideIsTakenAndTheMergeStays) {
+    m_folder = conflictedFolder("folder");
+    {
+        const RefusingGit refusing("diff --name-only --diff-filter=U");
+        EXPECT_EQ(taking(Side::Ours), Outcome::failed(QString::fromUtf8(RefusingGit::words)));
+    }
+    EXPECT_EQ(state(), CollabState::conflict({QStringLiteral("index.html")}));
+    EXPECT_EQ(m_platform.file("site", "index.html"), "theirs\n");
+}
+
+TEST_F(CollabEngineTest, WhereGitCannotListWhatIsUnmergedNoMergeIsPublished) {
+    m_folder = conflictedFolder("folder");
+    {
+        const RefusingGit refusing("ls-files -u");
+        const Outcome refused = Outcome::failed(QString::fromUtf8(RefusingGit::words));
+        EXPECT_EQ(deploy(), refused);
+        EXPECT_EQ(update(), refused);
+        EXPECT_EQ(await(CollabEngine::completeMerge(m_folder, identity(), {})), refused.text);
+        EXPECT_THAT(await(CollabEngine::unresolvedFiles(m_folder, {})), IsEmpty());
+        EXPECT_EQ(state(), CollabState::resolved());
+    }
+    EXPECT_EQ(state(), CollabState::conflict({QStringLiteral("index.html")}));
+    EXPECT_EQ(m_platform.file("site", "index.html"), "theirs\n");
+}
+
+TEST_F(CollabEngineTest, AnUpdateInTheMiddleOfAMergeCommitsNoMarkers) {
+    m_folder = conflictedFolder("folder");
+    EXPECT_EQ(update(), Outcome::conflict());
+    EXPECT_EQ(state(), CollabState::conflict({QStringLiteral("index.html")}));
+    inFolder("echo both > index.html");
+    EXPECT_EQ(update(), Outcome::updated());
+    EXPECT_EQ(inFolder("git rev-list --count --merges HEAD && cat index.html"), "1\nboth\n");
+    EXPECT_EQ(state(), CollabState::upToDate());
+}
+
 TEST_F(CollabEngineTest, ACloneHasTheShapeOfALinkedFolder) {
     m_folder = m_home / "clone";
     EXPECT_EQ(clone(m_folder), std::nullopt);
@@ -416,6 +451,31 @@ TEST_F(CollabEngineTest, ARepositoryWithinTheFolderIsNotEntered) {
     EXPECT_EQ(deploy(),
               Outcome::failed(QStringLiteral("the folder was left alone: it holds another git repository in “inner”")));
     EXPECT_FALSE(std::filesystem::exists(ran));
+}
+
+TEST_F(CollabEngineTest, ARepositoryWithinTheFolderIsNotCommittedAsOneEntry) {
+    m_folder = newFolder("folder");
+    inFolder(
+        "echo mine > index.html && echo base > page.html && git init --quiet sub/inner && cd sub/inner && echo a > "
+        "f && git add -A && git commit --quiet -m x");
+    ASSERT_EQ(link(), std::nullopt);
+    const Outcome refused =
+        Outcome::failed(QStringLiteral("the folder was left alone: it holds another git repository in “sub/inner”"));
+    EXPECT_EQ(deploy(), refused);
+    EXPECT_EQ(update(), refused);
+    EXPECT_EQ(inFolder("git ls-files"), "index.html\nother.html\n");
+    inFolder("echo sub/inner > .gitignore");
+    EXPECT_EQ(deploy(), Outcome::published());
+    EXPECT_EQ(onPlatform("git ls-tree -r --name-only main"), ".gitignore\nindex.html\npage.html\n");
+}
+
+TEST_F(CollabEngineTest, WhereGitCannotListTheFolderNothingIsCommitted) {
+    m_folder = linkedFolder("folder");
+    inFolder("echo mine > index.html");
+    const RefusingGit refusing("ls-files");
+    EXPECT_EQ(deploy(), Outcome::failed(QString::fromUtf8(RefusingGit::words)));
+    EXPECT_EQ(update(), Outcome::failed(QString::fromUtf8(RefusingGit::words)));
+    EXPECT_EQ(inFolder("unset LD_PRELOAD; git status --porcelain"), " M index.html\n");
 }
 
 TEST_F(CollabEngineTest, AFolderWithoutVersionControlIsNotPublished) {

@@ -10,13 +10,47 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <optional>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+namespace driftwell {
+
+inline void PrintTo(const CollabState& state, std::ostream* stream) {
+    constexpr std::array<const char*, 5> kinds{"conflict", "needs attention", "up to date", "updates available",
+                                               "resolved"};
+    *stream << kinds.at(static_cast<std::size_t>(state.kind)) << " " << state.files.join(QLatin1Char(' ')).toStdString()
+            << state.text.toStdString();
+}
+
+namespace CollabEngine {
+
+inline void PrintTo(const SyncOutcome& outcome, std::ostream* stream) {
+    constexpr std::array<const char*, 4> kinds{"published", "updated", "conflict", "failed"};
+    *stream << kinds.at(static_cast<std::size_t>(outcome.kind)) << " " << outcome.text.toStdString();
+}
+
+} // namespace CollabEngine
+
+} // namespace driftwell
+
 namespace driftwell::tests {
+
+/// Has every git that begins with these arguments fail, until the end of the scope.
+class RefusingGit {
+public:
+    explicit RefusingGit(const char* arguments) : m_arguments("FAULTY_GIT_REFUSES", QByteArray(arguments)) {}
+
+    static constexpr const char* words = "fatal: as the test wants it\n";
+
+private:
+    ScopedVariable m_library{"LD_PRELOAD", QByteArray(FAULTY_GIT)};
+    ScopedVariable m_arguments;
+};
 
 /// A person with a home folder of their own, without any settings for git, and a platform of which there is only git.
 class CollabFixture : public testing::Test {

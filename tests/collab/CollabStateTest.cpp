@@ -78,6 +78,24 @@ TEST_F(CollabStateTest, AGitFileThatPointsToAnotherFolderNeedsAttentionWhereItIs
     EXPECT_EQ(state(m_unknownHead), std::nullopt);
 }
 
+TEST_F(CollabStateTest, AFolderWhoseVersionControlCannotBeJudgedNeedsAttention) {
+    m_folder = linkedFolder("folder");
+    const auto unreadable = CollabState::needsAttention(QStringLiteral("its git settings cannot be read"));
+    const auto missing = CollabState::needsAttention(QStringLiteral("its version control has no settings"));
+    inFolder("cp .git/config ../config && head -c 40 ../config > .git/config && echo '[' >> .git/config");
+    EXPECT_EQ(state(m_unknownHead), unreadable);
+    inFolder(": > .git/config");
+    EXPECT_EQ(state(m_unknownHead), missing);
+    inFolder("rm .git/config");
+    EXPECT_EQ(state(m_unknownHead), missing);
+    inFolder("mv .git ../moved && echo 'gitdir: ../nowhere' > .git");
+    EXPECT_EQ(state(m_unknownHead), missing);
+    inFolder("rm .git && mkdir .git");
+    EXPECT_EQ(state(std::nullopt), missing);
+    inFolder("rmdir .git && mv ../moved .git && cp ../config .git");
+    EXPECT_EQ(state(m_platform.head("site")), CollabState::upToDate());
+}
+
 TEST_F(CollabStateTest, ADetachedHeadNeedsAttention) {
     m_folder = linkedFolder("folder");
     inFolder("git checkout --quiet --detach");

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <fstream>
+
 namespace driftwell::tests {
 namespace {
 
@@ -98,6 +100,33 @@ TEST_F(UnresolvedAmong, AZeroByteFurtherOnIsText) {
 TEST_F(UnresolvedAmong, ATextThatIsNotUtf8IsUnresolved) {
     EXPECT_TRUE(isUnresolvedWith("a\xFF"));
     EXPECT_TRUE(isUnresolvedWith(std::string(100000, 'a') + "\xC3"));
+}
+
+/// The most memory that this process had since the last call, in bytes (proc(5)).
+std::size_t peakMemory() {
+    std::ifstream status("/proc/self/status");
+    std::size_t kilobytes = 0;
+    for (std::string word; status >> word;) {
+        if (word == "VmHWM:") {
+            status >> kilobytes;
+        }
+    }
+    std::ofstream("/proc/self/clear_refs") << "5";
+    return kilobytes * 1024;
+}
+
+TEST_F(UnresolvedAmong, ALargeTextIsNotHeldTwice) {
+    constexpr std::size_t size = std::size_t{64} * 1024 * 1024;
+    {
+        std::ofstream file(m_folder / "file");
+        for (std::size_t written = 0; written < size; written += 64) {
+            file << std::string(63, 'a') << '\n';
+        }
+    }
+    peakMemory();
+    const std::size_t before = peakMemory();
+    EXPECT_FALSE(isUnresolved("file"));
+    EXPECT_LT(peakMemory() - before, size * 2);
 }
 
 TEST_F(UnresolvedAmong, ThePathsAreSorted) {

@@ -41,7 +41,7 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
       m_updates(state.client().bundle(), openUserDefaults(state.client().store().file()), m_sessionBus),
       m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn(),
                 state.localServer(), m_updates.updater()),
-      m_window(state, desktop),
+      m_window(state, desktop, openUserDefaults(state.client().store().file())),
       m_settings(state, m_updates.updater(), desktop),
       m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });

@@ -22,7 +22,7 @@ constexpr std::uint64_t largestFetchRequest = std::uint64_t{16} << 20U;
 /// What git says to a push, and what it says first to a fetch: one branch, and what the check has to say.
 constexpr std::size_t longestAnswer = std::size_t{4} << 20U;
 constexpr std::size_t longestHead = 16 * 1024;
-constexpr std::chrono::seconds patience{30};
+constexpr std::chrono::seconds placeTimeout{30};
 
 constexpr std::string_view fetchService = "git-upload-pack";
 constexpr std::string_view pushService = "git-receive-pack";
@@ -269,7 +269,7 @@ void GitRemote::loseRace(const std::string& site) {
 }
 
 std::unique_ptr<GitRemote::Place> GitRemote::takePlace() {
-    if (!m_places.try_acquire_for(patience)) {
+    if (!m_places.try_acquire_for(placeTimeout)) {
         throw HttpError(503, "busy", "Too many people use git here at once; try again");
     }
     return std::make_unique<Place>(m_places);
