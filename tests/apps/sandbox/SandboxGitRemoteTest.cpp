@@ -75,7 +75,7 @@ protected:
         EXPECT_EQ(siteRecord().at("collab").at("head"), head);
         EXPECT_EQ(person->must("git ls-remote origin refs/heads/main | cut -f 1", "work"), head);
         waitUntil([this] { return entryCount(data / "versions") <= 2; });
-        EXPECT_EQ(entryCount(data / "uploads"), 0U);
+        waitUntil([this] { return entryCount(data / "uploads") == 0; });
         person->must("git reset --quiet --hard origin/main; git clean --quiet -ffdx", "work");
     }
 
@@ -241,7 +241,8 @@ TEST_F(SandboxGitLimits, holdForTheSizeOfARequest) {
                             .body(bomb, pushType)
                             .send();
     EXPECT_EQ(reply.status, 413);
-    EXPECT_EQ(entryCount(data / "uploads"), 0U);
+    EXPECT_EQ(reply.body, "The push is larger than 300.0 kB\n");
+    waitUntil([this] { return entryCount(data / "uploads") == 0; });
     person->must("git reset --quiet --hard HEAD~1", "work");
     EXPECT_EQ(person->push("echo x > x").exitCode, 0);
 }
