@@ -9,6 +9,7 @@
 #include "bench/SampleModel.h"
 #include "bench/SampleSite.h"
 #include "core/Catalog.h"
+#include "core/UserDefaults.h"
 #include "tooling/Updater.h"
 
 #include <QApplication>
@@ -139,7 +140,7 @@ void measure() {
     char* arguments[] = {name, nullptr};
     const QApplication application(count, arguments);
     model.refresh();
-    MainWindow window(model.state(), model.desktop());
+    MainWindow window(model.state(), model.desktop(), openUserDefaults(model.config()));
     window.show();
     if (!QTest::qWaitForWindowActive(window.view())) {
         throw std::runtime_error("the window did not come to the front");

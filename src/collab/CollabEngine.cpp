@@ -292,9 +292,9 @@ Task<std::optional<CollabState>> CollabEngine::siteState(SiteInfo site, std::fil
         co_return notLinked;
     }
     const QString url = Git::remoteUrl(config, site.name);
+    const auto& urls = guard.remoteUrls;
+    const bool isOfSite = std::find(urls.begin(), urls.end(), url.toStdString()) != urls.end();
     if (guard.refusal) {
-        const auto& urls = guard.remoteUrls;
-        const bool isOfSite = std::find(urls.begin(), urls.end(), url.toStdString()) != urls.end();
         // A folder that may be of the site is not taken for one that is not: a plain upload would replace its history.
         if (isOfSite || !guard.areSettingsKnown) {
             co_return CollabState::needsAttention(*guard.refusal);
@@ -304,6 +304,9 @@ Task<std::optional<CollabState>> CollabEngine::siteState(SiteInfo site, std::fil
     const LinkedFolder linked(folder, stop);
     Arguments getUrl{"remote", "get-url", Git::remoteName};
     const Git::RunResult remote = co_await linked.git(std::move(getUrl));
+    if (remote.code != 0 && isOfSite) {
+        co_return CollabState::needsAttention(QStringLiteral("git cannot read its version control"));
+    }
     if (remote.code != 0 || remote.standardOutput.trimmed() != url) {
         co_return notLinked;
     }
@@ -351,6 +354,18 @@ Task<SyncOutcome> CollabEngine::deploy(std::filesystem::path folder, Git::Access
         co_return SyncOutcome::failed(*opened.refusal);
     }
     co_return co_await publish(opened.folder, access, identity);
+}
+
+Task<std::optional<QString>> CollabEngine::commitWork(std::filesystem::path folder, Identity identity,
+                                                      std::stop_token stop) {
+    const Opened opened = co_await openForChange(folder, stop);
+    if (opened.refusal) {
+        co_return opened.refusal;
+    }
+    if (opened.folder.isMerging()) {
+        co_return QStringLiteral("a merge is in progress");
+    }
+    co_return co_await commitAll(opened.folder, identity);
 }
 
 Task<std::optional<QString>> CollabEngine::completeMerge(std::filesystem::path folder, Identity identity,

@@ -64,6 +64,10 @@ enum class Side {
 [[nodiscard]] Task<SyncOutcome> deploy(std::filesystem::path folder, Git::Access access, Identity identity,
                                        std::stop_token stop);
 
+/// Commits what the folder has, if that differs from its history. Gives the failure, also while a merge is in progress.
+[[nodiscard]] Task<std::optional<QString>> commitWork(std::filesystem::path folder, Identity identity,
+                                                      std::stop_token stop);
+
 /// Commits the merge in progress with the files as they are, unless git cannot tell which are unmerged. Gives the
 /// failure.
 [[nodiscard]] Task<std::optional<QString>> completeMerge(std::filesystem::path folder, Identity identity,

@@ -70,6 +70,8 @@ struct Surroundings {
     /// Who is the author of commits.
     std::optional<Identity> identity = {};
     Repository repository = Repository::OfFolder;
+    /// The file that stands in for the repository's own index; absolute.
+    std::optional<std::filesystem::path> index = {};
     /// The bytes of either output at which git is ended.
     std::size_t outputLimit = std::size_t{64} * 1024 * 1024;
     std::filesystem::path program = executable;

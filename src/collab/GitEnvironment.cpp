@@ -62,6 +62,9 @@ ProcessEnvironment gitEnvironment(ProcessEnvironment inherited, const Git::Surro
     if (surroundings.folder) {
         environment.set("GIT_CEILING_DIRECTORIES", surroundings.folder->parent_path().string());
     }
+    if (surroundings.index) {
+        environment.set("GIT_INDEX_FILE", surroundings.index->string());
+    }
     if (surroundings.repository == Git::Repository::None) {
         environment.set("GIT_DIR", "/dev/null");
     }

@@ -59,6 +59,15 @@ Task<Git::RunResult> LinkedFolder::git(std::vector<std::string> arguments, std::
     return Git::run(std::move(arguments), std::move(surroundings), m_stop);
 }
 
+Task<Git::RunResult> LinkedFolder::gitWithIndex(std::filesystem::path index, std::vector<std::string> arguments,
+                                                std::optional<Identity> identity) const {
+    Git::Surroundings surroundings;
+    surroundings.folder = m_path;
+    surroundings.identity = std::move(identity);
+    surroundings.index = std::move(index);
+    return Git::run(std::move(arguments), std::move(surroundings), m_stop);
+}
+
 bool LinkedFolder::isMerging() const {
     return isThere(m_path / ".git" / "MERGE_HEAD");
 }

@@ -29,6 +29,10 @@ public:
                                            std::optional<Git::Access> access = std::nullopt,
                                            std::optional<Identity> identity = std::nullopt) const;
 
+    /// The same with another index than the folder's, a file that may not exist yet.
+    [[nodiscard]] Task<Git::RunResult> gitWithIndex(std::filesystem::path index, std::vector<std::string> arguments,
+                                                    std::optional<Identity> identity) const;
+
     /// A merge was begun and is not committed.
     [[nodiscard]] bool isMerging() const;
 

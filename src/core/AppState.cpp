@@ -1,8 +1,11 @@
 #include "core/AppState.h"
 
+#include "collab/AgentScaffold.h"
 #include "core/AppSystem.h"
 #include "core/Catalog.h"
+#include "core/Collaboration.h"
 #include "core/Connection.h"
+#include "core/DeepLinks.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"
 #include "core/LocalPlatform.h"
@@ -31,12 +34,31 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
       m_gates(std::make_unique<Gates>(std::move(defaults), system.gitToolsInstalled, system.sleep)),
       m_localPlatform(std::make_unique<LocalPlatform>(m_client->store(), *m_connection, desktop, *m_localServer)),
       m_siteOperations(std::make_unique<SiteOperations>(*m_client, *m_connection, *m_catalog, desktop)),
+      m_collaboration(
+          std::make_unique<Collaboration>(*m_client, *m_connection, *m_catalog, *m_gates, desktop, system.sleep)),
       m_signIn(std::make_unique<SignIn>(*m_client, *m_connection, desktop, system.sleep)) {
     m_connection->bootWith(*m_localServer);
+    m_connection->followRefreshWith([collaboration = m_collaboration.get()](std::stop_token stop) {
+        return collaboration->refreshCollabStates(std::move(stop));
+    });
     const auto followUp = [operations = m_siteOperations.get()](QString site, std::stop_token stop) {
         return operations->followNewVersion(std::move(site), std::move(stop));
     };
-    m_deployments = std::make_unique<Deployments>(*m_client, *m_connection, followUp);
+    const auto writeAgentFiles = [client = m_client.get()](std::filesystem::path folder, PlatformConfig config,
+                                                           std::stop_token stop) {
+        return AgentScaffold::write(std::move(folder), Git::Access::of(config, client->store()), client->helpers(),
+                                    std::move(stop));
+    };
+    Deployments::Surroundings surroundings{followUp, writeAgentFiles, m_collaboration->linkedRoad()};
+    const auto openForEditing = [collaboration = m_collaboration.get()](const QString& site) {
+        collaboration->cloneFromDeepLink(site);
+    };
+    const auto refuseLink = [collaboration = m_collaboration.get()](const QString& reason) {
+        collaboration->report(reason);
+    };
+    m_deepLinks =
+        std::make_unique<DeepLinks>(m_client->urlScheme(), *m_connection, *m_gates, openForEditing, refuseLink);
+    m_deployments = std::make_unique<Deployments>(*m_client, *m_connection, std::move(surroundings));
     const auto begin = [deployments = m_deployments.get()](const std::filesystem::path& folder) {
         deployments->beginDeploy(folder);
     };
@@ -67,6 +89,7 @@ Task<> AppState::end() {
     ends.push_back(m_signIn->end());
     ends.push_back(m_newProject->end());
     ends.push_back(m_deployments->end());
+    ends.push_back(m_collaboration->end());
     ends.push_back(m_siteOperations->end());
     ends.push_back(m_localPlatform->end());
     ends.push_back(m_gates->end());

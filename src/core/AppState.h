@@ -10,7 +10,9 @@ namespace driftwell {
 
 class CLIInstaller;
 class Catalog;
+class Collaboration;
 class Connection;
+class DeepLinks;
 class Deployments;
 class DesktopServices;
 class Gates;
@@ -46,6 +48,8 @@ public:
     [[nodiscard]] LocalServerController& localServer() const { return *m_localServer; }
     [[nodiscard]] LocalPlatform& localPlatform() const { return *m_localPlatform; }
     [[nodiscard]] SiteOperations& siteOperations() const { return *m_siteOperations; }
+    [[nodiscard]] Collaboration& collaboration() const { return *m_collaboration; }
+    [[nodiscard]] DeepLinks& deepLinks() const { return *m_deepLinks; }
     [[nodiscard]] Deployments& deployments() const { return *m_deployments; }
     [[nodiscard]] NewProject& newProject() const { return *m_newProject; }
     [[nodiscard]] SignIn& signIn() const { return *m_signIn; }
@@ -70,6 +74,8 @@ private:
     std::unique_ptr<Gates> m_gates;
     std::unique_ptr<LocalPlatform> m_localPlatform;
     std::unique_ptr<SiteOperations> m_siteOperations;
+    std::unique_ptr<Collaboration> m_collaboration;
+    std::unique_ptr<DeepLinks> m_deepLinks;
     std::unique_ptr<Deployments> m_deployments;
     std::unique_ptr<NewProject> m_newProject;
     std::unique_ptr<SignIn> m_signIn;

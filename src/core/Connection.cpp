@@ -150,6 +150,10 @@ Task<> Connection::ask(std::stop_token stop) {
         throw;
     } catch (const std::exception& failure) {
         settleFailure(*present, failure);
+        co_return;
+    }
+    if (m_follow) {
+        co_await whileAlive(this, m_follow(either.token()));
     }
 }
 

@@ -12,8 +12,10 @@
 #include <QProperty>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <stop_token>
+#include <utility>
 
 namespace driftwell {
 
@@ -53,6 +55,9 @@ public:
     /// From now on an unreachable platform on this machine is started from its checkout, and while it comes up the
     /// status is Connecting. The server outlives the refreshes.
     void bootWith(LocalServerController& server) { m_localServer = &server; }
+
+    /// From now on a refresh that has succeeded ends with this, the status Connected already. It throws nothing.
+    void followRefreshWith(std::function<Task<>(std::stop_token)> follow) { m_follow = std::move(follow); }
 
     /// Absent without a platform.
     [[nodiscard]] std::optional<Session> session() const;
@@ -110,6 +115,7 @@ private:
     Catalog& m_catalog;
     Sleeper m_sleep;
     LocalServerController* m_localServer = nullptr;
+    std::function<Task<>(std::stop_token)> m_follow;
     bool m_started = false;
     TaskGroup m_tasks;
 

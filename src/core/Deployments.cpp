@@ -40,8 +40,8 @@ Task<> nothing() {
 
 } // namespace
 
-Deployments::Deployments(PlatformClient& client, Connection& connection, FollowUp followUp)
-    : m_client(client), m_connection(connection), m_followUp(std::move(followUp)) {
+Deployments::Deployments(PlatformClient& client, Connection& connection, Surroundings surroundings)
+    : m_client(client), m_connection(connection), m_surroundings(std::move(surroundings)) {
     connect(this, &Deployments::deployFlowChanged, this, &Deployments::isDeployingChanged);
 }
 
@@ -102,12 +102,48 @@ Task<> Deployments::confirmDeploy() {
     if (!flow || !config || !flow->isConfirming() || !SiteName::isValid(flow->siteName())) {
         return nothing();
     }
-    flow->begin();
     m_deployTask = std::stop_source();
-    return m_tasks.run(publish(flow, *config, m_deployTask.get_token()));
+    const std::stop_token cancel = m_deployTask.get_token();
+    const LinkedRoad& road = m_surroundings.linkedRoad;
+    if (road.mayLead && road.mayLead(*flow)) {
+        return m_tasks.run(publishLinked(flow, *config, cancel));
+    }
+    flow->begin();
+    return m_tasks.run(upload(flow, *config, cancel));
 }
 
-Task<> Deployments::publish(std::shared_ptr<DeployFlow> flow, PlatformConfig config, std::stop_token cancel) {
+Task<> Deployments::publishLinked(std::shared_ptr<DeployFlow> flow, PlatformConfig config, std::stop_token cancel) {
+    const StopScope either(cancel, m_tasks.token());
+    const auto close = [self = QPointer(this), flow] {
+        if (self) {
+            self->closeIfOpen(flow);
+        }
+    };
+    LinkedRoad::Result result;
+    try {
+        result = co_await whileAlive(this, m_surroundings.linkedRoad.publish(flow, close, either.token()));
+    } catch (const OwnerGone&) {
+        throw;
+    } catch (const Cancelled&) {
+        closeIfOpen(flow);
+        throw;
+    } catch (const std::exception& failure) {
+        flow->fail(failure);
+        co_return;
+    }
+    switch (result.end) {
+    case LinkedRoad::End::NotLinked:
+        co_await upload(flow, config, cancel);
+        break;
+    case LinkedRoad::End::Published:
+        co_await follow(flow, result.folder, config, cancel);
+        break;
+    case LinkedRoad::End::Settled:
+        break;
+    }
+}
+
+Task<> Deployments::upload(std::shared_ptr<DeployFlow> flow, PlatformConfig config, std::stop_token cancel) {
     const QString site = flow->siteName();
     const DeployStops stops{cancel, m_tasks.token()};
     try {
@@ -118,16 +154,31 @@ Task<> Deployments::publish(std::shared_ptr<DeployFlow> flow, PlatformConfig con
     } catch (const OwnerGone&) {
         throw;
     } catch (const Cancelled&) {
-        if (m_deployFlow.value() == flow) {
-            m_deployFlow = nullptr;
-        }
+        closeIfOpen(flow);
         throw;
     } catch (const std::exception& failure) {
         flow->fail(failure);
         co_return;
     }
     m_client.store().saveFolder(site, flow->folder());
-    co_await m_followUp(site, cancel);
+    co_await follow(flow, flow->folder(), config, cancel);
+}
+
+Task<> Deployments::follow(std::shared_ptr<DeployFlow> flow, std::filesystem::path folder, PlatformConfig config,
+                           std::stop_token cancel) {
+    const StopScope either(cancel, m_tasks.token());
+    co_await whileAlive(this, m_surroundings.followUp(flow->siteName(), either.token()));
+    if (m_surroundings.writeAgentFiles) {
+        throwIfCancelled(either.token());
+        const bool written = co_await whileAlive(this, m_surroundings.writeAgentFiles(folder, config, either.token()));
+        flow->showSkillsWritten(written);
+    }
+}
+
+void Deployments::closeIfOpen(const std::shared_ptr<DeployFlow>& flow) {
+    if (m_deployFlow.value() == flow) {
+        m_deployFlow = nullptr;
+    }
 }
 
 void Deployments::cancelDeploy() {

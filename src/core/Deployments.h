@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/LinkedRoad.h"
 #include "deploy/DeployFlow.h"
 #include "platform/PlatformConfig.h"
 #include "support/Task.h"
@@ -27,9 +28,19 @@ class Deployments final : public QObject {
 public:
     /// What follows a publication under a site's name, for as long as the person does not close it; it throws nothing.
     using FollowUp = std::function<Task<>(QString site, std::stop_token stop)>;
+    /// Writes the instructions for coding agents into a folder, and says whether it has.
+    using AgentFiles =
+        std::function<Task<bool>(std::filesystem::path folder, PlatformConfig config, std::stop_token stop)>;
 
-    /// The client and the connection outlive this.
-    Deployments(PlatformClient& client, Connection& connection, FollowUp followUp);
+    /// What a deployment needs of others.
+    struct Surroundings {
+        FollowUp followUp;
+        AgentFiles writeAgentFiles;
+        LinkedRoad linkedRoad;
+    };
+
+    /// The client and the connection outlive this, and so does what its surroundings stand on.
+    Deployments(PlatformClient& client, Connection& connection, Surroundings surroundings);
     ~Deployments() override;
 
     [[nodiscard]] std::shared_ptr<DeployFlow> deployFlow() const { return m_deployFlow; }
@@ -42,8 +53,9 @@ public:
     /// Opens a deployment in the phase Confirm. Does nothing when the path is no folder, and while isTaken().
     void beginDeploy(const std::filesystem::path& folder);
 
-    /// Starts the work of the open deployment, and ends with it and what follows it. Does nothing unless a platform is
-    /// configured, the flow is in the phase Confirm and its name is valid just as it stands.
+    /// Starts the work of the open deployment, an upload or, for a linked site, the linked road, and ends with it and
+    /// what follows it. Does nothing unless a platform is configured, the flow is in the phase Confirm and its name is
+    /// valid just as it stands.
     Task<> confirmDeploy();
 
     /// Ends the open deployment in any phase, at once; its work stops in the background.
@@ -60,11 +72,15 @@ Q_SIGNALS:
 
 private:
     Task<> countFiles(std::shared_ptr<DeployFlow> flow, std::stop_token closed);
-    Task<> publish(std::shared_ptr<DeployFlow> flow, PlatformConfig config, std::stop_token cancel);
+    Task<> publishLinked(std::shared_ptr<DeployFlow> flow, PlatformConfig config, std::stop_token cancel);
+    Task<> upload(std::shared_ptr<DeployFlow> flow, PlatformConfig config, std::stop_token cancel);
+    Task<> follow(std::shared_ptr<DeployFlow> flow, std::filesystem::path folder, PlatformConfig config,
+                  std::stop_token cancel);
+    void closeIfOpen(const std::shared_ptr<DeployFlow>& flow);
 
     PlatformClient& m_client;
     Connection& m_connection;
-    FollowUp m_followUp;
+    Surroundings m_surroundings;
     /// Stops when the open deployment is closed.
     std::stop_source m_open;
     /// The person's cancel of the deployment that was confirmed last.

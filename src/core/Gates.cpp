@@ -57,6 +57,18 @@ Task<> Gates::watchGitTools(std::stop_token stop) {
     }
 }
 
+Task<bool> Gates::confirmGitTools(std::stop_token stop) {
+    if (m_gitToolsConfirmed) {
+        co_return true;
+    }
+    const StopScope either(std::move(stop), m_tasks.token());
+    const bool isInstalled = co_await whileAlive(this, runOnOwnThread(m_probe, either.token()));
+    if (isInstalled) {
+        m_gitToolsConfirmed = true;
+    }
+    co_return isInstalled;
+}
+
 bool Gates::requireGitTools() {
     if (!m_gitToolsConfirmed && m_probe()) {
         m_gitToolsConfirmed = true;
@@ -71,6 +83,7 @@ void Gates::recheckGitTools() {
     if (m_probe()) {
         m_gitToolsConfirmed = true;
         m_showGitInstallSheet = false;
+        Q_EMIT gitToolsArrived();
     }
 }
 

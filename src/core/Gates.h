@@ -52,11 +52,15 @@ public:
     /// is requested first; the screen that shows what is found requests it when it goes.
     Task<> watchGitTools(std::stop_token stop);
 
+    /// Whether git has been seen in this run, and if it has not, looks for it off the main thread. Shows no sheet.
+    /// Throws Cancelled when the stop is requested first.
+    [[nodiscard]] Task<bool> confirmGitTools(std::stop_token stop);
+
     /// Whether an action that needs git may go on. If not, the sheet is shown, and the action is to end without a word.
     /// Looks for git on the first call, and on each until it is there.
     [[nodiscard]] bool requireGitTools();
 
-    /// The person says that git is there now: closes the sheet if it is.
+    /// The person says that git is there now: closes the sheet if it is, and says so by gitToolsArrived().
     void recheckGitTools();
 
     /// The person has put the sheet away.
@@ -70,6 +74,8 @@ Q_SIGNALS:
     void gitToolsInstalledChanged();
     void gitToolsConfirmedChanged();
     void showGitInstallSheetChanged();
+    /// The person has said that git is there, and it is.
+    void gitToolsArrived();
 
 private:
     Task<> probe(std::stop_token stop);

@@ -48,4 +48,8 @@ void DeployFlow::fail(const std::exception& failure) {
     m_phase = Failure{describe(failure), platform ? std::optional(platform->kind()) : std::nullopt};
 }
 
+void DeployFlow::fail(const QString& message) {
+    m_phase = Failure{message, std::nullopt};
+}
+
 } // namespace driftwell

@@ -79,6 +79,9 @@ public:
     [[nodiscard]] std::optional<Timestamp> startedAt() const { return m_startedAt; }
     [[nodiscard]] std::optional<Timestamp> finishedAt() const { return m_finishedAt; }
 
+    /// Whether the instructions for coding agents were written into the folder after the publication.
+    [[nodiscard]] bool skillsWritten() const { return m_skillsWritten; }
+
     /// From Failure back to Confirm. Does nothing in another phase.
     void retry();
 
@@ -90,6 +93,8 @@ public:
     void report(DeployStage stage);
     void succeed(const DeployResponse& response, std::optional<std::int64_t> sentFiles = {});
     void fail(const std::exception& failure);
+    void fail(const QString& message);
+    void showSkillsWritten(bool written) { m_skillsWritten = written; }
 
 Q_SIGNALS:
     void siteNameChanged();
@@ -97,6 +102,7 @@ Q_SIGNALS:
     void unreadableChanged();
     void phaseChanged();
     void stageChanged();
+    void skillsWrittenChanged();
 
 private:
     /// One property, so that both change at once.
@@ -115,6 +121,7 @@ private:
     Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, FolderScan::Unreadable, m_unreadable, &DeployFlow::unreadableChanged)
     Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, DeployFlow::Phase, m_phase, &DeployFlow::phaseChanged)
     Q_OBJECT_BINDABLE_PROPERTY(DeployFlow, DeployStage, m_stage, &DeployFlow::stageChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(DeployFlow, bool, m_skillsWritten, false, &DeployFlow::skillsWrittenChanged)
 };
 
 } // namespace driftwell

@@ -73,8 +73,8 @@ std::string roomOf(std::string_view path) {
 
 /// The parts of the model. Each knows those that all stand on and none of the others; only what wires them knows all.
 constexpr std::array<std::string_view, 3> baseParts = {"Connection", "Catalog", "Gates"};
-constexpr std::array<std::string_view, 5> parts = {"Deployments", "SiteOperations", "SignIn", "NewProject",
-                                                   "LocalPlatform"};
+constexpr std::array<std::string_view, 7> parts = {"Deployments", "SiteOperations", "Collaboration", "DeepLinks",
+                                                   "SignIn",      "NewProject",     "LocalPlatform"};
 
 /// The class of a file or header of core, without its ending.
 std::string_view partOf(std::string_view path) {

@@ -137,7 +137,9 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     Connection connection(*context->client, catalog);
     // The platform that was asked gets the site, whatever is configured meanwhile.
     connection.use(config);
-    Deployments deployments(*context->client, connection, nothingFollows);
+    Deployments::Surroundings surroundings;
+    surroundings.followUp = nothingFollows;
+    Deployments deployments(*context->client, connection, std::move(surroundings));
     deployments.beginDeploy(folder);
     const std::shared_ptr<DeployFlow> flow = deployments.deployFlow();
     if (!flow) {
