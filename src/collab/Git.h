@@ -38,6 +38,8 @@ struct RunResult {
     QString standardError;
     /// The standard output as it came: the names of files are bytes.
     std::string outputBytes = {};
+    /// Somebody has ended git by a signal.
+    bool wasKilled = false;
 
     /// What a person is told of a run that failed: git's own words, neither trimmed nor shortened.
     [[nodiscard]] const QString& failureText() const {

@@ -82,7 +82,7 @@ private:
 
     /// What publishing would commit, as a commit that no branch has.
     Task<std::string> commitOfWork() {
-        const std::optional<QString> obstacle = co_await m_folder.obstacleToAdding();
+        const std::optional<QString> obstacle = co_await m_folder.obstacleToAdding(LinkedFolder::Unmerged::IsObstacle);
         if (obstacle) {
             m_failure = obstacle;
             co_return std::string();

@@ -54,6 +54,10 @@ QQuickView* MainWindow::view() const {
     return m_contents ? &m_contents->scene.view() : nullptr;
 }
 
+bool MainWindow::isSeen() const {
+    return m_contents && view()->isVisible() && !view()->windowStates().testFlag(Qt::WindowMinimized);
+}
+
 void MainWindow::show(const QByteArray& activationToken) {
     if (!m_contents) {
         open();

@@ -31,6 +31,9 @@ public:
 
     [[nodiscard]] bool isOpen() const { return m_contents != nullptr; }
 
+    /// It is open and on screen: neither hidden nor reduced to an icon.
+    [[nodiscard]] bool isSeen() const;
+
     /// Opens the window, or brings it to the front. `activationToken` is what another program handed over so that it
     /// may be raised; empty where there is none.
     void show(const QByteArray& activationToken = {});
