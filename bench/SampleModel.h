@@ -55,6 +55,7 @@ public:
 
     [[nodiscard]] AppState& state() { return m_state; }
     [[nodiscard]] NoDesktop& desktop() { return m_desktop; }
+    [[nodiscard]] const std::filesystem::path& config() const { return m_config; }
 
 private:
     LoopbackServer m_server;

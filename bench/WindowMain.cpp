@@ -10,6 +10,7 @@
 #include "bench/SampleSite.h"
 #include "core/Catalog.h"
 #include "core/Collaboration.h"
+#include "core/UserDefaults.h"
 #include "tooling/Updater.h"
 #include "ui/collab/ConflictFilesModel.h"
 #include "ui/window/MainWindowModel.h"
@@ -186,7 +187,7 @@ void measure() {
     char* arguments[] = {name, nullptr};
     const QApplication application(count, arguments);
     model.refresh();
-    MainWindow window(model.state(), model.desktop());
+    MainWindow window(model.state(), model.desktop(), openUserDefaults(model.config()));
     window.show();
     if (!QTest::qWaitForWindowActive(window.view())) {
         throw std::runtime_error("the window did not come to the front");

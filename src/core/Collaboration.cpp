@@ -38,6 +38,10 @@ QString leftAlone(const QString& attention) {
     return QStringLiteral("The folder was left alone: right now %1.").arg(attention);
 }
 
+QString noLongerLinked(const QString& site) {
+    return QStringLiteral("The folder is no longer linked to %1.").arg(site);
+}
+
 Task<bool> isSameFolder(std::filesystem::path one, std::filesystem::path other, std::stop_token stop) {
     const auto compare = [one, other] {
         std::error_code unreadable;
@@ -458,7 +462,7 @@ Task<LinkedRoad::Result> Collaboration::publish(std::shared_ptr<DeployFlow> flow
     }
     result.end = End::Settled;
     if (!folder) {
-        flow->fail(QStringLiteral("The folder is no longer linked to %1.").arg(site->name));
+        flow->fail(noLongerLinked(site->name));
         co_return result;
     }
     if (!identity) {
@@ -517,22 +521,43 @@ Task<Collaboration::Outcome> Collaboration::publishFrom(std::shared_ptr<DeployFl
     if (state && state->kind == CollabState::Kind::NeedsAttention) {
         co_return Outcome::failed(leftAlone(state->text));
     }
+    if (const std::optional<Outcome> obstacle =
+            co_await whileAlive(this, bringOver(flow->folder(), job, state, stop))) {
+        co_return *obstacle;
+    }
+    flow->report(DeployStage::publishing());
+    const Outcome outcome = co_await whileAlive(this, CollabEngine::deploy(job.folder, job.access, job.identity, stop));
+    co_return outcome;
+}
+
+Task<std::optional<Collaboration::Outcome>> Collaboration::bringOver(std::filesystem::path dropped, Job job,
+                                                                     std::optional<CollabState> state,
+                                                                     std::stop_token stop) {
     try {
-        if (!co_await whileAlive(this, isSameFolder(flow->folder(), job.folder, stop))) {
-            if (state && state->kind == CollabState::Kind::Conflict) {
-                // What is being repaired there is not replaced.
-                co_return Outcome::conflict();
-            }
-            co_await whileAlive(this, copyOver(flow->folder(), job.folder, stop));
+        if (co_await whileAlive(this, isSameFolder(dropped, job.folder, stop))) {
+            co_return std::nullopt;
         }
+        if (!state) {
+            co_return Outcome::failed(noLongerLinked(job.site.name));
+        }
+        // What is being repaired there is not replaced.
+        if (state->kind == CollabState::Kind::Conflict) {
+            co_return Outcome::conflict();
+        }
+        // What a person has in the linked folder is in its history before anything is copied over it.
+        Task<std::optional<QString>> keeping = state->kind == CollabState::Kind::Resolved
+                                                   ? CollabEngine::completeMerge(job.folder, job.identity, stop)
+                                                   : CollabEngine::commitWork(job.folder, job.identity, stop);
+        if (const std::optional<QString> failure = co_await whileAlive(this, std::move(keeping))) {
+            co_return Outcome::failed(*failure);
+        }
+        co_await whileAlive(this, copyOver(dropped, job.folder, stop));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& failure) {
         co_return Outcome::failed(describe(failure));
     }
-    flow->report(DeployStage::publishing());
-    const Outcome outcome = co_await whileAlive(this, CollabEngine::deploy(job.folder, job.access, job.identity, stop));
-    co_return outcome;
+    co_return std::nullopt;
 }
 
 } // namespace driftwell

@@ -138,6 +138,8 @@ private:
     Task<std::optional<std::filesystem::path>> linkedFolderFor(SiteInfo site, std::filesystem::path dropped,
                                                                PlatformConfig config, std::stop_token stop);
     Task<Outcome> publishFrom(std::shared_ptr<DeployFlow> flow, Job job, std::stop_token stop);
+    Task<std::optional<Outcome>> bringOver(std::filesystem::path dropped, Job job, std::optional<CollabState> state,
+                                           std::stop_token stop);
 
     PlatformClient& m_client;
     Connection& m_connection;

@@ -24,9 +24,9 @@ QList<QueryItem> queryItems(const QUrl& url) {
     QList<QueryItem> items;
     for (const QByteArray& item : url.query(QUrl::FullyEncoded).toUtf8().split('&')) {
         const qsizetype equals = item.indexOf('=');
-        const QString name = QUrl::fromPercentEncoding(item.left(equals));
-        items.append(equals < 0 ? QueryItem{name, std::nullopt}
-                                : QueryItem{name, QUrl::fromPercentEncoding(item.mid(equals + 1))});
+        const QString name = QUrl::fromPercentEncoding(equals < 0 ? item : item.left(equals));
+        const bool hasValue = equals >= 0;
+        items.append({name, hasValue ? std::optional(QUrl::fromPercentEncoding(item.mid(equals + 1))) : std::nullopt});
     }
     return items;
 }

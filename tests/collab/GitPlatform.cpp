@@ -95,20 +95,22 @@ std::string GitPlatform::file(const std::string& site, const std::string& path) 
 
 void GitPlatform::serve(ServerConnection& connection) const {
     for (;;) {
-        const std::string method = connection.readHead();
-        const RecordedRequest head = connection.request();
-        if (head.header("Content-Length") != "(none)") {
+        connection.readHead();
+        if (connection.request().header("Content-Length") != "(none)") {
             connection.readBody();
         }
-        if (head.header("Authorization") != std::string("Bearer ") + token) {
-            connection.send(answer("401 Unauthorized", "Sign in first."));
-            continue;
-        }
-        if (method == "POST" && head.target.ends_with("/git-receive-pack") && m_beforePush) {
-            m_beforePush();
-        }
-        connection.send(backendsAnswer(connection.request()));
+        connection.send(answerTo(connection.request()));
     }
+}
+
+std::string GitPlatform::answerTo(const RecordedRequest& request) const {
+    if (request.header("Authorization") != std::string("Bearer ") + token) {
+        return answer("401 Unauthorized", "Sign in first.");
+    }
+    if (request.method == "POST" && request.target.ends_with("/git-receive-pack") && m_beforePush) {
+        m_beforePush();
+    }
+    return backendsAnswer(request);
 }
 
 std::string GitPlatform::backendsAnswer(const RecordedRequest& request) const {

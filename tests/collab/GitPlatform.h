@@ -39,6 +39,9 @@ public:
     /// Called on a thread of the server's when a push is about to arrive. Set before the first request.
     void beforeEachPush(std::function<void()> action) { m_beforePush = std::move(action); }
 
+    /// What it answers, for a server that has more to answer than git.
+    [[nodiscard]] std::string answerTo(const RecordedRequest& request) const;
+
     [[nodiscard]] std::vector<RecordedRequest> requests() const { return m_server.requests(); }
 
 private:

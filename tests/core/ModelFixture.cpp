@@ -2,7 +2,9 @@
 
 #include "core/AppSystem.h"
 #include "core/Catalog.h"
+#include "core/Collaboration.h"
 #include "core/Connection.h"
+#include "core/DeepLinks.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"
 #include "core/LocalPlatform.h"
@@ -131,6 +133,12 @@ ChangeLog::ChangeLog(AppState& model) {
     watch(model.siteOperations(), &SiteOperations::accessErrorChanged, "accessError");
     watch(model.catalog(), &Catalog::deployHistoryChanged, "deployHistory");
     watch(model.catalog(), &Catalog::expandedSiteChanged, "expandedSite");
+    watch(model.collaboration(), &Collaboration::collabStatesChanged, "collabStates");
+    watch(model.collaboration(), &Collaboration::collabBusyChanged, "collabBusy");
+    watch(model.collaboration(), &Collaboration::collabErrorChanged, "collabError");
+    watch(model.collaboration(), &Collaboration::conflictTargetChanged, "conflictTarget");
+    watch(model.collaboration(), &Collaboration::attentionTargetChanged, "attentionTarget");
+    watch(model.deepLinks(), &DeepLinks::pendingDeepLinkChanged, "pendingDeepLink");
     watch(model.signIn(), &SignIn::isSigningInChanged, "isSigningIn");
     watch(model.signIn(), &SignIn::signInErrorChanged, "signInError");
     watch(model.gates(), &Gates::needsOnboardingChanged, "needsOnboarding");
@@ -169,9 +177,9 @@ AppState& ModelFixture::model() {
 AppSystem ModelFixture::system() {
     AppSystem system;
     system.sleep = m_sleep;
-    system.gitToolsInstalled = [this] {
-        ++gitProbes;
-        return gitIsInstalled.load();
+    system.gitToolsInstalled = [git = m_git] {
+        ++git->probes;
+        return git->isInstalled.load();
     };
     system.cli.linkFolder = m_root / "usr/local/bin";
     system.cli.pathsFile = m_root / "etc/paths";

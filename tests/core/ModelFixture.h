@@ -150,8 +150,18 @@ protected:
     PlatformServer server;
     RecordingDesktopServices desktop;
     ManualSleeper sleeper;
-    std::atomic<bool> gitIsInstalled = true;
-    std::atomic<int> gitProbes = 0;
+
+private:
+    /// Asked on threads that nobody waits for.
+    struct GitTools {
+        std::atomic<bool> isInstalled = true;
+        std::atomic<int> probes = 0;
+    };
+    std::shared_ptr<GitTools> m_git = std::make_shared<GitTools>();
+
+protected:
+    std::atomic<bool>& gitIsInstalled = m_git->isInstalled;
+    std::atomic<int>& gitProbes = m_git->probes;
 
 private:
     Sleeper m_sleep = sleeper.sleeper();

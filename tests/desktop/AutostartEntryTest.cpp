@@ -140,6 +140,32 @@ INSTANTIATE_TEST_SUITE_P(
                     EntryCase{"NoText", "\xff\xfe\n=\n[\n", false}),
     [](const auto& entry) { return entry.param.name; });
 
+// --- An original that cannot be copied ---
+
+TEST_F(AutostartEntryTest, AnOriginalThatIsNoFileIsNotSwitchedOnWith) {
+    fs::remove(folder / "bundle/share/entry.desktop");
+    fs::create_directories(folder / "bundle/share/entry.desktop");
+    EXPECT_THROW(entry().setEnabled(true), std::system_error);
+    EXPECT_FALSE(fileExists());
+}
+
+TEST_F(AutostartEntryTest, AnOriginalThatIsTooLargeIsNotSwitchedOnWith) {
+    folder.write("bundle/share/entry.desktop", original + std::string(100'000, '#'));
+    EXPECT_THROW(entry().setEnabled(true), std::system_error);
+    EXPECT_FALSE(fileExists());
+}
+
+TEST_F(AutostartEntryTest, AnOriginalThatFailsWhileItIsReadIsNotSwitchedOnWith) {
+    // The loopback device has no speed: the file opens, and reading it fails.
+    const fs::path unreadable = "/sys/class/net/lo/speed";
+    std::error_code failed;
+    if (!fs::exists(unreadable, failed)) {
+        GTEST_SKIP() << "There is no /sys here.";
+    }
+    EXPECT_THROW(AutostartEntry(unreadable, folder / "bundle/bin/driftwell").setEnabled(true), std::system_error);
+    EXPECT_FALSE(fileExists());
+}
+
 // --- Switching ---
 
 TEST_F(AutostartEntryTest, SwitchedOnCopiesTheBundlesEntry) {

@@ -15,12 +15,14 @@ PROGRAMS = Path(os.environ["DRIFTWELL_PROGRAMS"])
 class DesktopTest(unittest.TestCase):
     """A desktop for all tests of a class; each has a platform and an application of its own."""
 
+    size = (1280, 900)
+    scale = 1
     has_panel = True
     is_first_run = False
 
     @classmethod
     def setUpClass(cls):
-        cls.desktop = Session(PROGRAMS, panel=cls.has_panel)
+        cls.desktop = Session(PROGRAMS, size=cls.size, panel=cls.has_panel, scale=cls.scale)
         cls.addClassCleanup(cls.desktop.__exit__)
         cls.desktop.__enter__()
 

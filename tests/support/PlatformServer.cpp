@@ -68,6 +68,11 @@ void PlatformServer::closeWithoutAnswer(const std::string& path) {
     m_answers[path] = {0, {}, true};
 }
 
+void PlatformServer::passOn(const std::string& path, std::function<std::string(const RecordedRequest&)> handler) {
+    m_passedPath = path + "/";
+    m_handler = std::move(handler);
+}
+
 PlatformServer::Hold PlatformServer::holdAnswer(const std::string& path) {
     return addHold(m_answerHolds, path);
 }
@@ -143,8 +148,10 @@ void PlatformServer::serve(ServerConnection& connection) {
             answer = found == m_answers.end() ? Answer() : found->second;
             hold = takeHold(m_answerHolds, path);
         }
-        keepWaiting(connection, hold, [&connection, &answer] {
-            if (!answer.close) {
+        keepWaiting(connection, hold, [this, &connection, &answer, &path] {
+            if (m_handler && path.starts_with(m_passedPath)) {
+                connection.send(m_handler(connection.request()));
+            } else if (!answer.close) {
                 connection.send(tests::answer(std::to_string(answer.status) + " Answer", answer.body,
                                               "Content-Type: application/json\r\n"));
             }

@@ -55,6 +55,10 @@ public:
     /// Requests for the path get their connection closed from now on.
     void closeWithoutAnswer(const std::string& path);
 
+    /// Requests for what lies below the path are answered by `handler`, on threads of the server's. Set before the
+    /// first request.
+    void passOn(const std::string& path, std::function<std::string(const RecordedRequest&)> handler);
+
     /// Keeps the next request for the path waiting for the answer that is set when it arrives.
     [[nodiscard]] Hold holdAnswer(const std::string& path);
 
@@ -83,6 +87,9 @@ private:
                             const std::function<void()>& andThen);
     [[nodiscard]] static std::shared_ptr<HoldState> takeHold(Holds& holds, const std::string& path);
     [[nodiscard]] Hold addHold(Holds& holds, const std::string& path);
+
+    std::string m_passedPath;
+    std::function<std::string(const RecordedRequest&)> m_handler;
 
     mutable std::mutex m_mutex;
     std::map<std::string, Answer> m_answers;

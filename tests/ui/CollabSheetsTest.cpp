@@ -34,7 +34,7 @@ protected:
 
     /// A window on the site "garden", whose folder is this one.
     void showSite(const std::filesystem::path& work, QSize size = {1000, 760}) {
-            rememberFolder("garden", work);
+        rememberFolder("garden", work);
         connectedWithRecords({record()});
         waitUntil([this] { return model().collaboration().collabStates().contains(QStringLiteral("garden")); });
         sleepInWindowWith(sleeps.sleeper());

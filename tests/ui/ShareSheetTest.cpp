@@ -157,7 +157,7 @@ TEST_F(ShareSheetTest, ItOpensInTheFieldForAnAddressAndTabGoesThroughIt) {
     EXPECT_THAT(tabs(9),
                 ElementsAre("ListItem grace@x, Owner", "Button General access, Invited people only", "CheckBox Charts",
                             "CheckBox Client comments", "CheckBox Allow collaboration", "Button Copy link",
-                            "Button Done", "Button Close", "EditableText Add people by email…"));
+                            "Button Done", "Button Close sheet", "EditableText Add people by email…"));
 }
 
 TEST_F(ShareSheetTest, EscapeDoneAndTheCrossCloseIt) {

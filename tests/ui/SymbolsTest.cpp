@@ -55,7 +55,7 @@ TEST(SymbolsTest, EverySymbolThatAModelNamesHasAGlyph) {
     }
 }
 
-TEST(SymbolsTest, TheFontIsInstalled) {
+TEST(SymbolsTest, TheFontIsThere) {
     EXPECT_EQ(QFontInfo(QFont(Symbols::family())).family(), Symbols::family());
 }
 

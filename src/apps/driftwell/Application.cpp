@@ -2,6 +2,7 @@
 
 #include "core/AppState.h"
 #include "core/Connection.h"
+#include "core/DeepLinks.h"
 #include "core/Deployments.h"
 #include "core/NewProject.h"
 #include "core/UserDefaults.h"
@@ -11,6 +12,7 @@
 #include "support/ExitDeadline.h"
 
 #include <QCoreApplication>
+#include <QUrl>
 
 #include <chrono>
 #include <utility>
@@ -41,9 +43,10 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
       m_updates(state.client().bundle(), openUserDefaults(state.client().store().file()), m_sessionBus),
       m_menuBar(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.signIn(),
                 state.localServer(), m_updates.updater()),
-      m_window(state, desktop),
+      m_window(state, desktop, openUserDefaults(state.client().store().file())),
       m_settings(state, m_updates.updater(), desktop),
-      m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()) {
+      m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()),
+      m_mergeNotices(state.collaboration(), m_sessionBus, [this] { return m_window.isSeen(); }) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_menuBar, &MenuBarModel::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
@@ -51,6 +54,7 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     connect(&m_window, &MainWindow::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
     connect(&m_settings, &SettingsWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::closed, this, &Application::followClosedWindow);
+    connect(&m_mergeNotices, &MergeNotices::openRequested, this, &Application::showWindow);
     connect(&m_trayHost, &TrayHost::appeared, this, [this] { m_sign.reset(); });
 }
 
@@ -90,11 +94,15 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
         m_state.newProject().deployWhenPossible(invocation.folder);
     } else if (invocation.action == Action::NewProject) {
         m_state.newProject().chooseFolderAndDeployWhenPossible();
+    } else if (invocation.action == Action::FollowLink) {
+        m_state.deepLinks().handleDeepLink(
+            QUrl::fromEncoded(QByteArray::fromStdString(invocation.link), QUrl::StrictMode));
     }
 }
 
 void Application::showWindow(const QByteArray& activationToken) {
     m_sign.reset();
+    m_mergeNotices.withdraw();
     m_window.show(activationToken);
 }
 

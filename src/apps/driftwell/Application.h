@@ -2,6 +2,7 @@
 
 #include "apps/driftwell/Invocation.h"
 #include "apps/driftwell/MainWindow.h"
+#include "apps/driftwell/MergeNotices.h"
 #include "apps/driftwell/SettingsWindow.h"
 #include "apps/driftwell/TrayItem.h"
 #include "apps/driftwell/Updates.h"
@@ -58,6 +59,7 @@ private:
     MainWindow m_window;
     SettingsWindow m_settings;
     TrayItem m_tray;
+    MergeNotices m_mergeNotices;
     bool m_isQuitting = false;
     /// That the application goes on although nothing of it is to be seen; null while it is not said.
     std::unique_ptr<Notification> m_sign;

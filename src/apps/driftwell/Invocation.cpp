@@ -42,7 +42,7 @@ std::filesystem::path resolved(const std::filesystem::path& folder) {
 Invocation folderOrAddress(const std::string& text, const std::filesystem::path& workingFolder,
                            const std::string& urlScheme) {
     if (text.starts_with(urlScheme + ':')) {
-        return {};
+        return {.action = Action::FollowLink, .folder = {}, .problem = {}, .link = text};
     }
     std::filesystem::path folder = workingFolder / text;
     if (text.starts_with("file:")) {
@@ -85,9 +85,10 @@ Invocation Invocation::parse(const std::vector<std::string>& arguments, const st
 }
 
 std::string Invocation::usage() {
-    return R"(Usage: driftwell [OPTION | FOLDER]
+    return R"(Usage: driftwell [OPTION | FOLDER | LINK]
 
   FOLDER          publish this folder
+  LINK            open a site for editing: driftwell://open?site=NAME
   --new-project   choose a folder to publish
   --tray          start without the window
   --version       print the version

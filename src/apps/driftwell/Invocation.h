@@ -19,6 +19,8 @@ struct Invocation {
         NewProject,
         /// Publish `folder`.
         Deploy,
+        /// Follow `link`.
+        FollowLink,
         /// Print the version, or how the program is used, and end.
         Version,
         Help,
@@ -30,9 +32,11 @@ struct Invocation {
     /// Absolute.
     std::filesystem::path folder;
     std::string problem;
+    /// An address of the application's own scheme, as it came.
+    std::string link = {};
 
     /// `arguments` without the program's name. A relative folder counts from `workingFolder`; a file's address is taken
-    /// as its path; an address of the application's own scheme shows the window.
+    /// as its path; an address of the application's own scheme is a link.
     [[nodiscard]] static Invocation parse(const std::vector<std::string>& arguments,
                                           const std::filesystem::path& workingFolder, const std::string& urlScheme);
 

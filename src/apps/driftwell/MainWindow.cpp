@@ -7,8 +7,12 @@
 #include "ui/window/MainWindowModel.h"
 #include "ui/window/WindowControls.h"
 
+#include <QGuiApplication>
 #include <QKeyEvent>
+#include <QScreen>
 #include <QTimer>
+
+#include <utility>
 
 namespace driftwell {
 
@@ -25,12 +29,33 @@ struct MainWindow::Contents {
     FolderDrop drop{scene.view(), model};
 };
 
-MainWindow::MainWindow(AppState& state, WindowServices& desktop) : m_state(state), m_desktop(desktop) {}
+namespace {
+
+/// What panels leave free of each screen, that of the primary one first.
+QList<QRect> freeAreas() {
+    const QScreen* const primary = QGuiApplication::primaryScreen();
+    QList<QRect> areas{primary->availableGeometry()};
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        if (screen != primary) {
+            areas.append(screen->availableGeometry());
+        }
+    }
+    return areas;
+}
+
+} // namespace
+
+MainWindow::MainWindow(AppState& state, WindowServices& desktop, std::unique_ptr<QSettings> defaults)
+    : m_state(state), m_desktop(desktop), m_defaults(std::move(defaults)) {}
 
 MainWindow::~MainWindow() = default;
 
 QQuickView* MainWindow::view() const {
     return m_contents ? &m_contents->scene.view() : nullptr;
+}
+
+bool MainWindow::isSeen() const {
+    return m_contents && view()->isVisible() && !view()->windowStates().testFlag(Qt::WindowMinimized);
 }
 
 void MainWindow::show(const QByteArray& activationToken) {
@@ -42,6 +67,7 @@ void MainWindow::show(const QByteArray& activationToken) {
 
 void MainWindow::hide() {
     if (m_contents) {
+        keepPlace();
         view()->hide();
     }
 }
@@ -51,18 +77,55 @@ void MainWindow::open() {
     QQuickView& window = m_contents->scene.view();
     window.setTitle(QStringLiteral("Driftwell"));
     window.setFlags(Qt::Window | Qt::FramelessWindowHint);
-    window.setMinimumSize(minimumSize);
-    window.resize(m_size);
+    place(window);
     m_contents->scene.load(QStringLiteral("MainWindowView"),
                            {{QStringLiteral("model"), QVariant::fromValue(&m_contents->model)},
                             {QStringLiteral("window"), QVariant::fromValue(&m_contents->controls)}});
     window.installEventFilter(this);
 }
 
+void MainWindow::place(QQuickView& window) const {
+    const QList<QRect> areas = freeAreas();
+    const std::optional<WindowPlace> kept = keptPlace(*m_defaults);
+    const QRect geometry = fitted(kept ? kept->geometry : QRect(areas.front().topLeft(), defaultSize), areas);
+    window.setMinimumSize(minimumSize.boundedTo(geometry.size()));
+    if (!kept) {
+        // The window manager has the better place for the first time.
+        window.resize(geometry.size());
+        return;
+    }
+    window.setGeometry(geometry);
+    if (kept->isMaximized) {
+        window.setWindowStates(Qt::WindowMaximized);
+    }
+}
+
+void MainWindow::followPlace() {
+    const QRect geometry = view()->geometry();
+    if (view()->windowStates() == Qt::WindowNoState) {
+        if (geometry != m_geometry) {
+            m_earlierGeometry = std::exchange(m_geometry, geometry);
+        }
+    } else if (geometry == m_geometry && m_earlierGeometry.isValid()) {
+        // It was enlarged before it was said to be maximized.
+        m_geometry = m_earlierGeometry;
+    }
+}
+
+void MainWindow::keepPlace() {
+    if (m_geometry.isValid()) {
+        driftwell::keepPlace(*m_defaults, {m_geometry, view()->windowStates().testFlag(Qt::WindowMaximized)});
+    }
+}
+
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Close) {
         // Later: the window is in the middle of it, and the click that closed it in the middle of a handler.
         QTimer::singleShot(0, this, &MainWindow::unload);
+    }
+    if (event->type() == QEvent::Move || event->type() == QEvent::Resize ||
+        event->type() == QEvent::WindowStateChange) {
+        followPlace();
     }
     // Before the scene, whose sheets keep every key to themselves.
     if (event->type() == QEvent::KeyPress && runCommand(*static_cast<QKeyEvent*>(event))) {
@@ -87,9 +150,7 @@ void MainWindow::unload() {
     if (!m_contents || view()->isVisible()) {
         return;
     }
-    if (view()->windowStates() == Qt::WindowNoState) {
-        m_size = view()->size();
-    }
+    keepPlace();
     m_contents.reset();
     Q_EMIT closed();
 }

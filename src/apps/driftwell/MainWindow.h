@@ -1,8 +1,10 @@
 #pragma once
 
+#include "apps/driftwell/WindowPlace.h"
 #include "desktop/WindowServices.h"
 
 #include <QObject>
+#include <QSettings>
 #include <QSize>
 
 #include <memory>
@@ -13,7 +15,9 @@ class QQuickView;
 namespace driftwell {
 
 class AppState;
-/// The one window. It can be closed and opened again; while it is closed, nothing of it is in memory.
+
+/// The one window. It can be closed and opened again; while it is closed, nothing of it is in memory. It opens where
+/// and as large as the person left it, and never larger than the screen.
 class MainWindow final : public QObject {
     Q_OBJECT
 
@@ -21,11 +25,14 @@ public:
     static constexpr QSize defaultSize{1000, 760};
     static constexpr QSize minimumSize{780, 520};
 
-    /// Both outlive the window.
-    MainWindow(AppState& state, WindowServices& desktop);
+    /// `state` and `desktop` outlive the window. `defaults` is the person's key-value store.
+    MainWindow(AppState& state, WindowServices& desktop, std::unique_ptr<QSettings> defaults);
     ~MainWindow() override;
 
     [[nodiscard]] bool isOpen() const { return m_contents != nullptr; }
+
+    /// It is open and on screen: neither hidden nor reduced to an icon.
+    [[nodiscard]] bool isSeen() const;
 
     /// Opens the window, or brings it to the front. `activationToken` is what another program handed over so that it
     /// may be raised; empty where there is none.
@@ -51,14 +58,20 @@ private:
 
     void open();
     void unload();
+    void place(QQuickView& window) const;
+    /// Notes where the window is, and keeps it for the next time.
+    void followPlace();
+    void keepPlace();
     /// Whether the keys are a command of the whole window or application, and runs it.
     bool runCommand(const QKeyEvent& key);
 
     AppState& m_state;
     WindowServices& m_desktop;
+    std::unique_ptr<QSettings> m_defaults;
     std::unique_ptr<Contents> m_contents;
-    /// As the person left it.
-    QSize m_size = defaultSize;
+    /// While the window is not maximized, and the one before that.
+    QRect m_geometry;
+    QRect m_earlierGeometry;
 };
 
 } // namespace driftwell

@@ -142,6 +142,14 @@ json accessRecord(const Site& site) {
             {"anyoneCanComment", site.access.anyoneCanComment}};
 }
 
+json collabRecord(const Site& site) {
+    json record = {{"enabled", site.collab}};
+    if (site.collab && site.head) {
+        record["head"] = *site.head;
+    }
+    return record;
+}
+
 json siteRecord(const Site& site, int port) {
     return {{"name", site.name},
             {"url", siteUrl(site.name, port)},
@@ -151,7 +159,7 @@ json siteRecord(const Site& site, int port) {
             {"hasPrevious", site.previousVersion.has_value()},
             {"libs", site.libs},
             {"access", accessRecord(site)},
-            {"collab", {{"enabled", site.collab}}}};
+            {"collab", collabRecord(site)}};
 }
 
 std::string describe(const Store::AccessChange& change) {
@@ -176,8 +184,8 @@ std::string describe(const Store::AccessChange& change) {
 
 } // namespace
 
-Api::Api(Store& store, Publishing& publishing, SignIn& signIn, int port)
-    : m_store(store), m_publishing(publishing), m_signIn(signIn), m_port(port) {}
+Api::Api(Store& store, Publishing& publishing, Collaboration& collaboration, SignIn& signIn, int port)
+    : m_store(store), m_publishing(publishing), m_collaboration(collaboration), m_signIn(signIn), m_port(port) {}
 
 void Api::handle(Exchange& exchange) {
     const std::string_view method = exchange.method() == "HEAD" ? std::string_view("GET") : exchange.method();
@@ -288,7 +296,7 @@ void Api::deploy(Call& call) {
 
 void Api::rollBack(Call& call) {
     const std::string site = requiredText(objectBody(call.exchange), "site");
-    switch (m_store.rollBack(site, call.email())) {
+    switch (m_publishing.rollBack(site, call.email())) {
     case Store::Rollback::NoSite:
         throw noSuchSite(site);
     case Store::Rollback::NoPrevious:
@@ -299,12 +307,8 @@ void Api::rollBack(Call& call) {
 }
 
 void Api::deleteSite(Call& call) {
-    const auto versions = m_store.remove(call.name, call.email());
-    if (!versions) {
+    if (!m_publishing.remove(call.name, call.email())) {
         throw noSuchSite(call.name);
-    }
-    for (const std::string& version : *versions) {
-        m_publishing.discard(version);
     }
     call.exchange.answer(200, {{"ok", true}, {"site", call.name}});
 }
@@ -352,15 +356,14 @@ void Api::setAccess(Call& call) {
 
 void Api::enableCollab(Call& call) {
     objectBody(call.exchange);
-    setCollab(call, Store::Switch::On);
+    answerCollab(call, m_collaboration.start(call.name, call.email()));
 }
 
 void Api::disableCollab(Call& call) {
-    setCollab(call, Store::Switch::Off);
+    answerCollab(call, m_collaboration.stop(call.name));
 }
 
-void Api::setCollab(Call& call, Store::Switch position) {
-    const auto site = m_store.setCollab(call.name, position);
+void Api::answerCollab(Call& call, const std::optional<Site>& site) {
     if (!site) {
         throw noSuchSite(call.name);
     }

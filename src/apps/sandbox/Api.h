@@ -1,10 +1,12 @@
 #pragma once
 
+#include "apps/sandbox/Collaboration.h"
 #include "apps/sandbox/Exchange.h"
 #include "apps/sandbox/Publishing.h"
 #include "apps/sandbox/SignIn.h"
 #include "apps/sandbox/Store.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,7 @@ namespace driftwell::sandbox {
 /// The paths under `/api/`.
 class Api {
 public:
-    Api(Store& store, Publishing& publishing, SignIn& signIn, int port);
+    Api(Store& store, Publishing& publishing, Collaboration& collaboration, SignIn& signIn, int port);
 
     /// Throws HttpError.
     void handle(Exchange& exchange);
@@ -35,10 +37,11 @@ private:
     void setAccess(Call& call);
     void enableCollab(Call& call);
     void disableCollab(Call& call);
-    void setCollab(Call& call, Store::Switch position);
+    static void answerCollab(Call& call, const std::optional<Site>& site);
 
     Store& m_store;
     Publishing& m_publishing;
+    Collaboration& m_collaboration;
     SignIn& m_signIn;
     const int m_port;
 };

@@ -63,6 +63,14 @@ Statement& Statement::bind(std::int64_t value) {
     return *this;
 }
 
+Statement& Statement::bindOptional(const std::optional<std::string>& value) {
+    if (value) {
+        return bind(*value);
+    }
+    check(sqlite3_bind_null(m_statement, ++m_bound));
+    return *this;
+}
+
 bool Statement::step() {
     const int result = sqlite3_step(m_statement);
     if (result == SQLITE_ROW) {

@@ -42,6 +42,8 @@ public:
 
     Statement& bind(std::string_view value);
     Statement& bind(std::int64_t value);
+    /// NULL where there is none.
+    Statement& bindOptional(const std::optional<std::string>& value);
 
     /// True when there is a row to read.
     bool step();

@@ -84,6 +84,12 @@ void Exchange::answerPage(int status, const std::string& html) {
     m_response.set_content(html, "text/html; charset=utf-8");
 }
 
+void Exchange::answerText(int status, const std::string& text) {
+    m_response.status = status;
+    m_response.set_header("Cache-Control", "no-store");
+    m_response.set_content(text + '\n', "text/plain; charset=utf-8");
+}
+
 void Exchange::redirect(int status, const std::string& location) {
     m_response.status = status;
     m_response.set_header("Cache-Control", "no-store");
@@ -95,9 +101,14 @@ void Exchange::settle() {
     if (remaining == 0U) {
         return;
     }
-    if (remaining && *remaining <= worthReading && m_body != nullptr && !m_request.is_multipart_form_data() &&
-        readBody([](const char*, size_t) { return true; })) {
-        return;
+    if (remaining && *remaining <= worthReading && m_body != nullptr && !m_request.is_multipart_form_data()) {
+        // The library writes its own opinion of what it reads into the answer.
+        const int status = m_response.status;
+        const bool isRead = readBody([](const char*, size_t) { return true; });
+        m_response.status = status;
+        if (isRead) {
+            return;
+        }
     }
     m_response.set_header("Connection", "close");
 }

@@ -42,9 +42,14 @@ public:
     void cutAnswerAfter(std::uint64_t bytes) { m_connection.cutAnswerAfter(bytes); }
     void cutUploadAfter(std::uint64_t bytes) { m_connection.cutUploadAfter(bytes); }
 
+    /// The socket of the connection, for whoever wants to know whether the peer is still there.
+    [[nodiscard]] int peer() const { return m_connection.socket(); }
+
     void answer(int status, const nlohmann::json& body);
     void answerError(int status, std::string_view code, std::string_view message);
     void answerPage(int status, const std::string& html);
+    /// One line, for programs that show it as it is.
+    void answerText(int status, const std::string& text);
     void redirect(int status, const std::string& location);
 
     /// Reads what is left of a small body, or announces that the connection ends here.

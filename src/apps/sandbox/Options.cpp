@@ -1,5 +1,6 @@
 #include "apps/sandbox/Options.h"
 
+#include "apps/sandbox/DataFolder.h"
 #include "apps/sandbox/Text.h"
 
 #include <CLI/CLI.hpp>
@@ -49,15 +50,17 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
                  "first of the demo people");
 
     auto& limits = options.limits;
-    app.add_option("--max-upload", limits.upload, "The largest archive taken (default: 4 GiB)")
+    app.add_option("--max-upload", limits.upload, "The largest archive or push taken (default: 4 GiB)")
         ->check(wholeNumber)
         ->option_text("BYTES")
         ->group("Limits");
-    app.add_option("--max-unpacked", limits.unpacked.bytes, "The most that an archive may unpack to (default: 8 GiB)")
+    app.add_option("--max-unpacked", limits.unpacked.bytes,
+                   "The most that an archive or push may unpack to (default: 8 GiB)")
         ->check(wholeNumber)
         ->option_text("BYTES")
         ->group("Limits");
-    app.add_option("--max-files", limits.unpacked.files, "The most files and folders in an archive (default: 500000)")
+    app.add_option("--max-files", limits.unpacked.files,
+                   "The most files and folders in an archive or push (default: 500000)")
         ->check(wholeNumber)
         ->option_text("N")
         ->group("Limits");
@@ -81,6 +84,11 @@ std::variant<Options, int> parseOptions(int argc, const char* const* argv) {
                    "Cut the connection after this many bytes of a request's body have been read")
         ->check(wholeNumber)
         ->option_text("BYTES")
+        ->group("Misbehave");
+    app.add_option("--race-pushes", options.races,
+                   "Before each of the first so many pushes with git, have a colleague change the site's file race.txt")
+        ->check(wholeNumber)
+        ->option_text("N")
         ->group("Misbehave");
     app.add_option("--fail-path", switches.pathPrefix,
                    "Do all this only to requests whose path begins so (default: /api/)")

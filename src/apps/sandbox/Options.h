@@ -1,8 +1,9 @@
 #pragma once
 
 #include "apps/sandbox/Misbehaviour.h"
-#include "apps/sandbox/Publishing.h"
+#include "apps/sandbox/UploadLimits.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <variant>
 
@@ -16,6 +17,8 @@ struct Options {
     SignInRule signIn = SignInRule::Nobody;
     UploadLimits limits;
     Switches switches;
+    /// Before how many pushes somebody else gets ahead.
+    std::uint64_t races = 0;
 };
 
 /// The options, or the status to exit with when everything has been said already: 0 after --help and --version, 2 after

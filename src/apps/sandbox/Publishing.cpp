@@ -1,77 +1,53 @@
 #include "apps/sandbox/Publishing.h"
 
+#include "apps/sandbox/Cleanup.h"
 #include "apps/sandbox/HttpError.h"
+#include "apps/sandbox/ReceivedBody.h"
 #include "apps/sandbox/Secrets.h"
 #include "apps/sandbox/Text.h"
-
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <functional>
-#include <system_error>
-#include <utility>
+#include "apps/sandbox/Unpacker.h"
 
 namespace driftwell::sandbox {
 
 namespace {
 
-constexpr size_t writeBuffer = 1024 * 1024;
-
-class Cleanup {
-public:
-    explicit Cleanup(std::function<void()> action) : m_action(std::move(action)) {}
-    ~Cleanup() {
-        if (m_action) {
-            m_action();
-        }
-    }
-    Cleanup(const Cleanup&) = delete;
-    Cleanup& operator=(const Cleanup&) = delete;
-    void dismiss() { m_action = nullptr; }
-
-private:
-    std::function<void()> m_action;
-};
-
-bool writeAll(int file, const std::string& data) {
-    for (size_t at = 0; at < data.size();) {
-        const ssize_t written = write(file, data.data() + at, data.size() - at);
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        at += written < 0 ? 0 : static_cast<size_t>(written);
-    }
-    return true;
-}
-
-} // namespace
-
-Publishing::Publishing(const DataFolder& folder, Store& store, Sweeper& sweeper, const UploadLimits& limits,
-                       const StopSignal& stop)
-    : m_folder(folder), m_store(store), m_sweeper(sweeper), m_limits(limits), m_stop(stop) {}
-
-Unpacked Publishing::deploy(Exchange& exchange, const std::string& site, const std::string& person) {
-    const std::string id = freshId();
-    const std::filesystem::path file = m_folder.upload(id);
-    const Cleanup removeFile([&file] {
-        std::error_code ignored;
-        std::filesystem::remove(file, ignored);
-    });
-    receive(exchange, file);
-
-    const std::filesystem::path folder = m_folder.version(id);
-    // Elsewhere and one after the other: removing a deep folder keeps each level open.
-    Cleanup removeFolder([this, &folder] { m_sweeper.remove(folder); });
-    std::filesystem::create_directory(folder);
-    const Unpacked unpacked = unpack(file, folder, m_limits.unpacked, m_stop);
-
+std::string uploadDetail(const Unpacked& unpacked) {
     std::string detail =
         "Deployed " + counted(unpacked.files, "file", "files") + " (" + byteCount(unpacked.bytes) + ")";
     if (unpacked.skipped > 0) {
         detail += ", left out " + counted(unpacked.skipped, "link or device", "links or devices");
     }
-    const auto dropped = m_store.publish(site, id, person, detail);
+    return detail;
+}
+
+} // namespace
+
+Publishing::Publishing(const DataFolder& folder, Store& store, Sweeper& sweeper, Collaboration& collaboration,
+                       const UploadLimits& limits, const StopSignal& stop)
+    : m_folder(folder),
+      m_store(store),
+      m_sweeper(sweeper),
+      m_collaboration(collaboration),
+      m_limits(limits),
+      m_stop(stop) {}
+
+Unpacked Publishing::deploy(Exchange& exchange, const std::string& site, const std::string& person) {
+    const std::string id = freshId();
+    const ReceivedBody upload(exchange, m_folder.upload(id), m_limits.upload, "upload");
+    if (upload.size() == 0) {
+        throw HttpError(400, "empty_archive", "The upload is empty");
+    }
+
+    const std::filesystem::path folder = m_folder.version(id);
+    // Elsewhere and one after the other: removing a deep folder keeps each level open.
+    Cleanup removeFolder([this, &folder] { m_sweeper.remove(folder); });
+    std::filesystem::create_directory(folder);
+    const Unpacked unpacked = unpack(upload.path(), folder, m_limits.unpacked, m_stop);
+
+    const auto hold = m_collaboration.hold(site);
+    Collaboration::Record record(m_collaboration, m_store.site(site), id, {person, "Deploy an upload"});
+    const auto dropped = m_store.publish(site, id, person, uploadDetail(unpacked), record.head());
+    record.keep();
     removeFolder.dismiss();
     if (dropped) {
         discard(*dropped);
@@ -79,59 +55,36 @@ Unpacked Publishing::deploy(Exchange& exchange, const std::string& site, const s
     return unpacked;
 }
 
-void Publishing::discard(const std::string& version) {
-    m_sweeper.remove(m_folder.version(version));
+Store::Rollback Publishing::rollBack(const std::string& name, const std::string& person) {
+    const auto hold = m_collaboration.hold(name);
+    const auto site = m_store.site(name);
+    if (!site || !site->previousVersion) {
+        return site ? Store::Rollback::NoPrevious : Store::Rollback::NoSite;
+    }
+    Collaboration::Record record(m_collaboration, site, *site->previousVersion,
+                                 {person, "Roll back to the version before"});
+    const Store::Rollback result = m_store.rollBack(name, person, record.head());
+    record.keep();
+    return result;
 }
 
-void Publishing::receive(Exchange& exchange, const std::filesystem::path& file) const {
-    const HttpError tooLarge(413, "too_large", "The upload is larger than " + byteCount(m_limits.upload));
-    if (exchange.bodyRemaining().value_or(0) > m_limits.upload) {
-        throw tooLarge;
+bool Publishing::remove(const std::string& site, const std::string& person) {
+    const auto hold = m_collaboration.hold(site);
+    const auto removed = m_store.remove(site, person);
+    if (!removed) {
+        return false;
     }
-    const int output = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (output < 0) {
-        throw std::system_error(errno, std::generic_category(), "receiving the upload");
+    for (const std::string& version : removed->versions) {
+        discard(version);
     }
-    const Cleanup closeOutput([output] { close(output); });
+    if (removed->repository) {
+        m_sweeper.remove(m_folder.repository(*removed->repository));
+    }
+    return true;
+}
 
-    // The pieces that arrive are small; the disk is better off with large ones.
-    std::string pending;
-    pending.reserve(writeBuffer);
-    std::uint64_t received = 0;
-    int writeFailure = 0;
-    const auto flush = [&] {
-        if (!writeAll(output, pending)) {
-            writeFailure = errno;
-        }
-        pending.clear();
-        return writeFailure == 0;
-    };
-    const bool whole = exchange.readBody([&](const char* data, size_t size) {
-        received += size;
-        if (received > m_limits.upload) {
-            return false;
-        }
-        if (pending.size() + size > writeBuffer && !flush()) {
-            return false;
-        }
-        pending.append(data, size);
-        return true;
-    });
-    if (received > m_limits.upload) {
-        throw tooLarge;
-    }
-    if (whole) {
-        flush();
-    }
-    if (writeFailure != 0) {
-        throw std::system_error(writeFailure, std::generic_category(), "receiving the upload");
-    }
-    if (!whole) {
-        throw HttpError(400, "incomplete_body", "The upload did not arrive whole");
-    }
-    if (received == 0) {
-        throw HttpError(400, "empty_archive", "The upload is empty");
-    }
+void Publishing::discard(const std::string& version) {
+    m_sweeper.remove(m_folder.version(version));
 }
 
 } // namespace driftwell::sandbox

@@ -17,15 +17,6 @@ constexpr std::string_view apiPrefix = "/api/";
 constexpr std::string_view libsPrefix = "/libs/";
 constexpr std::string_view loginPath = "/auth/login";
 
-void answerError(Exchange& exchange, bool asJson, const HttpError& error) {
-    if (asJson) {
-        exchange.answerError(error.status(), error.code(), error.what());
-    } else {
-        exchange.answerPage(error.status(),
-                            pages::message(error.status() == 404 ? "Not found" : "This did not work", error.what()));
-    }
-}
-
 HttpError fromSystem(const std::error_code& code, const std::string& text) {
     if (code.value() == ENOSPC || code.value() == EDQUOT) {
         return {507, "disk_full", "The sandbox has no room left on its disk"};
@@ -37,18 +28,39 @@ HttpError fromSystem(const std::error_code& code, const std::string& text) {
 
 Router::Router(const Parts& parts, int port) : m_parts(parts), m_port(port) {}
 
+Router::ErrorForm Router::errorForm(std::string_view path) {
+    // Git shows a line of plain text to whoever runs it, and nothing else.
+    return path.starts_with(GitRemote::prefix) ? ErrorForm::Line
+           : path == "/" || path == loginPath  ? ErrorForm::Page
+                                               : ErrorForm::Json;
+}
+
+void Router::answerError(Exchange& exchange, ErrorForm form, const HttpError& error) {
+    switch (form) {
+    case ErrorForm::Json:
+        exchange.answerError(error.status(), error.code(), error.what());
+        break;
+    case ErrorForm::Page:
+        exchange.answerPage(error.status(),
+                            pages::message(error.status() == 404 ? "Not found" : "This did not work", error.what()));
+        break;
+    case ErrorForm::Line:
+        exchange.answerText(error.status(), error.what());
+        break;
+    }
+}
+
 void Router::answerOrFail(Exchange& exchange, ErrorForm form, const std::function<void()>& answer) {
-    const bool asJson = form == ErrorForm::Json;
     try {
         answer();
     } catch (const HttpError& error) {
-        answerError(exchange, asJson, error);
+        answerError(exchange, form, error);
     } catch (const std::system_error& error) {
         std::fprintf(stderr, "driftwell-sandbox: %s\n", error.what());
-        answerError(exchange, asJson, fromSystem(error.code(), error.what()));
+        answerError(exchange, form, fromSystem(error.code(), error.what()));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "driftwell-sandbox: %s\n", error.what());
-        answerError(exchange, asJson, HttpError(500, "internal", std::string("The sandbox failed: ") + error.what()));
+        answerError(exchange, form, HttpError(500, "internal", std::string("The sandbox failed: ") + error.what()));
     }
 }
 
@@ -75,8 +87,7 @@ void Router::platform(Exchange& exchange) {
     if (switches != nullptr && switches->cutUpload) {
         exchange.cutUploadAfter(*switches->cutUpload);
     }
-    const bool isPage = exchange.path() == "/" || exchange.path() == loginPath;
-    answerOrFail(exchange, isPage ? ErrorForm::Page : ErrorForm::Json, [&] {
+    answerOrFail(exchange, errorForm(exchange.path()), [&] {
         if (switches != nullptr && switches->failStatus) {
             // As a platform would that fails at its own work: the upload has arrived by then.
             static_cast<void>(exchange.readBody([](const char*, size_t) { return true; }));
@@ -89,6 +100,8 @@ void Router::platform(Exchange& exchange) {
             m_parts.signIn.login(exchange);
         } else if (exchange.path().starts_with(libsPrefix)) {
             serveLibrary(exchange);
+        } else if (exchange.path().starts_with(GitRemote::prefix)) {
+            m_parts.gitRemote.handle(exchange);
         } else if (exchange.path() == "/") {
             welcome(exchange);
         } else {
@@ -103,8 +116,10 @@ void Router::platform(Exchange& exchange) {
 void Router::refuseOtherOrigins(Exchange& exchange) const {
     // Without accounts nothing but this keeps a page in the user's browser from acting here. Programs send no Origin.
     const std::string origin = exchange.header("Origin");
-    const bool changes = exchange.method() != "GET" && exchange.method() != "HEAD" && exchange.method() != "OPTIONS";
-    if (changes && !origin.empty() && originHost(origin, m_port).kind != HostName::Kind::Platform) {
+    const bool reads = exchange.method() == "GET" || exchange.method() == "HEAD" || exchange.method() == "OPTIONS";
+    // No page has a use for a site's history.
+    const bool mayBeAsked = reads && !exchange.path().starts_with(GitRemote::prefix);
+    if (!mayBeAsked && !origin.empty() && originHost(origin, m_port).kind != HostName::Kind::Platform) {
         throw HttpError(403, "cross_origin", "Pages from elsewhere cannot use this platform");
     }
 }

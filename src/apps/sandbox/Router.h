@@ -2,7 +2,9 @@
 
 #include "apps/sandbox/Api.h"
 #include "apps/sandbox/Exchange.h"
+#include "apps/sandbox/GitRemote.h"
 #include "apps/sandbox/HostedSites.h"
+#include "apps/sandbox/HttpError.h"
 #include "apps/sandbox/Misbehaviour.h"
 #include "apps/sandbox/SignIn.h"
 #include "apps/sandbox/StopSignal.h"
@@ -18,6 +20,7 @@ public:
         Api& api;
         SignIn& signIn;
         HostedSites& hostedSites;
+        GitRemote& gitRemote;
         Misbehaviour& misbehaviour;
         const StopSignal& stop;
     };
@@ -26,9 +29,11 @@ public:
     void handle(Exchange& exchange) override;
 
 private:
-    enum class ErrorForm { Json, Page };
+    enum class ErrorForm { Json, Page, Line };
     void answerOrFail(Exchange& exchange, ErrorForm form, const std::function<void()>& answer);
     void platform(Exchange& exchange);
+    [[nodiscard]] static ErrorForm errorForm(std::string_view path);
+    static void answerError(Exchange& exchange, ErrorForm form, const HttpError& error);
     void refuseOtherOrigins(Exchange& exchange) const;
     void welcome(Exchange& exchange);
 

@@ -14,14 +14,14 @@ namespace driftwell::sandbox {
 
 namespace {
 
-constexpr std::int64_t schemaVersion = 1;
+constexpr std::int64_t schemaVersion = 2;
 
 constexpr std::array<std::pair<AccessMode, std::string_view>, 3> modeNames = {
     {{AccessMode::Team, "team"}, {AccessMode::Restricted, "restricted"}, {AccessMode::Public, "public"}}};
 
 constexpr std::string_view siteColumns =
     "SELECT name, owner, live_version, previous_version, deployed_at, deployed_by, "
-    "last_action, access_mode, access_emails, anyone_can_comment, collab FROM sites";
+    "last_action, access_mode, access_emails, anyone_can_comment, collab, repository, head, pushed_by FROM sites";
 
 std::string now() {
     return timestamp(std::chrono::system_clock::now());
@@ -44,6 +44,9 @@ Site readSite(const Statement& row) {
     site.access.emails = nlohmann::json::parse(row.text(8)).get<std::vector<std::string>>();
     site.access.anyoneCanComment = row.integer(9) != 0;
     site.collab = row.integer(10) != 0;
+    site.repository = row.optionalText(11);
+    site.head = row.optionalText(12);
+    site.pushedBy = row.optionalText(13);
     return site;
 }
 
@@ -87,6 +90,19 @@ void Store::prepareSchema() {
         return;
     }
     Transaction transaction(m_database);
+    if (version < 1) {
+        makeFirstSchema();
+    }
+    m_database.run(R"(
+        ALTER TABLE sites ADD COLUMN repository TEXT;
+        ALTER TABLE sites ADD COLUMN head TEXT;
+        ALTER TABLE sites ADD COLUMN pushed_by TEXT;
+        PRAGMA user_version = 2;
+    )");
+    transaction.commit();
+}
+
+void Store::makeFirstSchema() {
     m_database.run(R"(
         CREATE TABLE sites (
             name TEXT PRIMARY KEY,
@@ -123,9 +139,7 @@ void Store::prepareSchema() {
             scope TEXT NOT NULL,
             created_at TEXT NOT NULL
         ) WITHOUT ROWID;
-        PRAGMA user_version = 1;
     )");
-    transaction.commit();
 }
 
 std::vector<Site> Store::sites() {
@@ -177,6 +191,16 @@ std::set<std::string> Store::keptVersions() {
     return kept;
 }
 
+std::set<std::string> Store::keptRepositories() {
+    const std::lock_guard lock(m_mutex);
+    std::set<std::string> kept;
+    Statement rows(m_database, "SELECT repository FROM sites WHERE repository IS NOT NULL");
+    while (rows.step()) {
+        kept.insert(rows.text(0));
+    }
+    return kept;
+}
+
 std::int64_t Store::deploysSince(const std::string& time) {
     const std::lock_guard lock(m_mutex);
     Statement row(m_database, "SELECT count(*) FROM logs WHERE event = 'deploy' AND time >= ?");
@@ -196,29 +220,33 @@ void Store::addLog(const std::string& site, std::string_view kind, std::string_v
 }
 
 std::optional<std::string> Store::publish(const std::string& site, const std::string& version,
-                                          const std::string& person, const std::string& detail) {
+                                          const std::string& person, const std::string& detail,
+                                          const std::optional<std::string>& head) {
     const std::lock_guard lock(m_mutex);
     Transaction transaction(m_database);
     const std::string time = now();
     const auto before = siteUnlocked(site);
     // The owner is who deploys first, and stays so.
     Statement(m_database,
-              "INSERT INTO sites (name, owner, live_version, deployed_at, deployed_by, last_action) "
-              "VALUES (?, ?, ?, ?, ?, 'deploy') "
+              "INSERT INTO sites (name, owner, live_version, deployed_at, deployed_by, last_action, head) "
+              "VALUES (?, ?, ?, ?, ?, 'deploy', ?) "
               "ON CONFLICT (name) DO UPDATE SET previous_version = live_version, live_version = excluded.live_version, "
-              "deployed_at = excluded.deployed_at, deployed_by = excluded.deployed_by, last_action = 'deploy'")
+              "deployed_at = excluded.deployed_at, deployed_by = excluded.deployed_by, last_action = 'deploy', "
+              "head = coalesce(excluded.head, head), pushed_by = NULL")
         .bind(site)
         .bind(person)
         .bind(version)
         .bind(time)
         .bind(person)
+        .bindOptional(head)
         .run();
     addLog(site, "deploy", "deploy", person, detail, time);
     transaction.commit();
     return before ? before->previousVersion : std::nullopt;
 }
 
-Store::Rollback Store::rollBack(const std::string& site, const std::string& person) {
+Store::Rollback Store::rollBack(const std::string& site, const std::string& person,
+                                const std::optional<std::string>& head) {
     const std::lock_guard lock(m_mutex);
     Transaction transaction(m_database);
     const auto before = siteUnlocked(site);
@@ -230,9 +258,11 @@ Store::Rollback Store::rollBack(const std::string& site, const std::string& pers
     }
     const std::string time = now();
     Statement(m_database, "UPDATE sites SET live_version = previous_version, previous_version = live_version, "
-                          "deployed_at = ?, deployed_by = ?, last_action = 'rollback' WHERE name = ?")
+                          "deployed_at = ?, deployed_by = ?, last_action = 'rollback', head = coalesce(?, head), "
+                          "pushed_by = NULL WHERE name = ?")
         .bind(time)
         .bind(person)
+        .bindOptional(head)
         .bind(site)
         .run();
     addLog(site, "deploy", "rollback", person, "rolled back to the version before", time);
@@ -240,7 +270,7 @@ Store::Rollback Store::rollBack(const std::string& site, const std::string& pers
     return Rollback::Done;
 }
 
-std::optional<std::vector<std::string>> Store::remove(const std::string& site, const std::string& person) {
+std::optional<Store::Removed> Store::remove(const std::string& site, const std::string& person) {
     const std::lock_guard lock(m_mutex);
     Transaction transaction(m_database);
     const auto before = siteUnlocked(site);
@@ -250,11 +280,11 @@ std::optional<std::vector<std::string>> Store::remove(const std::string& site, c
     Statement(m_database, "DELETE FROM sites WHERE name = ?").bind(site).run();
     addLog(site, "api", "delete", person, "Deleted the site", now());
     transaction.commit();
-    std::vector<std::string> versions = {before->liveVersion};
+    Removed removed{{before->liveVersion}, before->repository};
     if (before->previousVersion) {
-        versions.push_back(*before->previousVersion);
+        removed.versions.push_back(*before->previousVersion);
     }
-    return versions;
+    return removed;
 }
 
 std::optional<Site> Store::setLib(const std::string& site, const std::string& lib, Switch position) {
@@ -272,13 +302,26 @@ std::optional<Site> Store::setLib(const std::string& site, const std::string& li
     return siteUnlocked(site);
 }
 
-std::optional<Site> Store::setCollab(const std::string& site, Switch position) {
+std::optional<Site> Store::startCollab(const std::string& site, const std::string& repository,
+                                       const std::string& head) {
     const std::lock_guard lock(m_mutex);
-    Statement(m_database, "UPDATE sites SET collab = ? WHERE name = ?")
-        .bind(position == Switch::On ? std::int64_t{1} : std::int64_t{0})
+    Statement(m_database, "UPDATE sites SET collab = 1, repository = ?, head = ?, pushed_by = NULL WHERE name = ?")
+        .bind(repository)
+        .bind(head)
         .bind(site)
         .run();
     return siteUnlocked(site);
+}
+
+std::optional<Site> Store::stopCollab(const std::string& site) {
+    const std::lock_guard lock(m_mutex);
+    Statement(m_database, "UPDATE sites SET collab = 0 WHERE name = ?").bind(site).run();
+    return siteUnlocked(site);
+}
+
+void Store::expectPush(const std::string& site, const std::optional<std::string>& person) {
+    const std::lock_guard lock(m_mutex);
+    Statement(m_database, "UPDATE sites SET pushed_by = ? WHERE name = ?").bindOptional(person).bind(site).run();
 }
 
 std::optional<Site> Store::setAccess(const std::string& site, const AccessChange& change, const std::string& person,

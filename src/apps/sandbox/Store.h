@@ -30,7 +30,14 @@ struct Site {
     std::string lastAction;
     std::vector<std::string> libs;
     Access access;
+    /// Whether people edit it together.
     bool collab = false;
+    /// The name of its repository, once it has had one.
+    std::optional<std::string> repository;
+    /// The commit that is live, while people edit it together.
+    std::optional<std::string> head;
+    /// Whose push is being taken, by e-mail address.
+    std::optional<std::string> pushedBy;
 };
 
 struct LogLine {
@@ -55,20 +62,34 @@ public:
     [[nodiscard]] std::vector<Site> sites();
     [[nodiscard]] std::optional<Site> site(const std::string& name);
     [[nodiscard]] std::set<std::string> keptVersions();
+    [[nodiscard]] std::set<std::string> keptRepositories();
     [[nodiscard]] std::int64_t deploysSince(const std::string& time);
 
-    /// Makes an unpacked version the live one. Gives the version that nothing refers to any more.
+    /// Makes an unpacked version the live one, and its commit, where it has one, the head. Gives the version that
+    /// nothing refers to any more.
     [[nodiscard]] std::optional<std::string> publish(const std::string& site, const std::string& version,
-                                                     const std::string& person, const std::string& detail);
+                                                     const std::string& person, const std::string& detail,
+                                                     const std::optional<std::string>& head = std::nullopt);
     enum class Rollback { Done, NoSite, NoPrevious };
-    [[nodiscard]] Rollback rollBack(const std::string& site, const std::string& person);
-    /// Gives the versions to remove, or nothing when there is no such site. The log stays.
-    [[nodiscard]] std::optional<std::vector<std::string>> remove(const std::string& site, const std::string& person);
+    /// `head` as with publish().
+    [[nodiscard]] Rollback rollBack(const std::string& site, const std::string& person,
+                                    const std::optional<std::string>& head = std::nullopt);
+    struct Removed {
+        std::vector<std::string> versions;
+        std::optional<std::string> repository;
+    };
+    /// Gives what is to be removed, or nothing when there is no such site. The log stays.
+    [[nodiscard]] std::optional<Removed> remove(const std::string& site, const std::string& person);
 
     enum class Switch { Off, On };
     /// Each gives the site as it is afterwards, or nothing when there is none.
     [[nodiscard]] std::optional<Site> setLib(const std::string& site, const std::string& lib, Switch position);
-    [[nodiscard]] std::optional<Site> setCollab(const std::string& site, Switch position);
+    [[nodiscard]] std::optional<Site> startCollab(const std::string& site, const std::string& repository,
+                                                  const std::string& head);
+    [[nodiscard]] std::optional<Site> stopCollab(const std::string& site);
+
+    /// Remembers whose push is about to be taken, or that there is none, for the case that it is not seen to its end.
+    void expectPush(const std::string& site, const std::optional<std::string>& person);
 
     struct AccessChange {
         std::optional<AccessMode> mode;
@@ -86,6 +107,7 @@ public:
 
 private:
     void prepareSchema();
+    void makeFirstSchema();
     std::optional<Site> siteUnlocked(const std::string& name);
     void addLog(const std::string& site, std::string_view kind, std::string_view event, const std::string& person,
                 const std::string& detail, const std::string& time);

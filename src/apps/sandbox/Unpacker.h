@@ -1,23 +1,11 @@
 #pragma once
 
+#include "apps/sandbox/SiteFiles.h"
 #include "apps/sandbox/StopSignal.h"
 
-#include <cstdint>
 #include <filesystem>
 
 namespace driftwell::sandbox {
-
-struct UnpackLimits {
-    std::uint64_t bytes = std::uint64_t{8} << 30U;
-    std::uint64_t files = 500'000;
-};
-
-struct Unpacked {
-    std::uint64_t files = 0;
-    std::uint64_t bytes = 0;
-    /// Members that were left out because they are neither files nor folders: links, devices, pipes.
-    std::uint64_t skipped = 0;
-};
 
 /// Unpacks a gzip-compressed tar archive into `folder`, which must exist and be empty.
 ///

@@ -1,11 +1,15 @@
 #include "apps/sandbox/Api.h"
+#include "apps/sandbox/Collaboration.h"
 #include "apps/sandbox/DataFolder.h"
+#include "apps/sandbox/GitProcess.h"
+#include "apps/sandbox/GitRemote.h"
 #include "apps/sandbox/HostedSites.h"
 #include "apps/sandbox/HostName.h"
 #include "apps/sandbox/HttpServer.h"
 #include "apps/sandbox/Misbehaviour.h"
 #include "apps/sandbox/Options.h"
 #include "apps/sandbox/Publishing.h"
+#include "apps/sandbox/PushCheck.h"
 #include "apps/sandbox/Router.h"
 #include "apps/sandbox/SignIn.h"
 #include "apps/sandbox/StopSignal.h"
@@ -18,6 +22,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
 namespace {
 
@@ -42,16 +47,21 @@ void run(const Options& options) {
     StopSignal stop;
     const DataFolder folder(options.data);
     Store store(folder.database());
-    folder.removeLeftovers(store.keptVersions());
+    folder.removeLeftovers(store.keptVersions(), store.keptRepositories());
+    installPushCheck(folder.hooks());
 
     HttpServer server(options.port, stop);
     Sweeper sweeper;
     SignIn signIn(store, options.signIn, server.port());
-    Publishing publishing(folder, store, sweeper, options.limits, stop);
-    Api api(store, publishing, signIn, server.port());
+    const GitHost git{stop, folder.gitLock()};
+    Collaboration collaboration(folder, store, sweeper, options.limits.unpacked, git);
+    collaboration.putAllRight();
+    Publishing publishing(folder, store, sweeper, collaboration, options.limits, stop);
+    Api api(store, publishing, collaboration, signIn, server.port());
+    GitRemote gitRemote(folder, signIn, collaboration, options.limits, git, options.races);
     HostedSites hostedSites(folder, store, signIn);
     Misbehaviour misbehaviour(options.switches);
-    Router router({store, api, signIn, hostedSites, misbehaviour, stop}, server.port());
+    Router router({store, api, signIn, hostedSites, gitRemote, misbehaviour, stop}, server.port());
 
     server.start(router);
     std::printf("Driftwell sandbox: %s\n", platformUrl(server.port()).c_str());
@@ -69,6 +79,9 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     const sigset_t signals = endSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    if (argc > 0 && std::filesystem::path(argv[0]).filename() == pushCheckName) {
+        return runPushCheck();
+    }
     try {
         const auto parsed = parseOptions(argc, argv);
         if (const int* status = std::get_if<int>(&parsed)) {

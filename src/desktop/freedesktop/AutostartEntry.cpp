@@ -67,23 +67,26 @@ std::vector<fs::path> entryFiles() {
     return files;
 }
 
-/// What a regular file holds; absent with errno. What is no regular file, or is too large, holds nothing.
+/// What a regular file holds; absent with errno: EINVAL for what is no regular file, EFBIG for one that is too large.
 std::optional<std::string> contentOf(const fs::path& path) {
     // Anything may lie there: opening must not wait for another end.
     const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (file.get() < 0) {
+    struct stat status {};
+    if (file.get() < 0 || ::fstat(file.get(), &status) != 0) {
         return std::nullopt;
     }
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        static_cast<std::size_t>(status.st_size) > largestEntry) {
-        return std::string();
+    if (!S_ISREG(status.st_mode) || static_cast<std::size_t>(status.st_size) > largestEntry) {
+        errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
+        return std::nullopt;
     }
     std::string content(static_cast<std::size_t>(status.st_size), '\0');
     std::size_t length = 0;
     while (length < content.size()) {
         const ssize_t count = ::read(file.get(), content.data() + length, content.size() - length);
-        if (count <= 0) {
+        if (count < 0) {
+            return std::nullopt;
+        }
+        if (count == 0) {
             break;
         }
         length += static_cast<std::size_t>(count);

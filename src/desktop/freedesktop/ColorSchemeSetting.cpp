@@ -92,8 +92,13 @@ bool ColorSchemeSetting::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void ColorSchemeSetting::followPortal() {
-    m_bus.connect(portal::service(), portal::objectPath(), settingsInterface, QStringLiteral("SettingChanged"), this,
-                  SLOT(portalSettingChanged(QString, QString, QDBusVariant)));
+    // Qt finds the types of a slot by their names, and this one's is known only after its first use.
+    qRegisterMetaType<QDBusVariant>();
+    if (!m_bus.connect(portal::service(), portal::objectPath(), settingsInterface, QStringLiteral("SettingChanged"),
+                       this, SLOT(portalSettingChanged(QString, QString, QDBusVariant))) &&
+        m_bus.isConnected()) {
+        qWarning("Changes of the desktop's colours are not followed: %s", qUtf8Printable(m_bus.lastError().message()));
+    }
     auto* arrivals = new QDBusServiceWatcher(portal::service(), m_bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(arrivals, &QDBusServiceWatcher::serviceRegistered, this, [this] { readPortal(readMethod); });
     readPortal(readMethod);

@@ -27,10 +27,9 @@ PackageKitTransaction::PackageKitTransaction(QDBusConnection bus, std::chrono::m
         new QDBusServiceWatcher(packageKit::service(), m_bus, QDBusServiceWatcher::WatchForUnregistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this,
             [this] { fail(QStringLiteral("PackageKit ended unexpectedly")); });
-    m_patience.setSingleShot(true);
-    connect(&m_patience, &QTimer::timeout, this,
-            [this] { fail(QStringLiteral("PackageKit does not come to an end")); });
-    m_patience.start(workTimeout);
+    m_timeout.setSingleShot(true);
+    connect(&m_timeout, &QTimer::timeout, this, [this] { fail(QStringLiteral("PackageKit does not come to an end")); });
+    m_timeout.start(workTimeout);
     callOnBus(m_bus, packageKit::call(QStringLiteral("CreateTransaction")), m_answerTimeout, this,
               [this](const QDBusMessage& reply) {
                   if (reply.type() == QDBusMessage::ErrorMessage) {

@@ -63,7 +63,7 @@ private:
     /// By PackageKit's own word; whoever awaits the end may have been told of another one before.
     bool m_hasEnded = false;
     QList<PackageUpdate> m_packages;
-    QTimer m_patience;
+    QTimer m_timeout;
     Completion<> m_finished;
 };
 

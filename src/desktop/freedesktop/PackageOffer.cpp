@@ -16,7 +16,7 @@ namespace driftwell {
 namespace {
 
 /// The answer comes when the person is done with the dialogs.
-constexpr std::chrono::hours patience(12);
+constexpr std::chrono::hours answerTimeout(12);
 
 bool isNobodyThere(const QDBusMessage& reply) {
     switch (QDBusError(reply).type()) {
@@ -42,7 +42,7 @@ void PackageOffer::make(const QString& package) {
         QStringLiteral("org.freedesktop.PackageKit.Modify2"), QStringLiteral("InstallPackageNames"));
     offer.setArguments(
         {QStringList{package}, QStringLiteral("hide-finished"), QStringLiteral("driftwell"), QVariantMap()});
-    callOnBus(m_bus, offer, patience, this, [this, package](const QDBusMessage& reply) {
+    callOnBus(m_bus, offer, answerTimeout, this, [this, package](const QDBusMessage& reply) {
         if (reply.type() == QDBusMessage::ErrorMessage && isNobodyThere(reply)) {
             installAsAdministrator(package);
         }

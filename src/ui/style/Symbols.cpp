@@ -1,5 +1,7 @@
 #include "ui/style/Symbols.h"
 
+#include <QFontDatabase>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -66,7 +68,11 @@ constexpr std::array symbols{
 } // namespace
 
 QString Symbols::family() {
-    return QStringLiteral("Material Icons");
+    static const QString family = [] {
+        const int font = QFontDatabase::addApplicationFont(QStringLiteral(":/driftwell/fonts/MaterialIcons-Regular.ttf"));
+        return QFontDatabase::applicationFontFamilies(font).value(0);
+    }();
+    return family;
 }
 
 int Symbols::pixelSize(double size) {

@@ -6,8 +6,8 @@
 
 namespace driftwell {
 
-/// The screens' symbols by name, as glyphs of one icon font (Debian's fonts-material-design-icons-iconfont). In QML a
-/// singleton.
+/// The screens' symbols by name, as glyphs of one icon font (Debian's fonts-material-design-icons-iconfont), which is
+/// part of the program: where it is missing, symbols would be empty boxes. In QML a singleton.
 class Symbols final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -19,6 +19,7 @@ public:
     /// as large as a size is drawn in letters that are larger by this.
     static constexpr double opticalFactor = 24.0 / 20.0;
 
+    /// Makes the font known to Qt when it is first asked for. Called after the application object was made.
     [[nodiscard]] static QString family();
 
     /// The size of the letters, in whole logical pixels, of a symbol that is to be seen as large as `size`.

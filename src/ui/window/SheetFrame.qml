@@ -14,22 +14,14 @@ Item {
     z: aboveSheets
     Accessible.ignored: true
 
-    Item {
+    TitleBarArea {
         width: frame.width
         height: frame.toolbar.height
-
-        DragHandler {
-            target: null
-            onActiveChanged: if (active) frame.window.startMove()
-        }
-        TapHandler {
-            acceptedButtons: Qt.LeftButton
-            gesturePolicy: TapHandler.DragThreshold
-            onTapped: eventPoint => frame.toolbar.windowButtonAt(eventPoint.position)?.clicked()
-            onDoubleTapped: eventPoint => {
-                if (!frame.toolbar.windowButtonAt(eventPoint.position))
-                    frame.window.toggleMaximized();
-            }
+        window: frame.window
+        onClicked: mouse => frame.toolbar.windowButtonAt(Qt.point(mouse.x, mouse.y))?.clicked()
+        onDoubleClicked: mouse => {
+            if (!frame.toolbar.windowButtonAt(Qt.point(mouse.x, mouse.y)))
+                frame.window.toggleMaximized();
         }
     }
     ResizeBorder {

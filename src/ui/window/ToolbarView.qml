@@ -25,15 +25,10 @@ Rectangle {
     Accessible.role: Accessible.ToolBar
     Accessible.name: model.title
 
-    DragHandler {
-        target: null
-        grabPermissions: PointerHandler.CanTakeOverFromAnything
-        onActiveChanged: if (active) toolbar.window.startMove()
-    }
-    TapHandler {
-        acceptedButtons: Qt.LeftButton
-        gesturePolicy: TapHandler.DragThreshold
-        onDoubleTapped: toolbar.window.toggleMaximized()
+    TitleBarArea {
+        anchors.fill: parent
+        window: toolbar.window
+        onDoubleClicked: toolbar.window.toggleMaximized()
     }
     WindowButtons {
         id: windowButtons

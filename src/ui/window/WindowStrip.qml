@@ -9,14 +9,10 @@ Item {
 
     implicitHeight: 44
 
-    DragHandler {
-        target: null
-        onActiveChanged: if (active) strip.window.startMove()
-    }
-    TapHandler {
-        acceptedButtons: Qt.LeftButton
-        gesturePolicy: TapHandler.DragThreshold
-        onDoubleTapped: strip.window.toggleMaximized()
+    TitleBarArea {
+        anchors.fill: parent
+        window: strip.window
+        onDoubleClicked: strip.window.toggleMaximized()
     }
     WindowButtons {
         x: 8

@@ -109,9 +109,13 @@ TEST_F(InvocationTest, AnEmptyArgumentIsNotTheWorkingFolder) {
     EXPECT_EQ(parse({""}), isWrong("not a folder: "));
 }
 
-TEST_F(InvocationTest, AnAddressOfTheApplicationsOwnSchemeShowsTheWindow) {
-    EXPECT_EQ(parse({"driftwell://open"}), does(Action::Open));
-    EXPECT_EQ(parse({"driftwell:"}), does(Action::Open));
+TEST_F(InvocationTest, AnAddressOfTheApplicationsOwnSchemeIsALinkAsItCame) {
+    for (const char* link :
+         {"driftwell://open?site=garden&host=https%3A%2F%2Fsites.test", "driftwell:", "driftwell:%zz"}) {
+        Invocation follows = does(Action::FollowLink);
+        follows.link = link;
+        EXPECT_EQ(parse({link}), follows);
+    }
 }
 
 TEST_F(InvocationTest, AFolderWhoseNameBeginsWithADashComesAfterTwoDashes) {
