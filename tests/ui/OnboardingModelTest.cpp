@@ -327,10 +327,10 @@ TEST_F(OnboardingModelTest, ACancelledEditChangesNothing) {
 }
 
 TEST_F(OnboardingModelTest, GitIsOnlyLookedForInTheStepThatShowsIt) {
-    EXPECT_EQ(onboarding().gitTools(), GitTools::Probing);
+    EXPECT_EQ(onboarding().gitTools(), OnboardingModel::GitTools::Probing);
     EXPECT_EQ(model().gates().gitToolsInstalled(), std::nullopt);
     goTo(Step::Setup);
-    waitUntil([this] { return onboarding().gitTools() == GitTools::Present; });
+    waitUntil([this] { return onboarding().gitTools() == OnboardingModel::GitTools::Present; });
     EXPECT_TRUE(model().gates().gitToolsConfirmed());
 }
 
