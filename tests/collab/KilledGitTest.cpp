@@ -1,6 +1,7 @@
 #include "collab/LeftLocks.h"
 #include "support/ChildProcess.h"
 #include "tests/collab/CollabFixture.h"
+#include "tests/support/TestSize.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -30,11 +31,10 @@ struct Scene {
 };
 
 enum class Victim { Git, Application };
-/// A step is the start of a git, or a change that one makes to a file. With DRIFTWELL_TEST_EVERY_KILL somebody is
-/// killed at each of them, otherwise at one of this many.
+/// A step is the start of a git, or a change that one makes to a file. Somebody is killed at one of this many; with
+/// DRIFTWELL_TEST_EVERY_KILL at each, which takes an hour.
 long stride() {
-    constexpr long sample = 61;
-    return std::getenv("DRIFTWELL_TEST_EVERY_KILL") ? 1 : sample;
+    return std::getenv("DRIFTWELL_TEST_EVERY_KILL") ? 1 : rounds(61, 13);
 }
 
 class KilledGit : public CollabFixture, public testing::WithParamInterface<std::tuple<Scene, Victim>> {
