@@ -18,7 +18,7 @@ namespace driftwell::dw {
 /// A command that ended without success, as it is shown and as the process ends.
 struct CommandFailure {
     /// Machine-readable: "usage", "interrupted", "system", "unreachable", "notTeam", "api", "noHost",
-    /// "unauthenticated", "noSite", "noLibrary", "notConfirmed".
+    /// "unauthenticated", "noSite", "noLibrary", "notConfirmed", "conflict".
     std::string kind;
     QString message;
     /// What the person can do about it; may be empty.

@@ -9,6 +9,7 @@ enum class ExitCode {
     WrongUsage = 2,
     NotAllowed = 4,
     Unreachable = 5,
+    Conflict = 6,
     Interrupted = 130,
 };
 
