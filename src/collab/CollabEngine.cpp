@@ -1,9 +1,13 @@
 #include "collab/CollabEngine.h"
 
 #include "collab/CommitMessage.h"
+#include "collab/FileContent.h"
 #include "collab/FolderGuard.h"
 #include "collab/LeftLocks.h"
+#include "collab/LeftMerge.h"
 #include "collab/LinkedFolder.h"
+#include "collab/NewFolder.h"
+#include "collab/UnderWay.h"
 
 #include <algorithm>
 #include <string>
@@ -62,12 +66,44 @@ CollabState stateOfMerge(QStringList unresolved) {
     return unresolved.isEmpty() ? CollabState::resolved() : CollabState::conflict(std::move(unresolved));
 }
 
+QString detached() {
+    return QStringLiteral("the folder is not on a branch (detached state)");
+}
+
+QString onBranch(const QString& name) {
+    return QStringLiteral("the folder is on branch “%1”, not main").arg(name);
+}
+
+/// Why the branch that is checked out is not the one that is published, from what git notes of it
+/// (gitrepository-layout(5)).
+Failure refusalOfBranch(const std::filesystem::path& folder) {
+    const std::optional<std::string> head = contentBeneath(folder, ".git/HEAD");
+    if (!head) {
+        // Git tells what is wrong with it.
+        return std::nullopt;
+    }
+    const QString reference = text(*head).trimmed();
+    const QString branches = QStringLiteral("ref: refs/heads/");
+    if (!reference.startsWith(branches)) {
+        return detached();
+    }
+    const QString name = reference.mid(branches.size());
+    return name == QLatin1String(Git::branch) ? Failure() : onBranch(name);
+}
+
 /// The same for an operation that changes the folder.
 Task<Opened> openForChange(std::filesystem::path folder, std::stop_token stop) {
-    const Opened opened = co_await open(folder, stop);
-    if (!opened.refusal) {
-        co_await removeLeftLocks(folder, stop);
+    Opened opened = co_await open(folder, stop);
+    if (opened.refusal) {
+        co_return opened;
     }
+    const Failure otherBranch = refusalOfBranch(folder);
+    if (otherBranch) {
+        opened.refusal = QStringLiteral("the folder was left alone: ") + *otherBranch;
+        co_return opened;
+    }
+    co_await removeLeftLocks(folder, stop);
+    opened.refusal = co_await takeBackLeftMerge(opened.folder);
     co_return opened;
 }
 
@@ -107,8 +143,8 @@ Task<CollabState> stateOnBranch(LinkedFolder folder, std::optional<QString> head
     co_return CollabState::updatesAvailable();
 }
 
-Task<Failure> addAll(LinkedFolder folder) {
-    const Failure obstacle = co_await folder.obstacleToAdding();
+Task<Failure> addAll(LinkedFolder folder, LinkedFolder::Unmerged unmerged) {
+    const Failure obstacle = co_await folder.obstacleToAdding(unmerged);
     if (obstacle) {
         co_return obstacle;
     }
@@ -118,7 +154,7 @@ Task<Failure> addAll(LinkedFolder folder) {
 }
 
 Task<Failure> commitAll(LinkedFolder folder, Identity identity) {
-    const Failure failure = co_await addAll(folder);
+    const Failure failure = co_await addAll(folder, LinkedFolder::Unmerged::IsObstacle);
     if (failure) {
         co_return failure;
     }
@@ -136,19 +172,46 @@ Task<Failure> commitAll(LinkedFolder folder, Identity identity) {
     co_return failureOf(committed);
 }
 
+void endTaking(const LinkedFolder& folder) {
+    UnderWay::end(folder.path(), UnderWay::Work::TakingOurs);
+    UnderWay::end(folder.path(), UnderWay::Work::TakingTheirs);
+}
+
 Task<Failure> commitMerge(LinkedFolder folder, Identity identity) {
-    const Failure failure = co_await addAll(folder);
+    const Failure failure = co_await addAll(folder, LinkedFolder::Unmerged::IsCommitted);
     if (failure) {
         co_return failure;
     }
     Arguments commit{"commit", "--quiet", "--no-edit"};
+    // Git was killed before it had written its message; a commit without one it refuses.
+    if (folder.isMerging() && !folder.hasMergeMessage()) {
+        commit = {"commit", "--quiet", "-m", "Merge the site"};
+    }
     const Git::RunResult committed = co_await folder.git(std::move(commit), std::nullopt, identity);
+    if (committed.code == 0) {
+        endTaking(folder);
+    }
     co_return failureOf(committed);
 }
 
 Task<Git::RunResult> pull(LinkedFolder folder, Git::Access access, Identity identity) {
+    endTaking(folder);
+    const Failure unnoted = UnderWay::begin(folder.path(), UnderWay::Work::Merging);
+    if (unnoted) {
+        Git::RunResult failed;
+        failed.code = 1;
+        failed.standardError = *unnoted;
+        co_return failed;
+    }
     Arguments arguments{"pull", "--no-rebase", "--no-edit", Git::remoteName, Git::branch};
-    co_return co_await folder.git(std::move(arguments), access, identity);
+    const Git::RunResult pulled = co_await folder.git(std::move(arguments), access, identity);
+    if (pulled.code == 0) {
+        UnderWay::end(folder.path(), UnderWay::Work::Merging);
+    } else {
+        // What cannot be taken back now is taken back by the next operation.
+        const Failure left = co_await takeBackLeftMerge(folder);
+    }
+    co_return pulled;
 }
 
 Task<SyncOutcome> pullAndPush(LinkedFolder folder, Git::Access access, Identity identity) {
@@ -250,11 +313,11 @@ Task<std::optional<CollabState>> CollabEngine::siteState(SiteInfo site, std::fil
     Arguments head{"symbolic-ref", "--short", "HEAD"};
     const Git::RunResult branch = co_await linked.git(std::move(head));
     if (branch.code != 0) {
-        co_return CollabState::needsAttention(QStringLiteral("the folder is not on a branch (detached state)"));
+        co_return CollabState::needsAttention(detached());
     }
     const QString name = branch.standardOutput.trimmed();
     if (name != QLatin1String(Git::branch)) {
-        co_return CollabState::needsAttention(QStringLiteral("the folder is on branch “%1”, not main").arg(name));
+        co_return CollabState::needsAttention(onBranch(name));
     }
     const std::optional<QString> platformHead = site.collab ? site.collab->head : std::nullopt;
     const CollabState state = co_await stateOnBranch(linked, platformHead);
@@ -324,20 +387,28 @@ Task<std::optional<QString>> CollabEngine::link(QString site, std::filesystem::p
     if (guard.hasVersionControl) {
         co_return QStringLiteral("the folder already has version control");
     }
-    const LinkedFolder linked(folder, stop);
+    // A link that is killed leaves no version control, which would be in the way of the next.
+    const std::optional<NewFolder> fresh = NewFolder::besides(folder / ".git");
+    const LinkedFolder linked(fresh ? fresh->path().parent_path() : folder, stop);
     std::vector<Arguments> commands{
         {"init", "--quiet", "-b", Git::branch},
         {"remote", "add", Git::remoteName, Git::remoteUrl(access.config, site).toStdString()},
         {"fetch", "--quiet", Git::remoteName, Git::branch},
         {"reset", "--quiet", "--mixed", "FETCH_HEAD"},
     };
-    for (Arguments& command : commands) {
-        const Git::RunResult result = co_await linked.git(std::move(command), access);
-        if (result.code != 0) {
-            co_return result.failureText();
-        }
+    Failure failure;
+    bool wasKilled = false;
+    for (std::size_t i = 0; i < commands.size() && !failure; ++i) {
+        const Git::RunResult result = co_await linked.git(std::move(commands[i]), access);
+        failure = failureOf(result);
+        wasKilled = result.wasKilled;
     }
-    co_return std::nullopt;
+    // What git refuses half-way stays.
+    if (fresh && !wasKilled) {
+        const Failure unplaced = fresh->takePlace();
+        failure = failure ? failure : unplaced;
+    }
+    co_return failure;
 }
 
 Task<SyncOutcome> CollabEngine::update(std::filesystem::path folder, Git::Access access, Identity identity,
@@ -373,10 +444,20 @@ Task<SyncOutcome> CollabEngine::resolveTaking(Side side, std::filesystem::path f
         co_return SyncOutcome::failed(conflicted.failureText());
     }
     if (const Arguments paths = lines(conflicted.outputBytes); !paths.empty()) {
+        endTaking(opened.folder);
+        const UnderWay::Work taking = side == Side::Ours ? UnderWay::Work::TakingOurs : UnderWay::Work::TakingTheirs;
+        const Failure unnoted = UnderWay::begin(folder, taking);
+        if (unnoted) {
+            co_return SyncOutcome::failed(*unnoted);
+        }
         Arguments checkout{"checkout", side == Side::Ours ? "--ours" : "--theirs", "--"};
         checkout.insert(checkout.end(), paths.begin(), paths.end());
         const Git::RunResult taken = co_await opened.folder.git(std::move(checkout));
         if (taken.code != 0) {
+            const std::vector<std::string> half = co_await halfTaken(opened.folder, paths);
+            if (half.empty()) {
+                endTaking(opened.folder);
+            }
             co_return SyncOutcome::failed(taken.failureText());
         }
     }
@@ -389,16 +470,23 @@ Task<SyncOutcome> CollabEngine::resolveTaking(Side side, std::filesystem::path f
 
 Task<std::optional<QString>> CollabEngine::clone(QString site, std::filesystem::path destination, Git::Access access,
                                                  std::stop_token stop) {
-    Arguments arguments{"clone",
-                        "--quiet",
-                        "--origin",
-                        Git::remoteName,
-                        Git::remoteUrl(access.config, site).toStdString(),
-                        destination.string()};
+    // In a folder with files git says itself that it does nothing.
+    std::error_code error;
+    const bool isOccupied =
+        std::filesystem::exists(destination, error) && !std::filesystem::is_empty(destination, error);
+    std::filesystem::create_directories(destination.parent_path(), error);
+    const std::optional<NewFolder> fresh = isOccupied ? std::nullopt : NewFolder::besides(destination);
+    const std::filesystem::path place = fresh ? fresh->path() : destination;
+    Arguments arguments{
+        "clone",       "--quiet", "--origin", Git::remoteName, Git::remoteUrl(access.config, site).toStdString(),
+        place.string()};
     Git::Surroundings surroundings;
     surroundings.access = access;
     const Git::RunResult cloned = co_await Git::run(std::move(arguments), std::move(surroundings), stop);
-    co_return failureOf(cloned);
+    if (cloned.code != 0 || !fresh) {
+        co_return failureOf(cloned);
+    }
+    co_return fresh->takePlace();
 }
 
 } // namespace driftwell

@@ -73,7 +73,8 @@ enum class Side {
 [[nodiscard]] Task<std::optional<QString>> completeMerge(std::filesystem::path folder, Identity identity,
                                                          std::stop_token stop);
 
-/// Ties a folder without version control to a site's history. No file of the folder changes. Gives the failure.
+/// Ties a folder without version control to a site's history. No file of the folder changes. Gives the failure; what
+/// git refuses half-way stays, and is version control to the next link. One that is killed or stopped leaves nothing.
 [[nodiscard]] Task<std::optional<QString>> link(QString site, std::filesystem::path folder, Git::Access access,
                                                 std::stop_token stop);
 
@@ -86,7 +87,8 @@ enum class Side {
 [[nodiscard]] Task<SyncOutcome> resolveTaking(Side side, std::filesystem::path folder, Git::Access access,
                                               Identity identity, std::stop_token stop);
 
-/// Makes a fresh copy of a site in a folder that does not exist, or is empty. Gives the failure.
+/// Makes a fresh copy of a site in a folder that does not exist, or is empty; nothing of it is there before it is
+/// complete. Gives the failure.
 [[nodiscard]] Task<std::optional<QString>> clone(QString site, std::filesystem::path destination, Git::Access access,
                                                  std::stop_token stop);
 

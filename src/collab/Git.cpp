@@ -122,7 +122,7 @@ Task<Git::RunResult> Git::run(std::vector<std::string> arguments, Surroundings s
         const ChildProcess::Result result =
             co_await ChildProcess::run(std::move(command), scope.token(), std::move(reader));
         co_return RunResult{result.status, decoded(outputs.standardOutput), decoded(outputs.standardError),
-                            std::move(outputs.standardOutput)};
+                            std::move(outputs.standardOutput), result.endedBySignal};
     } catch (const Cancelled&) {
         if (!outputs.exceeded) {
             throw;

@@ -38,6 +38,8 @@ struct RunResult {
     QString standardError;
     /// The standard output as it came: the names of files are bytes.
     std::string outputBytes = {};
+    /// Somebody has ended git by a signal.
+    bool wasKilled = false;
 
     /// What a person is told of a run that failed: git's own words, neither trimmed nor shortened.
     [[nodiscard]] const QString& failureText() const {
@@ -68,6 +70,8 @@ struct Surroundings {
     /// Who is the author of commits.
     std::optional<Identity> identity = {};
     Repository repository = Repository::OfFolder;
+    /// The file that stands in for the repository's own index; absolute.
+    std::optional<std::filesystem::path> index = {};
     /// The bytes of either output at which git is ended.
     std::size_t outputLimit = std::size_t{64} * 1024 * 1024;
     std::filesystem::path program = executable;

@@ -1,16 +1,17 @@
 #include "collab/LeftLocks.h"
 
 #include "support/Sleep.h"
+#include "support/UniqueFd.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <ctime>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -91,8 +92,13 @@ bool isOpenIn(const fs::path& process, const std::function<bool(const fs::path&)
 }
 
 bool isNamedIn(const fs::path& process, const fs::path& place) {
-    std::ifstream file(process / "cmdline", std::ios::binary);
-    const std::string arguments(std::istreambuf_iterator<char>(file), {});
+    const UniqueFd file(::open((process / "cmdline").c_str(), O_RDONLY | O_CLOEXEC));
+    std::string arguments;
+    std::array<char, 4096> block;
+    ssize_t got = 0;
+    while (file && (got = ::read(file.get(), block.data(), block.size())) > 0) {
+        arguments.append(block.data(), static_cast<std::size_t>(got));
+    }
     return arguments.find(place.string()) != std::string::npos;
 }
 
@@ -130,13 +136,16 @@ Task<> removeLeftLocks(std::filesystem::path folder, std::stop_token stop, std::
     // The file system's clock and the one that is slept by differ by a little.
     constexpr std::chrono::milliseconds margin{20};
     const std::vector<Lock> before = ownLocks(folder);
+    if (before.empty()) {
+        co_return;
+    }
     const std::chrono::nanoseconds left = age - ageOfYoungest(before, age);
     if (left.count() > 0) {
         // What was touched in the future is watched for as long as a fresh one.
         co_await sleepFor(std::min(std::chrono::ceil<std::chrono::milliseconds>(left), age) + margin, stop);
     }
     const std::vector<Lock> locks = ownLocks(folder);
-    if (locks.empty() || isGitAtWork(folder)) {
+    if (isGitAtWork(folder)) {
         co_return;
     }
     for (const Lock& lock : locks) {

@@ -1,5 +1,6 @@
 #include "collab/LinkedFolder.h"
 
+#include "collab/LeftMerge.h"
 #include "collab/UnmergedFiles.h"
 #include "support/WorkerPool.h"
 
@@ -39,6 +40,11 @@ std::optional<std::string> repositoryAmong(std::string_view entries, const std::
     return std::nullopt;
 }
 
+/// In the same list unmerged entries have the letter M.
+bool hasUnmerged(std::string_view entries) {
+    return entries.starts_with("M ") || entries.find(std::string_view("\0M ", 3)) != std::string_view::npos;
+}
+
 } // namespace
 
 LinkedFolder::LinkedFolder(std::filesystem::path path, std::stop_token stop)
@@ -53,8 +59,23 @@ Task<Git::RunResult> LinkedFolder::git(std::vector<std::string> arguments, std::
     return Git::run(std::move(arguments), std::move(surroundings), m_stop);
 }
 
+Task<Git::RunResult> LinkedFolder::gitWithIndex(std::filesystem::path index, std::vector<std::string> arguments,
+                                                std::optional<Identity> identity) const {
+    Git::Surroundings surroundings;
+    surroundings.folder = m_path;
+    surroundings.identity = std::move(identity);
+    surroundings.index = std::move(index);
+    return Git::run(std::move(arguments), std::move(surroundings), m_stop);
+}
+
 bool LinkedFolder::isMerging() const {
     return isThere(m_path / ".git" / "MERGE_HEAD");
+}
+
+bool LinkedFolder::hasMergeMessage() const {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(m_path / ".git" / "MERGE_MSG", error);
+    return !error && size > 0;
 }
 
 Task<LinkedFolder::Unresolved> LinkedFolder::unresolved() const {
@@ -66,14 +87,24 @@ Task<LinkedFolder::Unresolved> LinkedFolder::unresolved() const {
         result.failure = listed.failureText();
         co_return result;
     }
-    const auto look = [folder, unmerged = parseUnmerged(listed.outputBytes)] {
+    const std::map<std::string, std::set<std::string>> unmerged = parseUnmerged(listed.outputBytes);
+    const auto look = [folder, unmerged] {
         return unresolvedAmong(folder, unmerged);
     };
     result.files = co_await runOnPool(look);
+    std::vector<std::string> clean;
+    for (const auto& [path, stages] : unmerged) {
+        if (!std::binary_search(result.files.begin(), result.files.end(), path)) {
+            clean.push_back(path);
+        }
+    }
+    const std::vector<std::string> half = co_await halfTaken(*this, std::move(clean));
+    result.files.insert(result.files.end(), half.begin(), half.end());
+    std::sort(result.files.begin(), result.files.end());
     co_return result;
 }
 
-Task<std::optional<QString>> LinkedFolder::obstacleToAdding() const {
+Task<std::optional<QString>> LinkedFolder::obstacleToAdding(Unmerged unmerged) const {
     const std::filesystem::path folder = m_path;
     std::vector<std::string> arguments{"ls-files", "-t", "--stage", "--others", "--exclude-standard", "-z"};
     const Git::RunResult listed = co_await git(std::move(arguments));
@@ -81,11 +112,19 @@ Task<std::optional<QString>> LinkedFolder::obstacleToAdding() const {
         co_return listed.failureText();
     }
     const std::optional<std::string> within = repositoryAmong(listed.outputBytes, folder);
-    if (!within) {
+    if (within) {
+        co_return QStringLiteral("the folder was left alone: it holds another git repository in “%1”")
+            .arg(QString::fromStdString(*within));
+    }
+    if (unmerged == Unmerged::IsCommitted || !hasUnmerged(listed.outputBytes)) {
         co_return std::nullopt;
     }
-    co_return QStringLiteral("the folder was left alone: it holds another git repository in “%1”")
-        .arg(QString::fromStdString(*within));
+    const Unresolved left = co_await unresolved();
+    if (left.failure || left.files.empty()) {
+        co_return left.failure;
+    }
+    co_return QStringLiteral("the folder was left alone: git has not finished merging “%1”")
+        .arg(QString::fromStdString(left.files.front()));
 }
 
 } // namespace driftwell

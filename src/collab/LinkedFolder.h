@@ -29,8 +29,15 @@ public:
                                            std::optional<Git::Access> access = std::nullopt,
                                            std::optional<Identity> identity = std::nullopt) const;
 
+    /// The same with another index than the folder's, a file that may not exist yet.
+    [[nodiscard]] Task<Git::RunResult> gitWithIndex(std::filesystem::path index, std::vector<std::string> arguments,
+                                                    std::optional<Identity> identity) const;
+
     /// A merge was begun and is not committed.
     [[nodiscard]] bool isMerging() const;
+
+    /// Git has prepared a message for the merge.
+    [[nodiscard]] bool hasMergeMessage() const;
 
     /// The files of a merge that are not clean yet (UnmergedFiles.h).
     struct Unresolved {
@@ -40,9 +47,14 @@ public:
     };
     [[nodiscard]] Task<Unresolved> unresolved() const;
 
+    /// What becomes of files that git has listed as unmerged when all files are added.
+    enum class Unmerged {
+        IsCommitted,
+        IsObstacle, ///< what an operation that is no merge has left with markers in it is nobody's work
+    };
     /// Why git must not add all files, for people: there is a repository within the folder, which git would enter under
     /// that one's own settings or commit as one entry without its files, or git cannot tell.
-    [[nodiscard]] Task<std::optional<QString>> obstacleToAdding() const;
+    [[nodiscard]] Task<std::optional<QString>> obstacleToAdding(Unmerged unmerged) const;
 
 private:
     std::filesystem::path m_path;

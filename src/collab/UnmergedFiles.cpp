@@ -1,17 +1,10 @@
 #include "collab/UnmergedFiles.h"
 
-#include "support/OpenBeneath.h"
-#include "support/UniqueFd.h"
+#include "collab/FileContent.h"
 
 #include <QUtf8StringView>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <optional>
 
 namespace driftwell {
@@ -19,9 +12,6 @@ namespace driftwell {
 namespace {
 
 constexpr std::size_t binaryTestBytes = 8192;
-
-/// What is larger is no text that anybody edits.
-constexpr std::size_t textLimit = std::size_t{256} * 1024 * 1024;
 
 std::vector<std::string_view> pieces(std::string_view text, char separator) {
     std::vector<std::string_view> result;
@@ -35,35 +25,8 @@ std::vector<std::string_view> pieces(std::string_view text, char separator) {
     return result;
 }
 
-std::optional<std::string> contentOf(const std::filesystem::path& folder, const std::string& path) {
-    const UniqueFd root(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!root) {
-        return std::nullopt;
-    }
-    // A pipe would be waited for without O_NONBLOCK.
-    const UniqueFd file = openBeneath(root.get(), path, O_RDONLY | O_NONBLOCK);
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return std::nullopt;
-    }
-    std::string content;
-    content.reserve(std::min(static_cast<std::size_t>(status.st_size), textLimit));
-    std::array<char, 64 * 1024> block;
-    for (;;) {
-        const ssize_t got = ::read(file.get(), block.data(), block.size());
-        if (got == 0) {
-            return content;
-        }
-        if (got > 0 && content.size() < textLimit) {
-            content.append(block.data(), static_cast<std::size_t>(got));
-        } else if (got > 0 || errno != EINTR) {
-            return std::nullopt;
-        }
-    }
-}
-
 bool isClean(const std::filesystem::path& folder, const std::string& path) {
-    const std::optional<std::string> content = contentOf(folder, path);
+    const std::optional<std::string> content = contentBeneath(folder, path);
     if (!content || content->substr(0, binaryTestBytes).find('\0') != std::string::npos) {
         return false;
     }

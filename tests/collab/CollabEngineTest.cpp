@@ -85,6 +85,13 @@ TEST_F(CollabEngineTest, AnUnchangedFolderIsPublishedAndLeavesThePlatformAsItWas
     EXPECT_EQ(m_platform.head("site"), before);
 }
 
+TEST_F(CollabEngineTest, AnUnchangedFolderCostsTwoRequests) {
+    m_folder = linkedFolder("folder");
+    const std::size_t before = m_platform.requests().size();
+    EXPECT_EQ(deploy(), Outcome::published());
+    EXPECT_EQ(m_platform.requests().size() - before, 2U);
+}
+
 TEST_F(CollabEngineTest, WhatIgnoreFilesNameIsNotCommitted) {
     m_folder = linkedFolder("folder");
     inFolder("echo secret > secret && echo secret > .gitignore");
@@ -485,6 +492,39 @@ TEST_F(CollabEngineTest, AFolderWithoutVersionControlIsNotPublished) {
     inFolder("echo mine > index.html");
     EXPECT_EQ(deploy(), Outcome::failed(QStringLiteral("the folder has no version control")));
     EXPECT_EQ(asTeammate(above, "git status --porcelain"), "?? folder/\n");
+}
+
+TEST_F(CollabEngineTest, AFolderThatIsNotOnMainIsLeftAlone) {
+    m_folder = linkedFolder("folder");
+    inFolder("git checkout --quiet -b fix && echo mine > index.html");
+    const Outcome otherBranch =
+        Outcome::failed(QStringLiteral("the folder was left alone: the folder is on branch “fix”, not main"));
+    EXPECT_EQ(deploy(), otherBranch);
+    EXPECT_EQ(update(), otherBranch);
+    EXPECT_EQ(taking(Side::Ours), otherBranch);
+    inFolder("git checkout --quiet --detach");
+    const Outcome noBranch =
+        Outcome::failed(QStringLiteral("the folder was left alone: the folder is not on a branch (detached state)"));
+    EXPECT_EQ(deploy(), noBranch);
+    EXPECT_EQ(await(CollabEngine::completeMerge(m_folder, identity(), {})), noBranch.text);
+    EXPECT_EQ(inFolder("git status --porcelain"), " M index.html\n");
+    inFolder("git checkout --quiet main");
+    EXPECT_EQ(deploy(), Outcome::published());
+}
+
+TEST_F(CollabEngineTest, WhatAnotherOperationOfGitHasLeftUnmergedIsNotCommitted) {
+    m_folder = linkedFolder("folder");
+    inFolder(
+        "echo stashed > index.html && git stash --quiet && echo mine > index.html && git commit --quiet -a -m x && "
+        "{ git stash pop || true; }");
+    const Outcome unfinished =
+        Outcome::failed(QStringLiteral("the folder was left alone: git has not finished merging “index.html”"));
+    EXPECT_EQ(deploy(), unfinished);
+    EXPECT_EQ(update(), unfinished);
+    EXPECT_EQ(m_platform.file("site", "index.html"), "base\n");
+    inFolder("echo both > index.html");
+    EXPECT_EQ(deploy(), Outcome::published());
+    EXPECT_EQ(m_platform.file("site", "index.html"), "both\n");
 }
 
 TEST_F(CollabEngineTest, AFolderOfAnotherPlatformIsLeftAlone) {

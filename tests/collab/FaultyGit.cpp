@@ -4,7 +4,7 @@
 // FAULTY_GIT_REFUSES  the git whose arguments, its own options apart, begin with these ends with status 128
 // FAULTY_GIT_COUNTER  a file that grows by one byte with each step of any git
 // FAULTY_GIT_STEPS    "starts": a step is the start of a git; otherwise also each change that it makes to a file
-// FAULTY_GIT_AT       the number of the step at which somebody is killed; a write is then cut in half
+// FAULTY_GIT_AT       the number of the step at which somebody is killed; a git's own last write is cut in half
 // FAULTY_GIT_KILLS    who is killed: "git", or the number of a process
 
 #include <dlfcn.h>
@@ -127,8 +127,10 @@ FILE* fopen64(const char* path, const char* mode) {
 ssize_t write(int file, const void* bytes, size_t count) {
     const auto write = original<ssize_t(int, const void*, size_t)>("write");
     if (isGit() && isRegular(file) && std::strcmp(variable("FAULTY_GIT_STEPS"), "starts") != 0 && isTheStep()) {
-        write(file, bytes, count / 2);
+        const bool isOwn = std::strcmp(variable("FAULTY_GIT_KILLS"), "git") == 0;
+        const ssize_t written = write(file, bytes, isOwn ? count / 2 : count);
         killSomebody();
+        return written;
     }
     return write(file, bytes, count);
 }

@@ -12,18 +12,22 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace driftwell::dw {
 
 /// A command that ended without success, as it is shown and as the process ends.
 struct CommandFailure {
     /// Machine-readable: "usage", "interrupted", "system", "unreachable", "notTeam", "api", "noHost",
-    /// "unauthenticated", "noSite", "noLibrary", "notConfirmed", "conflict".
+    /// "unauthenticated", "noSite", "noLibrary", "notConfirmed", "noGit", "git", "notLinked", "collabOff", "conflict",
+    /// "noConflict".
     std::string kind;
     QString message;
     /// What the person can do about it; may be empty.
     QString hint;
     ExitCode exitCode = ExitCode::Failed;
+    /// The files that it is about, where it is about files.
+    std::vector<std::string> files = {};
 };
 
 /// Thrown for what was asked for in a way that cannot be done.

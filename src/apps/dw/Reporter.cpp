@@ -126,7 +126,11 @@ void Reporter::question(const QString& sentence, const QString& text) {
 
 void Reporter::failure(const CommandFailure& failure) {
     if (m_form == Form::Json) {
-        writeObject({{"ok", false}, {"error", {{"kind", failure.kind}, {"message", failure.message.toStdString()}}}});
+        Json error = {{"kind", failure.kind}, {"message", failure.message.toStdString()}};
+        if (!failure.files.empty()) {
+            error["files"] = failure.files;
+        }
+        writeObject({{"ok", false}, {"error", error}});
         return;
     }
     writeError(red, QStringLiteral("dw: "), failure.message);

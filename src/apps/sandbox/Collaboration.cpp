@@ -29,11 +29,11 @@ void complain(const std::string& what, const std::exception& failure) {
 } // namespace
 
 Collaboration::Collaboration(const DataFolder& folder, Store& store, Sweeper& sweeper, const UnpackLimits& limits,
-                             const StopSignal& stop)
-    : m_folder(folder), m_store(store), m_sweeper(sweeper), m_limits(limits), m_stop(stop), m_locks(stop) {}
+                             const GitHost& host)
+    : m_folder(folder), m_store(store), m_sweeper(sweeper), m_limits(limits), m_git(host), m_locks(host.stop) {}
 
 SiteRepository Collaboration::repositoryOf(const Site& site) const {
-    return {m_folder.repository(site.repository.value()), m_stop};
+    return {m_folder.repository(site.repository.value()), m_git};
 }
 
 std::filesystem::path Collaboration::summaryOf(const std::string& version) const {
@@ -47,7 +47,7 @@ std::optional<Site> Collaboration::start(const std::string& name, const std::str
         return site;
     }
     const std::string id = site->repository.value_or(freshId());
-    const SiteRepository repository(m_folder.repository(id), m_stop);
+    const SiteRepository repository(m_folder.repository(id), m_git);
     Cleanup removeRepository([&] {
         if (!site->repository) {
             m_sweeper.remove(m_folder.repository(id));
@@ -131,7 +131,7 @@ Unpacked Collaboration::unpackHead(const Site& site, const std::string& head, co
     const std::filesystem::path list = m_folder.upload(version + ".objects");
     const Cleanup removeList([&list] { removeFile(list); });
     return unpackCommit({m_folder.repository(*site.repository), head}, m_folder.version(version), list, m_limits,
-                        m_stop);
+                        m_git);
 }
 
 void Collaboration::pushInBetween(const std::string& name, const std::string& text) {

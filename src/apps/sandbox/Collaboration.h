@@ -4,7 +4,6 @@
 #include "apps/sandbox/SiteFiles.h"
 #include "apps/sandbox/SiteLocks.h"
 #include "apps/sandbox/SiteRepository.h"
-#include "apps/sandbox/StopSignal.h"
 #include "apps/sandbox/Store.h"
 #include "apps/sandbox/Sweeper.h"
 
@@ -29,7 +28,7 @@ struct PushPlace {
 class Collaboration {
 public:
     Collaboration(const DataFolder& folder, Store& store, Sweeper& sweeper, const UnpackLimits& limits,
-                  const StopSignal& stop);
+                  const GitHost& host);
 
     /// Keeps everybody else from changing the site. Throws HttpError.
     [[nodiscard]] SiteLocks::Hold hold(const std::string& site) { return m_locks.take(site); }
@@ -88,7 +87,7 @@ private:
     Store& m_store;
     Sweeper& m_sweeper;
     const UnpackLimits& m_limits;
-    const StopSignal& m_stop;
+    const GitHost& m_git;
     SiteLocks m_locks;
 };
 

@@ -2,12 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <thread>
 
 namespace driftwell::sandbox {
 
@@ -15,6 +16,30 @@ namespace {
 
 std::runtime_error cannotUse(const std::filesystem::path& folder, const std::string& reason) {
     return std::runtime_error("the data folder " + folder.string() + " cannot be used: " + reason);
+}
+
+Descriptor openLock(const std::filesystem::path& folder, const char* name) {
+    Descriptor lock(open((folder / name).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!lock.isOpen()) {
+        throw cannotUse(folder, std::strerror(errno));
+    }
+    return lock;
+}
+
+/// A git that takes a push ends soon when nobody listens to it any more, and by then the push has been taken or not.
+void waitForGits(const std::filesystem::path& folder, const Descriptor& lock) {
+    constexpr std::chrono::seconds patience{60};
+    constexpr std::chrono::milliseconds pause{5};
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (flock(lock.number(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK) {
+            throw cannotUse(folder, std::strerror(errno));
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            throw cannotUse(folder, "git still works there for a sandbox that has ended");
+        }
+        std::this_thread::sleep_for(pause);
+    }
 }
 
 void removeAllBut(const std::set<std::string>& kept, const std::filesystem::path& folder) {
@@ -34,28 +59,19 @@ DataFolder::DataFolder(std::filesystem::path root) : m_root(std::move(root)) {
     } catch (const std::filesystem::filesystem_error& error) {
         throw cannotUse(m_root, error.code().message());
     }
-    m_lock = open((m_root / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (m_lock < 0) {
-        throw cannotUse(m_root, std::strerror(errno));
+    m_lock = openLock(m_root, "lock");
+    if (flock(m_lock.number(), LOCK_EX | LOCK_NB) != 0) {
+        throw cannotUse(m_root, errno == EWOULDBLOCK ? "another sandbox is using it" : std::strerror(errno));
     }
-    if (flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
-        const int reason = errno;
-        close(m_lock);
-        throw cannotUse(m_root, reason == EWOULDBLOCK ? "another sandbox is using it" : std::strerror(reason));
-    }
+    m_gitLock = openLock(m_root, "git.lock");
+    waitForGits(m_root, m_gitLock);
     try {
-        std::filesystem::create_directories(m_root / "uploads");
-        std::filesystem::create_directories(m_root / "versions");
-        std::filesystem::create_directories(m_root / "repositories");
-        std::filesystem::create_directories(m_root / "hooks");
+        for (const char* part : {"uploads", "versions", "repositories", "hooks"}) {
+            std::filesystem::create_directories(m_root / part);
+        }
     } catch (const std::filesystem::filesystem_error& error) {
-        close(m_lock);
         throw cannotUse(m_root, error.code().message());
     }
-}
-
-DataFolder::~DataFolder() {
-    close(m_lock);
 }
 
 std::filesystem::path DataFolder::standardLocation() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "apps/sandbox/Descriptor.h"
+
 #include <filesystem>
 #include <set>
 #include <string>
@@ -12,9 +14,9 @@ namespace driftwell::sandbox {
 /// however that ends.
 class DataFolder {
 public:
-    /// Makes the folder where it is missing. Throws std::runtime_error when it cannot be written or is in use.
+    /// Makes the folder where it is missing. Waits for what a killed sandbox has left at work there. Throws
+    /// std::runtime_error when it cannot be written or is in use.
     explicit DataFolder(std::filesystem::path root);
-    ~DataFolder();
     DataFolder(const DataFolder&) = delete;
     DataFolder& operator=(const DataFolder&) = delete;
 
@@ -28,13 +30,18 @@ public:
     [[nodiscard]] std::filesystem::path repository(const std::string& id) const { return repositories() / id; }
     [[nodiscard]] std::filesystem::path hooks() const { return m_root / "hooks"; }
 
+    /// A descriptor for every git that works here. What it locks is free once all of them have ended, also those that
+    /// have outlived a sandbox that was killed.
+    [[nodiscard]] int gitLock() const { return m_gitLock.number(); }
+
     /// Removes what a program that ended in the middle of its work left behind: every upload, and every version and
     /// repository that is not among those to be kept.
     void removeLeftovers(const std::set<std::string>& versions, const std::set<std::string>& repositories) const;
 
 private:
     std::filesystem::path m_root;
-    int m_lock = -1;
+    Descriptor m_lock;
+    Descriptor m_gitLock;
 };
 
 } // namespace driftwell::sandbox

@@ -101,9 +101,14 @@ void Exchange::settle() {
     if (remaining == 0U) {
         return;
     }
-    if (remaining && *remaining <= worthReading && m_body != nullptr && !m_request.is_multipart_form_data() &&
-        readBody([](const char*, size_t) { return true; })) {
-        return;
+    if (remaining && *remaining <= worthReading && m_body != nullptr && !m_request.is_multipart_form_data()) {
+        // The library writes its own opinion of what it reads into the answer.
+        const int status = m_response.status;
+        const bool isRead = readBody([](const char*, size_t) { return true; });
+        m_response.status = status;
+        if (isRead) {
+            return;
+        }
     }
     m_response.set_header("Connection", "close");
 }

@@ -107,13 +107,18 @@ void makeNonBlocking(const Descriptor& descriptor) {
 /// What the child begins with: its three descriptors, a session of its own, and signals as a program expects them.
 class Beginning {
 public:
-    Beginning(int input, int output, int error) {
+    Beginning(int input, int output, int error, int lock) {
         posix_spawn_file_actions_init(&m_actions);
         posix_spawn_file_actions_adddup2(&m_actions, input, STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&m_actions, output, STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&m_actions, error, STDERR_FILENO);
+        int firstUnused = STDERR_FILENO + 1;
+        if (lock >= 0) {
+            posix_spawn_file_actions_adddup2(&m_actions, lock, firstUnused);
+            ++firstUnused;
+        }
         // The HTTP library's sockets would stay open in the child, and their peers wait for their end.
-        posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
+        posix_spawn_file_actions_addclosefrom_np(&m_actions, firstUnused);
         posix_spawnattr_init(&m_attributes);
         sigset_t none;
         sigemptyset(&none);
@@ -142,8 +147,8 @@ private:
 
 } // namespace
 
-GitProcess::GitProcess(const GitCommand& command, const StopSignal& stop)
-    : m_stop(stop), m_deadline(std::chrono::steady_clock::now() + command.time), m_buffer(bufferSize) {
+GitProcess::GitProcess(const GitCommand& command, const GitHost& host)
+    : m_stop(host.stop), m_deadline(std::chrono::steady_clock::now() + command.time), m_buffer(bufferSize) {
     Pipe output;
     Pipe error;
     Descriptor input;
@@ -162,7 +167,7 @@ GitProcess::GitProcess(const GitCommand& command, const StopSignal& stop)
     std::vector<std::string> arguments = {"git"};
     arguments.insert(arguments.end(), command.arguments.begin(), command.arguments.end());
     std::vector<std::string> environment = environmentOf(command);
-    const Beginning beginning(input.number(), output.writing.number(), error.writing.number());
+    const Beginning beginning(input.number(), output.writing.number(), error.writing.number(), host.lock);
     const int failed = posix_spawn(&m_process, program, beginning.actions(), beginning.attributes(),
                                    pointers(arguments).data(), pointers(environment).data());
     if (failed == ENOENT || failed == EACCES) {
@@ -211,7 +216,7 @@ GitProcess::Ready GitProcess::waitFor(bool wantsInput) {
             throw HttpError(503, "stopping", "The sandbox is ending");
         }
         if (watched[4].revents != 0) {
-            throw GitFailure("the peer has gone");
+            throw HttpError(400, "gone", "Nobody waits for the answer any more");
         }
         if (watched[2].revents != 0) {
             takeComplaint();
@@ -291,8 +296,8 @@ int GitProcess::wait() {
     return *m_status;
 }
 
-std::string outputOfGit(const GitCommand& command, const StopSignal& stop) {
-    GitProcess git(command, stop);
+std::string outputOfGit(const GitCommand& command, const GitHost& host) {
+    GitProcess git(command, host);
     std::string output;
     for (std::string_view piece = git.read(); !piece.empty(); piece = git.read()) {
         if (output.size() + piece.size() > longestOutput) {

@@ -36,12 +36,20 @@ struct GitCommand {
     std::chrono::seconds time{600};
 };
 
+/// What every git of a sandbox gets.
+struct GitHost {
+    /// Ends them all.
+    const StopSignal& stop;
+    /// A descriptor that each of them, and all that it starts, keeps open to its end (DataFolder::gitLock()).
+    int lock = -1;
+};
+
 /// One run of the machine's git. It sees neither the environment nor the settings of whoever started the sandbox, no
-/// descriptor but its own three, and is killed with all that it has started when the object goes.
+/// descriptor but its own three and the lock, and is killed with all that it has started when the object goes.
 class GitProcess {
 public:
     /// Throws HttpError when there is no git, and std::system_error.
-    GitProcess(const GitCommand& command, const StopSignal& stop);
+    GitProcess(const GitCommand& command, const GitHost& host);
     ~GitProcess();
     GitProcess(const GitProcess&) = delete;
     GitProcess& operator=(const GitProcess&) = delete;
@@ -54,7 +62,7 @@ public:
     void closeInput();
 
     /// The next piece of what it prints, valid until the next call; empty at the end. Throws GitFailure when its time
-    /// is over or the peer has gone, and HttpError when the sandbox is ending.
+    /// is over, and HttpError when the sandbox is ending or the peer has gone.
     [[nodiscard]] std::string_view read();
 
     /// To be called once read() gave an empty piece: its exit status, or 128 and the signal's number.
@@ -81,7 +89,7 @@ private:
 };
 
 /// Runs git to its end and gives what it prints, at most 128 MiB. Throws GitFailure unless it ends with 0.
-[[nodiscard]] std::string outputOfGit(const GitCommand& command, const StopSignal& stop);
+[[nodiscard]] std::string outputOfGit(const GitCommand& command, const GitHost& host);
 
 /// The variables by which a git that works for a push sees what was pushed and is not accepted yet
 /// (git-receive-pack(1), quarantine environment), as this process was given them.

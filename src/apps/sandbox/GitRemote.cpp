@@ -157,12 +157,12 @@ struct GitRemote::Question {
 };
 
 GitRemote::GitRemote(const DataFolder& folder, SignIn& signIn, Collaboration& collaboration, const UploadLimits& limits,
-                     const StopSignal& stop, std::uint64_t races)
+                     const GitHost& host, std::uint64_t races)
     : m_folder(folder),
       m_signIn(signIn),
       m_collaboration(collaboration),
       m_limits(limits),
-      m_stop(stop),
+      m_git(host),
       m_races(races) {}
 
 void GitRemote::handle(Exchange& exchange) {
@@ -219,7 +219,7 @@ void GitRemote::advertise(Exchange& exchange, const std::string& site, const Que
         loseRace(site);
     }
     const auto place = takePlace();
-    GitProcess git(commandFor(exchange, *m_collaboration.sharedSite(site).repository, question), m_stop);
+    GitProcess git(commandFor(exchange, *m_collaboration.sharedSite(site).repository, question), m_git);
     git.watchPeer(exchange.peer());
     respond(exchange, wholeAnswer(git));
 }
@@ -232,7 +232,7 @@ void GitRemote::fetch(Exchange& exchange, const Site& site, const Question& ques
     GitCommand command = commandFor(exchange, *site.repository, question);
     command.input = GitCommand::Input::File;
     command.inputFile = backend->request->path();
-    backend->process = std::make_unique<GitProcess>(command, m_stop);
+    backend->process = std::make_unique<GitProcess>(command, m_git);
     backend->process->watchPeer(exchange.peer());
     BackendsAnswer answer = beginningOfAnswer(*backend->process);
     beginResponse(exchange, answer);
@@ -252,7 +252,7 @@ void GitRemote::push(Exchange& exchange, const std::string& site, const Person& 
         command.input = GitCommand::Input::File;
         command.inputFile = request.path();
         // From here on the peer is not watched: a push that has arrived is seen to its end.
-        GitProcess git(command, m_stop);
+        GitProcess git(command, m_git);
         answer = wholeAnswer(git);
     });
     respond(exchange, answer);

@@ -5,7 +5,6 @@
 #include "apps/sandbox/Exchange.h"
 #include "apps/sandbox/GitProcess.h"
 #include "apps/sandbox/SignIn.h"
-#include "apps/sandbox/StopSignal.h"
 #include "apps/sandbox/UploadLimits.h"
 
 #include <atomic>
@@ -28,7 +27,7 @@ public:
 
     /// Before each of the first `races` pushes somebody else gets ahead.
     GitRemote(const DataFolder& folder, SignIn& signIn, Collaboration& collaboration, const UploadLimits& limits,
-              const StopSignal& stop, std::uint64_t races);
+              const GitHost& host, std::uint64_t races);
 
     /// Throws HttpError.
     void handle(Exchange& exchange);
@@ -52,7 +51,7 @@ private:
     SignIn& m_signIn;
     Collaboration& m_collaboration;
     const UploadLimits& m_limits;
-    const StopSignal& m_stop;
+    const GitHost& m_git;
     static constexpr std::ptrdiff_t mostBackends = 8;
     std::counting_semaphore<mostBackends> m_places{mostBackends};
     const std::uint64_t m_races;

@@ -74,7 +74,7 @@ void check() {
         std::filesystem::remove(list, ignored);
     });
     const Unpacked unpacked = unpackCommit({variable("GIT_DIR"), *commit, inheritedQuarantine()},
-                                           variable(versionVariable), list, limitsGiven(), nobodyStops);
+                                           variable(versionVariable), list, limitsGiven(), {nobodyStops});
     std::ofstream file(summary);
     file << *commit << ' ' << unpacked.files << ' ' << unpacked.bytes << '\n';
     file.close();

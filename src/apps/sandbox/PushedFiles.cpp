@@ -1,6 +1,5 @@
 #include "apps/sandbox/PushedFiles.h"
 
-#include "apps/sandbox/GitProcess.h"
 #include "apps/sandbox/Text.h"
 
 #include <algorithm>
@@ -117,8 +116,8 @@ GitCommand commandOn(const PushedCommit& commit, std::vector<std::string> argume
 
 /// The names are those of objects that git itself has listed, and so of a limited number.
 std::vector<PushedFile> filesOf(const PushedCommit& commit, SiteFiles& files, const UnpackLimits& limits,
-                                const StopSignal& stop) {
-    GitProcess git(commandOn(commit, {"ls-tree", "-r", "-z", "-l", "--full-tree", commit.name}), stop);
+                                const GitHost& host) {
+    GitProcess git(commandOn(commit, {"ls-tree", "-r", "-z", "-l", "--full-tree", commit.name}), host);
     GitReader reader(git);
     std::vector<PushedFile> list;
     std::size_t names = 0;
@@ -177,15 +176,15 @@ bool isPartOfSite(std::string_view path) {
 }
 
 Unpacked unpackCommit(const PushedCommit& commit, const std::filesystem::path& folder,
-                      const std::filesystem::path& list, const UnpackLimits& limits, const StopSignal& stop) {
+                      const std::filesystem::path& list, const UnpackLimits& limits, const GitHost& host) {
     SiteFiles files(folder, limits, "push");
-    const std::vector<PushedFile> pushed = filesOf(commit, files, limits, stop);
+    const std::vector<PushedFile> pushed = filesOf(commit, files, limits, host);
     writeList(list, pushed);
 
     GitCommand command = commandOn(commit, {"cat-file", "--batch", "--buffer"});
     command.input = GitCommand::Input::File;
     command.inputFile = list;
-    GitProcess git(command, stop);
+    GitProcess git(command, host);
     GitReader reader(git);
     for (const PushedFile& file : pushed) {
         // "OBJECT blob SIZE", the content, a line feed (git-cat-file(1)).

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "apps/sandbox/GitProcess.h"
 #include "apps/sandbox/SiteFiles.h"
-#include "apps/sandbox/StopSignal.h"
 
 #include <filesystem>
 #include <map>
@@ -29,7 +29,6 @@ struct PushedCommit {
 /// too large files, names that no upload could have, symbolic links, other repositories, no file at all. Throws
 /// GitFailure and std::system_error for what else goes wrong.
 [[nodiscard]] Unpacked unpackCommit(const PushedCommit& commit, const std::filesystem::path& folder,
-                                    const std::filesystem::path& list, const UnpackLimits& limits,
-                                    const StopSignal& stop);
+                                    const std::filesystem::path& list, const UnpackLimits& limits, const GitHost& host);
 
 } // namespace driftwell::sandbox

@@ -83,7 +83,7 @@ std::string committer(const std::string& email) {
 class SiteRepository::Import {
 public:
     Import(const SiteRepository& repository, const std::optional<std::string>& parent, const Commit& commit)
-        : m_git(commandFor(repository), repository.m_stop), m_buffer(readBuffer) {
+        : m_git(commandFor(repository), repository.m_host), m_buffer(readBuffer) {
         // Without the word "done" at its end the stream was cut, and nothing of it counts.
         std::string head = "feature done\ncommit " + std::string(draft) + "\ncommitter " + committer(commit.person) +
                            "\ndata " + std::to_string(commit.message.size()) + '\n' + commit.message + '\n';
@@ -159,14 +159,14 @@ private:
     std::vector<char> m_buffer;
 };
 
-SiteRepository::SiteRepository(std::filesystem::path folder, const StopSignal& stop)
-    : m_folder(std::move(folder)), m_stop(stop) {}
+SiteRepository::SiteRepository(std::filesystem::path folder, const GitHost& host)
+    : m_folder(std::move(folder)), m_host(host) {}
 
 std::string SiteRepository::git(std::vector<std::string> arguments) const {
     GitCommand command;
     command.arguments = std::move(arguments);
     command.repository = m_folder;
-    return outputOfGit(command, m_stop);
+    return outputOfGit(command, m_host);
 }
 
 void SiteRepository::create() const {

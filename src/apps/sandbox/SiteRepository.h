@@ -1,7 +1,6 @@
 #pragma once
 
 #include "apps/sandbox/GitProcess.h"
-#include "apps/sandbox/StopSignal.h"
 
 #include <filesystem>
 #include <optional>
@@ -15,7 +14,7 @@ namespace driftwell::sandbox {
 /// Functions throw GitFailure, HttpError when there is no git or the sandbox is ending, and std::system_error.
 class SiteRepository {
 public:
-    SiteRepository(std::filesystem::path folder, const StopSignal& stop);
+    SiteRepository(std::filesystem::path folder, const GitHost& host);
 
     /// An empty repository in a folder that does not exist.
     void create() const;
@@ -52,7 +51,7 @@ private:
     std::string finish(const std::optional<std::string>& before) const;
 
     const std::filesystem::path m_folder;
-    const StopSignal& m_stop;
+    const GitHost& m_host;
 };
 
 } // namespace driftwell::sandbox

@@ -1,6 +1,7 @@
 #include "apps/sandbox/Api.h"
 #include "apps/sandbox/Collaboration.h"
 #include "apps/sandbox/DataFolder.h"
+#include "apps/sandbox/GitProcess.h"
 #include "apps/sandbox/GitRemote.h"
 #include "apps/sandbox/HostedSites.h"
 #include "apps/sandbox/HostName.h"
@@ -52,11 +53,12 @@ void run(const Options& options) {
     HttpServer server(options.port, stop);
     Sweeper sweeper;
     SignIn signIn(store, options.signIn, server.port());
-    Collaboration collaboration(folder, store, sweeper, options.limits.unpacked, stop);
+    const GitHost git{stop, folder.gitLock()};
+    Collaboration collaboration(folder, store, sweeper, options.limits.unpacked, git);
     collaboration.putAllRight();
     Publishing publishing(folder, store, sweeper, collaboration, options.limits, stop);
     Api api(store, publishing, collaboration, signIn, server.port());
-    GitRemote gitRemote(folder, signIn, collaboration, options.limits, stop, options.races);
+    GitRemote gitRemote(folder, signIn, collaboration, options.limits, git, options.races);
     HostedSites hostedSites(folder, store, signIn);
     Misbehaviour misbehaviour(options.switches);
     Router router({store, api, signIn, hostedSites, gitRemote, misbehaviour, stop}, server.port());

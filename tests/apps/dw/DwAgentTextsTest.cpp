@@ -1,5 +1,6 @@
 #include "tests/apps/dw/DwSiteFixture.h"
 #include "tests/support/PlatformServer.h"
+#include "tests/support/SampleText.h"
 
 #include <algorithm>
 #include <fstream>
@@ -19,15 +20,6 @@ struct Block {
     std::string language;
     std::vector<std::string> lines;
 };
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
 
 std::vector<Block> blocksOf(const std::string& text) {
     std::vector<Block> blocks;

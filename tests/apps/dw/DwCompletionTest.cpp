@@ -1,9 +1,9 @@
 #include "tests/apps/dw/DwFixture.h"
 #include "tests/Await.h"
 #include "tests/support/PlatformServer.h"
+#include "tests/support/SampleText.h"
 
 #include <algorithm>
-#include <sstream>
 
 namespace driftwell::tests {
 
@@ -36,15 +36,6 @@ std::vector<std::vector<std::string>> valueWords() {
             {"dw", "share", "garden", "--remove", ""},
             {"dw", "libs", "garden", "--enable", ""},
             {"dw", "libs", "garden", "--disable", ""}};
-}
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
 }
 
 } // namespace

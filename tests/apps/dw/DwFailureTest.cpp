@@ -2,6 +2,7 @@
 #include "support/UniqueFd.h"
 #include "tests/apps/dw/DwFixture.h"
 #include "tests/support/PlatformServer.h"
+#include "tests/support/SampleText.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

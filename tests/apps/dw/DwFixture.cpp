@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <random>
 #include <stdexcept>
 
 namespace driftwell::tests {
@@ -98,17 +97,6 @@ void fillForLongPacking(const std::filesystem::path& folder) {
         std::ofstream(file).close();
         std::filesystem::resize_file(file, size);
     }
-}
-
-std::string noise(std::size_t size) {
-    std::mt19937_64 random(size);
-    std::string bytes;
-    while (bytes.size() < size) {
-        const auto number = random();
-        bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
-    }
-    bytes.resize(size);
-    return bytes;
 }
 
 json onlyObject(const std::string& output) {

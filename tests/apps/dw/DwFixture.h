@@ -53,9 +53,6 @@ private:
 /// A deployment of a folder whose packing takes longer than the tests' deadline.
 void fillForLongPacking(const std::filesystem::path& folder);
 
-/// Bytes that no compression makes smaller.
-[[nodiscard]] std::string noise(std::size_t size);
-
 /// Standard output as the one JSON object that it must be.
 [[nodiscard]] nlohmann::json onlyObject(const std::string& output);
 

@@ -1,4 +1,5 @@
 #include "tests/apps/dw/DwFixture.h"
+#include "tests/support/SampleText.h"
 
 #include <algorithm>
 #include <chrono>

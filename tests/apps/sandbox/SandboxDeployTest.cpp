@@ -3,6 +3,7 @@
 #include "tests/apps/sandbox/PlatformCalls.h"
 #include "tests/Await.h"
 #include "tests/support/RawClient.h"
+#include "tests/support/SampleText.h"
 #include "tests/support/SandboxProcess.h"
 #include "tests/support/TestFolder.h"
 
@@ -10,7 +11,6 @@
 
 #include <atomic>
 #include <filesystem>
-#include <random>
 #include <thread>
 
 namespace driftwell::tests {
@@ -18,15 +18,6 @@ namespace driftwell::tests {
 namespace {
 
 using testing::HasSubstr;
-
-std::string noise(size_t size) {
-    std::mt19937 random(7);
-    std::string bytes(size, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(random());
-    }
-    return bytes;
-}
 
 class SandboxDeploy : public testing::Test {
 protected:

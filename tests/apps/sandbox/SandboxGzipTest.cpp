@@ -1,12 +1,12 @@
 #include "apps/sandbox/GzipReader.h"
 #include "apps/sandbox/HttpError.h"
 #include "tests/apps/sandbox/Archive.h"
+#include "tests/support/SampleText.h"
 #include "tests/support/TestFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <random>
 #include <string>
 
 namespace driftwell::sandbox {
@@ -15,16 +15,6 @@ namespace {
 
 // What the reader takes from the file, and hands over, at once.
 constexpr size_t piece = 256 * 1024;
-
-/// Bytes that do not compress, so that a packed file's length is known to a few bytes.
-std::string noise(size_t size) {
-    std::minstd_rand random(3);
-    std::string bytes(size, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(random() >> 8);
-    }
-    return bytes;
-}
 
 class SandboxGzip : public testing::Test {
 protected:
@@ -59,7 +49,7 @@ protected:
 };
 
 TEST_F(SandboxGzip, contentIsReadWhereverThePiecesEnd) {
-    const std::string content = noise(2 * piece);
+    const std::string content = tests::noise(2 * piece);
     const size_t overhead = packed(content).size() - content.size();
     // The end of the data, the sums and the next header all fall on the border between two pieces once.
     for (size_t past = 0; past < 60; ++past) {
@@ -75,7 +65,7 @@ TEST_F(SandboxGzip, contentIsReadWhereverThePiecesEnd) {
 }
 
 TEST_F(SandboxGzip, severalMembersAreOneFile) {
-    const std::string large = noise(piece);
+    const std::string large = tests::noise(piece);
     EXPECT_EQ(unpacked(packed("a") + packed("") + packed(large) + packed("b")), "a" + large + "b");
 }
 
@@ -91,7 +81,7 @@ TEST_F(SandboxGzip, aFileCutAnywhereIsRefused) {
     for (size_t length = 0; length < whole.size(); ++length) {
         expectDamaged(whole.substr(0, length));
     }
-    const std::string large = packed(noise(piece));
+    const std::string large = packed(tests::noise(piece));
     for (size_t missing = 1; missing < 30; ++missing) {
         expectDamaged(large.substr(0, large.size() - missing));
     }
@@ -110,7 +100,7 @@ TEST_F(SandboxGzip, aWrongSumOrLengthIsRefused) {
 }
 
 TEST_F(SandboxGzip, randomDamageNeverPassesForAnotherContent) {
-    const std::string content = noise(1000) + std::string(5000, 'x') + noise(1000);
+    const std::string content = tests::noise(1000) + std::string(5000, 'x') + tests::noise(1000);
     const std::string whole = packed(content);
     std::minstd_rand random(5);
     for (int round = 0; round < 2000; ++round) {

@@ -3,6 +3,7 @@
 #include "tests/apps/sandbox/PlatformCalls.h"
 #include "tests/Await.h"
 #include "tests/support/RawClient.h"
+#include "tests/support/SampleText.h"
 #include "tests/support/SandboxProcess.h"
 #include "tests/support/TestFolder.h"
 
@@ -238,15 +239,6 @@ TEST(SandboxLife, aSlowDeploymentHoldsNobodyUp) {
     }
     waitUntil([&] { return entryCount(data.path() / "uploads") == 20; });
     EXPECT_EQ(get(sandbox.url("/api/me")).status, 200);
-}
-
-std::string noise(size_t size) {
-    std::mt19937 random(7);
-    std::string bytes(size, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(random());
-    }
-    return bytes;
 }
 
 /// What somebody does who takes connections and gives nothing for them.

@@ -1,6 +1,8 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/JsonValues.h"
+#include "apps/dw/LinkedFolders.h"
 #include "apps/dw/Texts.h"
+#include "apps/dw/TypedFolder.h"
 #include "collab/FolderGuard.h"
 #include "core/Catalog.h"
 #include "core/Collaboration.h"
@@ -15,34 +17,12 @@
 #include "support/Cancellation.h"
 #include "support/OwnThread.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <chrono>
 #include <system_error>
 
 namespace driftwell::dw {
 
 namespace {
-
-std::filesystem::path existingFolder(const std::string& typed) {
-    if (typed.empty()) {
-        throw WrongUsage(QStringLiteral("The folder's name is empty"), QStringLiteral("Run dw help deploy."));
-    }
-    std::error_code failed;
-    const std::filesystem::path folder = std::filesystem::canonical(typed, failed);
-    if (failed) {
-        throw std::system_error(failed, typed);
-    }
-    if (!std::filesystem::is_directory(folder)) {
-        throw std::system_error(std::make_error_code(std::errc::not_a_directory), typed);
-    }
-    if (::faccessat(AT_FDCWD, folder.c_str(), R_OK | X_OK, AT_EACCESS) != 0) {
-        throw cannotRead(folder, std::error_code(errno, std::generic_category()));
-    }
-    return folder;
-}
 
 bool hasVersionControl(const std::filesystem::path& folder) {
     std::error_code error;
@@ -61,15 +41,11 @@ Task<std::optional<QString>> linkedSite(std::filesystem::path folder, std::share
                          QStringLiteral("Name the site: dw deploy FOLDER --name NAME"));
     }
     const std::optional<QString> host = context->client->store().resolveHost();
-    if (guard.remoteUrls.empty() || !host) {
-        co_return std::nullopt;
+    std::optional<QString> site = host ? siteOf(guard, PlatformConfig(*host)) : std::nullopt;
+    if (site && !SiteName::isValid(*site)) {
+        site = std::nullopt;
     }
-    const QString url = QString::fromStdString(guard.remoteUrls.front());
-    const QString sites = Git::remoteUrl(PlatformConfig(*host), QString());
-    if (!url.startsWith(sites) || !SiteName::isValid(url.mid(sites.size()))) {
-        co_return std::nullopt;
-    }
-    co_return url.mid(sites.size());
+    co_return site;
 }
 
 /// The name to publish under. Throws WrongUsage when it breaks a rule.
@@ -146,30 +122,13 @@ Task<> learnSites(Catalog& catalog, PlatformConfig config, std::filesystem::path
     }
 }
 
-QString proseList(const QStringList& names) {
-    constexpr qsizetype most = 20;
-    const QString shown = names.mid(0, most).join(QStringLiteral(", "));
-    return names.size() > most ? QStringLiteral("%1 and %2 more").arg(shown).arg(names.size() - most) : shown;
-}
-
-/// Why a deployment has gone without success and without a failure of its own.
-CommandFailure failureOfClosed(const Collaboration& collaboration, const Gates& gates, const QString& site) {
+/// Throws why a deployment has gone without success and without a failure of its own.
+[[noreturn]] void failClosed(const Collaboration& collaboration, const QString& site, const PlatformConfig& config) {
     if (collaboration.conflictTarget() == site) {
-        const QStringList files = collaboration.collabStates().value(site).files;
-        const QString names = files.isEmpty() ? QStringLiteral("some files") : proseList(files);
-        return {"conflict",
-                QStringLiteral("%1 was not published, since others have changed the same places: %2").arg(site, names),
-                QStringLiteral("Repair what stands between the marks <<<<<<< and >>>>>>>, then deploy again."),
-                ExitCode::Conflict};
+        throw FailedCommand(conflictFailure(site, collaboration.collabStates().value(site).files));
     }
-    if (gates.showGitInstallSheet()) {
-        return {"system", QStringLiteral("A linked folder is published with git, and git cannot be used here"),
-                QStringLiteral("Install git."), ExitCode::Failed};
-    }
-    return {"system",
-            QStringLiteral("The platform does not say who you are, and a linked folder is published by name"),
-            {},
-            ExitCode::Failed};
+    requireGit();
+    throw FailedCommand(unknownAuthor(config));
 }
 
 /// The process ends with a deployment; nobody looks at a list afterwards.
@@ -257,7 +216,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     }
     const auto* const success = std::get_if<DeployFlow::Success>(&phase);
     if (success == nullptr) {
-        throw FailedCommand(failureOfClosed(collaboration, gates, name));
+        failClosed(collaboration, name, config);
     }
     reportSuccess(reporter, *flow, *success);
     co_return ExitCode::Done;
@@ -281,7 +240,7 @@ public:
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
-        const std::filesystem::path folder = existingFolder(m_folder);
+        const std::filesystem::path folder = existingFolder(m_folder, "deploy");
         std::optional<QString> linked;
         if (!m_name) {
             linked = co_await linkedSite(folder, context);

@@ -1,0 +1,118 @@
+#include "apps/dw/LinkedFolders.h"
+
+#include "apps/dw/CommandFailure.h"
+#include "apps/dw/KnownSites.h"
+#include "apps/dw/Texts.h"
+#include "apps/dw/TypedFolder.h"
+#include "collab/FolderGuard.h"
+
+#include <optional>
+
+namespace driftwell::dw {
+
+namespace {
+
+constexpr qsizetype mostNames = 10;
+
+FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& guard, const PlatformConfig& config) {
+    const QString path = QString::fromStdString(folder.string());
+    if (guard.remoteUrls.empty()) {
+        return FailedCommand({"notLinked", QStringLiteral("%1 is not linked to a site").arg(path),
+                              QStringLiteral("Link it: dw link FOLDER --name SITE"), ExitCode::Failed});
+    }
+    return FailedCommand({"notLinked",
+                          QStringLiteral("%1 is linked to %2, which is no site of %3")
+                              .arg(path, QString::fromStdString(guard.remoteUrls.front()), config.host()),
+                          QStringLiteral("Choose its platform: dw host HOST"), ExitCode::Failed});
+}
+
+} // namespace
+
+std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& config) {
+    const QString sites = Git::remoteUrl(config, QString());
+    for (const std::string& bytes : guard.remoteUrls) {
+        const QString url = QString::fromStdString(bytes);
+        if (url.startsWith(sites) && url.size() > sites.size()) {
+            return url.mid(sites.size());
+        }
+    }
+    return std::nullopt;
+}
+
+void requireGit() {
+    if (!Git::toolsInstalled()) {
+        throw FailedCommand({"noGit",
+                             QStringLiteral("Editing sites together needs git, and %1 does not work")
+                                 .arg(QLatin1String(Git::executable)),
+                             QStringLiteral("Install the package git."), ExitCode::Failed});
+    }
+}
+
+void requireCollab(const SiteInfo& site) {
+    if (!site.collab || !site.collab->enabled) {
+        throw FailedCommand({"collabOff", QStringLiteral("Collaboration is off for %1").arg(site.name),
+                             QStringLiteral("Switch it on: dw collab on %1").arg(site.name), ExitCode::Failed});
+    }
+}
+
+Task<LinkedSite> requireLinkedFolder(std::shared_ptr<Context> context, std::string typed, std::string command) {
+    const std::filesystem::path folder = existingFolder(typed, command);
+    requireGit();
+    const PlatformConfig config = requireSignIn(*context->client);
+    const FolderGuard guard = co_await FolderGuard::inspect(folder, context->stop);
+    const std::optional<QString> site = siteOf(guard, config);
+    if (!site) {
+        throw notLinked(folder, guard, config);
+    }
+    const SiteInfo info = co_await requireSite(context, config, *site);
+    co_return LinkedSite{folder, config, info, Git::Access::of(config, context->client->store())};
+}
+
+CommandFailure unknownAuthor(const PlatformConfig& config) {
+    return {"api", QStringLiteral("%1 does not say who you are").arg(config.host()),
+            QStringLiteral("Sign in: dw login"), ExitCode::Failed};
+}
+
+Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig config) {
+    const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
+    if (!identity) {
+        throw FailedCommand(unknownAuthor(config));
+    }
+    co_return *identity;
+}
+
+CommandFailure conflictFailure(const QString& site, const QStringList& files) {
+    CommandFailure failure{"conflict", QStringLiteral("A merge with what others published on %1 has stopped").arg(site),
+                           QStringLiteral("Repair the files and publish them: dw deploy. Or have an agent repair them: "
+                                          "dw resolve --prompt. Or take one side: dw resolve --mine, --theirs."),
+                           ExitCode::Conflict};
+    if (!files.isEmpty()) {
+        failure.message += QStringLiteral(". %1 changed on both sides: %2")
+                               .arg(countText(files.size()), files.mid(0, mostNames).join(QStringLiteral(", ")));
+        if (files.size() > mostNames) {
+            failure.message += QStringLiteral(", …");
+        }
+    }
+    for (const QString& file : files) {
+        failure.files.push_back(file.toStdString());
+    }
+    return failure;
+}
+
+CommandFailure gitFailure(const QString& words) {
+    const QString shown = words.trimmed();
+    return {"git", shown.isEmpty() ? QStringLiteral("git failed and said nothing") : shown, {}, ExitCode::Failed};
+}
+
+Task<> requireSuccess(CollabEngine::SyncOutcome outcome, LinkedSite linked, std::stop_token stop) {
+    using Kind = CollabEngine::SyncOutcome::Kind;
+    if (outcome.kind == Kind::Failed) {
+        throw FailedCommand(gitFailure(outcome.text));
+    }
+    if (outcome.kind == Kind::Conflict) {
+        const QStringList files = co_await CollabEngine::unresolvedFiles(linked.folder, stop);
+        throw FailedCommand(conflictFailure(linked.info.name, files));
+    }
+}
+
+} // namespace driftwell::dw

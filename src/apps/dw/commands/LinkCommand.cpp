@@ -1,0 +1,55 @@
+#include "apps/dw/Command.h"
+#include "apps/dw/JsonValues.h"
+#include "apps/dw/KnownSites.h"
+#include "apps/dw/LinkedFolders.h"
+#include "apps/dw/TypedFolder.h"
+
+namespace driftwell::dw {
+
+class LinkCommand final : public PlatformCommand {
+public:
+    void define(Definition& command) override {
+        command.command("link", "Tie a folder to a site that is edited together; no file changes")
+            .argument({"FOLDER", "The folder to link (default: the present one)", {Candidates::Kind::Folders}},
+                      m_folder)
+            .option({"--name", "SITE", "The site", {Candidates::Kind::Sites}}, m_site)
+            .json("`site`, `url`, `folder`")
+            .example("dw link --name launch", "Link the present folder to the site launch")
+            .example("dw link ./dist --name launch", "Link the folder dist");
+    }
+
+    Task<ExitCode> run(std::shared_ptr<Context> context) override {
+        if (!m_site) {
+            throw WrongUsage(QStringLiteral("dw link needs a site: dw link FOLDER --name SITE"),
+                             QStringLiteral("dw list shows the sites."));
+        }
+        const std::filesystem::path folder = existingFolder(m_folder, "link");
+        requireGit();
+        const SiteOnPlatform site = co_await requireNamedSite(context, *m_site);
+        requireCollab(site.info);
+        const Git::Access access = Git::Access::of(site.config, context->client->store());
+        const std::optional<QString> failure =
+            co_await CollabEngine::link(site.info.name, folder, access, context->stop);
+        if (failure) {
+            throw FailedCommand(gitFailure(*failure));
+        }
+        context->client->store().saveFolder(site.info.name, folder);
+        context->reporter.line(folder.string());
+        context->reporter.object({{"ok", true},
+                                  {"site", site.info.name.toStdString()},
+                                  {"url", site.info.url.toStdString()},
+                                  {"folder", folder.string()}});
+        context->reporter.success(
+            QStringLiteral("%1 is linked to the folder. dw status shows what differs.").arg(site.info.name));
+        co_return ExitCode::Done;
+    }
+
+private:
+    /// Bytes as typed.
+    std::string m_folder = ".";
+    std::optional<std::string> m_site;
+};
+
+template std::unique_ptr<Command> makeCommand<LinkCommand>();
+
+} // namespace driftwell::dw
