@@ -14,18 +14,6 @@ namespace {
 
 constexpr qsizetype mostNames = 10;
 
-/// The site whose repository one of the remotes is; absent when none is of this platform.
-std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& config) {
-    const QString sites = Git::remoteUrl(config, QString());
-    for (const std::string& bytes : guard.remoteUrls) {
-        const QString url = QString::fromStdString(bytes);
-        if (url.startsWith(sites) && url.size() > sites.size()) {
-            return url.mid(sites.size());
-        }
-    }
-    return std::nullopt;
-}
-
 FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& guard, const PlatformConfig& config) {
     const QString path = QString::fromStdString(folder.string());
     if (guard.remoteUrls.empty()) {
@@ -39,6 +27,17 @@ FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& 
 }
 
 } // namespace
+
+std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& config) {
+    const QString sites = Git::remoteUrl(config, QString());
+    for (const std::string& bytes : guard.remoteUrls) {
+        const QString url = QString::fromStdString(bytes);
+        if (url.startsWith(sites) && url.size() > sites.size()) {
+            return url.mid(sites.size());
+        }
+    }
+    return std::nullopt;
+}
 
 void requireGit() {
     if (!Git::toolsInstalled()) {
@@ -69,11 +68,15 @@ Task<LinkedSite> requireLinkedFolder(std::shared_ptr<Context> context, std::stri
     co_return LinkedSite{folder, config, info, Git::Access::of(config, context->client->store())};
 }
 
+CommandFailure unknownAuthor(const PlatformConfig& config) {
+    return {"api", QStringLiteral("%1 does not say who you are").arg(config.host()),
+            QStringLiteral("Sign in: dw login"), ExitCode::Failed};
+}
+
 Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig config) {
     const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
     if (!identity) {
-        throw FailedCommand({"api", QStringLiteral("%1 does not say who you are").arg(config.host()),
-                             QStringLiteral("Sign in: dw login"), ExitCode::Failed});
+        throw FailedCommand(unknownAuthor(config));
     }
     co_return *identity;
 }
