@@ -9,7 +9,6 @@ enum class ExitCode {
     WrongUsage = 2,
     NotAllowed = 4,
     Unreachable = 5,
-    /// A merge has stopped, or would, at files that both sides have changed.
     Conflict = 6,
     Interrupted = 130,
 };

@@ -28,6 +28,13 @@ std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& co
 
 FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& guard, const PlatformConfig& config) {
     const QString path = QString::fromStdString(folder.string());
+    if (guard.refusal && !guard.areSettingsKnown) {
+        return FailedCommand({"notLinked",
+                              QStringLiteral("It cannot be told which site %1 is linked to: right now %2")
+                                  .arg(path, *guard.refusal),
+                              {},
+                              ExitCode::Failed});
+    }
     if (guard.remoteUrls.empty()) {
         return FailedCommand({"notLinked", QStringLiteral("%1 is not linked to a site").arg(path),
                               QStringLiteral("Link it: dw link FOLDER --name SITE"), ExitCode::Failed});

@@ -39,7 +39,7 @@ ProgramRecord programRecord() {
              {ExitCode::WrongUsage, "wrong usage"},
              {ExitCode::NotAllowed, "not signed in or not on the team"},
              {ExitCode::Unreachable, "platform unreachable"},
-             {ExitCode::Conflict, "conflict with what others published"},
+             {ExitCode::Conflict, "conflict"},
              {ExitCode::Interrupted, "interrupted"}}};
 }
 

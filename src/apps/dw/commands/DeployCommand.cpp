@@ -1,7 +1,6 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/JsonValues.h"
 #include "apps/dw/Texts.h"
-#include "apps/dw/TypedFolder.h"
 #include "core/Catalog.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
@@ -12,12 +11,34 @@
 #include "support/Cancellation.h"
 #include "support/OwnThread.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
 #include <system_error>
 
 namespace driftwell::dw {
 
 namespace {
+
+std::filesystem::path existingFolder(const std::string& typed) {
+    if (typed.empty()) {
+        throw WrongUsage(QStringLiteral("The folder's name is empty"), QStringLiteral("Run dw help deploy."));
+    }
+    std::error_code failed;
+    const std::filesystem::path folder = std::filesystem::canonical(typed, failed);
+    if (failed) {
+        throw std::system_error(failed, typed);
+    }
+    if (!std::filesystem::is_directory(folder)) {
+        throw std::system_error(std::make_error_code(std::errc::not_a_directory), typed);
+    }
+    if (::faccessat(AT_FDCWD, folder.c_str(), R_OK | X_OK, AT_EACCESS) != 0) {
+        throw cannotRead(folder, std::error_code(errno, std::generic_category()));
+    }
+    return folder;
+}
 
 /// The name to publish under. Throws WrongUsage when it breaks a rule.
 QString chooseName(const std::optional<std::string>& typed, const std::filesystem::path& folder) {
@@ -167,7 +188,7 @@ public:
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
-        const std::filesystem::path folder = existingFolder(m_folder, "deploy");
+        const std::filesystem::path folder = existingFolder(m_folder);
         const QString name = chooseName(m_name, folder);
         if (m_dryRun) {
             co_return co_await showFiles(folder, name, context);
