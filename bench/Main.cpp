@@ -1,3 +1,4 @@
+#include "bench/CollabBenchmark.h"
 #include "bench/LoopbackServer.h"
 #include "bench/PollBenchmark.h"
 #include "bench/ProcessRun.h"
@@ -156,6 +157,7 @@ std::vector<Row> measureEverything() {
     add("scanning", {measureScan(folder.path())});
     add("uploading", measureUpload(folder.path()));
     add("deploying", {measureDeploy(site, folder.path())});
+    add("publishing", measureCollab());
     add("starting", {measureStart()});
     add("polling", measurePolls());
     add("tooling", measureTooling());
@@ -170,6 +172,10 @@ int main(int argc, char** argv) {
     try {
         if (const std::optional<int> code = runAsWorker({argv + 1, argv + argc})) {
             return *code;
+        }
+        if (argc == 2 && std::string(argv[1]) == "collab") {
+            printRows(measureCollab());
+            return 0;
         }
         publish(measureEverything(), DRIFTWELL_BENCHMARKS_PAGE);
         return 0;

@@ -19,7 +19,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests" / "session"))
 
-from session import Session, TimedOut, end_with_parent, wait_for  # noqa: E402
+from session import Sandbox, Session, TimedOut, end_with_parent, skip_introduction, wait_for  # noqa: E402
 
 ROUNDS = 7
 SETTLING = 30
@@ -242,6 +242,50 @@ class Bench:
             peer.kill()
             peer.wait()
 
+    def measure_surfaces(self):
+        """Memory before and after every window and sheet was open once. What opens them reads the screen as a screen
+        reader does, which costs the application memory of its own before and after."""
+        desktop = self.desktop
+        platform = Sandbox(desktop, data="surfaces")
+        folder = desktop.folder / "published"
+        folder.mkdir()
+        for version in ("first", "second"):
+            (folder / "index.html").write_text(version)
+            desktop.dw("deploy", folder, "--name", "team-project", host=platform.address)
+        app = desktop.open_app("--tray", host=platform.address, QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1")
+        process = Process(app.pid)
+        wait_for("the application", desktop.application)
+        time.sleep(SETTLING)
+        before = process.memory()
+
+        desktop.click(*desktop.tray_button())
+        desktop.press("push button", "Open Driftwell")
+        for entry, opened in (("Version History", ("push button", "Roll back")),
+                              ("Logs", ("dialog", None)),
+                              ("Roll Back…", ("heading", "Roll back team-project")),
+                              ("Delete Project…", ("heading", "Delete team-project"))):
+            desktop.click(*desktop.place(desktop.find("list item", "team-project")), button=3)
+            desktop.press("menu item", entry)
+            desktop.find(*opened)
+            desktop.key("Escape")
+            desktop.gone(*opened)
+        desktop.launch(folder, host=platform.address).wait()
+        desktop.find("push button", "Deploy")
+        desktop.key("Escape")
+        desktop.gone("push button", "Deploy")
+        desktop.key("ctrl+comma")
+        wait_for("the settings", lambda: desktop.windows("Driftwell Settings"))
+        for window in ("Driftwell Settings", "Driftwell"):
+            desktop.xdotool("windowactivate", "--sync", desktop.windows(window)[0])
+            desktop.key("alt+F4")
+            wait_for("the end of the window", lambda: not desktop.windows(window))
+        time.sleep(SETTLING)
+        after = process.memory()
+        desktop.close_app()
+        platform.stop()
+        row("resident memory in the tray after every window and sheet was open once, read by a screen reader",
+            memory_text(after), f"before: {memory_text(before)}", f"{after[0] / before[0]:.2f} of it")
+
     # --- Doing nothing ---
 
     def is_poll(self, start, end):
@@ -303,8 +347,9 @@ def main():
     with Session(programs) as desktop:
         # A desktop without a screen reader, as most are.
         del desktop.environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"]
+        skip_introduction(desktop.environment["HOME"])
         bench = Bench(desktop)
-        for name in chosen or ["start", "memory", "idle", "frames"]:
+        for name in chosen or ["start", "memory", "surfaces", "idle", "frames"]:
             getattr(bench, "measure_" + name)()
             print(f"{name} measured", file=sys.stderr)
 

@@ -23,7 +23,15 @@ Settings settings(const Git::Surroundings& surroundings) {
         {"push.recurseSubmodules", "no"},
         // Git runs itself in a repository within the folder to see whether it has changed, under that one's settings.
         {"diff.ignoreSubmodules", "all"},
+        // All files are added before it is asked what is to be committed, so nothing is left to look for.
+        {"status.showUntrackedFiles", "no"},
+        // A site has one branch. The newer protocol asks for the list of branches in a request of its own.
+        {"protocol.version", "0"},
     };
+    if (!surroundings.access) {
+        // Git tidies up after what it fetches; once in a publish is enough.
+        settings.emplace_back("maintenance.auto", "false");
+    }
     if (surroundings.access) {
         // A setting for an address stands above the same one without, which a person may have for other hosts.
         const std::string origin = "http." + surroundings.access->config.origin().toStdString();

@@ -136,13 +136,16 @@ Task<> removeLeftLocks(std::filesystem::path folder, std::stop_token stop, std::
     // The file system's clock and the one that is slept by differ by a little.
     constexpr std::chrono::milliseconds margin{20};
     const std::vector<Lock> before = ownLocks(folder);
+    if (before.empty()) {
+        co_return;
+    }
     const std::chrono::nanoseconds left = age - ageOfYoungest(before, age);
     if (left.count() > 0) {
         // What was touched in the future is watched for as long as a fresh one.
         co_await sleepFor(std::min(std::chrono::ceil<std::chrono::milliseconds>(left), age) + margin, stop);
     }
     const std::vector<Lock> locks = ownLocks(folder);
-    if (locks.empty() || isGitAtWork(folder)) {
+    if (isGitAtWork(folder)) {
         co_return;
     }
     for (const Lock& lock : locks) {

@@ -1,6 +1,7 @@
 #include "collab/PublishPreview.h"
 
 #include "collab/FolderGuard.h"
+#include "collab/LeftMerge.h"
 #include "collab/LinkedFolder.h"
 #include "support/TemporaryFolder.h"
 
@@ -173,6 +174,11 @@ Task<PublishPreview> PublishPreview::of(std::filesystem::path folder, Git::Acces
     const FolderGuard guard = co_await FolderGuard::inspect(folder, stop);
     if (!guard.hasVersionControl || guard.refusal) {
         refused.failure = guard.refusal.value_or(QStringLiteral("the folder has no version control"));
+        co_return refused;
+    }
+    // It is told from what was fetched then.
+    refused.failure = co_await takeBackLeftMerge(LinkedFolder(folder, stop));
+    if (refused.failure) {
         co_return refused;
     }
     TemporaryFolder::removeLeftovers(temporaryPrefix);

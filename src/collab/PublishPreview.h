@@ -17,7 +17,8 @@
 namespace driftwell {
 
 /// What publishing a linked folder would meet, found out without publishing: what the platform has is fetched, and the
-/// merge is tried in git's store alone (git-merge-tree(1)). No file of the folder changes, nor its index, nor "main".
+/// merge is tried in git's store alone (git-merge-tree(1)). No file of the folder changes, nor its index, nor "main",
+/// but what a killed merge has left is taken back first (LeftMerge.h).
 /// Paths are relative to the folder and sorted.
 struct PublishPreview {
     /// The files that the folder would bring: changed, new or removed since it last had what the platform has.

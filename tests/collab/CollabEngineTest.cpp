@@ -85,6 +85,13 @@ TEST_F(CollabEngineTest, AnUnchangedFolderIsPublishedAndLeavesThePlatformAsItWas
     EXPECT_EQ(m_platform.head("site"), before);
 }
 
+TEST_F(CollabEngineTest, AnUnchangedFolderCostsTwoRequests) {
+    m_folder = linkedFolder("folder");
+    const std::size_t before = m_platform.requests().size();
+    EXPECT_EQ(deploy(), Outcome::published());
+    EXPECT_EQ(m_platform.requests().size() - before, 2U);
+}
+
 TEST_F(CollabEngineTest, WhatIgnoreFilesNameIsNotCommitted) {
     m_folder = linkedFolder("folder");
     inFolder("echo secret > secret && echo secret > .gitignore");

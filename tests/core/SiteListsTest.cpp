@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-SiteInfo site(const QString& name, const std::optional<QString>& deployedAt = {}, const QString& url = {}) {
+SiteInfo listed(const QString& name, const std::optional<QString>& deployedAt = {}, const QString& url = {}) {
     SiteInfo info;
     info.name = name;
     info.url = url;
@@ -24,58 +24,58 @@ std::vector<std::string> found(const QList<SiteInfo>& sites, const QString& filt
 }
 
 TEST(SiteListsTest, AnEmptyFilterKeepsEverySite) {
-    EXPECT_THAT(found({site("a"), site("b")}, ""), ElementsAre("a", "b"));
+    EXPECT_THAT(found({listed("a"), listed("b")}, ""), ElementsAre("a", "b"));
 }
 
 TEST(SiteListsTest, AFilterOfBlanksAloneKeepsEverySite) {
-    EXPECT_THAT(found({site("a"), site("b")}, " \t  \t"), ElementsAre("a", "b"));
+    EXPECT_THAT(found({listed("a"), listed("b")}, " \t  \t"), ElementsAre("a", "b"));
 }
 
 TEST(SiteListsTest, BlanksAndTabsAroundTheFilterAreIgnored) {
-    EXPECT_THAT(found({site("api-docs"), site("garden")}, " \tapi \t "), ElementsAre("api-docs"));
+    EXPECT_THAT(found({listed("api-docs"), listed("garden")}, " \tapi \t "), ElementsAre("api-docs"));
 }
 
 TEST(SiteListsTest, OtherKindsOfSpaceAroundTheFilterAreIgnored) {
     const QString noBreakSpace(QChar::Nbsp);
     const QString ideographicSpace(QChar(0x3000));
-    EXPECT_THAT(found({site("api-docs"), site("garden")}, noBreakSpace + "api" + ideographicSpace),
+    EXPECT_THAT(found({listed("api-docs"), listed("garden")}, noBreakSpace + "api" + ideographicSpace),
                 ElementsAre("api-docs"));
 }
 
 TEST(SiteListsTest, ALineBreakAtAnEndOfTheFilterIsPartOfIt) {
-    EXPECT_THAT(found({site("api-docs")}, "api\n"), IsEmpty());
-    EXPECT_THAT(found({site("api-docs")}, "\napi"), IsEmpty());
-    EXPECT_THAT(found({site("api-docs")}, "\n"), IsEmpty());
-    EXPECT_THAT(found({site("api-docs")}, "api\r"), IsEmpty());
+    EXPECT_THAT(found({listed("api-docs")}, "api\n"), IsEmpty());
+    EXPECT_THAT(found({listed("api-docs")}, "\napi"), IsEmpty());
+    EXPECT_THAT(found({listed("api-docs")}, "\n"), IsEmpty());
+    EXPECT_THAT(found({listed("api-docs")}, "api\r"), IsEmpty());
 }
 
 TEST(SiteListsTest, ABlankInsideTheFilterIsPartOfIt) {
-    EXPECT_THAT(found({site("api-docs"), site("api docs")}, "api docs"), ElementsAre("api docs"));
+    EXPECT_THAT(found({listed("api-docs"), listed("api docs")}, "api docs"), ElementsAre("api docs"));
 }
 
 TEST(SiteListsTest, AFilterInCapitalsFindsSmallLettersInTheName) {
-    EXPECT_THAT(found({site("my-api"), site("garden")}, " API "), ElementsAre("my-api"));
+    EXPECT_THAT(found({listed("my-api"), listed("garden")}, " API "), ElementsAre("my-api"));
 }
 
 TEST(SiteListsTest, AFilterInCapitalsFindsSmallLettersInTheAddress) {
-    EXPECT_THAT(
-        found({site("docs", {}, "https://api.sites.test"), site("garden", {}, "https://garden.sites.test")}, " API "),
-        ElementsAre("docs"));
+    EXPECT_THAT(found({listed("docs", {}, "https://api.sites.test"), listed("garden", {}, "https://garden.sites.test")},
+                      " API "),
+                ElementsAre("docs"));
 }
 
 TEST(SiteListsTest, AFilterInSmallLettersFindsCapitals) {
-    EXPECT_THAT(found({site("MyAPI"), site("docs", {}, "https://API.sites.test"), site("garden")}, "api"),
+    EXPECT_THAT(found({listed("MyAPI"), listed("docs", {}, "https://API.sites.test"), listed("garden")}, "api"),
                 ElementsAre("MyAPI", "docs"));
 }
 
 TEST(SiteListsTest, AFilterIsPlainText) {
-    EXPECT_THAT(found({site("a.b"), site("axb"), site("a*")}, "a.b"), ElementsAre("a.b"));
-    EXPECT_THAT(found({site("a.b"), site("axb"), site("a*")}, "a*"), ElementsAre("a*"));
+    EXPECT_THAT(found({listed("a.b"), listed("axb"), listed("a*")}, "a.b"), ElementsAre("a.b"));
+    EXPECT_THAT(found({listed("a.b"), listed("axb"), listed("a*")}, "a*"), ElementsAre("a*"));
 }
 
 TEST(SiteListsTest, ByNameCapitalsComeBeforeSmallLetters) {
-    const QList<SiteInfo> sites{site("alpha"), site("Zeta"), site("beta"), site("Alpha"),
-                                site("a"),     site("-"),    site("1")};
+    const QList<SiteInfo> sites{listed("alpha"), listed("Zeta"), listed("beta"), listed("Alpha"),
+                                listed("a"),     listed("-"),    listed("1")};
     EXPECT_THAT(found(sites, ""), ElementsAre("-", "1", "Alpha", "Zeta", "a", "alpha", "beta"));
 }
 
@@ -83,7 +83,7 @@ TEST(SiteListsTest, ByNameCapitalsComeBeforeSmallLetters) {
 QList<SiteInfo> equalSites(const std::optional<QString>& deployedAt) {
     QList<SiteInfo> sites;
     for (int i = 0; i < 100; ++i) {
-        sites.append(site(QStringLiteral("garden"), deployedAt, QString::number(i)));
+        sites.append(listed(QStringLiteral("garden"), deployedAt, QString::number(i)));
     }
     return sites;
 }
@@ -103,50 +103,51 @@ std::vector<std::string> byTime(const QList<SiteInfo>& sites) {
 }
 
 TEST(SiteListsTest, ByTimeTheLatestDeploymentComesFirst) {
-    EXPECT_THAT(byTime({site("old", "2025-01-01T00:00:00Z"), site("new", "2026-03-01T09:30:00.250Z"),
-                        site("middle", "2026-03-01T09:30:00Z")}),
+    EXPECT_THAT(byTime({listed("old", "2025-01-01T00:00:00Z"), listed("new", "2026-03-01T09:30:00.250Z"),
+                        listed("middle", "2026-03-01T09:30:00Z")}),
                 ElementsAre("new", "middle", "old"));
 }
 
 TEST(SiteListsTest, ByTimeMomentsAreComparedAndNotTexts) {
     // 10:30 two hours east of Greenwich is 08:30 there.
-    EXPECT_THAT(byTime({site("east", "2026-03-01T10:30:00+02:00"), site("greenwich", "2026-03-01T09:00:00Z")}),
+    EXPECT_THAT(byTime({listed("east", "2026-03-01T10:30:00+02:00"), listed("greenwich", "2026-03-01T09:00:00Z")}),
                 ElementsAre("greenwich", "east"));
 }
 
 TEST(SiteListsTest, ByTimeSitesWithoutAReadableTimeComeLastInTheirOrder) {
-    EXPECT_THAT(byTime({site("never"), site("old", "1970-01-01T00:00:00Z"), site("garbled", "yesterday"),
-                        site("older", "0001-01-01T00:00:00Z"), site("date", "2026-03-01"), site("empty", "")}),
+    EXPECT_THAT(byTime({listed("never"), listed("old", "1970-01-01T00:00:00Z"), listed("garbled", "yesterday"),
+                        listed("older", "0001-01-01T00:00:00Z"), listed("date", "2026-03-01"), listed("empty", "")}),
                 ElementsAre("old", "older", "never", "garbled", "date", "empty"));
 }
 
 TEST(SiteListsTest, ByTimeSitesOfTheSameMomentKeepTheirOrder) {
-    EXPECT_THAT(byTime({site("c", "2026-03-01T10:00:00Z"), site("a", "2026-03-01T12:00:00+02:00"),
-                        site("b", "2026-03-01T10:00:00.000Z"), site("first", "2026-03-02T10:00:00Z")}),
+    EXPECT_THAT(byTime({listed("c", "2026-03-01T10:00:00Z"), listed("a", "2026-03-01T12:00:00+02:00"),
+                        listed("b", "2026-03-01T10:00:00.000Z"), listed("first", "2026-03-02T10:00:00Z")}),
                 ElementsAre("first", "c", "a", "b"));
 }
 
 TEST(SiteListsTest, AFilteredListIsSortedByTimeToo) {
-    EXPECT_THAT(namesOf(filteredSites({site("api-1", "2025-01-01T00:00:00Z"), site("garden", "2027-01-01T00:00:00Z"),
-                                       site("api-2", "2026-01-01T00:00:00Z")},
-                                      "api", SortOrder::MostRecent)),
-                ElementsAre("api-2", "api-1"));
+    EXPECT_THAT(
+        namesOf(filteredSites({listed("api-1", "2025-01-01T00:00:00Z"), listed("garden", "2027-01-01T00:00:00Z"),
+                               listed("api-2", "2026-01-01T00:00:00Z")},
+                              "api", SortOrder::MostRecent)),
+        ElementsAre("api-2", "api-1"));
 }
 
 TEST(SiteListsTest, RecentSitesAreAllOfThreeAndFiveOfSix) {
-    QList<SiteInfo> sites{site("1", "2026-01-01T00:00:00Z"), site("2", "2026-01-02T00:00:00Z"),
-                          site("3", "2026-01-03T00:00:00Z")};
+    QList<SiteInfo> sites{listed("1", "2026-01-01T00:00:00Z"), listed("2", "2026-01-02T00:00:00Z"),
+                          listed("3", "2026-01-03T00:00:00Z")};
     EXPECT_THAT(namesOf(recentSites(sites)), ElementsAre("3", "2", "1"));
-    sites << site("4", "2026-01-04T00:00:00Z") << site("5", "2026-01-05T00:00:00Z");
+    sites << listed("4", "2026-01-04T00:00:00Z") << listed("5", "2026-01-05T00:00:00Z");
     EXPECT_THAT(namesOf(recentSites(sites)), ElementsAre("5", "4", "3", "2", "1"));
-    sites << site("6", "2026-01-06T00:00:00Z");
+    sites << listed("6", "2026-01-06T00:00:00Z");
     EXPECT_THAT(namesOf(recentSites(sites)), ElementsAre("6", "5", "4", "3", "2"));
     EXPECT_THAT(namesOf(recentSites({})), IsEmpty());
 }
 
 TEST(SiteListsTest, OneListAnswersEveryQuestionAgainAndAgain) {
-    const QList<SiteInfo> sites{site("Api", "2026-01-01T00:00:00Z"), site("garden", {}, "https://API.sites.test"),
-                                site("bakery", "2026-01-03T00:00:00Z")};
+    const QList<SiteInfo> sites{listed("Api", "2026-01-01T00:00:00Z"), listed("garden", {}, "https://API.sites.test"),
+                                listed("bakery", "2026-01-03T00:00:00Z")};
     SiteLists lists(sites);
     for (int i = 0; i < 2; ++i) {
         for (const char* filter : {"", " api ", "BAKER", "nothing", ""}) {
@@ -159,7 +160,7 @@ TEST(SiteListsTest, OneListAnswersEveryQuestionAgainAndAgain) {
 }
 
 TEST(SiteListsTest, AListKnowsItsOwnSitesFromEqualOnes) {
-    const QList<SiteInfo> sites{site("a"), site("b")};
+    const QList<SiteInfo> sites{listed("a"), listed("b")};
     QList<SiteInfo> others = sites;
     EXPECT_TRUE(SiteLists(sites).areOf(others));
     others[0].url = QStringLiteral("https://a.sites.test");
