@@ -212,8 +212,8 @@ TEST_F(DwCollab, AConflictHasItsOwnExitCodeAndNamesTheFiles) {
     publishAsColleague("echo theirs > index.html; echo a > both.html");
     write("index.html", "mine\n");
     write("both.html", "b\n");
-    const std::string message = "A merge with what others published on garden has stopped. 2 files changed on both "
-                                "sides: both.html, index.html";
+    const std::string message = "The merge with garden has stopped, since others have changed the same places: "
+                                "both.html, index.html";
     const Ending ending = runDw({"update", "mine"});
     EXPECT_EQ(ending.exitCode, 6);
     EXPECT_EQ(ending.output, "");
