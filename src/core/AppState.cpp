@@ -12,6 +12,7 @@
 #include "core/NewProject.h"
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
+#include "desktop/DesktopServices.h"
 #include "platform/PlatformClient.h"
 
 #include <utility>
@@ -34,8 +35,9 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
       m_gates(std::make_unique<Gates>(std::move(defaults), system.gitToolsInstalled, system.sleep)),
       m_localPlatform(std::make_unique<LocalPlatform>(m_client->store(), *m_connection, desktop, *m_localServer)),
       m_siteOperations(std::make_unique<SiteOperations>(*m_client, *m_connection, *m_catalog, desktop)),
-      m_collaboration(
-          std::make_unique<Collaboration>(*m_client, *m_connection, *m_catalog, *m_gates, desktop, system.sleep)),
+      m_collaboration(std::make_unique<Collaboration>(
+          *m_client, *m_connection, *m_catalog, *m_gates,
+          [&desktop](const std::filesystem::path& folder) { desktop.showInFileManager(folder); }, system.sleep)),
       m_signIn(std::make_unique<SignIn>(*m_client, *m_connection, desktop, system.sleep)) {
     m_connection->bootWith(*m_localServer);
     m_connection->followRefreshWith([collaboration = m_collaboration.get()](std::stop_token stop) {

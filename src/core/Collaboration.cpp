@@ -6,7 +6,6 @@
 #include "core/Gates.h"
 #include "deploy/DeployableCopy.h"
 #include "deploy/DeployFlow.h"
-#include "desktop/DesktopServices.h"
 #include "platform/PlatformClient.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
@@ -99,12 +98,12 @@ private:
 };
 
 Collaboration::Collaboration(PlatformClient& client, Connection& connection, Catalog& catalog, Gates& gates,
-                             DesktopServices& desktop, Sleeper sleep)
+                             ShowFolder show, Sleeper sleep)
     : m_client(client),
       m_connection(connection),
       m_catalog(catalog),
       m_gates(gates),
-      m_desktop(desktop),
+      m_show(std::move(show)),
       m_sleep(std::move(sleep)) {}
 
 Collaboration::~Collaboration() = default;
@@ -389,7 +388,7 @@ Task<> Collaboration::runClone(QString site) {
         co_return;
     }
     m_client.store().saveFolder(site, destination);
-    m_desktop.showInFileManager(destination);
+    m_show(destination);
     co_await whileAlive(this, refreshCollabStates(stop));
 }
 
@@ -405,7 +404,7 @@ Task<> Collaboration::makeClone(QString site, std::filesystem::path destination,
     }
     m_client.store().saveFolder(site, destination);
     co_await whileAlive(this, AgentScaffold::write(destination, access, m_client.helpers(), stop));
-    m_desktop.showInFileManager(destination);
+    m_show(destination);
     co_await whileAlive(this, m_connection.refresh(stop));
 }
 
@@ -475,13 +474,14 @@ Task<LinkedRoad::Result> Collaboration::publish(std::shared_ptr<DeployFlow> flow
         const Turns::Turn turn = co_await whileAlive(this, turnAt(job.folder, either.token()));
         outcome = co_await whileAlive(this, publishFrom(flow, job, either.token()));
     }
+    // Where a conflict is repaired, too.
+    if (outcome.kind != Kind::Failed && folderOf(site->name) != job.folder) {
+        m_client.store().saveFolder(site->name, job.folder);
+    }
     switch (outcome.kind) {
     case Kind::Published:
     case Kind::Updated:
-        flow->succeed(responseOf(*flow, *site));
-        if (folderOf(site->name) != job.folder) {
-            m_client.store().saveFolder(site->name, job.folder);
-        }
+        flow->succeedByMerge(responseOf(*flow, *site));
         result.end = End::Published;
         result.folder = job.folder;
         break;

@@ -24,7 +24,6 @@ namespace driftwell {
 class Catalog;
 class Connection;
 class DeployFlow;
-class DesktopServices;
 class Gates;
 class PlatformClient;
 
@@ -40,11 +39,13 @@ public:
     using States = QHash<QString, CollabState>;
     using Side = CollabEngine::Side;
     using Outcome = CollabEngine::SyncOutcome;
+    /// Shows a folder to the person.
+    using ShowFolder = std::function<void(const std::filesystem::path& folder)>;
 
     /// All of these outlive this. `sleep` lies between the moment in which a conflict is seen repaired and its
     /// publication.
-    Collaboration(PlatformClient& client, Connection& connection, Catalog& catalog, Gates& gates,
-                  DesktopServices& desktop, Sleeper sleep = sleepFor);
+    Collaboration(PlatformClient& client, Connection& connection, Catalog& catalog, Gates& gates, ShowFolder show,
+                  Sleeper sleep = sleepFor);
     ~Collaboration() override;
 
     /// How each linked folder stands, by its site's name, as of the last look. A site that is not there is not linked.
@@ -145,7 +146,7 @@ private:
     Connection& m_connection;
     Catalog& m_catalog;
     Gates& m_gates;
-    DesktopServices& m_desktop;
+    ShowFolder m_show;
     Sleeper m_sleep;
     Turns m_turns;
     /// How many operations are under way with each site.

@@ -43,6 +43,11 @@ void DeployFlow::succeed(const DeployResponse& response, std::optional<std::int6
     m_phase = Success{response, sentFiles};
 }
 
+void DeployFlow::succeedByMerge(const DeployResponse& response) {
+    m_finishedAt = now();
+    m_phase = Success{response, std::nullopt, true};
+}
+
 void DeployFlow::fail(const std::exception& failure) {
     const auto* platform = dynamic_cast<const PlatformError*>(&failure);
     m_phase = Failure{describe(failure), platform ? std::optional(platform->kind()) : std::nullopt};

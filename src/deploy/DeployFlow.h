@@ -41,6 +41,8 @@ public:
         DeployResponse response;
         /// How many files were sent; absent where none were counted.
         std::optional<std::int64_t> sentFiles = {};
+        /// It was merged into the site's history instead of uploaded.
+        bool isMerged = false;
         bool operator==(const Success&) const = default;
     };
     struct Failure {
@@ -92,6 +94,7 @@ public:
     /// Shows a reported stage. A report that comes after the phase has moved on is dropped.
     void report(DeployStage stage);
     void succeed(const DeployResponse& response, std::optional<std::int64_t> sentFiles = {});
+    void succeedByMerge(const DeployResponse& response);
     void fail(const std::exception& failure);
     void fail(const QString& message);
     void showSkillsWritten(bool written) { m_skillsWritten = written; }

@@ -367,6 +367,17 @@ TEST_F(LinkedDeployTest, AFolderThatIsLinkedItselfIsMergedFromWhereItIsAndRememb
     EXPECT_EQ(store().folderMap().at(garden), second);
 }
 
+TEST_F(LinkedDeployTest, AFolderThatIsLinkedItselfIsRememberedWithItsConflict) {
+    const Path second = linkedCopy("second");
+    platform().push("garden", "echo theirs > index.html");
+    refreshedModel();
+    folder().write("work/second/index.html", "mine");
+    deploy(second);
+    EXPECT_EQ(collaboration().conflictTarget(), garden);
+    EXPECT_EQ(store().folderMap().at(garden), second);
+    EXPECT_EQ(stateOf("garden"), CollabState::conflict({QStringLiteral("index.html")}));
+}
+
 TEST_F(LinkedDeployTest, ASharedSiteWithoutAFolderHereIsUploaded) {
     refreshedModel();
     const std::shared_ptr<DeployFlow> flow = deploy(plainFolder());

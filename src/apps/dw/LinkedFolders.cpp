@@ -2,9 +2,10 @@
 
 #include "apps/dw/CommandFailure.h"
 #include "apps/dw/KnownSites.h"
-#include "apps/dw/Texts.h"
 #include "apps/dw/TypedFolder.h"
 #include "collab/FolderGuard.h"
+
+#include <QStringList>
 
 #include <optional>
 
@@ -12,22 +13,21 @@ namespace driftwell::dw {
 
 namespace {
 
-constexpr qsizetype mostNames = 10;
-
-/// The site whose repository one of the remotes is; absent when none is of this platform.
-std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& config) {
-    const QString sites = Git::remoteUrl(config, QString());
-    for (const std::string& bytes : guard.remoteUrls) {
-        const QString url = QString::fromStdString(bytes);
-        if (url.startsWith(sites) && url.size() > sites.size()) {
-            return url.mid(sites.size());
-        }
-    }
-    return std::nullopt;
+QString proseList(const QStringList& names) {
+    constexpr qsizetype most = 20;
+    const QString shown = names.mid(0, most).join(QStringLiteral(", "));
+    return names.size() > most ? QStringLiteral("%1 and %2 more").arg(shown).arg(names.size() - most) : shown;
 }
 
 FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& guard, const PlatformConfig& config) {
     const QString path = QString::fromStdString(folder.string());
+    if (guard.refusal && !guard.areSettingsKnown) {
+        return FailedCommand(
+            {"notLinked",
+             QStringLiteral("It cannot be told which site %1 is linked to: right now %2").arg(path, *guard.refusal),
+             {},
+             ExitCode::Failed});
+    }
     if (guard.remoteUrls.empty()) {
         return FailedCommand({"notLinked", QStringLiteral("%1 is not linked to a site").arg(path),
                               QStringLiteral("Link it: dw link FOLDER --name SITE"), ExitCode::Failed});
@@ -39,6 +39,17 @@ FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& 
 }
 
 } // namespace
+
+std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& config) {
+    const QString sites = Git::remoteUrl(config, QString());
+    for (const std::string& bytes : guard.remoteUrls) {
+        const QString url = QString::fromStdString(bytes);
+        if (url.startsWith(sites) && url.size() > sites.size()) {
+            return url.mid(sites.size());
+        }
+    }
+    return std::nullopt;
+}
 
 void requireGit() {
     if (!Git::toolsInstalled()) {
@@ -69,27 +80,26 @@ Task<LinkedSite> requireLinkedFolder(std::shared_ptr<Context> context, std::stri
     co_return LinkedSite{folder, config, info, Git::Access::of(config, context->client->store())};
 }
 
+CommandFailure unknownAuthor(const PlatformConfig& config) {
+    return {"api", QStringLiteral("%1 does not say who you are").arg(config.host()),
+            QStringLiteral("Sign in: dw login"), ExitCode::Failed};
+}
+
 Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig config) {
     const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
     if (!identity) {
-        throw FailedCommand({"api", QStringLiteral("%1 does not say who you are").arg(config.host()),
-                             QStringLiteral("Sign in: dw login"), ExitCode::Failed});
+        throw FailedCommand(unknownAuthor(config));
     }
     co_return *identity;
 }
 
-CommandFailure conflictFailure(const QString& site, const QStringList& files) {
-    CommandFailure failure{"conflict", QStringLiteral("A merge with what others published on %1 has stopped").arg(site),
+CommandFailure conflictFailure(const QString& event, const QStringList& files) {
+    CommandFailure failure{"conflict",
+                           QStringLiteral("%1, since others have changed the same places: %2")
+                               .arg(event, files.isEmpty() ? QStringLiteral("some files") : proseList(files)),
                            QStringLiteral("Repair the files and publish them: dw deploy. Or have an agent repair them: "
                                           "dw resolve --prompt. Or take one side: dw resolve --mine, --theirs."),
                            ExitCode::Conflict};
-    if (!files.isEmpty()) {
-        failure.message += QStringLiteral(". %1 changed on both sides: %2")
-                               .arg(countText(files.size()), files.mid(0, mostNames).join(QStringLiteral(", ")));
-        if (files.size() > mostNames) {
-            failure.message += QStringLiteral(", …");
-        }
-    }
     for (const QString& file : files) {
         failure.files.push_back(file.toStdString());
     }
@@ -108,7 +118,8 @@ Task<> requireSuccess(CollabEngine::SyncOutcome outcome, LinkedSite linked, std:
     }
     if (outcome.kind == Kind::Conflict) {
         const QStringList files = co_await CollabEngine::unresolvedFiles(linked.folder, stop);
-        throw FailedCommand(conflictFailure(linked.info.name, files));
+        throw FailedCommand(
+            conflictFailure(QStringLiteral("The merge with %1 has stopped").arg(linked.info.name), files));
     }
 }
 

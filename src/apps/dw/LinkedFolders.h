@@ -1,10 +1,13 @@
 #pragma once
 
+#include "apps/dw/CommandFailure.h"
 #include "apps/dw/Context.h"
 #include "collab/CollabEngine.h"
+#include "collab/FolderGuard.h"
 #include "collab/Git.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace driftwell::dw {
@@ -29,11 +32,18 @@ void requireCollab(const SiteInfo& site);
 [[nodiscard]] Task<LinkedSite> requireLinkedFolder(std::shared_ptr<Context> context, std::string typed,
                                                    std::string command);
 
+/// The site whose repository one of the folder's remotes is; absent when none is of this platform.
+[[nodiscard]] std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& config);
+
+/// The failure of a platform that does not say who commits.
+[[nodiscard]] CommandFailure unknownAuthor(const PlatformConfig& config);
+
 /// Who commits. Throws FailedCommand when the platform does not say, and as requireIdentity().
 [[nodiscard]] Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig config);
 
-/// The failure "conflict" of a folder in which a merge has stopped at these files.
-[[nodiscard]] CommandFailure conflictFailure(const QString& site, const QStringList& files);
+/// The failure "conflict" of a folder in which a merge has stopped at these files. `event` is the beginning of its
+/// sentence: "garden was not published".
+[[nodiscard]] CommandFailure conflictFailure(const QString& event, const QStringList& files);
 
 /// The failure "git", in git's own words.
 [[nodiscard]] CommandFailure gitFailure(const QString& words);

@@ -61,6 +61,7 @@ TEST_F(DwDeploy, WithJsonThereIsNothingButTheObject) {
                             {"files", 2},
                             {"skipped", 0},
                             {"sent", 2},
+                            {"merged", false},
                             {"unreadable", {{"count", 0}, {"names", json::array()}}}}));
 }
 

@@ -1,10 +1,15 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/JsonValues.h"
+#include "apps/dw/LinkedFolders.h"
 #include "apps/dw/Texts.h"
 #include "apps/dw/TypedFolder.h"
+#include "collab/FolderGuard.h"
 #include "core/Catalog.h"
+#include "core/Collaboration.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
+#include "core/Gates.h"
+#include "core/UserDefaults.h"
 #include "deploy/Deploy.h"
 #include "deploy/DeployResult.h"
 #include "deploy/FolderScan.h"
@@ -19,14 +24,42 @@ namespace driftwell::dw {
 
 namespace {
 
+bool hasVersionControl(const std::filesystem::path& folder) {
+    std::error_code error;
+    return std::filesystem::exists(std::filesystem::symlink_status(folder / ".git", error));
+}
+
+/// The site that a folder is linked to on the platform in use. Throws WrongUsage when that cannot be told.
+Task<std::optional<QString>> linkedSite(std::filesystem::path folder, std::shared_ptr<Context> context) {
+    if (!hasVersionControl(folder)) {
+        co_return std::nullopt;
+    }
+    const FolderGuard guard = co_await FolderGuard::inspect(folder, context->stop);
+    if (!guard.areSettingsKnown) {
+        throw WrongUsage(QStringLiteral("It cannot be told which site the folder is linked to: %1")
+                             .arg(guard.refusal.value_or(QString())),
+                         QStringLiteral("Name the site: dw deploy FOLDER --name NAME"));
+    }
+    const std::optional<QString> host = context->client->store().resolveHost();
+    std::optional<QString> site = host ? siteOf(guard, PlatformConfig(*host)) : std::nullopt;
+    if (site && !SiteName::isValid(*site)) {
+        site = std::nullopt;
+    }
+    co_return site;
+}
+
 /// The name to publish under. Throws WrongUsage when it breaks a rule.
-QString chooseName(const std::optional<std::string>& typed, const std::filesystem::path& folder) {
+QString chooseName(const std::optional<std::string>& typed, const std::optional<QString>& linked,
+                   const std::filesystem::path& folder) {
     if (typed) {
         const QString name = QString::fromStdString(*typed);
         if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
             throw WrongUsage(problemText(name, problem));
         }
         return name;
+    }
+    if (linked) {
+        return *linked;
     }
     const QString folderName =
         QString::fromStdString((folder.has_filename() ? folder.filename() : folder.root_path()).string());
@@ -75,10 +108,36 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared
     co_return ExitCode::Done;
 }
 
+/// What the platform says of the site, where one of the two folders may be linked to it.
+Task<> learnSites(Catalog& catalog, PlatformConfig config, std::filesystem::path folder, QString name,
+                  std::shared_ptr<Context> context) {
+    const auto folders = context->client->store().folderMap();
+    const auto remembered = folders.find(name);
+    if (hasVersionControl(folder) || (remembered != folders.end() && hasVersionControl(remembered->second))) {
+        const KnownBytes nothing;
+        Fetched<SitesResponse> sites = co_await context->client->sites(config, nothing, context->stop);
+        // Of this one alone: nothing is to be done here with the folders of others.
+        sites.record->sites.removeIf([&name](const SiteInfo& site) { return site.name != name; });
+        catalog.store(std::move(sites));
+    }
+}
+
+/// Throws why a deployment has gone without success and without a failure of its own.
+[[noreturn]] void failClosed(const Collaboration& collaboration, const QString& site, const PlatformConfig& config) {
+    if (collaboration.conflictTarget() == site) {
+        throw FailedCommand(conflictFailure(QStringLiteral("%1 was not published").arg(site),
+                                            collaboration.collabStates().value(site).files));
+    }
+    requireGit();
+    throw FailedCommand(unknownAuthor(config));
+}
+
 /// The process ends with a deployment; nobody looks at a list afterwards.
 Task<> nothingFollows(QString, std::stop_token) {
     co_return;
 }
+
+void showNothing(const std::filesystem::path&) {}
 
 void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success) {
     const DeployResponse& response = success.response;
@@ -92,8 +151,14 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
                      {"files", response.files},
                      {"skipped", response.skipped},
                      {"sent", sent},
+                     {"merged", success.isMerged},
                      {"unreadable", jsonOf(flow.unreadable())},
                      {"seconds", static_cast<double>(duration.count()) / 1000.0}});
+    if (success.isMerged) {
+        reporter.success(QStringLiteral("%1 is live: merged with what the platform has, in %2")
+                             .arg(response.site, durationText(duration)));
+        return;
+    }
     reporter.success(
         QStringLiteral("%1 is live: %2, %3 in %4")
             .arg(response.site, countText(response.files), sizeText(response.bytes), durationText(duration)));
@@ -110,14 +175,22 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
 Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
     // Before packing, which can take a while: is there a platform, and does it know us?
     const PlatformConfig config = requireConfig(*context->client);
-    co_await requireIdentity(*context->client, config, context->stop);
+    const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
 
     Catalog catalog;
+    Task<> learning = learnSites(catalog, config, folder, name, context);
+    co_await learning;
     Connection connection(*context->client, catalog);
     // The platform that was asked gets the site, whatever is configured meanwhile.
     connection.use(config);
+    if (identity) {
+        connection.enter(config, *identity);
+    }
+    Gates gates(openUserDefaults(context->client->store().file()));
+    Collaboration collaboration(*context->client, connection, catalog, gates, showNothing);
     Deployments::Surroundings surroundings;
     surroundings.followUp = nothingFollows;
+    surroundings.linkedRoad = collaboration.linkedRoad();
     Deployments deployments(*context->client, connection, std::move(surroundings));
     deployments.beginDeploy(folder);
     const std::shared_ptr<DeployFlow> flow = deployments.deployFlow();
@@ -144,7 +217,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     }
     const auto* const success = std::get_if<DeployFlow::Success>(&phase);
     if (success == nullptr) {
-        throw std::runtime_error("The deployment was not started");
+        failClosed(collaboration, name, config);
     }
     reportSuccess(reporter, *flow, *success);
     co_return ExitCode::Done;
@@ -160,15 +233,20 @@ public:
                       m_folder)
             .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
-            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `unreadable`: `count`, `names`, and `seconds`; "
+            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `merged`, `unreadable`: `count`, `names`, and "
+                  "`seconds`; "
                   "with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `entries`: each `path`, `size`")
-            .example("dw deploy", "Publish the present folder under its own name")
+            .example("dw deploy", "Publish the present folder under its own name, or as the site it is linked to")
             .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
         const std::filesystem::path folder = existingFolder(m_folder, "deploy");
-        const QString name = chooseName(m_name, folder);
+        std::optional<QString> linked;
+        if (!m_name) {
+            linked = co_await linkedSite(folder, context);
+        }
+        const QString name = chooseName(m_name, linked, folder);
         if (m_dryRun) {
             co_return co_await showFiles(folder, name, context);
         }
