@@ -219,14 +219,7 @@ TEST_F(CollabSheetsTest, AConflictOfFiveHundredFilesKeepsItsPlaceWhileFilesAreRe
         press(Qt::Key_Down);
     }
     ASSERT_EQ(focus(), "ListItem pages/section/page-1040.html");
-    // The list follows the keyboard at a pace that can be seen.
-    const QRectF window(0, 0, 780, 520);
-    double last = -1;
-    waitUntil([&] {
-        settleView();
-        const QRectF now = place(view().activeFocusItem());
-        return std::exchange(last, now.y()) == now.y() && window.contains(now);
-    });
+    EXPECT_TRUE(QRectF(0, 0, 780, 520).contains(place(view().activeFocusItem())));
     const double before = place(view().activeFocusItem()).y();
     CollabFolders::repair(work, names[3]);
     CollabFolders::repair(work, names[300]);
