@@ -6,18 +6,8 @@ namespace driftwell {
 
 namespace {
 
-/// The home folder at the beginning of the path as a tilde.
 QString abbreviated(const std::filesystem::path& folder) {
-    std::string path = folder;
-    std::string home = homeFolder();
-    while (home.size() > 1 && home.ends_with('/')) {
-        home.pop_back();
-    }
-    const bool isWithin = path == home || path.starts_with(home + "/");
-    if (isWithin && home != "/") {
-        path.replace(0, home.size(), "~");
-    }
-    return QString::fromUtf8(path.data(), static_cast<qsizetype>(path.size()));
+    return QString::fromStdString(abbreviateHome(folder));
 }
 
 QString inProse(const QStringList& items) {

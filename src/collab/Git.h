@@ -88,7 +88,8 @@ struct Surroundings {
 /// - the token goes by http.<origin>.extraHeader in the environment (git-config(1)), so that git sends it to this
 /// origin
 ///   alone, no list of processes shows it, and no file has it;
-/// - no redirect is followed, and nothing but http and https is spoken;
+/// - no redirect is followed, nothing but http and https is spoken, and certificates are looked at;
+/// - a platform that speaks plain http is reached without a proxy, which would read the token;
 /// - hooks and file system monitors are off, and repositories within the folder count as unchanged, except to "add";
 /// - a repository is looked for in the folder itself, not above it.
 ///

@@ -36,6 +36,11 @@ Settings settings(const Git::Surroundings& surroundings) {
         // A setting for an address stands above the same one without, which a person may have for other hosts.
         const std::string origin = "http." + surroundings.access->config.origin().toStdString();
         settings.emplace_back(origin + ".followRedirects", "false");
+        settings.emplace_back(origin + ".sslVerify", "true");
+        // To a platform that speaks HTTPS a proxy is only asked for a tunnel; of plain HTTP it would read all.
+        if (origin.starts_with("http.http://")) {
+            settings.emplace_back(origin + ".proxy", "");
+        }
         if (surroundings.access->token) {
             settings.emplace_back(origin + ".extraHeader",
                                   "Authorization: Bearer " + surroundings.access->token->toStdString());

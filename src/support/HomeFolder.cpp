@@ -65,4 +65,12 @@ std::filesystem::path expandTilde(std::string_view path) {
     return rest.empty() ? *home : *home / rest;
 }
 
+std::string abbreviateHome(std::string path, std::string home) {
+    while (home.size() > 1 && home.ends_with('/')) {
+        home.pop_back();
+    }
+    const bool isWithin = !home.empty() && home != "/" && (path == home || path.starts_with(home + "/"));
+    return isWithin ? path.replace(0, home.size(), "~") : path;
+}
+
 } // namespace driftwell

@@ -16,6 +16,10 @@ constexpr std::array entries{
     Wording::Entry{u"Editing projects together syncs folders with git, which ships in Apple’s free Command Line Tools.",
                    u"Editing projects together syncs folders with git, a small free package."},
     Wording::Entry{u"Waiting for Apple’s installer…", u"Waiting for the installer…"},
+    Wording::Entry{u"Working on shared projects needs Apple’s Command Line Tools (a small free download). Apple’s "
+                   u"installer takes over from here; come back and press “Check again” when it finishes.",
+                   u"Working on shared projects needs git (a small free package). The system’s installer takes over "
+                   u"from here; come back and press “Check again” when it finishes."},
 };
 
 } // namespace

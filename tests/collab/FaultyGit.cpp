@@ -2,8 +2,7 @@
 // test wants it. It does nothing in a program whose name does not begin with "git". What it does is in the environment:
 //
 // FAULTY_GIT_REFUSES  the git whose arguments, its own options apart, begin with these ends with status 128
-// FAULTY_GIT_COUNTER  a file that grows by one byte with each step of any git
-// FAULTY_GIT_STEPS    "starts": a step is the start of a git; otherwise also each change that it makes to a file
+// FAULTY_GIT_COUNTER  a file that grows by one byte with each step of any git: its start, or a change to a file
 // FAULTY_GIT_AT       the number of the step at which somebody is killed; a git's own last write is cut in half
 // FAULTY_GIT_KILLS    who is killed: "git", or the number of a process
 
@@ -61,7 +60,7 @@ void killSomebody() {
 
 /// Before a change to a file.
 void step() {
-    if (std::strcmp(variable("FAULTY_GIT_STEPS"), "starts") != 0 && isTheStep()) {
+    if (isTheStep()) {
         killSomebody();
     }
 }
@@ -126,7 +125,7 @@ FILE* fopen64(const char* path, const char* mode) {
 
 ssize_t write(int file, const void* bytes, size_t count) {
     const auto write = original<ssize_t(int, const void*, size_t)>("write");
-    if (isGit() && isRegular(file) && std::strcmp(variable("FAULTY_GIT_STEPS"), "starts") != 0 && isTheStep()) {
+    if (isGit() && isRegular(file) && isTheStep()) {
         const bool isOwn = std::strcmp(variable("FAULTY_GIT_KILLS"), "git") == 0;
         const ssize_t written = write(file, bytes, isOwn ? count / 2 : count);
         killSomebody();

@@ -1,6 +1,7 @@
 #include "collab/LeftLocks.h"
 #include "support/ChildProcess.h"
 #include "tests/collab/CollabFixture.h"
+#include "tests/support/TestSize.h"
 
 #include <QCryptographicHash>
 
@@ -408,9 +409,10 @@ protected:
 TEST_F(Histories, LoseNothingAndEndInAgreement) {
     constexpr std::uint32_t steps = 10;
     const std::uint32_t first = numberFrom("DRIFTWELL_TEST_SEED", 1);
-    const std::uint32_t count = numberFrom("DRIFTWELL_TEST_HISTORIES", 6);
+    const std::uint32_t count = numberFrom("DRIFTWELL_TEST_HISTORIES", static_cast<std::uint32_t>(rounds(6, 60)));
     std::cout << "DRIFTWELL_TEST_SEED=" << first << " DRIFTWELL_TEST_HISTORIES=" << count << "\n";
     for (std::uint32_t seed = first; seed < first + count && !HasFailure(); ++seed) {
+        RecordProperty("seed", static_cast<int>(seed));
         begin(seed);
         try {
             for (std::uint32_t i = 0; i < steps && !HasFailure(); ++i) {

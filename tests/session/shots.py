@@ -1,8 +1,10 @@
 """Pictures of every screen and state, from the real application on sample data. Usage: shots.py PROGRAMS FOLDER"""
 
+import json
 import os
 import re
 import sqlite3
+import subprocess
 import sys
 import time
 import urllib.parse
@@ -368,6 +370,169 @@ def take_site_sheets(shots, sandbox):
     sandbox.restart()
 
 
+def git(desktop, folder, *arguments):
+    """As a teammate at another machine runs it."""
+    environment = {"HOME": str(desktop.folder), "PATH": "/usr/bin:/bin", "no_proxy": "*"}
+    for role in ("AUTHOR", "COMMITTER"):
+        environment[f"GIT_{role}_NAME"] = "Ines Okafor"
+        environment[f"GIT_{role}_EMAIL"] = "ines.okafor@driftwell.example"
+    subprocess.run(["/usr/bin/git", *map(str, arguments)], cwd=folder, env=environment, check=True, capture_output=True)
+
+
+def allow_collaboration(sandbox, *sites):
+    browser = urllib.request.build_opener(urllib.request.ProxyHandler({}))
+    for site in sites:
+        request = urllib.request.Request(f"http://127.0.0.1:{sandbox.port}/api/collab/{site}/enable", b"{}",
+                                         {"Content-Type": "application/json",
+                                          "Host": urllib.parse.urlsplit(sandbox.address).netloc})
+        browser.open(request).read()
+
+
+def linked_folder(desktop, name, site, sandbox, files):
+    """A folder of this person's that is tied to a site; it has one commit."""
+    folder = desktop.folder / "linked" / name
+    for file in files:
+        (folder / file).parent.mkdir(parents=True, exist_ok=True)
+        (folder / file).write_text("first\n")
+    git(desktop, folder, "init", "--quiet", "--initial-branch", "main")
+    git(desktop, folder, "remote", "add", "driftwell", f"{sandbox.address}/git/{site}")
+    git(desktop, folder, "add", "--all")
+    git(desktop, folder, "commit", "--quiet", "--message", "first")
+    return folder
+
+
+def conflicted_folder(desktop, name, site, sandbox, files):
+    folder = linked_folder(desktop, name, site, sandbox, files)
+
+    def commit(text):
+        for file in files:
+            (folder / file).write_text(text)
+        git(desktop, folder, "commit", "--quiet", "--all", "--message", text)
+    git(desktop, folder, "checkout", "--quiet", "--detach")
+    commit("theirs\n")
+    git(desktop, folder, "branch", "theirs")
+    git(desktop, folder, "checkout", "--quiet", "main")
+    commit("mine\n")
+    try:
+        git(desktop, folder, "merge", "--quiet", "theirs")
+    except subprocess.CalledProcessError:
+        pass
+    git(desktop, folder, "branch", "--quiet", "-D", "theirs")
+    return folder
+
+
+def remember_folders(home, folders):
+    file = Path(home) / ".config" / "dw" / "config.json"
+    file.parent.mkdir(parents=True, exist_ok=True)
+    file.write_text(json.dumps({"folders": {site: str(folder) for site, folder in folders.items()}}))
+
+
+def take_sharing(shots, sandbox):
+    desktop = shots.desktop
+    work = sample_folder(desktop, f"{shots.theme}/handbook")
+    allow_collaboration(sandbox, "handbook")
+    shots.open(sandbox, prepare=lambda home: remember_folders(home, {"handbook": work}))
+
+    def open_share(site):
+        desktop.move(*desktop.place(desktop.find("list item", site)))
+        desktop.press("push button", f"Share {site}")
+        desktop.find("dialog", f"Share “{site}”")
+
+    def close():
+        desktop.key("Escape")
+        desktop.gone("dialog")
+
+    desktop.find("list item", "handbook")
+    open_share("investor-update")
+    shots.take("share")
+    desktop.type("kim@studio.example")
+    desktop.find("push button", "Add kim@studio.example")
+    shots.take("share-inviting")
+    desktop.key("ctrl+a", "BackSpace")
+    desktop.press("push button", "General access, Invited people only")
+    desktop.find("menu item", "Team")
+    shots.take("share-modes", at=("menu item", "Team"))
+    desktop.key("Escape")
+    close()
+    open_share("handbook")
+    desktop.find("push button", re.compile("^Link "))
+    shots.take("share-link-folder")
+    close()
+    open_share(LONG_NAME)
+    shots.take("share-nobody")
+    shots.close()
+
+    sandbox.restart("--fail", "507", "--fail-path", "/api/sites/design-system/access")
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+    open_share("design-system")
+    desktop.press("check box", "Client comments")
+    desktop.find("alert")
+    shots.take("share-failed")
+    shots.close()
+    sandbox.restart()
+
+    people = [f"person-{number}@a-rather-long-domain-of-a-company.example" for number in range(100, 160)]
+    sandbox.stop()
+    database = sqlite3.connect(next(sandbox.data.glob("*.sqlite3")))
+    database.execute("UPDATE sites SET access_emails=? WHERE name=?", (json.dumps(people), "investor-update"))
+    database.commit()
+    database.close()
+    sandbox.start()
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+    open_share("investor-update")
+    shots.take("share-many")
+    shots.close()
+
+
+def take_collaboration(shots, sandbox):
+    desktop = shots.desktop
+    few = ["index.html", "pages/about.html", "assets/styles/" + "very-" * 12 + "long-name.css"]
+    many = [f"pages/section-{number // 50}/page-{number}.html" for number in range(1000, 1500)]
+    sites = ("summer-campaign", "annual-report", "design-system", LONG_NAME)
+    allow_collaboration(sandbox, *sites)
+    at = shots.theme + "-" + str(shots.scale) + "-"
+    folders = {"summer-campaign": conflicted_folder(desktop, at + "few", "summer-campaign", sandbox, few),
+               "annual-report": linked_folder(desktop, at + "behind", "annual-report", sandbox, ["index.html"]),
+               "design-system": linked_folder(desktop, at + "branch", "design-system", sandbox, ["index.html"]),
+               LONG_NAME: conflicted_folder(desktop, at + "many", LONG_NAME, sandbox, many)}
+    git(desktop, folders["design-system"], "checkout", "--quiet", "-b", "drafts/" + "of-the-new-" * 8 + "palette")
+    shots.open(sandbox, prepare=lambda home: remember_folders(home, folders))
+    wait_for("the chips", lambda: [desktop.find("list item", site).description for site in sites] ==
+             ["Conflict", "Updates available", "Needs attention", "Conflict"])
+    shots.take("folders")
+    shots.take("folders-hover-conflict", at=("list item", LONG_NAME))
+    shots.take("folders-hover-behind", at=("list item", "annual-report"))
+    shots.take("folders-hover-attention", at=("list item", "design-system"))
+
+    def take_sheet(name, site, button, ready):
+        desktop.move(*desktop.place(desktop.find("list item", site)))
+        desktop.press("push button", f"{button} {site}")
+        desktop.find(*ready)
+        shots.take(name)
+
+    def close():
+        desktop.key("Escape")
+        desktop.gone("dialog")
+
+    take_sheet("attention", "design-system", "Details…", ("dialog", "This folder needs attention"))
+    close()
+    take_sheet("conflict-many", LONG_NAME, "Resolve…", ("list item", many[0]))
+    close()
+    take_sheet("conflict", "summer-campaign", "Resolve…", ("list item", "index.html"))
+    desktop.press("push button", "Copy prompt for your agent")
+    desktop.find("push button", "Copied — paste it into your agent")
+    shots.settle()
+    shots.keep("conflict-copied", SMALL if shots.scale == 1 else LARGE)
+    close()
+    desktop.move(*desktop.place(desktop.find("list item", "annual-report")))
+    desktop.press("push button", "Update folder annual-report")
+    desktop.find("alert", "Collaboration hiccup")
+    shots.take("collaboration-hiccup")
+    shots.close()
+
+
 def take_deploy(shots, sandbox):
     desktop = shots.desktop
     shots.open(sandbox, sample_folder(desktop, "Spring Lookbook"))
@@ -456,6 +621,8 @@ def main():
             take_local_platform(shots)
             take_relink(shots, sandbox)
             take_site_sheets(shots, sandbox)
+            take_sharing(shots, sandbox)
+            take_collaboration(shots, sandbox)
             take_deploy(shots, sandbox)
             take_settings(shots, sandbox)
             take_tray(shots, sandbox)

@@ -42,5 +42,21 @@ TEST(HomeFolderTest, OfAnAccountTakesThePlaceOfItsName) {
     EXPECT_EQ(expandTilde("~no-such-account/a"), "~no-such-account/a");
 }
 
+TEST(HomeFolderTest, IsATildeForWhoReadsAPath) {
+    EXPECT_EQ(abbreviateHome("/home/ada/Sites/garden", "/home/ada"), "~/Sites/garden");
+    EXPECT_EQ(abbreviateHome("/home/ada", "/home/ada"), "~");
+    EXPECT_EQ(abbreviateHome("/home/ada/garden", "/home/ada/"), "~/garden");
+}
+
+TEST(HomeFolderTest, OfAnotherNameThatOnlyBeginsLikeItIsLeftAlone) {
+    EXPECT_EQ(abbreviateHome("/home/adam/garden", "/home/ada"), "/home/adam/garden");
+}
+
+TEST(HomeFolderTest, LeavesAnyOtherPathAlone) {
+    EXPECT_EQ(abbreviateHome("/srv/garden", "/home/ada"), "/srv/garden");
+    EXPECT_EQ(abbreviateHome("/srv/garden", "/"), "/srv/garden");
+    EXPECT_EQ(abbreviateHome("/srv/garden", ""), "/srv/garden");
+}
+
 } // namespace
 } // namespace driftwell

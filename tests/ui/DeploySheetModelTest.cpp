@@ -197,25 +197,6 @@ TEST(DeploySummaryTest, NothingLeftOutAddsNothing) {
     EXPECT_EQ(summaryAfter(2s, response(2, 5, 0)), "deployed in 2s · 2 files · 5 bytes");
 }
 
-std::string abbreviated(const char* path, const char* home) {
-    return DeploySheetModel::abbreviatedPath(path, QString::fromLatin1(home)).toStdString();
-}
-
-TEST(AbbreviatedPathTest, ThePersonsOwnFolderIsATilde) {
-    EXPECT_EQ(abbreviated("/home/ada/Sites/garden", "/home/ada"), "~/Sites/garden");
-    EXPECT_EQ(abbreviated("/home/ada", "/home/ada"), "~");
-}
-
-TEST(AbbreviatedPathTest, AFolderWhoseNameOnlyBeginsLikeItIsLeftAlone) {
-    EXPECT_EQ(abbreviated("/home/adam/garden", "/home/ada"), "/home/adam/garden");
-}
-
-TEST(AbbreviatedPathTest, AnyOtherFolderIsLeftAlone) {
-    EXPECT_EQ(abbreviated("/srv/garden", "/home/ada"), "/srv/garden");
-    EXPECT_EQ(abbreviated("/srv/garden", "/"), "/srv/garden");
-    EXPECT_EQ(abbreviated("/srv/garden", ""), "/srv/garden");
-}
-
 // The sheet of a deployment
 
 class DeploySheetModelTest : public UiFixture {

@@ -1,4 +1,4 @@
-#include "ui/sites/ListChange.h"
+#include "ui/controls/ListChange.h"
 
 #include "tests/deploy/Seed.h"
 

@@ -1,11 +1,19 @@
+#include "core/Collaboration.h"
 #include "core/SiteLists.h"
 #include "core/SiteOperations.h"
+#include "tests/collab/GitPlatform.h"
+#include "tests/ui/CollabFolders.h"
 #include "tests/ui/ViewFixture.h"
 #include "tests/ui/ViewModels.h"
 #include "ui/sites/SiteListModel.h"
 #include "ui/style/DW.h"
 
+#include <QSignalSpy>
+
 #include <gmock/gmock.h>
+
+#include <utility>
+#include <vector>
 
 namespace driftwell::tests {
 namespace {
@@ -49,6 +57,35 @@ protected:
             entries.push_back(each.name.toStdString());
         }
         return entries;
+    }
+
+    [[nodiscard]] SiteListModel& list() { return *m_list; }
+
+    /// Connected to a platform with a site for each way in which a linked folder can stand: "conflicted", "detached",
+    /// "behind" and "current".
+    void connectedWithFolders() {
+        const CollabFolders folders(folder(), localHost());
+        std::vector<Json> records;
+        for (const char* name : {"conflicted", "detached", "behind", "current"}) {
+            Json record = siteRecord(name);
+            record["collab"] = {{"enabled", true}};
+            if (name == std::string("behind")) {
+                record["collab"]["head"] = std::string(40, 'a');
+            }
+            records.push_back(record);
+        }
+        rememberFolder("conflicted", folders.conflicted("conflicted"));
+        rememberFolder("behind", folders.linked("behind"));
+        rememberFolder("current", folders.linked("current"));
+        const std::filesystem::path detached = folders.linked("detached");
+        asTeammate(detached, "git checkout -q --detach");
+        rememberFolder("detached", detached);
+        connectedWithRecords(records);
+        waitUntil([this] { return model().collaboration().collabStates().size() == 4; });
+    }
+
+    [[nodiscard]] QRectF placeOf(QQuickItem* item) {
+        return item->mapRectToScene({0, 0, item->width(), item->height()});
     }
 
     [[nodiscard]] double topOf(QQuickItem* item) { return item->mapToScene({}).y(); }
@@ -328,6 +365,167 @@ TEST_F(SiteListViewTest, NothingCoversTheSharingColumnInTheSmallestWindow) {
     }
 }
 
+// How the folder stands
+
+TEST_F(SiteListViewTest, AChipTellsHowTheFolderStandsInThePlaceOfTheTime) {
+    connectedWithFolders();
+    showList();
+    moveAway();
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Conflict, conflicted")));
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Needs attention, detached")));
+    EXPECT_TRUE(isSeen(Role::StaticText, QStringLiteral("Updates available")));
+    EXPECT_EQ(the(Role::ListItem, QStringLiteral("conflicted")).description, QStringLiteral("Conflict"));
+    EXPECT_EQ(the(Role::ListItem, QStringLiteral("current")).description, QStringLiteral("No deploys yet"));
+    const std::vector<std::string> shown = texts();
+    EXPECT_EQ(std::count(shown.begin(), shown.end(), "No deploys yet"), 1) << "of the folder that is up to date";
+    EXPECT_EQ(textItem(QStringLiteral("Conflict"))->property("color").value<QColor>(),
+              DW::color(DW::Token::Warning, ColorScheme::Light));
+    EXPECT_EQ(textItem(QStringLiteral("Updates available"))->property("color").value<QColor>(),
+              DW::color(DW::Token::AccentDark, ColorScheme::Light));
+    EXPECT_DOUBLE_EQ(textItem(QStringLiteral("Conflict"))->property("font").value<QFont>().pointSizeF(), 10.5 * 0.75);
+}
+
+TEST_F(SiteListViewTest, AChipShowsWhatIsWrongWithTheFolder) {
+    connectedWithFolders();
+    showList({780, 520});
+    moveAway();
+    QQuickItem* const conflict = the(Role::Button, QStringLiteral("Conflict, conflicted")).item;
+    QQuickItem* const attention = the(Role::Button, QStringLiteral("Needs attention, detached")).item;
+    QMetaObject::invokeMethod(conflict, "clicked");
+    EXPECT_EQ(model().collaboration().conflictTarget(), QStringLiteral("conflicted"));
+    EXPECT_EQ(model().collaboration().attentionTarget(), std::nullopt);
+    QMetaObject::invokeMethod(attention, "clicked");
+    EXPECT_EQ(model().collaboration().attentionTarget(), QStringLiteral("detached"));
+}
+
+TEST_F(SiteListViewTest, AChipOfUpdatesDoesNotRespond) {
+    connectedWithFolders();
+    showList();
+    click(the(Role::StaticText, QStringLiteral("Updates available")).item);
+    EXPECT_EQ(model().collaboration().conflictTarget(), std::nullopt);
+    EXPECT_EQ(model().collaboration().attentionTarget(), std::nullopt);
+    EXPECT_TRUE(model().collaboration().collabBusy().isEmpty());
+}
+
+TEST_F(SiteListViewTest, InAWideWindowTheButtonOfTheFoldersStateStandsBeforeTheOthers) {
+    connectedWithFolders();
+    showList({1000, 600});
+    const std::vector<std::pair<const char*, const char*>> buttons{
+        {"conflicted", "Resolve…"}, {"detached", "Details…"}, {"behind", "Update folder"}};
+    for (const auto& [site, button] : buttons) {
+        SCOPED_TRACE(site);
+        const QString name = QString::fromLatin1(site);
+        hover(row(name));
+        const QRectF settle = placeOf(the(Role::Button, QString::fromUtf8(button) + u' ' + name).item);
+        const QRectF open = placeOf(the(Role::Button, QStringLiteral("Open ") + name).item);
+        const QRectF share = placeOf(the(Role::Button, QStringLiteral("Share ") + name).item);
+        const QRectF more = placeOf(the(Role::Button, QStringLiteral("More for ") + name).item);
+        EXPECT_LT(settle.right(), open.left());
+        EXPECT_LT(open.right(), share.left());
+        EXPECT_LT(share.right(), more.left());
+        EXPECT_GE(settle.left(), textItem(QStringLiteral("Sharing"))->mapToScene({}).x() + 140);
+        EXPECT_LE(more.right(), 980 - 14);
+    }
+    hover(row(QStringLiteral("current")));
+    EXPECT_EQ(all(Role::Button, QStringLiteral("Open current")).size(), 1U);
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Update folder current")));
+}
+
+TEST_F(SiteListViewTest, InTheSmallestWindowThatButtonTakesThePlaceOfItsChip) {
+    connectedWithFolders();
+    showList({780, 520});
+    const double column = textItem(QStringLiteral("Last updated"))->mapToScene({}).x();
+    const std::vector<std::pair<const char*, const char*>> buttons{
+        {"conflicted", "Resolve…"}, {"detached", "Details…"}, {"behind", "Update folder"}};
+    for (const auto& [site, button] : buttons) {
+        SCOPED_TRACE(site);
+        const QString name = QString::fromLatin1(site);
+        hover(row(name));
+        const QRectF settle = placeOf(the(Role::Button, QString::fromUtf8(button) + u' ' + name).item);
+        EXPECT_GE(settle.left(), column - 4);
+        EXPECT_LE(settle.right(), column + 160);
+        EXPECT_GE(placeOf(the(Role::Button, QStringLiteral("Open ") + name).item).left(),
+                  textItem(QStringLiteral("Sharing"))->mapToScene({}).x() + 140);
+        EXPECT_LE(placeOf(the(Role::Button, QStringLiteral("More for ") + name).item).right(), 760 - 14);
+    }
+    EXPECT_FALSE(isSeen(Role::StaticText, QStringLiteral("Updates available"))) << "the button says it";
+    moveAway();
+    EXPECT_TRUE(isSeen(Role::StaticText, QStringLiteral("Updates available")));
+}
+
+TEST_F(SiteListViewTest, TheButtonsOfAConflictAndOfAFolderThatIsLeftAloneShowTheirSheets) {
+    connectedWithFolders();
+    showList();
+    hover(row(QStringLiteral("conflicted")));
+    click(QStringLiteral("Resolve… conflicted"));
+    EXPECT_EQ(model().collaboration().conflictTarget(), QStringLiteral("conflicted"));
+    hover(row(QStringLiteral("detached")));
+    click(QStringLiteral("Details… detached"));
+    EXPECT_EQ(model().collaboration().attentionTarget(), QStringLiteral("detached"));
+}
+
+TEST_F(SiteListViewTest, WhileTheFolderIsUpdatedTheRowSaysSoAndItsButtonWaits) {
+    connectedWithFolders();
+    showList({1000, 600});
+    PlatformServer::Hold hold = server.holdAnswer("/git/behind/info/refs?service=git-upload-pack");
+    hover(row(QStringLiteral("behind")));
+    click(QStringLiteral("Update folder behind"));
+    EXPECT_TRUE(model().collaboration().collabBusy().contains(QStringLiteral("behind")));
+    EXPECT_THAT(texts(), Contains("Syncing…"));
+    EXPECT_FALSE(isSeen(Role::StaticText, QStringLiteral("Updates available")));
+    hover(row(QStringLiteral("behind")));
+    EXPECT_FALSE(the(Role::Button, QStringLiteral("Update folder behind")).isEnabled());
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open behind")));
+    hold.release();
+    waitUntil([this] { return model().collaboration().collabBusy().isEmpty(); });
+    EXPECT_TRUE(model().collaboration().collabError().has_value()) << "this platform has no git";
+    EXPECT_TRUE(isSeen(Role::StaticText, QStringLiteral("Updates available")));
+}
+
+TEST_F(SiteListViewTest, TheMenuUpdatesAFolderThatIsBehind) {
+    connectedWithFolders();
+    showList();
+    click(row(QStringLiteral("behind")), Qt::RightButton);
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files", "Update Folder",
+                                    "Version History", "Logs", "Roll Back…", "Delete Project…"));
+    EXPECT_EQ(all(Role::Separator).size(), 3U);
+    click(Role::MenuItem, QStringLiteral("Update Folder"));
+    EXPECT_TRUE(model().collaboration().collabBusy().contains(QStringLiteral("behind")));
+    waitUntil([this] { return model().collaboration().collabBusy().isEmpty(); });
+    click(row(QStringLiteral("conflicted")), Qt::RightButton);
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files", "Version History", "Logs",
+                                    "Roll Back…", "Delete Project…"));
+}
+
+TEST_F(SiteListViewTest, ShareAsksForTheSheetOfTheSite) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    const QSignalSpy requests(&list(), &SiteListModel::shareRequested);
+    hover(row(QStringLiteral("garden")));
+    QQuickItem* const share = the(Role::Button, QStringLiteral("Share garden")).item;
+    EXPECT_EQ(colorAt(share, {share->width() / 2, 3}), DW::color(DW::Token::Accent, ColorScheme::Light));
+    EXPECT_TRUE(isDrawn(QString(QChar(0xE7FE))));
+    click(share);
+    ASSERT_EQ(requests.count(), 1);
+    EXPECT_EQ(requests.at(0).at(0).value<SiteInfo>().name, QStringLiteral("garden"));
+}
+
+TEST_F(SiteListViewTest, ByKeyboardTheButtonOfTheFoldersStateComesFirst) {
+    connectedWithFolders();
+    showList({780, 520});
+    tabs(4);
+    ASSERT_EQ(focus(), "ListItem behind");
+    EXPECT_THAT(tabs(5), ElementsAre("Button Update folder behind", "Button Open behind", "Button Share behind",
+                                     "Button More for behind", "Button Drag a folder here to publish a new project"));
+}
+
+TEST_F(SiteListViewTest, TheChipsFollowTheColorScheme) {
+    connectedWithFolders();
+    showList();
+    hover(row(QStringLiteral("behind")));
+    expectPaletteIsFollowed();
+}
+
 TEST_F(SiteListViewTest, OpenOpensTheSite) {
     connectedWith({"garden", "bakery"});
     showList();
@@ -502,9 +700,9 @@ TEST_F(SiteListViewTest, AMenuIsAboutTheSiteItWasOpenedForAlsoWhenTheRowsMoveMea
 TEST_F(SiteListViewTest, TabGoesFromTheHeaderThroughTheListToTheHint) {
     connectedWith({"garden", "bakery"});
     showList();
-    EXPECT_THAT(tabs(7), ElementsAre("Button New project", "Button Sort by Name", "Button Sort by Last updated",
-                                     "ListItem bakery", "Button Open bakery", "Button More for bakery",
-                                     "Button Drag a folder here to publish a new project"));
+    EXPECT_THAT(tabs(8), ElementsAre("Button New project", "Button Sort by Name", "Button Sort by Last updated",
+                                     "ListItem bakery", "Button Open bakery", "Button Share bakery",
+                                     "Button More for bakery", "Button Drag a folder here to publish a new project"));
 }
 
 TEST_F(SiteListViewTest, WithTheKeyboardTheCurrentRowShowsItsButtons) {

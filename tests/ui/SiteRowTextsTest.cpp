@@ -44,6 +44,19 @@ TEST(SiteActivityTest, ASiteIsBusyWhileItIsDeleted) {
     EXPECT_EQ(busyText(garden, activity), QStringLiteral("Deleting…"));
 }
 
+TEST(SiteActivityTest, ASiteIsBusyWhileItsFolderAndThePlatformExchangeTheirWork) {
+    const SiteActivity activity{.deploying = {}, .rollingBack = {}, .deleting = {}, .syncing = {garden}};
+    EXPECT_TRUE(isBusy(garden, activity));
+    EXPECT_EQ(busyText(garden, activity), QStringLiteral("Syncing…"));
+}
+
+TEST(SiteActivityTest, TheRollbackWinsOverTheExchangeAndThatOverTheDeployment) {
+    const SiteActivity all{.deploying = garden, .rollingBack = {garden}, .deleting = {}, .syncing = {garden}};
+    EXPECT_EQ(busyText(garden, all), QStringLiteral("Rolling back…"));
+    const SiteActivity some{.deploying = garden, .rollingBack = {}, .deleting = {}, .syncing = {garden}};
+    EXPECT_EQ(busyText(garden, some), QStringLiteral("Syncing…"));
+}
+
 TEST(SiteActivityTest, TheDeleteWinsOverTheRollback) {
     const SiteActivity activity{.deploying = garden, .rollingBack = {garden}, .deleting = {garden}};
     EXPECT_EQ(busyText(garden, activity), QStringLiteral("Deleting…"));
@@ -56,7 +69,7 @@ TEST(SiteActivityTest, TheRollbackWinsOverTheDeployment) {
 
 TEST(SiteActivityTest, WhatIsDoneToOtherSitesDoesNotMatter) {
     const QString other = QStringLiteral("bakery");
-    EXPECT_FALSE(isBusy(garden, {.deploying = other, .rollingBack = {other}, .deleting = {other}}));
+    EXPECT_FALSE(isBusy(garden, {.deploying = other, .rollingBack = {other}, .deleting = {other}, .syncing = {other}}));
     EXPECT_FALSE(isBusy(garden, {}));
 }
 
@@ -159,6 +172,45 @@ TEST(SharingSummaryTest, OfFivePeopleThreeAreShownAndTwoCounted) {
         sharingSummary(sharedWith(SiteAccessMode::Restricted, {"a@x", "b@x", "c@x", "d@x", "e@x"}));
     EXPECT_EQ(summary.shownEmails, (QStringList{"a@x", "b@x", "c@x"}));
     EXPECT_EQ(summary.moreEmails, 2);
+}
+
+// How the folder stands
+
+TEST(CollabSummaryTest, AConflictIsToBeResolved) {
+    const CollabSummary summary = collabSummary(CollabState::conflict({"a.html"}));
+    EXPECT_EQ(summary.label, QStringLiteral("Conflict"));
+    EXPECT_EQ(summary.action, QStringLiteral("Resolve…"));
+    EXPECT_TRUE(summary.warns);
+}
+
+TEST(CollabSummaryTest, AFolderThatIsLeftAloneHasDetails) {
+    const CollabSummary summary = collabSummary(CollabState::needsAttention(QStringLiteral("it is upside down")));
+    EXPECT_EQ(summary.label, QStringLiteral("Needs attention"));
+    EXPECT_EQ(summary.action, QStringLiteral("Details…"));
+    EXPECT_TRUE(summary.warns);
+}
+
+TEST(CollabSummaryTest, AFolderThatIsBehindIsBroughtUpToDate) {
+    const CollabSummary summary = collabSummary(CollabState::updatesAvailable());
+    EXPECT_EQ(summary.label, QStringLiteral("Updates available"));
+    EXPECT_EQ(summary.action, QStringLiteral("Update folder"));
+    EXPECT_FALSE(summary.warns);
+}
+
+TEST(CollabSummaryTest, ARepairedConflictIsPublishedByItself) {
+    const CollabSummary summary = collabSummary(CollabState::resolved());
+    EXPECT_EQ(summary.label, QStringLiteral("Publishing…"));
+    EXPECT_EQ(summary.action, QString());
+    EXPECT_FALSE(summary.warns);
+}
+
+TEST(CollabSummaryTest, OfAFolderThatIsUpToDateAndOfNoneNothingIsSaid) {
+    for (const std::optional<CollabState>& state :
+         {std::optional(CollabState::upToDate()), std::optional<CollabState>()}) {
+        const CollabSummary summary = collabSummary(state);
+        EXPECT_EQ(summary.label, QString());
+        EXPECT_EQ(summary.action, QString());
+    }
 }
 
 } // namespace

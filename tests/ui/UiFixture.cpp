@@ -44,8 +44,20 @@ AppState& UiFixture::settleAs(Kind kind) {
     return model();
 }
 
+void UiFixture::rememberFolder(const char* site, const std::filesystem::path& folder) {
+    m_folders[QString::fromUtf8(site)] = folder;
+    saveFolders();
+}
+
+void UiFixture::saveFolders() const {
+    for (const auto& [site, folder] : m_folders) {
+        store().saveFolder(site, folder);
+    }
+}
+
 AppState& UiFixture::connectedWithRecords(const std::vector<Json>& sites) {
     configureLocal();
+    saveFolders();
     answerAll();
     server.answer("/api/sites", 200, Json{{"sites", sites}}.dump());
     reloadConfig();

@@ -3,6 +3,8 @@
 #include "tests/core/ModelFixture.h"
 #include "tests/QtPrinters.h"
 
+#include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -26,6 +28,9 @@ protected:
     /// The same on a platform that has accounts.
     AppState& becomeOnRemote(Kind kind);
 
+    /// The site was published from this folder, whatever platform is connected to from now on.
+    void rememberFolder(const char* site, const std::filesystem::path& folder);
+
     /// Connected to a platform that holds these sites.
     AppState& connectedWithRecords(const std::vector<Json>& sites);
     AppState& connectedWith(const std::vector<std::string>& names);
@@ -44,6 +49,9 @@ protected:
 
 private:
     AppState& settleAs(Kind kind);
+    void saveFolders() const;
+
+    std::map<QString, std::filesystem::path> m_folders;
 };
 
 /// All kinds of status.

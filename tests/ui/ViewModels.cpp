@@ -33,7 +33,8 @@ SignInModel signInOf(AppState& state) {
 }
 
 SitesModel sitesOf(AppState& state) {
-    return {state.connection(), state.catalog(), state.deployments(), state.siteOperations(), nullptr};
+    return {state.connection(),     state.catalog(),       state.deployments(),
+            state.siteOperations(), state.collaboration(), nullptr};
 }
 
 SiteListModel siteListOf(AppState& state, WindowServices& desktop) {
@@ -41,6 +42,7 @@ SiteListModel siteListOf(AppState& state, WindowServices& desktop) {
             state.catalog(),
             state.deployments(),
             state.siteOperations(),
+            state.collaboration(),
             state.newProject(),
             state.client(),
             desktop,

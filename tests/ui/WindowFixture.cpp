@@ -10,7 +10,7 @@ void WindowFixture::TearDown() {
 }
 
 void WindowFixture::showWindow(QSize size) {
-    m_window = std::make_unique<MainWindowModel>(model(), desktop);
+    m_window = std::make_unique<MainWindowModel>(model(), desktop, m_sleep);
     m_controls = std::make_unique<WindowControls>(m_frame);
     show(QStringLiteral("MainWindowView"),
          {{QStringLiteral("model"), QVariant::fromValue(m_window.get())},

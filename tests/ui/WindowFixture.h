@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/Sleep.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/style/DW.h"
 #include "ui/window/MainWindowModel.h"
@@ -8,6 +9,7 @@
 #include <QWindow>
 
 #include <memory>
+#include <utility>
 
 namespace driftwell::tests {
 
@@ -17,6 +19,9 @@ protected:
     using Token = DW::Token;
 
     void TearDown() override;
+
+    /// What the sheets wait with, in place of the clock; given before the window is shown.
+    void sleepInWindowWith(Sleeper sleep) { m_sleep = std::move(sleep); }
 
     void showWindow(QSize size = {1000, 760});
 
@@ -30,6 +35,7 @@ protected:
 
 private:
     QWindow m_frame;
+    Sleeper m_sleep = sleepFor;
     std::unique_ptr<MainWindowModel> m_window;
     std::unique_ptr<WindowControls> m_controls;
 };

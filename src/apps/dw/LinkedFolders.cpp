@@ -2,9 +2,10 @@
 
 #include "apps/dw/CommandFailure.h"
 #include "apps/dw/KnownSites.h"
-#include "apps/dw/Texts.h"
 #include "apps/dw/TypedFolder.h"
 #include "collab/FolderGuard.h"
+
+#include <QStringList>
 
 #include <optional>
 
@@ -12,10 +13,21 @@ namespace driftwell::dw {
 
 namespace {
 
-constexpr qsizetype mostNames = 10;
+QString proseList(const QStringList& names) {
+    constexpr qsizetype most = 20;
+    const QString shown = names.mid(0, most).join(QStringLiteral(", "));
+    return names.size() > most ? QStringLiteral("%1 and %2 more").arg(shown).arg(names.size() - most) : shown;
+}
 
 FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& guard, const PlatformConfig& config) {
     const QString path = QString::fromStdString(folder.string());
+    if (guard.refusal && !guard.areSettingsKnown) {
+        return FailedCommand(
+            {"notLinked",
+             QStringLiteral("It cannot be told which site %1 is linked to: right now %2").arg(path, *guard.refusal),
+             {},
+             ExitCode::Failed});
+    }
     if (guard.remoteUrls.empty()) {
         return FailedCommand({"notLinked", QStringLiteral("%1 is not linked to a site").arg(path),
                               QStringLiteral("Link it: dw link FOLDER --name SITE"), ExitCode::Failed});
@@ -81,18 +93,13 @@ Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig co
     co_return *identity;
 }
 
-CommandFailure conflictFailure(const QString& site, const QStringList& files) {
-    CommandFailure failure{"conflict", QStringLiteral("A merge with what others published on %1 has stopped").arg(site),
+CommandFailure conflictFailure(const QString& event, const QStringList& files) {
+    CommandFailure failure{"conflict",
+                           QStringLiteral("%1, since others have changed the same places: %2")
+                               .arg(event, files.isEmpty() ? QStringLiteral("some files") : proseList(files)),
                            QStringLiteral("Repair the files and publish them: dw deploy. Or have an agent repair them: "
                                           "dw resolve --prompt. Or take one side: dw resolve --mine, --theirs."),
                            ExitCode::Conflict};
-    if (!files.isEmpty()) {
-        failure.message += QStringLiteral(". %1 changed on both sides: %2")
-                               .arg(countText(files.size()), files.mid(0, mostNames).join(QStringLiteral(", ")));
-        if (files.size() > mostNames) {
-            failure.message += QStringLiteral(", …");
-        }
-    }
     for (const QString& file : files) {
         failure.files.push_back(file.toStdString());
     }
@@ -111,7 +118,8 @@ Task<> requireSuccess(CollabEngine::SyncOutcome outcome, LinkedSite linked, std:
     }
     if (outcome.kind == Kind::Conflict) {
         const QStringList files = co_await CollabEngine::unresolvedFiles(linked.folder, stop);
-        throw FailedCommand(conflictFailure(linked.info.name, files));
+        throw FailedCommand(
+            conflictFailure(QStringLiteral("The merge with %1 has stopped").arg(linked.info.name), files));
     }
 }
 

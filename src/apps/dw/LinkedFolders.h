@@ -41,8 +41,9 @@ void requireCollab(const SiteInfo& site);
 /// Who commits. Throws FailedCommand when the platform does not say, and as requireIdentity().
 [[nodiscard]] Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig config);
 
-/// The failure "conflict" of a folder in which a merge has stopped at these files.
-[[nodiscard]] CommandFailure conflictFailure(const QString& site, const QStringList& files);
+/// The failure "conflict" of a folder in which a merge has stopped at these files. `event` is the beginning of its
+/// sentence: "garden was not published".
+[[nodiscard]] CommandFailure conflictFailure(const QString& event, const QStringList& files);
 
 /// The failure "git", in git's own words.
 [[nodiscard]] CommandFailure gitFailure(const QString& words);

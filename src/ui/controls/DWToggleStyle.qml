@@ -6,6 +6,12 @@ import Driftwell
 Switch {
     id: toggle
 
+    function press(): void {
+        toggle.toggle();
+        toggle.toggled();
+        toggle.clicked();
+    }
+
     component Track: Rectangle {
         id: track
 
@@ -46,6 +52,8 @@ Switch {
 
     spacing: 10
     padding: 0
+    Keys.onReturnPressed: press()
+    Keys.onEnterPressed: press()
 
     contentItem: AppText {
         text: toggle.text

@@ -7,19 +7,30 @@ MenuItem {
 
     // What cannot be taken back.
     property bool destructive: false
+    // One of several, of which the chosen one is marked.
+    property bool choice: false
+    property bool chosen: false
 
     implicitHeight: visible ? 30 : 0
     implicitWidth: 200
     leftPadding: 12
     rightPadding: 12
     // Qt Quick does not tell assistive technology that an entry is disabled.
-    Accessible.description: enabled ? "" : "Unavailable"
+    Accessible.description: !enabled ? "Unavailable" : chosen ? "Chosen" : ""
 
     contentItem: AppText {
         text: entry.text
+        leftPadding: entry.choice ? 20 : 0
         verticalAlignment: Text.AlignVCenter
         tone: !entry.enabled ? Tone.Faint : entry.destructive ? Tone.Danger : Tone.Primary
         Accessible.ignored: true
+
+        Symbol {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: entry.chosen
+            name: "checkmark"
+            size: 12
+        }
     }
     background: Rectangle {
         x: 4

@@ -9,6 +9,8 @@ Pressable {
     property string symbol: ""
     // What the prominent one is filled with.
     property int fill: Tone.Accent
+    // While the words change.
+    property real faceOpacity: 1
     // The warning's colour is too light for white on either scheme.
     readonly property int ink: !prominent || (fill === Tone.Warning && !DW.dark) ? Tone.Primary : Tone.OnAccent
 
@@ -39,6 +41,7 @@ Pressable {
         id: face
 
         anchors.centerIn: parent
+        opacity: button.faceOpacity
         spacing: 6
 
         Symbol {

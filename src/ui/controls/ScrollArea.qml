@@ -28,6 +28,7 @@ Flickable {
 
     interactive: contentHeight > height
     boundsBehavior: Flickable.StopAtBounds
+    // Rings around what has the keyboard reach beyond the content.
     clip: interactive
     Window.onActiveFocusItemChanged: reveal(area.Window.activeFocusItem)
 

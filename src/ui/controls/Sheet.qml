@@ -15,6 +15,8 @@ Dialog {
     signal escaped
 
     readonly property real margin: 20
+    // The height that the content may have without being scrolled.
+    readonly property real room: parent ? parent.height - 2 * margin - topPadding - bottomPadding : 0
 
     header: null
     footer: null
@@ -42,15 +44,9 @@ Dialog {
         focus: true
         Keys.onEscapePressed: sheet.escaped()
 
-        Flickable {
+        ScrollArea {
             anchors.fill: parent
             contentHeight: body.height
-            interactive: contentHeight > height
-            boundsBehavior: Flickable.StopAtBounds
-            // Rings around what has the keyboard reach beyond the content.
-            clip: interactive
-
-            ScrollBar.vertical: ScrollBar {}
 
             FocusScope {
                 id: body

@@ -9,6 +9,8 @@ RowLayout {
     required property string text
     property string symbol: ""
     property int symbolTone: Tone.Primary
+    property real symbolSize: 15
+    property alias font: words.font
 
     spacing: 7
 
@@ -16,10 +18,12 @@ RowLayout {
         Layout.alignment: Qt.AlignTop
         visible: heading.symbol !== ""
         name: heading.symbol
-        size: 15
+        size: heading.symbolSize
         tone: heading.symbolTone
     }
     AppText {
+        id: words
+
         Layout.fillWidth: true
         wrapMode: Text.WrapAtWordBoundaryOrAnywhere
         maximumLineCount: 4

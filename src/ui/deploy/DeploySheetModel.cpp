@@ -8,8 +8,8 @@
 #include "core/SiteOperations.h"
 #include "core/SiteTexts.h"
 #include "deploy/SiteName.h"
+#include "support/HomeFolder.h"
 
-#include <QDir>
 #include <QStringList>
 
 #include <algorithm>
@@ -50,6 +50,7 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::figuresChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::stageChanged);
     connect(m_flow.get(), &DeployFlow::unreadableChanged, this, &DeploySheetModel::unreadableChanged);
+    connect(m_flow.get(), &DeployFlow::skillsWrittenChanged, this, &DeploySheetModel::skillsWrittenChanged);
     connect(&catalog, &Catalog::sitesChanged, this, &DeploySheetModel::nameChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::nameChanged);
@@ -160,17 +161,6 @@ QString DeploySheetModel::summary(const DeployResponse& response, std::optional<
     return parts.join(QStringLiteral(" · "));
 }
 
-QString DeploySheetModel::abbreviatedPath(const std::filesystem::path& path, const QString& home) {
-    const QString text = QString::fromStdString(path.string());
-    if (home.isEmpty() || home == QDir::rootPath()) {
-        return text;
-    }
-    if (text == home) {
-        return QStringLiteral("~");
-    }
-    return text.startsWith(home + u'/') ? u'~' + text.mid(home.size()) : text;
-}
-
 DeploySheetModel::Phase DeploySheetModel::phase() const {
     return static_cast<Phase>(m_flow->phase().index());
 }
@@ -212,7 +202,7 @@ QString DeploySheetModel::nameStatusText() const {
 }
 
 QString DeploySheetModel::folder() const {
-    return abbreviatedPath(m_flow->folder(), QDir::homePath());
+    return QString::fromStdString(abbreviateHome(m_flow->folder()));
 }
 
 QString DeploySheetModel::host() const {

@@ -47,6 +47,7 @@ class DeploySheetModel final : public QObject {
     Q_PROPERTY(QString liveUrl READ liveUrl NOTIFY phaseChanged)
     Q_PROPERTY(QString liveAddress READ liveAddress NOTIFY phaseChanged)
     Q_PROPERTY(QString summary READ summary NOTIFY phaseChanged)
+    Q_PROPERTY(bool skillsWritten READ areSkillsWritten NOTIFY skillsWrittenChanged)
     Q_PROPERTY(bool copied READ isCopied NOTIFY copiedChanged)
     Q_PROPERTY(QString failure READ failure NOTIFY phaseChanged)
 
@@ -79,8 +80,6 @@ public:
     [[nodiscard]] static QString uploadLabel(DeployStage stage, std::optional<std::int64_t> bytes);
     [[nodiscard]] static QString summary(const DeployResponse& response, std::optional<Timestamp> startedAt,
                                          std::optional<Timestamp> finishedAt);
-    /// A path with the person's own folder written as a tilde.
-    [[nodiscard]] static QString abbreviatedPath(const std::filesystem::path& path, const QString& home);
 
     [[nodiscard]] Phase phase() const;
     [[nodiscard]] QString siteName() const { return m_flow->siteName(); }
@@ -109,6 +108,8 @@ public:
     [[nodiscard]] QString liveUrl() const { return response().url; }
     [[nodiscard]] QString liveAddress() const;
     [[nodiscard]] QString summary() const { return summary(response(), m_flow->startedAt(), m_flow->finishedAt()); }
+    /// The folder has been made ready for coding agents, which may come some moments after the success.
+    [[nodiscard]] bool areSkillsWritten() const { return m_flow->skillsWritten(); }
     [[nodiscard]] bool isCopied() const { return m_copied; }
     [[nodiscard]] QString failure() const;
 
@@ -130,6 +131,7 @@ Q_SIGNALS:
     void unreadableChanged();
     void stageChanged();
     void hostChanged();
+    void skillsWrittenChanged();
     void copiedChanged();
 
 private:

@@ -52,6 +52,26 @@ ColumnLayout {
         textStyle: TextStyle.Detail
         tone: Tone.Muted
     }
+    RowLayout {
+        Layout.alignment: Qt.AlignHCenter
+        Layout.maximumWidth: phase.width
+        visible: phase.model.skillsWritten
+        spacing: 6
+
+        Symbol {
+            Layout.alignment: Qt.AlignTop
+            name: "sparkles"
+            size: 11
+            tone: Tone.Muted
+        }
+        AppText {
+            Layout.fillWidth: true
+            wrapMode: Text.Wrap
+            text: "Agent skills added to the folder (skills/, CLAUDE.md)"
+            textStyle: TextStyle.Detail
+            tone: Tone.Muted
+        }
+    }
     LeftOut {
         Layout.fillWidth: true
         text: phase.model.unreadable

@@ -1,6 +1,7 @@
 #include "ui/sites/SiteListModel.h"
 
 #include "core/Catalog.h"
+#include "core/Collaboration.h"
 #include "core/Connection.h"
 #include "core/ConnectionTexts.h"
 #include "core/Deployments.h"
@@ -13,16 +14,17 @@
 namespace driftwell {
 
 SiteListModel::SiteListModel(Connection& connection, Catalog& catalog, Deployments& deployments,
-                             SiteOperations& operations, NewProject& newProject, PlatformClient& client,
-                             WindowServices& desktop, QObject* parent)
+                             SiteOperations& operations, Collaboration& collaboration, NewProject& newProject,
+                             PlatformClient& client, WindowServices& desktop, QObject* parent)
     : QObject(parent),
       m_connection(connection),
       m_catalog(catalog),
       m_operations(operations),
+      m_collaboration(collaboration),
       m_newProject(newProject),
       m_client(client),
       m_desktop(desktop),
-      m_sites(connection, catalog, deployments, operations, this) {
+      m_sites(connection, catalog, deployments, operations, collaboration, this) {
     // After the rows, whose number the texts tell.
     for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
         connect(&catalog, signal, this, &SiteListModel::textsChanged);
@@ -102,6 +104,42 @@ void SiteListModel::revealFolder(const QString& name) {
 bool SiteListModel::canRollBack(const QString& name) const {
     const std::optional<SiteInfo> site = m_catalog.existingSite(name);
     return site && site->hasPrevious;
+}
+
+std::optional<CollabState::Kind> SiteListModel::folderState(const QString& name) const {
+    const Collaboration::States states = m_collaboration.collabStates();
+    const auto found = states.constFind(name);
+    return m_catalog.existingSite(name) && found != states.constEnd() ? std::optional(found->kind) : std::nullopt;
+}
+
+bool SiteListModel::canUpdateFolder(const QString& name) const {
+    return folderState(name) == CollabState::Kind::UpdatesAvailable;
+}
+
+void SiteListModel::updateFolder(const QString& name) {
+    if (canUpdateFolder(name)) {
+        detach(m_collaboration.updateFolder(name));
+    }
+}
+
+void SiteListModel::showFolderState(const QString& name) {
+    const std::optional<CollabState::Kind> state = folderState(name);
+    if (state == CollabState::Kind::Conflict) {
+        m_collaboration.showConflict(name);
+    } else if (state == CollabState::Kind::NeedsAttention) {
+        m_collaboration.showAttention(name);
+    }
+}
+
+void SiteListModel::settleFolder(const QString& name) {
+    showFolderState(name);
+    updateFolder(name);
+}
+
+void SiteListModel::share(const QString& name) {
+    if (const std::optional<SiteInfo> site = m_catalog.existingSite(name)) {
+        Q_EMIT shareRequested(*site);
+    }
 }
 
 void SiteListModel::showHistory(const QString& name) {

@@ -8,9 +8,12 @@
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
+#include <optional>
+
 namespace driftwell {
 
 class Catalog;
+class Collaboration;
 class Connection;
 class Deployments;
 class NewProject;
@@ -34,7 +37,8 @@ class SiteListModel final : public QObject {
 public:
     /// The parts and the desktop outlive the model.
     SiteListModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
-                  NewProject& newProject, PlatformClient& client, WindowServices& desktop, QObject* parent);
+                  Collaboration& collaboration, NewProject& newProject, PlatformClient& client, WindowServices& desktop,
+                  QObject* parent);
 
     /// How many sites there are, and how many of them the filter shows.
     [[nodiscard]] static QString subtitle(qsizetype shown, qsizetype total, const QString& filter);
@@ -63,6 +67,14 @@ public:
     Q_INVOKABLE void revealFolder(const QString& name);
     /// Whether there is a version before the live one.
     Q_INVOKABLE bool canRollBack(const QString& name) const;
+    /// Whether the platform has what the site's folder does not.
+    Q_INVOKABLE bool canUpdateFolder(const QString& name) const;
+    Q_INVOKABLE void updateFolder(const QString& name);
+    /// Shows what is wrong with the site's folder; nothing where nothing is.
+    Q_INVOKABLE void showFolderState(const QString& name);
+    /// What the row's button says: shows what is wrong with the site's folder, or brings it up to date.
+    Q_INVOKABLE void settleFolder(const QString& name);
+    Q_INVOKABLE void share(const QString& name);
     Q_INVOKABLE void showHistory(const QString& name);
     Q_INVOKABLE void showLogs(const QString& name);
     Q_INVOKABLE void askToRollBack(const QString& name);
@@ -77,16 +89,19 @@ Q_SIGNALS:
     void sortOrderChanged();
     void logsChanged();
     // The sheets of a site belong to the window.
+    void shareRequested(const driftwell::SiteInfo& site);
     void historyRequested(const driftwell::SiteInfo& site);
     void rollbackRequested(const driftwell::SiteInfo& site);
     void deletionRequested(const driftwell::SiteInfo& site);
 
 private:
     void replaceLogs(LogsModel* logs);
+    [[nodiscard]] std::optional<CollabState::Kind> folderState(const QString& name) const;
 
     Connection& m_connection;
     Catalog& m_catalog;
     SiteOperations& m_operations;
+    Collaboration& m_collaboration;
     NewProject& m_newProject;
     PlatformClient& m_client;
     WindowServices& m_desktop;

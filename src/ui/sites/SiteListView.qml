@@ -10,6 +10,9 @@ Item {
 
     required property SiteListModel model
 
+    // Where the window is wide, all that a row offers stands side by side.
+    readonly property real actionsWidth: list.width >= 870 ? 306 : 200
+
     function openCurrent(): void {
         const row = list.currentItem as SiteRow;
         if (row) {
@@ -53,6 +56,7 @@ Item {
             visible: list.count > 0
             height: implicitHeight + 6
             model: view.model
+            actionsWidth: view.actionsWidth
         }
         AppText {
             width: header.width
@@ -107,6 +111,7 @@ Item {
             model: view.model
             menu: siteMenu
             page: view
+            actionsWidth: view.actionsWidth
         }
     }
     DropHint {

@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import Driftwell
 
 // What can be done with a site, at its row.
-Menu {
+ChoiceMenu {
     id: menu
 
     required property SiteListModel model
@@ -11,22 +10,15 @@ Menu {
     // Where the site's row stood on the page when the menu was opened.
     property rect place
     property bool folderKnown: false
+    property bool updateKnown: false
     property bool previousKnown: false
 
     function openFor(name: string, rowPlace: rect): void {
         site = name;
         place = rowPlace;
         folderKnown = model.hasFolder(name);
+        updateKnown = folderKnown && model.canUpdateFolder(name);
         previousKnown = model.canRollBack(name);
-    }
-
-    padding: 4
-    width: 208
-
-    background: Rectangle {
-        color: DW.card
-        radius: 9
-        border.color: DW.borderStrong
     }
 
     MenuEntry {
@@ -47,6 +39,13 @@ Menu {
         height: implicitHeight
         text: Wording.here("Reveal Folder in Finder")
         onTriggered: menu.model.revealFolder(menu.site)
+    }
+    MenuEntry {
+        visible: menu.updateKnown
+        enabled: menu.updateKnown
+        height: implicitHeight
+        text: "Update Folder"
+        onTriggered: menu.model.updateFolder(menu.site)
     }
     MenuDivider {}
     MenuEntry {

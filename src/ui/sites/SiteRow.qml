@@ -16,13 +16,21 @@ Item {
     required property string sharingText
     required property list<string> sharedEmails
     required property int moreEmails
+    required property string collabLabel
+    required property bool collabWarns
+    required property string collabAction
 
     required property SiteListModel model
     required property SiteMenu menu
     required property Item page
+    required property real actionsWidth
     readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
     readonly property bool hovered: hover.hovered || (menu.visible && menu.site === name)
-    readonly property bool actionsShown: hovered || current || open.activeFocus || more.activeFocus
+    readonly property bool actionsShown: hovered || current || actions.activeFocus
+    readonly property bool roomy: actionsWidth >= 306
+    readonly property bool chipShown: collabLabel !== "" && !busy
+    // Where the column is that tells since when the site is as it is.
+    readonly property real updatedX: columns.x + updated.x
 
     function showMenu(at: point): void {
         menu.openFor(name, row.mapToItem(page, 0, 0, row.width, row.height));
@@ -33,11 +41,14 @@ Item {
     implicitHeight: 56
     Accessible.role: Accessible.ListItem
     Accessible.name: name
-    Accessible.description: updatedText
+    Accessible.description: chipShown ? collabLabel : updatedText
     Accessible.focusable: true
     // A row that waits for its next site is not there for a screen reader either.
     ListView.onPooled: visible = false
     ListView.onReused: visible = true
+    // Most rows are never pointed at. What has been there once stays, for the keyboard to come back to.
+    onActionsShownChanged: if (actionsShown && !actions.item) actions.setSource("RowActions.qml", {row: row})
+    onChipShownChanged: if (chipShown && !chip.item) chip.setSource("RowChip.qml", {row: row})
 
     HoverHandler {
         id: hover
@@ -73,6 +84,8 @@ Item {
         color: DW.rowDivider
     }
     RowLayout {
+        id: columns
+
         anchors.fill: parent
         anchors.leftMargin: 14
         anchors.rightMargin: 14
@@ -101,12 +114,15 @@ Item {
             }
         }
         Item {
+            id: updated
+
             Layout.preferredWidth: 160
             Layout.fillHeight: true
 
             RowLayout {
                 anchors.verticalCenter: parent.verticalCenter
                 width: parent.width - 10
+                visible: !row.chipShown
                 spacing: 7
 
                 Spinner {
@@ -117,6 +133,12 @@ Item {
                     text: row.updatedText
                     tone: row.rolledBack && !row.busy ? Tone.Warning : Tone.Muted
                 }
+            }
+            Loader {
+                id: chip
+
+                anchors.verticalCenter: parent.verticalCenter
+                visible: row.chipShown && !(row.actionsShown && row.collabAction !== "" && !row.roomy)
             }
         }
         Item {
@@ -138,31 +160,14 @@ Item {
             }
         }
         Item {
-            Layout.preferredWidth: 200 - 14
-            Layout.fillHeight: true
-
-            Row {
-                anchors.verticalCenter: parent.verticalCenter
-                anchors.right: parent.right
-                visible: row.actionsShown
-                spacing: 6
-
-                RowButton {
-                    id: open
-
-                    text: "Open"
-                    Accessible.name: "Open " + row.name
-                    onClicked: row.model.open(row.name)
-                }
-                IconButton {
-                    id: more
-
-                    symbol: "ellipsis"
-                    label: "More for " + row.name
-                    tip: ""
-                    onClicked: row.showMenu(Qt.point(row.width - 220, row.height - 6))
-                }
-            }
+            Layout.preferredWidth: row.actionsWidth - 14
         }
+    }
+    Loader {
+        id: actions
+
+        anchors.fill: parent
+        anchors.rightMargin: 14
+        visible: row.actionsShown
     }
 }

@@ -24,14 +24,18 @@ SharingSummary wordFor(SiteAccessMode mode) {
 } // namespace
 
 bool isBusy(const QString& site, const SiteActivity& activity) {
-    return activity.deploying == site || activity.rollingBack.contains(site) || activity.deleting.contains(site);
+    return activity.deploying == site || activity.rollingBack.contains(site) || activity.deleting.contains(site) ||
+           activity.syncing.contains(site);
 }
 
 QString busyText(const QString& site, const SiteActivity& activity) {
     if (activity.deleting.contains(site)) {
         return QStringLiteral("Deleting…");
     }
-    return activity.rollingBack.contains(site) ? QStringLiteral("Rolling back…") : QStringLiteral("Deploying…");
+    if (activity.rollingBack.contains(site)) {
+        return QStringLiteral("Rolling back…");
+    }
+    return activity.syncing.contains(site) ? QStringLiteral("Syncing…") : QStringLiteral("Deploying…");
 }
 
 QString updatedText(const SiteInfo& site, Timestamp now) {
@@ -56,6 +60,25 @@ SharingSummary sharingSummary(const SiteInfo& site) {
     }
     return {.shownEmails = access.emails.mid(0, maximumShownEmails),
             .moreEmails = std::max<qsizetype>(0, access.emails.size() - maximumShownEmails)};
+}
+
+CollabSummary collabSummary(const std::optional<CollabState>& state) {
+    if (!state) {
+        return {};
+    }
+    switch (state->kind) {
+    case CollabState::Kind::Conflict:
+        return {.label = QStringLiteral("Conflict"), .warns = true, .action = QStringLiteral("Resolve…")};
+    case CollabState::Kind::NeedsAttention:
+        return {.label = QStringLiteral("Needs attention"), .warns = true, .action = QStringLiteral("Details…")};
+    case CollabState::Kind::UpToDate:
+        return {};
+    case CollabState::Kind::UpdatesAvailable:
+        return {.label = QStringLiteral("Updates available"), .action = QStringLiteral("Update folder")};
+    case CollabState::Kind::Resolved:
+        return {.label = QStringLiteral("Publishing…")};
+    }
+    Q_UNREACHABLE();
 }
 
 } // namespace driftwell

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "collab/CollabState.h"
 #include "platform/Models.h"
 #include "platform/Timestamp.h"
 
@@ -17,6 +18,8 @@ struct SiteActivity {
     std::optional<QString> deploying;
     QSet<QString> rollingBack;
     QSet<QString> deleting;
+    /// With the platform's work, through git.
+    QSet<QString> syncing = {};
 
     bool operator==(const SiteActivity&) const = default;
 };
@@ -43,5 +46,18 @@ struct SharingSummary {
 inline constexpr qsizetype maximumShownEmails = 3;
 
 [[nodiscard]] SharingSummary sharingSummary(const SiteInfo& site);
+
+/// What a row says and offers of how the site's folder stands. Empty texts for a folder with which all is well, and for
+/// a site without one.
+struct CollabSummary {
+    /// What stands on the chip.
+    QString label = {};
+    /// A person is to do something.
+    bool warns = false;
+    /// What a button does about it.
+    QString action = {};
+};
+
+[[nodiscard]] CollabSummary collabSummary(const std::optional<CollabState>& state);
 
 } // namespace driftwell

@@ -1,11 +1,12 @@
 #include "ui/sites/SitesModel.h"
 
 #include "core/Catalog.h"
+#include "core/Collaboration.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
 #include "core/Format.h"
 #include "core/SiteOperations.h"
-#include "ui/sites/ListChange.h"
+#include "ui/controls/ListChange.h"
 
 #include <algorithm>
 #include <utility>
@@ -29,12 +30,14 @@ QList<QString> names(const QList<SiteInfo>& sites) {
 } // namespace
 
 SitesModel::SitesModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
-                       QObject* parent)
+                       Collaboration& collaboration, QObject* parent)
     : QAbstractListModel(parent),
       m_catalog(catalog),
       m_deployments(deployments),
       m_operations(operations),
-      m_sites(catalog.filteredSites()) {
+      m_collaboration(collaboration),
+      m_sites(catalog.filteredSites()),
+      m_folders(collaboration.collabStates()) {
     rememberActivity();
     for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged, &Catalog::sortOrderChanged}) {
         connect(&catalog, signal, this, &SitesModel::followSites);
@@ -43,6 +46,8 @@ SitesModel::SitesModel(Connection& connection, Catalog& catalog, Deployments& de
     for (const auto signal : {&SiteOperations::rollbacksInFlightChanged, &SiteOperations::deletesInFlightChanged}) {
         connect(&operations, signal, this, &SitesModel::followActivity);
     }
+    connect(&collaboration, &Collaboration::collabBusyChanged, this, &SitesModel::followActivity);
+    connect(&collaboration, &Collaboration::collabStatesChanged, this, &SitesModel::followFolders);
     // The texts that tell how long ago something was grow old; each poll renews them, without a timer of their own.
     connect(&connection, &Connection::lastSyncChanged, this, &SitesModel::renewTimes);
     connect(&connection, &Connection::statusChanged, this, &SitesModel::renewTimes);
@@ -77,6 +82,12 @@ QVariant SitesModel::data(const QModelIndex& index, int role) const {
         return sharingSummary(site).shownEmails;
     case MoreEmailsRole:
         return static_cast<int>(sharingSummary(site).moreEmails);
+    case CollabLabelRole:
+        return collabSummary(folderOf(site)).label;
+    case CollabWarnsRole:
+        return collabSummary(folderOf(site)).warns;
+    case CollabActionRole:
+        return collabSummary(folderOf(site)).action;
     default:
         return {};
     }
@@ -91,7 +102,10 @@ QHash<int, QByteArray> SitesModel::roleNames() const {
             {SharingSymbolRole, "sharingSymbol"},
             {SharingTextRole, "sharingText"},
             {SharedEmailsRole, "sharedEmails"},
-            {MoreEmailsRole, "moreEmails"}};
+            {MoreEmailsRole, "moreEmails"},
+            {CollabLabelRole, "collabLabel"},
+            {CollabWarnsRole, "collabWarns"},
+            {CollabActionRole, "collabAction"}};
 }
 
 void SitesModel::followSites() {
@@ -164,7 +178,8 @@ void SitesModel::reuseRows(const QList<SiteInfo>& next) {
 void SitesModel::rememberActivity() {
     m_activity = {.deploying = m_deployments.deployingSiteName(),
                   .rollingBack = m_operations.rollbacksInFlight(),
-                  .deleting = m_operations.deletesInFlight()};
+                  .deleting = m_operations.deletesInFlight(),
+                  .syncing = m_collaboration.collabBusy()};
 }
 
 void SitesModel::followActivity() {
@@ -174,6 +189,22 @@ void SitesModel::followActivity() {
         const QString& name = m_sites[row].name;
         if (isBusy(name, before) || isBusy(name, m_activity)) {
             Q_EMIT dataChanged(index(row), index(row), {BusyRole, UpdatedTextRole});
+        }
+    }
+}
+
+std::optional<CollabState> SitesModel::folderOf(const SiteInfo& site) const {
+    const auto found = m_folders.constFind(site.name);
+    return found == m_folders.constEnd() ? std::nullopt : std::optional(*found);
+}
+
+void SitesModel::followFolders() {
+    const QHash<QString, CollabState> before = std::exchange(m_folders, m_collaboration.collabStates());
+    for (int row = 0; row < rowCount(); ++row) {
+        const QString& name = m_sites[row].name;
+        const auto old = before.constFind(name);
+        if (folderOf(m_sites[row]) != (old == before.constEnd() ? std::nullopt : std::optional(*old))) {
+            Q_EMIT dataChanged(index(row), index(row), {CollabLabelRole, CollabWarnsRole, CollabActionRole});
         }
     }
 }

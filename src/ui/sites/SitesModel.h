@@ -3,11 +3,15 @@
 #include "ui/sites/SiteRowTexts.h"
 
 #include <QAbstractListModel>
+#include <QHash>
 #include <QtQml/qqmlregistration.h>
+
+#include <optional>
 
 namespace driftwell {
 
 class Catalog;
+class Collaboration;
 class Connection;
 class Deployments;
 class SiteOperations;
@@ -32,19 +36,24 @@ public:
         SharingTextRole,
         SharedEmailsRole,
         MoreEmailsRole,
+        CollabLabelRole,
+        CollabWarnsRole,
+        CollabActionRole,
     };
 
     /// The parts outlive the model.
     SitesModel(Connection& connection, Catalog& catalog, Deployments& deployments, SiteOperations& operations,
-               QObject* parent);
+               Collaboration& collaboration, QObject* parent);
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
     [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
 private:
+    [[nodiscard]] std::optional<CollabState> folderOf(const SiteInfo& site) const;
     void followSites();
     void followActivity();
+    void followFolders();
     void renewTimes();
 
     /// Brings the rows into the order of the sites to come. False when that would take too many steps; nothing is then
@@ -59,8 +68,11 @@ private:
     Catalog& m_catalog;
     Deployments& m_deployments;
     SiteOperations& m_operations;
+    Collaboration& m_collaboration;
     QList<SiteInfo> m_sites;
     SiteActivity m_activity;
+    /// By the site's name, as the rows were told.
+    QHash<QString, CollabState> m_folders;
 };
 
 } // namespace driftwell

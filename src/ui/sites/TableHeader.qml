@@ -6,6 +6,7 @@ RowLayout {
     id: header
 
     required property SiteListModel model
+    required property real actionsWidth
 
     spacing: 0
 
@@ -47,6 +48,6 @@ RowLayout {
         }
     }
     Item {
-        Layout.preferredWidth: 200
+        Layout.preferredWidth: header.actionsWidth
     }
 }

@@ -13,6 +13,7 @@ Sheet {
 
     ColumnLayout {
         width: parent.width
+        height: Math.min(implicitHeight, alert.room)
         spacing: 12
         Accessible.role: Accessible.AlertMessage
         Accessible.name: alert.model.title
@@ -20,15 +21,30 @@ Sheet {
 
         AppText {
             Layout.fillWidth: true
+            wrapMode: Text.Wrap
+            maximumLineCount: 2
             text: alert.model.title
             textStyle: TextStyle.SheetTitle
         }
-        AppText {
+        ScrollArea {
+            id: area
+
+            // The bar is beside the text.
+            Layout.rightMargin: -14
             Layout.fillWidth: true
-            wrapMode: Text.Wrap
-            text: alert.model.text
-            textStyle: TextStyle.Callout
-            tone: Tone.Muted
+            Layout.fillHeight: true
+            implicitHeight: words.implicitHeight
+            contentHeight: words.implicitHeight
+
+            AppText {
+                id: words
+
+                width: area.width - 14
+                wrapMode: Text.Wrap
+                text: alert.model.text
+                textStyle: TextStyle.Callout
+                tone: Tone.Muted
+            }
         }
         PushButton {
             Layout.alignment: Qt.AlignRight

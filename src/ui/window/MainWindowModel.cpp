@@ -2,6 +2,7 @@
 
 #include "core/AppState.h"
 #include "core/Catalog.h"
+#include "core/Collaboration.h"
 #include "core/Connection.h"
 #include "core/ConnectionTexts.h"
 #include "core/Deployments.h"
@@ -18,16 +19,17 @@ namespace driftwell {
 
 using Kind = Connection::Status::Kind;
 
-MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop)
+MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop, Sleeper sleep)
     : m_state(state),
       m_desktop(desktop),
       m_toolbar(state.connection(), state.catalog(), state.client().configDirOverride().has_value(), nullptr),
       m_banner(state.connection(), state.localPlatform(), state.localServer(), nullptr),
       m_relinkBanner(state.cli(), nullptr),
-      m_siteList(state.connection(), state.catalog(), state.deployments(), state.siteOperations(), state.newProject(),
-                 state.client(), desktop, nullptr),
+      m_siteList(state.connection(), state.catalog(), state.deployments(), state.siteOperations(),
+                 state.collaboration(), state.newProject(), state.client(), desktop, nullptr),
       m_signIn(state.connection(), state.signIn(), nullptr),
-      m_siteSheets(state.connection(), state.catalog(), state.siteOperations()),
+      m_siteSheets(state, desktop, std::move(sleep)),
+      m_gitInstall(state.gates(), state.desktop(), nullptr),
       m_content(presentContent()) {
     connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::hostChanged);
     for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
@@ -43,6 +45,7 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop)
         m_onboarding = new OnboardingModel(state.connection(), state.signIn(), state.gates(), state.cli(),
                                            state.desktop(), desktop.loginItem(), this);
     }
+    connect(&state.gates(), &Gates::showGitInstallSheetChanged, this, &MainWindowModel::gitInstallChanged);
     listAlerts();
     connectSiteSheets();
     connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
@@ -67,10 +70,19 @@ void MainWindowModel::listAlerts() {
                       [&operations] {
                           operations.clearDeleteError();
                       }});
+    Collaboration& collaboration = m_state.collaboration();
+    m_alerts.add(collaboration, &Collaboration::collabErrorChanged,
+                 {.title = QStringLiteral("Collaboration hiccup"),
+                  .text = [&collaboration] { return collaboration.collabError(); },
+                  .dismiss =
+                      [&collaboration] {
+                          collaboration.clearCollabError();
+                      }});
     connect(&m_alerts, &Alerts::changed, this, &MainWindowModel::alertChanged);
 }
 
 void MainWindowModel::connectSiteSheets() {
+    connect(&m_siteList, &SiteListModel::shareRequested, &m_siteSheets, &SiteSheets::showShare);
     connect(&m_siteList, &SiteListModel::historyRequested, &m_siteSheets, &SiteSheets::showHistory);
     connect(&m_siteList, &SiteListModel::rollbackRequested, &m_siteSheets, &SiteSheets::askToRollBack);
     connect(&m_siteList, &SiteListModel::deletionRequested, &m_siteSheets, &SiteSheets::askToDelete);
@@ -105,6 +117,7 @@ void MainWindowModel::followStatus() {
         if (m_content != Content::SiteList) {
             // What hangs off a row goes with the rows.
             m_siteList.closeLogs();
+            m_siteSheets.closeShare();
             m_siteSheets.closeHistory();
         }
         Q_EMIT contentChanged();
@@ -132,6 +145,10 @@ void MainWindowModel::followDeployFlow() {
         // After its sheet, which is on its way out.
         old->deleteLater();
     }
+}
+
+GitInstallModel* MainWindowModel::gitInstall() {
+    return m_state.gates().showGitInstallSheet() ? &m_gitInstall : nullptr;
 }
 
 QString MainWindowModel::host() const {

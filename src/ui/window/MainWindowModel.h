@@ -2,6 +2,8 @@
 
 #include "core/ConnectionStatus.h"
 #include "desktop/WindowServices.h"
+#include "support/Sleep.h"
+#include "ui/collab/GitInstallModel.h"
 #include "ui/deploy/DeploySheetModel.h"
 #include "ui/onboarding/OnboardingModel.h"
 #include "ui/signin/SignInModel.h"
@@ -36,6 +38,7 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::SiteSheets* siteSheets READ siteSheets CONSTANT)
     Q_PROPERTY(driftwell::OnboardingModel* onboarding READ onboarding NOTIFY contentChanged)
     Q_PROPERTY(driftwell::DeploySheetModel* deploySheet READ deploySheet NOTIFY deploySheetChanged)
+    Q_PROPERTY(driftwell::GitInstallModel* gitInstall READ gitInstall NOTIFY gitInstallChanged)
     Q_PROPERTY(driftwell::Alerts* alert READ alert NOTIFY alertChanged)
     Q_PROPERTY(QString host READ host NOTIFY hostChanged)
     Q_PROPERTY(QString exampleHost READ exampleHost CONSTANT)
@@ -51,8 +54,8 @@ public:
     Q_ENUM(Content)
 
     /// `state` and `desktop` outlive the model. The window hosts every surface, so it takes the model whole and hands
-    /// each surface the parts that it shows.
-    MainWindowModel(AppState& state, WindowServices& desktop);
+    /// each surface the parts that it shows. `sleep` is what its sheets wait with.
+    MainWindowModel(AppState& state, WindowServices& desktop, Sleeper sleep = sleepFor);
     ~MainWindowModel() override;
 
     [[nodiscard]] static Content content(ConnectionStatus::Kind status, bool hasSites, bool isFiltered);
@@ -66,6 +69,8 @@ public:
     [[nodiscard]] OnboardingModel* onboarding() { return m_onboarding; }
     /// The open deployment's; null while there is none. Another deployment has another model.
     [[nodiscard]] DeploySheetModel* deploySheet() { return m_deploySheet; }
+    /// Null while the sheet that offers git is not asked for.
+    [[nodiscard]] GitInstallModel* gitInstall();
     [[nodiscard]] QString host() const;
     /// Stands in the empty field for a platform's host.
     [[nodiscard]] static QString exampleHost();
@@ -95,6 +100,7 @@ public:
 Q_SIGNALS:
     void contentChanged();
     void deploySheetChanged();
+    void gitInstallChanged();
     void hostChanged();
     void localSetupErrorChanged();
     void dropChanged();
@@ -116,6 +122,7 @@ private:
     SiteListModel m_siteList;
     SignInModel m_signIn;
     SiteSheets m_siteSheets;
+    GitInstallModel m_gitInstall;
     Alerts m_alerts{nullptr};
     OnboardingModel* m_onboarding = nullptr;
     DeploySheetModel* m_deploySheet = nullptr;

@@ -13,6 +13,21 @@ SheetHost {
         DeploySheet {}
     }
     SheetEntry {
+        target: sheets.model.siteSheets.share
+
+        ShareSheet {}
+    }
+    SheetEntry {
+        target: sheets.model.siteSheets.conflict
+
+        ConflictSheet {}
+    }
+    SheetEntry {
+        target: sheets.model.siteSheets.attention
+
+        AttentionSheet {}
+    }
+    SheetEntry {
         target: sheets.model.siteSheets.history
 
         VersionHistorySheet {}
@@ -26,6 +41,11 @@ SheetHost {
         target: sheets.model.siteSheets.deletion
 
         DeleteConfirmSheet {}
+    }
+    SheetEntry {
+        target: sheets.model.gitInstall
+
+        GitInstallSheet {}
     }
     SheetEntry {
         target: sheets.model.alert

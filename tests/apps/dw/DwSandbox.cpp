@@ -76,8 +76,8 @@ std::string Sandbox::cookieFor(const std::string& site, const std::string& perso
     return getFromSite(site, pathOf(location), {}).cookie;
 }
 
-HttpAnswerText Sandbox::visitAs(const std::string& site, const std::string& cookie) const {
-    return getFromSite(site, "/", {"Cookie: " + cookie});
+HttpAnswerText Sandbox::visitAs(const std::string& site, const std::string& cookie, const std::string& path) const {
+    return getFromSite(site, path, {"Cookie: " + cookie});
 }
 
 HttpAnswerText Sandbox::getFromSite(const std::string& site, const std::string& path,

@@ -42,7 +42,8 @@ public:
     /// Signs a person in to a hosted page; the cookie that the browser then has.
     [[nodiscard]] std::string cookieFor(const std::string& site, const std::string& person) const;
     /// The page as a visitor with a cookie gets it.
-    [[nodiscard]] HttpAnswerText visitAs(const std::string& site, const std::string& cookie) const;
+    [[nodiscard]] HttpAnswerText visitAs(const std::string& site, const std::string& cookie,
+                                         const std::string& path = "/") const;
 
     /// Stands still, connections open and unanswered, until goOn().
     void freeze() const { m_process.signal(SIGSTOP); }

@@ -397,6 +397,32 @@ TEST_F(SandboxCollaboration, manyPushesArePackedTogether) {
     expectHeadIsWhatGitHas();
 }
 
+TEST(SandboxFullDisk, refusesAPushAndLeavesTheSiteAsItIs) {
+    const TestFolder data;
+    std::unique_ptr<SandboxProcess> sandbox;
+    try {
+        sandbox = std::make_unique<SandboxProcess>(data.path(), std::vector<std::string>(), SmallDisk{24});
+    } catch (const std::exception&) {
+        GTEST_SKIP() << "no file system can be mounted here";
+    }
+    ASSERT_EQ(deploy(*sandbox, "garden", pageArchive("first")).status, 200);
+    ASSERT_EQ(enable(*sandbox, "garden").status, 200);
+    const GitClient person("ada");
+    person.clone(*sandbox, "garden");
+    // The push itself has room, and then what it holds has not: one after the other of what a push goes through.
+    for (const char* size : {"30000000", "14000000", "9000000"}) {
+        const std::string head = headOf(*sandbox, "garden");
+        const Ending ending = person.push(std::string("head -c ") + size + " /dev/urandom > large.bin");
+        ASSERT_NE(ending.exitCode, 0) << size;
+        EXPECT_EQ(headOf(*sandbox, "garden"), head) << size;
+        EXPECT_EQ(person.must("git ls-remote origin refs/heads/main | cut -f 1", "work"), head) << size;
+        EXPECT_EQ(page(*sandbox, "/"), "first") << size;
+        person.must("git reset --quiet --hard origin/main", "work");
+    }
+    ASSERT_EQ(person.push("echo small > index.html").exitCode, 0);
+    EXPECT_EQ(page(*sandbox, "/"), "small\n");
+}
+
 TEST_F(SandboxCollaboration, dataOfTheVersionBeforeIsTakenOver) {
     sandbox->end(SIGTERM);
     // As the program wrote it before it had histories: the switch alone.

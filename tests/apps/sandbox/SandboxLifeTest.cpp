@@ -33,7 +33,7 @@ TEST(SandboxLife, helpAndVersion) {
     EXPECT_EQ(help.exitCode, 0);
     for (const char* text :
          {"--port", "--data", "--require-sign-in", "Misbehave", "--delay", "--fail ", "--fail-path", "--fail-count",
-          "--cut ", "--cut-upload", "for one machine", "A team runs a real platform"}) {
+          "--cut ", "--cut-upload", "--race-pushes", "for one machine", "A team runs a real platform"}) {
         EXPECT_THAT(help.output, HasSubstr(text));
     }
     const Ending version = runSandbox({"--version"});

@@ -125,7 +125,8 @@ Task<> learnSites(Catalog& catalog, PlatformConfig config, std::filesystem::path
 /// Throws why a deployment has gone without success and without a failure of its own.
 [[noreturn]] void failClosed(const Collaboration& collaboration, const QString& site, const PlatformConfig& config) {
     if (collaboration.conflictTarget() == site) {
-        throw FailedCommand(conflictFailure(site, collaboration.collabStates().value(site).files));
+        throw FailedCommand(conflictFailure(QStringLiteral("%1 was not published").arg(site),
+                                            collaboration.collabStates().value(site).files));
     }
     requireGit();
     throw FailedCommand(unknownAuthor(config));

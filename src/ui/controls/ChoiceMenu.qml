@@ -1,0 +1,15 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Driftwell
+
+// The look of a menu.
+Menu {
+    padding: 4
+    width: 208
+
+    background: Rectangle {
+        color: DW.card
+        radius: 9
+        border.color: DW.borderStrong
+    }
+}

@@ -1,0 +1,7 @@
+import QtQuick
+import Driftwell
+
+AppText {
+    font.weight: Font.DemiBold
+    Accessible.role: Accessible.Heading
+}
