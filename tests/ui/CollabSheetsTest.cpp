@@ -404,5 +404,13 @@ TEST_F(CollabSheetsTest, AFailureOfManyLinesIsReadFromItsBeginningAndDismissedBy
     waitForNoSheet();
 }
 
+TEST_F(CollabSheetsTest, AFailureWithoutEndIsShownUpToWhatAnybodyReads) {
+    connectedWith({"garden"});
+    showWindow();
+    model().collaboration().report(QString(5'000'000, u'x'));
+    waitForSheet("Collaboration hiccup");
+    EXPECT_EQ(window().alert()->text(), QString(10'000, u'x') + u'…');
+}
+
 } // namespace
 } // namespace driftwell::tests

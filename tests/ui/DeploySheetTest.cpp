@@ -373,6 +373,17 @@ TEST_F(DeploySheetTest, SuccessShowsTheAddressAndTheSummary) {
     EXPECT_DOUBLE_EQ(textItem(QString(QChar(0xE86C)))->property("size").toDouble(), 30);
 }
 
+TEST_F(DeploySheetTest, TheSkillsOfAgentsAreToldOnceTheyAreInTheFolder) {
+    const char* const line = "Agent skills added to the folder (skills/, CLAUDE.md)";
+    showSheet();
+    succeed();
+    EXPECT_THAT(texts(), Not(Contains(line)));
+    deployFlow()->showSkillsWritten(true);
+    EXPECT_THAT(texts(), Contains(line)) << "it may come some moments after the success";
+    EXPECT_EQ(colorOf(QString::fromLatin1(line)), light(Token::TextSecondary));
+    EXPECT_FALSE(textItem(QString::fromLatin1(line))->property("truncated").toBool());
+}
+
 TEST_F(DeploySheetTest, TheLinkOpensTheSite) {
     showSheet();
     succeed();

@@ -17,7 +17,6 @@ using Step = OnboardingModel::Step;
 using Account = OnboardingModel::Account;
 using CLI = OnboardingModel::CLI;
 using Facts = OnboardingModel::Facts;
-using GitTools = OnboardingModel::GitTools;
 using Primary = OnboardingModel::Primary;
 
 const Primary getStarted{Primary::Kind::Next, QStringLiteral("Get started")};
@@ -138,11 +137,11 @@ TEST(OnboardingTextsTest, WithoutAPlatformTheDefaultOneIsNamed) {
 }
 
 TEST(OnboardingTextsTest, GitIsLookedForThenOfferedThenWaitedFor) {
-    EXPECT_EQ(OnboardingModel::gitTools(std::nullopt, false), GitTools::Probing);
-    EXPECT_EQ(OnboardingModel::gitTools(false, false), GitTools::Missing);
-    EXPECT_EQ(OnboardingModel::gitTools(false, true), GitTools::Prompted);
-    EXPECT_EQ(OnboardingModel::gitTools(true, false), GitTools::Present);
-    EXPECT_EQ(OnboardingModel::gitTools(true, true), GitTools::Present);
+    EXPECT_EQ(OnboardingModel::gitTools(std::nullopt, false), OnboardingModel::GitTools::Probing);
+    EXPECT_EQ(OnboardingModel::gitTools(false, false), OnboardingModel::GitTools::Missing);
+    EXPECT_EQ(OnboardingModel::gitTools(false, true), OnboardingModel::GitTools::Prompted);
+    EXPECT_EQ(OnboardingModel::gitTools(true, false), OnboardingModel::GitTools::Present);
+    EXPECT_EQ(OnboardingModel::gitTools(true, true), OnboardingModel::GitTools::Present);
 }
 
 struct ToolCase {
@@ -327,10 +326,10 @@ TEST_F(OnboardingModelTest, ACancelledEditChangesNothing) {
 }
 
 TEST_F(OnboardingModelTest, GitIsOnlyLookedForInTheStepThatShowsIt) {
-    EXPECT_EQ(onboarding().gitTools(), GitTools::Probing);
+    EXPECT_EQ(onboarding().gitTools(), OnboardingModel::GitTools::Probing);
     EXPECT_EQ(model().gates().gitToolsInstalled(), std::nullopt);
     goTo(Step::Setup);
-    waitUntil([this] { return onboarding().gitTools() == GitTools::Present; });
+    waitUntil([this] { return onboarding().gitTools() == OnboardingModel::GitTools::Present; });
     EXPECT_TRUE(model().gates().gitToolsConfirmed());
 }
 
@@ -338,11 +337,11 @@ TEST_F(OnboardingModelTest, GitThatArrivesIsSeenWithinThreeSeconds) {
     gitIsInstalled = false;
     goTo(Step::Setup);
     waitUntil([this] { return sleeper.isAsleep(); });
-    EXPECT_EQ(onboarding().gitTools(), GitTools::Missing);
+    EXPECT_EQ(onboarding().gitTools(), OnboardingModel::GitTools::Missing);
     EXPECT_THAT(sleeper.requested(), ElementsAre(std::chrono::seconds(3)));
     gitIsInstalled = true;
     sleeper.wake();
-    waitUntil([this] { return onboarding().gitTools() == GitTools::Present; });
+    waitUntil([this] { return onboarding().gitTools() == OnboardingModel::GitTools::Present; });
     EXPECT_TRUE(model().gates().gitToolsConfirmed());
     EXPECT_FALSE(sleeper.isAsleep());
 }
@@ -362,14 +361,14 @@ TEST_F(OnboardingModelTest, TheLookForGitEndsWithItsStep) {
 TEST_F(OnboardingModelTest, TheInstallOfGitIsOfferedAndCanBeOpenedAgain) {
     gitIsInstalled = false;
     goTo(Step::Setup);
-    waitUntil([this] { return onboarding().gitTools() == GitTools::Missing; });
+    waitUntil([this] { return onboarding().gitTools() == OnboardingModel::GitTools::Missing; });
     onboarding().promptGitInstall();
-    EXPECT_EQ(onboarding().gitTools(), GitTools::Prompted);
+    EXPECT_EQ(onboarding().gitTools(), OnboardingModel::GitTools::Prompted);
     onboarding().promptGitInstall();
     EXPECT_EQ(desktop.promptedPackages(), (std::vector<std::string>{"git", "git"}));
     onboarding().go(1);
     onboarding().go(-1);
-    EXPECT_EQ(onboarding().gitTools(), GitTools::Missing);
+    EXPECT_EQ(onboarding().gitTools(), OnboardingModel::GitTools::Missing);
 }
 
 TEST_F(OnboardingModelTest, TheToolIsInstalledAndStaysWhenThePersonGoesBack) {

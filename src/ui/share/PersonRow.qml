@@ -34,7 +34,7 @@ ReadingRow {
             size: 28
             Accessible.ignored: true
         }
-        AppText {
+        CuttableText {
             Layout.fillWidth: true
             elide: Text.ElideMiddle
             text: row.person

@@ -6,6 +6,7 @@
 #include "core/SiteOperations.h"
 #include "platform/PlatformClient.h"
 #include "support/HomeFolder.h"
+#include "ui/controls/ShownText.h"
 
 #include <algorithm>
 #include <chrono>
@@ -16,6 +17,8 @@ namespace driftwell {
 namespace {
 
 constexpr std::chrono::milliseconds copiedIsShownFor(1500);
+/// Of a failure; the sheet has room for a few lines, and a tip for the rest.
+constexpr qsizetype mostShown = 2000;
 
 } // namespace
 
@@ -81,7 +84,7 @@ bool ShareSheetModel::isAccessBusy() const {
 }
 
 QString ShareSheetModel::accessError() const {
-    return m_operations.accessError().value_or(QString());
+    return shownText(m_operations.accessError().value_or(QString()), mostShown);
 }
 
 QStringList ShareSheetModel::modes() const {
@@ -110,7 +113,7 @@ QString ShareSheetModel::modeDescription() const {
 }
 
 QString ShareSheetModel::libError() const {
-    return m_operations.libToggleError().value_or(QString());
+    return shownText(m_operations.libToggleError().value_or(QString()), mostShown);
 }
 
 bool ShareSheetModel::hasClientComments() const {

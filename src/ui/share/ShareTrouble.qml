@@ -20,9 +20,10 @@ RowLayout {
         size: 11
         tone: Tone.Warning
     }
-    AppText {
+    CuttableText {
         Layout.fillWidth: true
         wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+        maximumLineCount: 4
         text: trouble.text
         textStyle: TextStyle.Callout
         tone: Tone.Warning

@@ -7,16 +7,15 @@
 #include "platform/Timestamp.h"
 #include "support/Cancellation.h"
 #include "support/WhileAlive.h"
+#include "ui/controls/ShownText.h"
 
 namespace driftwell {
 
 namespace {
 
-/// More of a text than any row can show, and less than a view takes long to lay out: lines come from strangers.
-constexpr qsizetype maximumShownText = 2000;
-
 QString shown(const QString& text) {
-    return text.size() > maximumShownText ? text.left(maximumShownText) + QStringLiteral("…") : text;
+    constexpr qsizetype moreThanARowShows = 2000;
+    return shownText(text, moreThanARowShows);
 }
 
 LogsModel::Kind kindOf(LogEntry::Kind kind) {

@@ -1,5 +1,7 @@
 #include "ui/window/Alerts.h"
 
+#include "ui/controls/ShownText.h"
+
 #include <algorithm>
 
 namespace driftwell {
@@ -17,7 +19,8 @@ QString Alerts::title() const {
 
 QString Alerts::text() const {
     const Alert* const alert = current();
-    return alert != nullptr ? *alert->text() : QString();
+    constexpr qsizetype moreThanAnybodyReads = 10'000;
+    return alert != nullptr ? shownText(*alert->text(), moreThanAnybodyReads) : QString();
 }
 
 void Alerts::dismiss() {

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <thread>
 
 namespace driftwell::tests {
@@ -13,9 +13,11 @@ namespace {
 
 using testing::HasSubstr;
 
+/// What can be read of a file; nothing of one that is of a process which has ended.
 std::string content(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
 }
 
 } // namespace
