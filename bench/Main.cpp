@@ -1,4 +1,5 @@
 #include "bench/CollabBenchmark.h"
+#include "bench/LinkedRefreshBenchmark.h"
 #include "bench/LoopbackServer.h"
 #include "bench/PollBenchmark.h"
 #include "bench/ProcessRun.h"
@@ -160,6 +161,7 @@ std::vector<Row> measureEverything() {
     add("publishing", measureCollab());
     add("starting", {measureStart()});
     add("polling", measurePolls());
+    add("looking at linked folders", measureLinkedRefresh());
     add("tooling", measureTooling());
     add("the desktop", measureDesktop());
     return rows;
@@ -175,6 +177,10 @@ int main(int argc, char** argv) {
         }
         if (argc == 2 && std::string(argv[1]) == "collab") {
             printRows(measureCollab());
+            return 0;
+        }
+        if (argc == 2 && std::string(argv[1]) == "linked-refresh") {
+            printRows(measureLinkedRefresh());
             return 0;
         }
         publish(measureEverything(), DRIFTWELL_BENCHMARKS_PAGE);

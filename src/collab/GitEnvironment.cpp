@@ -23,8 +23,6 @@ Settings settings(const Git::Surroundings& surroundings) {
         {"push.recurseSubmodules", "no"},
         // Git runs itself in a repository within the folder to see whether it has changed, under that one's settings.
         {"diff.ignoreSubmodules", "all"},
-        // All files are added before it is asked what is to be committed, so nothing is left to look for.
-        {"status.showUntrackedFiles", "no"},
         // A site has one branch. The newer protocol asks for the list of branches in a request of its own.
         {"protocol.version", "0"},
     };

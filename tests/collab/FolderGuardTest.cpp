@@ -121,7 +121,9 @@ INSTANTIATE_TEST_SUITE_P(
         Danger{"alias.status", "!touch ran"}, Danger{"protocol.ext.allow", "always"},
         Danger{"submodule.inner.update", "!touch ran"}, Danger{"sequence.editor", "touch ran"},
         Danger{"trailer.x.command", "touch ran"}, Danger{"pull.twohead", "evil"},
-        Danger{"lfs.customtransfer.x.path", "ran"}, Danger{"made.up", "later"}));
+        Danger{"lfs.customtransfer.x.path", "ran"}, Danger{"made.up", "later"},
+        Danger{"core.repositoryformatversion", "2"}, Danger{"extensions.objectformat", "sha512"},
+        Danger{"branch.fix.merge", "refs/remotes/evil/main"}));
 
 TEST_F(FolderGuardTest, ASecondAddressIsRefused) {
     EXPECT_EQ(refusalWith("git remote set-url --add driftwell http://evil.example.org/git/site"),
@@ -131,6 +133,8 @@ TEST_F(FolderGuardTest, ASecondAddressIsRefused) {
 TEST_F(FolderGuardTest, AHistoryKeptElsewhereIsRefused) {
     EXPECT_EQ(refusalWith("echo /elsewhere > .git/objects/info/alternates"),
               "its history is kept in another folder, named in “.git/objects/info/alternates”");
+    EXPECT_EQ(refusalWith("mv .git/objects/info/alternates .git/objects/info/http-alternates"),
+              "its history is kept in another folder, named in “.git/objects/info/http-alternates”");
 }
 
 TEST_F(FolderGuardTest, AGitFileThatPointsElsewhereIsRefusedAndItsRemoteIsKnown) {

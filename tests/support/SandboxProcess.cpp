@@ -33,10 +33,12 @@ std::vector<std::string> onDisk(SmallDisk disk, const std::string& folder, const
     return whole;
 }
 
-Invocation invocationOf(std::vector<std::string> command) {
+Invocation invocationOf(std::vector<std::string> command, const std::map<std::string, std::string>& environment = {}) {
     Invocation invocation;
     invocation.command = std::move(command);
-    invocation.environment = {{"HOME", "/nonexistent"}, {"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};
+    invocation.environment = environment;
+    // What is there already stays.
+    invocation.environment.insert({{"HOME", "/nonexistent"}, {"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}});
     return invocation;
 }
 
@@ -54,8 +56,8 @@ Ending runSandbox(const std::vector<std::string>& arguments) {
 }
 
 SandboxProcess::SandboxProcess(const std::filesystem::path& dataFolder, std::vector<std::string> options,
-                               std::optional<SmallDisk> disk)
-    : m_program(invocationOf(serverCommand(dataFolder, std::move(options), disk))) {
+                               std::optional<SmallDisk> disk, const std::map<std::string, std::string>& environment)
+    : m_program(invocationOf(serverCommand(dataFolder, std::move(options), disk), environment)) {
     m_program.waitUntil([this] { return m_program.soFar().output.ends_with('\n'); });
     m_readyLine = m_program.soFar().output;
     m_readyLine.pop_back();

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,9 +22,11 @@ struct SmallDisk {
 /// The real program on a free port. It dies with the object.
 class SandboxProcess {
 public:
-    /// Returns when the program is ready, and throws when it does not get there.
+    /// Returns when the program is ready, and throws when it does not get there. `environment` is what it is given
+    /// beside the little that it needs.
     explicit SandboxProcess(const std::filesystem::path& dataFolder, std::vector<std::string> options = {},
-                            std::optional<SmallDisk> disk = {});
+                            std::optional<SmallDisk> disk = {},
+                            const std::map<std::string, std::string>& environment = {});
     /// What the program has complained of goes to the test's own standard error.
     ~SandboxProcess();
     SandboxProcess(const SandboxProcess&) = delete;

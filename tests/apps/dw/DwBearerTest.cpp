@@ -4,7 +4,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <thread>
 
 namespace driftwell::tests {
@@ -13,9 +13,11 @@ namespace {
 
 using testing::HasSubstr;
 
+/// What can be read of a file; nothing of one that is of a process which has ended.
 std::string content(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
 }
 
 } // namespace
@@ -118,7 +120,6 @@ TEST_F(DwBearer, DoesNotFollowARedirectToElsewhere) {
 
     folder("linked", {{"index.html", "x"}});
     EXPECT_EQ(runDw({"link", "linked", "--name", "garden"}).exitCode, 1);
-    EXPECT_EQ(runDw({"status", "linked"}).exitCode, 1);
     EXPECT_EQ(runDw({"update", "linked"}).exitCode, 1);
     EXPECT_THAT(elsewhere.requests(), testing::IsEmpty());
     // The platform itself was spoken to with the bearer each time, by git too.

@@ -58,9 +58,9 @@ protected:
         return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    void getIntoConflict() const {
+    void getIntoConflict(const std::string& own = "mine\n") const {
         publishAsColleague("echo theirs > index.html; echo new > new.html");
-        write("index.html", "mine\n");
+        write("index.html", own);
         EXPECT_EQ(runDw({"update", "mine"}).exitCode, 6);
     }
 
@@ -286,7 +286,7 @@ TEST_F(DwCollab, ResolveTakesOneSideAndPublishes) {
     EXPECT_EQ(sandbox.visit("garden").body, "mine\n");
     EXPECT_EQ(sandbox.visit("garden", "/new.html").body, "new\n");
 
-    getIntoConflict();
+    getIntoConflict("mine again\n");
     EXPECT_EQ(object({"resolve", "mine", "--theirs"}), (json{{"ok", true},
                                                              {"site", "garden"},
                                                              {"url", addressOf("garden")},

@@ -125,9 +125,9 @@ TEST_F(DwCompletion, ScriptsAreValid) {
 
 TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", ""}),
-                UnorderedElementsAre("host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
-                                     "delete", "share", "libs", "init", "whoami", "completion", "help", "--version",
-                                     "--help"));
+                UnorderedElementsAre("host", "login", "logout", "deploy", "clone", "link", "status", "update",
+                                     "resolve", "list", "open", "logs", "history", "rollback", "delete", "share",
+                                     "collab", "libs", "init", "whoami", "completion", "help", "--version", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "de"}), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
@@ -139,13 +139,18 @@ TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", "logout", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "list", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "completion", ""}), ElementsAre("bash", "zsh", "fish"));
+    EXPECT_THAT(bashCandidates({"dw", "collab", ""}), ElementsAre("on", "off"));
+    EXPECT_THAT(bashCandidates({"dw", "update", "m"}), ElementsAre("my pages"));
+    EXPECT_THAT(bashCandidates({"dw", "resolve", "--"}),
+                UnorderedElementsAre("--mine", "--theirs", "--prompt", "--json", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "help", "who"}), ElementsAre("whoami"));
 }
 
 TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(fishCandidates("dw "),
-                UnorderedElementsAre("host", "login", "logout", "deploy", "list", "open", "logs", "history", "rollback",
-                                     "delete", "share", "libs", "init", "whoami", "completion", "help"));
+                UnorderedElementsAre("host", "login", "logout", "deploy", "clone", "link", "status", "update",
+                                     "resolve", "list", "open", "logs", "history", "rollback", "delete", "share",
+                                     "collab", "libs", "init", "whoami", "completion", "help"));
     EXPECT_THAT(fishCandidates("dw de"), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
     EXPECT_THAT(fishCandidates("dw deploy --"), UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));
@@ -153,6 +158,7 @@ TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
                 UnorderedElementsAre("--no-browser", "--with-token", "--json", "--help"));
     EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--help"));
     EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--help"));
+    EXPECT_THAT(fishCandidates("dw collab "), UnorderedElementsAre("on", "off"));
     EXPECT_THAT(fishCandidates("dw completion "), UnorderedElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(fishCandidates("dw help who"), ElementsAre("whoami"));
 }

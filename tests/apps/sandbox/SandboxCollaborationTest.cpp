@@ -397,6 +397,39 @@ TEST_F(SandboxCollaboration, manyPushesArePackedTogether) {
     expectHeadIsWhatGitHas();
 }
 
+TEST(SandboxGitSurroundings, areTheSandboxsOwn) {
+    const TestFolder data;
+    const TestFolder home;
+    const std::string trace = home / "ran";
+    home.write("hooks/post-receive", "#!/bin/sh\ntouch '" + trace + "'\n");
+    for (const char* hook : {"pre-receive", "update", "post-update", "reference-transaction"}) {
+        std::filesystem::copy_file(home / "hooks/post-receive", home / "hooks" / hook);
+    }
+    home.write(".gitconfig",
+               "[core]\n\thooksPath = " + (home / "hooks").string() + "\n[receive]\n\tdenyNonFastForwards\n");
+    for (const auto& hook : std::filesystem::directory_iterator(home / "hooks")) {
+        std::filesystem::permissions(hook.path(), std::filesystem::perms::owner_all);
+    }
+    const SandboxProcess sandbox(data.path(), {}, {},
+                                 {{"HOME", home.path()},
+                                  {"GIT_DIR", "/nonexistent"},
+                                  {"GIT_OBJECT_DIRECTORY", "/nonexistent"},
+                                  {"GIT_CONFIG_COUNT", "1"},
+                                  {"GIT_CONFIG_KEY_0", "core.hooksPath"},
+                                  {"GIT_CONFIG_VALUE_0", home / "hooks"},
+                                  {"GIT_TRACE", trace}});
+    ASSERT_EQ(deploy(sandbox, "garden", pageArchive("first")).status, 200);
+    ASSERT_EQ(enable(sandbox, "garden").status, 200);
+    // Not those of the repository either.
+    const std::filesystem::path repository = std::filesystem::directory_iterator(data / "repositories")->path();
+    std::filesystem::copy(home / "hooks", repository / "hooks");
+    const GitClient person("ada");
+    person.clone(sandbox, "garden");
+    ASSERT_EQ(person.push("echo second > index.html").exitCode, 0);
+    EXPECT_EQ(page(sandbox, "/"), "second\n");
+    EXPECT_FALSE(std::filesystem::exists(trace));
+}
+
 TEST(SandboxFullDisk, refusesAPushAndLeavesTheSiteAsItIs) {
     const TestFolder data;
     std::unique_ptr<SandboxProcess> sandbox;

@@ -13,8 +13,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
+#include <sstream>
 #include <vector>
 
 namespace driftwell::tests {
@@ -59,9 +59,10 @@ protected:
     [[nodiscard]] std::size_t gitsAtWork() const {
         std::size_t count = 0;
         for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-            std::ifstream file(entry.path() / "environ", std::ios::binary);
-            const std::string environment{std::istreambuf_iterator<char>(file), {}};
-            count += environment.find("GIT_PROJECT_ROOT=" + (data / "repositories").string()) != std::string::npos;
+            std::ostringstream environment;
+            environment << std::ifstream(entry.path() / "environ", std::ios::binary).rdbuf();
+            count +=
+                environment.str().find("GIT_PROJECT_ROOT=" + (data / "repositories").string()) != std::string::npos;
         }
         return count;
     }

@@ -16,7 +16,7 @@ std::filesystem::path freshFolder(const std::string& typed) {
     if (typed.empty()) {
         throw WrongUsage(QStringLiteral("The folder's name is empty"), QStringLiteral("Run dw help clone."));
     }
-    const std::filesystem::path folder = std::filesystem::weakly_canonical(typed);
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(std::filesystem::absolute(typed));
     if (std::filesystem::exists(std::filesystem::symlink_status(folder)) &&
         !(std::filesystem::is_directory(folder) && std::filesystem::is_empty(folder))) {
         throw WrongUsage(QStringLiteral("%1 is there already and not empty").arg(QString::fromStdString(folder)),
@@ -30,7 +30,7 @@ std::filesystem::path freshFolder(const std::string& typed) {
 class CloneCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("clone", "Make a linked folder of a site that is edited together, and print its path")
+        command.command("clone", "Make a linked folder of a site and print its path")
             .site(m_site)
             .argument({"FOLDER", "The folder to make (default: the site's name)", {Candidates::Kind::Folders}},
                       m_folder)

@@ -26,7 +26,11 @@ namespace {
 
 bool hasVersionControl(const std::filesystem::path& folder) {
     std::error_code error;
-    return std::filesystem::exists(std::filesystem::symlink_status(folder / ".git", error));
+    const std::filesystem::path git = folder / ".git";
+    const std::filesystem::file_status status = std::filesystem::symlink_status(git, error);
+    // Without a store of objects a folder of that name is no repository (gitrepository-layout(5)).
+    return std::filesystem::is_directory(status) ? std::filesystem::exists(git / "objects", error)
+                                                 : std::filesystem::exists(status);
 }
 
 /// The site that a folder is linked to on the platform in use. Throws WrongUsage when that cannot be told.
@@ -236,7 +240,7 @@ public:
             .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `merged`, `unreadable`: `count`, `names`, and "
                   "`seconds`; "
                   "with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `entries`: each `path`, `size`")
-            .example("dw deploy", "Publish the present folder under its own name, or as the site it is linked to")
+            .example("dw deploy", "Publish the present folder under its own name, or to its linked site")
             .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }
 

@@ -8,7 +8,7 @@ namespace driftwell::dw {
 class UpdateCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("update", "Merge what others published into a linked folder; nothing is published")
+        command.command("update", "Merge what others published into a linked folder")
             .argument(linkedFolderArgument(), m_folder)
             .json("`site`, `folder`")
             .example("dw update", "Bring the present folder up to date");
