@@ -188,7 +188,8 @@ TEST_F(SitesModelTest, ARowTellsOfARollback) {
 TEST_F(SitesModelTest, EveryRoleHasANameForTheViews) {
     EXPECT_THAT(sites().roleNames().values(),
                 testing::UnorderedElementsAre("name", "address", "busy", "updatedText", "rolledBack", "sharingSymbol",
-                                              "sharingText", "sharedEmails", "moreEmails"));
+                                              "sharingText", "sharedEmails", "moreEmails", "collabLabel", "collabWarns",
+                                              "collabAction"));
 }
 
 TEST_F(SitesModelTest, WhatIsNoRowHasNoData) {

@@ -44,9 +44,10 @@ ListView {
     keyNavigationEnabled: true
     activeFocusOnTab: count > 0
     currentIndex: -1
-    // What the keyboard has come to is in sight at once, however long the list is.
-    highlightMoveDuration: 0
-    highlightMoveVelocity: -1
+    // What the keyboard has come to is in sight at once, however long the list is. Left to itself, the view would follow
+    // a current row that has only got another number.
+    highlightFollowsCurrentItem: false
+    onCurrentIndexChanged: if (currentIndex >= 0 && !restoring.running) positionViewAtIndex(currentIndex, ListView.Contain)
     Accessible.role: Accessible.List
     Accessible.name: label
     onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) currentIndex = 0
