@@ -257,9 +257,11 @@ TEST_F(ShareSheetModelTest, ClientCommentsAreSentAlone) {
     Json answer = accessRecord("team", {"tom@x"});
     answer["anyoneCanComment"] = true;
     answerAccess(answer);
+    PlatformServer::Hold hold = server.holdAnswer("/api/sites/garden/access");
     sheet().setClientComments(true);
     EXPECT_TRUE(sheet().isAccessBusy());
     EXPECT_FALSE(sheet().hasClientComments());
+    hold.release();
     waitForAccess(1);
     EXPECT_EQ(sentAccess().front(), Json({{"anyoneCanComment", true}}));
     EXPECT_TRUE(sheet().hasClientComments());

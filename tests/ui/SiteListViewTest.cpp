@@ -489,8 +489,10 @@ TEST_F(SiteListViewTest, TheMenuUpdatesAFolderThatIsBehind) {
     EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files", "Update Folder",
                                     "Version History", "Logs", "Roll Back…", "Delete Project…"));
     EXPECT_EQ(all(Role::Separator).size(), 3U);
+    PlatformServer::Hold hold = server.holdAnswer("/git/behind/info/refs?service=git-upload-pack");
     click(Role::MenuItem, QStringLiteral("Update Folder"));
     EXPECT_TRUE(model().collaboration().collabBusy().contains(QStringLiteral("behind")));
+    hold.release();
     waitUntil([this] { return model().collaboration().collabBusy().isEmpty(); });
     click(row(QStringLiteral("conflicted")), Qt::RightButton);
     EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files", "Version History", "Logs",
