@@ -91,7 +91,7 @@ Failure refusalOfBranch(const std::filesystem::path& folder) {
     return name == QLatin1String(Git::branch) ? Failure() : onBranch(name);
 }
 
-/// The same for an operation that changes the folder.
+/// The folder for an operation that changes it: it must be on "main", and what a killed git has left is put right.
 Task<Opened> openForChange(std::filesystem::path folder, std::stop_token stop) {
     Opened opened = co_await open(folder, stop);
     if (opened.refusal) {
@@ -107,7 +107,7 @@ Task<Opened> openForChange(std::filesystem::path folder, std::stop_token stop) {
     co_return opened;
 }
 
-/// The same for one that speaks to a platform, too: the folder must be of a site there.
+/// The same for an operation that speaks to a platform, too: the folder must be of a site there.
 Task<Opened> openOf(Git::Access access, std::filesystem::path folder, std::stop_token stop) {
     Opened opened = co_await openForChange(folder, stop);
     const QString sites = Git::remoteUrl(access.config, QString());

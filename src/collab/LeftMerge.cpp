@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <string_view>
 #include <system_error>
@@ -133,7 +134,8 @@ Task<bool> isLeftOver(LinkedFolder folder, Change change, std::string tree) {
     if (!now.content) {
         co_return false;
     }
-    for (const std::string& version : {tree, std::string("HEAD")}) {
+    const std::array<std::string, 2> versions{tree, "HEAD"};
+    for (const std::string& version : versions) {
         if ((change.isDeleted && version == tree) || (change.isNew && version != tree)) {
             continue;
         }

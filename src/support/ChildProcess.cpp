@@ -9,6 +9,7 @@
 #include <QTimer>
 
 #include <fcntl.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -18,6 +19,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <system_error>
 
@@ -50,7 +52,7 @@ struct Pipe {
     }
 };
 
-/// What the child needs between fork and exec, where no memory may be allocated.
+/// What the child needs until it is another program. No memory may be allocated meanwhile.
 struct ExecPlan {
     const char* program;
     const char* workingFolder;
@@ -67,6 +69,17 @@ struct ExecPlan {
     ChildProcess::Session session;
 };
 
+/// No handler of this program's runs in the child.
+void forgetSignalHandlers() {
+    for (int signal = 1; signal < NSIG; ++signal) {
+        struct sigaction action {};
+        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN &&
+            action.sa_handler != SIG_DFL) {
+            ::signal(signal, SIG_DFL);
+        }
+    }
+}
+
 [[noreturn]] void execInChild(const ExecPlan& plan) {
     const auto attempt = [&plan] {
         if (plan.session == ChildProcess::Session::Own) {
@@ -80,6 +93,7 @@ struct ExecPlan {
                 ::_exit(127); // the parent died before it could be watched
             }
         }
+        forgetSignalHandlers();
         sigset_t none;
         ::sigemptyset(&none);
         ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -103,6 +117,44 @@ struct ExecPlan {
     [[maybe_unused]] const auto written = ::write(plan.failureReport, &reason, sizeof reason);
     ::_exit(127);
 }
+
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+// The sanitizers keep notes on the stack of a thread, which the child would share.
+pid_t startChild(const ExecPlan& plan) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        execInChild(plan);
+    }
+    return pid;
+}
+#else
+struct alignas(16) StackBlock {
+    std::array<std::byte, 16> bytes;
+};
+
+int childMain(void* plan) {
+    execInChild(*static_cast<const ExecPlan*>(plan));
+}
+
+/// As fork(), but the child works in this program's memory, on a stack of its own, and this thread waits until it has
+/// become another program or ended (clone(2), CLONE_VFORK). A copy of the memory's tables takes as long as a small
+/// program runs.
+pid_t startChild(const ExecPlan& plan) {
+    constexpr std::size_t stackSize = std::size_t{64} * 1024;
+    const std::unique_ptr<StackBlock[]> stack(new StackBlock[stackSize / sizeof(StackBlock)]);
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    ExecPlan shared = plan;
+    const pid_t pid =
+        ::clone(childMain, stack.get() + stackSize / sizeof(StackBlock), CLONE_VM | CLONE_VFORK | SIGCHLD, &shared);
+    const int reason = errno;
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    errno = reason;
+    return pid;
+}
+#endif
 
 /// Where SIGCHLD is ignored, as it may be since before this program began, the kernel forgets how a child ended
 /// (waitpid(2)), and every failure would look like a success.
@@ -240,10 +292,7 @@ void ChildProcess::Running::spawn(Command& command, int out, int err) {
                         command.session};
 
     keepHowChildrenEnd();
-    const pid_t pid = checked(::fork(), "fork");
-    if (pid == 0) {
-        execInChild(plan);
-    }
+    const pid_t pid = checked(startChild(plan), "could not start a process");
     report.writer.reset();
     if (const int reason = execFailure(report.reader.get()); reason != 0) {
         ::waitpid(pid, nullptr, 0);

@@ -434,6 +434,8 @@ def take_sharing(shots, sandbox):
     shots.open(sandbox, prepare=lambda home: remember_folders(home, {"handbook": work}))
 
     def open_share(site):
+        # In which every row is in sight.
+        shots.resize(LARGE)
         desktop.move(*desktop.place(desktop.find("list item", site)))
         desktop.press("push button", f"Share {site}")
         desktop.find("dialog", f"Share “{site}”")
@@ -507,6 +509,7 @@ def take_collaboration(shots, sandbox):
     shots.take("folders-hover-attention", at=("list item", "design-system"))
 
     def take_sheet(name, site, button, ready):
+        shots.resize(LARGE)
         desktop.move(*desktop.place(desktop.find("list item", site)))
         desktop.press("push button", f"{button} {site}")
         desktop.find(*ready)
@@ -526,6 +529,7 @@ def take_collaboration(shots, sandbox):
     shots.settle()
     shots.keep("conflict-copied", SMALL if shots.scale == 1 else LARGE)
     close()
+    shots.resize(LARGE)
     desktop.move(*desktop.place(desktop.find("list item", "annual-report")))
     desktop.press("push button", "Update folder annual-report")
     desktop.find("alert", "Collaboration hiccup")

@@ -540,6 +540,24 @@ TEST(ChildProcessTest, DiesWithTheProgramThatStartedIt) {
     EXPECT_EQ(await(std::move(holder)).status, SIGKILL);
 }
 
+TEST(ChildProcessTest, LeavesTheSignalsOfTheProgramThatStartsItAsTheyWere) {
+    sigset_t some;
+    ::sigemptyset(&some);
+    ::sigaddset(&some, SIGUSR2);
+    sigset_t before;
+    ::pthread_sigmask(SIG_SETMASK, &some, &before);
+    const auto handler = ::signal(SIGUSR1, [](int) {});
+    const ChildProcess::Result result = run(command("/bin/cat", {"/proc/self/status"}));
+    EXPECT_THROW(run(command("/no/such/program", {})), std::system_error);
+    sigset_t after;
+    ::pthread_sigmask(SIG_SETMASK, &before, &after);
+    EXPECT_NE(::signal(SIGUSR1, handler), SIG_DFL);
+    EXPECT_EQ(::sigismember(&after, SIGUSR2), 1);
+    EXPECT_EQ(::sigismember(&after, SIGUSR1), 0);
+    EXPECT_THAT(result.standardOutput, HasSubstr("\nSigBlk:\t0000000000000000\n"));
+    EXPECT_THAT(result.standardOutput, HasSubstr("\nSigCgt:\t0000000000000000\n"));
+}
+
 TEST(ChildProcessTest, RunsAChildFromAProgramWithoutStandardStreams) {
     const TestFolder folder;
     const ChildProcess::Result result = run(command(CHILD_HOLDER, {"without-streams", (folder / "report").string()}));

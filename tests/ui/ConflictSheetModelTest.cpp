@@ -38,11 +38,13 @@ protected:
 
     /// The sheet of "garden", whose folder is this one, opened when it is first asked for.
     ConflictSheetModel& open(const std::filesystem::path& work) {
-            rememberFolder("garden", work);
+        rememberFolder("garden", work);
         connectedWithRecords({record()});
         return openAgain();
     }
     ConflictSheetModel& openAgain() {
+        m_sheet.reset();
+        waitUntil([this] { return sleeps.count(pause) == 0; });
         const ConflictSheetModel::Parts parts{.connection = model().connection(),
                                               .catalog = model().catalog(),
                                               .collaboration = model().collaboration(),
@@ -194,6 +196,8 @@ TEST_F(ConflictSheetModelTest, ThePromptHoldsTheFilesOfTheLastLook) {
         return CollabPrompts::conflict(work, files, QStringLiteral("Grace Hopper")).toStdString();
     };
     EXPECT_EQ(desktop.clipboard(), prompt({QStringLiteral("a.html"), QStringLiteral("b.html")}));
+    sleeps.wake(ConflictSheetModel::copiedIsShownFor);
+    waitUntil([&sheet] { return !sheet.isCopied(); });
     lookAgain();
     sheet.copyPrompt();
     EXPECT_EQ(desktop.clipboard(), prompt({QStringLiteral("b.html")}));

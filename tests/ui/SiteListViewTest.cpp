@@ -400,7 +400,7 @@ TEST_F(SiteListViewTest, AChipShowsWhatIsWrongWithTheFolder) {
 
 TEST_F(SiteListViewTest, AChipOfUpdatesDoesNotRespond) {
     connectedWithFolders();
-    showList();
+    showList({1000, 600});
     click(the(Role::StaticText, QStringLiteral("Updates available")).item);
     EXPECT_EQ(model().collaboration().conflictTarget(), std::nullopt);
     EXPECT_EQ(model().collaboration().attentionTarget(), std::nullopt);

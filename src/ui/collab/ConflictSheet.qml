@@ -48,7 +48,7 @@ Sheet {
             Layout.fillHeight: true
             Layout.minimumHeight: Math.min(implicitHeight, 100)
             visible: !sheet.model.resolved && files.count > 0
-            implicitHeight: Math.min(files.contentHeight, 10 * 26) + 20
+            implicitHeight: Math.min(files.contentHeight, 10.5 * 26) + 20
             radius: 8
             color: DW.surfaceSubtle
 

@@ -14,6 +14,8 @@ ListView {
     keyNavigationEnabled: true
     activeFocusOnTab: count > 0
     currentIndex: -1
+    // What the keyboard has come to is in sight at once, however long the list is.
+    highlightMoveDuration: 0
     Accessible.role: Accessible.List
     Accessible.name: label
     onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) currentIndex = 0

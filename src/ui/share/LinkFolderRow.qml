@@ -44,6 +44,8 @@ RowLayout {
         }
     }
     PushButton {
+        Layout.alignment: Qt.AlignTop
+        Layout.topMargin: 2
         text: "Link"
         enabled: !row.busy
         details: row.description

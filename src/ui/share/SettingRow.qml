@@ -51,6 +51,11 @@ RowLayout {
     DWToggleStyle {
         id: toggle
 
+        Layout.preferredWidth: 38
+        Layout.preferredHeight: 22
+        // Beside the title. A layout does not centre anew what stands beside a text that has got other lines.
+        Layout.alignment: Qt.AlignTop
+        Layout.topMargin: 6
         checked: row.on
         enabled: !row.busy
         opacity: enabled ? 1 : 0.6

@@ -20,7 +20,11 @@ Item {
         opacity: enabled ? 1 : 0.45
         text: actions.row.collabAction
         Accessible.name: text + " " + actions.row.name
-        onClicked: actions.row.model.settleFolder(actions.row.name)
+        onClicked: {
+            if (visualFocus)
+                actions.row.takeKeyboard();
+            actions.row.model.settleFolder(actions.row.name);
+        }
     }
     Row {
         id: buttons
@@ -39,7 +43,11 @@ Item {
             symbol: "person.badge.plus"
             prominent: true
             Accessible.name: "Share " + actions.row.name
-            onClicked: actions.row.model.share(actions.row.name)
+            onClicked: {
+                if (visualFocus)
+                    actions.row.takeKeyboard();
+                actions.row.model.share(actions.row.name);
+            }
         }
         IconButton {
             symbol: "ellipsis"

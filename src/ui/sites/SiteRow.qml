@@ -32,6 +32,11 @@ Item {
     // Where the column is that tells since when the site is as it is.
     readonly property real updatedX: columns.x + updated.x
 
+    // Before something opens over the list that gives the keyboard back when it goes: the buttons are not there then.
+    function takeKeyboard(): void {
+        ListView.view.currentIndex = index;
+        forceActiveFocus();
+    }
     function showMenu(at: point): void {
         menu.openFor(name, row.mapToItem(page, 0, 0, row.width, row.height));
         menu.parent = row;
