@@ -19,6 +19,7 @@ set(DRIFTWELL_MAINTAINER "Driftwell <packages@sites.example.org>" CACHE STRING "
 option(DRIFTWELL_PACKAGES "Lay out what is installed as the Debian packages have it, and prepare cpack for them" OFF)
 
 option(DRIFTWELL_TESTS "Build the tests" ON)
+option(DRIFTWELL_UNITY_TESTS "Compile the tests four files at a time; off is quicker for who changes one of them" ON)
 option(DRIFTWELL_BENCHMARKS "Build the benchmarks" OFF)
 option(DRIFTWELL_FUZZ "Build the fuzz targets (needs clang)" OFF)
 option(DRIFTWELL_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)

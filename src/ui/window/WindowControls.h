@@ -25,14 +25,16 @@ public:
     Q_INVOKABLE void close() { m_window.close(); }
     Q_INVOKABLE void minimize() { m_window.showMinimized(); }
     Q_INVOKABLE void toggleMaximized();
-    Q_INVOKABLE void startMove() { m_window.startSystemMove(); }
+    Q_INVOKABLE void startMove();
     /// `edges` is one edge, or two that meet.
-    Q_INVOKABLE void startResize(Qt::Edges edges) { m_window.startSystemResize(edges); }
+    Q_INVOKABLE void startResize(Qt::Edges edges);
 
 Q_SIGNALS:
     void changed();
 
 private:
+    void endPress();
+
     QWindow& m_window;
 };
 

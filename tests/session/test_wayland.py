@@ -1,0 +1,119 @@
+"""The application on a Wayland desktop: a compositor of its own in a window of the test's screen, so that mouse and
+keyboard are those of the other tests. A client of Wayland does not know where on the screen it is; the pixels tell.
+"""
+
+import re
+import unittest
+
+from desktop_test import PROGRAMS, DesktopTest
+from session import Session, wait_for
+
+BAR = (600, 20)
+SOCKET = "wayland-test"
+
+
+class WaylandSession(Session):
+    def start_desktop(self):
+        settings = self.folder / "weston.ini"
+        settings.write_text("[shell]\npanel-position=none\nbackground-color=0xff404040\nlocking=false\n"
+                            "startup-animation=none\nanimation=none\nclose-animation=none\nfocus-animation=none\n")
+        self.spawn("/usr/bin/weston", "--backend=x11-backend.so", f"--config={settings}", f"--socket={SOCKET}",
+                   "--width=%d" % self.size[0], "--height=%d" % self.size[1], "--use-pixman", "--idle-time=0")
+        wait_for("the compositor", (self.folder / "run" / SOCKET).exists)
+        self.environment["WAYLAND_DISPLAY"] = SOCKET
+        self.environment["XDG_SESSION_TYPE"] = "wayland"
+
+    def launch(self, *arguments, **options):
+        return super().launch(*arguments, DISPLAY="", **options)
+
+
+class WaylandTest(DesktopTest):
+    has_panel = False
+
+    @classmethod
+    def setUpClass(cls):
+        cls.desktop = WaylandSession(PROGRAMS, panel=False)
+        cls.addClassCleanup(cls.desktop.__exit__)
+        cls.desktop.__enter__()
+
+    def setUp(self):
+        super().setUp()
+        self.start_platform()
+
+    def open_window(self):
+        self.desktop.open_app(host=self.platform.address)
+        self.wait_for_text("No projects yet")
+        wait_for("the window on the screen", lambda: self.box()[2:] == (1000, 760))
+
+    def box(self):
+        """Left, top, width and height of all that is as light as the window, over which the pointer is put for it."""
+        x, y = self.desktop.size[0] / 2, self.desktop.size[1] / 2
+        # The compositor hears of the pointer only when it moves.
+        self.desktop.move(x - 1, y)
+        self.desktop.move(x, y)
+        text = self.desktop.x("convert", "x:root", "-colorspace", "Gray", "-threshold", "85%", "-bordercolor", "black",
+                              "-border", "1", "-format", "%@", "info:")
+        width, height, left, top = map(int, re.match(r"(\d+)x(\d+)\+(\d+)\+(\d+)", text).groups())
+        return left - 1, top - 1, width, height
+
+    def on_screen(self, place):
+        left, top, _, _ = self.box()
+        return left + place[0], top + place[1]
+
+    def press_button(self, name):
+        self.desktop.click(*self.on_screen(self.desktop.place(self.find("push button", name))))
+
+    def drag(self, start, right, down):
+        x, y = self.on_screen(start)
+        self.desktop.drag((x, y), (x + right, y + down))
+        self.desktop.drop()
+
+    def test_the_window_is_moved_by_its_bar_and_stays(self):
+        self.open_window()
+        for _ in range(2):
+            left, top, width, height = self.box()
+            # All of it is to stay on the screen.
+            right, down = (90 if left < 140 else -90), (50 if top < 70 else -50)
+            self.drag(BAR, right, down)
+            wait_for("the window in its new place", lambda: all(
+                abs(now - wanted) <= 24 for now, wanted in zip(self.box()[:2], (left + right, top + down))))
+            rest = self.box()
+            self.desktop.move(1200, 850)
+            self.assertEqual(self.box(), rest)
+            self.assertEqual(rest[2:], (width, height))
+
+    def test_the_window_is_resized_by_its_corner(self):
+        self.open_window()
+        width, height = self.box()[2:]
+        self.drag((width - 3, height - 3), -150, -120)
+        wait_for("the smaller window", lambda: abs(self.box()[2] - (width - 150)) <= 24 and
+                 abs(self.box()[3] - (height - 120)) <= 24)
+
+    def test_a_double_click_on_the_bar_fills_the_screen_and_puts_the_window_back(self):
+        self.open_window()
+        self.desktop.move(*self.on_screen(BAR))
+        self.desktop.xdotool("click", "--repeat", 2, "--delay", 60, 1)
+        wait_for("the large window", lambda: self.box()[2:] == self.desktop.size)
+        self.press_button("Restore")
+        wait_for("the size of before", lambda: self.box()[2:] == (1000, 760))
+
+    def test_a_folder_that_is_handed_over_goes_live(self):
+        self.open_window()
+        self.desktop.launch(self.site("garden"), host=self.platform.address).wait()
+        self.find("push button", "Deploy")
+        self.desktop.key("Return")
+        self.find("push button", "Done")
+        self.desktop.key("Return")
+        self.wait_for_rows("garden")
+
+    def test_the_close_button_leaves_the_application_running(self):
+        self.open_window()
+        self.press_button("Close")
+        wait_for("the end of the window", lambda: not self.desktop.widgets("label", "No projects yet"))
+        self.desktop.launch(host=self.platform.address).wait()
+        self.wait_for_text("No projects yet")
+        self.assertIsNone(self.desktop.app.poll())
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
