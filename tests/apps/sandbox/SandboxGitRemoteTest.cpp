@@ -253,8 +253,13 @@ TEST_F(SandboxGitRemote, takesRequestsInChunksAndCompressedOnes) {
     const Ending ending = person->push("head -c 3000000 /dev/urandom > large.bin");
     ASSERT_EQ(ending.exitCode, 0) << ending.error;
     EXPECT_EQ(siteRecord().at("lastAction"), "deploy");
-    // It compresses what it asks for when that is long: here, many commits that the platform has not.
-    person->must("for n in $(seq 60); do git commit --quiet --allow-empty -m $n; done", "work");
+    // It compresses what it asks for when that is long: here, many commits that the platform has not. They are younger
+    // than what both have, so that they are named first.
+    person->must("now=$(date +%s)\n"
+                 "for n in $(seq 60); do\n"
+                 "    GIT_COMMITTER_DATE=\"@$((now + n)) +0000\" git commit --quiet --allow-empty -m $n\n"
+                 "done",
+                 "work");
     const GitClient other("other", token);
     other.clone(*sandbox, "garden");
     ASSERT_EQ(other.push("echo two > two.html").exitCode, 0);
