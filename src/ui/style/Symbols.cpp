@@ -69,7 +69,8 @@ constexpr std::array symbols{
 
 QString Symbols::family() {
     static const QString family = [] {
-        const int font = QFontDatabase::addApplicationFont(QStringLiteral(":/driftwell/fonts/MaterialIcons-Regular.ttf"));
+        const int font =
+            QFontDatabase::addApplicationFont(QStringLiteral(":/driftwell/fonts/MaterialIcons-Regular.ttf"));
         return QFontDatabase::applicationFontFamilies(font).value(0);
     }();
     return family;
