@@ -10,7 +10,6 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
-#include <QTimer>
 
 #include <utility>
 
@@ -46,7 +45,10 @@ QList<QRect> freeAreas() {
 } // namespace
 
 MainWindow::MainWindow(AppState& state, WindowServices& desktop, std::unique_ptr<QSettings> defaults)
-    : m_state(state), m_desktop(desktop), m_defaults(std::move(defaults)) {}
+    : m_state(state), m_desktop(desktop), m_defaults(std::move(defaults)) {
+    // Later: the window is in the middle of it, and the click that closed it in the middle of a handler.
+    connect(this, &MainWindow::closing, this, &MainWindow::unload, Qt::QueuedConnection);
+}
 
 MainWindow::~MainWindow() = default;
 
@@ -120,8 +122,7 @@ void MainWindow::keepPlace() {
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Close) {
-        // Later: the window is in the middle of it, and the click that closed it in the middle of a handler.
-        QTimer::singleShot(0, this, &MainWindow::unload);
+        Q_EMIT closing();
     }
     if (event->type() == QEvent::Move || event->type() == QEvent::Resize ||
         event->type() == QEvent::WindowStateChange) {

@@ -45,6 +45,7 @@ public:
     [[nodiscard]] QQuickView* view() const;
 
 Q_SIGNALS:
+    void closing();
     void closed();
     /// The person wants the whole application to end.
     void quitRequested();

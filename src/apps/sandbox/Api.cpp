@@ -173,7 +173,7 @@ std::string describe(const Store::AccessChange& change) {
         parts.push_back(counted(change.emails->size(), "person", "people") + " invited");
     }
     if (change.anyoneCanComment) {
-        parts.push_back(*change.anyoneCanComment ? "anyone can comment" : "comments for the team only");
+        parts.emplace_back(*change.anyoneCanComment ? "anyone can comment" : "comments for the team only");
     }
     std::string text = "Changed who may open the site: ";
     for (size_t index = 0; index < parts.size(); ++index) {

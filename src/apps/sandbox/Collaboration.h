@@ -35,7 +35,7 @@ public:
 
     /// Each gives the site as it is afterwards, or nothing when there is none. The history of a site outlives the time
     /// in which people edit it together, so that a second beginning goes on with it.
-    [[nodiscard]] std::optional<Site> start(const std::string& site, const std::string& person);
+    [[nodiscard]] std::optional<Site> start(const std::string& name, const std::string& person);
     [[nodiscard]] std::optional<Site> stop(const std::string& site);
 
     /// The site. Throws HttpError where there is none or people do not edit it together.
@@ -43,11 +43,11 @@ public:
 
     /// Has `receive` take a push by a person, and makes live what "main" is at then. What cannot be made live is taken
     /// back from "main" as well, and thrown.
-    void takePush(const std::string& site, const std::string& person,
+    void takePush(const std::string& name, const std::string& person,
                   const std::function<void(const PushPlace&)>& receive);
 
     /// Publishes a small change of a colleague's, as if it had been pushed.
-    void pushInBetween(const std::string& site, const std::string& text);
+    void pushInBetween(const std::string& name, const std::string& text);
 
     /// Makes live what "main" is at, where a program that was killed did not get so far. To be called before the first
     /// request, and for one site whenever somebody asks for its history.

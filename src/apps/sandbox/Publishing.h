@@ -22,7 +22,7 @@ public:
     /// `person` is the address of who deploys. Throws HttpError.
     Unpacked deploy(Exchange& exchange, const std::string& site, const std::string& person);
 
-    [[nodiscard]] Store::Rollback rollBack(const std::string& site, const std::string& person);
+    [[nodiscard]] Store::Rollback rollBack(const std::string& name, const std::string& person);
 
     /// Whether there was such a site.
     [[nodiscard]] bool remove(const std::string& site, const std::string& person);

@@ -50,9 +50,11 @@ void ReceivedBody::remove() const {
 }
 
 void ReceivedBody::receive(Exchange& exchange, std::uint64_t limit, const std::string& name) {
-    const HttpError tooLarge(413, "too_large", "The " + name + " is larger than " + byteCount(limit));
+    const auto tooLarge = [&] {
+        return HttpError(413, "too_large", "The " + name + " is larger than " + byteCount(limit));
+    };
     if (exchange.bodyRemaining().value_or(0) > limit) {
-        throw tooLarge;
+        throw tooLarge();
     }
     const Descriptor output(open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!output.isOpen()) {
@@ -82,7 +84,7 @@ void ReceivedBody::receive(Exchange& exchange, std::uint64_t limit, const std::s
         return true;
     });
     if (m_size > limit) {
-        throw tooLarge;
+        throw tooLarge();
     }
     if (whole) {
         flush();

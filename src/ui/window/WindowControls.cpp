@@ -7,6 +7,8 @@ namespace driftwell {
 
 WindowControls::WindowControls(QWindow& window) : m_window(window) {
     connect(&window, &QWindow::visibilityChanged, this, &WindowControls::changed);
+    // Later: it begins in the middle of a handler of the press.
+    connect(this, &WindowControls::pointerTaken, this, &WindowControls::endPress, Qt::QueuedConnection);
 }
 
 void WindowControls::toggleMaximized() {
@@ -19,12 +21,12 @@ void WindowControls::toggleMaximized() {
 
 void WindowControls::startMove() {
     m_window.startSystemMove();
-    QMetaObject::invokeMethod(this, &WindowControls::endPress, Qt::QueuedConnection);
+    Q_EMIT pointerTaken();
 }
 
 void WindowControls::startResize(Qt::Edges edges) {
     m_window.startSystemResize(edges);
-    QMetaObject::invokeMethod(this, &WindowControls::endPress, Qt::QueuedConnection);
+    Q_EMIT pointerTaken();
 }
 
 void WindowControls::endPress() {

@@ -31,6 +31,8 @@ public:
 
 Q_SIGNALS:
     void changed();
+    /// The window manager has taken the pointer for a move or a change of size.
+    void pointerTaken();
 
 private:
     void endPress();
