@@ -123,8 +123,7 @@ Task<Git::RunResult> mergedTree(LinkedFolder folder, Commits commits) {
 
 /// Whether the folder's file is what a git that was killed may have left of this change.
 Task<bool> isLeftOver(LinkedFolder folder, Change change, std::string tree) {
-    const fs::path root = folder.path();
-    const auto look = [root, change] {
+    const auto look = [root = folder.path(), change] {
         return present(root, change);
     };
     const Present now = co_await runOnPool(look);

@@ -113,6 +113,8 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     }
     request.body = std::move(call.body);
 
+    // The client may go while an answer is on its way.
+    const bool refusesNotOk = m_refusesNotOk;
     HttpResponse response = co_await m_session.send(std::move(request), stop);
     if (!isSuccess(response.status)) {
         throw refusal(response.status, errorBody(response.body));
@@ -120,7 +122,7 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     if (response.tooLarge) {
         throw unexpectedResponse(call.path);
     }
-    if (m_refusesNotOk && (call.method != "GET" || response.body.size() < smallAnswerBytes)) {
+    if (refusesNotOk && (call.method != "GET" || response.body.size() < smallAnswerBytes)) {
         const AnswerVerdict verdict = co_await decodeAnswer<AnswerVerdict>(response.body, call.path);
         if (verdict.refused) {
             throw PlatformError::api(verdict.error.trimmed().isEmpty()
