@@ -90,6 +90,16 @@ class WindowTest(DesktopTest):
         self.start_again()
         wait_for("the window as it was", lambda: (self.extent(), self.corner()) == ((900, 600), rest))
 
+    def test_a_window_that_was_minimized_at_the_end_opens_as_large_as_it_was(self):
+        self.resize(900, 600)
+        self.press("push button", "Minimize")
+        wait_for("the end of the window on the screen", lambda: not self.desktop.windows("Driftwell"))
+        self.click_in_tray()
+        self.press("push button", "Quit")
+        self.wait_for_end()
+        self.start_again()
+        wait_for("the size of before", lambda: self.extent() == (900, 600))
+
     def test_a_window_that_was_left_maximized_opens_maximized_and_has_its_size_of_before(self):
         self.resize(900, 600)
         self.press("push button", "Maximize")

@@ -108,7 +108,8 @@ void MainWindow::followPlace() {
         if (geometry != m_geometry) {
             m_earlierGeometry = std::exchange(m_geometry, geometry);
         }
-    } else if (geometry == m_geometry && m_earlierGeometry.isValid()) {
+    } else if (view()->windowStates().testFlag(Qt::WindowMaximized) && geometry == m_geometry &&
+               m_earlierGeometry.isValid()) {
         // It was enlarged before it was said to be maximized.
         m_geometry = m_earlierGeometry;
     }

@@ -36,7 +36,7 @@ public:
                       m_folder)
             .json("`site`, `url`, `folder`, `agentFiles`")
             .example("dw clone launch", "Make the folder launch of the site launch")
-            .example("dw clone launch ~/work/launch", "Make it elsewhere");
+            .example("dw clone launch drafts/launch", "Make it elsewhere");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
