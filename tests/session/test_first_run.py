@@ -1,16 +1,15 @@
 """The first run of the application, as a new person meets it."""
 
-import json
 import re
-import subprocess
 import unittest
 import urllib.error
 import urllib.parse
 import urllib.request
 from pathlib import Path
 
+from chromium import Chromium
 from desktop_test import DesktopTest
-from session import DEADLINE, end_with_parent, wait_for
+from session import wait_for
 
 
 class FirstRunTest(DesktopTest):
@@ -36,47 +35,15 @@ class FirstRunTest(DesktopTest):
 
     # --- The browser ---
 
-    def start_chromium(self):
-        """A real browser without a window, driven through chromedriver (W3C WebDriver)."""
-        # Its name is short, since the browser makes a socket below.
-        folder = self.desktop.folder / "chromium"
-        folder.mkdir()
-        driver = subprocess.Popen(["/usr/bin/chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True,
-                                  stderr=subprocess.DEVNULL, preexec_fn=end_with_parent,
-                                  env={"HOME": str(folder), "TMPDIR": str(folder), "PATH": "/usr/bin:/bin"})
-        self.extra.append(driver)
-        for line in driver.stdout:
-            if match := re.search(r"started successfully on port (\d+)", line):
-                break
-        address = f"http://127.0.0.1:{match.group(1)}"
-        opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
-
-        def ask(method, path, body=None):
-            request = urllib.request.Request(address + path, method=method,
-                                             data=None if body is None else json.dumps(body).encode(),
-                                             headers={"Content-Type": "application/json"})
-            try:
-                with opener.open(request, timeout=DEADLINE) as answer:
-                    return json.loads(answer.read())["value"]
-            except urllib.error.HTTPError as failure:
-                raise AssertionError(f"the browser refuses {path}: {failure.read().decode()[:500]}") from None
-        session = ask("POST", "/session", {"capabilities": {"alwaysMatch": {"goog:chromeOptions": {
-            "binary": "/usr/bin/chromium",
-            "args": ["--headless", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
-                     "--disable-background-networking", "--disable-component-update", "--disable-sync",
-                     "--no-proxy-server", "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1",
-                     f"--user-data-dir={folder / 'profile'}"]}}}})["sessionId"]
-        return lambda method, path, body=None: ask(method, f"/session/{session}{path}", body)
-
     def sign_in_with_chromium(self, person):
         page = wait_for("the sign-in page", lambda: [a for a in self.desktop.opened() if "/auth/login?" in a])[-1]
-        browser = self.start_chromium()
-        browser("POST", "/url", {"url": page})
-        button = next(iter(browser("POST", "/element", {
-            "using": "css selector", "value": f"button[value={person}]"}).values()))
-        browser("POST", f"/element/{button}/click", {})
-        wait_for("the page that says so", lambda: browser("GET", "/title") == "Signed in to Driftwell")
-        browser("DELETE", "")
+        folder = self.desktop.folder / "chromium"
+        browser = Chromium(folder, {"HOME": str(folder), "PATH": "/usr/bin:/bin"})
+        self.extra.append(browser.driver)
+        browser.open(page)
+        browser.click(f"button[value={person}]")
+        wait_for("the page that says so", lambda: browser.title() == "Signed in to Driftwell")
+        browser.close()
 
     # --- The introduction ---
 

@@ -8,11 +8,11 @@ import re
 import subprocess
 import threading
 import unittest
-import urllib.error
 import urllib.parse
 import urllib.request
 from pathlib import Path
 
+from chromium import Chromium
 from desktop_test import PROGRAMS, DesktopTest
 from session import DEADLINE, end_with_parent, wait_for
 
@@ -116,12 +116,14 @@ class LinkTest(DesktopTest):
         self.wait_for_rows("garden")
         page = f'<title>Open</title><a id="open" href="{self.link().replace("&", "&amp;")}">Open for editing</a>'
         address = self.serve(page)
-        browser = self.start_chromium(address)
-        browser("POST", "/url", {"url": address})
-        element = next(iter(browser("POST", "/element", {"using": "css selector", "value": "#open"}).values()))
-        browser("POST", f"/element/{element}/click", {})
+        # The person has allowed this page to open the application.
+        trusted = {"protocol_handler": {"allowed_origin_protocol_pairs": {address: {"driftwell": True}}}}
+        browser = Chromium(self.desktop.folder / "chromium", self.desktop.environment, trusted)
+        self.extra.append(browser.driver)
+        browser.open(address)
+        browser.click("#open")
         self.wait_for_copy()
-        browser("DELETE", "")
+        browser.close()
 
     def serve(self, page):
         class Page(http.server.BaseHTTPRequestHandler):
@@ -138,38 +140,6 @@ class LinkTest(DesktopTest):
         self.addCleanup(server.server_close)
         self.addCleanup(server.shutdown)
         return f"http://127.0.0.1:{server.server_port}"
-
-    def start_chromium(self, trusted):
-        """A real browser on this desktop, whose person has allowed the page to open the application."""
-        folder = self.desktop.folder / "chromium"
-        folder.mkdir()
-        environment = dict(self.desktop.environment, TMPDIR=str(folder))
-        driver = subprocess.Popen(["/usr/bin/chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True,
-                                  stderr=subprocess.DEVNULL, preexec_fn=end_with_parent, env=environment)
-        self.extra.append(driver)
-        for line in driver.stdout:
-            if match := re.search(r"started successfully on port (\d+)", line):
-                break
-        driver_address = f"http://127.0.0.1:{match.group(1)}"
-        opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
-
-        def ask(method, path, body=None):
-            request = urllib.request.Request(driver_address + path, method=method,
-                                             data=None if body is None else json.dumps(body).encode(),
-                                             headers={"Content-Type": "application/json"})
-            try:
-                with opener.open(request, timeout=DEADLINE) as answer:
-                    return json.loads(answer.read())["value"]
-            except urllib.error.HTTPError as failure:
-                raise AssertionError(f"the browser refuses {path}: {failure.read().decode()[:500]}") from None
-        session = ask("POST", "/session", {"capabilities": {"alwaysMatch": {"goog:chromeOptions": {
-            "binary": "/usr/bin/chromium",
-            "prefs": {"protocol_handler": {"allowed_origin_protocol_pairs": {trusted: {"driftwell": True}}}},
-            "args": ["--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
-                     "--disable-background-networking", "--disable-component-update", "--disable-sync",
-                     "--no-proxy-server", "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1",
-                     f"--user-data-dir={folder / 'profile'}"]}}}})["sessionId"]
-        return lambda method, path, body=None: ask(method, f"/session/{session}{path}", body)
 
     # --- A conflict that is repaired while nobody looks ---
 
