@@ -3,6 +3,7 @@
 #include "desktop/DesktopServices.h"
 #include "desktop/WindowServices.h"
 #include "support/Completion.h"
+#include "tests/Await.h"
 #include "tests/FakeLoginItem.h"
 
 #include <gtest/gtest.h>
@@ -30,6 +31,11 @@ public:
 
     ~RecordingDesktopServices() override {
         EXPECT_TRUE(m_folderAnswers.empty()) << "the desktop was never asked for a folder";
+        // Whoever still waits for an answer ends with the desktop.
+        for (FolderAnswer& answer : m_askedFolderAnswers) {
+            answer.succeed(std::nullopt);
+        }
+        settle();
     }
 
     /// The next question for a folder is expected; whoever holds the result answers it.
@@ -50,6 +56,7 @@ public:
         }
         FolderAnswer answer = m_folderAnswers.front();
         m_folderAnswers.pop_front();
+        m_askedFolderAnswers.push_back(answer);
         co_return co_await answer;
     }
 
@@ -82,6 +89,7 @@ private:
     FakeLoginItem m_loginItem;
     ColorScheme m_colorScheme = ColorScheme::Light;
     std::deque<FolderAnswer> m_folderAnswers;
+    std::vector<FolderAnswer> m_askedFolderAnswers;
     std::vector<FolderQuestion> m_folderQuestions;
 };
 

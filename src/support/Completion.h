@@ -101,23 +101,22 @@ private:
     std::shared_ptr<State> m_state = std::make_shared<State>();
 };
 
-/// Runs the work and decides the result with what it gave or threw, once everything that the work held is gone.
-template <class Work, class T> void completeWith(Work work, Completion<T> done) {
+/// Runs the work and decides the result with what it gave or threw, once the work, with everything that it held, is
+/// gone.
+template <class Work, class T> void completeWith(std::optional<Work>& work, Completion<T> done) {
     std::optional<std::conditional_t<std::is_void_v<T>, std::monostate, T>> result;
     std::exception_ptr failure;
-    {
-        Work running = std::move(work);
-        try {
-            if constexpr (std::is_void_v<T>) {
-                running();
-                result.emplace();
-            } else {
-                result.emplace(running());
-            }
-        } catch (...) {
-            failure = std::current_exception();
+    try {
+        if constexpr (std::is_void_v<T>) {
+            (*work)();
+            result.emplace();
+        } else {
+            result.emplace((*work)());
         }
+    } catch (...) {
+        failure = std::current_exception();
     }
+    work.reset();
     if (failure) {
         done.fail(failure);
     } else {

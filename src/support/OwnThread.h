@@ -5,6 +5,8 @@
 #include "support/Task.h"
 
 #include <functional>
+#include <memory>
+#include <optional>
 #include <stop_token>
 #include <type_traits>
 
@@ -28,7 +30,9 @@ template <class Work> Task<std::invoke_result_t<Work>> runOnOwnThread(Work work,
     using Result = std::invoke_result_t<Work>;
     throwIfCancelled(stop);
     Completion<Result> done;
-    detail::startOwnThread([work = std::move(work), done]() mutable { completeWith(std::move(work), done); });
+    // Shared, since what is moved from may still hold something: a lambda's copy of a constant does.
+    const auto held = std::make_shared<std::optional<Work>>(std::move(work));
+    detail::startOwnThread([held, done] { completeWith(*held, done); });
     const std::stop_callback cancel(stop, [done]() mutable { done.fail(Cancelled()); });
     co_return co_await done;
 }

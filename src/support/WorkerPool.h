@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -57,7 +59,9 @@ private:
 template <class Work> Task<std::invoke_result_t<Work>> runOnPool(Work work) {
     using Result = std::invoke_result_t<Work>;
     Completion<Result> done;
-    WorkerPool::shared().start([work = std::move(work), done]() mutable { completeWith(std::move(work), done); });
+    // Shared, since what is moved from may still hold something: a lambda's copy of a constant does.
+    const auto held = std::make_shared<std::optional<Work>>(std::move(work));
+    WorkerPool::shared().start([held, done] { completeWith(*held, done); });
     co_return co_await done;
 }
 

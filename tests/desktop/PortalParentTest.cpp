@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace driftwell::tests {
 
 namespace {
@@ -19,9 +21,14 @@ Task<> choose(FolderChooser* chooser) {
 
 class PortalParentTest : public testing::Test {
 protected:
+    ~PortalParentTest() override {
+        chooser.reset();
+        settle();
+    }
+
     QString parentThatIsNamed() {
         const int before = portal.callsOf(FakePortal::openFile);
-        detach(choose(&chooser));
+        detach(choose(chooser.get()));
         waitUntil([&] { return portal.callsOf(FakePortal::openFile) == before + 1; });
         const QString named = portal.lastCallOf(FakePortal::openFile).arguments().value(0).toString();
         portal.answer(FakePortal::cancelled, {}, portal.usualRequest());
@@ -31,7 +38,7 @@ protected:
 
     PrivateBus bus;
     FakePortal portal{bus.connect(), 3};
-    FolderChooser chooser{bus.connect(), deadline};
+    std::unique_ptr<FolderChooser> chooser = std::make_unique<FolderChooser>(bus.connect(), deadline);
 };
 
 TEST_F(PortalParentTest, IsTheApplicationsWindowByItsNumberInHexadecimal) {

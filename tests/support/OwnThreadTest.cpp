@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -39,6 +40,24 @@ private:
     std::shared_ptr<std::atomic<int>> m_running = std::make_shared<std::atomic<int>>(0);
 };
 
+/// Counts its copies, and takes its time to go on another thread than that of the test.
+class SlowToGo {
+public:
+    SlowToGo() = default;
+    SlowToGo(const SlowToGo&) = default;
+    SlowToGo& operator=(const SlowToGo&) = delete;
+    ~SlowToGo() {
+        if (std::this_thread::get_id() != m_thread) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+    [[nodiscard]] int copies() const { return static_cast<int>(m_count.use_count()); }
+
+private:
+    std::thread::id m_thread = std::this_thread::get_id();
+    std::shared_ptr<int> m_count = std::make_shared<int>(0);
+};
+
 TEST(OwnThreadTest, GivesTheResultOnTheCallersThread) {
     const auto work = [] {
         return std::this_thread::get_id();
@@ -61,6 +80,17 @@ TEST(OwnThreadTest, LetsGoOfWhatTheWorkHeldBeforeTheResultIsThere) {
     };
     EXPECT_EQ(tests::await(runOnOwnThread(std::move(work), std::stop_token())), 1);
     EXPECT_TRUE(watched.expired());
+}
+
+TEST(OwnThreadTest, LetsGoOfACopyOfAConstantToo) {
+    // What a lambda copies of a constant is one itself, and is left behind by a move.
+    const SlowToGo held;
+    const auto work = [held] {
+        return held.copies();
+    };
+    const int before = held.copies();
+    EXPECT_GT(tests::await(runOnOwnThread(work, std::stop_token())), before);
+    EXPECT_EQ(held.copies(), before);
 }
 
 TEST(OwnThreadTest, AStopEndsTheWaitForWorkThatNeverReturns) {

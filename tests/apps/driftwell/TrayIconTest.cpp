@@ -84,7 +84,8 @@ double luminance(const QColor& color) {
 
 /// From 1 for the same to 21 for black and white (WCAG 2.1, contrast ratio).
 double contrast(const QColor& one, const QColor& other) {
-    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+    // Of values: what refers to a temporary would not outlive this line.
+    const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
     return (lighter + 0.05) / (darker + 0.05);
 }
 
