@@ -91,6 +91,18 @@ std::size_t SandboxProcess::residentBytes() const {
     return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
+testing::AssertionResult SandboxProcess::hasGrownByLessThan(std::size_t bytes, std::size_t before) const {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    static_cast<void>(bytes);
+    static_cast<void>(before);
+    return testing::AssertionSuccess();
+#else
+    const std::size_t now = residentBytes();
+    return (now < before + bytes ? testing::AssertionSuccess() : testing::AssertionFailure())
+           << "it holds " << now << " bytes after " << before;
+#endif
+}
+
 int SandboxProcess::end(int number) {
     m_hasEnded = true;
     m_program.signal(number);

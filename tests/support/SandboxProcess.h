@@ -38,6 +38,9 @@ public:
     [[nodiscard]] std::string siteUrl(const std::string& site, const std::string& path) const;
     /// What the program holds in memory, in bytes.
     [[nodiscard]] std::size_t residentBytes() const;
+    /// Whether that is less than `bytes` more than before. A sanitizer keeps much beside what the program holds, so
+    /// that nothing can be said with one, and this is true.
+    [[nodiscard]] testing::AssertionResult hasGrownByLessThan(std::size_t bytes, std::size_t before) const;
 
     /// What it has written to standard error, once it has ended.
     [[nodiscard]] const std::string& complaints() const { return m_program.soFar().error; }

@@ -2,9 +2,10 @@
 
 #include <QByteArray>
 #include <QCryptographicHash>
-#include <QFile>
+#include <QResource>
 
 #include <array>
+#include <stdexcept>
 
 namespace driftwell::dw {
 
@@ -20,11 +21,12 @@ constexpr std::string_view endMark = "<!-- dw init: end -->";
 constexpr qsizetype digestLetters = 16;
 
 std::string resource(const std::string& name) {
-    QFile file(QStringLiteral(":/driftwell/agents/") + QString::fromStdString(name) + QStringLiteral(".md"));
-    if (!file.open(QIODevice::ReadOnly)) {
+    // Not by a QFile: an object would make a thread of Qt's out of the one that this runs on.
+    const QResource text(QStringLiteral(":/driftwell/agents/") + QString::fromStdString(name) + QStringLiteral(".md"));
+    if (!text.isValid()) {
         throw std::runtime_error("The program lacks its text " + name);
     }
-    return file.readAll().toStdString();
+    return text.uncompressedData().toStdString();
 }
 
 std::string digest(const std::string& text) {
