@@ -58,6 +58,11 @@ QString ConnectionBannerModel::text(const Phase& phase, const Config& config, in
     Q_UNREACHABLE();
 }
 
+QString ConnectionBannerModel::spoken(const Phase& phase, const Config& config) {
+    const bool isCountedDown = phase.kind == Phase::Kind::Idle || phase.kind == Phase::Kind::Running;
+    return isCountedDown ? QStringLiteral("deploys are paused") : text(phase, config, 0);
+}
+
 bool ConnectionBannerModel::isBootOffered(const Phase& phase, const Config& config) {
     return config && config->isLocal() && (phase.kind == Phase::Kind::Idle || phase.kind == Phase::Kind::Failed);
 }
@@ -77,6 +82,10 @@ QString ConnectionBannerModel::title() const {
 QString ConnectionBannerModel::text() const {
     const ConnectionStatus status = m_connection.status();
     return text(m_server.phase(), m_connection.config(), isOutOfReach(status) ? status.retryIn : 0);
+}
+
+QString ConnectionBannerModel::spoken() const {
+    return spoken(m_server.phase(), m_connection.config());
 }
 
 QString ConnectionBannerModel::offer() const {

@@ -25,6 +25,7 @@ class ConnectionBannerModel final : public QObject {
     Q_PROPERTY(bool waiting READ isWaiting NOTIFY changed)
     Q_PROPERTY(QString title READ title NOTIFY changed)
     Q_PROPERTY(QString text READ text NOTIFY changed)
+    Q_PROPERTY(QString spoken READ spoken NOTIFY changed)
     Q_PROPERTY(QString offer READ offer NOTIFY changed)
 
 public:
@@ -40,6 +41,7 @@ public:
     [[nodiscard]] static QString title(const Phase& phase, const Config& config);
     /// `retryIn` is in seconds.
     [[nodiscard]] static QString text(const Phase& phase, const Config& config, int retryIn);
+    [[nodiscard]] static QString spoken(const Phase& phase, const Config& config);
     /// Whether the platform is one that could be run on this machine and is not.
     [[nodiscard]] static bool isBootOffered(const Phase& phase, const Config& config);
 
@@ -48,6 +50,8 @@ public:
     [[nodiscard]] bool isWaiting() const;
     [[nodiscard]] QString title() const;
     [[nodiscard]] QString text() const;
+    /// The text without what is counted down.
+    [[nodiscard]] QString spoken() const;
     /// What can be done about it; empty when nothing can.
     [[nodiscard]] QString offer() const;
 

@@ -10,6 +10,7 @@
 #include "ui/sites/SiteListModel.h"
 #include "ui/window/Alerts.h"
 #include "ui/window/ConnectionBannerModel.h"
+#include "ui/window/KeyListModel.h"
 #include "ui/window/RelinkBannerModel.h"
 #include "ui/window/SiteSheets.h"
 #include "ui/window/ToolbarModel.h"
@@ -40,6 +41,7 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::DeploySheetModel* deploySheet READ deploySheet NOTIFY deploySheetChanged)
     Q_PROPERTY(driftwell::GitInstallModel* gitInstall READ gitInstall NOTIFY gitInstallChanged)
     Q_PROPERTY(driftwell::Alerts* alert READ alert NOTIFY alertChanged)
+    Q_PROPERTY(driftwell::KeyListModel* keys READ keys NOTIFY keysChanged)
     Q_PROPERTY(QString host READ host NOTIFY hostChanged)
     Q_PROPERTY(QString exampleHost READ exampleHost CONSTANT)
     Q_PROPERTY(QString localSetupError READ localSetupError NOTIFY localSetupErrorChanged)
@@ -93,6 +95,10 @@ public:
     [[nodiscard]] Alerts* alert() { return m_alerts.isPending() ? &m_alerts : nullptr; }
     [[nodiscard]] const Alerts& alerts() const { return m_alerts; }
 
+    /// Null while the list of keys is not asked for.
+    [[nodiscard]] KeyListModel* keys() { return m_keysShown ? &m_keys : nullptr; }
+
+    Q_INVOKABLE void showKeys() { setKeysShown(true); }
     Q_INVOKABLE void setHost(const QString& host);
     Q_INVOKABLE void chooseRepoAndRunLocalPlatform();
     Q_INVOKABLE void chooseFolderAndDeploy();
@@ -105,6 +111,7 @@ Q_SIGNALS:
     void localSetupErrorChanged();
     void dropChanged();
     void alertChanged();
+    void keysChanged();
 
 private:
     [[nodiscard]] Content presentContent() const;
@@ -113,6 +120,7 @@ private:
     void followStatus();
     void followOnboarding();
     void followDeployFlow();
+    void setKeysShown(bool shown);
 
     AppState& m_state;
     WindowServices& m_desktop;
@@ -127,6 +135,8 @@ private:
     OnboardingModel* m_onboarding = nullptr;
     DeploySheetModel* m_deploySheet = nullptr;
     Content m_content;
+    KeyListModel m_keys{nullptr};
+    bool m_keysShown = false;
     bool m_dropTargeted = false;
 };
 

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Driftwell
 
 // The first thing a person sees who has no platform yet.
-Item {
+FocusScope {
     id: view
 
     required property MainWindowModel model
@@ -14,7 +14,7 @@ Item {
         }
     }
 
-    Component.onCompleted: host.forceActiveFocus()
+    focus: true
 
     ColumnLayout {
         anchors.centerIn: parent
@@ -33,11 +33,10 @@ Item {
             text: "Where does your team deploy?"
             textStyle: TextStyle.ScreenTitle
         }
-        AppText {
+        CodeText {
             Layout.fillWidth: true
             horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.Wrap
-            text: "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI."
+            source: "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI."
             textStyle: TextStyle.Note
             tone: Tone.Muted
             lineHeight: 1.25
@@ -50,6 +49,7 @@ Item {
             InputField {
                 id: host
 
+                focus: true
                 Layout.preferredWidth: 240
                 placeholderText: view.model.exampleHost
                 Accessible.name: "Platform host"

@@ -48,6 +48,11 @@ SheetHost {
         GitInstallSheet {}
     }
     SheetEntry {
+        target: sheets.model.keys
+
+        KeysSheet {}
+    }
+    SheetEntry {
         target: sheets.model.alert
 
         AlertSheet {}
