@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// What a screen reader speaks without being asked: the alerts that come into sight.
+/// What a screen reader speaks without being asked: the alerts and notifications that come into sight.
 class AnnouncementTest : public WindowFixture {
 protected:
     void SetUp() override {
@@ -39,8 +39,8 @@ private:
 
     static void listen(QAccessibleEvent* event) {
         QAccessibleInterface* const interface = event->accessibleInterface();
-        if (event->type() == QAccessible::ObjectShow && interface != nullptr &&
-            interface->role() == QAccessible::AlertMessage) {
+        const bool isShown = event->type() == QAccessible::ObjectShow && interface != nullptr;
+        if (isShown && (interface->role() == QAccessible::AlertMessage || interface->role() == Role::Notification)) {
             spoken().push_back(interface->text(QAccessible::Name).toStdString());
         }
     }

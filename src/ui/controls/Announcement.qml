@@ -6,7 +6,7 @@ Item {
 
     required property string text
 
-    // A screen reader speaks an alert that comes into sight.
+    // A screen reader speaks a notification that comes into sight.
     function say(): void {
         visible = false;
         Accessible.name = text;
@@ -16,7 +16,7 @@ Item {
     width: 1
     height: 1
     visible: false
-    Accessible.role: Accessible.AlertMessage
+    Accessible.role: Accessible.Notification
     onTextChanged: say()
     Component.onCompleted: say()
 }

@@ -45,7 +45,8 @@ QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
     // A switch has a state of its own, which Qt tells.
     const bool isButton = className == QLatin1String("QQuickAbstractButton") && !item->inherits("QQuickSwitch");
     const bool isPopup = className == QLatin1String("QQuickPopupItem");
-    return isButton || isPopup ? new AccessibleItem(*item) : nullptr;
+    const bool isProgress = className == QLatin1String("QQuickProgressBar");
+    return isButton || isPopup || isProgress ? new AccessibleItem(*item) : nullptr;
 }
 
 } // namespace
@@ -171,7 +172,38 @@ QAccessible::State AccessibleItem::state() const {
 }
 
 void* AccessibleItem::interface_cast(QAccessible::InterfaceType type) {
-    return type == QAccessible::ActionInterface ? static_cast<QAccessibleActionInterface*>(this) : nullptr;
+    switch (type) {
+    case QAccessible::ActionInterface:
+        return static_cast<QAccessibleActionInterface*>(this);
+    case QAccessible::ValueInterface:
+        return isProgress() ? static_cast<QAccessibleValueInterface*>(this) : nullptr;
+    default:
+        return nullptr;
+    }
+}
+
+bool AccessibleItem::isProgress() const {
+    return item()->inherits("QQuickProgressBar");
+}
+
+QVariant AccessibleItem::currentValue() const {
+    return item()->property("value");
+}
+
+void AccessibleItem::setCurrentValue(const QVariant&) {
+    // How far something is, nobody sets.
+}
+
+QVariant AccessibleItem::maximumValue() const {
+    return item()->property("to");
+}
+
+QVariant AccessibleItem::minimumValue() const {
+    return item()->property("from");
+}
+
+QVariant AccessibleItem::minimumStepSize() const {
+    return {};
 }
 
 QStringList AccessibleItem::actionNames() const {

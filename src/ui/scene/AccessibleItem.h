@@ -5,11 +5,14 @@
 
 namespace driftwell {
 
-/// What a screen reader is told of a button, an entry of a menu or a dialog. Qt Quick 6.4 tells the same by itself but
-/// for two things, for which views have no property: that what is disabled is so, and that a dialog is modal.
+/// What a screen reader is told of a button, an entry of a menu, a bar of progress or a dialog. Qt Quick 6.4 tells the
+/// same by itself but for three things, for which views have no property: that what is disabled is so, that a dialog is
+/// modal, and how far a bar of progress is.
 ///
 /// Made and owned by Qt's register of accessible objects.
-class AccessibleItem final : public QAccessibleObject, public QAccessibleActionInterface {
+class AccessibleItem final : public QAccessibleObject,
+                             public QAccessibleActionInterface,
+                             public QAccessibleValueInterface {
 public:
     /// From now on Qt asks here first. Later calls do nothing.
     static void install();
@@ -33,8 +36,15 @@ public:
     void doAction(const QString& action) override;
     [[nodiscard]] QStringList keyBindingsForAction(const QString& action) const override;
 
+    [[nodiscard]] QVariant currentValue() const override;
+    void setCurrentValue(const QVariant& value) override;
+    [[nodiscard]] QVariant maximumValue() const override;
+    [[nodiscard]] QVariant minimumValue() const override;
+    [[nodiscard]] QVariant minimumStepSize() const override;
+
 private:
     [[nodiscard]] QQuickItem* item() const;
+    [[nodiscard]] bool isProgress() const;
     [[nodiscard]] QList<QAccessibleInterface*> children() const;
     [[nodiscard]] bool isModal() const;
 };
