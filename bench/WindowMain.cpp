@@ -100,15 +100,26 @@ std::vector<FrameCost> scroll(QQuickView& window) {
     return frames;
 }
 
-/// The list of the window's sites.
-QQuickItem& siteList(QQuickView& window) {
-    const QList<QQuickItem*> items = window.rootObject()->findChildren<QQuickItem*>();
-    for (QQuickItem* item : items) {
-        if (item->inherits("QQuickListView") && item->property("count").toInt() == sampleSiteCount) {
-            return *item;
+/// The list of the sites below an item; null where there is none.
+QQuickItem* findSiteList(QQuickItem& below) {
+    if (below.inherits("QQuickListView") && below.property("count").toInt() == sampleSiteCount) {
+        return &below;
+    }
+    const QList<QQuickItem*> children = below.childItems();
+    for (QQuickItem* const child : children) {
+        if (QQuickItem* const found = findSiteList(*child)) {
+            return found;
         }
     }
-    throw std::runtime_error("the window has no list");
+    return nullptr;
+}
+
+QQuickItem& siteList(QQuickView& window) {
+    QQuickItem* const list = findSiteList(*window.rootObject());
+    if (list == nullptr) {
+        throw std::runtime_error("the window has no list");
+    }
+    return *list;
 }
 
 /// How far the list went must not be nothing: otherwise nothing was measured.
