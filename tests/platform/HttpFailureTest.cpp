@@ -14,6 +14,13 @@ std::string textOf(const HttpFailure& failure) {
     return describeHttpFailure(failure).toStdString();
 }
 
+TEST(HttpFailureTest, SaysThatWhoAnsweredDoesNotSpeakHttps) {
+    EXPECT_EQ(textOf({.code = CURLE_SSL_CONNECT_ERROR,
+                      .url = url,
+                      .detail = "error:0A00010B:SSL routines::wrong version number"}),
+              "No secure connection to sites.example.org could be made: it does not speak https there");
+}
+
 TEST(HttpFailureTest, GivesTheSystemsReasonForAConnectionThatCouldNotBeMade) {
     EXPECT_EQ(textOf({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = ECONNREFUSED}),
               "Could not connect to sites.example.org: Connection refused");

@@ -1,5 +1,6 @@
 """The application's window among the windows of a desktop: moved, enlarged and closed by its own bar."""
 
+import subprocess
 import time
 import unittest
 
@@ -61,6 +62,32 @@ class WindowTest(DesktopTest):
             wait_for("the other size", lambda: (self.extent() == before) != enlarged)
 
 
+    def test_the_right_button_on_the_bar_opens_the_window_managers_menu(self):
+        before = self.extent()
+        x, y = self.corner()
+        menus = self.popups()
+        self.desktop.click(x + BAR[0], y + BAR[1], button=3)
+        wait_for("the menu of the window manager", lambda: self.popups() - menus)
+        self.assertEqual(self.desktop.widgets("menu item"), [])
+        # The first entry of xfwm4's.
+        self.desktop.key("Down", "Return")
+        wait_for("the large window", lambda: self.extent()[0] == self.desktop.size[0])
+        self.press("push button", "Restore")
+        wait_for("the size of before", lambda: self.extent() == before)
+
+    def popups(self):
+        """The visible windows that the window manager does not manage, menus among them."""
+        lines = self.desktop.x("xwininfo", "-root", "-children").splitlines()
+        children = [line.split()[0] for line in lines if line.strip().startswith("0x")]
+        return {child for child in children if self.is_popup(child)}
+
+    def is_popup(self, window):
+        try:
+            text = self.desktop.x("xwininfo", "-id", window, "-all")
+        except subprocess.CalledProcessError:
+            return False
+        return "Override Redirect State: yes" in text and "Map State: IsViewable" in text
+
     def close(self):
         self.press("push button", "Close")
         wait_for("the end of the window", lambda: not self.desktop.windows("Driftwell"))
@@ -109,6 +136,40 @@ class WindowTest(DesktopTest):
         wait_for("the large window", lambda: self.extent()[0] == self.desktop.size[0])
         self.press("push button", "Restore")
         wait_for("the size of before", lambda: self.extent() == (900, 600))
+
+
+class WindowButtonsTest(DesktopTest):
+    """On a desktop with a portal that tells where windows have their buttons."""
+
+    has_panel = False
+
+    def setUp(self):
+        super().setUp()
+        self.start_portal()
+        self.start_platform()
+
+    def buttons(self):
+        """The names of the window's buttons from the left to the right, and where the first begins."""
+        found = sorted((self.desktop.box(button).x, button.name) for button in self.desktop.widgets("push button")
+                       if button.name in ("Close", "Minimize", "Maximize"))
+        return [name for _, name in found], found[0][0] if found else None
+
+    def wait_for_buttons(self, names, is_on_right):
+        def are_there():
+            found, left = self.buttons()
+            return found == names and (left > 800) == is_on_right
+        wait_for(f"the buttons {names}", are_there)
+
+    def test_the_buttons_stand_where_the_desktop_has_them_and_follow_it(self):
+        self.open()
+        self.wait_for_text("No projects yet")
+        self.wait_for_buttons(["Close", "Minimize", "Maximize"], False)
+        self.in_portal(lambda portal: portal.PlaceButtons("appmenu:minimize,maximize,close"))
+        self.wait_for_buttons(["Minimize", "Maximize", "Close"], True)
+        self.in_portal(lambda portal: portal.PlaceButtons("appmenu:close"))
+        self.wait_for_buttons(["Close"], True)
+        self.press("push button", "Close")
+        wait_for("the end of the window", lambda: not self.desktop.windows("Driftwell"))
 
 
 if __name__ == "__main__":

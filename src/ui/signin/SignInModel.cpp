@@ -83,6 +83,11 @@ void SignInModel::signOut() {
     m_signIn.signOut();
 }
 
+void SignInModel::changePlatform() {
+    m_signIn.cancelSignIn();
+    Q_EMIT platformChangeRequested();
+}
+
 QString SignInModel::personName() const {
     return hasIdentity() ? m_connection.identity()->name : QString();
 }

@@ -105,6 +105,11 @@ Item {
             textStyle: TextStyle.Note
             tone: Tone.Danger
         }
+        SmallButton {
+            Layout.alignment: Qt.AlignHCenter
+            text: "Change platform…"
+            onClicked: view.model.changePlatform()
+        }
         AppText {
             Layout.fillWidth: true
             Layout.topMargin: 4

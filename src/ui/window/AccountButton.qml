@@ -1,0 +1,46 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Driftwell
+
+// Who is signed in; pressed, it opens what can be done about that.
+Pressable {
+    id: button
+
+    required property ToolbarModel model
+
+    padding: 0
+    tip: model.personTip
+    details: model.personTip
+    ringDistance: 2
+    ringRadius: 16
+    Accessible.role: Accessible.ButtonMenu
+    Accessible.name: "Account"
+    onClicked: {
+        place.active = true;
+        const menu = place.item as AccountMenu;
+        menu.popup(button, button.width - menu.width, button.height + 6);
+    }
+
+    contentItem: AvatarView {
+        name: button.model.personName
+        seed: button.model.personEmail
+        size: 28
+
+        Rectangle {
+            anchors.fill: parent
+            radius: width / 2
+            color: "white"
+            opacity: button.down ? 0.25 : button.hovered ? 0.14 : 0
+        }
+    }
+
+    Loader {
+        id: place
+
+        active: false
+        sourceComponent: AccountMenu {
+            model: button.model
+        }
+    }
+}
