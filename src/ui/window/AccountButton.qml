@@ -1,5 +1,3 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Driftwell
 
@@ -17,7 +15,8 @@ Pressable {
     Accessible.role: Accessible.ButtonMenu
     Accessible.name: "Account"
     onClicked: {
-        place.active = true;
+        if (place.status === Loader.Null)
+            place.setSource("AccountMenu.qml", {model: model});
         const menu = place.item as AccountMenu;
         menu.popup(button, button.width - menu.width, button.height + 6);
     }
@@ -35,12 +34,8 @@ Pressable {
         }
     }
 
+    // Most never open it.
     Loader {
         id: place
-
-        active: false
-        sourceComponent: AccountMenu {
-            model: button.model
-        }
     }
 }

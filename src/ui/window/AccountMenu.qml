@@ -13,7 +13,7 @@ ChoiceMenu {
 
     MenuItem {
         enabled: false
-        implicitHeight: who.implicitHeight + 20
+        implicitHeight: implicitContentHeight + 20
         leftPadding: 12
         rightPadding: 12
         background: null
@@ -21,8 +21,6 @@ ChoiceMenu {
         Accessible.name: menu.model.personTip + " · " + menu.model.host
 
         contentItem: RowLayout {
-            id: who
-
             spacing: 10
 
             AvatarView {

@@ -1,5 +1,3 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Driftwell
 
@@ -14,7 +12,8 @@ MouseArea {
 
     function showMenu(at: point): void {
         if (!window.showDesktopMenu(mapToItem(null, at))) {
-            ownMenu.active = true;
+            if (ownMenu.status === Loader.Null)
+                ownMenu.setSource("WindowMenu.qml", {window: window});
             (ownMenu.item as WindowMenu).popup(area, at);
         }
     }
@@ -42,10 +41,5 @@ MouseArea {
 
     Loader {
         id: ownMenu
-
-        active: false
-        sourceComponent: WindowMenu {
-            window: area.window
-        }
     }
 }
