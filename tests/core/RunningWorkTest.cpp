@@ -43,6 +43,7 @@ TEST(RunningWorkTest, EveryOperationIsToldInTheOrderOfTheNames) {
 class RunningWorkOfModelTest : public ModelFixture {};
 
 TEST_F(RunningWorkOfModelTest, ARollbackIsUnderWayUntilItIsAnswered) {
+    configureLocal();
     connectedModel();
     EXPECT_TRUE(RunningWork::of(model()).isEmpty());
     PlatformServer::Hold held = server.holdAnswer("/api/rollback");
@@ -54,6 +55,7 @@ TEST_F(RunningWorkOfModelTest, ARollbackIsUnderWayUntilItIsAnswered) {
 }
 
 TEST_F(RunningWorkOfModelTest, ADeploymentIsUnderWayFromItsConfirmationOn) {
+    configureLocal();
     connectedModel();
     folder().write("work/shop/index.html", "hello");
     model().deployments().beginDeploy(folder() / "work/shop");

@@ -21,7 +21,7 @@ TEST(HostRefusalTest, WhatCanBeAPlatformIsNotRefused) {
 }
 
 TEST(HostRefusalTest, WhatIsNoHostIsRefused) {
-    for (const char* typed : {"", "two words", "localhost:port", "http://", "https://a b", "mailto:ada@example.org"}) {
+    for (const char* typed : {"", "two words", "localhost:port", "http://", "https://a b"}) {
         EXPECT_EQ(refusalOf(typed), QStringLiteral("“%1” is not the host of a platform").arg(QLatin1StringView(typed)))
             << typed;
     }
