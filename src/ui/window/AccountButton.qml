@@ -6,9 +6,11 @@ Pressable {
     id: button
 
     required property ToolbarModel model
+    readonly property AccountMenu menu: place.item as AccountMenu
 
     padding: 0
-    tip: model.personTip
+    // The open menu says it too, where the tip would cover it.
+    tip: menu?.visible ? "" : model.personTip
     details: model.personTip
     ringDistance: 2
     ringRadius: 16
@@ -17,7 +19,6 @@ Pressable {
     onClicked: {
         if (place.status === Loader.Null)
             place.setSource("AccountMenu.qml", {model: model});
-        const menu = place.item as AccountMenu;
         menu.popup(button, button.width - menu.width, button.height + 6);
     }
 
