@@ -117,9 +117,9 @@ TEST_F(ToolbarViewTest, NobodyIsShownBeforeThePersonIsKnown) {
 TEST_F(ToolbarViewTest, TheAccountsMenuTellsWhoAndWhere) {
     becomeOnRemote(Kind::Connected);
     showToolbar();
-    EXPECT_EQ(the(Role::ButtonMenu, QStringLiteral("Account")).description, QStringLiteral("Ada · ada@sites.test"));
-    click(Role::ButtonMenu, QStringLiteral("Account"));
-    EXPECT_TRUE(isSeen(Role::StaticText, QStringLiteral("Ada · ada@sites.test · 127.0.0.1:%1").arg(server.port())));
+    EXPECT_EQ(the(Role::Button, QStringLiteral("Account")).description, QStringLiteral("Ada · ada@sites.test"));
+    click(Role::Button, QStringLiteral("Account"));
+    EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Ada · ada@sites.test · 127.0.0.1:%1").arg(server.port())));
     EXPECT_TRUE(isDrawn(QStringLiteral("ada@sites.test")));
     EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Change Platform…")));
     EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Sign Out")));
@@ -132,12 +132,12 @@ TEST_F(ToolbarViewTest, TheAccountsMenuIsUsedByKeyboard) {
     const QSignalSpy settings(toolbar(), &ToolbarModel::settingsRequested);
     const QSignalSpy signOuts(toolbar(), &ToolbarModel::signOutRequested);
     tabs(2);
-    ASSERT_EQ(focus(), "ButtonMenu Account");
+    ASSERT_EQ(focus(), "Button Account");
     press(Qt::Key_Return);
     press(Qt::Key_Down);
     press(Qt::Key_Return);
     EXPECT_EQ(settings.count(), 1);
-    EXPECT_EQ(focus(), "ButtonMenu Account");
+    EXPECT_EQ(focus(), "Button Account");
     press(Qt::Key_Space);
     press(Qt::Key_Down);
     press(Qt::Key_Down);
@@ -148,7 +148,7 @@ TEST_F(ToolbarViewTest, TheAccountsMenuIsUsedByKeyboard) {
 TEST_F(ToolbarViewTest, ALocalPlatformHasNoAccountToSignOutOf) {
     become(Kind::Connected);
     showToolbar();
-    click(Role::ButtonMenu, QStringLiteral("Account"));
+    click(Role::Button, QStringLiteral("Account"));
     EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Change Platform…")));
     EXPECT_FALSE(isSeen(Role::MenuItem, QStringLiteral("Sign Out")));
 }
@@ -222,7 +222,7 @@ TEST_F(ToolbarViewTest, TabReachesTheFilterAndItsButtonButNotTheWindowButtons) {
     become(Kind::Connected);
     model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
-    EXPECT_THAT(tabs(4), ElementsAre("EditableText Filter projects", "Button Clear filter", "ButtonMenu Account",
+    EXPECT_THAT(tabs(4), ElementsAre("EditableText Filter projects", "Button Clear filter", "Button Account",
                                      "EditableText Filter projects"));
 }
 
@@ -247,7 +247,7 @@ TEST_F(ToolbarViewTest, TheWindowButtonsStandWhereTheDesktopHasThem) {
     desktop.windowManager().setButtons(
         {.left = {}, .right = {WindowButton::Minimize, WindowButton::Maximize, WindowButton::Close}});
     showToolbar();
-    qreal left = the(Role::ButtonMenu, QStringLiteral("Account")).item->mapToScene({28, 0}).x();
+    qreal left = the(Role::Button, QStringLiteral("Account")).item->mapToScene({28, 0}).x();
     EXPECT_LE(left, 1000 - 90);
     for (const char* name : {"Minimize", "Maximize", "Close"}) {
         const QQuickItem* const button = the(Role::Button, QString::fromLatin1(name)).item;

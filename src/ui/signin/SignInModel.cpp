@@ -84,7 +84,6 @@ void SignInModel::signOut() {
 }
 
 void SignInModel::changePlatform() {
-    m_signIn.cancelSignIn();
     Q_EMIT platformChangeRequested();
 }
 

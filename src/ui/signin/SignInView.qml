@@ -107,6 +107,7 @@ Item {
         }
         SmallButton {
             Layout.alignment: Qt.AlignHCenter
+            visible: view.model.action !== SignInModel.Cancel
             text: "Change platform…"
             onClicked: view.model.changePlatform()
         }

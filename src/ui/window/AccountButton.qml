@@ -14,7 +14,6 @@ Pressable {
     details: model.personTip
     ringDistance: 2
     ringRadius: 16
-    Accessible.role: Accessible.ButtonMenu
     Accessible.name: "Account"
     onClicked: {
         if (place.status === Loader.Null)

@@ -17,7 +17,6 @@ ChoiceMenu {
         leftPadding: 12
         rightPadding: 12
         background: null
-        Accessible.role: Accessible.StaticText
         Accessible.name: menu.model.personTip + " · " + menu.model.host
 
         contentItem: RowLayout {

@@ -27,7 +27,7 @@ Rectangle {
     color: DW.canvas
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title
-    Accessible.description: reason === "" ? text : text + " · " + reason
+    Accessible.description: text
 
     Rectangle {
         anchors.fill: parent
