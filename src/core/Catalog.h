@@ -22,6 +22,8 @@ class Catalog final : public QObject {
 public:
     /// In the platform's order.
     [[nodiscard]] QList<SiteInfo> sites() const { return m_sites; }
+    /// Whether the platform has told its sites; until then that there are none means nothing.
+    [[nodiscard]] bool sitesAreKnown() const { return m_sitesAreKnown; }
     [[nodiscard]] QList<LibInfo> libs() const { return m_libs; }
     [[nodiscard]] std::optional<StatsResponse> stats() const { return m_stats; }
     /// The versions of each site whose history was loaded, the newest first.
@@ -60,6 +62,7 @@ public:
 
 Q_SIGNALS:
     void sitesChanged();
+    void sitesAreKnownChanged();
     void libsChanged();
     void statsChanged();
     void deployHistoryChanged();
@@ -78,6 +81,7 @@ private:
     mutable SiteLists m_siteLists;
 
     Q_OBJECT_BINDABLE_PROPERTY(Catalog, QList<SiteInfo>, m_sites, &Catalog::sitesChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Catalog, bool, m_sitesAreKnown, false, &Catalog::sitesAreKnownChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Catalog, QList<LibInfo>, m_libs, &Catalog::libsChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Catalog, std::optional<StatsResponse>, m_stats, &Catalog::statsChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Catalog, Catalog::DeployHistory, m_deployHistory, &Catalog::deployHistoryChanged)

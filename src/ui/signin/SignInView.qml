@@ -105,6 +105,12 @@ Item {
             textStyle: TextStyle.Note
             tone: Tone.Danger
         }
+        SmallButton {
+            Layout.alignment: Qt.AlignHCenter
+            visible: view.model.action !== SignInModel.Cancel
+            text: "Change platform…"
+            onClicked: view.model.changePlatform()
+        }
         AppText {
             Layout.fillWidth: true
             Layout.topMargin: 4

@@ -26,6 +26,7 @@ class SiteListModel final : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made by the window's model")
     Q_PROPERTY(QString subtitle READ subtitle NOTIFY textsChanged)
+    Q_PROPERTY(bool loading READ isLoading NOTIFY textsChanged)
     Q_PROPERTY(QString nothingMatches READ nothingMatches NOTIFY textsChanged)
     Q_PROPERTY(bool newProjectEnabled READ isNewProjectEnabled NOTIFY pausedChanged)
     Q_PROPERTY(bool paused READ isPaused NOTIFY pausedChanged)
@@ -43,7 +44,10 @@ public:
     /// How many sites there are, and how many of them the filter shows.
     [[nodiscard]] static QString subtitle(qsizetype shown, qsizetype total, const QString& filter);
 
+    /// The same, once the platform has told; until then what is waited for.
     [[nodiscard]] QString subtitle() const;
+    /// A connection is being made, and no list has come yet.
+    [[nodiscard]] bool isLoading() const;
     /// Takes the table's place when the filter matches nothing; empty otherwise.
     [[nodiscard]] QString nothingMatches() const;
     [[nodiscard]] bool isNewProjectEnabled() const { return !isPaused(); }
@@ -95,6 +99,7 @@ Q_SIGNALS:
     void deletionRequested(const driftwell::SiteInfo& site);
 
 private:
+    void followStatus();
     void replaceLogs(LogsModel* logs);
     [[nodiscard]] std::optional<CollabState::Kind> folderState(const QString& name) const;
 

@@ -54,8 +54,14 @@ Rectangle {
             title: root.model.banner.title
             text: root.model.banner.text
             waiting: root.model.banner.waiting
+            reason: root.model.banner.reason
             offer: root.model.banner.offer
+            retryOffered: root.model.banner.retryOffered
+            retrying: root.model.banner.retrying
+            platformChangeOffered: root.model.banner.platformChangeOffered && !root.model.choosingPlatform
             onAccepted: root.model.banner.acceptOffer()
+            onRetried: root.model.banner.retryNow()
+            onPlatformChangeAsked: root.model.choosePlatform()
         }
         CLIRelinkBanner {
             Layout.fillWidth: true

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Driftwell
 
-// The first thing a person sees who has no platform yet.
+// The first thing a person sees who has no platform yet, or who wants another one.
 Item {
     id: view
 
@@ -14,7 +14,14 @@ Item {
         }
     }
 
-    Component.onCompleted: host.forceActiveFocus()
+    Component.onCompleted: {
+        if (model.choosingPlatform) {
+            host.text = model.presentPlatform;
+            host.selectAll();
+        }
+        host.forceActiveFocus();
+    }
+    Keys.onEscapePressed: model.keepPlatform()
 
     ColumnLayout {
         anchors.centerIn: parent
@@ -53,6 +60,8 @@ Item {
                 Layout.preferredWidth: 240
                 placeholderText: view.model.exampleHost
                 Accessible.name: "Platform host"
+                Accessible.description: view.model.hostError
+                onTextEdited: view.model.clearHostError()
                 onAccepted: view.connectToHost()
             }
             PushButton {
@@ -63,6 +72,23 @@ Item {
                 enabled: host.text.trim() !== ""
                 onClicked: view.connectToHost()
             }
+        }
+        AppText {
+            Layout.fillWidth: true
+            visible: text !== ""
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+            maximumLineCount: 4
+            text: view.model.hostError
+            textStyle: TextStyle.Caption
+            tone: Tone.Danger
+        }
+        SmallButton {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.maximumWidth: parent.width
+            visible: view.model.choosingPlatform
+            text: "Stay with " + view.model.host
+            onClicked: view.model.keepPlatform()
         }
         RowLayout {
             Layout.alignment: Qt.AlignHCenter
