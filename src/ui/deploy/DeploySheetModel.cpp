@@ -54,6 +54,10 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
     connect(&catalog, &Catalog::sitesChanged, this, &DeploySheetModel::nameChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::nameChanged);
+    // Since when the site is live that would be replaced; each poll renews it.
+    for (const auto signal : {&Connection::lastSyncChanged, &Connection::statusChanged}) {
+        connect(&connection, signal, this, &DeploySheetModel::nameChanged);
+    }
 }
 
 DeploySheetModel::NameStatus DeploySheetModel::nameStatus(const QString& trimmed, bool siteExists) {

@@ -94,6 +94,10 @@ void SiteListModel::chooseFolderAndDeploy() {
     m_newProject.chooseFolderAndDeploy();
 }
 
+void SiteListModel::refresh() {
+    m_connection.refresh();
+}
+
 void SiteListModel::open(const QString& name) {
     if (const std::optional<SiteInfo> site = m_catalog.existingSite(name)) {
         m_operations.openSite(*site);

@@ -61,6 +61,8 @@ public:
     Q_INVOKABLE void sortByName();
     Q_INVOKABLE void sortByTime();
     Q_INVOKABLE void chooseFolderAndDeploy();
+    /// Asks the platform now, and not only when its turn comes.
+    Q_INVOKABLE void refresh();
 
     // What a row offers, by the name of its site: rows move while a menu is open. For a site that has just gone they do
     // nothing.
@@ -92,6 +94,8 @@ Q_SIGNALS:
     void pausedChanged();
     void sortOrderChanged();
     void logsChanged();
+    /// The list of keys is asked for, which belongs to the window.
+    void keysRequested();
     // The sheets of a site belong to the window.
     void shareRequested(const driftwell::SiteInfo& site);
     void historyRequested(const driftwell::SiteInfo& site);

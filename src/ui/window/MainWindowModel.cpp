@@ -55,6 +55,8 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop, Sleep
     connect(&state.gates(), &Gates::showGitInstallSheetChanged, this, &MainWindowModel::gitInstallChanged);
     listAlerts();
     connectSiteSheets();
+    connect(&m_siteList, &SiteListModel::keysRequested, this, &MainWindowModel::showKeys);
+    connect(&m_keys, &KeyListModel::closed, this, [this] { setKeysShown(false); });
     connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
     followDeployFlow();
 }
@@ -277,6 +279,12 @@ void MainWindowModel::chooseRepoAndRunLocalPlatform() {
 
 void MainWindowModel::chooseFolderAndDeploy() {
     m_state.newProject().chooseFolderAndDeploy();
+}
+
+void MainWindowModel::setKeysShown(bool shown) {
+    if (std::exchange(m_keysShown, shown) != shown) {
+        Q_EMIT keysChanged();
+    }
 }
 
 void MainWindowModel::setDropTargeted(bool targeted) {

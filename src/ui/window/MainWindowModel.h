@@ -10,6 +10,7 @@
 #include "ui/sites/SiteListModel.h"
 #include "ui/window/Alerts.h"
 #include "ui/window/ConnectionBannerModel.h"
+#include "ui/window/KeyListModel.h"
 #include "ui/window/RelinkBannerModel.h"
 #include "ui/window/SiteSheets.h"
 #include "ui/window/ToolbarModel.h"
@@ -42,6 +43,7 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::GitInstallModel* gitInstall READ gitInstall NOTIFY gitInstallChanged)
     Q_PROPERTY(driftwell::WorkQuestion* question READ question NOTIFY questionChanged)
     Q_PROPERTY(driftwell::Alerts* alert READ alert NOTIFY alertChanged)
+    Q_PROPERTY(driftwell::KeyListModel* keys READ keys NOTIFY keysChanged)
     Q_PROPERTY(QString host READ host NOTIFY hostChanged)
     Q_PROPERTY(QString exampleHost READ exampleHost CONSTANT)
     Q_PROPERTY(bool choosingPlatform READ isChoosingPlatform NOTIFY choosingPlatformChanged)
@@ -112,6 +114,10 @@ public:
     [[nodiscard]] Alerts* alert() { return m_alerts.isPending() ? &m_alerts : nullptr; }
     [[nodiscard]] const Alerts& alerts() const { return m_alerts; }
 
+    /// Null while the list of keys is not asked for.
+    [[nodiscard]] KeyListModel* keys() { return m_keysShown ? &m_keys : nullptr; }
+
+    Q_INVOKABLE void showKeys() { setKeysShown(true); }
     /// Connects to the platform, unless what was typed can be none: then hostError() says so.
     Q_INVOKABLE void setHost(const QString& host);
     /// Something else is being typed.
@@ -136,6 +142,7 @@ Q_SIGNALS:
     /// The person wants the application to end, whatever is under way.
     void quitConfirmed();
     void settingsRequested();
+    void keysChanged();
 
 private:
     [[nodiscard]] Content presentContent() const;
@@ -149,6 +156,7 @@ private:
     void followStatus();
     void followOnboarding();
     void followDeployFlow();
+    void setKeysShown(bool shown);
 
     AppState& m_state;
     WindowServices& m_desktop;
@@ -166,6 +174,8 @@ private:
     bool m_choosingPlatform = false;
     QString m_hostError;
     Content m_content;
+    KeyListModel m_keys{nullptr};
+    bool m_keysShown = false;
     bool m_dropTargeted = false;
 };
 
