@@ -19,6 +19,7 @@ SiteListModel::SiteListModel(Connection& connection, Catalog& catalog, Deploymen
     : QObject(parent),
       m_connection(connection),
       m_catalog(catalog),
+      m_deployments(deployments),
       m_operations(operations),
       m_collaboration(collaboration),
       m_newProject(newProject),
@@ -98,6 +99,12 @@ bool SiteListModel::hasFolder(const QString& name) const {
 void SiteListModel::revealFolder(const QString& name) {
     if (m_catalog.existingSite(name)) {
         m_operations.revealFolder(name);
+    }
+}
+
+void SiteListModel::publishAgain(const QString& name) {
+    if (m_catalog.existingSite(name)) {
+        m_deployments.publishAgain(name);
     }
 }
 
