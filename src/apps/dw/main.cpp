@@ -2,10 +2,10 @@
 #include "apps/dw/Program.h"
 #include "support/Bundle.h"
 #include "support/DescriptorLimit.h"
+#include "support/EventLoop.h"
 #include "support/Interruption.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -73,7 +73,7 @@ int main(int argc, char** argv) {
     client->refuseNotOk();
 
     // From the event loop, so that a command that ends at once finds it running.
-    QTimer::singleShot(0, &application, [&] {
+    EventLoop::current()->post([&] {
         detach(runAndQuit(parsed.command, {std::move(client), reporter, interruption.token()}));
     });
     const int code = QCoreApplication::exec();
