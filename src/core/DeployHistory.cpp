@@ -10,8 +10,4 @@ QList<LogEntry> deployHistory(QList<LogEntry> log) {
     return log;
 }
 
-bool isRollback(const LogEntry& entry) {
-    return entry.detail.startsWith(QLatin1String("rolled back"));
-}
-
 } // namespace driftwell

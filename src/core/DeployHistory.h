@@ -13,7 +13,4 @@ inline constexpr int historyLogLines = 200;
 /// writes in one uniform form.
 [[nodiscard]] QList<LogEntry> deployHistory(QList<LogEntry> log);
 
-/// Whether such a line tells of a return to the version before, and not of a deployment.
-[[nodiscard]] bool isRollback(const LogEntry& entry);
-
 } // namespace driftwell

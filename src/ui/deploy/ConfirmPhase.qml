@@ -51,7 +51,27 @@ ColumnLayout {
     }
     LeftOut {
         Layout.fillWidth: true
+        text: phase.model.folderWarning
+    }
+    LeftOut {
+        Layout.fillWidth: true
         text: phase.model.unreadable
+    }
+    AppText {
+        Layout.fillWidth: true
+        visible: text !== ""
+        wrapMode: Text.Wrap
+        text: phase.model.leftOut
+        textStyle: TextStyle.Caption
+        tone: Tone.Muted
+    }
+    AppText {
+        Layout.fillWidth: true
+        visible: text !== ""
+        wrapMode: Text.Wrap
+        text: phase.model.changes
+        textStyle: TextStyle.Caption
+        tone: Tone.Muted
     }
     AppText {
         text: "SITE NAME"
@@ -149,6 +169,15 @@ ColumnLayout {
                     textStyle: TextStyle.Caption
                     tone: Tone.Muted
                 }
+                AppText {
+                    Layout.fillWidth: true
+                    visible: text !== ""
+                    wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                    maximumLineCount: 2
+                    text: phase.model.replacedVersion
+                    textStyle: TextStyle.Caption
+                    tone: Tone.Muted
+                }
             }
         }
     }
@@ -163,7 +192,7 @@ ColumnLayout {
         PushButton {
             text: "Deploy"
             prominent: true
-            enabled: phase.model.nameValid
+            enabled: phase.model.canConfirm
             onClicked: phase.model.confirm()
         }
     }

@@ -71,6 +71,8 @@ public:
     /// Whether the folder is known that the site was published from on this machine. Read afresh.
     Q_INVOKABLE bool hasFolder(const QString& name) const;
     Q_INVOKABLE void revealFolder(const QString& name);
+    /// Opens a deployment of that folder under the site's name.
+    Q_INVOKABLE void publishAgain(const QString& name);
     /// Whether there is a version before the live one.
     Q_INVOKABLE bool canRollBack(const QString& name) const;
     /// Whether the platform has what the site's folder does not.
@@ -109,6 +111,7 @@ private:
 
     Connection& m_connection;
     Catalog& m_catalog;
+    Deployments& m_deployments;
     SiteOperations& m_operations;
     Collaboration& m_collaboration;
     NewProject& m_newProject;

@@ -18,9 +18,11 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
 #include <filesystem>
+#include <vector>
 
 namespace driftwell {
 
@@ -54,6 +56,10 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::RelinkBannerModel* relinkBanner READ relinkBanner CONSTANT)
     Q_PROPERTY(bool dropTargeted READ isDropTargeted WRITE setDropTargeted NOTIFY dropChanged)
     Q_PROPERTY(bool dropOverlayVisible READ isDropOverlayVisible NOTIFY dropChanged)
+    Q_PROPERTY(bool dropInvited READ takesDrop NOTIFY dropChanged)
+    Q_PROPERTY(QString dropTitle READ dropTitle NOTIFY dropChanged)
+    Q_PROPERTY(QString dropText READ dropText NOTIFY dropChanged)
+    Q_PROPERTY(QString dropNote READ dropNote NOTIFY dropChanged)
 
 public:
     /// What stands under the bar and the banner; the introduction stands alone.
@@ -96,10 +102,18 @@ public:
     [[nodiscard]] RelinkBannerModel* relinkBanner() { return &m_relinkBanner; }
 
     [[nodiscard]] bool canDeploy() const;
+    /// Whether a folder may be dropped now: none can while a sheet waits for the person, or a deployment runs.
+    [[nodiscard]] bool takesDrop() const { return canDeploy() && !isSomethingInTheWay(); }
     /// A drag hovers over the window.
     [[nodiscard]] bool isDropTargeted() const { return m_dropTargeted; }
+    /// Folders hover, in this order, of which the first would be taken; or none does.
+    void hover(const std::vector<std::filesystem::path>& folders);
     void setDropTargeted(bool targeted);
     [[nodiscard]] bool isDropOverlayVisible() const { return m_dropTargeted && canDeploy(); }
+    // What is said over the window meanwhile.
+    [[nodiscard]] QString dropTitle() const;
+    [[nodiscard]] QString dropText() const;
+    [[nodiscard]] QString dropNote() const;
     /// Opens a deployment of a dropped folder.
     void drop(const std::filesystem::path& folder);
 
@@ -148,6 +162,7 @@ private:
     [[nodiscard]] Content presentContent() const;
     void setChoosingPlatform(bool choosing);
     void setHostError(const QString& error);
+    [[nodiscard]] bool isSomethingInTheWay() const;
     void listAlerts();
     void connectSiteSheets();
     void ask(WorkQuestion::Intent intent);
@@ -177,6 +192,8 @@ private:
     KeyListModel m_keys{nullptr};
     bool m_keysShown = false;
     bool m_dropTargeted = false;
+    /// The names of the folders that hover, where there are several.
+    QStringList m_hovering;
 };
 
 } // namespace driftwell

@@ -102,7 +102,10 @@ FocusScope {
     DropOverlayView {
         anchors.fill: parent
         visible: root.model.dropOverlayVisible
-        host: root.model.host
+        invites: root.model.dropInvited
+        title: root.model.dropTitle
+        text: root.model.dropText
+        note: root.model.dropNote
     }
     Rectangle {
         // A window without a frame would otherwise run into a window of its own colour behind it.

@@ -195,7 +195,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     Deployments::Surroundings surroundings;
     surroundings.followUp = nothingFollows;
     surroundings.linkedRoad = collaboration.linkedRoad();
-    Deployments deployments(*context->client, connection, std::move(surroundings));
+    Deployments deployments(*context->client, connection, catalog, std::move(surroundings));
     deployments.beginDeploy(folder);
     const std::shared_ptr<DeployFlow> flow = deployments.deployFlow();
     if (!flow) {
