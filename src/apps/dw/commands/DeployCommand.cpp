@@ -232,10 +232,10 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
 class DeployCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("deploy", "Publish a folder as a website and print its address")
+        command.command("deploy", "Publish a folder as a website and print its address", CommandGroup::Publish)
             .argument({"FOLDER", "The folder to publish (default: the present one)", {Candidates::Kind::Folders}},
                       m_folder)
-            .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
+            .option({"--name", "NAME", "The site's name (default: from the folder's name)", {}, "-n"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
             .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `merged`, `unreadable`: `count`, `names`, and "
                   "`seconds`; "
