@@ -42,7 +42,33 @@ TEST_F(DwDryRun, WithJsonIsOneObject) {
                     {"bytes", 6},
                     {"files", 2},
                     {"unreadable", {{"count", 0}, {"names", json::array()}}},
+                    {"warnings", json::array()},
                     {"entries", {{{"path", "a/b.txt"}, {"size", 1}}, {{"path", "index.html"}, {"size", 5}}}}}));
+}
+
+TEST_F(DwDryRun, WarnsOfAFolderWithoutAPageToBeginWith) {
+    folder("site", {{"about.html", "x"}, {"later/page.html", "x"}});
+    EXPECT_THAT(runDw({"deploy", "site", "--dry-run"}).error,
+                testing::StartsWith("There is no index.html at the top of the folder.\n"));
+    folder("site/made", {{"index.html", "x"}});
+    const std::string text = "There is no index.html at the top of the folder, but one in made.";
+    EXPECT_THAT(runDw({"deploy", "site", "--dry-run"}).error, testing::StartsWith(text + "\n"));
+    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--dry-run", "--json"}).output).at("warnings"), json::array({text}));
+}
+
+TEST_F(DwDryRun, OfWhatHoldsTheHomeFolderIsRefused) {
+    for (const std::filesystem::path& wide : {home(), home().parent_path(), std::filesystem::path("/")}) {
+        SCOPED_TRACE(wide);
+        const Ending ending = runDw({"deploy", wide, "--name", "all"});
+        EXPECT_EQ(ending.exitCode, 2);
+        EXPECT_EQ(ending.error, "dw: " + std::filesystem::canonical(wide).string() +
+                                    (wide == home() ? " is" : " holds") +
+                                    " your home folder\nPublish a folder of its own, or add --anyway.\n");
+    }
+    folder(".", {{"index.html", "x"}});
+    EXPECT_EQ(runDw({"deploy", home(), "--name", "all", "--dry-run", "--anyway"}).exitCode, 0);
+    folder("site", {{"index.html", "x"}});
+    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).exitCode, 0);
 }
 
 TEST_F(DwDryRun, SendsAndKeepsNothing) {

@@ -1,4 +1,6 @@
+#include "apps/dw/ChosenName.h"
 #include "apps/dw/Command.h"
+#include "apps/dw/FolderCaution.h"
 #include "apps/dw/JsonValues.h"
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/Texts.h"
@@ -52,30 +54,6 @@ Task<std::optional<QString>> linkedSite(std::filesystem::path folder, std::share
     co_return site;
 }
 
-/// The name to publish under. Throws WrongUsage when it breaks a rule.
-QString chooseName(const std::optional<std::string>& typed, const std::optional<QString>& linked,
-                   const std::filesystem::path& folder) {
-    if (typed) {
-        const QString name = QString::fromStdString(*typed);
-        if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
-            throw WrongUsage(problemText(name, problem));
-        }
-        return name;
-    }
-    if (linked) {
-        return *linked;
-    }
-    const QString folderName =
-        QString::fromStdString((folder.has_filename() ? folder.filename() : folder.root_path()).string());
-    const QString name = SiteName::derive(folderName);
-    if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
-        throw WrongUsage(name.isEmpty() ? QStringLiteral("No site name can be made from “%1”").arg(folderName)
-                                        : problemText(name, problem),
-                         QStringLiteral("Choose a name: dw deploy FOLDER --name NAME"));
-    }
-    return name;
-}
-
 /// What of the folder is missing on the site, since it could not be read.
 void reportUnreadable(Reporter& reporter, const FolderScan::Unreadable& unreadable) {
     if (unreadable.count > 0) {
@@ -87,7 +65,16 @@ Json jsonOf(const FolderScan::Unreadable& unreadable) {
     return {{"count", unreadable.count}, {"names", unreadable.names}};
 }
 
-Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+Json jsonOf(const QStringList& texts) {
+    Json array = Json::array();
+    for (const QString& text : texts) {
+        array.push_back(text.toStdString());
+    }
+    return array;
+}
+
+Task<ExitCode> showFiles(std::filesystem::path folder, QString name, QStringList warnings,
+                         std::shared_ptr<Context> context) {
     const auto work = [folder, stop = context->stop] {
         return FolderScan::scan(folder, stop);
     };
@@ -105,6 +92,7 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared
                               {"bytes", files.byteCount},
                               {"files", files.fileCount},
                               {"unreadable", jsonOf(files.unreadable)},
+                              {"warnings", jsonOf(warnings)},
                               {"entries", entries}});
     context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
                                   .arg(countText(files.fileCount), sizeText(files.byteCount), name));
@@ -143,7 +131,8 @@ Task<> nothingFollows(QString, std::stop_token) {
 
 void showNothing(const std::filesystem::path&) {}
 
-void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success) {
+void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success,
+                   const QStringList& warnings) {
     const DeployResponse& response = success.response;
     const std::int64_t sent = success.sentFiles.value_or(response.files + response.skipped);
     const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow.finishedAt() - *flow.startedAt());
@@ -157,6 +146,7 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
                      {"sent", sent},
                      {"merged", success.isMerged},
                      {"unreadable", jsonOf(flow.unreadable())},
+                     {"warnings", jsonOf(warnings)},
                      {"seconds", static_cast<double>(duration.count()) / 1000.0}});
     if (success.isMerged) {
         reporter.success(QStringLiteral("%1 is live: merged with what the platform has, in %2")
@@ -176,7 +166,8 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
     reportUnreadable(reporter, flow.unreadable());
 }
 
-Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+Task<ExitCode> publish(std::filesystem::path folder, QString name, QStringList warnings,
+                       std::shared_ptr<Context> context) {
     // Before packing, which can take a while: is there a platform, and does it know us?
     const PlatformConfig config = requireConfig(*context->client);
     const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
@@ -223,7 +214,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     if (success == nullptr) {
         failClosed(collaboration, name, config);
     }
-    reportSuccess(reporter, *flow, *success);
+    reportSuccess(reporter, *flow, *success, warnings);
     co_return ExitCode::Done;
 }
 
@@ -232,29 +223,39 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
 class DeployCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("deploy", "Publish a folder as a website and print its address")
+        command.command("deploy", "Publish a folder as a website and print its address", CommandGroup::Publish)
             .argument({"FOLDER", "The folder to publish (default: the present one)", {Candidates::Kind::Folders}},
                       m_folder)
-            .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
+            .option({"--name", "NAME", "The site's name (default: the one before, or the folder's)", {}, "-n"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
-            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `merged`, `unreadable`: `count`, `names`, and "
-                  "`seconds`; "
-                  "with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `entries`: each `path`, `size`")
+            .flag({"--anyway", "", "Publish also a folder that holds your home folder"}, m_anyway)
+            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `merged`, `unreadable`: `count`, `names`, "
+                  "`warnings` and `seconds`; "
+                  "with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `warnings`, `entries`: each "
+                  "`path`, `size`")
             .example("dw deploy", "Publish the present folder under its own name, or to its linked site")
             .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
         const std::filesystem::path folder = existingFolder(m_folder, "deploy");
+        if (!m_anyway) {
+            refuseTooMuch(folder);
+        }
         std::optional<QString> linked;
         if (!m_name) {
             linked = co_await linkedSite(folder, context);
         }
-        const QString name = chooseName(m_name, linked, folder);
-        if (m_dryRun) {
-            co_return co_await showFiles(folder, name, context);
+        Task<QString> choosing = chosenName(m_name, linked, folder, context);
+        const QString name = co_await choosing;
+        const QStringList warnings = warningsOf(folder);
+        for (const QString& warning : warnings) {
+            context->reporter.message(warning);
         }
-        co_return co_await publish(folder, name, context);
+        if (m_dryRun) {
+            co_return co_await showFiles(folder, name, warnings, context);
+        }
+        co_return co_await publish(folder, name, warnings, context);
     }
 
 private:
@@ -262,6 +263,7 @@ private:
     std::string m_folder = ".";
     std::optional<std::string> m_name;
     bool m_dryRun = false;
+    bool m_anyway = false;
 };
 
 template std::unique_ptr<Command> makeCommand<DeployCommand>();
