@@ -48,7 +48,7 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
     connect(m_flow.get(), &DeployFlow::phaseChanged, this, &DeploySheetModel::phaseChanged);
     connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::stageChanged);
     connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::activityChanged);
-    connect(m_flow.get(), &DeployFlow::progressChanged, this, &DeploySheetModel::activityChanged);
+    connect(m_flow.get(), &DeployFlow::progressChanged, this, &DeploySheetModel::followProgress);
     connect(m_flow.get(), &DeployFlow::siteNameChanged, this, &DeploySheetModel::nameChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::figuresChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::stageChanged);
@@ -185,6 +185,13 @@ QString DeploySheetModel::uploadActivity(std::optional<double> bytesPerSecond,
     const QString time = seconds < 60 ? QStringLiteral("%1s").arg(std::max<std::int64_t>(1, seconds))
                                       : QStringLiteral("%1 min").arg((seconds + 59) / 60);
     return QStringLiteral("%1/s · about %2 left").arg(Format::byteCount(std::llround(*bytesPerSecond)), time);
+}
+
+void DeploySheetModel::followProgress() {
+    // The figures of an upload change far more often than anybody reads them; the view asks for them each second.
+    if (m_flow->stage() == DeployStage::packing()) {
+        Q_EMIT activityChanged();
+    }
 }
 
 QString DeploySheetModel::activity() const {

@@ -112,18 +112,31 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared
     co_return ExitCode::Done;
 }
 
-/// What the platform says of the site, where one of the two folders may be linked to it.
-Task<> learnSites(Catalog& catalog, PlatformConfig config, std::filesystem::path folder, QString name,
-                  std::shared_ptr<Context> context) {
-    const auto folders = context->client->store().folderMap();
+/// Whether one of the two folders may be linked to the site.
+bool mayBeLinked(const std::filesystem::path& folder, const QString& name, const ConfigStore& store) {
+    const auto folders = store.folderMap();
     const auto remembered = folders.find(name);
-    if (hasVersionControl(folder) || (remembered != folders.end() && hasVersionControl(remembered->second))) {
-        const KnownBytes nothing;
-        Fetched<SitesResponse> sites = co_await context->client->sites(config, nothing, context->stop);
-        // Of this one alone: nothing is to be done here with the folders of others.
-        sites.record->sites.removeIf([&name](const SiteInfo& site) { return site.name != name; });
-        catalog.store(std::move(sites));
+    return hasVersionControl(folder) || (remembered != folders.end() && hasVersionControl(remembered->second));
+}
+
+/// What the platform says of the site before it is published: whether it may be linked, and, where no answer comes
+/// afterwards, what tells whether it was published.
+Task<> learnSite(Catalog& catalog, PlatformConfig config, std::filesystem::path folder, QString name,
+                 std::shared_ptr<Context> context) {
+    const KnownBytes nothing;
+    Fetched<SitesResponse> sites;
+    try {
+        sites = co_await context->client->sites(config, nothing, context->stop);
+    } catch (const PlatformError&) {
+        // Without it, what became of a deployment that is not answered stays unknown.
+        if (mayBeLinked(folder, name, context->client->store())) {
+            throw;
+        }
+        co_return;
     }
+    // Of this one alone: nothing is to be done here with the folders of others.
+    sites.record->sites.removeIf([&name](const SiteInfo& site) { return site.name != name; });
+    catalog.store(std::move(sites));
 }
 
 /// Throws why a deployment has gone without success and without a failure of its own.
@@ -155,6 +168,7 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
                      {"files", response.files},
                      {"skipped", response.skipped},
                      {"sent", sent},
+                     {"answered", true},
                      {"merged", success.isMerged},
                      {"unreadable", jsonOf(flow.unreadable())},
                      {"seconds", static_cast<double>(duration.count()) / 1000.0}});
@@ -176,17 +190,31 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
     reportUnreadable(reporter, flow.unreadable());
 }
 
+/// The platform did not answer, and has published it.
+void reportUnanswered(Reporter& reporter, const DeployFlow& flow, const QString& failure, const QString& url) {
+    reporter.line(url.toStdString());
+    reporter.object({{"ok", true},
+                     {"site", flow.siteName().toStdString()},
+                     {"url", url.toStdString()},
+                     {"bytes", flow.byteCount().value_or(0)},
+                     {"files", flow.fileCount().value_or(0)},
+                     {"answered", false},
+                     {"merged", false},
+                     {"unreadable", jsonOf(flow.unreadable())}});
+    reporter.success(QStringLiteral("%1 is live all the same: %2").arg(flow.siteName(), failure));
+}
+
 Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
     // Before packing, which can take a while: is there a platform, and does it know us?
     const PlatformConfig config = requireConfig(*context->client);
     const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
 
     Catalog catalog;
-    Task<> learning = learnSites(catalog, config, folder, name, context);
-    co_await learning;
     Connection connection(*context->client, catalog);
     // The platform that was asked gets the site, whatever is configured meanwhile.
     connection.use(config);
+    Task<> learning = learnSite(catalog, config, folder, name, context);
+    co_await learning;
     if (identity) {
         connection.enter(config, *identity);
     }
@@ -207,6 +235,12 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
         reporter.progress(stageText(flow->stage()));
     };
     QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
+    const auto showQuestion = [flow = flow.get(), &reporter, host = config.host()] {
+        if (flow->isOutcomeAsked()) {
+            reporter.progress(QStringLiteral("No answer; asking %1 what became of it…").arg(host));
+        }
+    };
+    QObject::connect(flow.get(), &DeployFlow::outcomeChanged, flow.get(), showQuestion);
     showStage();
 
     const std::stop_callback interrupt(context->stop, [&deployments] { deployments.end(); });
@@ -215,7 +249,13 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
 
     const DeployFlow::Phase phase = flow->phase();
     if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
-        const CommandFailure failure = commandFailure(failed->message, failed->kind);
+        const std::optional<ChangeOutcome> outcome = flow->outcome();
+        if (outcome && outcome->kind == ChangeOutcome::Kind::Done) {
+            reportUnanswered(reporter, *flow, failed->message, outcome->url);
+            co_return ExitCode::Done;
+        }
+        const CommandFailure plain = commandFailure(failed->message, failed->kind);
+        const CommandFailure failure = outcome ? unansweredFailure(plain, name, *outcome) : plain;
         reporter.failure(failure);
         co_return failure.exitCode;
     }
@@ -237,7 +277,8 @@ public:
                       m_folder)
             .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
-            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `merged`, `unreadable`: `count`, `names`, and "
+            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `answered`, `merged`, `unreadable`: `count`, "
+                  "`names`, and "
                   "`seconds`; "
                   "with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `entries`: each `path`, `size`")
             .example("dw deploy", "Publish the present folder under its own name, or to its linked site")
