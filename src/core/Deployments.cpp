@@ -16,8 +16,7 @@
 #include "support/WhileAlive.h"
 #include "support/WorkerPool.h"
 
-#include <atomic>
-#include <chrono>
+#include <mutex>
 #include <system_error>
 #include <utility>
 
@@ -56,22 +55,26 @@ Task<> nameChange(std::shared_ptr<DeployFlow> flow, std::stop_token stop) {
     co_await changed;
 }
 
-/// The same for its figures, a few times a second.
+/// Takes the newest figures of a flow to the main thread, as fast as that takes them in.
 std::function<void(DeployProgress)> progressReporter(const std::shared_ptr<DeployFlow>& flow) {
-    using Clock = std::chrono::steady_clock;
-    static constexpr std::chrono::milliseconds pause(100);
-    const auto last = std::make_shared<std::atomic<Clock::time_point>>(Clock::time_point());
-    return [flow = std::weak_ptr(flow), loop = EventLoop::current(), last](DeployProgress progress) {
-        const Clock::time_point present = Clock::now();
-        if (present < last->load() + pause) {
-            return;
+    struct Mailbox {
+        std::mutex mutex;
+        std::optional<DeployProgress> newest;
+    };
+    const auto mailbox = std::make_shared<Mailbox>();
+    const auto deliver = [flow = std::weak_ptr(flow), mailbox] {
+        std::unique_lock lock(mailbox->mutex);
+        const DeployProgress newest = *std::exchange(mailbox->newest, std::nullopt);
+        lock.unlock();
+        if (const auto current = flow.lock()) {
+            current->report(newest);
         }
-        last->store(present);
-        loop->post([flow, progress] {
-            if (const auto current = flow.lock()) {
-                current->report(progress);
-            }
-        });
+    };
+    return [mailbox, deliver, loop = EventLoop::current()](DeployProgress progress) {
+        const std::scoped_lock lock(mailbox->mutex);
+        if (!std::exchange(mailbox->newest, progress)) {
+            loop->post(deliver);
+        }
     };
 }
 

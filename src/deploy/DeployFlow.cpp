@@ -37,6 +37,11 @@ void DeployFlow::begin() {
 
 void DeployFlow::report(DeployStage stage) {
     if (isDeploying()) {
+        const bool begins = stage.step == DeployStage::Step::Uploading && m_stage.value().step != stage.step;
+        if (begins) {
+            m_speed.clear();
+            m_speed.add(0, TransferSpeed::Clock::now());
+        }
         m_stage = shownStage(stage);
     }
 }

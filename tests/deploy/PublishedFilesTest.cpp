@@ -48,8 +48,8 @@ TEST_F(PublishedFilesTest, NewChangedAndGoneFilesAreCounted) {
     EXPECT_EQ(since(scanOf({{"a.html", {6, 100}}, {"b/c.html", {7, 201}}, {"b/e.html", {9, 300}}, {"z.html", {1, 1}}})),
               (FileChanges{.added = 2, .changed = 2, .removed = 1}));
     EXPECT_EQ(since(scanOf({{"0.html", {1, 1}}, {"a.html", {5, 100}}, {"b/c.html", {7, 200}}, {"b/d.html", {9, 300}}})),
-              (FileChanges{.added = 1}));
-    EXPECT_EQ(since(scanOf({})), (FileChanges{.removed = 3}));
+              (FileChanges{.added = 1, .changed = 0, .removed = 0}));
+    EXPECT_EQ(since(scanOf({})), (FileChanges{.added = 0, .changed = 0, .removed = 3}));
 }
 
 TEST_F(PublishedFilesTest, NamesAreBytes) {
@@ -64,7 +64,7 @@ TEST_F(PublishedFilesTest, NamesAreBytes) {
 TEST_F(PublishedFilesTest, ALaterVersionReplacesTheEarlierOne) {
     save(earlier);
     save(scanOf({}));
-    EXPECT_EQ(since(earlier), (FileChanges{.added = 3}));
+    EXPECT_EQ(since(earlier), (FileChanges{.added = 3, .changed = 0, .removed = 0}));
 }
 
 TEST_F(PublishedFilesTest, AForgottenVersionIsNotKnown) {

@@ -2,6 +2,8 @@
 
 import os
 import re
+import signal
+import subprocess
 import time
 import unittest
 from pathlib import Path
@@ -109,6 +111,52 @@ class PublishingTest(DesktopTest):
         wait_for("the window", lambda: self.desktop.windows("Driftwell"))
         self.wait_for_text("Deploy failed")
         wait_for("the end of the notification", lambda: not self.notification("portfolio could not be published")["open"])
+
+    def test_a_sign_in_that_comes_back_brings_the_window_forward(self):
+        self.start_platform("--require-sign-in")
+        self.platform.address = f"http://127.0.0.1:{self.platform.port}"
+        self.open()
+        self.press("push button", "Sign in…")
+        self.wait_for_text("Waiting for browser…")
+        self.desktop.xdotool("windowminimize", self.window)
+        wait_for("no window", lambda: not self.desktop.windows("Driftwell"))
+        self.sign_in_as("person-ines")
+        wait_for("the window", lambda: self.desktop.windows("Driftwell") == [self.window])
+        wait_for("the window in front", lambda: self.desktop.xdotool("getactivewindow").strip() == self.window)
+
+    # --- While it runs ---
+
+    def children(self, process):
+        result = subprocess.run(["pgrep", "-P", str(process)], capture_output=True, text=True, timeout=20)
+        return [int(line) for line in result.stdout.split()]
+
+    def compressor(self):
+        """The process that compresses the archive, which is tar's."""
+        return [child for tar in self.children(self.desktop.app.pid) for child in self.children(tar)]
+
+    def test_packing_and_the_upload_show_how_far_they_are(self):
+        self.start_platform()
+        folder = self.site("archive")
+        for number in range(6):
+            (folder / f"{number}.bin").write_bytes(os.urandom(40_000_000))
+        self.open(folder)
+        self.wait_for_text("New site — this name is free")
+        self.platform.process.send_signal(signal.SIGSTOP)
+        try:
+            self.desktop.key("Return")
+            compressor = wait_for("the compressor", self.compressor)[0]
+            wait_for("an archive", lambda: [file for file in Path(self.desktop.environment["TMPDIR"]).glob("*/site.tgz")
+                                            if file.stat().st_size > 0])
+            os.kill(compressor, signal.SIGSTOP)
+            self.wait_for_text(re.compile(r"^(\d of 7 files · )?\d+(\.\d)? MB packed$"))
+            self.picture("packing")
+            os.kill(compressor, signal.SIGCONT)
+            self.wait_for_text(re.compile(r"^\S+ .B/s · about \d+(s| min) left$"))
+            self.picture("uploading")
+            self.wait_for_text("nothing goes up at the moment")
+        finally:
+            self.platform.process.send_signal(signal.SIGCONT)
+        self.wait_for_text("archive is live")
 
     # --- Before anything is sent ---
 

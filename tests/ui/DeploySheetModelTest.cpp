@@ -421,10 +421,20 @@ TEST_F(DeploySheetModelTest, WhatMayNotBeASiteIsSaidBeforeItIsSent) {
 TEST_F(DeploySheetModelTest, WhatStaysBehindIsSaidBeforeAnythingIsSent) {
     become(Kind::Connected);
     folder().write("work/garden/.env", "secret");
-    EXPECT_EQ(sheet("garden").leftOut(), QString()) << "it is not counted yet";
+    sheet("garden");
     const std::shared_ptr<DeployFlow> opened = model().deployments().deployFlow();
     waitUntil([&opened] { return opened->findings().has_value(); });
     EXPECT_EQ(sheet().leftOut(), QStringLiteral("Stays behind: 1 hidden item"));
+}
+
+TEST(ChangesTextTest, WhatHasChangedIsCountedByItsKind) {
+    EXPECT_EQ(DeploySheetModel::changesText({}), QString());
+    EXPECT_EQ(DeploySheetModel::changesText(FileChanges()),
+              QStringLiteral("Nothing has changed since your last version from this computer."));
+    EXPECT_EQ(DeploySheetModel::changesText(FileChanges{.added = 3, .changed = 2, .removed = 1}),
+              QStringLiteral("Since your last version from this computer: 3 new, 2 changed, 1 gone"));
+    EXPECT_EQ(DeploySheetModel::changesText(FileChanges{.added = 0, .changed = 0, .removed = 4}),
+              QStringLiteral("Since your last version from this computer: 4 gone"));
 }
 
 TEST_F(DeploySheetModelTest, WhatBecameOfAFailedDeploymentIsSaid) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QStringList>
-
 #include <filesystem>
 
 /// What is looked at before a folder is published, so that nobody publishes what they did not mean.
@@ -9,8 +7,5 @@ namespace driftwell::dw {
 
 /// Throws WrongUsage for the home folder, the root of the file system and whatever else holds the home folder.
 void refuseTooMuch(const std::filesystem::path& folder);
-
-/// What is odd about a folder, as sentences: that it has no page to begin with.
-[[nodiscard]] QStringList warningsOf(const std::filesystem::path& folder);
 
 } // namespace driftwell::dw

@@ -76,6 +76,7 @@ ProgramRecord programRecord() {
             {{ExitCode::Done, "done"},
              {ExitCode::Failed, "failed"},
              {ExitCode::WrongUsage, "wrong usage"},
+             {ExitCode::UnknownOutcome, "sent, and whether it was done is not known"},
              {ExitCode::NotAllowed, "not signed in or not on the team"},
              {ExitCode::Unreachable, "platform unreachable"},
              {ExitCode::Conflict, "conflict with what others published"},

@@ -57,21 +57,26 @@ ColumnLayout {
         Layout.fillWidth: true
         text: phase.model.unreadable
     }
-    AppText {
-        Layout.fillWidth: true
-        visible: text !== ""
-        wrapMode: Text.Wrap
-        text: phase.model.leftOut
-        textStyle: TextStyle.Caption
-        tone: Tone.Muted
-    }
-    AppText {
-        Layout.fillWidth: true
-        visible: text !== ""
-        wrapMode: Text.Wrap
-        text: phase.model.changes
-        textStyle: TextStyle.Caption
-        tone: Tone.Muted
+    ColumnLayout {
+        visible: phase.model.leftOut !== "" || phase.model.changes !== ""
+        spacing: 3
+
+        AppText {
+            Layout.fillWidth: true
+            visible: text !== ""
+            wrapMode: Text.Wrap
+            text: phase.model.changes
+            textStyle: TextStyle.Caption
+            tone: Tone.Muted
+        }
+        AppText {
+            Layout.fillWidth: true
+            visible: text !== ""
+            wrapMode: Text.Wrap
+            text: phase.model.leftOut
+            textStyle: TextStyle.Caption
+            tone: Tone.Muted
+        }
     }
     AppText {
         text: "SITE NAME"

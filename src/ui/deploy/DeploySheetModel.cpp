@@ -48,7 +48,7 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
     connect(m_flow.get(), &DeployFlow::phaseChanged, this, &DeploySheetModel::phaseChanged);
     connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::stageChanged);
     connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::activityChanged);
-    connect(m_flow.get(), &DeployFlow::progressChanged, this, &DeploySheetModel::activityChanged);
+    connect(m_flow.get(), &DeployFlow::progressChanged, this, &DeploySheetModel::followProgress);
     connect(m_flow.get(), &DeployFlow::siteNameChanged, this, &DeploySheetModel::nameChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::figuresChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::stageChanged);
@@ -191,6 +191,13 @@ QString DeploySheetModel::uploadActivity(std::optional<double> bytesPerSecond,
     return QStringLiteral("%1/s · about %2 left").arg(Format::byteCount(std::llround(*bytesPerSecond)), time);
 }
 
+void DeploySheetModel::followProgress() {
+    // The figures of an upload change far more often than anybody reads them; the view asks for them each second.
+    if (m_flow->stage() == DeployStage::packing()) {
+        Q_EMIT activityChanged();
+    }
+}
+
 QString DeploySheetModel::activity() const {
     const DeployProgress progress = m_flow->progress();
     switch (m_flow->stage().step) {
@@ -291,14 +298,7 @@ QString DeploySheetModel::folderWarning() const {
     if (m_flow->fileCount() == 0) {
         return QStringLiteral("There is nothing in the folder to publish.");
     }
-    const StartPage& page = findings->startPage;
-    if (page.isThere) {
-        return {};
-    }
-    const QString missing = QStringLiteral("There is no index.html at the top, so the address has no page to show.");
-    return page.folder.empty()
-               ? missing
-               : missing + QStringLiteral(" The folder “%1” has one.").arg(QString::fromStdString(page.folder));
+    return findings->startPage.text();
 }
 
 QString DeploySheetModel::changesText(const std::optional<FileChanges>& changes) {

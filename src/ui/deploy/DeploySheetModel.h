@@ -134,7 +134,7 @@ public:
     [[nodiscard]] QString percentText() const;
     /// What the present stage is at.
     [[nodiscard]] QString activity() const;
-    /// For a view, each second: an upload that stands still is told by nothing else.
+    /// For a view, each second, to show how an upload goes.
     Q_INVOKABLE void lookAgain() { Q_EMIT activityChanged(); }
     [[nodiscard]] StageState packState() const { return stageState(m_flow->stage(), 0); }
     [[nodiscard]] StageState uploadState() const { return stageState(m_flow->stage(), 1); }
@@ -186,6 +186,7 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QString trimmedName() const;
+    void followProgress();
     [[nodiscard]] DeployResponse response() const;
 
     std::shared_ptr<DeployFlow> m_flow;

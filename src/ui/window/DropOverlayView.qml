@@ -18,7 +18,8 @@ Item {
     Rectangle {
         anchors.fill: parent
         color: DW.canvas
-        opacity: 0.72
+        // What lies under a refusal is not to be read through it.
+        opacity: overlay.invites ? 0.72 : 0.92
     }
     Rectangle {
         anchors.fill: frame

@@ -100,6 +100,9 @@ FocusScope {
         model: root.model
     }
     DropOverlayView {
+        // Also over a sheet, of which it says that it is in the way.
+        parent: root.Window.contentItem ?? root
+        z: frame.aboveSheets - 1
         anchors.fill: parent
         visible: root.model.dropOverlayVisible
         invites: root.model.dropInvited
@@ -120,6 +123,8 @@ FocusScope {
         window: root.window
     }
     SheetFrame {
+        id: frame
+
         parent: root.Window.contentItem ?? root
         anchors.fill: parent
         visible: sheets.open

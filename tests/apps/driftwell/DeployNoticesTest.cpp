@@ -37,7 +37,8 @@ protected:
 
     void TearDown() override {
         notices.reset();
-        UiFixture::TearDown();
+        // The bus is a child that is still there.
+        await(model().end());
     }
 
     std::shared_ptr<DeployFlow> running() {
@@ -51,7 +52,12 @@ protected:
     }
 
     static SentChange change() {
-        return {.site = QStringLiteral("garden"), .config = PlatformConfig(QStringLiteral("sites.test"))};
+        return {.kind = SentChange::Kind::Deployment,
+                .site = QStringLiteral("garden"),
+                .config = PlatformConfig(QStringLiteral("sites.test")),
+                .isEarlierKnown = true,
+                .earlier = std::nullopt,
+                .person = std::nullopt};
     }
 
     void find(const ChangeOutcome& outcome) { Q_EMIT model().deployments().outcomeFound(change(), outcome); }

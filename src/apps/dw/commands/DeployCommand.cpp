@@ -65,12 +65,27 @@ Json jsonOf(const FolderScan::Unreadable& unreadable) {
     return {{"count", unreadable.count}, {"names", unreadable.names}};
 }
 
-Json jsonOf(const QStringList& texts) {
-    Json array = Json::array();
-    for (const QString& text : texts) {
-        array.push_back(text.toStdString());
+Json jsonOf(const FolderScan::LeftOut& leftOut) {
+    return {{"hidden", leftOut.hidden},
+            {"links", leftOut.links},
+            {"dependencies", leftOut.dependencies},
+            {"agentFiles", leftOut.agentFiles},
+            {"special", leftOut.special}};
+}
+
+/// What else was found, in the object of a deployment or of a dry run.
+void addFindings(Json& object, const DeployFlow::Findings& findings) {
+    object["leftOut"] = jsonOf(findings.leftOut);
+    const QString warning = findings.startPage.text();
+    object["warnings"] = warning.isEmpty() ? Json::array() : Json::array({warning.toStdString()});
+}
+
+void reportFindings(Reporter& reporter, const DeployFlow::Findings& findings) {
+    for (const QString& text : {findings.leftOut.text(), findings.startPage.text()}) {
+        if (!text.isEmpty()) {
+            reporter.message(text);
+        }
     }
-    return array;
 }
 
 Task<ExitCode> showFiles(std::filesystem::path folder, QString name, QStringList warnings,
@@ -86,32 +101,48 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, QStringList
         entries.push_back({{"path", files.paths[i]}, {"size", size}});
         context->reporter.line(QStringLiteral("%1  ").arg(sizeText(size), 10).toStdString() + files.paths[i]);
     }
-    context->reporter.object({{"ok", true},
-                              {"dryRun", true},
-                              {"site", name.toStdString()},
-                              {"bytes", files.byteCount},
-                              {"files", files.fileCount},
-                              {"unreadable", jsonOf(files.unreadable)},
-                              {"warnings", jsonOf(warnings)},
-                              {"entries", entries}});
+    const DeployFlow::Findings findings{files.leftOut, StartPage::of(files)};
+    Json object = {{"ok", true},
+                   {"dryRun", true},
+                   {"site", name.toStdString()},
+                   {"bytes", files.byteCount},
+                   {"files", files.fileCount},
+                   {"unreadable", jsonOf(files.unreadable)}};
+    addFindings(object, findings);
+    object["entries"] = std::move(entries);
+    context->reporter.object(object);
     context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
                                   .arg(countText(files.fileCount), sizeText(files.byteCount), name));
     reportUnreadable(context->reporter, files.unreadable);
+    reportFindings(context->reporter, findings);
     co_return ExitCode::Done;
 }
 
-/// What the platform says of the site, where one of the two folders may be linked to it.
-Task<> learnSites(Catalog& catalog, PlatformConfig config, std::filesystem::path folder, QString name,
-                  std::shared_ptr<Context> context) {
-    const auto folders = context->client->store().folderMap();
+/// Whether one of the two folders may be linked to the site.
+bool mayBeLinked(const std::filesystem::path& folder, const QString& name, const ConfigStore& store) {
+    const auto folders = store.folderMap();
     const auto remembered = folders.find(name);
-    if (hasVersionControl(folder) || (remembered != folders.end() && hasVersionControl(remembered->second))) {
-        const KnownBytes nothing;
-        Fetched<SitesResponse> sites = co_await context->client->sites(config, nothing, context->stop);
-        // Of this one alone: nothing is to be done here with the folders of others.
-        sites.record->sites.removeIf([&name](const SiteInfo& site) { return site.name != name; });
-        catalog.store(std::move(sites));
+    return hasVersionControl(folder) || (remembered != folders.end() && hasVersionControl(remembered->second));
+}
+
+/// What the platform says of the site before it is published: whether it may be linked, and, where no answer comes
+/// afterwards, what tells whether it was published.
+Task<> learnSite(Catalog& catalog, PlatformConfig config, std::filesystem::path folder, QString name,
+                 std::shared_ptr<Context> context) {
+    const KnownBytes nothing;
+    Fetched<SitesResponse> sites;
+    try {
+        sites = co_await context->client->sites(config, nothing, context->stop);
+    } catch (const PlatformError&) {
+        // Without it, what became of a deployment that is not answered stays unknown.
+        if (mayBeLinked(folder, name, context->client->store())) {
+            throw;
+        }
+        co_return;
     }
+    // Of this one alone: nothing is to be done here with the folders of others.
+    sites.record->sites.removeIf([&name](const SiteInfo& site) { return site.name != name; });
+    catalog.store(std::move(sites));
 }
 
 /// Throws why a deployment has gone without success and without a failure of its own.
@@ -131,23 +162,24 @@ Task<> nothingFollows(QString, std::stop_token) {
 
 void showNothing(const std::filesystem::path&) {}
 
-void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success,
-                   const QStringList& warnings) {
+void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success) {
     const DeployResponse& response = success.response;
     const std::int64_t sent = success.sentFiles.value_or(response.files + response.skipped);
     const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow.finishedAt() - *flow.startedAt());
     reporter.line(response.url.toStdString());
-    reporter.object({{"ok", response.ok},
-                     {"site", response.site.toStdString()},
-                     {"url", response.url.toStdString()},
-                     {"bytes", response.bytes},
-                     {"files", response.files},
-                     {"skipped", response.skipped},
-                     {"sent", sent},
-                     {"merged", success.isMerged},
-                     {"unreadable", jsonOf(flow.unreadable())},
-                     {"warnings", jsonOf(warnings)},
-                     {"seconds", static_cast<double>(duration.count()) / 1000.0}});
+    Json object = {{"ok", response.ok},
+                   {"site", response.site.toStdString()},
+                   {"url", response.url.toStdString()},
+                   {"bytes", response.bytes},
+                   {"files", response.files},
+                   {"skipped", response.skipped},
+                   {"sent", sent},
+                   {"answered", true},
+                   {"merged", success.isMerged},
+                   {"unreadable", jsonOf(flow.unreadable())}};
+    addFindings(object, flow.findings().value_or(DeployFlow::Findings()));
+    object["seconds"] = static_cast<double>(duration.count()) / 1000.0;
+    reporter.object(object);
     if (success.isMerged) {
         reporter.success(QStringLiteral("%1 is live: merged with what the platform has, in %2")
                              .arg(response.site, durationText(duration)));
@@ -166,18 +198,31 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
     reportUnreadable(reporter, flow.unreadable());
 }
 
-Task<ExitCode> publish(std::filesystem::path folder, QString name, QStringList warnings,
-                       std::shared_ptr<Context> context) {
+/// The platform did not answer, and has published it.
+void reportUnanswered(Reporter& reporter, const DeployFlow& flow, const QString& failure, const QString& url) {
+    reporter.line(url.toStdString());
+    reporter.object({{"ok", true},
+                     {"site", flow.siteName().toStdString()},
+                     {"url", url.toStdString()},
+                     {"bytes", flow.byteCount().value_or(0)},
+                     {"files", flow.fileCount().value_or(0)},
+                     {"answered", false},
+                     {"merged", false},
+                     {"unreadable", jsonOf(flow.unreadable())}});
+    reporter.success(QStringLiteral("%1 is live all the same: %2").arg(flow.siteName(), failure));
+}
+
+Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
     // Before packing, which can take a while: is there a platform, and does it know us?
     const PlatformConfig config = requireConfig(*context->client);
     const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
 
     Catalog catalog;
-    Task<> learning = learnSites(catalog, config, folder, name, context);
-    co_await learning;
     Connection connection(*context->client, catalog);
     // The platform that was asked gets the site, whatever is configured meanwhile.
     connection.use(config);
+    Task<> learning = learnSite(catalog, config, folder, name, context);
+    co_await learning;
     if (identity) {
         connection.enter(config, *identity);
     }
@@ -198,6 +243,16 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, QStringList w
         reporter.progress(stageText(flow->stage()));
     };
     QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
+    const auto showFindings = [flow = flow.get(), &reporter] {
+        reportFindings(reporter, flow->findings().value_or(DeployFlow::Findings()));
+    };
+    QObject::connect(flow.get(), &DeployFlow::findingsChanged, flow.get(), showFindings);
+    const auto showQuestion = [flow = flow.get(), &reporter, host = config.host()] {
+        if (flow->isOutcomeAsked()) {
+            reporter.progress(QStringLiteral("No answer; asking %1 what became of it…").arg(host));
+        }
+    };
+    QObject::connect(flow.get(), &DeployFlow::outcomeChanged, flow.get(), showQuestion);
     showStage();
 
     const std::stop_callback interrupt(context->stop, [&deployments] { deployments.end(); });
@@ -206,7 +261,13 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, QStringList w
 
     const DeployFlow::Phase phase = flow->phase();
     if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
-        const CommandFailure failure = commandFailure(failed->message, failed->kind);
+        const std::optional<ChangeOutcome> outcome = flow->outcome();
+        if (outcome && outcome->kind == ChangeOutcome::Kind::Done) {
+            reportUnanswered(reporter, *flow, failed->message, outcome->url);
+            co_return ExitCode::Done;
+        }
+        const CommandFailure plain = commandFailure(failed->message, failed->kind);
+        const CommandFailure failure = outcome ? unansweredFailure(plain, name, *outcome) : plain;
         reporter.failure(failure);
         co_return failure.exitCode;
     }
@@ -214,7 +275,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, QStringList w
     if (success == nullptr) {
         failClosed(collaboration, name, config);
     }
-    reportSuccess(reporter, *flow, *success, warnings);
+    reportSuccess(reporter, *flow, *success);
     co_return ExitCode::Done;
 }
 
@@ -229,10 +290,11 @@ public:
             .option({"--name", "NAME", "The site's name (default: the one before, or the folder's)", {}, "-n"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
             .flag({"--anyway", "", "Publish also a folder that holds your home folder"}, m_anyway)
-            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `merged`, `unreadable`: `count`, `names`, "
-                  "`warnings` and `seconds`; "
-                  "with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `warnings`, `entries`: each "
-                  "`path`, `size`")
+            .json(
+                "`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `answered`, `merged`, `unreadable`: `count`, "
+                "`names`, `leftOut`: `hidden`, `links`, `dependencies`, `agentFiles`, `special`, `warnings` and "
+                "`seconds`; with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `leftOut`, `warnings`, "
+                "`entries`: each `path`, `size`")
             .example("dw deploy", "Publish the present folder under its own name, or to its linked site")
             .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }
@@ -248,14 +310,10 @@ public:
         }
         Task<QString> choosing = chosenName(m_name, linked, folder, context);
         const QString name = co_await choosing;
-        const QStringList warnings = warningsOf(folder);
-        for (const QString& warning : warnings) {
-            context->reporter.message(warning);
-        }
         if (m_dryRun) {
-            co_return co_await showFiles(folder, name, warnings, context);
+            co_return co_await showFiles(folder, name, context);
         }
-        co_return co_await publish(folder, name, warnings, context);
+        co_return co_await publish(folder, name, context);
     }
 
 private:
