@@ -88,6 +88,19 @@ mkdir -p packages/shared/dist && touch packages/shared/dist/index.js
         wait_for("the end of the server", lambda: not self.server_runs())
 
 
+def with_mounts(*mounts):
+    """A command that runs another one with a view of the file system that nobody else has (unshare(1)), in which each
+    first path stands in the place of the second; the person stays the same."""
+    script = " && ".join(f"mount --bind '{source}' '{target}'" for source, target in mounts)
+    people = [] if os.geteuid() == 0 else ["--map-current-user", "--keep-caps"]
+    return ["/usr/bin/unshare", *people, "--mount", "/bin/sh", "-c", script + ' && exec "$@"', "sh"]
+
+
+def can_mount(command):
+    """Not in a container that may not mount anything."""
+    return subprocess.run([*command, "true"], stderr=subprocess.DEVNULL, timeout=DEADLINE).returncode == 0
+
+
 class LinkedSystem:
     """Folders of a test's own in the place of /usr/local/bin and of pkexec, for the programs that `command` starts. The
     command is linked to another copy of the application; the password dialog waits for an answer."""
@@ -108,14 +121,10 @@ exec "$@"
 """)
 
     def command(self):
-        """A view of the file system that nobody else has (unshare(1)); the person stays the same."""
-        mounts = f"mount --bind '{self.links}' /usr/local/bin && mount --bind '{self.pkexec}' /usr/bin/pkexec"
-        people = [] if os.geteuid() == 0 else ["--map-current-user", "--keep-caps"]
-        return ["/usr/bin/unshare", *people, "--mount", "/bin/sh", "-c", mounts + ' && exec "$@"', "sh"]
+        return with_mounts((self.links, "/usr/local/bin"), (self.pkexec, "/usr/bin/pkexec"))
 
     def works(self):
-        """Not in a container that may not mount anything."""
-        return subprocess.run([*self.command(), "true"], stderr=subprocess.DEVNULL, timeout=DEADLINE).returncode == 0
+        return can_mount(self.command())
 
     def answer(self, text):
         draft = self.folder / "draft"

@@ -12,7 +12,7 @@ import urllib.request
 from datetime import datetime, timedelta, timezone
 from pathlib import Path
 
-from checkout import Checkout, LinkedSystem
+from checkout import Checkout, LinkedSystem, can_mount, with_mounts
 from session import Sandbox, Session, skip_introduction, wait_for
 
 LARGE = (1000, 760)
@@ -537,6 +537,28 @@ def take_collaboration(shots, sandbox):
     shots.close()
 
 
+def take_missing_git(shots, sandbox):
+    """The person asks for what needs git where there is none."""
+    desktop = shots.desktop
+    desktop.prefix = with_mounts(("/dev/null", "/usr/bin/git"))
+    if not can_mount(desktop.prefix):
+        print("no pictures of a system without git: nothing can be mounted here")
+        desktop.prefix = []
+        return
+    work = sample_folder(desktop, f"{shots.theme}/handbook")
+    allow_collaboration(sandbox, "handbook")
+    shots.open(sandbox, prepare=lambda home: remember_folders(home, {"handbook": work}))
+    desktop.find("list item", "handbook")
+    shots.resize(LARGE)
+    desktop.move(*desktop.place(desktop.find("list item", "handbook")))
+    desktop.press("push button", "Share handbook")
+    desktop.press("push button", re.compile("^Link "))
+    desktop.find("dialog", "One-time setup for collaboration")
+    shots.take("git-missing")
+    shots.close()
+    desktop.prefix = []
+
+
 def take_deploy(shots, sandbox):
     desktop = shots.desktop
     shots.open(sandbox, sample_folder(desktop, "Spring Lookbook"))
@@ -600,7 +622,7 @@ def take_drop(shots, sandbox):
     desktop = shots.desktop
     shots.open(sandbox)
     desktop.find("list item", "handbook")
-    icon = desktop.file_manager(sample_folder(desktop, f"{shots.theme}/Spring Lookbook").parent, shots.window)
+    icon = desktop.file_manager(sample_folder(desktop, f"{shots.theme}/dropped/Spring Lookbook").parent, shots.window)
     desktop.drag(icon, (icon[0] - 40, icon[1]), (400, 300))
     desktop.find("panel", "Drop to deploy")
     shots.settle()
@@ -627,6 +649,7 @@ def main():
             take_site_sheets(shots, sandbox)
             take_sharing(shots, sandbox)
             take_collaboration(shots, sandbox)
+            take_missing_git(shots, sandbox)
             take_deploy(shots, sandbox)
             take_settings(shots, sandbox)
             take_tray(shots, sandbox)

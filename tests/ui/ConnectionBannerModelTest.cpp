@@ -129,6 +129,55 @@ TEST_F(ConnectionBannerModelTest, AnOutageShowsItAndItsEndTakesItAway) {
     EXPECT_FALSE(banner().isVisible());
 }
 
+TEST_F(ConnectionBannerModelTest, AnOutageHasItsReasonAndCanBeRetried) {
+    become(Kind::Unreachable);
+    EXPECT_EQ(banner().reason(), QStringLiteral("The connection to localhost was lost · port %1").arg(server.port()));
+    EXPECT_TRUE(banner().isRetryOffered());
+    EXPECT_FALSE(banner().isRetrying());
+    become(Kind::Connected);
+    EXPECT_EQ(banner().reason(), QString());
+    EXPECT_FALSE(banner().isRetryOffered());
+}
+
+TEST_F(ConnectionBannerModelTest, APlatformThatAnsweredWithAnErrorIsSaidToHave) {
+    configureLocal();
+    server.answer("/api/me", 500, "");
+    reloadConfig();
+    await(refresh());
+    EXPECT_EQ(banner().reason(), QStringLiteral("It answered with an error: HTTP 500 · port %1").arg(server.port()));
+}
+
+TEST_F(ConnectionBannerModelTest, ARetryIsOfferedForWhatIsNotBeingStarted) {
+    for (const Phase& phase : {idle, running}) {
+        EXPECT_TRUE(ConnectionBannerModel::isRetried(Status::unreachable(8), phase));
+    }
+    for (const Phase& phase : {building, starting, failed}) {
+        EXPECT_FALSE(ConnectionBannerModel::isRetried(Status::unreachable(8), phase));
+    }
+    EXPECT_FALSE(ConnectionBannerModel::isRetried(Status::connecting(), idle));
+}
+
+TEST_F(ConnectionBannerModelTest, AnotherPlatformIsOfferedUntilThisOneHasAnswered) {
+    become(Kind::Unreachable);
+    EXPECT_TRUE(banner().isPlatformChangeOffered());
+    become(Kind::Connected);
+    EXPECT_FALSE(banner().isPlatformChangeOffered());
+    server.closeWithoutAnswer("/api/sites");
+    await(refresh());
+    ASSERT_EQ(status().kind, Kind::Unreachable);
+    EXPECT_FALSE(banner().isPlatformChangeOffered()) << "it is the right one, and out of reach for now";
+}
+
+TEST_F(ConnectionBannerModelTest, RetryingAsksThePlatformAtOnce) {
+    configureLocal();
+    server.closeWithoutAnswer("/api/me");
+    model().start();
+    waitUntil([this] { return sleeper.isAsleep(); });
+    answerAll();
+    banner().retryNow();
+    waitUntil([this] { return status() == Status::connected(); });
+}
+
 TEST_F(ConnectionBannerModelTest, WithoutACheckoutOneIsAskedFor) {
     become(Kind::Unreachable);
     EXPECT_EQ(banner().offer(), QStringLiteral("Run locally…"));

@@ -459,7 +459,9 @@ TEST_F(LeafViewsTest, ASpinnerTurns) {
 // DropOverlayView
 
 TEST_F(LeafViewsTest, TheDropOverlayWelcomesAFolder) {
-    showQml(R"(DropOverlayView { anchors.fill: parent; host: "sites.test" })");
+    showQml(R"(DropOverlayView {
+        anchors.fill: parent; invites: true; title: "Drop to deploy"; text: "live on sites.test in about 30 seconds"
+        note: "You can rename it before it goes live." })");
     EXPECT_THAT(texts(), ElementsAre("Drop to deploy", "live on sites.test in about 30 seconds",
                                      "You can rename it before it goes live."));
     EXPECT_DOUBLE_EQ(pointSize(textItem(QStringLiteral("Drop to deploy"))), 20 * pointsPerPixel);
@@ -468,9 +470,18 @@ TEST_F(LeafViewsTest, TheDropOverlayWelcomesAFolder) {
     expectPaletteIsFollowed();
 }
 
+TEST_F(LeafViewsTest, TheDropOverlayThatRefusesAFolderHasNoFrameAndNoSignOfWelcome) {
+    showQml(R"(DropOverlayView { anchors.fill: parent; invites: false; title: "A deployment is running"
+        text: "Drop the folder again when it is done."; note: "" })");
+    EXPECT_THAT(texts(), ElementsAre("A deployment is running", "Drop the folder again when it is done."));
+    EXPECT_FALSE(isDrawn(QString(QChar(0xE2CC))));
+    EXPECT_TRUE(isDrawn(QString(QChar(0xE001))));
+}
+
 TEST_F(LeafViewsTest, TheDropOverlayLetsTheWindowShineThrough) {
     showQml(
-        R"(Rectangle { anchors.fill: parent; color: "#FF0000" } DropOverlayView { anchors.fill: parent; host: "x" })");
+        R"(Rectangle { anchors.fill: parent; color: "#FF0000" }
+           DropOverlayView { anchors.fill: parent; invites: true; title: "x"; text: "x"; note: "x" })");
     const QColor edge = picture().pixelColor(5, 5);
     EXPECT_NEAR(edge.green(), 255 * 0.72, 2);
     EXPECT_EQ(edge.red(), 255);
@@ -507,6 +518,41 @@ TEST_F(LeafViewsTest, TheBannerOffersWhatCanBeDone) {
     press(Qt::Key_Return);
     click(QStringLiteral("Run locally…"));
     EXPECT_EQ(view().rootObject()->property("count").toInt(), 2);
+}
+
+TEST_F(LeafViewsTest, TheBannerTellsTheReasonInALineOfItsOwn) {
+    showQml(R"(UnreachableBanner {
+        width: parent.width; title: "Can’t reach sites.test"; text: "retrying in 8s"; reason: "HTTP 500 · port 443"
+    })");
+    EXPECT_THAT(texts(), ElementsAre("Can’t reach sites.test", "retrying in 8s", "HTTP 500 · port 443"));
+    EXPECT_EQ(color(textItem(QStringLiteral("HTTP 500 · port 443"))), light(Token::TextSecondary));
+    expectPaletteIsFollowed();
+}
+
+TEST_F(LeafViewsTest, TheBannerOffersToRetryButNotWhileItDoes) {
+    showQml(R"(
+        property int count: 0
+        property alias retrying: banner.retrying
+        UnreachableBanner {
+            id: banner
+            width: parent.width; title: "Can’t reach"; text: "retrying in 8s"; retryOffered: true
+            onRetried: test.count++
+        })");
+    click(QStringLiteral("Retry now"));
+    EXPECT_EQ(view().rootObject()->property("count").toInt(), 1);
+    view().rootObject()->setProperty("retrying", true);
+    EXPECT_FALSE(the(Role::Button, QStringLiteral("Retrying…")).isEnabled());
+}
+
+TEST_F(LeafViewsTest, TheBannerOffersAnotherPlatform) {
+    showQml(R"(
+        property int count: 0
+        UnreachableBanner {
+            width: parent.width; title: "Can’t reach"; text: "retrying in 8s"; platformChangeOffered: true
+            onPlatformChangeAsked: test.count++
+        })");
+    click(QStringLiteral("Change platform…"));
+    EXPECT_EQ(view().rootObject()->property("count").toInt(), 1);
 }
 
 TEST_F(LeafViewsTest, TheBannerOfAPlatformOnItsWayUpTurns) {

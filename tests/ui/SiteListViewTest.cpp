@@ -522,8 +522,8 @@ TEST_F(SiteListViewTest, TheMenuUpdatesAFolderThatIsBehind) {
     connectedWithFolders();
     showList();
     click(row(QStringLiteral("behind")), Qt::RightButton);
-    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files", "Update Folder",
-                                    "Version History", "Logs", "Roll Back…", "Delete Project…"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Publish Again", "Show Folder in Files",
+                                    "Update Folder", "Version History", "Logs", "Roll Back…", "Delete Project…"));
     EXPECT_EQ(all(Role::Separator).size(), 3U);
     PlatformServer::Hold hold = server.holdAnswer("/git/behind/info/refs?service=git-upload-pack");
     click(Role::MenuItem, QStringLiteral("Update Folder"));
@@ -531,8 +531,8 @@ TEST_F(SiteListViewTest, TheMenuUpdatesAFolderThatIsBehind) {
     hold.release();
     waitUntil([this] { return model().collaboration().collabBusy().isEmpty(); });
     click(row(QStringLiteral("conflicted")), Qt::RightButton);
-    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files", "Version History", "Logs",
-                                    "Roll Back…", "Delete Project…"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Publish Again", "Show Folder in Files",
+                                    "Version History", "Logs", "Roll Back…", "Delete Project…"));
 }
 
 TEST_F(SiteListViewTest, ShareAsksForTheSheetOfTheSite) {
@@ -612,13 +612,35 @@ TEST_F(SiteListViewTest, TheMenuOfTheButtonIsTheSame) {
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
 }
 
+TEST_F(SiteListViewTest, ASiteIsPublishedAgainFromItsFolderUnderItsName) {
+    connectedWith({"garden"});
+    showList();
+    store().saveFolder(QStringLiteral("garden"), siteFolder("source"));
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    click(Role::MenuItem, QStringLiteral("Publish Again"));
+    ASSERT_TRUE(deployFlow());
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("source"));
+    EXPECT_EQ(deployFlow()->siteName(), QStringLiteral("garden"));
+    EXPECT_TRUE(deployFlow()->isConfirming());
+}
+
+TEST_F(SiteListViewTest, WhileDeploysArePausedNothingIsPublishedAgain) {
+    connectedWith({"garden"});
+    store().saveFolder(QStringLiteral("garden"), siteFolder("source"));
+    become(Kind::Unreachable);
+    showList();
+    click(row(QStringLiteral("garden")), Qt::RightButton);
+    click(Role::MenuItem, QStringLiteral("Publish Again"));
+    EXPECT_EQ(deployFlow(), nullptr);
+}
+
 TEST_F(SiteListViewTest, AKnownFolderCanBeShown) {
     connectedWith({"garden", "bakery"});
     showList();
     store().saveFolder(QStringLiteral("garden"), "/srv/garden");
     click(row(QStringLiteral("garden")), Qt::RightButton);
-    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Show Folder in Files", "Version History", "Logs",
-                                    "Roll Back…", "Delete Project…"));
+    EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Publish Again", "Show Folder in Files",
+                                    "Version History", "Logs", "Roll Back…", "Delete Project…"));
     click(Role::MenuItem, QStringLiteral("Show Folder in Files"));
     EXPECT_THAT(desktop.shownPaths(), ElementsAre("/srv/garden"));
     click(row(QStringLiteral("bakery")), Qt::RightButton);

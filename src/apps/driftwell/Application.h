@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/driftwell/DeployNotices.h"
 #include "apps/driftwell/Invocation.h"
 #include "apps/driftwell/MainWindow.h"
 #include "apps/driftwell/MergeNotices.h"
@@ -36,6 +37,9 @@ public:
     /// Does what a further start asks for, which hands over `activationToken`, empty where it has none.
     void handle(const Invocation& invocation, const QByteArray& activationToken);
 
+    /// The person wants the application to end: it does, unless something is under way; then it asks in the window.
+    void askToQuit();
+
     /// Ends the application when what it is doing has come to its end: a running deployment is cancelled and leaves
     /// nothing behind. A second call does nothing.
     void quit();
@@ -47,6 +51,8 @@ private:
     Task<> endAndQuit();
     void showWindow(const QByteArray& activationToken = {});
     void showSettings();
+    /// The person has signed in with the browser and wants to go on here.
+    void followSignIn();
     void followClosedWindow();
     void sayThatItRuns();
     void runAction(const QString& key, const QByteArray& activationToken);
@@ -60,6 +66,7 @@ private:
     SettingsWindow m_settings;
     TrayItem m_tray;
     MergeNotices m_mergeNotices;
+    DeployNotices m_deployNotices;
     bool m_isQuitting = false;
     /// That the application goes on although nothing of it is to be seen; null while it is not said.
     std::unique_ptr<Notification> m_sign;

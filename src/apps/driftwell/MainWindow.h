@@ -34,9 +34,15 @@ public:
     /// It is open and on screen: neither hidden nor reduced to an icon.
     [[nodiscard]] bool isSeen() const;
 
+    /// It is the one that the person works in.
+    [[nodiscard]] bool isInFront() const;
+
     /// Opens the window, or brings it to the front. `activationToken` is what another program handed over so that it
     /// may be raised; empty where there is none.
     void show(const QByteArray& activationToken = {});
+
+    /// Asks in the open window whether the application is to end although something is under way.
+    void askToQuit();
 
     /// Takes the window from the screen and leaves it open.
     void hide();
@@ -49,6 +55,8 @@ Q_SIGNALS:
     void closed();
     /// The person wants the whole application to end.
     void quitRequested();
+    /// The same, after a question.
+    void quitConfirmed();
     void settingsRequested();
 
 protected:

@@ -6,7 +6,6 @@
 #include <QGuiApplication>
 #include <QQuickItem>
 #include <QScreen>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -23,7 +22,9 @@ QRect availableScreen(QPoint point) {
 
 } // namespace
 
-TrayPanel::TrayPanel(MenuBarModel& model, WindowServices& desktop) : m_model(model), m_desktop(desktop) {}
+TrayPanel::TrayPanel(MenuBarModel& model, WindowServices& desktop) : m_model(model), m_desktop(desktop) {
+    connect(this, &TrayPanel::dismissalAsked, this, &TrayPanel::dismiss, Qt::QueuedConnection);
+}
 
 TrayPanel::~TrayPanel() = default;
 
@@ -53,7 +54,7 @@ void TrayPanel::open(QPoint anchor) {
     view.setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     view.setResizeMode(QQuickView::SizeViewToRootObject);
     m_scene->load(QStringLiteral("MenuBarView"), {{QStringLiteral("model"), QVariant::fromValue(&m_model)}});
-    connect(view.rootObject(), SIGNAL(dismissed()), this, SLOT(dismissSoon()));
+    connect(view.rootObject(), SIGNAL(dismissed()), this, SIGNAL(dismissalAsked()));
     connect(&view, &QWindow::activeChanged, this, &TrayPanel::followActivation);
     connect(&view, &QWindow::heightChanged, this, &TrayPanel::place);
     place();
@@ -69,14 +70,9 @@ void TrayPanel::place() {
 void TrayPanel::followActivation() {
     const bool isActive = m_scene->view().isActive();
     if (m_wasActive && !isActive) {
-        dismissSoon();
+        Q_EMIT dismissalAsked();
     }
     m_wasActive = isActive;
-}
-
-void TrayPanel::dismissSoon() {
-    // The scene is in the middle of the handler that asks for it.
-    QTimer::singleShot(0, this, &TrayPanel::dismiss);
 }
 
 void TrayPanel::dismiss() {

@@ -32,8 +32,9 @@ public:
     /// screen that the anchor is at.
     [[nodiscard]] static QPoint placeBeside(QPoint anchor, QSize size, const QRect& screen);
 
-private Q_SLOTS:
-    void dismissSoon();
+Q_SIGNALS:
+    /// The panel is to go, once whoever says so has ended.
+    void dismissalAsked();
 
 private:
     void open(QPoint anchor);

@@ -2,10 +2,10 @@
 #include "apps/dw/Program.h"
 #include "support/Bundle.h"
 #include "support/DescriptorLimit.h"
+#include "support/EventLoop.h"
 #include "support/Interruption.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
         return static_cast<int>(parsed.answer);
     }
 
-    dw::Reporter reporter(parsed.form);
+    dw::Reporter reporter(parsed.form, parsed.manner);
     if (!canOpenDescriptors(neededDescriptors)) {
         return static_cast<int>(reportLackOfDescriptors(reporter));
     }
@@ -73,10 +73,13 @@ int main(int argc, char** argv) {
     client->refuseNotOk();
 
     // From the event loop, so that a command that ends at once finds it running.
-    QTimer::singleShot(0, &application, [&] {
+    EventLoop::current()->post([&] {
         detach(runAndQuit(parsed.command, {std::move(client), reporter, interruption.token()}));
     });
-    const int code = QCoreApplication::exec();
+    int code = QCoreApplication::exec();
     reportKeptFiles(store, reporter);
+    if (code == static_cast<int>(dw::ExitCode::Interrupted) && interruption.signal()) {
+        code = 128 + *interruption.signal();
+    }
     return reporter.flush() ? code : static_cast<int>(dw::ExitCode::Failed);
 }

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 
 namespace driftwell::sandbox {
 
@@ -30,7 +31,7 @@ struct Api::Route {
     std::string_view method;
     std::string_view path;
     Caller caller;
-    void (Api::*answer)(Call&);
+    std::function<void(Api&, Call&)> answer;
 };
 
 const std::vector<Api::Route>& Api::routes() {
@@ -208,7 +209,7 @@ void Api::handle(Exchange& exchange) {
             throw notOnTheTeam();
         }
         Call call{exchange, *person, *name};
-        (this->*route.answer)(call);
+        route.answer(*this, call);
         return;
     }
     if (allowed.empty()) {
@@ -244,7 +245,7 @@ void Api::stats(Call& call) {
                                {"wsConnections", 0}});
 }
 
-void Api::libs(Call& call) {
+void Api::libs(Call& call) const {
     json list = json::array();
     for (const Library& library : libraries()) {
         list.push_back({{"name", library.name},

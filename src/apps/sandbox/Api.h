@@ -28,7 +28,7 @@ private:
     void me(Call& call);
     void sites(Call& call);
     void stats(Call& call);
-    void libs(Call& call);
+    void libs(Call& call) const;
     void logs(Call& call);
     void deploy(Call& call);
     void rollBack(Call& call);

@@ -1,18 +1,17 @@
 #include "ui/scene/KeyboardFocus.h"
 
-#include <QTimer>
-
 namespace driftwell {
 
 KeyboardFocus::KeyboardFocus(QQuickView& view) : m_view(view) {
     connect(&view, &QQuickWindow::activeFocusItemChanged, this, &KeyboardFocus::follow);
+    // Later: the keyboard may be on its way to another item.
+    connect(this, &KeyboardFocus::left, this, &KeyboardFocus::restore, Qt::QueuedConnection);
 }
 
 void KeyboardFocus::follow() {
     QQuickItem* const item = m_view.activeFocusItem();
     if (item == m_view.contentItem()) {
-        // Later: the keyboard may be on its way to another item.
-        QTimer::singleShot(0, this, &KeyboardFocus::restore);
+        Q_EMIT left();
     } else if (item != nullptr && m_view.rootObject() != nullptr && m_view.rootObject()->isAncestorOf(item)) {
         m_last = item;
         m_wasInView = true;

@@ -16,6 +16,10 @@ public:
     /// `view` outlives it.
     explicit KeyboardFocus(QQuickView& view);
 
+Q_SIGNALS:
+    /// No item has it, for now at least.
+    void left();
+
 private:
     void follow();
     void restore();

@@ -109,6 +109,12 @@ FocusScope {
             textStyle: TextStyle.Note
             tone: Tone.Danger
         }
+        SmallButton {
+            Layout.alignment: Qt.AlignHCenter
+            visible: view.model.action !== SignInModel.Cancel
+            text: "Change platform…"
+            onClicked: view.model.changePlatform()
+        }
         CodeText {
             Layout.fillWidth: true
             Layout.topMargin: 4

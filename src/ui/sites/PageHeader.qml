@@ -18,11 +18,19 @@ RowLayout {
             textStyle: TextStyle.PageTitle
             Accessible.role: Accessible.Heading
         }
-        AppText {
-            Layout.fillWidth: true
-            text: header.model.subtitle
-            textStyle: TextStyle.Callout
-            tone: Tone.Muted
+        RowLayout {
+            spacing: 7
+
+            Spinner {
+                visible: header.model.loading
+                size: 12
+            }
+            AppText {
+                Layout.fillWidth: true
+                text: header.model.subtitle
+                textStyle: TextStyle.Callout
+                tone: Tone.Muted
+            }
         }
     }
     IconButton {

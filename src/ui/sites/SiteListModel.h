@@ -26,6 +26,7 @@ class SiteListModel final : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made by the window's model")
     Q_PROPERTY(QString subtitle READ subtitle NOTIFY textsChanged)
+    Q_PROPERTY(bool loading READ isLoading NOTIFY textsChanged)
     Q_PROPERTY(QString nothingMatches READ nothingMatches NOTIFY textsChanged)
     Q_PROPERTY(bool newProjectEnabled READ isNewProjectEnabled NOTIFY pausedChanged)
     Q_PROPERTY(bool paused READ isPaused NOTIFY pausedChanged)
@@ -43,7 +44,10 @@ public:
     /// How many sites there are, and how many of them the filter shows.
     [[nodiscard]] static QString subtitle(qsizetype shown, qsizetype total, const QString& filter);
 
+    /// The same, once the platform has told; until then what is waited for.
     [[nodiscard]] QString subtitle() const;
+    /// A connection is being made, and no list has come yet.
+    [[nodiscard]] bool isLoading() const;
     /// Takes the table's place when the filter matches nothing; empty otherwise.
     [[nodiscard]] QString nothingMatches() const;
     [[nodiscard]] bool isNewProjectEnabled() const { return !isPaused(); }
@@ -67,6 +71,8 @@ public:
     /// Whether the folder is known that the site was published from on this machine. Read afresh.
     Q_INVOKABLE bool hasFolder(const QString& name) const;
     Q_INVOKABLE void revealFolder(const QString& name);
+    /// Opens a deployment of that folder under the site's name.
+    Q_INVOKABLE void publishAgain(const QString& name);
     /// Whether there is a version before the live one.
     Q_INVOKABLE bool canRollBack(const QString& name) const;
     /// Whether the platform has what the site's folder does not.
@@ -99,11 +105,13 @@ Q_SIGNALS:
     void deletionRequested(const driftwell::SiteInfo& site);
 
 private:
+    void followStatus();
     void replaceLogs(LogsModel* logs);
     [[nodiscard]] std::optional<CollabState::Kind> folderState(const QString& name) const;
 
     Connection& m_connection;
     Catalog& m_catalog;
+    Deployments& m_deployments;
     SiteOperations& m_operations;
     Collaboration& m_collaboration;
     NewProject& m_newProject;

@@ -9,8 +9,10 @@
 #include "core/Gates.h"
 #include "core/LocalPlatform.h"
 #include "core/NewProject.h"
+#include "core/RunningWork.h"
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
+#include "platform/HostRefusal.h"
 #include "platform/PlatformClient.h"
 
 #include <utility>
@@ -32,6 +34,11 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop, Sleep
       m_gitInstall(state.gates(), state.desktop(), nullptr),
       m_content(presentContent()) {
     connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::hostChanged);
+    // One was chosen, here or elsewhere.
+    connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::keepPlatform);
+    connect(&m_toolbar, &ToolbarModel::settingsRequested, this, &MainWindowModel::settingsRequested);
+    connect(&m_toolbar, &ToolbarModel::signOutRequested, this, &MainWindowModel::askToSignOut);
+    connect(&m_signIn, &SignInModel::platformChangeRequested, this, &MainWindowModel::choosePlatform);
     for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
         connect(&state.connection(), signal, this, &MainWindowModel::followStatus);
     }
@@ -80,6 +87,14 @@ void MainWindowModel::listAlerts() {
                       [&collaboration] {
                           collaboration.clearCollabError();
                       }});
+    Deployments& deployments = m_state.deployments();
+    m_alerts.add(deployments, &Deployments::openErrorChanged,
+                 {.title = QStringLiteral("Can’t publish again"),
+                  .text = [&deployments] { return deployments.openError(); },
+                  .dismiss =
+                      [&deployments] {
+                          deployments.clearOpenError();
+                      }});
     connect(&m_alerts, &Alerts::changed, this, &MainWindowModel::alertChanged);
 }
 
@@ -88,6 +103,16 @@ void MainWindowModel::connectSiteSheets() {
     connect(&m_siteList, &SiteListModel::historyRequested, &m_siteSheets, &SiteSheets::showHistory);
     connect(&m_siteList, &SiteListModel::rollbackRequested, &m_siteSheets, &SiteSheets::askToRollBack);
     connect(&m_siteList, &SiteListModel::deletionRequested, &m_siteSheets, &SiteSheets::askToDelete);
+    for (const auto signal :
+         {&SiteSheets::shareChanged, &SiteSheets::conflictChanged, &SiteSheets::attentionChanged,
+          &SiteSheets::historyChanged, &SiteSheets::rollbackChanged, &SiteSheets::deletionChanged}) {
+        connect(&m_siteSheets, signal, this, &MainWindowModel::dropChanged);
+    }
+    for (const auto signal :
+         {&MainWindowModel::gitInstallChanged, &MainWindowModel::alertChanged, &MainWindowModel::hostChanged}) {
+        connect(this, signal, this, &MainWindowModel::dropChanged);
+    }
+    connect(&m_state.deployments(), &Deployments::isDeployingChanged, this, &MainWindowModel::dropChanged);
 }
 
 MainWindowModel::Content MainWindowModel::content(Kind status, bool hasSites, bool isFiltered) {
@@ -109,6 +134,9 @@ MainWindowModel::Content MainWindowModel::content(Kind status, bool hasSites, bo
 MainWindowModel::Content MainWindowModel::presentContent() const {
     if (m_state.gates().needsOnboarding()) {
         return Content::Onboarding;
+    }
+    if (m_choosingPlatform) {
+        return Content::NoHost;
     }
     return content(m_state.connection().status().kind, !m_state.catalog().sites().isEmpty(),
                    !m_state.catalog().filter().isEmpty());
@@ -149,6 +177,47 @@ void MainWindowModel::followDeployFlow() {
     }
 }
 
+void MainWindowModel::askToQuit() {
+    ask(WorkQuestion::Intent::Quit);
+}
+
+void MainWindowModel::askToSignOut() {
+    if (RunningWork::of(m_state).isEmpty()) {
+        m_state.signIn().signOut();
+    } else {
+        ask(WorkQuestion::Intent::SignOut);
+    }
+}
+
+void MainWindowModel::ask(WorkQuestion::Intent intent) {
+    if (m_question != nullptr && m_question->intent() == intent) {
+        return;
+    }
+    endQuestion();
+    m_question = new WorkQuestion(intent, m_state, this);
+    connect(m_question, &WorkQuestion::confirmed, this, &MainWindowModel::confirmQuestion);
+    connect(m_question, &WorkQuestion::cancelled, this, &MainWindowModel::endQuestion);
+    Q_EMIT questionChanged();
+}
+
+void MainWindowModel::endQuestion() {
+    if (WorkQuestion* const old = std::exchange(m_question, nullptr)) {
+        Q_EMIT questionChanged();
+        // After its sheet, which is on its way out.
+        old->deleteLater();
+    }
+}
+
+void MainWindowModel::confirmQuestion() {
+    const WorkQuestion::Intent intent = m_question->intent();
+    endQuestion();
+    if (intent == WorkQuestion::Intent::Quit) {
+        Q_EMIT quitConfirmed();
+    } else {
+        m_state.signIn().signOut();
+    }
+}
+
 GitInstallModel* MainWindowModel::gitInstall() {
     return m_state.gates().showGitInstallSheet() ? &m_gitInstall : nullptr;
 }
@@ -170,12 +239,102 @@ bool MainWindowModel::canDeploy() const {
            acceptsDeploys(m_state.connection().config(), m_state.connection().status());
 }
 
+bool MainWindowModel::isSomethingInTheWay() const {
+    const SiteSheets& sheets = m_siteSheets;
+    return m_state.deployments().isTaken() || m_state.gates().showGitInstallSheet() || m_alerts.isPending() ||
+           sheets.share() || sheets.conflict() || sheets.attention() || sheets.history() || sheets.rollback() ||
+           sheets.deletion();
+}
+
+void MainWindowModel::hover(const std::vector<std::filesystem::path>& folders) {
+    QStringList names;
+    if (folders.size() > 1) {
+        for (const std::filesystem::path& folder : folders) {
+            const std::filesystem::path named = folder.has_filename() ? folder : folder.parent_path();
+            names.append(QString::fromStdString(named.filename().string()));
+        }
+    }
+    const bool isOther = std::exchange(m_hovering, names) != m_hovering;
+    if (std::exchange(m_dropTargeted, !folders.empty()) != m_dropTargeted || isOther) {
+        Q_EMIT dropChanged();
+    }
+}
+
+QString MainWindowModel::dropTitle() const {
+    if (m_state.deployments().isDeploying()) {
+        return QStringLiteral("A deployment is running");
+    }
+    if (!takesDrop()) {
+        return QStringLiteral("Something else is open");
+    }
+    return m_hovering.isEmpty() ? QStringLiteral("Drop to deploy") : QStringLiteral("Drop one folder");
+}
+
+QString MainWindowModel::dropText() const {
+    if (m_state.deployments().isDeploying()) {
+        return QStringLiteral("Drop the folder again when it is done.");
+    }
+    if (!takesDrop()) {
+        return QStringLiteral("Close it and drop the folder again.");
+    }
+    return m_hovering.isEmpty() ? QStringLiteral("live on %1 in about 30 seconds").arg(host())
+                                : QStringLiteral("Of these, only “%1” is taken.").arg(m_hovering.first());
+}
+
+QString MainWindowModel::dropNote() const {
+    return takesDrop() ? QStringLiteral("You can rename it before it goes live.") : QString();
+}
+
 void MainWindowModel::drop(const std::filesystem::path& folder) {
     m_state.deployments().beginDeploy(folder);
 }
 
 void MainWindowModel::setHost(const QString& host) {
-    m_state.connection().setHost(host);
+    const QString typed = host.trimmed();
+    if (typed.isEmpty()) {
+        return;
+    }
+    const std::optional<QString> refusal = hostRefusal(typed);
+    setHostError(refusal.value_or(QString()));
+    if (!refusal) {
+        m_state.connection().setHost(typed);
+        // Also when it is the one of before.
+        keepPlatform();
+    }
+}
+
+void MainWindowModel::clearHostError() {
+    setHostError({});
+}
+
+void MainWindowModel::setHostError(const QString& error) {
+    if (std::exchange(m_hostError, error) != error) {
+        Q_EMIT hostErrorChanged();
+    }
+}
+
+QString MainWindowModel::presentPlatform() const {
+    const std::optional<PlatformConfig> config = m_state.connection().config();
+    if (!config) {
+        return {};
+    }
+    return config->isReadable() ? config->origin() : config->host();
+}
+
+void MainWindowModel::choosePlatform() {
+    setChoosingPlatform(true);
+}
+
+void MainWindowModel::keepPlatform() {
+    setChoosingPlatform(false);
+}
+
+void MainWindowModel::setChoosingPlatform(bool choosing) {
+    if (std::exchange(m_choosingPlatform, choosing) != choosing) {
+        clearHostError();
+        Q_EMIT choosingPlatformChanged();
+        followStatus();
+    }
 }
 
 void MainWindowModel::chooseRepoAndRunLocalPlatform() {
@@ -193,6 +352,7 @@ void MainWindowModel::setKeysShown(bool shown) {
 }
 
 void MainWindowModel::setDropTargeted(bool targeted) {
+    m_hovering.clear();
     if (std::exchange(m_dropTargeted, targeted) != targeted) {
         Q_EMIT dropChanged();
     }

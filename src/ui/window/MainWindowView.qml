@@ -61,8 +61,14 @@ FocusScope {
             text: root.model.banner.text
             spoken: root.model.banner.spoken
             waiting: root.model.banner.waiting
+            reason: root.model.banner.reason
             offer: root.model.banner.offer
+            retryOffered: root.model.banner.retryOffered
+            retrying: root.model.banner.retrying
+            platformChangeOffered: root.model.banner.platformChangeOffered && !root.model.choosingPlatform
             onAccepted: root.model.banner.acceptOffer()
+            onRetried: root.model.banner.retryNow()
+            onPlatformChangeAsked: root.model.choosePlatform()
         }
         CLIRelinkBanner {
             Layout.fillWidth: true
@@ -94,9 +100,15 @@ FocusScope {
         model: root.model
     }
     DropOverlayView {
+        // Also over a sheet, of which it says that it is in the way.
+        parent: root.Window.contentItem ?? root
+        z: frame.aboveSheets - 1
         anchors.fill: parent
         visible: root.model.dropOverlayVisible
-        host: root.model.host
+        invites: root.model.dropInvited
+        title: root.model.dropTitle
+        text: root.model.dropText
+        note: root.model.dropNote
     }
     Rectangle {
         // A window without a frame would otherwise run into a window of its own colour behind it.
@@ -111,6 +123,8 @@ FocusScope {
         window: root.window
     }
     SheetFrame {
+        id: frame
+
         parent: root.Window.contentItem ?? root
         anchors.fill: parent
         visible: sheets.open

@@ -2,11 +2,13 @@ import QtQuick
 import QtQuick.Layouts
 import Driftwell
 
-// The first thing a person sees who has no platform yet.
+// The first thing a person sees who has no platform yet, or who wants another one.
 FocusScope {
     id: view
 
     required property MainWindowModel model
+
+    focus: true
 
     function connectToHost(): void {
         if (connectButton.enabled) {
@@ -14,7 +16,14 @@ FocusScope {
         }
     }
 
-    focus: true
+    Component.onCompleted: {
+        if (model.choosingPlatform) {
+            host.text = model.presentPlatform;
+            host.selectAll();
+        }
+        host.forceActiveFocus();
+    }
+    Keys.onEscapePressed: model.keepPlatform()
 
     ColumnLayout {
         anchors.centerIn: parent
@@ -53,6 +62,8 @@ FocusScope {
                 Layout.preferredWidth: 240
                 placeholderText: view.model.exampleHost
                 Accessible.name: "Platform host"
+                Accessible.description: view.model.hostError
+                onTextEdited: view.model.clearHostError()
                 onAccepted: view.connectToHost()
             }
             PushButton {
@@ -63,6 +74,23 @@ FocusScope {
                 enabled: host.text.trim() !== ""
                 onClicked: view.connectToHost()
             }
+        }
+        AppText {
+            Layout.fillWidth: true
+            visible: text !== ""
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+            maximumLineCount: 4
+            text: view.model.hostError
+            textStyle: TextStyle.Caption
+            tone: Tone.Danger
+        }
+        SmallButton {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.maximumWidth: parent.width
+            visible: view.model.choosingPlatform
+            text: "Stay with " + view.model.host
+            onClicked: view.model.keepPlatform()
         }
         RowLayout {
             Layout.alignment: Qt.AlignHCenter

@@ -12,10 +12,18 @@ Rectangle {
     property string spoken: text
     // It is on its way up.
     property bool waiting: false
+    // Why; empty when there is no more to say.
+    property string reason: ""
     // What can be done about it; empty when nothing can.
     property string offer: ""
+    property bool retryOffered: false
+    // It is being asked just now.
+    property bool retrying: false
+    property bool platformChangeOffered: false
 
     signal accepted
+    signal retried
+    signal platformChangeAsked
 
     implicitHeight: line.implicitHeight + 16
     color: DW.canvas
@@ -63,11 +71,30 @@ Rectangle {
                 textStyle: TextStyle.Detail
                 tone: Tone.Muted
             }
+            CuttableText {
+                Layout.fillWidth: true
+                visible: text !== ""
+                maximumLineCount: 1
+                text: banner.reason
+                textStyle: TextStyle.Detail
+                tone: Tone.Muted
+            }
         }
         RowButton {
             visible: text !== ""
             text: banner.offer
             onClicked: banner.accepted()
+        }
+        RowButton {
+            visible: banner.platformChangeOffered
+            text: "Change platform…"
+            onClicked: banner.platformChangeAsked()
+        }
+        RowButton {
+            visible: banner.retryOffered
+            enabled: !banner.retrying
+            text: banner.retrying ? "Retrying…" : "Retry now"
+            onClicked: banner.retried()
         }
     }
     Rectangle {

@@ -48,6 +48,11 @@ SheetHost {
         GitInstallSheet {}
     }
     SheetEntry {
+        target: sheets.model.question
+
+        WorkQuestionSheet {}
+    }
+    SheetEntry {
         target: sheets.model.keys
 
         KeysSheet {}
