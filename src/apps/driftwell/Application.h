@@ -48,6 +48,8 @@ public:
 
 private:
     Task<> endAndQuit();
+    /// Asks in the window before a sign-out while something is under way; gives whether it does.
+    bool asksBeforeSignOut();
     void showWindow(const QByteArray& activationToken = {});
     void showSettings();
     void followClosedWindow();

@@ -8,6 +8,8 @@
 #include <QtQml/qqmlregistration.h>
 #include <QVariantList>
 
+#include <functional>
+
 namespace driftwell {
 
 class Catalog;
@@ -72,6 +74,9 @@ public:
     [[nodiscard]] bool updatesEnabled() const;
     [[nodiscard]] bool canCheckForUpdates() const;
 
+    /// From now on this is asked before the person is signed out; true where it sees to that itself.
+    void askBeforeSignOut(std::function<bool()> ask) { m_askBeforeSignOut = std::move(ask); }
+
     Q_INVOKABLE void openSite(int row);
     Q_INVOKABLE void openWindow() { Q_EMIT windowRequested(); }
     Q_INVOKABLE void openSettings() { Q_EMIT settingsRequested(); }
@@ -95,6 +100,7 @@ private:
     SignIn& m_signIn;
     LocalServerController& m_localServer;
     Updater& m_updater;
+    std::function<bool()> m_askBeforeSignOut;
 };
 
 } // namespace driftwell
