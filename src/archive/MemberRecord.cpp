@@ -10,6 +10,7 @@ namespace driftwell {
 namespace {
 
 constexpr std::size_t writtenAtOnce = 64 * 1024;
+constexpr std::chrono::milliseconds writtenAfter(100);
 constexpr std::string_view endMark = "end";
 
 template <class Number> Number takeNumber(std::string_view& text) {
@@ -35,7 +36,7 @@ void MemberRecordWriter::add(const ArchiveMember& member) {
     // The type is a byte of any value.
     m_pending += std::to_string(static_cast<unsigned char>(member.type)) + ' ' + std::to_string(member.size) + ' ' +
                  std::to_string(member.modified) + ' ' + member.name + '\0';
-    if (m_pending.size() >= writtenAtOnce) {
+    if (m_pending.size() >= writtenAtOnce || std::chrono::steady_clock::now() >= m_written + writtenAfter) {
         flush();
     }
 }
@@ -48,6 +49,7 @@ void MemberRecordWriter::finish(std::uint64_t archiveSize) {
 void MemberRecordWriter::flush() {
     writeWhole(m_file, m_pending);
     m_pending.clear();
+    m_written = std::chrono::steady_clock::now();
 }
 
 void MemberRecordReader::read(std::string_view bytes) {

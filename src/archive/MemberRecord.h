@@ -2,6 +2,7 @@
 
 #include "archive/ArchiveMember.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,7 +13,8 @@ namespace driftwell {
 inline constexpr const char* memberRecordVariable = "DRIFTWELL_ARCHIVE_MEMBERS";
 
 /// Writes down the members of an archive as they go by: what the compressor saw, for whoever started it. Of each one
-/// its type, size, time and name, ended by a zero byte; at the end how many bytes the compressed archive has.
+/// its type, size, time and name, ended by a zero byte, soon enough for somebody who watches; at the end how many bytes
+/// the compressed archive has.
 class MemberRecordWriter {
 public:
     /// `file` is a descriptor open for writing, and stays the caller's.
@@ -27,6 +29,7 @@ private:
 
     int m_file;
     std::string m_pending;
+    std::chrono::steady_clock::time_point m_written = std::chrono::steady_clock::now();
 };
 
 /// Reads a record, in pieces as they come from a file, and gives the compressed archive's size. Throws ArchiveError

@@ -51,7 +51,7 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
         return AgentScaffold::write(std::move(folder), Git::Access::of(config, client->store()), client->helpers(),
                                     std::move(stop));
     };
-    Deployments::Surroundings surroundings{followUp, writeAgentFiles, m_collaboration->linkedRoad()};
+    Deployments::Surroundings surroundings{followUp, writeAgentFiles, m_collaboration->linkedRoad(), system.sleep};
     const auto openForEditing = [collaboration = m_collaboration.get()](const QString& site) {
         collaboration->cloneFromDeepLink(site);
     };
@@ -60,7 +60,7 @@ AppState::AppState(std::unique_ptr<PlatformClient> client, DesktopServices& desk
     };
     m_deepLinks =
         std::make_unique<DeepLinks>(m_client->urlScheme(), *m_connection, *m_gates, openForEditing, refuseLink);
-    m_deployments = std::make_unique<Deployments>(*m_client, *m_connection, std::move(surroundings));
+    m_deployments = std::make_unique<Deployments>(*m_client, *m_connection, *m_catalog, std::move(surroundings));
     const auto begin = [deployments = m_deployments.get()](const std::filesystem::path& folder) {
         deployments->beginDeploy(folder);
     };

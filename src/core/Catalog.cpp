@@ -46,7 +46,7 @@ void Catalog::store(Fetched<SitesResponse> answer) {
     if (const std::optional<SitesResponse> response = news(std::move(answer), m_knownSites)) {
         m_sites = response->sites;
     }
-    m_sitesAreKnown = true;
+    m_areSitesKnown = true;
 }
 
 void Catalog::store(Fetched<StatsResponse> answer) {
@@ -62,9 +62,9 @@ void Catalog::store(Fetched<LibsResponse> answer) {
 }
 
 void Catalog::clear() {
+    m_areSitesKnown = false;
     m_knownSites = m_knownStats = m_knownLibs = {};
     m_sites = QList<SiteInfo>();
-    m_sitesAreKnown = false;
     m_libs = QList<LibInfo>();
     m_stats = std::nullopt;
     m_deployHistory = DeployHistory();

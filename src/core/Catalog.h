@@ -20,10 +20,11 @@ class Catalog final : public QObject {
     Q_OBJECT
 
 public:
+    /// Whether the present platform has told its sites: then a name that is not among them is free. Until then that
+    /// there are none means nothing.
+    [[nodiscard]] bool areSitesKnown() const { return m_areSitesKnown; }
     /// In the platform's order.
     [[nodiscard]] QList<SiteInfo> sites() const { return m_sites; }
-    /// Whether the platform has told its sites; until then that there are none means nothing.
-    [[nodiscard]] bool sitesAreKnown() const { return m_sitesAreKnown; }
     [[nodiscard]] QList<LibInfo> libs() const { return m_libs; }
     [[nodiscard]] std::optional<StatsResponse> stats() const { return m_stats; }
     /// The versions of each site whose history was loaded, the newest first.
@@ -52,6 +53,9 @@ public:
     void store(Fetched<StatsResponse> answer);
     void store(Fetched<LibsResponse> answer);
 
+    /// Another platform is to be asked. What was fetched stays until it answers, but tells nothing of its sites.
+    void expectOtherSites() { m_areSitesKnown = false; }
+
     /// Forgets what was fetched. The histories go with it; filter, order and the expanded site stay.
     void clear();
 
@@ -61,8 +65,8 @@ public:
     void storeHistory(const QString& site, const QList<LogEntry>& entries);
 
 Q_SIGNALS:
+    void areSitesKnownChanged();
     void sitesChanged();
-    void sitesAreKnownChanged();
     void libsChanged();
     void statsChanged();
     void deployHistoryChanged();
@@ -80,8 +84,8 @@ private:
     KnownBytes m_knownLibs;
     mutable SiteLists m_siteLists;
 
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Catalog, bool, m_areSitesKnown, false, &Catalog::areSitesKnownChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Catalog, QList<SiteInfo>, m_sites, &Catalog::sitesChanged)
-    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Catalog, bool, m_sitesAreKnown, false, &Catalog::sitesAreKnownChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Catalog, QList<LibInfo>, m_libs, &Catalog::libsChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Catalog, std::optional<StatsResponse>, m_stats, &Catalog::statsChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Catalog, Catalog::DeployHistory, m_deployHistory, &Catalog::deployHistoryChanged)

@@ -106,6 +106,9 @@ void Connection::reloadConfig() {
 
 void Connection::use(const PlatformConfig& config) {
     m_wasReached = false;
+    if (m_config.value() != config) {
+        m_catalog.expectOtherSites();
+    }
     m_config = config;
     m_status = Status::connecting();
 }

@@ -1,6 +1,7 @@
 #include "core/DeployHistory.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace driftwell {
 
@@ -10,8 +11,17 @@ QList<LogEntry> deployHistory(QList<LogEntry> log) {
     return log;
 }
 
-bool isRollback(const LogEntry& entry) {
-    return entry.detail.startsWith(QLatin1String("rolled back"));
+std::optional<qsizetype> liveDeployment(const QList<LogEntry>& history) {
+    std::optional<qsizetype> live;
+    std::optional<qsizetype> previous;
+    for (qsizetype i = history.size() - 1; i >= 0; --i) {
+        if (isRollback(history[i])) {
+            std::swap(live, previous);
+        } else {
+            previous = std::exchange(live, i);
+        }
+    }
+    return live;
 }
 
 } // namespace driftwell

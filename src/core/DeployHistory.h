@@ -2,6 +2,8 @@
 
 #include "platform/Models.h"
 
+#include <optional>
+
 /// What a site's log tells of its versions.
 namespace driftwell {
 
@@ -13,7 +15,8 @@ inline constexpr int historyLogLines = 200;
 /// writes in one uniform form.
 [[nodiscard]] QList<LogEntry> deployHistory(QList<LogEntry> log);
 
-/// Whether such a line tells of a return to the version before, and not of a deployment.
-[[nodiscard]] bool isRollback(const LogEntry& entry);
+/// The place in a history, as deployHistory() has it, of the deployment that is live: a rollback swaps the live version
+/// with the one before it. Absent where the history does not reach back to that deployment.
+[[nodiscard]] std::optional<qsizetype> liveDeployment(const QList<LogEntry>& history);
 
 } // namespace driftwell

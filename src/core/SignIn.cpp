@@ -48,6 +48,9 @@ Task<> SignIn::runSignIn(PlatformConfig config, std::stop_token cancel) {
     }
     m_isSigningIn = false;
     m_signInTask.reset();
+    if (!error && !either.token().stop_requested()) {
+        Q_EMIT cameBack();
+    }
 }
 
 Task<> SignIn::enter(PlatformConfig config, std::stop_token stop) {

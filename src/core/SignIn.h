@@ -48,6 +48,8 @@ public:
 Q_SIGNALS:
     void isSigningInChanged();
     void signInErrorChanged();
+    /// The browser has come back and the person is signed in.
+    void cameBack();
 
 private:
     Task<> runSignIn(PlatformConfig config, std::stop_token cancel);

@@ -204,6 +204,14 @@ bool SiteOperations::hasFolder(const QString& site) const {
     return m_client.store().folderMap().contains(site);
 }
 
+QSet<QString> SiteOperations::sitesWithFolder() const {
+    QSet<QString> sites;
+    for (const auto& [site, folder] : m_client.store().folderMap()) {
+        sites.insert(site);
+    }
+    return sites;
+}
+
 void SiteOperations::revealFolder(const QString& site) {
     const auto folders = m_client.store().folderMap();
     const auto found = folders.find(site);

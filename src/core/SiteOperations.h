@@ -72,6 +72,9 @@ public:
     /// Whether the folder is remembered that the site was last published from. Read afresh.
     [[nodiscard]] bool hasFolder(const QString& site) const;
 
+    /// All sites whose folder is remembered. Read afresh.
+    [[nodiscard]] QSet<QString> sitesWithFolder() const;
+
     /// Shows the folder that the site was last published from, if it is remembered, whether it is still there or not.
     void revealFolder(const QString& site);
 

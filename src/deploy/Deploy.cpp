@@ -2,6 +2,7 @@
 
 #include "deploy/FolderScan.h"
 #include "deploy/Packing.h"
+#include "deploy/PublishedFiles.h"
 #include "deploy/WorkingFolder.h"
 #include "platform/PlatformClient.h"
 #include "platform/PlatformError.h"
@@ -19,18 +20,29 @@ struct Publication {
     QString site;
     PlatformConfig config;
     std::function<void(DeployStage)> onStage;
+    std::function<void(DeployProgress)> onProgress;
 };
 
 Task<DeployResponse> packAndSend(PlatformClient& client, Publication publication, std::filesystem::path workingFolder,
                                  DeployStops stops) {
     const StopScope either(stops.cancel, stops.end);
-    const std::filesystem::path archive = co_await packFolder(publication.folder, std::move(publication.files),
-                                                              workingFolder, client.helpers(), stops.end);
+    std::function<void(PackedSoFar)> onPacked;
+    if (publication.onProgress) {
+        onPacked = [onProgress = publication.onProgress, files = publication.files.fileCount](PackedSoFar packed) {
+            onProgress({.packedFiles = packed.files, .filesToPack = files, .archiveBytes = packed.bytes});
+        };
+    }
+    const std::filesystem::path archive =
+        co_await packFolder(publication.folder, std::move(publication.files), workingFolder, client.helpers(),
+                            stops.end, std::move(onPacked));
     throwIfCancelled(either.token());
 
     const std::function<void(DeployStage)> onStage = publication.onStage;
     onStage(DeployStage::uploading(0));
-    FileBody body{archive, [onStage](std::int64_t sent, std::int64_t total) {
+    FileBody body{archive, [onStage, onProgress = publication.onProgress](std::int64_t sent, std::int64_t total) {
+                      if (onProgress) {
+                          onProgress({.archiveBytes = total, .sentBytes = sent});
+                      }
                       if (const std::optional<double> fraction = uploadFraction(sent, total)) {
                           onStage(DeployStage::uploading(*fraction));
                       }
@@ -50,16 +62,19 @@ void requireFiles(const FolderScan& files) {
 
 // After an await, a client that may be gone is touched only once neither stop was requested.
 Task<DeployResult> deploy(PlatformClient& client, std::filesystem::path folder, QString site, PlatformConfig config,
-                          std::function<void(DeployStage)> onStage, DeployStops stops) {
+                          std::function<void(DeployStage)> onStage, DeployStops stops,
+                          std::function<void(DeployProgress)> onProgress) {
     const StopScope either(stops.cancel, stops.end);
     onStage(DeployStage::packing());
     const auto scanWork = [folder, stop = either.token()] {
-        return FolderScan::scan(folder, stop);
+        FolderScan files = FolderScan::scan(folder, stop);
+        std::string text = PublishedFiles::textOf(files);
+        return std::pair(std::move(files), std::move(text));
     };
-    FolderScan files = co_await runOnOwnThread(scanWork, either.token());
+    auto [files, text] = co_await runOnOwnThread(scanWork, either.token());
     requireFiles(files);
-    DeployResult result{{}, files.unreadable, files.fileCount};
-    Publication publication{folder, std::move(files), site, config, onStage};
+    DeployResult result{{}, files.unreadable, files.fileCount, std::move(text)};
+    Publication publication{folder, std::move(files), site, config, onStage, std::move(onProgress)};
     const WorkInFolder<DeployResponse> publishWork = [&](const std::filesystem::path& workingFolder) {
         throwIfCancelled(either.token());
         return packAndSend(client, std::move(publication), workingFolder, stops);

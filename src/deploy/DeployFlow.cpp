@@ -19,6 +19,7 @@ std::optional<std::int64_t> DeployFlow::byteCount() const {
 void DeployFlow::retry() {
     if (std::holds_alternative<Failure>(m_phase.value())) {
         m_stage = DeployStage::packing();
+        forgetOutcome();
         m_phase = Confirm{};
     }
 }
@@ -28,14 +29,42 @@ void DeployFlow::showFigures(std::int64_t fileCount, std::int64_t byteCount) {
 }
 
 void DeployFlow::begin() {
+    m_progress = DeployProgress();
+    m_speed.clear();
     m_startedAt = now();
     m_phase = Deploying{};
 }
 
 void DeployFlow::report(DeployStage stage) {
     if (isDeploying()) {
+        const bool begins = stage.step == DeployStage::Step::Uploading && m_stage.value().step != stage.step;
+        if (begins) {
+            m_speed.clear();
+            m_speed.add(0, TransferSpeed::Clock::now());
+        }
         m_stage = shownStage(stage);
     }
+}
+
+void DeployFlow::report(const DeployProgress& progress) {
+    if (isDeploying()) {
+        if (progress.sentBytes > 0) {
+            m_speed.add(progress.sentBytes, TransferSpeed::Clock::now());
+        }
+        m_progress = progress;
+    }
+}
+
+void DeployFlow::showOutcome(std::optional<Timestamp> attempt, const ChangeOutcome& outcome) {
+    if (std::holds_alternative<Failure>(m_phase.value()) && m_startedAt == attempt) {
+        m_outcome = outcome;
+        m_isOutcomeAsked = false;
+    }
+}
+
+void DeployFlow::forgetOutcome() {
+    m_isOutcomeAsked = false;
+    m_outcome = std::nullopt;
 }
 
 void DeployFlow::succeed(const DeployResponse& response, std::optional<std::int64_t> sentFiles) {

@@ -4,6 +4,7 @@
 #include "platform/Models.h"
 
 #include <cstdint>
+#include <string>
 
 namespace driftwell {
 
@@ -14,6 +15,8 @@ struct DeployResult {
     FolderScan::Unreadable unreadable;
     /// The files in the archive that was sent.
     std::int64_t sentFiles = 0;
+    /// Those files, for PublishedFiles::save().
+    std::string publishedFiles = {};
 
     bool operator==(const DeployResult&) const = default;
 };

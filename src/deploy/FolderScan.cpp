@@ -72,6 +72,7 @@ struct Listing {
     /// Sorted by their paths.
     std::vector<Listing*> folders;
     std::int64_t bytes = 0;
+    FolderScan::LeftOut leftOut;
     bool isUnreadable = false;
 };
 
@@ -169,6 +170,7 @@ FolderScan Walk::run() {
     for (const Listing& listing : m_listings) {
         result.fileCount += std::ssize(listing.files);
         result.byteCount += listing.bytes;
+        result.leftOut += listing.leftOut;
     }
     takeInOrder(m_listings.front(), result);
     result.unreadable = unreadableOf(m_listings);
@@ -266,8 +268,13 @@ void Walk::readFolder(Listing& listing, Found& folders) const {
 
 void Walk::readEntry(int directory, const dirent& entry, Listing& listing, Found& folders) const {
     const std::string_view name = entry.d_name;
+    if (isHidden(name)) {
+        listing.leftOut.hidden += name != "." && name != ".." ? 1 : 0;
+        return;
+    }
     const bool isOtherKind = entry.d_type != DT_REG && entry.d_type != DT_DIR && entry.d_type != DT_UNKNOWN;
-    if (isHidden(name) || isOtherKind) {
+    if (isOtherKind) {
+        ++(entry.d_type == DT_LNK ? listing.leftOut.links : listing.leftOut.special);
         return;
     }
     struct stat attributes {};
@@ -282,10 +289,18 @@ void Walk::readEntry(int directory, const dirent& entry, Listing& listing, Found
     }
     const bool atTop = listing.path.empty();
     if (S_ISDIR(attributes.st_mode)) {
-        if (name != "node_modules" && !(atTop && name == "skills")) {
+        if (name == "node_modules") {
+            ++listing.leftOut.dependencies;
+        } else if (atTop && name == "skills") {
+            ++listing.leftOut.agentFiles;
+        } else {
             folders.push_back(joined(listing.path, name, "/"));
         }
-    } else if (S_ISREG(attributes.st_mode) && !(atTop && name == "CLAUDE.md")) {
+    } else if (!S_ISREG(attributes.st_mode)) {
+        ++(S_ISLNK(attributes.st_mode) ? listing.leftOut.links : listing.leftOut.special);
+    } else if (atTop && name == "CLAUDE.md") {
+        ++listing.leftOut.agentFiles;
+    } else {
         listing.files.push_back({joined(listing.path, name), {attributes.st_size, attributes.st_mtim.tv_sec}});
         listing.bytes += attributes.st_size;
     }
@@ -299,6 +314,30 @@ FolderScan FolderScan::scan(const std::filesystem::path& folder, const std::stop
         throw PlatformError::api(QStringLiteral("cannot read ") + QString::fromStdString(folder.string()));
     }
     return Walk(std::move(root), folder, stop).run();
+}
+
+FolderScan::LeftOut& FolderScan::LeftOut::operator+=(const LeftOut& other) {
+    hidden += other.hidden;
+    links += other.links;
+    dependencies += other.dependencies;
+    agentFiles += other.agentFiles;
+    special += other.special;
+    return *this;
+}
+
+QString FolderScan::LeftOut::text() const {
+    QStringList parts;
+    const auto add = [&parts](std::int64_t count, const char* one, const char* many) {
+        if (count > 0) {
+            parts.append(QString::number(count) + u' ' + QLatin1String(count == 1 ? one : many));
+        }
+    };
+    add(hidden, "hidden item", "hidden items");
+    add(links, "symbolic link", "symbolic links");
+    add(dependencies, "node_modules folder", "node_modules folders");
+    add(agentFiles, "item for coding agents", "items for coding agents");
+    add(special, "special file", "special files");
+    return parts.isEmpty() ? QString() : QStringLiteral("Stays behind: ") + parts.join(QStringLiteral(", "));
 }
 
 QString FolderScan::Unreadable::text() const {

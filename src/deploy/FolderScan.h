@@ -47,6 +47,25 @@ struct FolderScan {
         [[nodiscard]] QString text() const;
     };
 
+    /// What stays behind although it can be read, each with all that it holds counted as one.
+    struct LeftOut {
+        /// What begins with a dot.
+        std::int64_t hidden = 0;
+        std::int64_t links = 0;
+        /// Folders named "node_modules".
+        std::int64_t dependencies = 0;
+        /// The folder "skills" and the file "CLAUDE.md" at the top.
+        std::int64_t agentFiles = 0;
+        /// Pipes, sockets and devices.
+        std::int64_t special = 0;
+
+        bool operator==(const LeftOut&) const = default;
+        LeftOut& operator+=(const LeftOut& other);
+
+        /// A sentence for a person: "Stays behind: 2 hidden items, 1 symbolic link". Empty when nothing does.
+        [[nodiscard]] QString text() const;
+    };
+
     /// Reads the folder, blocking, on a few threads of its own; it may never return where a network does not answer. No
     /// file is opened. Subfolders that may not be read, or that are gone by the time they are reached, are left out and
     /// named in the result.
@@ -65,6 +84,7 @@ struct FolderScan {
     /// Of each file, in the order of the paths.
     std::vector<Attributes> attributes;
     Unreadable unreadable;
+    LeftOut leftOut;
     /// The folder itself, whatever its path leads to by now: its device and its inode.
     std::pair<dev_t, ino_t> folder;
     /// When it began.

@@ -7,6 +7,7 @@
 #include "deploy/ToolRun.h"
 #include "platform/PlatformError.h"
 #include "support/AtomicFile.h"
+#include "support/Cancellation.h"
 #include "support/OwnThread.h"
 #include "support/ReadConfinement.h"
 #include "support/SystemError.h"
@@ -19,6 +20,7 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -164,6 +166,29 @@ ChildProcess::Command tarCommand(const Packing& packing) {
     return tar;
 }
 
+/// Runs tar to its end, and tells meanwhile how far it is.
+Task<> runTar(std::shared_ptr<Packing> packing, std::function<void(PackedSoFar)> onPacked) {
+    StopScope watching(packing->stop);
+    std::optional<Task<>> watch;
+    if (onPacked) {
+        watch.emplace(watchGrowth(packing->archive(), packing->record(), std::move(onPacked), watching.token()));
+    }
+    std::exception_ptr failure;
+    try {
+        ChildProcess::Command tar = tarCommand(*packing);
+        co_await runTool(std::move(tar), packing->stop);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    watching.requestStop();
+    if (watch) {
+        co_await *watch;
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
 /// The words of tar's failure, and what can be seen to have caused it. Blocking.
 PlatformError explained(const QString& failure, const Packing& packing) {
     const std::optional<QString> cause = findPackingFailure(packing.root.get(), packing.files, packing.workingFolder);
@@ -184,7 +209,7 @@ void check(const Packing& packing) {
 
 Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
                                        std::filesystem::path workingFolder, std::filesystem::path helpers,
-                                       std::stop_token stop) {
+                                       std::stop_token stop, std::function<void(PackedSoFar)> onPacked) {
     const auto packing = std::make_shared<Packing>(
         Packing{std::move(folder), std::move(files), std::move(workingFolder), std::move(helpers), std::move(stop)});
     const auto prepareWork = [packing] {
@@ -194,8 +219,8 @@ Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan 
 
     std::optional<QString> failure;
     try {
-        ChildProcess::Command tar = tarCommand(*packing);
-        co_await runTool(std::move(tar), packing->stop);
+        Task<> work = runTar(packing, std::move(onPacked));
+        co_await std::move(work);
     } catch (const PlatformError& failed) {
         failure = failed.description();
     }

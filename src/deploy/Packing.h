@@ -1,9 +1,11 @@
 #pragma once
 
+#include "deploy/ArchiveGrowth.h"
 #include "deploy/FolderScan.h"
 #include "support/Task.h"
 
 #include <filesystem>
+#include <functional>
 #include <stop_token>
 
 namespace driftwell {
@@ -25,10 +27,13 @@ namespace driftwell {
 /// The format has no times before 1970 nor after 2242, and tar refuses such files. Where there is one, all files get
 /// the time of the packing.
 ///
+/// `onPacked`, where there is one, is told meanwhile how far it is, on the caller's thread.
+///
 /// Throws PlatformError::api, with the cause where it can be seen, std::system_error, and Cancelled after a stop, which
 /// ends tar.
 [[nodiscard]] Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
                                                      std::filesystem::path workingFolder, std::filesystem::path helpers,
-                                                     std::stop_token stop = {});
+                                                     std::stop_token stop = {},
+                                                     std::function<void(PackedSoFar)> onPacked = {});
 
 } // namespace driftwell

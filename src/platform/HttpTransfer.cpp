@@ -212,16 +212,27 @@ void HttpTransfer::finish(CURLcode code) {
     }
     const bool otherProtocol = code == CURLE_UNSUPPORTED_PROTOCOL && m_awaitingHead;
     if (otherProtocol || code == CURLE_WEIRD_SERVER_REPLY) {
-        m_outcome.fail(PlatformError::unreachable(QStringLiteral("no response")));
+        failUnanswered(QStringLiteral("no response"));
         return;
     }
     // To libcurl, a header that is longer than it takes is a lack of memory.
     if (m_headerBytes > maximumHeaderBytes || (code == CURLE_OUT_OF_MEMORY && isWithinHead())) {
-        m_outcome.fail(PlatformError::unreachable(describeHttpHeaders(triedUrl())));
+        failUnanswered(describeHttpHeaders(triedUrl()));
         return;
     }
     const CURLcode reason = code == CURLE_OK || m_resendRefused ? CURLE_GOT_NOTHING : code;
-    m_outcome.fail(PlatformError::unreachable(describeHttpFailure(failureOf(reason))));
+    failUnanswered(describeHttpFailure(failureOf(reason)));
+}
+
+void HttpTransfer::failUnanswered(const QString& text) {
+    const PlatformError failure = PlatformError::unreachable(text);
+    m_outcome.fail(isChangeSent() ? failure.withOpenOutcome() : failure);
+}
+
+bool HttpTransfer::isChangeSent() const {
+    curl_off_t sent = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
+    return m_begun && m_request.method != "GET" && (fileBody() == nullptr || sent >= m_fileSize);
 }
 
 HttpFailure HttpTransfer::failureOf(CURLcode code) const {
@@ -245,7 +256,7 @@ std::optional<HttpProxy> HttpTransfer::usedProxy() const {
 }
 
 void HttpTransfer::failTimedOut() {
-    m_outcome.fail(PlatformError::unreachable(describeHttpTimeout(triedUrl(), usedProxy())));
+    failUnanswered(describeHttpTimeout(triedUrl(), usedProxy()));
 }
 
 bool HttpTransfer::readHeader(std::string_view line) {
@@ -341,6 +352,7 @@ int HttpTransfer::beginRequest(int remotePort, int localPort) {
         m_resendRefused = true;
         return CURL_PREREQFUNC_ABORT;
     }
+    m_begun = true;
     m_awaitingHead = true;
     m_headComplete = false;
     m_remotePort = remotePort;

@@ -64,6 +64,10 @@ private:
     /// Through the proxy, where one stands between.
     [[nodiscard]] std::optional<HttpProxy> usedProxy() const;
     [[nodiscard]] HttpFailure failureOf(CURLcode code) const;
+    /// Ends the exchange without an answer.
+    void failUnanswered(const QString& text);
+    /// Whether a request that changes something has gone out to its last byte.
+    [[nodiscard]] bool isChangeSent() const;
     [[nodiscard]] int queuedInKernel() const;
     void noteReceivedBytes();
     /// After redirects, the address that the last one led to.
@@ -112,6 +116,8 @@ private:
 
     HttpResponse m_response;
     std::int64_t m_headerBytes = 0;
+    /// A request has gone out, on whatever connection.
+    bool m_begun = false;
     /// A request is out and nothing of its answer has come.
     bool m_awaitingHead = false;
     /// The empty line that ends the headers has come.

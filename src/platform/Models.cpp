@@ -26,6 +26,10 @@ QString rawValue(LogEntry::Kind kind) {
     Q_UNREACHABLE();
 }
 
+bool isRollback(const LogEntry& entry) {
+    return entry.detail.startsWith(QLatin1String("rolled back"));
+}
+
 const SiteAccess& SiteAccess::teamDefault() {
     static const SiteAccess access;
     return access;

@@ -130,6 +130,9 @@ struct LogEntry {
 /// The text by which the API names a kind.
 [[nodiscard]] QString rawValue(LogEntry::Kind kind);
 
+/// Whether a line of the kind Deploy tells of a return to the version before, and not of a deployment.
+[[nodiscard]] bool isRollback(const LogEntry& entry);
+
 struct SitesResponse {
     QList<SiteInfo> sites;
 };

@@ -47,6 +47,11 @@ std::optional<ApiErrorBody> errorBody(const QByteArray& bytes) {
     }
 }
 
+/// Whether a gateway speaks, which had no answer of the platform's (RFC 9110, sections 15.6.3 and 15.6.5).
+bool isGatewaysWord(int status) {
+    return status == 502 || status == 504;
+}
+
 PlatformError refusal(int status, const std::optional<ApiErrorBody>& body) {
     if (status == 401) {
         return PlatformError::unauthenticated();
@@ -115,14 +120,16 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
 
     // The client may go while an answer is on its way.
     const bool refusesNotOk = m_refusesNotOk;
+    const bool isChange = call.method != "GET";
     HttpResponse response = co_await m_session.send(std::move(request), stop);
     if (!isSuccess(response.status)) {
-        throw refusal(response.status, errorBody(response.body));
+        const PlatformError error = refusal(response.status, errorBody(response.body));
+        throw isChange && isGatewaysWord(response.status) ? error.withOpenOutcome() : error;
     }
     if (response.tooLarge) {
         throw unexpectedResponse(call.path);
     }
-    if (refusesNotOk && (call.method != "GET" || response.body.size() < smallAnswerBytes)) {
+    if (refusesNotOk && (isChange || response.body.size() < smallAnswerBytes)) {
         const AnswerVerdict verdict = co_await decodeAnswer<AnswerVerdict>(response.body, call.path);
         if (verdict.refused) {
             throw PlatformError::api(verdict.error.trimmed().isEmpty()

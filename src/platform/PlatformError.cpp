@@ -21,6 +21,12 @@ PlatformError PlatformError::unauthenticated() {
     return {Kind::Unauthenticated, QStringLiteral("Not signed in")};
 }
 
+PlatformError PlatformError::withOpenOutcome() const {
+    PlatformError error = *this;
+    error.m_hasOpenOutcome = true;
+    return error;
+}
+
 QString describe(const std::exception& failure) {
     if (const auto* platform = dynamic_cast<const PlatformError*>(&failure)) {
         return platform->description();

@@ -29,7 +29,12 @@ public:
     [[nodiscard]] static PlatformError noHost();
     [[nodiscard]] static PlatformError unauthenticated();
 
+    /// The same failure of a change that had been sent whole: whether the platform makes it is not known.
+    [[nodiscard]] PlatformError withOpenOutcome() const;
+
     [[nodiscard]] Kind kind() const { return m_kind; }
+    /// The platform may have made the change all the same; see SentChange.h.
+    [[nodiscard]] bool hasOpenOutcome() const { return m_hasOpenOutcome; }
     [[nodiscard]] const QString& description() const { return m_description; }
     [[nodiscard]] const char* what() const noexcept override { return m_what.constData(); }
 
@@ -37,6 +42,7 @@ private:
     PlatformError(Kind kind, QString description);
 
     Kind m_kind;
+    bool m_hasOpenOutcome = false;
     QString m_description;
     QByteArray m_what;
 };

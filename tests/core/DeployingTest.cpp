@@ -845,11 +845,14 @@ TEST_F(CancelledDeploymentTest, AWaitForThePlatformsAnswerEnds) {
     const PlatformServer::Hold held = server.holdAnswer("/api/deploy");
     model().deployments().confirmDeploy();
     waitUntil([&held] { return held.arrived(); });
+    waitUntil([this] { return model().deployments().isPublishing(); });
     cancelAndExpectGone();
     waitForFlowsEnd();
     waitUntil([&held] { return held.abandoned(); });
-    EXPECT_THAT(requestedPaths(), SizeIs(1));
-    expectNoRefreshFollows();
+    // The one question what became of it, which the list answers with what was there before.
+    waitUntil([this] { return sleeper.isAsleep(); });
+    EXPECT_THAT(requestedPaths(), ElementsAre("/api/deploy?site=garden", "/api/sites", "/api/logs/garden?limit=50"));
+    EXPECT_EQ(status(), Status::connecting()) << "no refresh follows";
 }
 
 TEST_F(CancelledDeploymentTest, TheEndOfTheModelEndsAnUpload) {

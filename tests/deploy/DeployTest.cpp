@@ -133,7 +133,11 @@ struct DeployTest : testing::Test {
             }
         };
         const DeployStops stops{stop.get_token(), end.get_token()};
-        follow(driftwell::deploy(*client, site.path(), name, config, onStage, stops), ending);
+        const auto onProgress = [this](DeployProgress progress) {
+            const std::scoped_lock lock(progressMutex);
+            reported.push_back(progress);
+        };
+        follow(driftwell::deploy(*client, site.path(), name, config, onStage, stops, onProgress), ending);
         return ending;
     }
 
@@ -227,6 +231,8 @@ struct DeployTest : testing::Test {
     std::stop_source stop;
     std::stop_source end;
     StageLog log;
+    std::mutex progressMutex;
+    std::vector<DeployProgress> reported;
     std::function<void(DeployStage)> atStage;
     UniqueFd packingHold;
     tests::ProcessState before;
@@ -296,6 +302,18 @@ TEST_F(DeployTest, ReportsPackingThenTheUploadFromNothingToAll) {
         EXPECT_GT(stages[i].fraction, stages[i - 1].fraction);
     }
     EXPECT_EQ(stages.back().fraction, 1.0);
+}
+
+TEST_F(DeployTest, ReportsHowMuchOfTheArchiveIsSent) {
+    site.write("large", randomBytes(largerThanBuffers));
+    deploy();
+    const std::scoped_lock lock(progressMutex);
+    std::vector<DeployProgress> sent = reported;
+    std::erase_if(sent, [](const DeployProgress& progress) { return progress.sentBytes == 0; });
+    ASSERT_GE(sent.size(), 2U) << "the upload was not reported on its way";
+    EXPECT_GE(sent.back().archiveBytes, static_cast<std::int64_t>(largerThanBuffers));
+    EXPECT_EQ(sent.back().sentBytes, sent.back().archiveBytes);
+    EXPECT_LT(sent.front().sentBytes, sent.back().sentBytes);
 }
 
 TEST_F(DeployTest, ReportsTheWholeUploadBeforeThePlatformAnswers) {

@@ -372,6 +372,36 @@ TEST(FolderScanTest, SaysThatNothingWasUnreadable) {
     EXPECT_EQ(FolderScan::scan(folder.path()).unreadable, FolderScan::Unreadable());
 }
 
+TEST(FolderScanTest, CountsWhatStaysBehindByItsReason) {
+    const TestFolder folder;
+    folder.write("index.html", "x");
+    folder.write(".env", "x");
+    folder.write(".git/objects/pack", "x");
+    folder.write("deep/.DS_Store", "x");
+    folder.write("node_modules/a/index.js", "x");
+    folder.write("deep/node_modules/b/index.js", "x");
+    folder.write("skills/dw.md", "x");
+    folder.write("deep/skills/kept.md", "x");
+    folder.write("CLAUDE.md", "x");
+    std::filesystem::create_symlink("index.html", folder / "link");
+    std::filesystem::create_directory_symlink("deep", folder / "linked");
+    checked(::mkfifo((folder / "pipe").c_str(), S_IRUSR), "mkfifo");
+    const FolderScan scan = FolderScan::scan(folder.path());
+    EXPECT_THAT(scan.paths, ElementsAre("deep/skills/kept.md", "index.html"));
+    EXPECT_EQ(scan.leftOut,
+              (FolderScan::LeftOut{.hidden = 3, .links = 2, .dependencies = 2, .agentFiles = 2, .special = 1}));
+    EXPECT_EQ(scan.leftOut.text(), QStringLiteral("Stays behind: 3 hidden items, 2 symbolic links, 2 node_modules "
+                                                  "folders, 2 items for coding agents, 1 special file"));
+}
+
+TEST(FolderScanTest, SaysNothingOfAFolderOfWhichNothingStaysBehind) {
+    const TestFolder folder;
+    folder.write("a/file", "x");
+    const FolderScan scan = FolderScan::scan(folder.path());
+    EXPECT_EQ(scan.leftOut, FolderScan::LeftOut());
+    EXPECT_EQ(scan.leftOut.text(), QString());
+}
+
 TEST(FolderScanTest, NamesTheFirstOfManySubfoldersThatCannotBeRead) {
     const tests::Unprivileged person;
     const TestFolder folder;

@@ -49,6 +49,15 @@ TEST(ConnectionBannerTest, AnOutageTellsWhenItIsTriedAgain) {
     EXPECT_EQ(ConnectionBannerModel::title(idle, {}), QStringLiteral("Can’t reach driftwell"));
 }
 
+TEST(ConnectionBannerTest, WhatIsSpokenIsNotCountedDown) {
+    for (const Phase& phase : {idle, running}) {
+        EXPECT_EQ(ConnectionBannerModel::spoken(phase, remote), QStringLiteral("deploys are paused"));
+    }
+    for (const Phase& phase : {building, starting, failed}) {
+        EXPECT_EQ(ConnectionBannerModel::spoken(phase, local), ConnectionBannerModel::text(phase, local, 8));
+    }
+}
+
 TEST(ConnectionBannerTest, APlatformOnItsWayUpTellsHowFarItIs) {
     EXPECT_EQ(ConnectionBannerModel::title(building, local), QStringLiteral("Starting local platform"));
     EXPECT_EQ(ConnectionBannerModel::text(building, local, 0), QStringLiteral("building platform packages…"));

@@ -1,6 +1,7 @@
 #include "ui/deploy/DeploySheetModel.h"
 
 #include "core/Deployments.h"
+#include "core/Format.h"
 #include "deploy/SiteName.h"
 #include "platform/PlatformError.h"
 #include "tests/ui/UiFixture.h"
@@ -58,6 +59,54 @@ TEST(NameStatusTest, AnyOtherValidNameIsFree) {
 TEST(NameStatusTest, AnInvalidNameIsJudgedByItsLettersAlone) {
     EXPECT_EQ(statusOf("api", true), NameStatus::Reserved);
     EXPECT_EQ(statusOf("Garden", true), NameStatus::Forbidden);
+}
+
+TEST(NameStatusTest, BeforeThePlatformHasToldItsSitesAValidNameIsBeingChecked) {
+    EXPECT_EQ(DeploySheetModel::nameStatus(QStringLiteral("garden"), false, false), NameStatus::Checking);
+    EXPECT_EQ(DeploySheetModel::nameStatus(QStringLiteral("garden"), true, false), NameStatus::Checking);
+    EXPECT_EQ(DeploySheetModel::nameStatus(QStringLiteral("Garden"), false, false), NameStatus::Forbidden);
+    EXPECT_EQ(DeploySheetModel::nameStatus(QString(), false, false), NameStatus::Missing);
+}
+
+TEST(ReplacedVersionTest, WhoAndWhenAreToldAsFarAsTheyAreKnown) {
+    SiteInfo site;
+    EXPECT_EQ(DeploySheetModel::replacedVersion(site, {}), QString());
+    site.deployedBy = QStringLiteral("maya.lind@sites.test");
+    EXPECT_EQ(DeploySheetModel::replacedVersion(site, {}), QStringLiteral("Published by Maya Lind"));
+    site.deployedAt = QStringLiteral("2026-03-01T08:00:00Z");
+    const QString when = Format::timestamp(*timestampFromIso(u"2026-03-01T08:00:00Z"));
+    EXPECT_EQ(DeploySheetModel::replacedVersion(site, {}), QStringLiteral("Published by Maya Lind on ") + when);
+    site.lastAction = SiteInfo::LastAction::Rollback;
+    EXPECT_EQ(DeploySheetModel::replacedVersion(site, {}), QStringLiteral("Rolled back by Maya Lind on ") + when);
+    site.deployedBy = std::nullopt;
+    site.lastAction = std::nullopt;
+    EXPECT_EQ(DeploySheetModel::replacedVersion(site, {}), QStringLiteral("Published on ") + when);
+}
+
+TEST(ReplacedVersionTest, ThePersonsOwnVersionIsTheirs) {
+    SiteInfo site;
+    site.deployedBy = QStringLiteral("ada@sites.test");
+    Identity ada;
+    ada.email = QStringLiteral("ada@sites.test");
+    EXPECT_EQ(DeploySheetModel::replacedVersion(site, ada), QStringLiteral("Published by you"));
+}
+
+TEST(PackingActivityTest, FilesAndArchiveAreToldAsFarAsTheyAreKnown) {
+    EXPECT_EQ(DeploySheetModel::packingActivity({}), QString());
+    EXPECT_EQ(DeploySheetModel::packingActivity({.filesToPack = 12, .archiveBytes = 1200000}),
+              QStringLiteral("1.2 MB packed"));
+    EXPECT_EQ(DeploySheetModel::packingActivity({.packedFiles = 3, .filesToPack = 12, .archiveBytes = 1200000}),
+              QStringLiteral("3 of 12 files · 1.2 MB packed"));
+    EXPECT_EQ(DeploySheetModel::packingActivity({.packedFiles = 13, .filesToPack = 12}),
+              QStringLiteral("12 of 12 files"));
+}
+
+TEST(UploadActivityTest, SpeedAndTimeAreToldOnceTheyAreKnown) {
+    EXPECT_EQ(DeploySheetModel::uploadActivity({}, {}), QString());
+    EXPECT_EQ(DeploySheetModel::uploadActivity(1234567.0, 40s), QStringLiteral("1.2 MB/s · about 40s left"));
+    EXPECT_EQ(DeploySheetModel::uploadActivity(1234567.0, 0s), QStringLiteral("1.2 MB/s · about 1s left"));
+    EXPECT_EQ(DeploySheetModel::uploadActivity(1234567.0, 61s), QStringLiteral("1.2 MB/s · about 2 min left"));
+    EXPECT_EQ(DeploySheetModel::uploadActivity(0.0, {}), QStringLiteral("nothing goes up at the moment"));
 }
 
 std::string liveSince(const std::optional<QString>& deployedAt) {
@@ -287,6 +336,16 @@ TEST_F(DeploySheetModelTest, ASiteThatIsReplacedTellsSinceWhenItIsLive) {
     EXPECT_TRUE(sheet().isNameValid());
 }
 
+TEST_F(DeploySheetModelTest, HowLongASiteHasBeenLiveIsToldAnewWithEachPollAndWhileThereIsNone) {
+    connectedWithRecords({siteRecord("garden", "2024-03-01T10:00:00Z")});
+    const QSignalSpy changes(&sheet(), &DeploySheetModel::nameChanged);
+    await(refresh());
+    EXPECT_GE(changes.count(), 1);
+    const auto before = changes.count();
+    become(Kind::Unreachable);
+    EXPECT_GT(changes.count(), before);
+}
+
 TEST_F(DeploySheetModelTest, ASiteWithoutATimeIsReplacedWithNothingAfterItsName) {
     connectedWith({"garden"});
     EXPECT_EQ(sheet().nameStatusText(), QStringLiteral("Replaces garden"));
@@ -309,6 +368,104 @@ TEST_F(DeploySheetModelTest, ASiteThatAppearsMeanwhileTurnsTheStatus) {
     connectedWith({"bakery", "garden"});
     EXPECT_GE(changes.count(), 1);
     EXPECT_EQ(sheet().nameStatus(), NameStatus::Replaces);
+}
+
+TEST_F(DeploySheetModelTest, BeforeTheFirstListHasComeTheNameIsBeingCheckedAndDeployWaits) {
+    answerAll();
+    configureLocal();
+    reloadConfig();
+    ASSERT_EQ(status(), Status::connecting());
+    EXPECT_EQ(sheet().nameStatus(), NameStatus::Checking);
+    EXPECT_EQ(sheet().nameStatusText(), QStringLiteral("Checking the name…"));
+    EXPECT_TRUE(sheet().isNameValid());
+    EXPECT_FALSE(sheet().canConfirm());
+    sheet().confirm();
+    EXPECT_EQ(sheet().phase(), Phase::Confirm);
+    const QSignalSpy changes(&sheet(), &DeploySheetModel::nameChanged);
+    await(refresh());
+    EXPECT_GE(changes.count(), 1);
+    EXPECT_TRUE(sheet().canConfirm());
+    EXPECT_EQ(sheet().nameStatus(), NameStatus::Replaces) << "the first list has a site of this name";
+}
+
+TEST_F(DeploySheetModelTest, AnotherPlatformsListSaysNothingOfAName) {
+    connectedWith({"bakery"});
+    ASSERT_EQ(sheet().nameStatus(), NameStatus::Free);
+    PlatformServer other;
+    const PlatformServer::Hold held = other.holdAnswer("/api/me");
+    setHost(QStringLiteral("http://localhost:%1").arg(other.port()));
+    EXPECT_EQ(sheet().nameStatus(), NameStatus::Checking);
+    endModel();
+}
+
+TEST_F(DeploySheetModelTest, WhatMayNotBeASiteIsSaidBeforeItIsSent) {
+    become(Kind::Connected);
+    const auto warningOf = [this](const std::filesystem::path& path) {
+        model().deployments().cancelDeploy();
+        model().deployments().beginDeploy(path);
+        const std::shared_ptr<DeployFlow> opened = model().deployments().deployFlow();
+        waitUntil([&opened] { return opened->findings().has_value(); });
+        return deploySheetOf(opened, model(), desktop).folderWarning().toStdString();
+    };
+    EXPECT_EQ(warningOf(siteFolder("garden")), "");
+    std::filesystem::create_directories(folder() / "work/empty/sub");
+    EXPECT_EQ(warningOf(folder() / "work/empty"), "There is nothing in the folder to publish.");
+    folder().write("work/text/readme.txt", "x");
+    EXPECT_EQ(warningOf(folder() / "work/text"),
+              "There is no index.html at the top, so the address has no page to show.");
+    folder().write("work/source/dist/index.html", "x");
+    EXPECT_EQ(warningOf(folder() / "work/source"),
+              "There is no index.html at the top, so the address has no page to show. The folder “dist” has one.");
+}
+
+TEST_F(DeploySheetModelTest, WhatStaysBehindIsSaidBeforeAnythingIsSent) {
+    become(Kind::Connected);
+    folder().write("work/garden/.env", "secret");
+    sheet("garden");
+    const std::shared_ptr<DeployFlow> opened = model().deployments().deployFlow();
+    waitUntil([&opened] { return opened->findings().has_value(); });
+    EXPECT_EQ(sheet().leftOut(), QStringLiteral("Stays behind: 1 hidden item"));
+}
+
+TEST(ChangesTextTest, WhatHasChangedIsCountedByItsKind) {
+    EXPECT_EQ(DeploySheetModel::changesText({}), QString());
+    EXPECT_EQ(DeploySheetModel::changesText(FileChanges()),
+              QStringLiteral("Nothing has changed since your last version from this computer."));
+    EXPECT_EQ(DeploySheetModel::changesText(FileChanges{.added = 3, .changed = 2, .removed = 1}),
+              QStringLiteral("Since your last version from this computer: 3 new, 2 changed, 1 gone"));
+    EXPECT_EQ(DeploySheetModel::changesText(FileChanges{.added = 0, .changed = 0, .removed = 4}),
+              QStringLiteral("Since your last version from this computer: 4 gone"));
+}
+
+TEST_F(DeploySheetModelTest, WhatBecameOfAFailedDeploymentIsSaid) {
+    become(Kind::Connected);
+    using Aftermath = DeploySheetModel::Aftermath;
+    using OutcomeKind = ChangeOutcome::Kind;
+    EXPECT_EQ(sheet().aftermath(), Aftermath::None);
+    EXPECT_EQ(sheet().aftermathText(), QString());
+    const std::shared_ptr<DeployFlow> opened = model().deployments().deployFlow();
+    opened->begin();
+    opened->fail(QStringLiteral("no answer"));
+    const QSignalSpy changes(&sheet(), &DeploySheetModel::aftermathChanged);
+    opened->askForOutcome();
+    EXPECT_EQ(changes.count(), 1);
+    EXPECT_EQ(sheet().aftermath(), Aftermath::Asked);
+    EXPECT_EQ(sheet().aftermathText(),
+              QStringLiteral("Everything was sent. Asking %1 whether it is live all the same…").arg(host()));
+    opened->showOutcome(opened->startedAt(), {OutcomeKind::Done, QStringLiteral("https://garden.sites.test")});
+    EXPECT_EQ(sheet().aftermath(), Aftermath::Live);
+    EXPECT_EQ(sheet().aftermathText(), QStringLiteral("It is live all the same:"));
+    EXPECT_EQ(sheet().aftermathAddress(), QStringLiteral("garden.sites.test"));
+    opened->showOutcome(opened->startedAt(), {OutcomeKind::Overtaken, {}, QStringLiteral("maya@sites.test")});
+    EXPECT_EQ(sheet().aftermathText(), QStringLiteral("It went live, and Maya has published since:"));
+    opened->showOutcome(opened->startedAt(), {OutcomeKind::NotDone});
+    EXPECT_EQ(sheet().aftermathText(), QStringLiteral("%1 has not published it. You can try again.").arg(host()));
+    opened->showOutcome(opened->startedAt(), {OutcomeKind::Unknown});
+    EXPECT_EQ(sheet().aftermathText(),
+              QStringLiteral("%1 does not say what became of it. Look at the site before you try again.").arg(host()));
+    EXPECT_EQ(sheet().failure(), QStringLiteral("no answer")) << "the failure stays";
+    sheet().retry();
+    EXPECT_EQ(sheet().aftermath(), Aftermath::None);
 }
 
 TEST_F(DeploySheetModelTest, TheFolderIsAbbreviated) {

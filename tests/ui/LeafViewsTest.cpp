@@ -459,7 +459,9 @@ TEST_F(LeafViewsTest, ASpinnerTurns) {
 // DropOverlayView
 
 TEST_F(LeafViewsTest, TheDropOverlayWelcomesAFolder) {
-    showQml(R"(DropOverlayView { anchors.fill: parent; host: "sites.test" })");
+    showQml(R"(DropOverlayView {
+        anchors.fill: parent; invites: true; title: "Drop to deploy"; text: "live on sites.test in about 30 seconds"
+        note: "You can rename it before it goes live." })");
     EXPECT_THAT(texts(), ElementsAre("Drop to deploy", "live on sites.test in about 30 seconds",
                                      "You can rename it before it goes live."));
     EXPECT_DOUBLE_EQ(pointSize(textItem(QStringLiteral("Drop to deploy"))), 20 * pointsPerPixel);
@@ -468,9 +470,18 @@ TEST_F(LeafViewsTest, TheDropOverlayWelcomesAFolder) {
     expectPaletteIsFollowed();
 }
 
+TEST_F(LeafViewsTest, TheDropOverlayThatRefusesAFolderHasNoFrameAndNoSignOfWelcome) {
+    showQml(R"(DropOverlayView { anchors.fill: parent; invites: false; title: "A deployment is running"
+        text: "Drop the folder again when it is done."; note: "" })");
+    EXPECT_THAT(texts(), ElementsAre("A deployment is running", "Drop the folder again when it is done."));
+    EXPECT_FALSE(isDrawn(QString(QChar(0xE2CC))));
+    EXPECT_TRUE(isDrawn(QString(QChar(0xE001))));
+}
+
 TEST_F(LeafViewsTest, TheDropOverlayLetsTheWindowShineThrough) {
     showQml(
-        R"(Rectangle { anchors.fill: parent; color: "#FF0000" } DropOverlayView { anchors.fill: parent; host: "x" })");
+        R"(Rectangle { anchors.fill: parent; color: "#FF0000" }
+           DropOverlayView { anchors.fill: parent; invites: true; title: "x"; text: "x"; note: "x" })");
     const QColor edge = picture().pixelColor(5, 5);
     EXPECT_NEAR(edge.green(), 255 * 0.72, 2);
     EXPECT_EQ(edge.red(), 255);

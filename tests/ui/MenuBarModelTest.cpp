@@ -221,6 +221,31 @@ TEST_F(MenuBarModelTest, ARecentSiteIsOpened) {
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://old.sites.test"));
 }
 
+TEST_F(MenuBarModelTest, ASiteWhoseFolderIsKnownIsPublishedAgainInTheWindow) {
+    connectedWith({"garden", "bakery"});
+    store().saveFolder(QStringLiteral("bakery"), siteFolder("source"));
+    MenuBarModel menuBar = menuBarOf(model());
+    const QList<RecentSite> rows = menuBar.recentSites(now());
+    ASSERT_EQ(rows.size(), 2);
+    const bool isFirst = rows[0].name == QStringLiteral("bakery");
+    EXPECT_EQ(rows[0].publishable, isFirst);
+    EXPECT_EQ(rows[1].publishable, !isFirst);
+    const QSignalSpy windows(&menuBar, &MenuBarModel::windowRequested);
+    menuBar.publishAgain(isFirst ? 0 : 1);
+    EXPECT_EQ(windows.count(), 1);
+    ASSERT_TRUE(deployFlow());
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("source"));
+    EXPECT_EQ(deployFlow()->siteName(), QStringLiteral("bakery"));
+    EXPECT_FALSE(menuBar.recentSites(now())[isFirst ? 0 : 1].publishable) << "another deployment is open";
+}
+
+TEST_F(MenuBarModelTest, WhileThePlatformIsOutOfReachNoSiteIsPublishedAgain) {
+    connectedWith({"garden"});
+    store().saveFolder(QStringLiteral("garden"), siteFolder("source"));
+    become(Kind::Unreachable);
+    EXPECT_FALSE(recentSites(now()).first().publishable);
+}
+
 TEST_F(MenuBarModelTest, ARowThatIsGoneDoesNothing) {
     connectedWith({"garden"});
     MenuBarModel menuBar = menuBarOf(model());

@@ -156,6 +156,32 @@ TEST_F(MenuBarViewTest, ARecentSiteIsOpenedAndThePanelStays) {
     EXPECT_EQ(dismissals(), 0);
 }
 
+TEST_F(MenuBarViewTest, ASiteWhoseFolderIsKnownIsPublishedAgainByPointerAndByKeyboard) {
+    withThreeSites();
+    store().saveFolder(QStringLiteral("new"), siteFolder("source"));
+    for (const bool isByKeyboard : {false, true}) {
+        showPanel();
+        const QString again = QStringLiteral("Publish new again");
+        EXPECT_THAT(buttons(), Not(Contains(again.toStdString()))) << "it comes with the pointer or the keyboard";
+        if (isByKeyboard) {
+            press(Qt::Key_Right);
+            EXPECT_EQ(focus(), "Button Publish new again");
+            press(Qt::Key_Left);
+            EXPECT_EQ(focus(), "Button new");
+            press(Qt::Key_Right);
+            press(Qt::Key_Return);
+        } else {
+            hover(the(Role::Button, QStringLiteral("new")).item);
+            click(Role::Button, again);
+        }
+        EXPECT_EQ(dismissals(), 1);
+        ASSERT_TRUE(deployFlow());
+        EXPECT_EQ(deployFlow()->siteName(), QStringLiteral("new"));
+        cancelDeploy();
+        hideView();
+    }
+}
+
 TEST_F(MenuBarViewTest, ARecentSiteUnderThePointerShowsThatItIsALink) {
     withThreeSites();
     showPanel();

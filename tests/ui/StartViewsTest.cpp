@@ -52,7 +52,7 @@ TEST_F(StartViewsTest, WithoutAPlatformItsHostIsAskedFor) {
     showNoHost();
     EXPECT_THAT(texts(),
                 ElementsAre("Where does your team deploy?",
-                            "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI.", "or",
+                            "Enter your Driftwell platform host — the same one\ndw host sets for the CLI.", "or",
                             "Point it at a driftwell repo checkout — the app runs\nits dev server in the "
                             "background while it’s open."));
     EXPECT_TRUE(isDrawn(QString(QChar(0xE8BF))));
@@ -220,7 +220,7 @@ TEST_F(StartViewsTest, APersonWhoIsSignedOutCanSignIn) {
     EXPECT_THAT(texts(), ElementsAre("Sign in to " + remoteHostText(),
                                      "Driftwell uses your team account. We’ll open your\n"
                                      "browser to finish, then bring you right back.",
-                                     "The same session `dw login` uses — sign in once for both."));
+                                     "The same session dw login uses — sign in once for both."));
     EXPECT_TRUE(isDrawn(QString(QChar(0xE174))));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sign out")));
@@ -231,7 +231,7 @@ TEST_F(StartViewsTest, APersonWhoIsNotOnTheTeamReadsWhyAndWhoTheyAre) {
     becomeOnRemote(Kind::NotTeam);
     showSignIn();
     EXPECT_THAT(texts(), ElementsAre("This account can’t manage sites", notTeamText, "ada@sites.test",
-                                     "The same session `dw login` uses — sign in once for both."));
+                                     "The same session dw login uses — sign in once for both."));
     EXPECT_TRUE(isDrawn(QString(QChar(0xF03E))));
     EXPECT_TRUE(isSeen(Role::Graphic, QStringLiteral("Ada")));
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sign in…")));

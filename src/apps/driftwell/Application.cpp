@@ -6,6 +6,7 @@
 #include "core/Deployments.h"
 #include "core/NewProject.h"
 #include "core/RunningWork.h"
+#include "core/SignIn.h"
 #include "core/UserDefaults.h"
 #include "desktop/freedesktop/FreedesktopServices.h"
 #include "platform/PlatformClient.h"
@@ -13,6 +14,7 @@
 #include "support/ExitDeadline.h"
 
 #include <QCoreApplication>
+#include <QQuickView>
 #include <QUrl>
 
 #include <chrono>
@@ -47,7 +49,9 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
       m_window(state, desktop, openUserDefaults(state.client().store().file())),
       m_settings(state, m_updates.updater(), desktop),
       m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()),
-      m_mergeNotices(state.collaboration(), m_sessionBus, [this] { return m_window.isSeen(); }) {
+      m_mergeNotices(state.collaboration(), m_sessionBus, [this] { return m_window.isSeen(); }),
+      m_deployNotices(state.deployments(), state.siteOperations(), desktop, m_sessionBus,
+                      [this] { return m_window.isInFront(); }) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::askToQuit, Qt::QueuedConnection);
     connect(&m_menuBar, &MenuBarModel::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
@@ -59,6 +63,8 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     m_settings.askBeforeSignOut([this] { return asksBeforeSignOut(); });
     connect(&m_window, &MainWindow::closed, this, &Application::followClosedWindow);
     connect(&m_mergeNotices, &MergeNotices::openRequested, this, &Application::showWindow);
+    connect(&m_deployNotices, &DeployNotices::openRequested, this, &Application::showWindow);
+    connect(&state.signIn(), &SignIn::cameBack, this, &Application::followSignIn);
     connect(&m_trayHost, &TrayHost::appeared, this, [this] { m_sign.reset(); });
 }
 
@@ -92,6 +98,7 @@ void Application::quit() {
 }
 
 Task<> Application::endAndQuit() {
+    m_deployNotices.leaveWord();
     // At once, and so that nothing more is begun in it.
     m_window.hide();
     m_settings.hide();
@@ -128,12 +135,21 @@ void Application::handle(const Invocation& invocation, const QByteArray& activat
 void Application::showWindow(const QByteArray& activationToken) {
     m_sign.reset();
     m_mergeNotices.withdraw();
+    m_deployNotices.withdraw();
     m_window.show(activationToken);
 }
 
 void Application::showSettings() {
     if (!m_isQuitting) {
         m_settings.show();
+    }
+}
+
+void Application::followSignIn() {
+    if (!m_isQuitting && m_window.isOpen() && !m_window.isInFront()) {
+        showWindow();
+        // Where the desktop does not let it come forward by itself.
+        m_window.view()->alert(0);
     }
 }
 

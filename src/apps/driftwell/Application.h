@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/driftwell/DeployNotices.h"
 #include "apps/driftwell/Invocation.h"
 #include "apps/driftwell/MainWindow.h"
 #include "apps/driftwell/MergeNotices.h"
@@ -52,6 +53,8 @@ private:
     bool asksBeforeSignOut();
     void showWindow(const QByteArray& activationToken = {});
     void showSettings();
+    /// The person has signed in with the browser and wants to go on here.
+    void followSignIn();
     void followClosedWindow();
     void sayThatItRuns();
     void runAction(const QString& key, const QByteArray& activationToken);
@@ -65,6 +68,7 @@ private:
     SettingsWindow m_settings;
     TrayItem m_tray;
     MergeNotices m_mergeNotices;
+    DeployNotices m_deployNotices;
     bool m_isQuitting = false;
     /// That the application goes on although nothing of it is to be seen; null while it is not said.
     std::unique_ptr<Notification> m_sign;

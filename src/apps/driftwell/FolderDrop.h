@@ -5,6 +5,9 @@
 #include <QObject>
 #include <QWindow>
 
+#include <filesystem>
+#include <vector>
+
 class QDropEvent;
 class QMimeData;
 
@@ -19,8 +22,8 @@ public:
     /// Both outlive the object.
     FolderDrop(QWindow& window, MainWindowModel& model);
 
-    /// The first of the dragged files; absent when none is on this machine. Further ones are ignored.
-    [[nodiscard]] static std::optional<std::filesystem::path> firstFile(const QMimeData& data);
+    /// The dragged files that are on this machine, in their order.
+    [[nodiscard]] static std::vector<std::filesystem::path> files(const QMimeData& data);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -28,9 +31,14 @@ protected:
 private:
     void hover(QDropEvent& event);
     void drop(QDropEvent& event);
+    /// Looks which of the dragged files are folders, once for each drag.
+    void readFolders(const QMimeData& data);
 
     QWindow& m_window;
     MainWindowModel& m_model;
+    /// What is dragged, and the folders among it.
+    std::vector<std::filesystem::path> m_files;
+    std::vector<std::filesystem::path> m_folders;
 };
 
 } // namespace driftwell

@@ -61,6 +61,10 @@ bool MainWindow::isSeen() const {
     return m_contents && view()->isVisible() && !view()->windowStates().testFlag(Qt::WindowMinimized);
 }
 
+bool MainWindow::isInFront() const {
+    return isSeen() && view()->isActive();
+}
+
 void MainWindow::show(const QByteArray& activationToken) {
     if (!m_contents) {
         open();

@@ -34,6 +34,9 @@ public:
     /// It is open and on screen: neither hidden nor reduced to an icon.
     [[nodiscard]] bool isSeen() const;
 
+    /// It is the one that the person works in.
+    [[nodiscard]] bool isInFront() const;
+
     /// Opens the window, or brings it to the front. `activationToken` is what another program handed over so that it
     /// may be raised; empty where there is none.
     void show(const QByteArray& activationToken = {});

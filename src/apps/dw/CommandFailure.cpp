@@ -45,4 +45,29 @@ CommandFailure commandFailure(const std::exception& thrown) {
     return commandFailure(describe(thrown), platform != nullptr ? std::optional(platform->kind()) : std::nullopt);
 }
 
+CommandFailure unansweredFailure(const CommandFailure& failure, const QString& site, const ChangeOutcome& outcome) {
+    const QString look = QStringLiteral("Look before you try again: dw history %1").arg(site);
+    switch (outcome.kind) {
+    case ChangeOutcome::Kind::NotDone: {
+        CommandFailure notLive = failure;
+        notLive.hint =
+            QStringLiteral("All of it was sent, and a minute later %1 had not changed. It can be tried again.")
+                .arg(site);
+        return notLive;
+    }
+    case ChangeOutcome::Kind::Overtaken:
+        return {"unknownOutcome",
+                QStringLiteral("%1 It went live, and %2 has published %3 since.")
+                    .arg(failure.message, outcome.by.isEmpty() ? QStringLiteral("somebody") : outcome.by, site),
+                look, ExitCode::UnknownOutcome};
+    case ChangeOutcome::Kind::Done:
+    case ChangeOutcome::Kind::Unknown:
+        return {
+            "unknownOutcome",
+            QStringLiteral("%1 All of it was sent, and what became of it could not be learned.").arg(failure.message),
+            look, ExitCode::UnknownOutcome};
+    }
+    Q_UNREACHABLE();
+}
+
 } // namespace driftwell::dw

@@ -2,6 +2,7 @@
 
 #include "apps/dw/ExitCode.h"
 #include "platform/PlatformError.h"
+#include "platform/SentChange.h"
 
 #include <QString>
 
@@ -20,7 +21,7 @@ namespace driftwell::dw {
 struct CommandFailure {
     /// Machine-readable: "usage", "interrupted", "system", "unreachable", "notTeam", "api", "noHost",
     /// "unauthenticated", "noSite", "noLibrary", "notConfirmed", "noGit", "git", "notLinked", "collabOff", "conflict",
-    /// "noConflict".
+    /// "noConflict", "unknownOutcome".
     std::string kind;
     QString message;
     /// What the person can do about it; may be empty.
@@ -64,5 +65,10 @@ private:
 
 /// The failure for a text of which only the kind of platform call is known; without a kind, a failure of this machine.
 [[nodiscard]] CommandFailure commandFailure(const QString& message, std::optional<PlatformError::Kind> kind);
+
+/// The failure of a deployment that was sent whole and not answered, by what became of it, which is not that it is
+/// live.
+[[nodiscard]] CommandFailure unansweredFailure(const CommandFailure& failure, const QString& site,
+                                               const ChangeOutcome& outcome);
 
 } // namespace driftwell::dw

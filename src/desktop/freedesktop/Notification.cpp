@@ -45,6 +45,9 @@ Notification::Notification(QDBusConnection bus, std::chrono::milliseconds timeou
 }
 
 Notification::~Notification() {
+    if (m_isLeft) {
+        return;
+    }
     m_shown->isWithdrawn = true;
     if (m_shown->id != 0) {
         close(m_bus, m_shown->id);

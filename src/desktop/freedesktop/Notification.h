@@ -12,7 +12,8 @@ namespace driftwell {
 
 /// A message to the person that the desktop shows in its own manner: org.freedesktop.Notifications on the session bus
 /// (Desktop Notifications 1.2), which is started by the bus if need be. It is shown from its construction to its end at
-/// most; the person or the desktop may put it away before. Where nobody shows notifications, nothing happens.
+/// most, unless it is left; the person or the desktop may put it away before. Where nobody shows notifications, nothing
+/// happens.
 class Notification : public QObject {
     Q_OBJECT
 
@@ -34,6 +35,9 @@ public:
     /// `timeout` is how long the desktop has to answer.
     Notification(QDBusConnection bus, std::chrono::milliseconds timeout, const Content& content);
     ~Notification() override;
+
+    /// Has it stay when this ends, as long as the desktop shows it: for the last word of a process.
+    void leave() { m_isLeft = true; }
 
 Q_SIGNALS:
     /// `activationToken` is what the desktop hands over so that a window may be raised, empty where it has none.
@@ -58,6 +62,7 @@ private:
 
     QDBusConnection m_bus;
     std::shared_ptr<Shown> m_shown = std::make_shared<Shown>();
+    bool m_isLeft = false;
     QByteArray m_activationToken;
 };
 

@@ -51,7 +51,32 @@ ColumnLayout {
     }
     LeftOut {
         Layout.fillWidth: true
+        text: phase.model.folderWarning
+    }
+    LeftOut {
+        Layout.fillWidth: true
         text: phase.model.unreadable
+    }
+    ColumnLayout {
+        visible: phase.model.leftOut !== "" || phase.model.changes !== ""
+        spacing: 3
+
+        AppText {
+            Layout.fillWidth: true
+            visible: text !== ""
+            wrapMode: Text.Wrap
+            text: phase.model.changes
+            textStyle: TextStyle.Caption
+            tone: Tone.Muted
+        }
+        AppText {
+            Layout.fillWidth: true
+            visible: text !== ""
+            wrapMode: Text.Wrap
+            text: phase.model.leftOut
+            textStyle: TextStyle.Caption
+            tone: Tone.Muted
+        }
     }
     AppText {
         text: "SITE NAME"
@@ -149,6 +174,15 @@ ColumnLayout {
                     textStyle: TextStyle.Caption
                     tone: Tone.Muted
                 }
+                AppText {
+                    Layout.fillWidth: true
+                    visible: text !== ""
+                    wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                    maximumLineCount: 2
+                    text: phase.model.replacedVersion
+                    textStyle: TextStyle.Caption
+                    tone: Tone.Muted
+                }
             }
         }
     }
@@ -163,7 +197,7 @@ ColumnLayout {
         PushButton {
             text: "Deploy"
             prominent: true
-            enabled: phase.model.nameValid
+            enabled: phase.model.canConfirm
             onClicked: phase.model.confirm()
         }
     }

@@ -13,6 +13,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace driftwell {
@@ -46,19 +47,33 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
       m_desktop(desktop) {
     connect(m_flow.get(), &DeployFlow::phaseChanged, this, &DeploySheetModel::phaseChanged);
     connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::stageChanged);
+    connect(m_flow.get(), &DeployFlow::stageChanged, this, &DeploySheetModel::activityChanged);
+    connect(m_flow.get(), &DeployFlow::progressChanged, this, &DeploySheetModel::followProgress);
     connect(m_flow.get(), &DeployFlow::siteNameChanged, this, &DeploySheetModel::nameChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::figuresChanged);
     connect(m_flow.get(), &DeployFlow::figuresChanged, this, &DeploySheetModel::stageChanged);
     connect(m_flow.get(), &DeployFlow::unreadableChanged, this, &DeploySheetModel::unreadableChanged);
+    connect(m_flow.get(), &DeployFlow::findingsChanged, this, &DeploySheetModel::findingsChanged);
+    connect(m_flow.get(), &DeployFlow::changesChanged, this, &DeploySheetModel::changesChanged);
     connect(m_flow.get(), &DeployFlow::skillsWrittenChanged, this, &DeploySheetModel::skillsWrittenChanged);
+    connect(m_flow.get(), &DeployFlow::outcomeChanged, this, &DeploySheetModel::aftermathChanged);
+    connect(&connection, &Connection::configChanged, this, &DeploySheetModel::aftermathChanged);
     connect(&catalog, &Catalog::sitesChanged, this, &DeploySheetModel::nameChanged);
+    connect(&catalog, &Catalog::areSitesKnownChanged, this, &DeploySheetModel::nameChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::nameChanged);
+    // Since when the site is live that would be replaced; each poll renews it.
+    for (const auto signal : {&Connection::lastSyncChanged, &Connection::statusChanged}) {
+        connect(&connection, signal, this, &DeploySheetModel::nameChanged);
+    }
 }
 
-DeploySheetModel::NameStatus DeploySheetModel::nameStatus(const QString& trimmed, bool siteExists) {
+DeploySheetModel::NameStatus DeploySheetModel::nameStatus(const QString& trimmed, bool siteExists, bool areSitesKnown) {
     switch (SiteName::problem(trimmed)) {
     case SiteName::Problem::None:
+        if (!areSitesKnown) {
+            return NameStatus::Checking;
+        }
         return siteExists ? NameStatus::Replaces : NameStatus::Free;
     case SiteName::Problem::Empty:
         return NameStatus::Missing;
@@ -82,6 +97,8 @@ QString DeploySheetModel::symbolOf(NameStatus status) {
         return QStringLiteral("square.stack.3d.up");
     case NameStatus::Free:
         return QStringLiteral("sparkles");
+    case NameStatus::Checking:
+        return QStringLiteral("magnifyingglass");
     }
     Q_UNREACHABLE();
 }
@@ -89,6 +106,7 @@ QString DeploySheetModel::symbolOf(NameStatus status) {
 Tone DeploySheetModel::toneOf(NameStatus status) {
     switch (status) {
     case NameStatus::Missing:
+    case NameStatus::Checking:
         return Tone::Muted;
     case NameStatus::Reserved:
     case NameStatus::Forbidden:
@@ -146,6 +164,56 @@ QString DeploySheetModel::uploadLabel(DeployStage stage, std::optional<std::int6
     Q_UNREACHABLE();
 }
 
+QString DeploySheetModel::packingActivity(const DeployProgress& progress) {
+    QStringList parts;
+    if (progress.packedFiles > 0) {
+        // The line that ends the record is counted with the files.
+        const std::int64_t packed = std::min(progress.packedFiles, progress.filesToPack);
+        parts.append(QStringLiteral("%1 of %2").arg(packed).arg(countedFiles(progress.filesToPack)));
+    }
+    if (progress.archiveBytes > 0) {
+        parts.append(QStringLiteral("%1 packed").arg(Format::byteCount(progress.archiveBytes)));
+    }
+    return parts.join(QStringLiteral(" · "));
+}
+
+QString DeploySheetModel::uploadActivity(std::optional<double> bytesPerSecond,
+                                         std::optional<std::chrono::seconds> left) {
+    if (!bytesPerSecond) {
+        return {};
+    }
+    if (!left) {
+        return QStringLiteral("nothing goes up at the moment");
+    }
+    const std::int64_t seconds = left->count();
+    const QString time = seconds < 60 ? QStringLiteral("%1s").arg(std::max<std::int64_t>(1, seconds))
+                                      : QStringLiteral("%1 min").arg((seconds + 59) / 60);
+    return QStringLiteral("%1/s · about %2 left").arg(Format::byteCount(std::llround(*bytesPerSecond)), time);
+}
+
+void DeploySheetModel::followProgress() {
+    // The figures of an upload change far more often than anybody reads them; the view asks for them each second.
+    if (m_flow->stage() == DeployStage::packing()) {
+        Q_EMIT activityChanged();
+    }
+}
+
+QString DeploySheetModel::activity() const {
+    const DeployProgress progress = m_flow->progress();
+    switch (m_flow->stage().step) {
+    case DeployStage::Step::Packing:
+        return packingActivity(progress);
+    case DeployStage::Step::Uploading: {
+        const auto present = TransferSpeed::Clock::now();
+        return uploadActivity(m_flow->speed().bytesPerSecond(present),
+                              m_flow->speed().timeLeft(progress.archiveBytes, present));
+    }
+    case DeployStage::Step::Publishing:
+        return QStringLiteral("Everything is sent. If you cancel now, it may go live all the same.");
+    }
+    Q_UNREACHABLE();
+}
+
 QString DeploySheetModel::summary(const DeployResponse& response, std::optional<Timestamp> startedAt,
                                   std::optional<Timestamp> finishedAt) {
     QStringList parts;
@@ -180,7 +248,7 @@ bool DeploySheetModel::isNameValid() const {
 }
 
 DeploySheetModel::NameStatus DeploySheetModel::nameStatus() const {
-    return nameStatus(trimmedName(), m_catalog.existingSite(trimmedName()).has_value());
+    return nameStatus(trimmedName(), m_catalog.existingSite(trimmedName()).has_value(), m_catalog.areSitesKnown());
 }
 
 QString DeploySheetModel::nameStatusText() const {
@@ -197,8 +265,64 @@ QString DeploySheetModel::nameStatusText() const {
     }
     case NameStatus::Free:
         return QStringLiteral("New site — this name is free");
+    case NameStatus::Checking:
+        return QStringLiteral("Checking the name…");
     }
     Q_UNREACHABLE();
+}
+
+QString DeploySheetModel::replacedVersion(const SiteInfo& site, const std::optional<Identity>& person) {
+    const QString by = site.deployedBy.value_or(QString());
+    const std::optional<Timestamp> at = deploymentTime(site);
+    if (by.isEmpty() && !at) {
+        return {};
+    }
+    const bool isOwn = person && by == person->email;
+    const QString who =
+        by.isEmpty() ? QString() : QStringLiteral(" by ") + (isOwn ? QStringLiteral("you") : Format::actor(by));
+    const QString when = at ? QStringLiteral(" on ") + Format::timestamp(*at) : QString();
+    const bool isRollback = site.lastAction == SiteInfo::LastAction::Rollback;
+    return (isRollback ? QStringLiteral("Rolled back") : QStringLiteral("Published")) + who + when;
+}
+
+QString DeploySheetModel::replacedVersion() const {
+    const std::optional<SiteInfo> site = m_catalog.existingSite(trimmedName());
+    return site && nameStatus() == NameStatus::Replaces ? replacedVersion(*site, m_connection.identity()) : QString();
+}
+
+QString DeploySheetModel::folderWarning() const {
+    const std::optional<DeployFlow::Findings> findings = m_flow->findings();
+    if (!findings) {
+        return {};
+    }
+    if (m_flow->fileCount() == 0) {
+        return QStringLiteral("There is nothing in the folder to publish.");
+    }
+    return findings->startPage.text();
+}
+
+QString DeploySheetModel::changesText(const std::optional<FileChanges>& changes) {
+    if (!changes) {
+        return {};
+    }
+    if (*changes == FileChanges()) {
+        return QStringLiteral("Nothing has changed since your last version from this computer.");
+    }
+    QStringList parts;
+    const auto add = [&parts](std::int64_t count, const QString& what) {
+        if (count > 0) {
+            parts.append(QStringLiteral("%1 %2").arg(count).arg(what));
+        }
+    };
+    add(changes->added, QStringLiteral("new"));
+    add(changes->changed, QStringLiteral("changed"));
+    add(changes->removed, QStringLiteral("gone"));
+    return QStringLiteral("Since your last version from this computer: ") + parts.join(QStringLiteral(", "));
+}
+
+QString DeploySheetModel::leftOut() const {
+    const std::optional<DeployFlow::Findings> findings = m_flow->findings();
+    return findings ? findings->leftOut.text() : QString();
 }
 
 QString DeploySheetModel::folder() const {
@@ -238,6 +362,58 @@ QString DeploySheetModel::failure() const {
     return failure != nullptr ? failure->message : QString();
 }
 
+DeploySheetModel::Aftermath DeploySheetModel::aftermath() const {
+    const std::optional<ChangeOutcome> outcome = m_flow->outcome();
+    if (!outcome) {
+        return m_flow->isOutcomeAsked() ? Aftermath::Asked : Aftermath::None;
+    }
+    switch (outcome->kind) {
+    case ChangeOutcome::Kind::Done:
+        return Aftermath::Live;
+    case ChangeOutcome::Kind::Overtaken:
+        return Aftermath::Overtaken;
+    case ChangeOutcome::Kind::NotDone:
+        return Aftermath::NotLive;
+    case ChangeOutcome::Kind::Unknown:
+        return Aftermath::Unknown;
+    }
+    Q_UNREACHABLE();
+}
+
+QString DeploySheetModel::aftermathText() const {
+    switch (aftermath()) {
+    case Aftermath::None:
+        return {};
+    case Aftermath::Asked:
+        return QStringLiteral("Everything was sent. Asking %1 whether it is live all the same…").arg(host());
+    case Aftermath::Live:
+        return QStringLiteral("It is live all the same:");
+    case Aftermath::Overtaken: {
+        const QString by = m_flow->outcome()->by;
+        return QStringLiteral("It went live, and %1 has published since:")
+            .arg(by.isEmpty() ? QStringLiteral("somebody") : Format::actor(by));
+    }
+    case Aftermath::NotLive:
+        return QStringLiteral("%1 has not published it. You can try again.").arg(host());
+    case Aftermath::Unknown:
+        return QStringLiteral("%1 does not say what became of it. Look at the site before you try again.").arg(host());
+    }
+    Q_UNREACHABLE();
+}
+
+QString DeploySheetModel::aftermathUrl() const {
+    const std::optional<ChangeOutcome> outcome = m_flow->outcome();
+    return outcome ? outcome->url : QString();
+}
+
+QString DeploySheetModel::aftermathAddress() const {
+    return Format::withoutScheme(aftermathUrl());
+}
+
+void DeploySheetModel::openAftermath() {
+    m_operations.openAddress(aftermathUrl());
+}
+
 QString DeploySheetModel::elapsedText() const {
     const std::optional<Timestamp> startedAt = m_flow->startedAt();
     if (!startedAt) {
@@ -247,7 +423,7 @@ QString DeploySheetModel::elapsedText() const {
 }
 
 void DeploySheetModel::confirm() {
-    if (isNameValid()) {
+    if (canConfirm()) {
         m_deployments.confirmDeploy();
     }
 }

@@ -7,6 +7,7 @@ ColumnLayout {
     id: phase
 
     required property DeploySheetModel model
+    property string activity: model.activity
 
     spacing: 12
     Component.onCompleted: cancel.forceActiveFocus(Qt.OtherFocusReason)
@@ -23,6 +24,7 @@ ColumnLayout {
         Layout.fillWidth: true
         value: phase.model.progress
         Accessible.name: "Deployment"
+        Accessible.description: phase.model.percentText
 
         background: Rectangle {
             implicitHeight: 6
@@ -63,7 +65,10 @@ ColumnLayout {
             interval: 1000
             repeat: true
             running: phase.visible
-            onTriggered: elapsed.text = phase.model.elapsedText()
+            onTriggered: {
+                elapsed.text = phase.model.elapsedText();
+                phase.model.lookAgain();
+            }
         }
     }
     ColumnLayout {
@@ -85,6 +90,15 @@ ColumnLayout {
             stageState: phase.model.publishState
             label: phase.model.publishLabel
         }
+    }
+    AppText {
+        Layout.fillWidth: true
+        wrapMode: Text.Wrap
+        // One line, whatever there is to say, so that nothing moves.
+        text: phase.activity === "" ? " " : phase.activity
+        textStyle: TextStyle.Detail
+        tone: Tone.Muted
+        Accessible.ignored: phase.activity === ""
     }
     PushButton {
         id: cancel

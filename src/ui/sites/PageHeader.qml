@@ -33,6 +33,28 @@ RowLayout {
             }
         }
     }
+    IconButton {
+        id: more
+
+        symbol: "ellipsis"
+        label: "More"
+        onClicked: menu.popup(more, 0, more.height + 4)
+
+        ChoiceMenu {
+            id: menu
+
+            MenuEntry {
+                text: "Refresh"
+                keys: "F5"
+                onTriggered: header.model.refresh()
+            }
+            MenuEntry {
+                text: "Keyboard Shortcuts"
+                keys: "F1"
+                onTriggered: header.model.keysRequested()
+            }
+        }
+    }
     PushButton {
         text: "New project"
         symbol: "plus"

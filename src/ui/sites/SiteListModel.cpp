@@ -19,6 +19,7 @@ SiteListModel::SiteListModel(Connection& connection, Catalog& catalog, Deploymen
     : QObject(parent),
       m_connection(connection),
       m_catalog(catalog),
+      m_deployments(deployments),
       m_operations(operations),
       m_collaboration(collaboration),
       m_newProject(newProject),
@@ -29,7 +30,7 @@ SiteListModel::SiteListModel(Connection& connection, Catalog& catalog, Deploymen
     for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
         connect(&catalog, signal, this, &SiteListModel::textsChanged);
     }
-    connect(&catalog, &Catalog::sitesAreKnownChanged, this, &SiteListModel::textsChanged);
+    connect(&catalog, &Catalog::areSitesKnownChanged, this, &SiteListModel::textsChanged);
     for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
         connect(&connection, signal, this, &SiteListModel::pausedChanged);
     }
@@ -47,24 +48,24 @@ QString SiteListModel::subtitle(qsizetype shown, qsizetype total, const QString&
 }
 
 void SiteListModel::followStatus() {
-    if (!m_catalog.sitesAreKnown()) {
+    if (!m_catalog.areSitesKnown()) {
         Q_EMIT textsChanged();
     }
 }
 
 bool SiteListModel::isLoading() const {
-    return !m_catalog.sitesAreKnown() && m_connection.status().kind == ConnectionStatus::Kind::Connecting;
+    return !m_catalog.areSitesKnown() && m_connection.status().kind == ConnectionStatus::Kind::Connecting;
 }
 
 QString SiteListModel::subtitle() const {
-    if (!m_catalog.sitesAreKnown()) {
+    if (!m_catalog.areSitesKnown()) {
         return isLoading() ? QStringLiteral("Loading projects…") : QStringLiteral("Not loaded yet");
     }
     return subtitle(m_sites.rowCount(), m_catalog.sites().size(), m_catalog.filter());
 }
 
 QString SiteListModel::nothingMatches() const {
-    return m_sites.rowCount() > 0 || m_catalog.filter().isEmpty() || !m_catalog.sitesAreKnown()
+    return m_sites.rowCount() > 0 || m_catalog.filter().isEmpty() || !m_catalog.areSitesKnown()
                ? QString()
                : QStringLiteral("No projects match “%1”").arg(m_catalog.filter());
 }
@@ -94,6 +95,10 @@ void SiteListModel::chooseFolderAndDeploy() {
     m_newProject.chooseFolderAndDeploy();
 }
 
+void SiteListModel::refresh() {
+    m_connection.refresh();
+}
+
 void SiteListModel::open(const QString& name) {
     if (const std::optional<SiteInfo> site = m_catalog.existingSite(name)) {
         m_operations.openSite(*site);
@@ -113,6 +118,12 @@ bool SiteListModel::hasFolder(const QString& name) const {
 void SiteListModel::revealFolder(const QString& name) {
     if (m_catalog.existingSite(name)) {
         m_operations.revealFolder(name);
+    }
+}
+
+void SiteListModel::publishAgain(const QString& name) {
+    if (m_catalog.existingSite(name)) {
+        m_deployments.publishAgain(name);
     }
 }
 

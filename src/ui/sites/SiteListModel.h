@@ -61,6 +61,8 @@ public:
     Q_INVOKABLE void sortByName();
     Q_INVOKABLE void sortByTime();
     Q_INVOKABLE void chooseFolderAndDeploy();
+    /// Asks the platform now, and not only when its turn comes.
+    Q_INVOKABLE void refresh();
 
     // What a row offers, by the name of its site: rows move while a menu is open. For a site that has just gone they do
     // nothing.
@@ -69,6 +71,8 @@ public:
     /// Whether the folder is known that the site was published from on this machine. Read afresh.
     Q_INVOKABLE bool hasFolder(const QString& name) const;
     Q_INVOKABLE void revealFolder(const QString& name);
+    /// Opens a deployment of that folder under the site's name.
+    Q_INVOKABLE void publishAgain(const QString& name);
     /// Whether there is a version before the live one.
     Q_INVOKABLE bool canRollBack(const QString& name) const;
     /// Whether the platform has what the site's folder does not.
@@ -92,6 +96,8 @@ Q_SIGNALS:
     void pausedChanged();
     void sortOrderChanged();
     void logsChanged();
+    /// The list of keys is asked for, which belongs to the window.
+    void keysRequested();
     // The sheets of a site belong to the window.
     void shareRequested(const driftwell::SiteInfo& site);
     void historyRequested(const driftwell::SiteInfo& site);
@@ -105,6 +111,7 @@ private:
 
     Connection& m_connection;
     Catalog& m_catalog;
+    Deployments& m_deployments;
     SiteOperations& m_operations;
     Collaboration& m_collaboration;
     NewProject& m_newProject;

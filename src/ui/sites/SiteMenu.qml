@@ -29,6 +29,13 @@ ChoiceMenu {
         text: "Copy Link"
         onTriggered: menu.model.copyLink(menu.site)
     }
+    MenuEntry {
+        visible: menu.folderKnown
+        enabled: menu.folderKnown && !menu.model.paused
+        height: implicitHeight
+        text: "Publish Again"
+        onTriggered: menu.model.publishAgain(menu.site)
+    }
     MenuDivider {
         visible: menu.folderKnown
     }

@@ -2,6 +2,7 @@
 
 #include "core/Catalog.h"
 #include "core/Connection.h"
+#include "core/ConnectionTexts.h"
 #include "core/Deployments.h"
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
@@ -52,7 +53,13 @@ QList<RecentSite> MenuBarModel::recentSites(const QList<SiteInfo>& sites, const 
 }
 
 QList<RecentSite> MenuBarModel::recentSites(Timestamp now) const {
-    return recentSites(m_catalog.recentSites(), m_deployments.deployingSiteName(), now);
+    QList<RecentSite> rows = recentSites(m_catalog.recentSites(), m_deployments.deployingSiteName(), now);
+    const bool isPossible = acceptsDeploys(m_connection.config(), m_connection.status()) && !m_deployments.isTaken();
+    const QSet<QString> known = isPossible ? m_operations.sitesWithFolder() : QSet<QString>();
+    for (RecentSite& row : rows) {
+        row.publishable = known.contains(row.name);
+    }
+    return rows;
 }
 
 QVariantList MenuBarModel::recentSiteRows() const {
@@ -68,6 +75,14 @@ void MenuBarModel::openSite(int row) {
     const QList<SiteInfo> sites = m_catalog.recentSites();
     if (row >= 0 && row < sites.size()) {
         m_operations.openSite(sites[row]);
+    }
+}
+
+void MenuBarModel::publishAgain(int row) {
+    const QList<SiteInfo> sites = m_catalog.recentSites();
+    if (row >= 0 && row < sites.size()) {
+        m_deployments.publishAgain(sites[row].name);
+        Q_EMIT windowRequested();
     }
 }
 

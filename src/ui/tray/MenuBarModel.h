@@ -26,6 +26,7 @@ struct RecentSite {
     Q_PROPERTY(QString name MEMBER name CONSTANT)
     Q_PROPERTY(QString age MEMBER age CONSTANT)
     Q_PROPERTY(bool deploying MEMBER deploying CONSTANT)
+    Q_PROPERTY(bool publishable MEMBER publishable CONSTANT)
     QML_ANONYMOUS
 
 public:
@@ -33,6 +34,8 @@ public:
     /// How long ago it was deployed, in a few letters.
     QString age;
     bool deploying = false;
+    /// Its folder is known and the platform takes one now.
+    bool publishable = false;
 
     bool operator==(const RecentSite&) const = default;
 };
@@ -78,6 +81,8 @@ public:
     void askBeforeSignOut(std::function<bool()> ask) { m_askBeforeSignOut = std::move(ask); }
 
     Q_INVOKABLE void openSite(int row);
+    /// Opens the window on a deployment of the folder that the site came from.
+    Q_INVOKABLE void publishAgain(int row);
     Q_INVOKABLE void openWindow() { Q_EMIT windowRequested(); }
     Q_INVOKABLE void openSettings() { Q_EMIT settingsRequested(); }
     Q_INVOKABLE void runAuthAction();

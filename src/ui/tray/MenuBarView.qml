@@ -120,7 +120,12 @@ Rectangle {
                 name: site?.name ?? ""
                 age: site?.age ?? ""
                 deploying: site?.deploying ?? false
+                publishable: site?.publishable ?? false
                 onClicked: view.model.openSite(index)
+                onPublishedAgain: {
+                    view.dismissed();
+                    view.model.publishAgain(index);
+                }
             }
         }
         Divider {

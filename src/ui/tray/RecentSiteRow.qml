@@ -8,10 +8,19 @@ PanelRow {
     required property string name
     required property string age
     required property bool deploying
+    required property bool publishable
+
+    signal publishedAgain
 
     implicitHeight: 28
     text: name
     details: deploying ? "deploying…" : age
+
+    // A menu is walked up and down; what a row has beside stands to its right.
+    Keys.onRightPressed: {
+        if (publishable)
+            again.forceActiveFocus(Qt.TabFocusReason);
+    }
 
     contentItem: RowLayout {
         spacing: 6
@@ -29,6 +38,24 @@ PanelRow {
             textStyle: TextStyle.Detail
             tone: row.deploying ? Tone.Accent : Tone.Muted
             Accessible.ignored: true
+        }
+        IconButton {
+            id: again
+
+            readonly property bool shown: row.publishable && (row.hovered || hovered || activeFocus)
+
+            implicitWidth: 20
+            implicitHeight: 20
+            visible: row.publishable
+            opacity: shown ? 1 : 0
+            activeFocusOnTab: false
+            size: 12
+            symbol: "arrow.up"
+            label: "Publish " + row.name + " again"
+            tip: "Publish Again"
+            Accessible.ignored: !shown
+            Keys.onLeftPressed: row.forceActiveFocus(Qt.BacktabFocusReason)
+            onClicked: row.publishedAgain()
         }
         Symbol {
             visible: row.hovered && !row.deploying

@@ -59,6 +59,11 @@ QString ConnectionBannerModel::text(const Phase& phase, const Config& config, in
     Q_UNREACHABLE();
 }
 
+QString ConnectionBannerModel::spoken(const Phase& phase, const Config& config) {
+    const bool isCountedDown = phase.kind == Phase::Kind::Idle || phase.kind == Phase::Kind::Running;
+    return isCountedDown ? QStringLiteral("deploys are paused") : text(phase, config, 0);
+}
+
 bool ConnectionBannerModel::isBootOffered(const Phase& phase, const Config& config) {
     return config && config->isLocal() && (phase.kind == Phase::Kind::Idle || phase.kind == Phase::Kind::Failed);
 }
@@ -98,6 +103,10 @@ bool ConnectionBannerModel::isRetrying() const {
 
 bool ConnectionBannerModel::isPlatformChangeOffered() const {
     return isOutOfReach(m_connection.status()) && !m_connection.wasReached();
+}
+
+QString ConnectionBannerModel::spoken() const {
+    return spoken(m_server.phase(), m_connection.config());
 }
 
 QString ConnectionBannerModel::offer() const {

@@ -26,6 +26,7 @@ class ConnectionBannerModel final : public QObject {
     Q_PROPERTY(QString title READ title NOTIFY changed)
     Q_PROPERTY(QString text READ text NOTIFY changed)
     Q_PROPERTY(QString reason READ reason NOTIFY changed)
+    Q_PROPERTY(QString spoken READ spoken NOTIFY changed)
     Q_PROPERTY(QString offer READ offer NOTIFY changed)
     Q_PROPERTY(bool retryOffered READ isRetryOffered NOTIFY changed)
     Q_PROPERTY(bool retrying READ isRetrying NOTIFY changed)
@@ -44,6 +45,7 @@ public:
     [[nodiscard]] static QString title(const Phase& phase, const Config& config);
     /// `retryIn` is in seconds.
     [[nodiscard]] static QString text(const Phase& phase, const Config& config, int retryIn);
+    [[nodiscard]] static QString spoken(const Phase& phase, const Config& config);
     /// Whether the platform is one that could be run on this machine and is not.
     [[nodiscard]] static bool isBootOffered(const Phase& phase, const Config& config);
 
@@ -57,6 +59,8 @@ public:
     [[nodiscard]] QString text() const;
     /// Why the platform is out of reach; empty when it is not.
     [[nodiscard]] QString reason() const;
+    /// The text without what is counted down.
+    [[nodiscard]] QString spoken() const;
     /// What can be done about it; empty when nothing can.
     [[nodiscard]] QString offer() const;
     [[nodiscard]] bool isRetryOffered() const;

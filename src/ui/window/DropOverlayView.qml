@@ -2,22 +2,28 @@ import QtQuick
 import QtQuick.Layouts
 import Driftwell
 
-// Covers the window while a folder hovers over it.
+// Covers the window while a folder hovers over it, and says what would become of it.
 Item {
     id: overlay
 
-    required property string host
+    required property bool invites
+    required property string title
+    required property string text
+    required property string note
 
     Accessible.role: Accessible.Pane
-    Accessible.name: "Drop to deploy"
+    Accessible.name: overlay.title
+    Accessible.description: overlay.text
 
     Rectangle {
         anchors.fill: parent
         color: DW.canvas
-        opacity: 0.72
+        // What lies under a refusal is not to be read through it.
+        opacity: overlay.invites ? 0.72 : 0.92
     }
     Rectangle {
         anchors.fill: frame
+        visible: overlay.invites
         radius: frame.radius
         color: DW.accent
         opacity: 0.08
@@ -26,6 +32,7 @@ Item {
         id: frame
 
         anchors.fill: parent
+        visible: overlay.invites
         anchors.margins: 28
         radius: 22
         stroke: 1.5
@@ -39,27 +46,28 @@ Item {
 
         Symbol {
             Layout.alignment: Qt.AlignHCenter
-            name: "folder.badge.plus"
+            name: overlay.invites ? "folder.badge.plus" : "exclamationmark.circle"
             size: 34
-            tone: Tone.Accent
+            tone: overlay.invites ? Tone.Accent : Tone.Muted
         }
         AppText {
             Layout.fillWidth: true
             horizontalAlignment: Text.AlignHCenter
-            text: "Drop to deploy"
+            text: overlay.title
             textStyle: TextStyle.Hero
         }
         AppText {
             Layout.fillWidth: true
             horizontalAlignment: Text.AlignHCenter
-            text: "live on " + overlay.host + " in about 30 seconds"
+            text: overlay.text
             textStyle: TextStyle.Callout
             tone: Tone.Muted
         }
         AppText {
             Layout.fillWidth: true
             horizontalAlignment: Text.AlignHCenter
-            text: "You can rename it before it goes live."
+            visible: text !== ""
+            text: overlay.note
             textStyle: TextStyle.Detail
             tone: Tone.Faint
         }

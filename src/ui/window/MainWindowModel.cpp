@@ -55,6 +55,8 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop, Sleep
     connect(&state.gates(), &Gates::showGitInstallSheetChanged, this, &MainWindowModel::gitInstallChanged);
     listAlerts();
     connectSiteSheets();
+    connect(&m_siteList, &SiteListModel::keysRequested, this, &MainWindowModel::showKeys);
+    connect(&m_keys, &KeyListModel::closed, this, [this] { setKeysShown(false); });
     connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
     followDeployFlow();
 }
@@ -85,6 +87,14 @@ void MainWindowModel::listAlerts() {
                       [&collaboration] {
                           collaboration.clearCollabError();
                       }});
+    Deployments& deployments = m_state.deployments();
+    m_alerts.add(deployments, &Deployments::openErrorChanged,
+                 {.title = QStringLiteral("Can’t publish again"),
+                  .text = [&deployments] { return deployments.openError(); },
+                  .dismiss =
+                      [&deployments] {
+                          deployments.clearOpenError();
+                      }});
     connect(&m_alerts, &Alerts::changed, this, &MainWindowModel::alertChanged);
 }
 
@@ -93,6 +103,16 @@ void MainWindowModel::connectSiteSheets() {
     connect(&m_siteList, &SiteListModel::historyRequested, &m_siteSheets, &SiteSheets::showHistory);
     connect(&m_siteList, &SiteListModel::rollbackRequested, &m_siteSheets, &SiteSheets::askToRollBack);
     connect(&m_siteList, &SiteListModel::deletionRequested, &m_siteSheets, &SiteSheets::askToDelete);
+    for (const auto signal :
+         {&SiteSheets::shareChanged, &SiteSheets::conflictChanged, &SiteSheets::attentionChanged,
+          &SiteSheets::historyChanged, &SiteSheets::rollbackChanged, &SiteSheets::deletionChanged}) {
+        connect(&m_siteSheets, signal, this, &MainWindowModel::dropChanged);
+    }
+    for (const auto signal :
+         {&MainWindowModel::gitInstallChanged, &MainWindowModel::alertChanged, &MainWindowModel::hostChanged}) {
+        connect(this, signal, this, &MainWindowModel::dropChanged);
+    }
+    connect(&m_state.deployments(), &Deployments::isDeployingChanged, this, &MainWindowModel::dropChanged);
 }
 
 MainWindowModel::Content MainWindowModel::content(Kind status, bool hasSites, bool isFiltered) {
@@ -219,6 +239,52 @@ bool MainWindowModel::canDeploy() const {
            acceptsDeploys(m_state.connection().config(), m_state.connection().status());
 }
 
+bool MainWindowModel::isSomethingInTheWay() const {
+    const SiteSheets& sheets = m_siteSheets;
+    return m_state.deployments().isTaken() || m_state.gates().showGitInstallSheet() || m_alerts.isPending() ||
+           sheets.share() || sheets.conflict() || sheets.attention() || sheets.history() || sheets.rollback() ||
+           sheets.deletion();
+}
+
+void MainWindowModel::hover(const std::vector<std::filesystem::path>& folders) {
+    QStringList names;
+    if (folders.size() > 1) {
+        for (const std::filesystem::path& folder : folders) {
+            const std::filesystem::path named = folder.has_filename() ? folder : folder.parent_path();
+            names.append(QString::fromStdString(named.filename().string()));
+        }
+    }
+    const bool isOther = std::exchange(m_hovering, names) != m_hovering;
+    if (std::exchange(m_dropTargeted, !folders.empty()) != m_dropTargeted || isOther) {
+        Q_EMIT dropChanged();
+    }
+}
+
+QString MainWindowModel::dropTitle() const {
+    if (m_state.deployments().isDeploying()) {
+        return QStringLiteral("A deployment is running");
+    }
+    if (!takesDrop()) {
+        return QStringLiteral("Something else is open");
+    }
+    return m_hovering.isEmpty() ? QStringLiteral("Drop to deploy") : QStringLiteral("Drop one folder");
+}
+
+QString MainWindowModel::dropText() const {
+    if (m_state.deployments().isDeploying()) {
+        return QStringLiteral("Drop the folder again when it is done.");
+    }
+    if (!takesDrop()) {
+        return QStringLiteral("Close it and drop the folder again.");
+    }
+    return m_hovering.isEmpty() ? QStringLiteral("live on %1 in about 30 seconds").arg(host())
+                                : QStringLiteral("Of these, only “%1” is taken.").arg(m_hovering.first());
+}
+
+QString MainWindowModel::dropNote() const {
+    return takesDrop() ? QStringLiteral("You can rename it before it goes live.") : QString();
+}
+
 void MainWindowModel::drop(const std::filesystem::path& folder) {
     m_state.deployments().beginDeploy(folder);
 }
@@ -279,7 +345,14 @@ void MainWindowModel::chooseFolderAndDeploy() {
     m_state.newProject().chooseFolderAndDeploy();
 }
 
+void MainWindowModel::setKeysShown(bool shown) {
+    if (std::exchange(m_keysShown, shown) != shown) {
+        Q_EMIT keysChanged();
+    }
+}
+
 void MainWindowModel::setDropTargeted(bool targeted) {
+    m_hovering.clear();
     if (std::exchange(m_dropTargeted, targeted) != targeted) {
         Q_EMIT dropChanged();
     }

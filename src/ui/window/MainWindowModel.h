@@ -10,6 +10,7 @@
 #include "ui/sites/SiteListModel.h"
 #include "ui/window/Alerts.h"
 #include "ui/window/ConnectionBannerModel.h"
+#include "ui/window/KeyListModel.h"
 #include "ui/window/RelinkBannerModel.h"
 #include "ui/window/SiteSheets.h"
 #include "ui/window/ToolbarModel.h"
@@ -17,9 +18,11 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
 #include <filesystem>
+#include <vector>
 
 namespace driftwell {
 
@@ -42,6 +45,7 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::GitInstallModel* gitInstall READ gitInstall NOTIFY gitInstallChanged)
     Q_PROPERTY(driftwell::WorkQuestion* question READ question NOTIFY questionChanged)
     Q_PROPERTY(driftwell::Alerts* alert READ alert NOTIFY alertChanged)
+    Q_PROPERTY(driftwell::KeyListModel* keys READ keys NOTIFY keysChanged)
     Q_PROPERTY(QString host READ host NOTIFY hostChanged)
     Q_PROPERTY(QString exampleHost READ exampleHost CONSTANT)
     Q_PROPERTY(bool choosingPlatform READ isChoosingPlatform NOTIFY choosingPlatformChanged)
@@ -52,6 +56,10 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::RelinkBannerModel* relinkBanner READ relinkBanner CONSTANT)
     Q_PROPERTY(bool dropTargeted READ isDropTargeted WRITE setDropTargeted NOTIFY dropChanged)
     Q_PROPERTY(bool dropOverlayVisible READ isDropOverlayVisible NOTIFY dropChanged)
+    Q_PROPERTY(bool dropInvited READ takesDrop NOTIFY dropChanged)
+    Q_PROPERTY(QString dropTitle READ dropTitle NOTIFY dropChanged)
+    Q_PROPERTY(QString dropText READ dropText NOTIFY dropChanged)
+    Q_PROPERTY(QString dropNote READ dropNote NOTIFY dropChanged)
 
 public:
     /// What stands under the bar and the banner; the introduction stands alone.
@@ -94,10 +102,18 @@ public:
     [[nodiscard]] RelinkBannerModel* relinkBanner() { return &m_relinkBanner; }
 
     [[nodiscard]] bool canDeploy() const;
+    /// Whether a folder may be dropped now: none can while a sheet waits for the person, or a deployment runs.
+    [[nodiscard]] bool takesDrop() const { return canDeploy() && !isSomethingInTheWay(); }
     /// A drag hovers over the window.
     [[nodiscard]] bool isDropTargeted() const { return m_dropTargeted; }
+    /// Folders hover, in this order, of which the first would be taken; or none does.
+    void hover(const std::vector<std::filesystem::path>& folders);
     void setDropTargeted(bool targeted);
     [[nodiscard]] bool isDropOverlayVisible() const { return m_dropTargeted && canDeploy(); }
+    // What is said over the window meanwhile.
+    [[nodiscard]] QString dropTitle() const;
+    [[nodiscard]] QString dropText() const;
+    [[nodiscard]] QString dropNote() const;
     /// Opens a deployment of a dropped folder.
     void drop(const std::filesystem::path& folder);
 
@@ -112,6 +128,10 @@ public:
     [[nodiscard]] Alerts* alert() { return m_alerts.isPending() ? &m_alerts : nullptr; }
     [[nodiscard]] const Alerts& alerts() const { return m_alerts; }
 
+    /// Null while the list of keys is not asked for.
+    [[nodiscard]] KeyListModel* keys() { return m_keysShown ? &m_keys : nullptr; }
+
+    Q_INVOKABLE void showKeys() { setKeysShown(true); }
     /// Connects to the platform, unless what was typed can be none: then hostError() says so.
     Q_INVOKABLE void setHost(const QString& host);
     /// Something else is being typed.
@@ -136,11 +156,13 @@ Q_SIGNALS:
     /// The person wants the application to end, whatever is under way.
     void quitConfirmed();
     void settingsRequested();
+    void keysChanged();
 
 private:
     [[nodiscard]] Content presentContent() const;
     void setChoosingPlatform(bool choosing);
     void setHostError(const QString& error);
+    [[nodiscard]] bool isSomethingInTheWay() const;
     void listAlerts();
     void connectSiteSheets();
     void ask(WorkQuestion::Intent intent);
@@ -149,6 +171,7 @@ private:
     void followStatus();
     void followOnboarding();
     void followDeployFlow();
+    void setKeysShown(bool shown);
 
     AppState& m_state;
     WindowServices& m_desktop;
@@ -166,7 +189,11 @@ private:
     bool m_choosingPlatform = false;
     QString m_hostError;
     Content m_content;
+    KeyListModel m_keys{nullptr};
+    bool m_keysShown = false;
     bool m_dropTargeted = false;
+    /// The names of the folders that hover, where there are several.
+    QStringList m_hovering;
 };
 
 } // namespace driftwell

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Driftwell
 
 // The window: bar, banner, content, and what lies over them.
-Rectangle {
+FocusScope {
     id: root
 
     required property MainWindowModel model
@@ -26,8 +26,13 @@ Rectangle {
         }
     }
 
-    color: DW.canvas
+    focus: true
     Component.onCompleted: presentContent()
+
+    Rectangle {
+        anchors.fill: parent
+        color: DW.canvas
+    }
 
     Connections {
         target: root.model
@@ -47,12 +52,14 @@ Rectangle {
             visible: !root.introduces
             model: root.model.toolbar
             window: root.window
+            onFilterLeft: (content.item as SiteListView)?.enterRows()
         }
         UnreachableBanner {
             Layout.fillWidth: true
             visible: root.model.banner.visible && !root.introduces
             title: root.model.banner.title
             text: root.model.banner.text
+            spoken: root.model.banner.spoken
             waiting: root.model.banner.waiting
             reason: root.model.banner.reason
             offer: root.model.banner.offer
@@ -77,6 +84,8 @@ Rectangle {
             Layout.fillWidth: true
             Layout.fillHeight: true
             focus: true
+            // What is useful on a page has the keyboard there.
+            onLoaded: (item as Item).focus = true
         }
     }
     WindowStrip {
@@ -91,9 +100,15 @@ Rectangle {
         model: root.model
     }
     DropOverlayView {
+        // Also over a sheet, of which it says that it is in the way.
+        parent: root.Window.contentItem ?? root
+        z: frame.aboveSheets - 1
         anchors.fill: parent
         visible: root.model.dropOverlayVisible
-        host: root.model.host
+        invites: root.model.dropInvited
+        title: root.model.dropTitle
+        text: root.model.dropText
+        note: root.model.dropNote
     }
     Rectangle {
         // A window without a frame would otherwise run into a window of its own colour behind it.
@@ -108,6 +123,8 @@ Rectangle {
         window: root.window
     }
     SheetFrame {
+        id: frame
+
         parent: root.Window.contentItem ?? root
         anchors.fill: parent
         visible: sheets.open
@@ -123,5 +140,15 @@ Rectangle {
         sequences: ["Ctrl+D"]
         enabled: !sheets.open && !root.introduces && !root.model.siteList.paused
         onActivated: root.model.chooseFolderAndDeploy()
+    }
+    Shortcut {
+        sequences: ["F5"]
+        enabled: !sheets.open && !root.introduces
+        onActivated: root.model.siteList.refresh()
+    }
+    Shortcut {
+        sequences: ["F1"]
+        enabled: !sheets.open && !root.introduces
+        onActivated: root.model.showKeys()
     }
 }

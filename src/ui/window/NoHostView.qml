@@ -3,10 +3,12 @@ import QtQuick.Layouts
 import Driftwell
 
 // The first thing a person sees who has no platform yet, or who wants another one.
-Item {
+FocusScope {
     id: view
 
     required property MainWindowModel model
+
+    focus: true
 
     function connectToHost(): void {
         if (connectButton.enabled) {
@@ -40,11 +42,10 @@ Item {
             text: "Where does your team deploy?"
             textStyle: TextStyle.ScreenTitle
         }
-        AppText {
+        CodeText {
             Layout.fillWidth: true
             horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.Wrap
-            text: "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI."
+            source: "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI."
             textStyle: TextStyle.Note
             tone: Tone.Muted
             lineHeight: 1.25
@@ -57,6 +58,7 @@ Item {
             InputField {
                 id: host
 
+                focus: true
                 Layout.preferredWidth: 240
                 placeholderText: view.model.exampleHost
                 Accessible.name: "Platform host"

@@ -9,6 +9,9 @@ Rectangle {
     required property ToolbarModel model
     required property WindowControls window
 
+    // The keyboard goes on from the filter to what is filtered.
+    signal filterLeft
+
     function focusFilter(): void {
         filter.forceActiveFocus();
         filter.selectAll();
@@ -87,6 +90,7 @@ Rectangle {
             placeholderText: "Filter projects"
             text: toolbar.model.filter
             onTextChanged: toolbar.model.filter = text
+            onWentOn: toolbar.filterLeft()
         }
         AccountButton {
             visible: toolbar.model.hasIdentity

@@ -8,6 +8,8 @@ Rectangle {
 
     required property string title
     required property string text
+    // The same for who cannot see it: what is counted down is not told again every second.
+    property string spoken: text
     // It is on its way up.
     property bool waiting: false
     // Why; empty when there is no more to say.
@@ -27,7 +29,7 @@ Rectangle {
     color: DW.canvas
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title
-    Accessible.description: text
+    Accessible.description: spoken
 
     Rectangle {
         anchors.fill: parent
@@ -64,6 +66,7 @@ Rectangle {
                 Layout.fillWidth: true
                 maximumLineCount: 1
                 text: banner.text
+                Accessible.name: banner.spoken
                 monospaced: true
                 textStyle: TextStyle.Detail
                 tone: Tone.Muted

@@ -53,6 +53,11 @@ SheetHost {
         WorkQuestionSheet {}
     }
     SheetEntry {
+        target: sheets.model.keys
+
+        KeysSheet {}
+    }
+    SheetEntry {
         target: sheets.model.alert
 
         AlertSheet {}

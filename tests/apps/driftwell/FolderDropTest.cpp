@@ -1,5 +1,6 @@
 #include "apps/driftwell/FolderDrop.h"
 
+#include "deploy/DeployFlow.h"
 #include "tests/ui/UiFixture.h"
 
 #include <QCoreApplication>
@@ -19,7 +20,8 @@ std::unique_ptr<QMimeData> dragged(const QByteArray& uriList) {
 }
 
 std::optional<std::filesystem::path> firstFile(const QByteArray& uriList) {
-    return FolderDrop::firstFile(*dragged(uriList));
+    const std::vector<std::filesystem::path> files = FolderDrop::files(*dragged(uriList));
+    return files.empty() ? std::nullopt : std::optional(files.front());
 }
 
 TEST(FolderDropFirstFileTest, OneFileIsTaken) {
@@ -43,7 +45,7 @@ TEST(FolderDropFirstFileTest, WithoutAFileThereIsNone) {
     EXPECT_EQ(firstFile(""), std::nullopt);
     QMimeData text;
     text.setText(QStringLiteral("/srv/garden"));
-    EXPECT_EQ(FolderDrop::firstFile(text), std::nullopt);
+    EXPECT_TRUE(FolderDrop::files(text).empty());
 }
 
 TEST(FolderDropFirstFileTest, ANameThatIsNoTextSurvives) {
@@ -167,9 +169,74 @@ TEST_F(FolderDropTest, WhileTheIntroductionIsShownADropIsRefused) {
     EXPECT_FALSE(deployFlow());
 }
 
-TEST_F(FolderDropTest, ADroppedFileOpensNothing) {
+TEST_F(FolderDropTest, AFileIsNotWelcomedAndOpensNothing) {
     become(Kind::Connected);
-    drop(address(siteFolder("garden") / "index.html"));
+    const QByteArray file = address(siteFolder("garden") / "index.html");
+    EXPECT_FALSE(enter(file));
+    EXPECT_FALSE(move(file));
+    EXPECT_FALSE(window().isDropOverlayVisible());
+    EXPECT_FALSE(drop(file));
+    EXPECT_FALSE(deployFlow());
+}
+
+TEST_F(FolderDropTest, OfAFileAndAFolderTheFolderIsTaken) {
+    become(Kind::Connected);
+    const QByteArray both = address(siteFolder("garden") / "index.html") + address(siteFolder("bakery"));
+    EXPECT_TRUE(enter(both));
+    EXPECT_EQ(window().dropTitle(), QStringLiteral("Drop to deploy"));
+    EXPECT_TRUE(drop(both));
+    ASSERT_TRUE(deployFlow());
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("bakery"));
+}
+
+TEST_F(FolderDropTest, OfTwoFoldersThatHoverItIsSaidWhichIsTaken) {
+    become(Kind::Connected);
+    EXPECT_TRUE(enter(address(siteFolder("garden")) + address(siteFolder("bakery"))));
+    EXPECT_TRUE(window().isDropOverlayVisible());
+    EXPECT_EQ(window().dropTitle(), QStringLiteral("Drop one folder"));
+    EXPECT_EQ(window().dropText(), QStringLiteral("Of these, only “garden” is taken."));
+    leave();
+    EXPECT_TRUE(enter(address(siteFolder("garden"))));
+    EXPECT_EQ(window().dropTitle(), QStringLiteral("Drop to deploy"));
+}
+
+TEST_F(FolderDropTest, WhileAnotherDeploymentAsksForItsNameAFolderIsRefusedAndToldSo) {
+    become(Kind::Connected);
+    openDeployment("garden");
+    EXPECT_FALSE(enter(address(siteFolder("bakery"))));
+    EXPECT_TRUE(window().isDropOverlayVisible());
+    EXPECT_FALSE(window().takesDrop());
+    EXPECT_EQ(window().dropTitle(), QStringLiteral("Something else is open"));
+    EXPECT_FALSE(drop(address(siteFolder("bakery"))));
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("garden"));
+}
+
+TEST_F(FolderDropTest, WhileADeploymentRunsAFolderIsRefusedAndToldSo) {
+    become(Kind::Connected);
+    openDeployment("garden")->begin();
+    EXPECT_FALSE(enter(address(siteFolder("bakery"))));
+    EXPECT_EQ(window().dropTitle(), QStringLiteral("A deployment is running"));
+    EXPECT_FALSE(drop(address(siteFolder("bakery"))));
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("garden"));
+}
+
+TEST_F(FolderDropTest, AFailedDeploymentGivesWayToADroppedFolder) {
+    become(Kind::Connected);
+    const std::shared_ptr<DeployFlow> failed = openDeployment("garden");
+    failed->begin();
+    failed->fail(QStringLiteral("no"));
+    EXPECT_TRUE(enter(address(siteFolder("bakery"))));
+    EXPECT_TRUE(drop(address(siteFolder("bakery"))));
+    EXPECT_EQ(deployFlow()->folder(), siteFolder("bakery"));
+}
+
+TEST_F(FolderDropTest, WhileASheetIsOpenAFolderIsRefusedAndToldSo) {
+    connectedWith({"garden"});
+    window().siteSheets()->askToDelete(*existingSite(QStringLiteral("garden")));
+    EXPECT_FALSE(enter(address(siteFolder("bakery"))));
+    EXPECT_TRUE(window().isDropOverlayVisible());
+    EXPECT_FALSE(window().takesDrop());
+    EXPECT_FALSE(drop(address(siteFolder("bakery"))));
     EXPECT_FALSE(deployFlow());
 }
 

@@ -246,7 +246,7 @@ TEST_F(DwAgentTexts, HaveTheExitCodesOfTheReference) {
         return codes;
     };
     const std::map<std::string, std::string> reference = codesOf(runDw({"help", "--reference"}).output);
-    EXPECT_EQ(reference.size(), 7U);
+    EXPECT_EQ(reference.size(), 8U);
     EXPECT_EQ(codesOf(guide), reference);
 }
 

@@ -61,6 +61,7 @@ TEST_F(DwDeploy, WithJsonThereIsNothingButTheObject) {
                             {"files", 2},
                             {"skipped", 0},
                             {"sent", 2},
+                            {"answered", true},
                             {"merged", false},
                             {"unreadable", {{"count", 0}, {"names", json::array()}}}}));
 }
@@ -129,7 +130,7 @@ TEST_F(DwDeploy, TheFolderIsRememberedForItsSite) {
     EXPECT_EQ(config(), (json{{"host", sandbox.address()}, {"folders", {{"kept", site.string()}}}}));
 }
 
-TEST_F(DwDeploy, NothingIsWrittenBesideTheConfiguration) {
+TEST_F(DwDeploy, NothingIsWrittenBesideTheConfigurationAndWhatWasPublished) {
     const Sandbox sandbox;
     useHost(sandbox.address());
     folder("site", {{"index.html", "x"}});
@@ -139,7 +140,8 @@ TEST_F(DwDeploy, NothingIsWrittenBesideTheConfiguration) {
         found.push_back(entry.path().lexically_relative(home()));
     }
     EXPECT_THAT(found, testing::UnorderedElementsAre("site", "site/index.html", ".config", ".config/dw",
-                                                     ".config/dw/config.json"));
+                                                     ".config/dw/config.json", ".config/dw/published",
+                                                     ".config/dw/published/site.files"));
 }
 
 TEST_F(DwDeploy, AnUnwritableConfigurationDoesNotKeepASiteFromGoingLive) {

@@ -1,3 +1,4 @@
+#include "apps/dw/CommandFailure.h"
 #include "support/SystemError.h"
 #include "support/UniqueFd.h"
 #include "tests/apps/dw/DwFixture.h"
@@ -81,7 +82,7 @@ TEST_F(DwFailure, ANameThatDoesNotExistEndsWithFive) {
 
 TEST_F(DwFailure, AnAnswerThatIsCutEndsWithFive) {
     for (const auto& [path, arguments] : std::vector<std::pair<std::string, std::vector<std::string>>>{
-             {"/api/me", {"whoami"}}, {"/api/sites", {"list"}}, {"/api/deploy", {"deploy", "site"}}}) {
+             {"/api/me", {"whoami"}}, {"/api/sites", {"list"}}}) {
         // Before the answer, within its first line, and within its body.
         for (const char* bytes : {"0", "9", "130"}) {
             SCOPED_TRACE(path + " after " + bytes);
@@ -92,12 +93,61 @@ TEST_F(DwFailure, AnAnswerThatIsCutEndsWithFive) {
     }
 }
 
+TEST_F(DwFailure, ADeploymentWhoseAnswerIsCutIsAskedForAndFoundToBeLive) {
+    for (const char* bytes : {"0", "9", "130"}) {
+        SCOPED_TRACE(bytes);
+        const Sandbox sandbox({"--cut", bytes, "--fail-path", "/api/deploy"});
+        useHost(sandbox.address());
+        const Ending first = runDw({"deploy", "site"});
+        EXPECT_EQ(first.exitCode, 0);
+        EXPECT_EQ(first.output, "http://site.driftwell.localhost:" + sandbox.port() + "/\n");
+        EXPECT_EQ(first.error, "✓ site is live all the same: The connection to driftwell.localhost was lost.\n");
+        const json again = onlyObject(runDw({"deploy", "site", "--json"}).output);
+        EXPECT_EQ(again["ok"], true);
+        EXPECT_EQ(again["answered"], false);
+        EXPECT_EQ(again["url"], "http://site.driftwell.localhost:" + sandbox.port() + "/");
+        EXPECT_EQ(sandbox.sites().size(), 1U);
+        EXPECT_THAT(temporaryFiles(), IsEmpty());
+    }
+}
+
+TEST_F(DwFailure, OfADeploymentWithoutAnAnswerItIsSaidWhatCanBeKnown) {
+    const dw::CommandFailure lost{
+        "unreachable", QStringLiteral("HOST did not answer in time."), {}, dw::ExitCode::Unreachable};
+    const QString site = QStringLiteral("launch");
+    const auto after = [&](const ChangeOutcome& outcome) {
+        const dw::CommandFailure failure = dw::unansweredFailure(lost, site, outcome);
+        return json{{"kind", failure.kind},
+                    {"message", failure.message.toStdString()},
+                    {"hint", failure.hint.toStdString()},
+                    {"exitCode", static_cast<int>(failure.exitCode)}};
+    };
+    EXPECT_EQ(after({ChangeOutcome::Kind::NotDone}),
+              (json{{"kind", "unreachable"},
+                    {"message", "HOST did not answer in time."},
+                    {"hint", "All of it was sent, and a minute later launch had not changed. It can be tried again."},
+                    {"exitCode", 5}}));
+    EXPECT_EQ(after({ChangeOutcome::Kind::Unknown}),
+              (json{{"kind", "unknownOutcome"},
+                    {"message", "HOST did not answer in time. All of it was sent, and what became of it could not be "
+                                "learned."},
+                    {"hint", "Look before you try again: dw history launch"},
+                    {"exitCode", 3}}));
+    EXPECT_EQ(after({ChangeOutcome::Kind::Overtaken, {}, QStringLiteral("tom@b")}),
+              (json{{"kind", "unknownOutcome"},
+                    {"message", "HOST did not answer in time. It went live, and tom@b has published launch since."},
+                    {"hint", "Look before you try again: dw history launch"},
+                    {"exitCode", 3}}));
+}
+
 TEST_F(DwFailure, AnUploadThatIsCutEndsWithFiveAndPublishesNothing) {
+    // More than the kernel takes in on both sides, so that it is not all sent when it is cut.
+    folder("large", {{"index.html", "x"}, {"noise.bin", noise(40'000'000)}});
     for (const char* bytes : {"0", "1000", "1500000"}) {
         SCOPED_TRACE(bytes);
         const Sandbox sandbox({"--cut-upload", bytes, "--fail-path", "/api/deploy"});
         useHost(sandbox.address());
-        expectUnreachable({"deploy", "site"}, "The connection to driftwell.localhost was lost.");
+        expectUnreachable({"deploy", "large"}, "The connection to driftwell.localhost was lost.");
         EXPECT_THAT(sandbox.sites(), IsEmpty());
     }
 }

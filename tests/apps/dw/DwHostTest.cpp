@@ -25,6 +25,9 @@ TEST_F(DwHost, IsRememberedAndPrinted) {
     EXPECT_EQ(printed.exitCode, 0);
     EXPECT_EQ(printed.output, "sites.example.org\n");
     EXPECT_EQ(printed.error, "");
+    for (const Ending& ending : {runDw({"host", "--json"}), runDw({"host", "sites.example.org", "--json"})}) {
+        EXPECT_EQ(onlyObject(ending.output), (json{{"ok", true}, {"host", "sites.example.org"}}));
+    }
 }
 
 TEST_F(DwHost, IsKeptWithAllElseInTheFile) {
