@@ -2,6 +2,7 @@
 
 #include "bench/Report.h"
 
+#include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
@@ -10,6 +11,7 @@
 #include <ctime>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace driftwell::bench {
 
@@ -32,9 +34,9 @@ std::vector<double> each(const std::vector<FrameCost>& frames, double FrameCost:
     return figures;
 }
 
-double nearlyAll(std::vector<double> figures) {
+double nearlyAll(std::vector<double> figures, int percent) {
     std::sort(figures.begin(), figures.end());
-    return figures.at(figures.size() * 95 / 100);
+    return figures.at(figures.size() * static_cast<std::size_t>(percent) / 100);
 }
 
 } // namespace
@@ -73,14 +75,57 @@ FrameCost FrameTimer::frameAfter(const std::function<void()>& sendEvent) {
     return *cost;
 }
 
-double nearlyAll(const std::vector<FrameCost>& frames) {
-    return nearlyAll(each(frames, &FrameCost::wall));
+std::vector<FrameCost> FrameTimer::framesDuring(const std::function<void()>& start,
+                                                const std::function<bool()>& goesOn) {
+    settle();
+    QEventLoop loop;
+    QObject context;
+    std::vector<FrameCost> frames;
+    QElapsedTimer atWork;
+    double worked = 0;
+    double cpu = cpuMilliseconds();
+    const auto milliseconds = [&atWork] {
+        return static_cast<double>(atWork.nsecsElapsed()) / 1e6;
+    };
+    auto* const dispatcher = QAbstractEventDispatcher::instance();
+    QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, &context, [&] { atWork.start(); });
+    QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &context, [&] {
+        worked += milliseconds();
+        atWork.start();
+    });
+    QTimer timeout;
+    timeout.setSingleShot(true);
+    QObject::connect(&timeout, &QTimer::timeout, &loop, &QEventLoop::quit);
+    QObject::connect(&m_window, &QQuickWindow::frameSwapped, &context, [&] {
+        worked += milliseconds();
+        frames.push_back({worked, cpuMilliseconds() - cpu});
+        worked = 0;
+        cpu = cpuMilliseconds();
+        atWork.start();
+        timeout.start(timeoutMilliseconds);
+        if (!goesOn()) {
+            loop.quit();
+        }
+    });
+    atWork.start();
+    start();
+    timeout.start(timeoutMilliseconds);
+    loop.exec();
+    if (frames.empty() || goesOn()) {
+        throw std::runtime_error("the movement has no frames");
+    }
+    return frames;
 }
 
-std::string describe(const std::vector<FrameCost>& frames) {
-    const auto both = [&frames](double FrameCost::*figure) {
+double nearlyAll(const std::vector<FrameCost>& frames, int percent) {
+    return nearlyAll(each(frames, &FrameCost::wall), percent);
+}
+
+std::string describe(const std::vector<FrameCost>& frames, int percent) {
+    const auto both = [&frames, percent](double FrameCost::*figure) {
         const std::vector<double> figures = each(frames, figure);
-        return fixed(median(figures), 1, "ms, 95 % within ") + fixed(nearlyAll(figures), 1, "ms");
+        return fixed(median(figures), 1, "ms, ") + std::to_string(percent) + " % within " +
+               fixed(nearlyAll(figures, percent), 1, "ms");
     };
     return both(&FrameCost::wall) + "; CPU " + both(&FrameCost::cpu);
 }

@@ -12,6 +12,7 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -144,27 +145,82 @@ std::vector<Row> measureDesktop() {
     return readRows(outputOf({"/usr/bin/python3", "-B", DRIFTWELL_DESKTOP_BENCHMARK, DRIFTWELL_PROGRAMS_FOLDER}));
 }
 
-std::vector<Row> measureEverything() {
+/// The parts of the benchmarks, each of which can be asked for alone.
+struct Part {
+    std::string name;
+    std::function<std::vector<Row>(const std::filesystem::path& site, const std::filesystem::path& folder)> measure;
+};
+
+const std::vector<Part>& parts() {
+    using Path = std::filesystem::path;
+    static const std::vector<Part> all = {
+        {"packing", measurePacking},
+        {"scanning",
+         [](const Path&, const Path& folder) {
+             return std::vector{measureScan(folder)};
+         }},
+        {"uploading",
+         [](const Path&, const Path& folder) {
+             return measureUpload(folder);
+         }},
+        {"deploying",
+         [](const Path& site, const Path& folder) {
+             return std::vector{measureDeploy(site, folder)};
+         }},
+        {"publishing",
+         [](const Path&, const Path&) {
+             return measureCollab();
+         }},
+        {"starting",
+         [](const Path&, const Path&) {
+             return std::vector{measureStart()};
+         }},
+        {"polling",
+         [](const Path&, const Path&) {
+             return measurePolls();
+         }},
+        {"linked-folders",
+         [](const Path&, const Path&) {
+             return measureLinkedRefresh();
+         }},
+        {"tooling",
+         [](const Path&, const Path&) {
+             return measureTooling();
+         }},
+        {"desktop",
+         [](const Path&, const Path&) {
+             return measureDesktop();
+         }},
+    };
+    return all;
+}
+
+std::vector<Row> measure(const std::vector<Part>& chosen) {
     const TemporaryFolder folder("driftwell-bench-");
     const std::filesystem::path site = folder.path() / "site";
     std::cerr << "Making a sample site…\n";
     makeSite(site, 125 * megabyte);
     std::vector<Row> rows;
-    const auto add = [&rows](const std::string& what, const std::vector<Row>& more) {
-        std::cerr << what << " measured\n";
+    for (const Part& part : chosen) {
+        std::cerr << part.name << '\n';
+        const std::vector<Row> more = part.measure(site, folder.path());
+        printRows(more);
         rows.insert(rows.end(), more.begin(), more.end());
-    };
-    add("packing", measurePacking(site, folder.path()));
-    add("scanning", {measureScan(folder.path())});
-    add("uploading", measureUpload(folder.path()));
-    add("deploying", {measureDeploy(site, folder.path())});
-    add("publishing", measureCollab());
-    add("starting", {measureStart()});
-    add("polling", measurePolls());
-    add("looking at linked folders", measureLinkedRefresh());
-    add("tooling", measureTooling());
-    add("the desktop", measureDesktop());
+    }
     return rows;
+}
+
+std::vector<Part> partsNamed(const std::vector<std::string>& names) {
+    std::vector<Part> result;
+    for (const std::string& name : names) {
+        const auto part =
+            std::find_if(parts().begin(), parts().end(), [&](const Part& each) { return each.name == name; });
+        if (part == parts().end()) {
+            throw std::invalid_argument("there is no benchmark " + name);
+        }
+        result.push_back(*part);
+    }
+    return result;
 }
 
 } // namespace
@@ -175,15 +231,11 @@ int main(int argc, char** argv) {
         if (const std::optional<int> code = runAsWorker({argv + 1, argv + argc})) {
             return *code;
         }
-        if (argc == 2 && std::string(argv[1]) == "collab") {
-            printRows(measureCollab());
-            return 0;
+        if (argc > 1) {
+            measure(partsNamed({argv + 1, argv + argc}));
+        } else {
+            publish(measure(parts()), DRIFTWELL_BENCHMARKS_PAGE);
         }
-        if (argc == 2 && std::string(argv[1]) == "linked-refresh") {
-            printRows(measureLinkedRefresh());
-            return 0;
-        }
-        publish(measureEverything(), DRIFTWELL_BENCHMARKS_PAGE);
         return 0;
     } catch (const std::exception& failure) {
         std::cerr << "driftwell-bench: " << failure.what() << '\n';

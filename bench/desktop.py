@@ -329,7 +329,9 @@ class Bench:
     # --- In the window ---
 
     def measure_frames(self):
-        print(self.desktop.x(self.desktop.programs / "driftwell-bench-window"), end="", flush=True)
+        rows = subprocess.run([self.desktop.programs / "driftwell-bench-window"], env=self.desktop.environment, check=True,
+                              text=True, stdout=subprocess.PIPE, timeout=300).stdout
+        print(rows, end="", flush=True)
 
 
 def memory_text(memory):

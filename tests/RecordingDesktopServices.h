@@ -5,6 +5,7 @@
 #include "support/Completion.h"
 #include "tests/Await.h"
 #include "tests/FakeLoginItem.h"
+#include "tests/FakeWindowManager.h"
 
 #include <gtest/gtest.h>
 
@@ -74,6 +75,7 @@ public:
     void copyText(const QString& text) override { m_clipboard = text.toStdString(); }
 
     [[nodiscard]] FakeLoginItem& loginItem() override { return m_loginItem; }
+    [[nodiscard]] FakeWindowManager& windowManager() override { return m_windowManager; }
 
     [[nodiscard]] ColorScheme colorScheme() const override { return m_colorScheme; }
     void setColorScheme(ColorScheme scheme) {
@@ -87,6 +89,7 @@ private:
     std::vector<std::filesystem::path> m_shownPaths;
     std::string m_clipboard;
     FakeLoginItem m_loginItem;
+    FakeWindowManager m_windowManager;
     ColorScheme m_colorScheme = ColorScheme::Light;
     std::deque<FolderAnswer> m_folderAnswers;
     std::vector<FolderAnswer> m_askedFolderAnswers;

@@ -20,7 +20,8 @@ class Catalog final : public QObject {
     Q_OBJECT
 
 public:
-    /// The present platform has told its sites: a name that is not among them is free.
+    /// Whether the present platform has told its sites: then a name that is not among them is free. Until then that
+    /// there are none means nothing.
     [[nodiscard]] bool areSitesKnown() const { return m_areSitesKnown; }
     /// In the platform's order.
     [[nodiscard]] QList<SiteInfo> sites() const { return m_sites; }

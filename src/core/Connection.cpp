@@ -38,6 +38,13 @@ std::chrono::seconds pause(Kind status) {
     Q_UNREACHABLE();
 }
 
+/// What a person reads of a failure to reach the platform. One that has answered has not failed to.
+QString outageOf(const std::exception& failure) {
+    const auto* const platform = dynamic_cast<const PlatformError*>(&failure);
+    const bool hasAnswered = platform != nullptr && platform->kind() == PlatformError::Kind::Api;
+    return (hasAnswered ? QStringLiteral("It answered with an error: ") : QString()) + describe(failure);
+}
+
 /// One question of a refresh: it is asked with what the catalog knows of its answer, and its answer goes to the catalog
 /// if it still counts.
 template <class Record>
@@ -90,6 +97,7 @@ Task<> Connection::end() {
 void Connection::reloadConfig() {
     const ConfigStore& store = m_client.store();
     const std::optional<QString> host = store.resolveHost();
+    m_wasReached = false;
     m_config = host ? std::optional<PlatformConfig>(*host) : std::nullopt;
     m_status = host ? Status::connecting() : Status::noHost();
     const std::optional<QString> repo = store.localRepoPath();
@@ -97,6 +105,7 @@ void Connection::reloadConfig() {
 }
 
 void Connection::use(const PlatformConfig& config) {
+    m_wasReached = false;
     if (m_config.value() != config) {
         m_catalog.expectOtherSites();
     }
@@ -169,6 +178,8 @@ Task<> Connection::askAs(Session session, std::stop_token stop) {
     co_await whileAlive(this, fetchLists(session, stop));
     requireCurrent(session);
     m_lastSync = now();
+    m_wasReached = true;
+    m_outage = std::nullopt;
     m_status = Status::connected();
     Q_EMIT refreshed();
 }
@@ -199,29 +210,57 @@ void Connection::settleFailure(const Session& asked, const std::exception& failu
         m_status = Status::notTeam(platform->description());
         m_catalog.clear();
     } else {
-        settleOutage();
+        settleOutage(failure);
     }
 }
 
-void Connection::settleOutage() {
+void Connection::settleOutage(const std::exception& failure) {
     const std::optional<PlatformConfig> config = m_config;
     const std::optional<std::filesystem::path> repo = m_localRepo;
     if (m_localServer && config && config->isLocal() && repo) {
         m_localServer->startIfNeeded(*repo, config->origin());
     }
     const bool isComingUp = m_localServer && m_localServer->phase().isComingUp();
+    // Before the status, with which it is shown.
+    m_outage = outageOf(failure);
     m_status = isComingUp ? Status::connecting() : Status::unreachable(retrySeconds);
 }
 
 Task<> Connection::refreshLoop() {
     const std::stop_token stop = m_tasks.token();
     while (!stop.stop_requested()) {
+        m_isRetrying = m_status.value().kind == Kind::Unreachable;
         co_await whileAlive(this, refresh(stop));
+        m_isRetrying = false;
         co_await whileAlive(this, waitForNextRefresh(stop));
     }
 }
 
+void Connection::retryNow() {
+    if (m_wait) {
+        // The wait ends within this, and takes its own away.
+        std::stop_source wait = *m_wait;
+        wait.request_stop();
+    }
+}
+
 Task<> Connection::waitForNextRefresh(std::stop_token stop) {
+    m_wait.emplace();
+    const StopScope either(stop, m_wait->get_token());
+    try {
+        co_await whileAlive(this, waitAsStatusSays(either.token()));
+    } catch (const OwnerGone&) {
+        throw;
+    } catch (const Cancelled&) {
+        throwIfCancelled(stop);
+        if (m_status.value().kind == Kind::Unreachable) {
+            m_status = Status::unreachable(0);
+        }
+    }
+    m_wait.reset();
+}
+
+Task<> Connection::waitAsStatusSays(std::stop_token stop) {
     const Status status = m_status;
     if (status.kind == Kind::Unreachable) {
         return countDown(std::move(stop));

@@ -46,6 +46,12 @@ public:
 
     [[nodiscard]] std::optional<PlatformConfig> config() const { return m_config; }
     [[nodiscard]] Status status() const { return m_status; }
+    /// Why the last attempt to reach the platform failed, in words for a person; absent since one did not.
+    [[nodiscard]] std::optional<QString> outage() const { return m_outage; }
+    /// The platform has answered since it is this one. One that never did may not be the one that is meant.
+    [[nodiscard]] bool wasReached() const { return m_wasReached; }
+    /// A platform that was out of reach is being asked again.
+    [[nodiscard]] bool isRetrying() const { return m_isRetrying; }
     [[nodiscard]] std::optional<Identity> identity() const { return m_identity; }
     /// When the last refresh succeeded.
     [[nodiscard]] std::optional<Timestamp> lastSync() const { return m_lastSync; }
@@ -85,6 +91,9 @@ public:
     /// last to write wins. A stopped one leaves the status as it was.
     Task<> refresh(std::stop_token stop = {});
 
+    /// The next refresh of the polling begins at once. Does nothing while one is under way.
+    void retryNow();
+
     /// A person has signed in to a platform; a refresh is to follow. They are nobody on another platform, if that is
     /// the one by now.
     void enter(const PlatformConfig& config, const Identity& person);
@@ -95,6 +104,8 @@ public:
 Q_SIGNALS:
     void configChanged();
     void statusChanged();
+    void outageChanged();
+    void isRetryingChanged();
     void identityChanged();
     void lastSyncChanged();
     void localRepoChanged();
@@ -104,12 +115,13 @@ Q_SIGNALS:
 private:
     Task<> refreshLoop();
     Task<> waitForNextRefresh(std::stop_token stop);
+    Task<> waitAsStatusSays(std::stop_token stop);
     Task<> countDown(std::stop_token stop);
     Task<> ask(std::stop_token stop);
     Task<> askAs(Session session, std::stop_token stop);
     Task<> fetchLists(Session session, std::stop_token stop);
     void settleFailure(const Session& asked, const std::exception& failure);
-    void settleOutage();
+    void settleOutage(const std::exception& failure);
 
     PlatformClient& m_client;
     Catalog& m_catalog;
@@ -117,10 +129,15 @@ private:
     LocalServerController* m_localServer = nullptr;
     std::function<Task<>(std::stop_token)> m_follow;
     bool m_started = false;
+    bool m_wasReached = false;
     TaskGroup m_tasks;
+    /// Ends the wait for the next refresh; present during one.
+    std::optional<std::stop_source> m_wait;
 
     Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<PlatformConfig>, m_config, &Connection::configChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Connection, Connection::Status, m_status, &Connection::statusChanged)
+    Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<QString>, m_outage, &Connection::outageChanged)
+    Q_OBJECT_BINDABLE_PROPERTY_WITH_ARGS(Connection, bool, m_isRetrying, false, &Connection::isRetryingChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<Identity>, m_identity, &Connection::identityChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<Timestamp>, m_lastSync, &Connection::lastSyncChanged)
     Q_OBJECT_BINDABLE_PROPERTY(Connection, std::optional<std::filesystem::path>, m_localRepo,

@@ -1,5 +1,7 @@
 #include "core/ConnectionTexts.h"
 
+#include "platform/HostRefusal.h"
+
 namespace driftwell {
 
 using Kind = ConnectionStatus::Kind;
@@ -14,6 +16,22 @@ QString unreachableText(const std::optional<PlatformConfig>& config) {
 
 QString retryText(int seconds) {
     return QStringLiteral("retrying in %1s · deploys are paused").arg(seconds);
+}
+
+QString outageText(const std::optional<PlatformConfig>& config, const std::optional<QString>& reason) {
+    if (!config || !reason) {
+        return {};
+    }
+    if (!config->isReadable()) {
+        // It was written into the file, or set in the environment, and no attempt at it was one.
+        return hostRefusal(config->host()).value_or(*reason);
+    }
+    QString text = *reason;
+    while (text.endsWith(u'.')) {
+        text.chop(1);
+    }
+    const std::optional<int> port = config->port();
+    return port ? QStringLiteral("%1 · port %2").arg(text).arg(*port) : text;
 }
 
 bool acceptsDeploys(const std::optional<PlatformConfig>& config, const ConnectionStatus& status) {

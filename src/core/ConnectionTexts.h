@@ -19,6 +19,10 @@ namespace driftwell {
 /// When a platform that does not answer is asked again, in seconds.
 [[nodiscard]] QString retryText(int seconds);
 
+/// What kept a platform from answering, and at which port; it stands below retryText(). `reason` is that of the last
+/// attempt; empty without one.
+[[nodiscard]] QString outageText(const std::optional<PlatformConfig>& config, const std::optional<QString>& reason);
+
 /// Whether the platform can be given a folder at present: one is configured, and it neither refuses us nor is out of
 /// reach.
 [[nodiscard]] bool acceptsDeploys(const std::optional<PlatformConfig>& config, const ConnectionStatus& status);

@@ -2,6 +2,8 @@
 
 #include "platform/Models.h"
 
+#include <optional>
+
 /// What a site's log tells of its versions.
 namespace driftwell {
 
@@ -12,5 +14,9 @@ inline constexpr int historyLogLines = 200;
 /// The lines that tell of a new live version, the newest first by the plain order of their times, which the platform
 /// writes in one uniform form.
 [[nodiscard]] QList<LogEntry> deployHistory(QList<LogEntry> log);
+
+/// The place in a history, as deployHistory() has it, of the deployment that is live: a rollback swaps the live version
+/// with the one before it. Absent where the history does not reach back to that deployment.
+[[nodiscard]] std::optional<qsizetype> liveDeployment(const QList<LogEntry>& history);
 
 } // namespace driftwell

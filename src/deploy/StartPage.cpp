@@ -26,4 +26,13 @@ StartPage StartPage::of(const FolderScan& files) {
     return result;
 }
 
+QString StartPage::text() const {
+    if (isThere) {
+        return {};
+    }
+    const QString missing = QStringLiteral("There is no index.html at the top, so the address has no page to show.");
+    return folder.empty() ? missing
+                          : missing + QStringLiteral(" The folder “%1” has one.").arg(QString::fromStdString(folder));
+}
+
 } // namespace driftwell

@@ -2,6 +2,8 @@
 
 #include "deploy/FolderScan.h"
 
+#include <QString>
+
 #include <string>
 
 namespace driftwell {
@@ -14,6 +16,9 @@ struct StartPage {
     std::string folder = {};
 
     [[nodiscard]] static StartPage of(const FolderScan& files);
+
+    /// A sentence for a person where it is missing, otherwise empty.
+    [[nodiscard]] QString text() const;
 
     bool operator==(const StartPage&) const = default;
 };

@@ -6,6 +6,7 @@
 namespace driftwell {
 
 class LoginItem;
+class WindowManager;
 
 /// Whether the person works on a dark or a light desktop.
 enum class ColorScheme { Light, Dark };
@@ -23,6 +24,9 @@ public:
 
     /// Whether the application starts when the person logs in. Lives as long as this.
     [[nodiscard]] virtual LoginItem& loginItem() = 0;
+
+    /// Lives as long as this.
+    [[nodiscard]] virtual WindowManager& windowManager() = 0;
 
 Q_SIGNALS:
     void colorSchemeChanged();

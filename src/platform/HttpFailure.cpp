@@ -31,6 +31,11 @@ QString systemText(long error) {
     return error == 0 ? QString() : describe(std::error_code(static_cast<int>(error), std::generic_category()));
 }
 
+/// What answered did so, but not in TLS (OpenSSL's words for a first record that is none).
+bool isAnsweredInPlain(const HttpFailure& failure) {
+    return failure.detail.contains("wrong version number") || failure.detail.contains("packet length too long");
+}
+
 QString reasonOf(const HttpFailure& failure) {
     return QString::fromUtf8(failure.detail.isEmpty() ? QByteArray(curl_easy_strerror(failure.code)) : failure.detail);
 }
@@ -71,7 +76,9 @@ QString describeHttpFailure(const HttpFailure& failure) {
     case CURLE_PEER_FAILED_VERIFICATION:
         return withReason(QStringLiteral("The certificate of %1 is not trusted").arg(host), reasonOf(failure));
     case CURLE_SSL_CONNECT_ERROR:
-        return withReason(QStringLiteral("No secure connection to %1 could be made").arg(host), reasonOf(failure));
+        return withReason(QStringLiteral("No secure connection to %1 could be made").arg(host),
+                          isAnsweredInPlain(failure) ? QStringLiteral("it does not speak https there")
+                                                     : reasonOf(failure));
     case CURLE_TOO_MANY_REDIRECTS:
         return QStringLiteral("%1 redirects without end.").arg(host);
     case CURLE_GOT_NOTHING:

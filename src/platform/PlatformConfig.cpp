@@ -36,4 +36,8 @@ PlatformConfig::PlatformConfig(const QString& host) {
     m_isLocal = name && (*name == "localhost" || name->endsWith(".localhost"));
 }
 
+std::optional<int> PlatformConfig::port() const {
+    return m_isReadable ? portOfUrl(m_origin.toUtf8()) : std::nullopt;
+}
+
 } // namespace driftwell

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <optional>
+
 namespace driftwell {
 
 /// The platform that the application is connected to. An immutable value; never fails to construct.
@@ -23,6 +25,9 @@ public:
 
     /// Whether the text that this was made from could be parsed.
     [[nodiscard]] bool isReadable() const { return m_isReadable; }
+
+    /// Where it is connected to: the port that was typed, or that of the scheme. Absent unless isReadable().
+    [[nodiscard]] std::optional<int> port() const;
 
     bool operator==(const PlatformConfig& other) const { return m_origin == other.m_origin && m_host == other.m_host; }
 

@@ -12,9 +12,20 @@ struct UrlDeleter {
     void operator()(CURLU* url) const { curl_url_cleanup(url); }
 };
 
-std::optional<QByteArray> part(CURLU* url, CURLUPart which) {
+using Url = std::unique_ptr<CURLU, UrlDeleter>;
+
+/// Null where the text is none.
+Url parsed(const QByteArray& text) {
+    Url url(curl_url());
+    if (text.contains('\0') || curl_url_set(url.get(), CURLUPART_URL, text.constData(), 0) != CURLUE_OK) {
+        return nullptr;
+    }
+    return url;
+}
+
+std::optional<QByteArray> part(CURLU* url, CURLUPart which, unsigned int flags = 0) {
     char* text = nullptr;
-    if (curl_url_get(url, which, &text, 0) != CURLUE_OK) {
+    if (curl_url_get(url, which, &text, flags) != CURLUE_OK) {
         return std::nullopt;
     }
     QByteArray copy(text);
@@ -25,11 +36,8 @@ std::optional<QByteArray> part(CURLU* url, CURLUPart which) {
 } // namespace
 
 std::optional<QByteArray> hostOfUrl(const QByteArray& text) {
-    const std::unique_ptr<CURLU, UrlDeleter> url(curl_url());
-    if (text.contains('\0') || curl_url_set(url.get(), CURLUPART_URL, text.constData(), 0) != CURLUE_OK) {
-        return std::nullopt;
-    }
-    std::optional<QByteArray> host = part(url.get(), CURLUPART_HOST);
+    const Url url = parsed(text);
+    std::optional<QByteArray> host = url ? part(url.get(), CURLUPART_HOST) : std::nullopt;
     if (!host || host->isEmpty()) {
         return std::nullopt;
     }
@@ -37,6 +45,14 @@ std::optional<QByteArray> hostOfUrl(const QByteArray& text) {
         host = host->mid(1, host->size() - 2);
     }
     return host->toLower();
+}
+
+std::optional<int> portOfUrl(const QByteArray& text) {
+    if (!hostOfUrl(text)) {
+        return std::nullopt;
+    }
+    const std::optional<QByteArray> port = part(parsed(text).get(), CURLUPART_PORT, CURLU_DEFAULT_PORT);
+    return port ? std::optional(port->toInt()) : std::nullopt;
 }
 
 } // namespace driftwell

@@ -10,4 +10,8 @@ namespace driftwell {
 /// an IPv6 address; absent when the text is not a URL with a scheme that the session knows and a host.
 [[nodiscard]] std::optional<QByteArray> hostOfUrl(const QByteArray& url);
 
+/// The port that the session connects to for such a URL: the one in it, or that of its scheme. Absent where hostOfUrl()
+/// is.
+[[nodiscard]] std::optional<int> portOfUrl(const QByteArray& url);
+
 } // namespace driftwell

@@ -19,8 +19,9 @@ constexpr std::array<int, 3> signals{SIGINT, SIGTERM, SIGHUP};
 
 std::atomic<int> signalWriter = -1;
 
-void onSignal(int) {
-    [[maybe_unused]] const auto written = ::write(signalWriter, "", 1);
+void onSignal(int number) {
+    const auto byte = static_cast<char>(number);
+    [[maybe_unused]] const auto written = ::write(signalWriter, &byte, 1);
 }
 
 } // namespace
@@ -35,6 +36,10 @@ Interruption::Interruption() {
     m_notifier = std::make_unique<QSocketNotifier>(m_reader.get(), QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), [this] {
         m_notifier->setEnabled(false);
+        char number = 0;
+        if (::read(m_reader.get(), &number, 1) == 1) {
+            m_signal = number;
+        }
         m_source.request_stop();
     });
     struct sigaction action {};

@@ -3,6 +3,7 @@
 #include "support/UniqueFd.h"
 
 #include <memory>
+#include <optional>
 #include <stop_token>
 
 class QSocketNotifier;
@@ -21,8 +22,12 @@ public:
     /// Stopped by the first signal.
     [[nodiscard]] std::stop_token token() const { return m_source.get_token(); }
 
+    /// The number of that signal, once it has stopped the token.
+    [[nodiscard]] std::optional<int> signal() const { return m_signal; }
+
 private:
     std::stop_source m_source;
+    std::optional<int> m_signal;
     UniqueFd m_reader;
     UniqueFd m_writer;
     std::unique_ptr<QSocketNotifier> m_notifier;

@@ -32,6 +32,24 @@ TEST(ConnectionTextsTest, TheNextAttemptIsCountedInSeconds) {
     EXPECT_EQ(retryText(8), QStringLiteral("retrying in 8s · deploys are paused"));
 }
 
+TEST(ConnectionTextsTest, AnOutageIsToldWithItsReasonAndThePort) {
+    const QString refused = QStringLiteral("Could not connect to sites.test: Connection refused");
+    EXPECT_EQ(outageText(platform, refused), refused + QStringLiteral(" · port 443"));
+    EXPECT_EQ(outageText(PlatformConfig(QStringLiteral("http://sites.test:8787")),
+                         QStringLiteral("The host sites.test could not be found.")),
+              QStringLiteral("The host sites.test could not be found · port 8787"));
+}
+
+TEST(ConnectionTextsTest, WithoutAReasonOrAPlatformNothingIsToldOfAnOutage) {
+    EXPECT_EQ(outageText(platform, std::nullopt), QString());
+    EXPECT_EQ(outageText(std::nullopt, QStringLiteral("Connection refused")), QString());
+}
+
+TEST(ConnectionTextsTest, AHostThatCannotBeReadIsTheReason) {
+    EXPECT_EQ(outageText(PlatformConfig(QStringLiteral("http://two words")), QStringLiteral("could not be found")),
+              QStringLiteral("“two words” is not the host of a platform"));
+}
+
 TEST(ConnectionTextsTest, AConnectionThatIsBeingMadeTakesADeploy) {
     EXPECT_TRUE(acceptsDeploys(platform, Status::connecting()));
 }

@@ -67,5 +67,26 @@ TEST(DeployHistoryTest, ALineThatBeginsWithRolledBackTellsOfARollback) {
     EXPECT_FALSE(isRollback(entry("1", "")));
 }
 
+TEST(DeployHistoryTest, TheLastDeploymentIsLive) {
+    EXPECT_EQ(liveDeployment({entry("2", "Deployed"), entry("1", "Deployed")}), 0);
+    EXPECT_EQ(liveDeployment({}), std::nullopt);
+}
+
+TEST(DeployHistoryTest, ARollbackSwapsTheLastTwoDeployments) {
+    EXPECT_EQ(liveDeployment({entry("3", "rolled back"), entry("2", "Deployed"), entry("1", "Deployed")}), 2);
+    EXPECT_EQ(liveDeployment({entry("4", "rolled back"), entry("3", "rolled back"), entry("2", "Deployed"),
+                              entry("1", "Deployed")}),
+              2);
+    // What was rolled back from is gone when another is deployed, and the one that was live comes back.
+    EXPECT_EQ(liveDeployment({entry("5", "rolled back"), entry("4", "Deployed"), entry("3", "rolled back"),
+                              entry("2", "Deployed"), entry("1", "Deployed")}),
+              4);
+}
+
+TEST(DeployHistoryTest, WithoutTheDeploymentThatIsLiveNoneIsMarked) {
+    EXPECT_EQ(liveDeployment({entry("2", "rolled back"), entry("1", "Deployed")}), std::nullopt);
+    EXPECT_EQ(liveDeployment({entry("1", "rolled back")}), std::nullopt);
+}
+
 } // namespace
 } // namespace driftwell::tests

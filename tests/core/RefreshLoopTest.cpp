@@ -1,3 +1,4 @@
+#include "core/Connection.h"
 #include "core/SignIn.h"
 #include "tests/core/ModelFixture.h"
 #include "tests/NoMoreDescriptors.h"
@@ -194,6 +195,93 @@ TEST_F(RefreshLoopTest, TheCountdownOverwritesASignOutUntilItEnds) {
     }
     wakeAndWait();
     EXPECT_EQ(status(), Status::signedOut());
+}
+
+// A person who does not want to wait
+
+TEST_F(RefreshLoopTest, ARetryEndsTheCountdownAtOnce) {
+    configureLocal();
+    answerAll();
+    server.answer("/api/sites", 500, "");
+    start();
+    wakeAndWait();
+    ASSERT_EQ(status(), Status::unreachable(7));
+    answerAll();
+    model().connection().retryNow();
+    waitForSleep(3);
+    EXPECT_EQ(status(), Status::connected());
+    EXPECT_THAT(sleeper.requested(), ElementsAre(seconds(1), seconds(1), seconds(10)));
+    EXPECT_THAT(server.requests("/api/sites"), SizeIs(2));
+}
+
+TEST_F(RefreshLoopTest, ARetryThatFailsBeginsTheCountdownAnew) {
+    configureLocal();
+    answerAll();
+    server.answer("/api/sites", 500, "");
+    start();
+    wakeAndWait();
+    model().connection().retryNow();
+    waitForSleep(3);
+    EXPECT_EQ(status(), Status::unreachable(8));
+}
+
+TEST_F(RefreshLoopTest, ItIsKnownThatAPlatformOutOfReachIsBeingAskedAgain) {
+    configureLocal();
+    answerAll();
+    server.answer("/api/sites", 500, "");
+    start();
+    EXPECT_FALSE(model().connection().isRetrying());
+    {
+        PlatformServer::Hold held = server.holdAnswer("/api/sites");
+        model().connection().retryNow();
+        waitUntil([&held] { return held.arrived(); });
+        EXPECT_TRUE(model().connection().isRetrying());
+        EXPECT_EQ(status(), Status::unreachable(0)) << "it is not waited for any more";
+        model().connection().retryNow();
+        held.release();
+        waitForSleep(2);
+    }
+    EXPECT_FALSE(model().connection().isRetrying());
+    EXPECT_THAT(server.requests("/api/sites"), SizeIs(2)) << "what is under way is not begun again";
+}
+
+TEST_F(RefreshLoopTest, TheModelsEndDuringARetryEndsTheLoop) {
+    configureLocal();
+    refuseEverything(500, "");
+    start();
+    model().connection().retryNow();
+    endModel();
+    EXPECT_FALSE(sleeper.isAsleep());
+}
+
+// What is known of an outage
+
+TEST_F(RefreshLoopTest, AnOutageHasAReasonUntilItIsOver) {
+    configureLocal();
+    answerAll();
+    server.answer("/api/sites", 500, "");
+    start();
+    EXPECT_EQ(model().connection().outage(), QStringLiteral("It answered with an error: HTTP 500"));
+    EXPECT_FALSE(model().connection().wasReached());
+    answerAll();
+    model().connection().retryNow();
+    waitForSleep(2);
+    EXPECT_EQ(model().connection().outage(), std::nullopt);
+    EXPECT_TRUE(model().connection().wasReached());
+}
+
+TEST_F(RefreshLoopTest, APlatformThatWasReachedIsSoUntilAnotherIsChosen) {
+    configureLocal();
+    answerAll();
+    start();
+    ASSERT_TRUE(model().connection().wasReached());
+    server.closeWithoutAnswer("/api/sites");
+    wakeAndWait();
+    ASSERT_EQ(status(), Status::unreachable(8));
+    EXPECT_EQ(model().connection().outage(), QStringLiteral("The connection to localhost was lost."));
+    EXPECT_TRUE(model().connection().wasReached());
+    setHost(QStringLiteral("http://elsewhere.localhost:1"));
+    EXPECT_FALSE(model().connection().wasReached());
 }
 
 TEST_F(RefreshLoopTest, TheWaitFollowsTheStatusThatTheRefreshLeft) {

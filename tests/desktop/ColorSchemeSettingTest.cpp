@@ -7,6 +7,7 @@
 #include "tests/support/TestFolder.h"
 
 #include <QApplication>
+#include <QDBusVariant>
 #include <QPalette>
 
 #include <gtest/gtest.h>

@@ -10,38 +10,46 @@ namespace {
 const QByteArray url = "https://Sites.example.org:8443/api/me";
 const HttpProxy proxy{QStringLiteral("proxy.example.org"), 3128};
 
-std::string textOf(const HttpFailure& failure) {
+std::string failureText(const HttpFailure& failure) {
     return describeHttpFailure(failure).toStdString();
 }
 
+TEST(HttpFailureTest, SaysThatWhoAnsweredDoesNotSpeakHttps) {
+    EXPECT_EQ(failureText({.code = CURLE_SSL_CONNECT_ERROR,
+                           .url = url,
+                           .detail = "error:0A00010B:SSL routines::wrong version number"}),
+              "No secure connection to sites.example.org could be made: it does not speak https there");
+}
+
 TEST(HttpFailureTest, GivesTheSystemsReasonForAConnectionThatCouldNotBeMade) {
-    EXPECT_EQ(textOf({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = ECONNREFUSED}),
+    EXPECT_EQ(failureText({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = ECONNREFUSED}),
               "Could not connect to sites.example.org: Connection refused");
 }
 
 TEST(HttpFailureTest, GivesNoReasonWhereTheSystemHasNone) {
-    EXPECT_EQ(textOf({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = 0}),
+    EXPECT_EQ(failureText({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = 0}),
               "Could not connect to sites.example.org.");
 }
 
 TEST(HttpFailureTest, SaysWhatToDoWithoutDescriptorsWhateverLibcurlCallsIt) {
     for (const CURLcode code : {CURLE_COULDNT_CONNECT, CURLE_COULDNT_RESOLVE_HOST, CURLE_OUT_OF_MEMORY}) {
-        EXPECT_EQ(textOf({.code = code, .url = url, .systemError = EMFILE}),
+        EXPECT_EQ(failureText({.code = code, .url = url, .systemError = EMFILE}),
                   "Too many open files. Close some programs, or raise the limit of open files (ulimit -n).");
     }
 }
 
 TEST(HttpFailureTest, GivesLibcurlsWordsWhereItHasNoneOfItsOwn) {
-    EXPECT_EQ(textOf({.code = CURLE_BAD_CONTENT_ENCODING, .url = url, .detail = "the detail"}), "the detail");
-    EXPECT_EQ(textOf({.code = CURLE_BAD_CONTENT_ENCODING, .url = url}), curl_easy_strerror(CURLE_BAD_CONTENT_ENCODING));
+    EXPECT_EQ(failureText({.code = CURLE_BAD_CONTENT_ENCODING, .url = url, .detail = "the detail"}), "the detail");
+    EXPECT_EQ(failureText({.code = CURLE_BAD_CONTENT_ENCODING, .url = url}),
+              curl_easy_strerror(CURLE_BAD_CONTENT_ENCODING));
 }
 
 TEST(HttpFailureTest, NamesTheProxyAndItsStatus) {
-    EXPECT_EQ(textOf({.code = CURLE_RECV_ERROR, .url = url, .proxy = proxy, .proxyStatus = 403}),
+    EXPECT_EQ(failureText({.code = CURLE_RECV_ERROR, .url = url, .proxy = proxy, .proxyStatus = 403}),
               "The proxy proxy.example.org:3128 did not connect to sites.example.org: HTTP 403");
-    EXPECT_EQ(textOf({.code = CURLE_RECV_ERROR, .url = url, .proxy = proxy, .proxyStatus = 200}),
+    EXPECT_EQ(failureText({.code = CURLE_RECV_ERROR, .url = url, .proxy = proxy, .proxyStatus = 200}),
               "The connection to sites.example.org through the proxy proxy.example.org:3128 was lost.");
-    EXPECT_EQ(textOf({.code = CURLE_RECV_ERROR, .url = url}), "The connection to sites.example.org was lost.");
+    EXPECT_EQ(failureText({.code = CURLE_RECV_ERROR, .url = url}), "The connection to sites.example.org was lost.");
 }
 
 } // namespace

@@ -102,6 +102,18 @@ TEST(PlatformConfigTest, IsNotLocalAnywhereElse) {
     }
 }
 
+TEST(PlatformConfigTest, ThePortIsTheTypedOneOrThatOfTheScheme) {
+    const auto port = [](const char* text) {
+        return PlatformConfig(QString::fromLatin1(text)).port();
+    };
+    EXPECT_EQ(port("sites.example.org"), 443);
+    EXPECT_EQ(port("http://sites.example.org"), 80);
+    EXPECT_EQ(port("sites.example.org:8443/path"), 8443);
+    EXPECT_EQ(port("http://driftwell.localhost:8787"), 8787);
+    EXPECT_EQ(port("http://[::1]:1"), 1);
+    EXPECT_EQ(port("two words"), std::nullopt);
+}
+
 TEST(PlatformConfigTest, ComparesByOriginAndHost) {
     const auto config = [](const char* text) {
         return PlatformConfig(QString::fromLatin1(text));

@@ -64,6 +64,25 @@ class DesktopTest(unittest.TestCase):
         self.platform = Sandbox(self.desktop, *options, data=f"{self.id().rsplit('.', 1)[-1]}/platform")
         return self.platform
 
+    def start_portal(self):
+        """The part of a desktop portal that settings_portal.py is."""
+        self.extra.append(self.desktop.spawn("/usr/bin/python3", "-B", Path(__file__).with_name("settings_portal.py"),
+                                             log="settings_portal.log"))
+        wait_for("the portal", lambda: self.on_bus(lambda bus: bus.name_has_owner("org.freedesktop.portal.Desktop")))
+
+    def in_portal(self, act):
+        import dbus
+        self.on_bus(lambda bus: act(dbus.Interface(
+            bus.get_object("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop"),
+            "driftwell.test.Portal")))
+
+    def on_bus(self, act):
+        bus = self.desktop.bus()
+        try:
+            return act(bus)
+        finally:
+            bus.close()
+
     def site(self, name, page="<h1>Hello</h1>"):
         folder = self.folder / "sites" / name
         folder.mkdir(parents=True)

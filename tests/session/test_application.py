@@ -198,7 +198,7 @@ class ApplicationTest(DesktopTest):
 
     def test_quitting_in_the_middle_of_a_deployment_leaves_nothing_behind(self):
         self.start_platform("--delay", "60000", "--fail-path", "/api/deploy")
-        for number, end in enumerate((lambda: self.desktop.key("ctrl+q"), lambda: self.desktop.app.terminate())):
+        for number, end in enumerate((self.quit_all_the_same, lambda: self.desktop.app.terminate())):
             self.open(self.site(f"site-{number}"))
             self.find("text", "Site name")
             self.desktop.key("Return")
@@ -207,6 +207,47 @@ class ApplicationTest(DesktopTest):
             end()
             self.wait_for_end()
             self.assertEqual(list(Path(self.desktop.environment["TMPDIR"]).iterdir()), [])
+
+    def quit_all_the_same(self):
+        self.desktop.key("ctrl+q")
+        self.find("dialog", "Quit Driftwell?")
+        self.press("push button", "Quit")
+
+    def test_nothing_is_quit_or_signed_out_of_a_deployment_without_a_question(self):
+        self.start_platform("--delay", "60000", "--fail-path", "/api/deploy")
+        self.open(self.site("portfolio"))
+        self.find("text", "Site name")
+        self.desktop.key("Return")
+        self.find("progress bar", "Deployment")
+
+        self.desktop.key("ctrl+q")
+        self.find("dialog", "Quit Driftwell?")
+        self.wait_for_text(re.compile("^“portfolio” is being published; the platform may do so all the same.\n"
+                                      "Quitting stops it here.$"))
+        keep = self.find("push button", "Keep Running")
+        wait_for("the keyboard on the harmless button", lambda: self.desktop.is_focused(keep))
+        self.desktop.key("Escape")
+        self.desktop.gone("dialog", "Quit Driftwell?")
+        self.assertTrue(self.desktop.widgets("progress bar", "Deployment"))
+
+        self.press("push button", "Close")
+        wait_for("the end of the window", lambda: not self.desktop.windows("Driftwell"))
+        for ask in (self.quit_in_panel, self.quit_in_menu):
+            ask()
+            self.find("dialog", "Quit Driftwell?")
+            self.press("push button", "Keep Running")
+            self.desktop.gone("dialog", "Quit Driftwell?")
+        self.quit_in_menu()
+        self.press("push button", "Quit")
+        self.wait_for_end()
+
+    def quit_in_panel(self):
+        self.click_in_tray()
+        self.press("push button", "Quit")
+
+    def quit_in_menu(self):
+        _, choose = self.desktop.tray_menu()
+        choose("Quit")
 
     # --- The list ---
 

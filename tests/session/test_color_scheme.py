@@ -1,7 +1,6 @@
 """The application on a desktop whose person changes between dark and light while it runs."""
 
 import unittest
-from pathlib import Path
 
 from desktop_test import DesktopTest
 from session import wait_for
@@ -15,26 +14,11 @@ class ColorSchemeTest(DesktopTest):
 
     def setUp(self):
         super().setUp()
-        self.extra.append(self.desktop.spawn("/usr/bin/python3", "-B", Path(__file__).with_name("settings_portal.py"),
-                                             log="settings_portal.log"))
-        wait_for("the portal", self.has_portal)
+        self.start_portal()
         self.start_platform()
 
-    def has_portal(self):
-        bus = self.desktop.bus()
-        try:
-            return bus.name_has_owner("org.freedesktop.portal.Desktop")
-        finally:
-            bus.close()
-
     def choose(self, scheme):
-        import dbus
-        bus = self.desktop.bus()
-        try:
-            portal = bus.get_object("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop")
-            dbus.Interface(portal, "driftwell.test.Portal").Choose(dbus.UInt32(scheme))
-        finally:
-            bus.close()
+        self.in_portal(lambda portal: portal.Choose(scheme))
 
     def lightness(self):
         """Of the whole window, from 0 to 1."""

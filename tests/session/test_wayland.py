@@ -118,6 +118,15 @@ class WaylandTest(DesktopTest):
         self.press_button("Restore")
         wait_for("the size of before", self.is_as_large_as_at_first)
 
+    def test_the_right_button_on_the_bar_opens_a_menu_of_the_window(self):
+        self.open_window()
+        self.desktop.click(*self.on_screen(BAR), button=3)
+        self.find("menu item", "Minimize")
+        self.assertEqual(self.desktop.widgets("menu item", "Move"), [])
+        self.desktop.key("Down", "Return")
+        wait_for("the large window", lambda: self.box()[2:] == self.desktop.size)
+        self.desktop.gone("menu item", "Minimize")
+
     def test_a_folder_that_is_handed_over_goes_live(self):
         self.open_window()
         self.desktop.launch(self.site("garden"), host=self.platform.address).wait()

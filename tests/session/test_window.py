@@ -1,5 +1,6 @@
 """The application's window among the windows of a desktop: moved, enlarged and closed by its own bar."""
 
+import subprocess
 import time
 import unittest
 
@@ -60,6 +61,32 @@ class WindowTest(DesktopTest):
             self.desktop.xdotool("click", "--repeat", 2, "--delay", 60, 1)
             wait_for("the other size", lambda: (self.extent() == before) != enlarged)
 
+
+    def test_the_right_button_on_the_bar_opens_the_window_managers_menu(self):
+        before = self.extent()
+        x, y = self.corner()
+        menus = self.popups()
+        self.desktop.click(x + BAR[0], y + BAR[1], button=3)
+        wait_for("the menu of the window manager", lambda: self.popups() - menus)
+        self.assertEqual(self.desktop.widgets("menu item"), [])
+        # The first entry of xfwm4's.
+        self.desktop.key("Down", "Return")
+        wait_for("the large window", lambda: self.extent()[0] == self.desktop.size[0])
+        self.press("push button", "Restore")
+        wait_for("the size of before", lambda: self.extent() == before)
+
+    def popups(self):
+        """The visible windows that the window manager does not manage, menus among them."""
+        lines = self.desktop.x("xwininfo", "-root", "-children").splitlines()
+        children = [line.split()[0] for line in lines if line.strip().startswith("0x")]
+        return {child for child in children if self.is_popup(child)}
+
+    def is_popup(self, window):
+        try:
+            text = self.desktop.x("xwininfo", "-id", window, "-all")
+        except subprocess.CalledProcessError:
+            return False
+        return "Override Redirect State: yes" in text and "Map State: IsViewable" in text
 
     def close(self):
         self.press("push button", "Close")

@@ -31,7 +31,9 @@ TEST_P(InterruptionTest, StopsAtTheSignal) {
     const Interruption interruption;
     EXPECT_FALSE(interruption.token().stop_requested());
     ::raise(GetParam());
+    EXPECT_EQ(interruption.signal(), std::nullopt);
     waitUntil([&interruption] { return interruption.token().stop_requested(); });
+    EXPECT_EQ(interruption.signal(), GetParam());
 }
 
 TEST_P(InterruptionTest, LeavesASecondSignalToTheSystem) {

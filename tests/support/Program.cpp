@@ -17,6 +17,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -190,6 +192,20 @@ void Program::signal(int number) const {
 
 void Program::type(const std::string& keys) const {
     checked(::write(m_terminal.get(), keys.data(), keys.size()), "the terminal");
+}
+
+bool Program::showsTyping() const {
+    termios attributes{};
+    checked(::tcgetattr(m_terminal.get(), &attributes), "the terminal");
+    return (attributes.c_lflag & ECHO) != 0;
+}
+
+bool Program::isStopped() const {
+    std::ifstream file("/proc/" + std::to_string(m_pid) + "/stat");
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    // The name before it may hold anything.
+    const std::size_t name = text.rfind(')');
+    return name != std::string::npos && text.compare(name, 3, ") T") == 0;
 }
 
 void Program::waitUntil(const std::function<bool()>& condition) {

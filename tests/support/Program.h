@@ -70,6 +70,10 @@ public:
     void signal(int number) const;
     /// Presses keys on the terminal.
     void type(const std::string& keys) const;
+    /// Whether the terminal shows what is typed.
+    [[nodiscard]] bool showsTyping() const;
+    /// Whether a signal has stopped it, until it is told to go on.
+    [[nodiscard]] bool isStopped() const;
 
     /// Waits, reading what the program says. Throws when the program ends before the condition holds.
     void waitUntil(const std::function<bool()>& condition);

@@ -19,7 +19,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr auto pause = ConflictSheetModel::pauseBetweenLooks;
+constexpr auto betweenLooks = ConflictSheetModel::pauseBetweenLooks;
 
 class ConflictSheetModelTest : public UiFixture {
 protected:
@@ -44,7 +44,7 @@ protected:
     }
     ConflictSheetModel& openAgain() {
         m_sheet.reset();
-        waitUntil([this] { return sleeps.count(pause) == 0; });
+        waitUntil([this] { return sleeps.count(betweenLooks) == 0; });
         const ConflictSheetModel::Parts parts{.connection = model().connection(),
                                               .catalog = model().catalog(),
                                               .collaboration = model().collaboration(),
@@ -57,11 +57,11 @@ protected:
 
     /// Until the sheet has looked at the folder and sleeps.
     void waitForLook() {
-        waitUntil([this] { return sleeps.count(pause) == 1; });
+        waitUntil([this] { return sleeps.count(betweenLooks) == 1; });
     }
     /// The sheet looks at the folder once more.
     void lookAgain() {
-        sleeps.wake(pause);
+        sleeps.wake(betweenLooks);
         waitForLook();
     }
 
@@ -134,7 +134,7 @@ TEST_F(ConflictSheetModelTest, OnceAllFilesAreRepairedItSaysSoPublishesAndCloses
     waitForLook();
     const QSignalSpy closed(&sheet, &ConflictSheetModel::closed);
     CollabFolders::repair(work, "index.html");
-    sleeps.wake(pause);
+    sleeps.wake(betweenLooks);
     waitUntil([&sheet] { return sheet.isResolved(); });
     EXPECT_EQ(sheet.title(), QStringLiteral("Conflict resolved"));
     waitUntil([this] { return sleeps.count(ConflictSheetModel::resolvedIsShownFor) == 1; });
@@ -142,7 +142,7 @@ TEST_F(ConflictSheetModelTest, OnceAllFilesAreRepairedItSaysSoPublishesAndCloses
     EXPECT_EQ(closed.count(), 0);
     sleeps.wake(ConflictSheetModel::resolvedIsShownFor);
     waitUntil([&closed] { return closed.count() == 1; });
-    EXPECT_EQ(sleeps.count(pause), 0) << "it looks no more";
+    EXPECT_EQ(sleeps.count(betweenLooks), 0) << "it looks no more";
 }
 
 TEST_F(ConflictSheetModelTest, OpenedOnACleanFolderItSaysAtOnceThatTheConflictIsResolved) {
@@ -150,7 +150,7 @@ TEST_F(ConflictSheetModelTest, OpenedOnACleanFolderItSaysAtOnceThatTheConflictIs
     waitUntil([&sheet] { return sheet.isResolved(); });
     EXPECT_THAT(files(), IsEmpty());
     waitUntil([this] { return sleeps.count(ConflictSheetModel::resolvedIsShownFor) == 1; });
-    EXPECT_EQ(sleeps.count(pause), 0);
+    EXPECT_EQ(sleeps.count(betweenLooks), 0);
 }
 
 TEST_F(ConflictSheetModelTest, ItIsOpenedAgainAtAnyTimeAndReadsTheFolderAnew) {
@@ -178,7 +178,7 @@ TEST_F(ConflictSheetModelTest, WithoutAFolderItStaysEmptyAndCopiesNothing) {
     connectedWithRecords({record()});
     ConflictSheetModel& sheet = openAgain();
     settle();
-    EXPECT_EQ(sleeps.count(pause), 0);
+    EXPECT_EQ(sleeps.count(betweenLooks), 0);
     EXPECT_EQ(sheet.title(), QStringLiteral("Your changes overlap"));
     EXPECT_FALSE(sheet.isResolved());
     sheet.copyPrompt();
@@ -259,7 +259,7 @@ TEST_F(ConflictSheetModelTest, AMergeThatWasGivenUpIsNotCalledResolved) {
     waitForLook();
     const QSignalSpy closed(&sheet, &ConflictSheetModel::closed);
     asTeammate(work, "git merge --abort && git remote remove driftwell");
-    sleeps.wake(pause);
+    sleeps.wake(betweenLooks);
     waitUntil([&closed] { return closed.count() == 1; });
     EXPECT_FALSE(sheet.isResolved());
 }
@@ -270,7 +270,7 @@ TEST_F(ConflictSheetModelTest, AFolderThatNeedsAttentionByNowIsShownAsSuch) {
     waitForLook();
     const QSignalSpy closed(&sheet, &ConflictSheetModel::closed);
     asTeammate(work, "git merge --abort && git checkout -q -b elsewhere");
-    sleeps.wake(pause);
+    sleeps.wake(betweenLooks);
     waitUntil([&closed] { return closed.count() == 1; });
     EXPECT_FALSE(sheet.isResolved());
     EXPECT_EQ(model().collaboration().attentionTarget(), QStringLiteral("garden"));
@@ -289,7 +289,7 @@ TEST_F(ConflictSheetModelTest, AClosedSheetLooksNoMore) {
         const ConflictSheetModel sheet(QStringLiteral("garden"), parts, nullptr);
         waitForLook();
     }
-    waitUntil([this] { return sleeps.count(pause) == 0; });
+    waitUntil([this] { return sleeps.count(betweenLooks) == 0; });
 }
 
 } // namespace

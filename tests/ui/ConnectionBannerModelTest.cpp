@@ -49,6 +49,15 @@ TEST(ConnectionBannerTest, AnOutageTellsWhenItIsTriedAgain) {
     EXPECT_EQ(ConnectionBannerModel::title(idle, {}), QStringLiteral("Can’t reach driftwell"));
 }
 
+TEST(ConnectionBannerTest, WhatIsSpokenIsNotCountedDown) {
+    for (const Phase& phase : {idle, running}) {
+        EXPECT_EQ(ConnectionBannerModel::spoken(phase, remote), QStringLiteral("deploys are paused"));
+    }
+    for (const Phase& phase : {building, starting, failed}) {
+        EXPECT_EQ(ConnectionBannerModel::spoken(phase, local), ConnectionBannerModel::text(phase, local, 8));
+    }
+}
+
 TEST(ConnectionBannerTest, APlatformOnItsWayUpTellsHowFarItIs) {
     EXPECT_EQ(ConnectionBannerModel::title(building, local), QStringLiteral("Starting local platform"));
     EXPECT_EQ(ConnectionBannerModel::text(building, local, 0), QStringLiteral("building platform packages…"));
@@ -118,6 +127,55 @@ TEST_F(ConnectionBannerModelTest, AnOutageShowsItAndItsEndTakesItAway) {
     EXPECT_GE(changes.count(), 1);
     become(Kind::Connected);
     EXPECT_FALSE(banner().isVisible());
+}
+
+TEST_F(ConnectionBannerModelTest, AnOutageHasItsReasonAndCanBeRetried) {
+    become(Kind::Unreachable);
+    EXPECT_EQ(banner().reason(), QStringLiteral("The connection to localhost was lost · port %1").arg(server.port()));
+    EXPECT_TRUE(banner().isRetryOffered());
+    EXPECT_FALSE(banner().isRetrying());
+    become(Kind::Connected);
+    EXPECT_EQ(banner().reason(), QString());
+    EXPECT_FALSE(banner().isRetryOffered());
+}
+
+TEST_F(ConnectionBannerModelTest, APlatformThatAnsweredWithAnErrorIsSaidToHave) {
+    configureLocal();
+    server.answer("/api/me", 500, "");
+    reloadConfig();
+    await(refresh());
+    EXPECT_EQ(banner().reason(), QStringLiteral("It answered with an error: HTTP 500 · port %1").arg(server.port()));
+}
+
+TEST_F(ConnectionBannerModelTest, ARetryIsOfferedForWhatIsNotBeingStarted) {
+    for (const Phase& phase : {idle, running}) {
+        EXPECT_TRUE(ConnectionBannerModel::isRetried(Status::unreachable(8), phase));
+    }
+    for (const Phase& phase : {building, starting, failed}) {
+        EXPECT_FALSE(ConnectionBannerModel::isRetried(Status::unreachable(8), phase));
+    }
+    EXPECT_FALSE(ConnectionBannerModel::isRetried(Status::connecting(), idle));
+}
+
+TEST_F(ConnectionBannerModelTest, AnotherPlatformIsOfferedUntilThisOneHasAnswered) {
+    become(Kind::Unreachable);
+    EXPECT_TRUE(banner().isPlatformChangeOffered());
+    become(Kind::Connected);
+    EXPECT_FALSE(banner().isPlatformChangeOffered());
+    server.closeWithoutAnswer("/api/sites");
+    await(refresh());
+    ASSERT_EQ(status().kind, Kind::Unreachable);
+    EXPECT_FALSE(banner().isPlatformChangeOffered()) << "it is the right one, and out of reach for now";
+}
+
+TEST_F(ConnectionBannerModelTest, RetryingAsksThePlatformAtOnce) {
+    configureLocal();
+    server.closeWithoutAnswer("/api/me");
+    model().start();
+    waitUntil([this] { return sleeper.isAsleep(); });
+    answerAll();
+    banner().retryNow();
+    waitUntil([this] { return status() == Status::connected(); });
 }
 
 TEST_F(ConnectionBannerModelTest, WithoutACheckoutOneIsAskedFor) {

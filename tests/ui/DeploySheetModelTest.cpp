@@ -336,6 +336,16 @@ TEST_F(DeploySheetModelTest, ASiteThatIsReplacedTellsSinceWhenItIsLive) {
     EXPECT_TRUE(sheet().isNameValid());
 }
 
+TEST_F(DeploySheetModelTest, HowLongASiteHasBeenLiveIsToldAnewWithEachPollAndWhileThereIsNone) {
+    connectedWithRecords({siteRecord("garden", "2024-03-01T10:00:00Z")});
+    const QSignalSpy changes(&sheet(), &DeploySheetModel::nameChanged);
+    await(refresh());
+    EXPECT_GE(changes.count(), 1);
+    const auto before = changes.count();
+    become(Kind::Unreachable);
+    EXPECT_GT(changes.count(), before);
+}
+
 TEST_F(DeploySheetModelTest, ASiteWithoutATimeIsReplacedWithNothingAfterItsName) {
     connectedWith({"garden"});
     EXPECT_EQ(sheet().nameStatusText(), QStringLiteral("Replaces garden"));

@@ -520,6 +520,41 @@ TEST_F(LeafViewsTest, TheBannerOffersWhatCanBeDone) {
     EXPECT_EQ(view().rootObject()->property("count").toInt(), 2);
 }
 
+TEST_F(LeafViewsTest, TheBannerTellsTheReasonInALineOfItsOwn) {
+    showQml(R"(UnreachableBanner {
+        width: parent.width; title: "Can’t reach sites.test"; text: "retrying in 8s"; reason: "HTTP 500 · port 443"
+    })");
+    EXPECT_THAT(texts(), ElementsAre("Can’t reach sites.test", "retrying in 8s", "HTTP 500 · port 443"));
+    EXPECT_EQ(color(textItem(QStringLiteral("HTTP 500 · port 443"))), light(Token::TextSecondary));
+    expectPaletteIsFollowed();
+}
+
+TEST_F(LeafViewsTest, TheBannerOffersToRetryButNotWhileItDoes) {
+    showQml(R"(
+        property int count: 0
+        property alias retrying: banner.retrying
+        UnreachableBanner {
+            id: banner
+            width: parent.width; title: "Can’t reach"; text: "retrying in 8s"; retryOffered: true
+            onRetried: test.count++
+        })");
+    click(QStringLiteral("Retry now"));
+    EXPECT_EQ(view().rootObject()->property("count").toInt(), 1);
+    view().rootObject()->setProperty("retrying", true);
+    EXPECT_FALSE(the(Role::Button, QStringLiteral("Retrying…")).isEnabled());
+}
+
+TEST_F(LeafViewsTest, TheBannerOffersAnotherPlatform) {
+    showQml(R"(
+        property int count: 0
+        UnreachableBanner {
+            width: parent.width; title: "Can’t reach"; text: "retrying in 8s"; platformChangeOffered: true
+            onPlatformChangeAsked: test.count++
+        })");
+    click(QStringLiteral("Change platform…"));
+    EXPECT_EQ(view().rootObject()->property("count").toInt(), 1);
+}
+
 TEST_F(LeafViewsTest, TheBannerOfAPlatformOnItsWayUpTurns) {
     showQml(R"(UnreachableBanner { width: parent.width; title: "Starting"; text: "waiting"; waiting: true })");
     EXPECT_NE(colorAt(leaf(), {23, leaf()->height() / 2}), light(Token::Danger));

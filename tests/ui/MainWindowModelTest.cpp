@@ -350,6 +350,122 @@ TEST_F(MainWindowModelTest, TheHostThatAPersonTypesIsConnectedTo) {
     waitUntil([this] { return status() == Status::connected(); });
 }
 
+TEST_F(MainWindowModelTest, WhatIsNoHostIsNotConnectedTo) {
+    become(Kind::NoHost);
+    const QSignalSpy errors(&window(), &MainWindowModel::hostErrorChanged);
+    window().setHost(QStringLiteral(" two words "));
+    EXPECT_FALSE(config());
+    EXPECT_EQ(window().hostError(), QStringLiteral("“two words” is not the host of a platform"));
+    EXPECT_EQ(errors.count(), 1);
+    window().clearHostError();
+    EXPECT_EQ(window().hostError(), QString());
+    EXPECT_EQ(errors.count(), 2);
+}
+
+TEST_F(MainWindowModelTest, AnotherPlatformCanBeChosenInEveryState) {
+    for (const Kind kind : {Kind::Unreachable, Kind::NotTeam, Kind::SignedOut, Kind::Connected}) {
+        become(kind);
+        const MainWindowModel::Content before = window().content();
+        window().choosePlatform();
+        EXPECT_EQ(window().content(), Content::NoHost);
+        window().keepPlatform();
+        EXPECT_EQ(window().content(), before);
+    }
+}
+
+TEST_F(MainWindowModelTest, AChosenPlatformEndsTheChoice) {
+    become(Kind::SignedOut);
+    window().choosePlatform();
+    EXPECT_EQ(window().presentPlatform(), remoteHost());
+    window().setHost(QStringLiteral("a b"));
+    EXPECT_EQ(window().content(), Content::NoHost);
+    window().setHost(localHost());
+    EXPECT_EQ(window().content(), Content::SiteList);
+    EXPECT_FALSE(window().isChoosingPlatform());
+    EXPECT_EQ(window().hostError(), QString());
+}
+
+TEST_F(MainWindowModelTest, ThePlatformOfBeforeCanBeChosenAgain) {
+    become(Kind::SignedOut);
+    window().choosePlatform();
+    window().setHost(window().presentPlatform());
+    EXPECT_FALSE(window().isChoosingPlatform());
+    EXPECT_EQ(config()->origin(), remoteHost());
+}
+
+TEST_F(MainWindowModelTest, APlatformThatIsChosenElsewhereEndsTheChoice) {
+    become(Kind::SignedOut);
+    window().choosePlatform();
+    setHost(localHost());
+    EXPECT_EQ(window().content(), Content::SiteList);
+}
+
+// Questions
+
+TEST_F(MainWindowModelTest, WithNothingUnderWayAPersonIsSignedOutAtOnce) {
+    becomeOnRemote(Kind::Connected);
+    window().toolbar()->signOut();
+    EXPECT_EQ(status(), Status::signedOut());
+    EXPECT_EQ(window().question(), nullptr);
+}
+
+TEST_F(MainWindowModelTest, WithSomethingUnderWayAPersonIsAskedBeforeTheyAreSignedOut) {
+    becomeOnRemote(Kind::Connected);
+    PlatformServer::Hold held = server.holdAnswer("/api/rollback");
+    const Task<> rollback = model().siteOperations().rollback(*existingSite(QStringLiteral("garden")));
+    waitUntil([&held] { return held.arrived(); });
+    const QSignalSpy changes(&window(), &MainWindowModel::questionChanged);
+    window().toolbar()->signOut();
+    ASSERT_NE(window().question(), nullptr);
+    EXPECT_EQ(status(), Status::connected());
+    EXPECT_EQ(window().question()->title(), QStringLiteral("Sign out?"));
+    EXPECT_EQ(window().question()->text(),
+              QStringLiteral("“garden” is being rolled back.\nWithout your account it may fail."));
+    EXPECT_EQ(window().question()->yes(), QStringLiteral("Sign Out"));
+    EXPECT_EQ(window().question()->no(), QStringLiteral("Stay Signed In"));
+    window().question()->cancel();
+    EXPECT_EQ(window().question(), nullptr);
+    EXPECT_EQ(status(), Status::connected());
+    window().toolbar()->signOut();
+    window().question()->confirm();
+    EXPECT_EQ(window().question(), nullptr);
+    EXPECT_EQ(status(), Status::signedOut());
+    EXPECT_EQ(changes.count(), 4);
+    held.release();
+    waitUntil([this] { return model().siteOperations().rollbacksInFlight().isEmpty(); });
+}
+
+TEST_F(MainWindowModelTest, TheQuestionWhetherToQuitTellsWhatIsUnderWayUntilItHasEnded) {
+    become(Kind::Connected);
+    const QSignalSpy quits(&window(), &MainWindowModel::quitConfirmed);
+    PlatformServer::Hold held = server.holdAnswer("/api/rollback");
+    const Task<> rollback = model().siteOperations().rollback(*existingSite(QStringLiteral("garden")));
+    waitUntil([&held] { return held.arrived(); });
+    window().askToQuit();
+    WorkQuestion* const question = window().question();
+    ASSERT_NE(question, nullptr);
+    const QSignalSpy texts(question, &WorkQuestion::textChanged);
+    EXPECT_EQ(question->title(), QStringLiteral("Quit Driftwell?"));
+    EXPECT_EQ(question->text(), QStringLiteral("“garden” is being rolled back.\nQuitting stops it here."));
+    EXPECT_EQ(question->yes(), QStringLiteral("Quit"));
+    EXPECT_EQ(question->no(), QStringLiteral("Keep Running"));
+    window().askToQuit();
+    EXPECT_EQ(window().question(), question) << "it is asked once";
+    held.release();
+    waitUntil([&texts] { return texts.count() > 0; });
+    EXPECT_EQ(question->text(), QStringLiteral("What was under way has ended."));
+    EXPECT_EQ(quits.count(), 0);
+    question->confirm();
+    EXPECT_EQ(quits.count(), 1);
+}
+
+TEST_F(MainWindowModelTest, TheSettingsAreTheApplications) {
+    become(Kind::Connected);
+    const QSignalSpy requests(&window(), &MainWindowModel::settingsRequested);
+    window().toolbar()->openSettings();
+    EXPECT_EQ(requests.count(), 1);
+}
+
 TEST_F(MainWindowModelTest, ThereIsAnExampleOfAHost) {
     EXPECT_EQ(MainWindowModel::exampleHost(), QStringLiteral(DRIFTWELL_EXAMPLE_HOST));
 }

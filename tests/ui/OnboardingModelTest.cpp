@@ -304,6 +304,39 @@ TEST_F(OnboardingModelTest, ABlankHostIsNotSavedAndStaysOpen) {
     EXPECT_EQ(config(), before);
 }
 
+TEST_F(OnboardingModelTest, WhatIsNoHostIsNotSavedAndSaysWhy) {
+    becomeOnRemote(Kind::SignedOut);
+    const PlatformConfig before = *config();
+    goTo(Step::SignIn);
+    onboarding().editHost();
+    onboarding().setHostInput(QStringLiteral("two words"));
+    onboarding().saveHost();
+    EXPECT_TRUE(onboarding().isEditingHost());
+    EXPECT_EQ(onboarding().hostError(), QStringLiteral("“two words” is not the host of a platform"));
+    EXPECT_EQ(config(), before);
+    onboarding().setHostInput(QStringLiteral("words"));
+    EXPECT_EQ(onboarding().hostError(), QString());
+    onboarding().setHostInput(QStringLiteral("two words"));
+    onboarding().saveHost();
+    onboarding().cancelHost();
+    EXPECT_EQ(onboarding().hostError(), QString());
+}
+
+TEST_F(OnboardingModelTest, APlatformOutOfReachIsToldWithTheReasonAndCanBeRetried) {
+    configureLocal();
+    server.answer("/api/me", 500, "");
+    model().start();
+    waitUntil([this] { return sleeper.isAsleep(); });
+    goTo(Step::SignIn);
+    EXPECT_EQ(onboarding().outage(),
+              QStringLiteral("It answered with an error: HTTP 500 · port %1").arg(server.port()));
+    EXPECT_FALSE(onboarding().isRetrying());
+    answerAll();
+    onboarding().retryNow();
+    waitUntil([this] { return status() == Status::connected(); });
+    EXPECT_EQ(onboarding().outage(), QString());
+}
+
 TEST_F(OnboardingModelTest, AHostThatWasNotChangedKeepsItsScheme) {
     becomeOnRemote(Kind::SignedOut);
     const PlatformConfig before = *config();

@@ -288,7 +288,7 @@ protected:
 
 private:
     QWindow m_handle;
-    WindowControls m_controls{m_handle};
+    WindowControls m_controls{m_handle, desktop.windowManager()};
     std::unique_ptr<MainWindowModel> m_window;
 };
 

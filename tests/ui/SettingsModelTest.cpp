@@ -201,6 +201,18 @@ TEST_F(SettingsModelTest, AnAppliedDraftConnectsAndIsShownAsItIsWrittenThen) {
     EXPECT_EQ(readConfig()["host"], "https://other.example.org/");
 }
 
+TEST_F(SettingsModelTest, ADraftThatIsNoHostIsNotAppliedAndSaysWhy) {
+    become(Kind::Connected);
+    const PlatformConfig before = *config();
+    settings().setHostInput(QStringLiteral(" two words "));
+    settings().applyHost();
+    EXPECT_EQ(config(), before);
+    EXPECT_EQ(settings().hostError(), QStringLiteral("“two words” is not the host of a platform"));
+    EXPECT_EQ(settings().hostInput(), QStringLiteral(" two words ")) << "it can be put right";
+    settings().setHostInput(QStringLiteral("words"));
+    EXPECT_EQ(settings().hostError(), QString());
+}
+
 TEST_F(SettingsModelTest, ApplyingABlankOrUnchangedDraftDoesNothing) {
     become(Kind::Connected);
     const Json before = readConfig();

@@ -44,8 +44,8 @@ TEST_F(SettingsViewTest, TheSectionsFollowEachOther) {
     become(Kind::Connected);
     showSettings();
     const std::vector<std::string> seen = texts();
-    EXPECT_THAT(seen, IsSupersetOf({"The platform host the app connects to — the same one `dw host` sets for the CLI.",
-                                    "Signing in here signs in the `dw` CLI too — both read the session from "
+    EXPECT_THAT(seen, IsSupersetOf({"The platform host the app connects to — the same one dw host sets for the CLI.",
+                                    "Signing in here signs in the dw CLI too — both read the session from "
                                     "~/.config/dw/config.json.",
                                     "This copy was built for development and does not check for updates."}));
     const auto place = [&seen](const char* text) {

@@ -87,6 +87,34 @@ TEST_F(SiteListModelTest, TheSubtitleFollowsTheSitesAndTheFilter) {
     EXPECT_EQ(changes.count(), 2);
 }
 
+TEST_F(SiteListModelTest, BeforeThePlatformHasToldNoNumberIsSaid) {
+    become(Kind::Connecting);
+    const QSignalSpy changes(&list(), &SiteListModel::textsChanged);
+    EXPECT_EQ(list().subtitle(), QStringLiteral("Loading projects…"));
+    EXPECT_TRUE(list().isLoading());
+    setFilter(QStringLiteral("gar"));
+    EXPECT_EQ(list().nothingMatches(), QString());
+    setFilter(QString());
+    server.closeWithoutAnswer("/api/sites");
+    await(refresh());
+    ASSERT_EQ(status().kind, Kind::Unreachable);
+    EXPECT_EQ(list().subtitle(), QStringLiteral("Not loaded yet"));
+    EXPECT_FALSE(list().isLoading());
+    answerAll();
+    const qsizetype before = changes.count();
+    await(refresh());
+    EXPECT_EQ(list().subtitle(), QStringLiteral("2 projects"));
+    EXPECT_GT(changes.count(), before);
+}
+
+TEST_F(SiteListModelTest, APlatformWithoutProjectsSaysSoOnceItHasToldThem) {
+    connectedWith({});
+    EXPECT_EQ(list().subtitle(), QStringLiteral("0 projects"));
+    reloadConfig();
+    ASSERT_EQ(status(), Status::connecting());
+    EXPECT_EQ(list().subtitle(), QStringLiteral("0 projects")) << "what was known stays";
+}
+
 TEST_F(SiteListModelTest, AFilterThatMatchesNothingIsNamedAsItWasTyped) {
     connectedWith({"garden", "bakery"});
     EXPECT_EQ(list().nothingMatches(), QString());

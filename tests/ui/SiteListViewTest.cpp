@@ -1,3 +1,4 @@
+#include "core/Catalog.h"
 #include "core/Collaboration.h"
 #include "core/SiteLists.h"
 #include "core/SiteOperations.h"
@@ -5,13 +6,20 @@
 #include "tests/ui/CollabFolders.h"
 #include "tests/ui/ViewFixture.h"
 #include "tests/ui/ViewModels.h"
+#include "ui/controls/WheelSteps.h"
 #include "ui/sites/SiteListModel.h"
 #include "ui/style/DW.h"
 
+#include <QGuiApplication>
 #include <QSignalSpy>
+#include <QStyleHints>
+#include <QtTest/QTest>
+#include <QWheelEvent>
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
 #include <utility>
 #include <vector>
 
@@ -86,6 +94,34 @@ protected:
 
     [[nodiscard]] QRectF placeOf(QQuickItem* item) {
         return item->mapRectToScene({0, 0, item->width(), item->height()});
+    }
+
+    /// Connected to a platform with so many sites, "site-1000" and on.
+    void connectedWithMany(int count) {
+        std::vector<std::string> many;
+        for (int i = 0; i < count; ++i) {
+            many.push_back("site-" + std::to_string(1000 + i));
+        }
+        connectedWith(many);
+    }
+
+    /// Of the list, from the window's upper to its lower edge.
+    [[nodiscard]] bool isWhollyInSight(QQuickItem* item) {
+        return QRectF(QPointF(), QSizeF(view().size())).contains(placeOf(item));
+    }
+
+    /// The item that has the keyboard is a row or a button that can be seen.
+    void expectKeyboardInSight() {
+        QQuickItem* const item = view().activeFocusItem();
+        ASSERT_NE(item, nullptr);
+        EXPECT_TRUE(item->isVisible()) << focus();
+        EXPECT_TRUE(isWhollyInSight(item)) << focus();
+    }
+
+    void doubleClick(QQuickItem* item, Qt::MouseButton button = Qt::LeftButton) {
+        click(item, button);
+        QTest::mouseDClick(&view(), button, Qt::NoModifier, placeOf(item).center().toPoint());
+        settleView();
     }
 
     [[nodiscard]] double topOf(QQuickItem* item) { return item->mapToScene({}).y(); }
@@ -515,7 +551,7 @@ TEST_F(SiteListViewTest, ShareAsksForTheSheetOfTheSite) {
 TEST_F(SiteListViewTest, ByKeyboardTheButtonOfTheFoldersStateComesFirst) {
     connectedWithFolders();
     showList({780, 520});
-    tabs(4);
+    tabs(5);
     ASSERT_EQ(focus(), "ListItem behind");
     EXPECT_THAT(tabs(5), ElementsAre("Button Update folder behind", "Button Open behind", "Button Share behind",
                                      "Button More for behind", "Button Drag a folder here to publish a new project"));
@@ -690,7 +726,7 @@ TEST_F(SiteListViewTest, TheWholeMenuIsOnTheSmallestWindow) {
 TEST_F(SiteListViewTest, TheKeyboardGoesPastWhatTheMenuDoesNotOffer) {
     connectedWith({"garden"});
     showList();
-    tabs(4);
+    tabs(5);
     press(Qt::Key_Menu);
     std::vector<std::string> reached;
     for (int i = 0; i < 5; ++i) {
@@ -724,15 +760,16 @@ TEST_F(SiteListViewTest, AMenuIsAboutTheSiteItWasOpenedForAlsoWhenTheRowsMoveMea
 TEST_F(SiteListViewTest, TabGoesFromTheHeaderThroughTheListToTheHint) {
     connectedWith({"garden", "bakery"});
     showList();
-    EXPECT_THAT(tabs(8), ElementsAre("Button New project", "Button Sort by Name", "Button Sort by Last updated",
-                                     "ListItem bakery", "Button Open bakery", "Button Share bakery",
-                                     "Button More for bakery", "Button Drag a folder here to publish a new project"));
+    EXPECT_THAT(tabs(9),
+                ElementsAre("Button More", "Button New project", "Button Sort by Name", "Button Sort by Last updated",
+                            "ListItem bakery", "Button Open bakery", "Button Share bakery", "Button More for bakery",
+                            "Button Drag a folder here to publish a new project"));
 }
 
 TEST_F(SiteListViewTest, WithTheKeyboardTheCurrentRowShowsItsButtons) {
     connectedWith({"garden", "bakery"});
     showList();
-    tabs(4);
+    tabs(5);
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Open bakery")));
     press(Qt::Key_Down);
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Open bakery")));
@@ -742,7 +779,7 @@ TEST_F(SiteListViewTest, WithTheKeyboardTheCurrentRowShowsItsButtons) {
 TEST_F(SiteListViewTest, ReturnOpensTheCurrentRow) {
     connectedWith({"garden", "bakery"});
     showList();
-    tabs(4);
+    tabs(5);
     press(Qt::Key_Down);
     press(Qt::Key_Return);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
@@ -751,7 +788,7 @@ TEST_F(SiteListViewTest, ReturnOpensTheCurrentRow) {
 TEST_F(SiteListViewTest, TheMenuKeysOpenTheMenuOfTheCurrentRow) {
     connectedWith({"garden", "bakery"});
     showList();
-    tabs(4);
+    tabs(5);
     press(Qt::Key_Menu);
     EXPECT_THAT(menu(), ElementsAre("Open in Browser", "Copy Link", "Version History", "Logs", "Roll Back…",
                                     "Delete Project…"));
@@ -768,13 +805,257 @@ TEST_F(SiteListViewTest, TheMenuKeysOpenTheMenuOfTheCurrentRow) {
 TEST_F(SiteListViewTest, TheListKeepsItsPlaceWhenItIsPolled) {
     connectedWith({"garden", "bakery", "orchard"});
     showList();
-    tabs(4);
+    tabs(5);
     press(Qt::Key_Down);
     connectedWith({"garden", "bakery", "orchard"});
     connectedWith({"apiary", "garden", "bakery", "orchard"});
     EXPECT_EQ(focus(), "ListItem garden");
     press(Qt::Key_Return);
     EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+}
+
+TEST_F(SiteListViewTest, TabReachesOneRowOfManyAndNothingThatIsOutOfSight) {
+    connectedWithMany(506);
+    showList();
+    for (int i = 0; i < 20; ++i) {
+        press(Qt::Key_Tab);
+        expectKeyboardInSight();
+    }
+    std::vector<std::string> round = tabs(8);
+    std::sort(round.begin(), round.end());
+    EXPECT_THAT(round, ElementsAre("Button More", "Button More for site-1000", "Button New project",
+                                   "Button Open site-1000", "Button Share site-1000", "Button Sort by Last updated",
+                                   "Button Sort by Name", "ListItem site-1000"))
+        << "the hint below the rows is out of sight";
+}
+
+TEST_F(SiteListViewTest, ShiftTabLeavesTheRowsInOneStep) {
+    connectedWithMany(506);
+    showList();
+    tabs(5);
+    ASSERT_EQ(focus(), "ListItem site-1000");
+    press(Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_EQ(focus(), "Button Sort by Last updated");
+}
+
+TEST_F(SiteListViewTest, HomeAndEndLeadToTheEndsOfTheList) {
+    connectedWithMany(506);
+    showList();
+    tabs(5);
+    press(Qt::Key_End);
+    EXPECT_EQ(focus(), "ListItem site-1505");
+    expectKeyboardInSight();
+    EXPECT_TRUE(isWhollyInSight(the(Role::Button, QStringLiteral("Drag a folder here to publish a new project")).item));
+    press(Qt::Key_Home);
+    EXPECT_EQ(focus(), "ListItem site-1000");
+    EXPECT_TRUE(isWhollyInSight(textItem(QStringLiteral("My projects"))));
+}
+
+TEST_F(SiteListViewTest, AtTheEndTabLeadsToTheHint) {
+    connectedWithMany(506);
+    showList();
+    tabs(5);
+    press(Qt::Key_End);
+    EXPECT_EQ(tabs(4).back(), "Button Drag a folder here to publish a new project");
+    expectKeyboardInSight();
+}
+
+TEST_F(SiteListViewTest, APageIsGoneByAtOnce) {
+    connectedWithMany(506);
+    showList();
+    tabs(5);
+    press(Qt::Key_PageDown);
+    const std::string once = focus();
+    expectKeyboardInSight();
+    press(Qt::Key_PageDown);
+    EXPECT_GT(focus(), once);
+    expectKeyboardInSight();
+    press(Qt::Key_PageUp);
+    EXPECT_EQ(focus(), once);
+    press(Qt::Key_PageUp);
+    EXPECT_EQ(focus(), "ListItem site-1000");
+}
+
+TEST_F(SiteListViewTest, AnArrowThatIsHeldKeepsTheRowInSight) {
+    connectedWithMany(506);
+    showList();
+    tabs(5);
+    for (int i = 0; i < 60; ++i) {
+        QTest::keyPress(&view(), Qt::Key_Down);
+        ASSERT_TRUE(isWhollyInSight(view().activeFocusItem())) << "after " << i;
+    }
+    QTest::keyRelease(&view(), Qt::Key_Down);
+    EXPECT_EQ(focus(), "ListItem site-1060");
+    for (int i = 0; i < 60; ++i) {
+        QTest::keyPress(&view(), Qt::Key_Up);
+        ASSERT_TRUE(isWhollyInSight(view().activeFocusItem())) << "after " << i;
+    }
+    QTest::keyRelease(&view(), Qt::Key_Up);
+    EXPECT_EQ(focus(), "ListItem site-1000");
+}
+
+TEST_F(SiteListViewTest, WhatTheKeyboardComesBackToIsScrolledTo) {
+    connectedWithMany(506);
+    showList();
+    tabs(5);
+    press(Qt::Key_End);
+    press(Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_EQ(focus(), "Button Sort by Last updated");
+    expectKeyboardInSight();
+    press(Qt::Key_Tab);
+    EXPECT_EQ(focus(), "ListItem site-1505");
+    expectKeyboardInSight();
+}
+
+TEST_F(SiteListViewTest, LettersLeadToTheProjectThatBeginsWithThem) {
+    connectedWith({"apiary", "bakery", "garden", "greenhouse", "orchard"});
+    showList();
+    tabs(5);
+    type(QStringLiteral("gr"));
+    EXPECT_EQ(focus(), "ListItem greenhouse");
+    press(Qt::Key_Return);
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://greenhouse.sites.test"));
+}
+
+TEST_F(SiteListViewTest, TheCopyKeyCopiesTheAddressOfTheCurrentRow) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(desktop.clipboard(), "") << "no row is current";
+    tabs(5);
+    press(Qt::Key_Down);
+    press(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(desktop.clipboard(), "https://garden.sites.test");
+}
+
+TEST_F(SiteListViewTest, AScreenReaderMeetsTheRowsFromTheTopDown) {
+    const auto inTree = [this] {
+        std::vector<std::string> names;
+        for (const Seen& each : all(Role::ListItem)) {
+            names.push_back(each.name.toStdString());
+        }
+        return names;
+    };
+    connectedWithMany(506);
+    showList();
+    tabs(5);
+    for (const Qt::Key key : {Qt::Key_End, Qt::Key_PageUp, Qt::Key_PageUp, Qt::Key_Home, Qt::Key_PageDown}) {
+        press(key);
+        EXPECT_EQ(inTree(), rows()) << "after " << key;
+    }
+    model().catalog().setSortOrder(SortOrder::MostRecent);
+    EXPECT_EQ(inTree(), rows());
+}
+
+// The pointer
+
+TEST_F(SiteListViewTest, AClickSelectsTheRow) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    click(textItem(QStringLiteral("garden")));
+    EXPECT_EQ(focus(), "ListItem garden");
+    EXPECT_TRUE(the(Role::ListItem, QStringLiteral("garden")).state.selected);
+    EXPECT_FALSE(the(Role::ListItem, QStringLiteral("bakery")).state.selected);
+    EXPECT_THAT(desktop.openedUrls(), IsEmpty());
+    press(Qt::Key_Return);
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+}
+
+TEST_F(SiteListViewTest, TheSelectedRowIsSeenAlsoWhenTheKeyboardIsElsewhere) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    const QColor plain = colorAt(row(QStringLiteral("garden")), {400, 8});
+    click(textItem(QStringLiteral("garden")));
+    moveAway();
+    const QColor selected = colorAt(row(QStringLiteral("garden")), {400, 8});
+    EXPECT_NE(selected, plain);
+    press(Qt::Key_Backtab, Qt::ShiftModifier);
+    ASSERT_EQ(focus(), "Button Sort by Last updated");
+    const QColor left = colorAt(row(QStringLiteral("garden")), {400, 8});
+    EXPECT_NE(left, plain);
+    EXPECT_NE(left, selected);
+}
+
+TEST_F(SiteListViewTest, ADoubleClickOpensTheSiteOnce) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    doubleClick(textItem(QStringLiteral("garden")));
+    EXPECT_THAT(desktop.openedUrls(), ElementsAre("https://garden.sites.test"));
+}
+
+TEST_F(SiteListViewTest, ADoubleClickOnAButtonIsNoneOnTheRow) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    const QSignalSpy requests(&list(), &SiteListModel::shareRequested);
+    hover(row(QStringLiteral("garden")));
+    doubleClick(the(Role::Button, QStringLiteral("Share garden")).item);
+    EXPECT_THAT(desktop.openedUrls(), IsEmpty());
+    EXPECT_GE(requests.count(), 1);
+}
+
+TEST_F(SiteListViewTest, ADoubleClickWithTheOtherButtonOpensNothing) {
+    connectedWith({"garden", "bakery"});
+    showList();
+    doubleClick(textItem(QStringLiteral("garden")), Qt::RightButton);
+    EXPECT_THAT(desktop.openedUrls(), IsEmpty());
+}
+
+TEST_F(SiteListViewTest, ANotchOfTheWheelMovesTheRowsByAStep) {
+    connectedWithMany(506);
+    showList();
+    QQuickItem* const title = textItem(QStringLiteral("My projects"));
+    const double before = topOf(title);
+    const QPointF middle(450, 300);
+    for (int i = 0; i < 3; ++i) {
+        QWheelEvent event(middle, view().mapToGlobal(middle), {}, {0, -120}, Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&view(), &event);
+    }
+    const double step = QGuiApplication::styleHints()->wheelScrollLines() * WheelSteps::lineHeight;
+    EXPECT_DOUBLE_EQ(topOf(title), before - 3 * step);
+    settleView();
+    EXPECT_DOUBLE_EQ(topOf(title), before - 3 * step);
+}
+
+// The width
+
+TEST_F(SiteListViewTest, TheColumnsOfAWideWindowShareWhatIsFree) {
+    const auto columns = [this](int width) {
+        connectedWith({"garden"});
+        showList({width, 600});
+        const double updated = textItem(QStringLiteral("Last updated"))->mapToScene({}).x();
+        const double sharing = textItem(QStringLiteral("Sharing"))->mapToScene({}).x();
+        EXPECT_NEAR(textItem(QStringLiteral("No deploys yet"))->mapToScene({}).x(), updated, 4);
+        EXPECT_NEAR(textItem(QStringLiteral("Team"))->mapToScene({}).x(), sharing, 4);
+        hover(row(QStringLiteral("garden")));
+        const double end = placeOf(the(Role::Button, QStringLiteral("More for garden")).item).right();
+        hideView();
+        return std::array{sharing - updated, end - sharing};
+    };
+    const std::array usual = columns(1000);
+    EXPECT_NEAR(usual[0], 160, 4);
+    const std::array wide = columns(1600);
+    EXPECT_NEAR(wide[0] - usual[0], 200, 1);
+    EXPECT_NEAR(wide[1] - usual[1], 200, 1);
+    const std::array narrow = columns(780);
+    EXPECT_NEAR(narrow[0], usual[0], 1);
+}
+
+// The page's own menu
+
+TEST_F(SiteListViewTest, TheMenuBesideNewProjectRefreshesAndShowsTheKeys) {
+    connectedWith({"garden"});
+    showList();
+    const QSignalSpy keys(&list(), &SiteListModel::keysRequested);
+    click(QStringLiteral("More"));
+    EXPECT_THAT(menu(), ElementsAre("Refresh", "Keyboard Shortcuts"));
+    EXPECT_EQ(the(Role::MenuItem, QStringLiteral("Refresh")).description, QStringLiteral("F5"));
+    click(Role::MenuItem, QStringLiteral("Keyboard Shortcuts"));
+    EXPECT_EQ(keys.count(), 1);
+    const std::size_t asked = server.requests("/api/sites").size();
+    click(QStringLiteral("More"));
+    click(Role::MenuItem, QStringLiteral("Refresh"));
+    waitUntil([&] { return server.requests("/api/sites").size() > asked; });
 }
 
 TEST_F(SiteListViewTest, ItFollowsTheColorScheme) {

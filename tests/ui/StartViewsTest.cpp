@@ -52,7 +52,7 @@ TEST_F(StartViewsTest, WithoutAPlatformItsHostIsAskedFor) {
     showNoHost();
     EXPECT_THAT(texts(),
                 ElementsAre("Where does your team deploy?",
-                            "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI.", "or",
+                            "Enter your Driftwell platform host — the same one\ndw host sets for the CLI.", "or",
                             "Point it at a driftwell repo checkout — the app runs\nits dev server in the "
                             "background while it’s open."));
     EXPECT_TRUE(isDrawn(QString(QChar(0xE8BF))));
@@ -135,6 +135,44 @@ TEST_F(StartViewsTest, TabGoesFromTheHostToItsButtons) {
                 ElementsAre("Button Connect", "Button Run the platform locally…", "EditableText Platform host"));
 }
 
+TEST_F(StartViewsTest, WhatIsNoHostIsRefusedWithTheReasonUntilItIsTypedAnew) {
+    showNoHost();
+    type(QStringLiteral("ftp://files.test"));
+    click(QStringLiteral("Connect"));
+    EXPECT_FALSE(config());
+    const QString refusal = QStringLiteral("“ftp://files.test” is not the host of a platform: “ftp://” leads to none, "
+                                           "only “https://” and “http://” do");
+    ASSERT_TRUE(isDrawn(refusal));
+    EXPECT_EQ(textItem(refusal)->property("color").value<QColor>(), DW::color(DW::Token::Danger, ColorScheme::Light));
+    EXPECT_FALSE(textItem(refusal)->property("truncated").toBool());
+    EXPECT_EQ(the(Role::EditableText, QStringLiteral("Platform host")).description, refusal);
+    expectPaletteIsFollowed();
+    click(Role::EditableText, QStringLiteral("Platform host"));
+    type(QStringLiteral("x"));
+    EXPECT_FALSE(isDrawn(refusal));
+}
+
+TEST_F(StartViewsTest, WithoutAPlatformThereIsNoneToStayWith) {
+    showNoHost();
+    EXPECT_THAT(all(Role::Button), testing::SizeIs(2));
+}
+
+TEST_F(StartViewsTest, APlatformThatIsThereCanBeChangedAndKept) {
+    becomeOnRemote(Kind::SignedOut);
+    window().choosePlatform();
+    show(QStringLiteral("NoHostView"), {{QStringLiteral("model"), QVariant::fromValue(&window())}});
+    EXPECT_EQ(focus(), "EditableText Platform host");
+    const QQuickItem* const field = the(Role::EditableText, QStringLiteral("Platform host")).item;
+    EXPECT_EQ(field->property("text").toString(), remoteHost());
+    EXPECT_EQ(field->property("selectedText").toString(), remoteHost()) << "what is typed takes its place";
+    click(QStringLiteral("Stay with ") + QString::fromStdString(remoteHostText()));
+    EXPECT_FALSE(window().isChoosingPlatform());
+    window().choosePlatform();
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(window().isChoosingPlatform());
+    EXPECT_EQ(config()->origin(), remoteHost());
+}
+
 TEST_F(StartViewsTest, TheQuestionForAHostFollowsTheColorScheme) {
     showNoHost();
     type(QStringLiteral("x"));
@@ -182,7 +220,7 @@ TEST_F(StartViewsTest, APersonWhoIsSignedOutCanSignIn) {
     EXPECT_THAT(texts(), ElementsAre("Sign in to " + remoteHostText(),
                                      "Driftwell uses your team account. We’ll open your\n"
                                      "browser to finish, then bring you right back.",
-                                     "The same session `dw login` uses — sign in once for both."));
+                                     "The same session dw login uses — sign in once for both."));
     EXPECT_TRUE(isDrawn(QString(QChar(0xE174))));
     EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Sign in…")));
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sign out")));
@@ -193,7 +231,7 @@ TEST_F(StartViewsTest, APersonWhoIsNotOnTheTeamReadsWhyAndWhoTheyAre) {
     becomeOnRemote(Kind::NotTeam);
     showSignIn();
     EXPECT_THAT(texts(), ElementsAre("This account can’t manage sites", notTeamText, "ada@sites.test",
-                                     "The same session `dw login` uses — sign in once for both."));
+                                     "The same session dw login uses — sign in once for both."));
     EXPECT_TRUE(isDrawn(QString(QChar(0xF03E))));
     EXPECT_TRUE(isSeen(Role::Graphic, QStringLiteral("Ada")));
     EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Sign in…")));
@@ -239,6 +277,19 @@ TEST_F(StartViewsTest, ASignInThatFailedSaysWhyUntilTheNextAttempt) {
     click(QStringLiteral("Sign in…"));
     EXPECT_THAT(texts(), Not(Contains(error)));
     click(QStringLiteral("Cancel"));
+}
+
+TEST_F(StartViewsTest, WhoMeansAnotherPlatformFindsTheWayFromTheSignIn) {
+    for (const Kind kind : {Kind::SignedOut, Kind::NotTeam}) {
+        becomeOnRemote(kind);
+        showSignIn();
+        click(QStringLiteral("Change platform…"));
+        EXPECT_EQ(window().content(), MainWindowModel::Content::NoHost);
+        EXPECT_TRUE(window().isChoosingPlatform());
+        window().keepPlatform();
+        EXPECT_EQ(window().content(), MainWindowModel::Content::SignIn);
+        hideView();
+    }
 }
 
 TEST_F(StartViewsTest, ASignInIsBegunAndCancelledByKeyboard) {

@@ -5,6 +5,7 @@
 #include "ui/window/WindowControls.h"
 
 #include <QGuiApplication>
+#include <QSignalSpy>
 
 #include <gmock/gmock.h>
 
@@ -27,7 +28,7 @@ protected:
     /// The bar as the window has it, at the top of it.
     void showToolbar() {
         m_toolbar = std::unique_ptr<ToolbarModel>(new ToolbarModel(toolbarOf(model())));
-        m_controls = std::make_unique<WindowControls>(m_window);
+        m_controls = std::make_unique<WindowControls>(m_window, desktop.windowManager());
         showQml(QStringLiteral("ToolbarView { objectName: 'bar'; width: test.width; model: test.toolbar; "
                                "window: test.controls }"),
                 {{QStringLiteral("toolbar"), QVariant::fromValue(m_toolbar.get())},
@@ -39,6 +40,7 @@ protected:
     Seen filter() { return the(Role::EditableText, QStringLiteral("Filter projects")); }
     [[nodiscard]] std::string filterText() { return filter().item->property("text").toString().toStdString(); }
     QWindow& window() { return m_window; }
+    ToolbarModel* toolbar() { return m_toolbar.get(); }
 
 private:
     QWindow m_window;
@@ -112,6 +114,45 @@ TEST_F(ToolbarViewTest, NobodyIsShownBeforeThePersonIsKnown) {
     EXPECT_TRUE(isSeen(Role::Graphic, QStringLiteral("Ada")));
 }
 
+TEST_F(ToolbarViewTest, TheAccountsMenuTellsWhoAndWhere) {
+    becomeOnRemote(Kind::Connected);
+    showToolbar();
+    EXPECT_EQ(the(Role::Button, QStringLiteral("Account")).description, QStringLiteral("Ada · ada@sites.test"));
+    click(Role::Button, QStringLiteral("Account"));
+    EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Ada · ada@sites.test · 127.0.0.1:%1").arg(server.port())));
+    EXPECT_TRUE(isDrawn(QStringLiteral("ada@sites.test")));
+    EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Change Platform…")));
+    EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Sign Out")));
+    expectPaletteIsFollowed();
+}
+
+TEST_F(ToolbarViewTest, TheAccountsMenuIsUsedByKeyboard) {
+    becomeOnRemote(Kind::Connected);
+    showToolbar();
+    const QSignalSpy settings(toolbar(), &ToolbarModel::settingsRequested);
+    const QSignalSpy signOuts(toolbar(), &ToolbarModel::signOutRequested);
+    tabs(2);
+    ASSERT_EQ(focus(), "Button Account");
+    press(Qt::Key_Return);
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_EQ(settings.count(), 1);
+    EXPECT_EQ(focus(), "Button Account");
+    press(Qt::Key_Space);
+    press(Qt::Key_Down);
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_EQ(signOuts.count(), 1);
+}
+
+TEST_F(ToolbarViewTest, ALocalPlatformHasNoAccountToSignOutOf) {
+    become(Kind::Connected);
+    showToolbar();
+    click(Role::Button, QStringLiteral("Account"));
+    EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Change Platform…")));
+    EXPECT_FALSE(isSeen(Role::MenuItem, QStringLiteral("Sign Out")));
+}
+
 // The filter
 
 TEST_F(ToolbarViewTest, TypingInTheFilterFilters) {
@@ -181,8 +222,8 @@ TEST_F(ToolbarViewTest, TabReachesTheFilterAndItsButtonButNotTheWindowButtons) {
     become(Kind::Connected);
     model().catalog().setFilter(QStringLiteral("gar"));
     showToolbar();
-    EXPECT_THAT(tabs(3),
-                ElementsAre("EditableText Filter projects", "Button Clear filter", "EditableText Filter projects"));
+    EXPECT_THAT(tabs(4), ElementsAre("EditableText Filter projects", "Button Clear filter", "Button Account",
+                                     "EditableText Filter projects"));
 }
 
 // The window
@@ -199,6 +240,84 @@ TEST_F(ToolbarViewTest, TheWindowButtonsActOnTheWindow) {
     EXPECT_EQ(window().visibility(), QWindow::Minimized);
     click(QStringLiteral("Close"));
     EXPECT_FALSE(window().isVisible());
+}
+
+TEST_F(ToolbarViewTest, TheWindowButtonsStandWhereTheDesktopHasThem) {
+    become(Kind::Connected);
+    desktop.windowManager().setButtons(
+        {.left = {}, .right = {WindowButton::Minimize, WindowButton::Maximize, WindowButton::Close}});
+    showToolbar();
+    qreal left = the(Role::Button, QStringLiteral("Account")).item->mapToScene({28, 0}).x();
+    EXPECT_LE(left, 1000 - 90);
+    for (const char* name : {"Minimize", "Maximize", "Close"}) {
+        const QQuickItem* const button = the(Role::Button, QString::fromLatin1(name)).item;
+        EXPECT_GE(button->mapToScene({}).x(), left) << name;
+        left = button->mapToScene({24, 0}).x();
+    }
+    EXPECT_EQ(left, 1000 - 8);
+    EXPECT_GE(textItem(QStringLiteral("Driftwell"))->mapToScene({}).x(), 20);
+    EXPECT_LE(textItem(QStringLiteral("Driftwell"))->mapToScene({}).x(), 90);
+}
+
+TEST_F(ToolbarViewTest, AButtonThatTheDesktopDoesNotHaveIsNotShown) {
+    become(Kind::Connected);
+    showToolbar();
+    desktop.windowManager().setButtons({.left = {}, .right = {WindowButton::Close}});
+    EXPECT_TRUE(isSeen(Role::Button, QStringLiteral("Close")));
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Minimize")));
+    EXPECT_FALSE(isSeen(Role::Button, QStringLiteral("Maximize")));
+    window().show();
+    click(QStringLiteral("Close"));
+    EXPECT_FALSE(window().isVisible());
+}
+
+TEST_F(ToolbarViewTest, TheRightButtonOpensTheDesktopsMenuOfTheWindow) {
+    become(Kind::Connected);
+    desktop.windowManager().offerMenu();
+    showToolbar();
+    click(bar(), Qt::RightButton);
+    EXPECT_THAT(desktop.windowManager().menus(), ElementsAre(QPoint(500, 26)));
+    EXPECT_TRUE(all(Role::MenuItem).empty());
+}
+
+TEST_F(ToolbarViewTest, WhereTheDesktopHasNoMenuTheWindowShowsOne) {
+    become(Kind::Connected);
+    desktop.windowManager().allowMoveFromMenu();
+    showToolbar();
+    window().show();
+    const auto choose = [this](const char* entry) {
+        click(bar(), Qt::RightButton);
+        click(Role::MenuItem, QString::fromLatin1(entry));
+        waitUntil([this] { return all(Role::MenuItem).empty(); });
+    };
+    choose("Move");
+    EXPECT_EQ(desktop.windowManager().moves(), 1);
+    choose("Maximize");
+    EXPECT_EQ(window().visibility(), QWindow::Maximized);
+    choose("Restore");
+    EXPECT_EQ(window().visibility(), QWindow::Windowed);
+    choose("Minimize");
+    EXPECT_EQ(window().visibility(), QWindow::Minimized);
+    choose("Close");
+    EXPECT_FALSE(window().isVisible());
+}
+
+TEST_F(ToolbarViewTest, AMoveThatTheDesktopCannotBeginIsNotOffered) {
+    become(Kind::Connected);
+    showToolbar();
+    click(bar(), Qt::RightButton);
+    EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Minimize")));
+    EXPECT_FALSE(isSeen(Role::MenuItem, QStringLiteral("Move")));
+}
+
+TEST_F(ToolbarViewTest, TheRightButtonNeitherMovesNorEnlargesTheWindow) {
+    become(Kind::Connected);
+    desktop.windowManager().offerMenu();
+    showToolbar();
+    window().show();
+    click(bar(), Qt::RightButton);
+    click(bar(), Qt::RightButton);
+    EXPECT_EQ(window().visibility(), QWindow::Windowed);
 }
 
 TEST_F(ToolbarViewTest, ItFollowsTheColorScheme) {

@@ -24,5 +24,21 @@ TEST(FormatSeedColorTest, TheHueIsTheHashModuloThreeHundredAndSixty) {
     }
 }
 
+TEST(FormatCodeTest, WhatStandsBetweenBackticksStandsOut) {
+    EXPECT_EQ(Format::codeMarked(QStringLiteral("the same one\n`dw host` sets")),
+              QStringLiteral("the same one<br><b>dw host</b> sets"));
+    EXPECT_EQ(Format::codeMarked(QStringLiteral("`dw`, or `dw login`")),
+              QStringLiteral("<b>dw</b>, or <b>dw login</b>"));
+    EXPECT_EQ(Format::codeMarked(QStringLiteral("plain")), QStringLiteral("plain"));
+}
+
+TEST(FormatCodeTest, WhatLooksLikeHtmlIsShownAsItIs) {
+    EXPECT_EQ(Format::codeMarked(QStringLiteral("a < b & `<b>`")), QStringLiteral("a &lt; b &amp; <b>&lt;b&gt;</b>"));
+}
+
+TEST(FormatCodeTest, TheBackticksAreNotReadAloud) {
+    EXPECT_EQ(Format::codeUnmarked(QStringLiteral("the one\n`dw host` sets")), QStringLiteral("the one\ndw host sets"));
+}
+
 } // namespace
 } // namespace driftwell::tests

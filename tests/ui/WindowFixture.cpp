@@ -11,7 +11,7 @@ void WindowFixture::TearDown() {
 
 void WindowFixture::showWindow(QSize size) {
     m_window = std::make_unique<MainWindowModel>(model(), desktop, m_sleep);
-    m_controls = std::make_unique<WindowControls>(m_frame);
+    m_controls = std::make_unique<WindowControls>(m_frame, desktop.windowManager());
     show(QStringLiteral("MainWindowView"),
          {{QStringLiteral("model"), QVariant::fromValue(m_window.get())},
           {QStringLiteral("window"), QVariant::fromValue(m_controls.get())}},

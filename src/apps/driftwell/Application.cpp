@@ -5,6 +5,7 @@
 #include "core/DeepLinks.h"
 #include "core/Deployments.h"
 #include "core/NewProject.h"
+#include "core/RunningWork.h"
 #include "core/SignIn.h"
 #include "core/UserDefaults.h"
 #include "desktop/freedesktop/FreedesktopServices.h"
@@ -52,11 +53,12 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
       m_deployNotices(state.deployments(), state.siteOperations(), desktop, m_sessionBus,
                       [this] { return m_window.isInFront(); }) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
-    connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::askToQuit, Qt::QueuedConnection);
     connect(&m_menuBar, &MenuBarModel::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
-    connect(&m_window, &MainWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_window, &MainWindow::quitRequested, this, &Application::askToQuit, Qt::QueuedConnection);
+    connect(&m_window, &MainWindow::quitConfirmed, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
-    connect(&m_settings, &SettingsWindow::quitRequested, this, &Application::quit, Qt::QueuedConnection);
+    connect(&m_settings, &SettingsWindow::quitRequested, this, &Application::askToQuit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::closed, this, &Application::followClosedWindow);
     connect(&m_mergeNotices, &MergeNotices::openRequested, this, &Application::showWindow);
     connect(&m_deployNotices, &DeployNotices::openRequested, this, &Application::showWindow);
@@ -65,6 +67,18 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
 }
 
 Application::~Application() = default;
+
+void Application::askToQuit() {
+    if (m_isQuitting) {
+        return;
+    }
+    if (RunningWork::of(m_state).isEmpty()) {
+        quit();
+        return;
+    }
+    showWindow();
+    m_window.askToQuit();
+}
 
 void Application::quit() {
     if (!std::exchange(m_isQuitting, true)) {

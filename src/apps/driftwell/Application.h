@@ -37,6 +37,9 @@ public:
     /// Does what a further start asks for, which hands over `activationToken`, empty where it has none.
     void handle(const Invocation& invocation, const QByteArray& activationToken);
 
+    /// The person wants the application to end: it does, unless something is under way; then it asks in the window.
+    void askToQuit();
+
     /// Ends the application when what it is doing has come to its end: a running deployment is cancelled and leaves
     /// nothing behind. A second call does nothing.
     void quit();

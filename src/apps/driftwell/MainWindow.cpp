@@ -16,7 +16,8 @@
 namespace driftwell {
 
 struct MainWindow::Contents {
-    Contents(AppState& state, WindowServices& desktop) : model(state, desktop), scene(desktop, DW::Token::Canvas) {}
+    Contents(AppState& state, WindowServices& desktop)
+        : model(state, desktop), scene(desktop, DW::Token::Canvas), controls(scene.view(), desktop.windowManager()) {}
     // What is on screen refers to all the rest and goes first.
     ~Contents() { scene.unload(); }
     Contents(const Contents&) = delete;
@@ -24,7 +25,7 @@ struct MainWindow::Contents {
 
     MainWindowModel model;
     Scene scene;
-    WindowControls controls{scene.view()};
+    WindowControls controls;
     FolderDrop drop{scene.view(), model};
 };
 
@@ -71,6 +72,12 @@ void MainWindow::show(const QByteArray& activationToken) {
     bringForward(*view(), activationToken);
 }
 
+void MainWindow::askToQuit() {
+    if (m_contents) {
+        m_contents->model.askToQuit();
+    }
+}
+
 void MainWindow::hide() {
     if (m_contents) {
         keepPlace();
@@ -88,6 +95,8 @@ void MainWindow::open() {
                            {{QStringLiteral("model"), QVariant::fromValue(&m_contents->model)},
                             {QStringLiteral("window"), QVariant::fromValue(&m_contents->controls)}});
     window.installEventFilter(this);
+    connect(&m_contents->model, &MainWindowModel::quitConfirmed, this, &MainWindow::quitConfirmed);
+    connect(&m_contents->model, &MainWindowModel::settingsRequested, this, &MainWindow::settingsRequested);
 }
 
 void MainWindow::place(QQuickView& window) const {

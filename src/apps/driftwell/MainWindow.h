@@ -41,6 +41,9 @@ public:
     /// may be raised; empty where there is none.
     void show(const QByteArray& activationToken = {});
 
+    /// Asks in the open window whether the application is to end although something is under way.
+    void askToQuit();
+
     /// Takes the window from the screen and leaves it open.
     void hide();
 
@@ -52,6 +55,8 @@ Q_SIGNALS:
     void closed();
     /// The person wants the whole application to end.
     void quitRequested();
+    /// The same, after a question.
+    void quitConfirmed();
     void settingsRequested();
 
 protected:

@@ -19,7 +19,8 @@ TrayItem::TrayItem(MenuBarModel& model, WindowServices& desktop, TrayHost& host,
     m_pulse.setLoopCount(-1);
     connect(&m_pulse, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& phase) { showPulse(TrayPulse::level(phase.toDouble())); });
-    for (const auto signal : {&MenuBarModel::windowRequested, &MenuBarModel::settingsRequested}) {
+    for (const auto signal :
+         {&MenuBarModel::windowRequested, &MenuBarModel::settingsRequested, &MenuBarModel::quitRequested}) {
         connect(&model, signal, &m_panel, &TrayPanel::dismiss, Qt::QueuedConnection);
     }
     connect(&host, &TrayHost::appeared, this, &TrayItem::makeIcon);

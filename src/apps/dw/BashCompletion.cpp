@@ -72,15 +72,26 @@ std::string branch(const std::string& pattern, const std::string& statement) {
     return "        " + pattern + ") " + statement + " ;;\n";
 }
 
+/// Of a line on which the command is followed by such a word.
+std::string patternOf(const CommandRecord& command, const std::string& previous) {
+    std::vector<std::string> patterns;
+    for (const std::string& word : wordsFor(command)) {
+        patterns.push_back("*:" + word + ':' + previous);
+    }
+    return joined(patterns, "|");
+}
+
 std::string branches(const CommandRecord& command, const ProgramRecord& program) {
     const std::string options = optionWords(command.options);
     std::string text;
     for (const OptionRecord& option : command.options) {
         if (!option.value.empty()) {
-            text += branch("*:" + command.name + ':' + option.name, statement(option.candidates, options, program));
+            std::string pattern = patternOf(command, option.name);
+            pattern += option.shortName.empty() ? "" : '|' + patternOf(command, option.shortName);
+            text += branch(pattern, statement(option.candidates, options, program));
         }
     }
-    const std::string pattern = "*:" + command.name + ":*";
+    const std::string pattern = patternOf(command, "*");
     if (command.arguments.empty()) {
         return text + branch(pattern, setWords(options));
     }

@@ -4,31 +4,31 @@
 
 namespace driftwell::dw {
 
-// Each on a line of its own.
+// Each on a line of its own, those of a group together.
 // clang-format off
 constexpr std::array commands{
     &makeCommand<class HostCommand>,
     &makeCommand<class LoginCommand>,
     &makeCommand<class LogoutCommand>,
+    &makeCommand<class WhoAmICommand>,
+    &makeCommand<class HelpCommand>,
+    &makeCommand<class CompletionCommand>,
     &makeCommand<class DeployCommand>,
-    &makeCommand<class CloneCommand>,
     &makeCommand<class LinkCommand>,
-    &makeCommand<class StatusCommand>,
+    &makeCommand<class CloneCommand>,
     &makeCommand<class UpdateCommand>,
     &makeCommand<class ResolveCommand>,
     &makeCommand<class ListCommand>,
     &makeCommand<class OpenCommand>,
+    &makeCommand<class StatusCommand>,
     &makeCommand<class LogsCommand>,
     &makeCommand<class HistoryCommand>,
-    &makeCommand<class RollbackCommand>,
-    &makeCommand<class DeleteCommand>,
     &makeCommand<class ShareCommand>,
     &makeCommand<class CollabCommand>,
     &makeCommand<class LibsCommand>,
+    &makeCommand<class RollbackCommand>,
+    &makeCommand<class DeleteCommand>,
     &makeCommand<class InitCommand>,
-    &makeCommand<class WhoAmICommand>,
-    &makeCommand<class CompletionCommand>,
-    &makeCommand<class HelpCommand>,
 };
 // clang-format on
 

@@ -43,7 +43,7 @@ struct OptionRecord {
     std::string value;
     std::string description;
     Candidates candidates = {};
-    /// "-h" for "--help"; most options have no such name.
+    /// "-h" for "--help"; few options have such a name.
     std::string shortName = {};
     bool repeatable = false;
     /// For those who build the program: in no help and no completion.
@@ -64,9 +64,15 @@ struct VariableRecord {
     std::string meaning;
 };
 
+/// What commands are for, in the order of the help.
+enum class CommandGroup { Start, Publish, Look, Share, Undo, Agents };
+
 struct CommandRecord {
     std::string name;
     std::string description;
+    CommandGroup group = CommandGroup::Start;
+    /// Other words for it, for those who know it by them.
+    std::vector<std::string> aliases = {};
     std::vector<ArgumentRecord> arguments = {};
     std::vector<OptionRecord> options = {};
     std::vector<ExampleRecord> examples = {};
@@ -80,6 +86,8 @@ struct ProgramRecord {
     std::string name;
     std::string description;
     std::string version;
+    /// What a person does first, in this order.
+    std::vector<ExampleRecord> firstSteps;
     /// What stands where a command could.
     std::vector<OptionRecord> options;
     /// In the order of the help.

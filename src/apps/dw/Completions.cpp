@@ -10,6 +10,12 @@ std::vector<std::string> commandNames(const ProgramRecord& program) {
     return names;
 }
 
+std::vector<std::string> wordsFor(const CommandRecord& command) {
+    std::vector<std::string> words = {command.name};
+    words.insert(words.end(), command.aliases.begin(), command.aliases.end());
+    return words;
+}
+
 std::string joined(const std::vector<std::string>& texts, const std::string& separator) {
     std::string all;
     for (const std::string& text : texts) {

@@ -11,8 +11,11 @@ namespace driftwell::dw {
 [[nodiscard]] std::string zshCompletion(const ProgramRecord& program);
 [[nodiscard]] std::string fishCompletion(const ProgramRecord& program);
 
-/// The names of all commands.
+/// The names of all commands, each once.
 [[nodiscard]] std::vector<std::string> commandNames(const ProgramRecord& program);
+
+/// All words for a command.
+[[nodiscard]] std::vector<std::string> wordsFor(const CommandRecord& command);
 
 /// Texts with a separator between them.
 [[nodiscard]] std::string joined(const std::vector<std::string>& texts, const std::string& separator);

@@ -1,6 +1,7 @@
 #include "apps/dw/Context.h"
 
 #include "apps/dw/JsonValues.h"
+#include "platform/HostRefusal.h"
 
 namespace driftwell::dw {
 
@@ -26,12 +27,10 @@ void requireReadable(const ConfigStore& store) {
 }
 
 PlatformConfig readableConfig(const QString& host) {
-    PlatformConfig config(host);
-    if (host.isEmpty() || !config.isReadable()) {
-        throw WrongUsage(QStringLiteral("“%1” is not the host of a platform").arg(host),
-                         QStringLiteral("For example: dw host sites.example.org"));
+    if (const std::optional<QString> refusal = hostRefusal(host)) {
+        throw WrongUsage(*refusal, QStringLiteral("For example: dw host sites.example.org"));
     }
-    return config;
+    return PlatformConfig(host);
 }
 
 PlatformConfig requireConfig(const PlatformClient& client) {

@@ -21,6 +21,11 @@ std::function<void(const std::string&)> withParserErrors(std::function<void(cons
     };
 }
 
+/// As the parser takes them.
+std::string namesOf(const OptionRecord& option) {
+    return option.shortName.empty() ? option.name : option.shortName + ',' + option.name;
+}
+
 /// "team, restricted or public"
 std::string alternatives(const std::vector<std::string>& words) {
     std::string text;
@@ -38,11 +43,18 @@ std::string alternatives(const std::vector<std::string>& words) {
 Definition::Definition(CLI::App& program, CommandRecord& record, bool& json)
     : m_program(program), m_record(record), m_json(json) {}
 
-Definition& Definition::command(const char* name, const char* description) {
+Definition& Definition::command(const char* name, const char* description, CommandGroup group) {
     m_command = m_program.add_subcommand(name, description);
     m_record.name = name;
     m_record.description = description;
+    m_record.group = group;
     m_record.options.push_back({"--help", "", "Print this help", {}, "-h"});
+    return *this;
+}
+
+Definition& Definition::alias(const char* name) {
+    m_command->alias(name);
+    m_record.aliases.emplace_back(name);
     return *this;
 }
 
@@ -66,13 +78,13 @@ Definition& Definition::optionalSite(std::optional<std::string>& value) {
 }
 
 Definition& Definition::option(OptionRecord option, std::optional<std::string>& value) {
-    CLI::Option* const added = m_command->add_option(option.name, value, option.description);
+    CLI::Option* const added = m_command->add_option(namesOf(option), value, option.description);
     return keep(*added, std::move(option));
 }
 
 Definition& Definition::option(OptionRecord option, std::function<void(const std::string&)> read) {
-    CLI::Option* const added =
-        m_command->add_option_function<std::string>(option.name, withParserErrors(std::move(read)), option.description);
+    CLI::Option* const added = m_command->add_option_function<std::string>(
+        namesOf(option), withParserErrors(std::move(read)), option.description);
     return keep(*added, std::move(option));
 }
 
@@ -88,7 +100,7 @@ Definition& Definition::choice(OptionRecord option, std::function<void(const std
 }
 
 Definition& Definition::repeatable(OptionRecord option, std::vector<std::string>& values) {
-    CLI::Option* const added = m_command->add_option(option.name, values, option.description)
+    CLI::Option* const added = m_command->add_option(namesOf(option), values, option.description)
                                    ->option_text(option.value)
                                    ->allow_extra_args(false)
                                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
@@ -97,8 +109,12 @@ Definition& Definition::repeatable(OptionRecord option, std::vector<std::string>
 }
 
 Definition& Definition::flag(OptionRecord option, bool& value) {
-    CLI::Option* const added = m_command->add_flag(option.name, value, option.description)->disable_flag_override();
+    CLI::Option* const added = m_command->add_flag(namesOf(option), value, option.description)->disable_flag_override();
     return keep(*added, std::move(option));
+}
+
+Definition& Definition::quiet(bool& value) {
+    return flag({"--quiet", "", "Say nothing but what is asked for and what fails", {}, "-q"}, value);
 }
 
 Definition& Definition::json(const char* fields) {

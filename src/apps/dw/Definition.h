@@ -23,7 +23,9 @@ public:
     Definition(CLI::App& program, CommandRecord& record, bool& json);
 
     /// Before anything else.
-    Definition& command(const char* name, const char* description);
+    Definition& command(const char* name, const char* description, CommandGroup group);
+    /// Another word for the command.
+    Definition& alias(const char* name);
 
     /// An argument that can be left out, or has to be there if the record says what is needed.
     Definition& argument(ArgumentRecord argument, std::optional<std::string>& value);
@@ -44,6 +46,8 @@ public:
     Definition& repeatable(OptionRecord option, std::vector<std::string>& values);
     /// An option without a value.
     Definition& flag(OptionRecord option, bool& value);
+    /// --quiet, for a command that says more than what it is asked for.
+    Definition& quiet(bool& value);
     /// --json, for a command that reports an object with these fields.
     Definition& json(const char* fields);
 

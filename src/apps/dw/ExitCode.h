@@ -13,7 +13,10 @@ enum class ExitCode {
     Unreachable = 5,
     /// A merge has stopped, or would, at files that both sides have changed.
     Conflict = 6,
+    // As a shell has it for a program that a signal has ended: 128 and its number (bash(1), "EXIT STATUS").
+    HungUp = 129,
     Interrupted = 130,
+    Terminated = 143,
 };
 
 } // namespace driftwell::dw

@@ -25,7 +25,7 @@ function __dw_libraries
 end
 function __dw_command
     set -l words (commandline -opc)
-    test (count $words) -gt 1; and test "$words[2]" = $argv[1]
+    test (count $words) -gt 1; and contains -- "$words[2]" $argv
 end
 complete -c dw -f
 )script";
@@ -80,7 +80,7 @@ std::string line(const std::string& condition, const OptionRecord& option, const
 }
 
 std::string lines(const CommandRecord& command, const ProgramRecord& program) {
-    const std::string condition = "__dw_command " + command.name;
+    const std::string condition = "__dw_command " + joined(wordsFor(command), " ");
     std::string text = line("__fish_use_subcommand", " -a " + command.name + " -d " + literal(command.description));
     for (const OptionRecord& option : command.options) {
         if (!option.hidden) {

@@ -1,19 +1,10 @@
 #include "apps/dw/KnownSites.h"
 
-#include <QStringList>
-
 #include <algorithm>
-#include <filesystem>
 
 namespace driftwell::dw {
 
 namespace {
-
-/// The same folder, whatever links lead to it. A folder that is not there is another one; `unreadable` is set for one
-/// of which that cannot be known.
-bool isPresentFolder(const std::filesystem::path& folder, std::error_code& unreadable) {
-    return std::filesystem::equivalent(folder, ".", unreadable) && !unreadable;
-}
 
 QString quoted(const QStringList& names) {
     QStringList all;
@@ -25,20 +16,28 @@ QString quoted(const QStringList& names) {
 
 } // namespace
 
+PublishedAs publishedAs(const std::filesystem::path& folder, const ConfigStore& store) {
+    PublishedAs result;
+    for (const auto& [name, published] : store.folderMap()) {
+        std::error_code unreadable;
+        if (std::filesystem::equivalent(published, folder, unreadable) && !unreadable) {
+            result.sites += name;
+        } else if (unreadable) {
+            result.unreadable = cannotRead(published, unreadable);
+        }
+    }
+    return result;
+}
+
+QString oneMustBeNamed(const QString& folder, const QStringList& sites) {
+    return QStringLiteral("%1 was published as %2, so one must be named").arg(folder, quoted(sites));
+}
+
 QString chosenSite(const std::optional<std::string>& named, const ConfigStore& store) {
     if (named) {
         return QString::fromStdString(*named);
     }
-    QStringList names;
-    std::optional<FailedCommand> unknown;
-    for (const auto& [name, folder] : store.folderMap()) {
-        std::error_code unreadable;
-        if (isPresentFolder(folder, unreadable)) {
-            names += name;
-        } else if (unreadable) {
-            unknown = cannotRead(folder, unreadable);
-        }
-    }
+    const auto [names, unknown] = publishedAs(".", store);
     if (names.isEmpty() && unknown) {
         throw *unknown;
     }
@@ -48,8 +47,7 @@ QString chosenSite(const std::optional<std::string>& named, const ConfigStore& s
                          QStringLiteral("dw list shows the sites."));
     }
     if (names.size() > 1) {
-        throw WrongUsage(
-            QStringLiteral("The present folder was published as %1, so one must be named").arg(quoted(names)));
+        throw WrongUsage(oneMustBeNamed(QStringLiteral("The present folder"), names));
     }
     return names.front();
 }

@@ -2,10 +2,25 @@
 
 #include "apps/dw/Context.h"
 
+#include <QStringList>
+
+#include <filesystem>
 #include <optional>
 #include <string>
 
 namespace driftwell::dw {
+
+/// What this machine knows of a folder.
+struct PublishedAs {
+    /// The sites that it was last published as, whatever links lead to it.
+    QStringList sites;
+    /// The failure to read the folder of another site, of which it cannot be said whether it is the same.
+    std::optional<FailedCommand> unreadable;
+};
+[[nodiscard]] PublishedAs publishedAs(const std::filesystem::path& folder, const ConfigStore& store);
+
+/// "The present folder was published as “a”, “b”, so one must be named"
+[[nodiscard]] QString oneMustBeNamed(const QString& folder, const QStringList& sites);
 
 /// The site that a command which only reads is about: the one that was named, or the one that the present folder was
 /// last published as. Throws WrongUsage when that is none or more than one, and FailedCommand when it is none and

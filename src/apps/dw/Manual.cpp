@@ -97,6 +97,9 @@ std::string commandSection(const CommandRecord& command, const ProgramRecord& pr
     for (const OptionRecord& option : command.options) {
         text += option.hidden ? "" : optionEntry(option);
     }
+    for (const std::string& alias : command.aliases) {
+        text += ".PP\n" + bold(program.name + ' ' + alias) + " is the same.\n";
+    }
     if (!command.fields.empty()) {
         text += ".PP\nThe object of " + bold("--json") + " has beside " + bold("ok") + ": " +
                 withBoldCode(command.fields) + ".\n";

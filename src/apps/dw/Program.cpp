@@ -2,6 +2,7 @@
 
 #include "apps/dw/Command.h"
 #include "apps/dw/CommandList.h"
+#include "apps/dw/Suggestion.h"
 
 #include <QStringList>
 
@@ -24,11 +25,49 @@ QString text(const std::string& bytes) {
     return QString::fromStdString(bytes);
 }
 
+const char* headingOf(CommandGroup group) {
+    switch (group) {
+    case CommandGroup::Start:
+        return "Start";
+    case CommandGroup::Publish:
+        return "Publish";
+    case CommandGroup::Look:
+        return "Look";
+    case CommandGroup::Share:
+        return "Share";
+    case CommandGroup::Undo:
+        return "Undo";
+    case CommandGroup::Agents:
+        return "Agents";
+    }
+    Q_UNREACHABLE();
+}
+
+std::string firstStepsText(const ProgramRecord& program) {
+    std::size_t width = 0;
+    for (const ExampleRecord& step : program.firstSteps) {
+        width = std::max(width, step.line.size() + 2);
+    }
+    std::string text = "\nFirst steps:\n";
+    for (const ExampleRecord& step : program.firstSteps) {
+        text += "  " + step.line + std::string(width - step.line.size(), ' ') + step.meaning + '\n';
+    }
+    return text;
+}
+
+bool isNameOf(const std::string& word, const CommandRecord& command) {
+    return word == command.name ||
+           std::find(command.aliases.begin(), command.aliases.end(), word) != command.aliases.end();
+}
+
 /// What is true of all commands.
 ProgramRecord programRecord() {
     return {"dw",
             "Publishes a folder as a website on your team's platform.",
             DRIFTWELL_VERSION,
+            {{"dw host sites.example.org", "Choose your team's platform"},
+             {"dw login", "Sign in to it, in the browser"},
+             {"dw deploy ./site", "Publish a folder"}},
             {{"--version", "", "Print the version"}, {"--help", "", "Print this help", {}, "-h"}},
             {},
             {{"DW_HOST", "the platform, before the one that \"dw host\" remembers"},
@@ -41,7 +80,9 @@ ProgramRecord programRecord() {
              {ExitCode::NotAllowed, "not signed in or not on the team"},
              {ExitCode::Unreachable, "platform unreachable"},
              {ExitCode::Conflict, "conflict with what others published"},
-             {ExitCode::Interrupted, "interrupted"}}};
+             {ExitCode::HungUp, "its terminal is gone"},
+             {ExitCode::Interrupted, "interrupted"},
+             {ExitCode::Terminated, "told to end"}}};
 }
 
 std::string environmentText(const ProgramRecord& program) {
@@ -66,6 +107,18 @@ std::string exitCodesText(const ProgramRecord& program) {
         }
     }
     return text + line;
+}
+
+/// `dw --json list` means what `dw list --json` means. Values stand behind "=" there, since the first word without a
+/// dash is the command.
+std::vector<std::string> withOptionsBehindTheCommand(std::vector<std::string> words) {
+    const auto command = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+        return !word.starts_with('-') || word == "--" || word == "--help" || word == "-h" || word == "--version";
+    });
+    if (command != words.end() && !command->starts_with('-')) {
+        std::rotate(words.begin(), command, command + 1);
+    }
+    return words;
 }
 
 std::string examplesText(const CommandRecord& command) {
@@ -141,7 +194,10 @@ void Program::addCommands() {
         Definition definition(*m_parser, record, entry.json);
         entry.command = makers[i]();
         entry.command->define(definition);
-        definition.parser().group("Commands")->footer(examplesText(record));
+        if (dynamic_cast<const PlatformCommand*>(entry.command.get()) != nullptr) {
+            definition.quiet(entry.quiet);
+        }
+        definition.parser().group(headingOf(record.group))->footer(examplesText(record));
         entry.record = &record;
         entry.parser = &definition.parser();
     }
@@ -152,13 +208,16 @@ Parsed Program::parse(int argc, char** argv) {
                               [](const char* argument) { return std::string_view(argument) == "--json"; });
     if (argc < 2) {
         std::fputs(help().c_str(), stderr);
-        return {nullptr, {}, ExitCode::WrongUsage};
+        return {nullptr, {}, {}, ExitCode::WrongUsage};
     }
     try {
-        if (const std::string first = argv[1]; !first.starts_with('-')) {
-            static_cast<void>(entryOf(first));
+        std::vector<std::string> words = withOptionsBehindTheCommand({argv + 1, argv + argc});
+        if (!words.front().starts_with('-')) {
+            static_cast<void>(entryOf(words.front()));
         }
-        m_parser->parse(argc, argv);
+        // The parser takes them from the end.
+        std::reverse(words.begin(), words.end());
+        m_parser->parse(std::move(words));
         return run(*askedFor());
     } catch (const CLI::CallForVersion&) {
         return answer(m_record.version + '\n');
@@ -173,7 +232,9 @@ Parsed Program::parse(int argc, char** argv) {
 }
 
 std::string Program::help() const {
-    return helpText(*m_parser, m_record.name);
+    std::string text = helpText(*m_parser, m_record.name);
+    text.insert(text.find("\nOptions:"), firstStepsText(m_record));
+    return text;
 }
 
 std::string Program::help(const std::string& command) const {
@@ -183,11 +244,21 @@ std::string Program::help(const std::string& command) const {
 
 const Program::Entry& Program::entryOf(const std::string& command) const {
     const auto found = std::find_if(m_entries.begin(), m_entries.end(),
-                                    [&command](const Entry& entry) { return entry.record->name == command; });
+                                    [&command](const Entry& entry) { return isNameOf(command, *entry.record); });
     if (found == m_entries.end()) {
-        throw WrongUsage(QStringLiteral("There is no command “%1”").arg(text(command)), generalHint);
+        throw WrongUsage(QStringLiteral("There is no command “%1”").arg(text(command)),
+                         suggestion(command, wordsOfAllCommands()) + generalHint);
     }
     return *found;
+}
+
+std::vector<std::string> Program::wordsOfAllCommands() const {
+    std::vector<std::string> words;
+    for (const Entry& entry : m_entries) {
+        words.push_back(entry.record->name);
+        words.insert(words.end(), entry.record->aliases.begin(), entry.record->aliases.end());
+    }
+    return words;
 }
 
 const Program::Entry* Program::askedFor() const {
@@ -205,13 +276,14 @@ Parsed Program::run(const Entry& entry) const {
         return answer(command->text(*this));
     }
     return {std::dynamic_pointer_cast<PlatformCommand>(entry.command),
-            entry.json ? Reporter::Form::Json : Reporter::Form::Text, ExitCode::Done};
+            entry.json ? Reporter::Form::Json : Reporter::Form::Text,
+            entry.quiet ? Reporter::Manner::Quiet : Reporter::Manner::Usual, ExitCode::Done};
 }
 
 Parsed Program::answer(const std::string& output) const {
     Reporter reporter(Reporter::Form::Text);
     reporter.text(output);
-    return {nullptr, Reporter::Form::Text, reporter.flush() ? ExitCode::Done : ExitCode::Failed};
+    return {nullptr, {}, {}, reporter.flush() ? ExitCode::Done : ExitCode::Failed};
 }
 
 Parsed Program::wrongUsage(const QString& message) const {
@@ -224,7 +296,7 @@ Parsed Program::wrongUsage(const QString& message) const {
 Parsed Program::refuse(const CommandFailure& failure) const {
     Reporter reporter(m_jsonTyped ? Reporter::Form::Json : Reporter::Form::Text);
     reporter.failure(failure);
-    return {nullptr, Reporter::Form::Text, reporter.flush() ? failure.exitCode : ExitCode::Failed};
+    return {nullptr, {}, {}, reporter.flush() ? failure.exitCode : ExitCode::Failed};
 }
 
 QString Program::whatIsWrong(const CLI::ParseError& error) const {

@@ -23,6 +23,7 @@ struct Parsed {
     /// The work, its options set.
     std::shared_ptr<PlatformCommand> command;
     Reporter::Form form = Reporter::Form::Text;
+    Reporter::Manner manner = Reporter::Manner::Usual;
     /// What the process ends with where there is no work.
     ExitCode answer = ExitCode::Done;
 };
@@ -53,11 +54,13 @@ private:
         const CommandRecord* record = nullptr;
         const CLI::App* parser = nullptr;
         bool json = false;
+        bool quiet = false;
     };
 
     void addCommands();
     /// Throws WrongUsage when there is none of this name.
     [[nodiscard]] const Entry& entryOf(const std::string& command) const;
+    [[nodiscard]] std::vector<std::string> wordsOfAllCommands() const;
     /// The command that was read from the command line, if any was.
     [[nodiscard]] const Entry* askedFor() const;
     [[nodiscard]] Parsed run(const Entry& entry) const;

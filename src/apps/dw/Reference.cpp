@@ -62,6 +62,9 @@ std::string examples(const CommandRecord& command) {
 std::string section(const CommandRecord& command, const ProgramRecord& program) {
     std::string text = "\n## " + program.name + ' ' + command.name + "\n\n" + command.description + ".\n\n```\n" +
                        usage(command, program) + "\n```\n\n" + takes(command);
+    for (const std::string& alias : command.aliases) {
+        text += "\n" + code(program.name + ' ' + alias) + " is the same.\n";
+    }
     if (!command.fields.empty()) {
         text += "\nThe object of `--json` has beside `ok`: " + command.fields + ".\n";
     }

@@ -1,5 +1,7 @@
 #include "apps/dw/Reporter.h"
 
+#include "apps/dw/TerminalText.h"
+
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -23,41 +25,19 @@ bool understandsSequences() {
     return !qEnvironmentVariableIsEmpty("TERM") && qgetenv("TERM") != "dumb";
 }
 
-/// A name or a platform's text could hold a sequence that the terminal obeys.
-QString withoutControlCharacters(QString text) {
-    for (QChar& character : text) {
-        if (character.category() == QChar::Other_Control) {
-            character = u'?';
-        }
-    }
-    return text;
-}
-
-/// JSON escapes control characters itself, all but those from U+007F to U+009F.
-std::string withEscapedControlCharacters(const std::string& json) {
-    QString text;
-    for (const QChar character : QString::fromStdString(json)) {
-        if (character.category() == QChar::Other_Control) {
-            text += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QChar(u'0'));
-        } else {
-            text += character;
-        }
-    }
-    return text.toStdString();
-}
-
 void print(const std::string& bytes, std::FILE* file) {
     std::fwrite(bytes.data(), 1, bytes.size(), file);
 }
 
 } // namespace
 
-Reporter::Reporter(Form form)
+Reporter::Reporter(Form form, Manner manner)
     : m_form(form),
+      m_manner(manner),
       m_outputIsTerminal(::isatty(STDOUT_FILENO) == 1),
       m_errorIsTerminal(::isatty(STDERR_FILENO) == 1),
-      m_progressWanted(m_errorIsTerminal && understandsSequences()),
-      m_colours(m_progressWanted && qEnvironmentVariableIsEmpty("NO_COLOR")) {}
+      m_progressWanted(manner == Manner::Usual && m_errorIsTerminal && understandsSequences()),
+      m_colours(m_errorIsTerminal && understandsSequences() && qEnvironmentVariableIsEmpty("NO_COLOR")) {}
 
 Reporter::~Reporter() {
     beginLine();
@@ -81,7 +61,7 @@ void Reporter::line(const std::string& bytes) {
         return;
     }
     const bool asShown = m_outputIsTerminal;
-    text((asShown ? withoutControlCharacters(QString::fromStdString(bytes)).toStdString() : bytes) + '\n');
+    text((asShown ? safeOnTerminal(QString::fromStdString(bytes)).toStdString() : bytes) + '\n');
 }
 
 void Reporter::object(const Json& object) {
@@ -91,7 +71,7 @@ void Reporter::object(const Json& object) {
 }
 
 void Reporter::message(const QString& text) {
-    if (m_form == Form::Text) {
+    if (m_form == Form::Text && m_manner == Manner::Usual) {
         writeError("", {}, text);
     }
 }
@@ -101,7 +81,7 @@ void Reporter::notice(const QString& text) {
 }
 
 void Reporter::success(const QString& text) {
-    if (m_form == Form::Text) {
+    if (m_form == Form::Text && m_manner == Manner::Usual) {
         writeError(green, QStringLiteral("✓ "), text);
     }
 }
@@ -110,7 +90,7 @@ void Reporter::progress(const QString& text) {
     if (!m_progressWanted || text == m_progressShown) {
         return;
     }
-    print(clearLine + text.toStdString(), stderr);
+    print(clearLine + safeOnTerminal(text).toStdString(), stderr);
     m_progressShown = text;
 }
 
@@ -120,13 +100,16 @@ bool Reporter::canAsk() const {
 
 void Reporter::question(const QString& sentence, const QString& text) {
     writeError("", {}, sentence);
-    print(withoutControlCharacters(text).toStdString(), stderr);
+    print(safeOnTerminal(text).toStdString(), stderr);
     m_questionOpen = true;
 }
 
 void Reporter::failure(const CommandFailure& failure) {
     if (m_form == Form::Json) {
         Json error = {{"kind", failure.kind}, {"message", failure.message.toStdString()}};
+        if (!failure.hint.isEmpty()) {
+            error["hint"] = failure.hint.toStdString();
+        }
         if (!failure.files.empty()) {
             error["files"] = failure.files;
         }
@@ -163,7 +146,7 @@ void Reporter::noteOutputFailure() {
 
 void Reporter::writeObject(const Json& object) {
     const std::string json = object.dump(-1, ' ', false, Json::error_handler_t::replace);
-    text((m_outputIsTerminal ? withEscapedControlCharacters(json) : json) + '\n');
+    text((m_outputIsTerminal ? jsonSafeOnTerminal(json) : json) + '\n');
 }
 
 void Reporter::writeError(const char* colour, const QString& mark, const QString& text) {
@@ -176,7 +159,7 @@ void Reporter::writeError(const char* colour, const QString& mark, const QString
     if (m_colours && !line.empty()) {
         line = colour + line + plain;
     }
-    line += (m_errorIsTerminal ? withoutControlCharacters(text) : text).toStdString() + '\n';
+    line += (m_errorIsTerminal ? safeOnTerminal(text) : text).toStdString() + '\n';
     print(line, stderr);
 }
 

@@ -12,12 +12,14 @@ namespace driftwell::dw {
 
 /// Where a command's words go: data to standard output, everything else to standard error. Colours and the progress
 /// line only on a terminal that is not "dumb", colours not where NO_COLOR is set (https://no-color.org). On a terminal,
-/// control characters are shown as "?", whoever sent them.
+/// what it would obey or turn around is shown as "?", whoever sent it.
 class Reporter {
 public:
     enum class Form { Text, Json };
+    /// Quiet: no sentence that is not needed to go on, and no progress.
+    enum class Manner { Usual, Quiet };
 
-    explicit Reporter(Form form);
+    explicit Reporter(Form form, Manner manner = Manner::Usual);
     ~Reporter();
     Reporter(const Reporter&) = delete;
     Reporter& operator=(const Reporter&) = delete;
@@ -36,13 +38,13 @@ public:
     /// The one JSON object of a successful command. Nothing in text form.
     void object(const nlohmann::ordered_json& object);
 
-    /// A sentence for the person. Nothing in JSON form.
+    /// A sentence for the person. Nothing in JSON form, and nothing for whoever wants it quiet.
     void message(const QString& text);
 
     /// A sentence that the person needs to go on, and so in JSON form too.
     void notice(const QString& text);
 
-    /// A good end, marked as such.
+    /// A good end, marked as such. Nothing in JSON form, and nothing for whoever wants it quiet.
     void success(const QString& text);
 
     /// Replaces the progress line.
@@ -70,6 +72,7 @@ private:
     void noteOutputFailure();
 
     Form m_form;
+    Manner m_manner;
     bool m_outputIsTerminal;
     bool m_errorIsTerminal;
     bool m_progressWanted;

@@ -1,6 +1,7 @@
 #include "apps/dw/Rows.h"
 
 #include "apps/dw/Reporter.h"
+#include "apps/dw/TerminalText.h"
 #include "apps/dw/Texts.h"
 
 namespace driftwell::dw {
@@ -53,6 +54,8 @@ QStringList Rows::cells(const Json& row) const {
         if (m_columns[i].dress != nullptr) {
             cells[i] = m_columns[i].dress(cells[i]);
         }
+        // Before the room is measured that it takes.
+        cells[i] = safeOnTerminal(cells[i]);
     }
     return cells;
 }

@@ -1,8 +1,6 @@
 #include "apps/dw/SiteLog.h"
 
 #include "apps/dw/KnownSites.h"
-#include "apps/dw/Rows.h"
-#include "apps/dw/Texts.h"
 
 #include <exception>
 
@@ -26,22 +24,6 @@ Task<QList<LogEntry>> requireLog(std::shared_ptr<Context> context, PlatformConfi
         std::rethrow_exception(refusal);
     }
     co_return answer ? answer->entries : QList<LogEntry>();
-}
-
-void printLog(Reporter& reporter, const QString& site, const QList<LogEntry>& entries, const char* key,
-              QString (*value)(const LogEntry&)) {
-    Rows rows({{"ts", QStringLiteral("TIME"), Table::Shrink::Never, localTimeText},
-               {key, QString::fromLatin1(key).toUpper()},
-               {"user", QStringLiteral("BY"), Table::Shrink::Never, personText},
-               {"detail", QStringLiteral("DETAIL"), Table::Shrink::Cut}});
-    for (const LogEntry& entry : entries) {
-        rows.add({{"ts", entry.ts.toStdString()},
-                  {key, value(entry).toStdString()},
-                  {"user", entry.user.toStdString()},
-                  {"detail", entry.detail.toStdString()}});
-    }
-    reporter.object({{"ok", true}, {"site", site.toStdString()}, {"entries", rows.array()}});
-    rows.print(reporter);
 }
 
 } // namespace driftwell::dw

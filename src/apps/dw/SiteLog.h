@@ -10,9 +10,4 @@ namespace driftwell::dw {
 [[nodiscard]] Task<QList<LogEntry>> requireLog(std::shared_ptr<Context> context, PlatformConfig config, QString site,
                                                int limit);
 
-/// Prints lines of a log. In the second column stands what `value` takes out of a line; `key` names it, in a table as
-/// its heading.
-void printLog(Reporter& reporter, const QString& site, const QList<LogEntry>& entries, const char* key,
-              QString (*value)(const LogEntry&));
-
 } // namespace driftwell::dw

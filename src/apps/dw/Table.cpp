@@ -1,5 +1,7 @@
 #include "apps/dw/Table.h"
 
+#include "apps/dw/TerminalText.h"
+
 #include <algorithm>
 #include <numeric>
 
@@ -15,14 +17,10 @@ qsizetype lineWidth(const QList<qsizetype>& widths) {
            gap * std::max<qsizetype>(0, widths.size() - 1);
 }
 
-QString fitted(const QString& text, qsizetype width) {
-    return text.size() > width ? text.left(width - 1) + QChar(u'…') : text.leftJustified(width);
-}
-
 QString joined(const QStringList& texts, const QList<qsizetype>& widths) {
     QStringList cells;
     for (qsizetype i = 0; i < widths.size(); ++i) {
-        cells += fitted(texts[i], widths[i]);
+        cells += fittedTo(texts[i], widths[i]);
     }
     QString line = cells.join(QString(gap, u' '));
     while (line.endsWith(u' ')) {
@@ -52,9 +50,9 @@ QStringList Table::lines(int width) const {
 QList<qsizetype> Table::widthsFor(int width) const {
     QList<qsizetype> widths;
     for (qsizetype i = 0; i < m_columns.size(); ++i) {
-        qsizetype widest = m_columns[i].heading.size();
+        qsizetype widest = columnsOf(m_columns[i].heading);
         for (const QStringList& row : m_rows) {
-            widest = std::max(widest, row[i].size());
+            widest = std::max(widest, columnsOf(row[i]));
         }
         widths.append(widest);
     }

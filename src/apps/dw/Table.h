@@ -6,13 +6,14 @@
 
 namespace driftwell::dw {
 
-/// Rows of texts under headings, laid out for a terminal. Where they are too wide, columns are dropped from the right,
-/// then one is cut to what is left, and at last the terminal itself breaks the lines.
+/// Rows of texts under headings, laid out for a terminal in the columns that its characters take. Where they are too
+/// wide, columns are dropped from the right, then one is cut to what is left, and at last the terminal itself breaks
+/// the lines.
 class Table {
 public:
     enum class Shrink {
         Never,
-        Cut,  ///< ends in "…", down to ten characters
+        Cut,  ///< ends in "…", down to ten columns
         Drop, ///< with its heading
     };
     struct Column {
@@ -25,7 +26,7 @@ public:
     /// One text for each column.
     void add(QStringList row) { m_rows.append(std::move(row)); }
 
-    /// The headings, if there are any, and the rows, in lines of at most `width` characters where that can be.
+    /// The headings, if there are any, and the rows, in lines of at most `width` columns where that can be.
     [[nodiscard]] QStringList lines(int width) const;
 
 private:

@@ -16,6 +16,19 @@ namespace {
 
 constexpr std::size_t longestToken = 65536;
 
+// For the handler of a signal.
+termios shownTyping;
+termios hiddenTyping;
+
+/// Whoever has the terminal while this program is stopped finds it as it was; the shell alone does not see to that.
+void stopWithTypingShown(int) {
+    const int reason = errno;
+    ::tcsetattr(STDIN_FILENO, TCSADRAIN, &shownTyping);
+    ::raise(SIGSTOP);
+    ::tcsetattr(STDIN_FILENO, TCSADRAIN, &hiddenTyping);
+    errno = reason;
+}
+
 /// Without the line break; the rest of the input where there is none.
 Task<std::string> firstLine(std::stop_token stop) {
     std::string text;
@@ -40,16 +53,25 @@ Task<std::string> firstLine(std::stop_token stop) {
 
 HiddenTyping::HiddenTyping() : m_isTerminal(::tcgetattr(STDIN_FILENO, &m_before) == 0) {
     if (m_isTerminal) {
-        termios hidden = m_before;
-        hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        hidden.c_lflag |= ECHONL;
-        ::tcsetattr(STDIN_FILENO, TCSADRAIN, &hidden);
+        shownTyping = m_before;
+        hiddenTyping = m_before;
+        hiddenTyping.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        hiddenTyping.c_lflag |= ECHONL;
+        SignalAction stop{};
+        stop.sa_handler = stopWithTypingShown;
+        stop.sa_flags = SA_RESTART;
+        ::sigaction(SIGTSTP, nullptr, &m_stopBefore);
+        if (m_stopBefore.sa_handler != SIG_IGN) {
+            ::sigaction(SIGTSTP, &stop, nullptr);
+        }
+        ::tcsetattr(STDIN_FILENO, TCSADRAIN, &hiddenTyping);
     }
 }
 
 HiddenTyping::~HiddenTyping() {
     if (m_isTerminal) {
         ::tcsetattr(STDIN_FILENO, TCSADRAIN, &m_before);
+        ::sigaction(SIGTSTP, &m_stopBefore, nullptr);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <signal.h>
 #include <termios.h>
 
 #include <stop_token>
@@ -11,6 +12,7 @@
 namespace driftwell::dw {
 
 /// While it lives, a terminal on standard input (termios(3)) shows nothing of what is typed but the end of the line.
+/// While the program is stopped from the keyboard, the terminal is as it was before. One at a time.
 class HiddenTyping {
 public:
     HiddenTyping();
@@ -22,7 +24,10 @@ public:
     [[nodiscard]] bool isTerminal() const { return m_isTerminal; }
 
 private:
+    using SignalAction = struct sigaction;
+
     termios m_before{};
+    SignalAction m_stopBefore{};
     bool m_isTerminal;
 };
 

@@ -120,7 +120,7 @@ std::string zshCompletion(const ProgramRecord& program) {
               "    ((CURRENT--))\n"
               "    case $words[1] in\n";
     for (const CommandRecord& command : program.commands) {
-        script += "        " + command.name + ")\n            " +
+        script += "        " + joined(wordsFor(command), "|") + ")\n            " +
                   argumentsCall(command.options, command.arguments, program) + "            ;;\n";
     }
     return script + end;

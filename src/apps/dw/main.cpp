@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
         return static_cast<int>(parsed.answer);
     }
 
-    dw::Reporter reporter(parsed.form);
+    dw::Reporter reporter(parsed.form, parsed.manner);
     if (!canOpenDescriptors(neededDescriptors)) {
         return static_cast<int>(reportLackOfDescriptors(reporter));
     }
@@ -76,7 +76,10 @@ int main(int argc, char** argv) {
     EventLoop::current()->post([&] {
         detach(runAndQuit(parsed.command, {std::move(client), reporter, interruption.token()}));
     });
-    const int code = QCoreApplication::exec();
+    int code = QCoreApplication::exec();
     reportKeptFiles(store, reporter);
+    if (code == static_cast<int>(dw::ExitCode::Interrupted) && interruption.signal()) {
+        code = 128 + *interruption.signal();
+    }
     return reporter.flush() ? code : static_cast<int>(dw::ExitCode::Failed);
 }

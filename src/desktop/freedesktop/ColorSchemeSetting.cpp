@@ -1,10 +1,7 @@
 #include "desktop/freedesktop/ColorSchemeSetting.h"
 
-#include "desktop/freedesktop/BusCall.h"
-#include "desktop/freedesktop/Portal.h"
+#include "desktop/freedesktop/PortalSetting.h"
 
-#include <QDBusError>
-#include <QDBusServiceWatcher>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
@@ -15,12 +12,8 @@ namespace driftwell {
 
 namespace {
 
-const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
 const QString appearanceGroup = QStringLiteral("org.freedesktop.appearance");
 const QString colorSchemeKey = QStringLiteral("color-scheme");
-const QString readMethod = QStringLiteral("ReadOne");
-/// What portals of version 1 have instead.
-const QString olderReadMethod = QStringLiteral("Read");
 
 std::optional<ColorScheme> overrideOfEnvironment() {
     const QByteArray value = qgetenv("DRIFTWELL_COLOR_SCHEME");
@@ -30,8 +23,7 @@ std::optional<ColorScheme> overrideOfEnvironment() {
     return value == "light" ? std::optional(ColorScheme::Light) : std::nullopt;
 }
 
-std::optional<ColorScheme> preferenceIn(const QVariant& answer) {
-    const QVariant value = portal::unwrapped(answer);
+std::optional<ColorScheme> preferenceIn(const QVariant& value) {
     if (value.typeId() != QMetaType::UInt) {
         return std::nullopt;
     }
@@ -73,14 +65,15 @@ ColorScheme schemeOfTheme() {
 } // namespace
 
 ColorSchemeSetting::ColorSchemeSetting(QDBusConnection bus, std::chrono::milliseconds timeout)
-    : m_bus(std::move(bus)),
-      m_timeout(timeout),
-      m_override(overrideOfEnvironment()),
+    : m_override(overrideOfEnvironment()),
       m_value(m_override ? *m_override : schemeOfTheme()),
       m_isSettled(m_override.has_value()) {
     if (!m_override) {
         qApp->installEventFilter(this);
-        followPortal();
+        auto* const setting = new PortalSetting(std::move(bus), timeout, appearanceGroup, colorSchemeKey, this);
+        connect(setting, &PortalSetting::told, this,
+                [this](const QVariant& value) { setPortalPreference(preferenceIn(value)); });
+        connect(setting, &PortalSetting::heard, this, &ColorSchemeSetting::settle);
     }
 }
 
@@ -89,40 +82,6 @@ bool ColorSchemeSetting::eventFilter(QObject* watched, QEvent* event) {
         update();
     }
     return QObject::eventFilter(watched, event);
-}
-
-void ColorSchemeSetting::followPortal() {
-    // Qt finds the types of a slot by their names, and this one's is known only after its first use.
-    qRegisterMetaType<QDBusVariant>();
-    if (!m_bus.connect(portal::service(), portal::objectPath(), settingsInterface, QStringLiteral("SettingChanged"),
-                       this, SLOT(portalSettingChanged(QString, QString, QDBusVariant))) &&
-        m_bus.isConnected()) {
-        qWarning("Changes of the desktop's colours are not followed: %s", qUtf8Printable(m_bus.lastError().message()));
-    }
-    auto* arrivals = new QDBusServiceWatcher(portal::service(), m_bus, QDBusServiceWatcher::WatchForRegistration, this);
-    connect(arrivals, &QDBusServiceWatcher::serviceRegistered, this, [this] { readPortal(readMethod); });
-    readPortal(readMethod);
-}
-
-void ColorSchemeSetting::portalSettingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-    if (group == appearanceGroup && key == colorSchemeKey) {
-        setPortalPreference(preferenceIn(value.variant()));
-    }
-}
-
-void ColorSchemeSetting::readPortal(const QString& method) {
-    const QDBusMessage question = portal::call(settingsInterface, method, {appearanceGroup, colorSchemeKey});
-    callOnBus(m_bus, question, m_timeout, this, [this, method](const QDBusMessage& reply) {
-        if (QDBusError(reply).type() == QDBusError::UnknownMethod && method != olderReadMethod) {
-            readPortal(olderReadMethod);
-            return;
-        }
-        // A portal that fails says nothing about the desktop; what it said before still holds.
-        if (reply.type() != QDBusMessage::ErrorMessage) {
-            setPortalPreference(preferenceIn(reply.arguments().value(0)));
-        }
-        settle();
-    });
 }
 
 void ColorSchemeSetting::setPortalPreference(std::optional<ColorScheme> preference) {

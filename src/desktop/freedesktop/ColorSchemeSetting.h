@@ -3,7 +3,6 @@
 #include "desktop/WindowServices.h"
 
 #include <QDBusConnection>
-#include <QDBusVariant>
 #include <QObject>
 
 #include <chrono>
@@ -36,18 +35,11 @@ Q_SIGNALS:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-private Q_SLOTS:
-    void portalSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
-
 private:
-    void followPortal();
-    void readPortal(const QString& method);
     void setPortalPreference(std::optional<ColorScheme> preference);
     void update();
     void settle();
 
-    QDBusConnection m_bus;
-    std::chrono::milliseconds m_timeout;
     std::optional<ColorScheme> m_override;
     std::optional<ColorScheme> m_portalPreference;
     ColorScheme m_value;

@@ -11,7 +11,8 @@ FreedesktopServices::FreedesktopServices(QDBusConnection sessionBus, std::chrono
     : m_folderChooser(sessionBus, timeout),
       m_fileManager(sessionBus, timeout),
       m_packageOffer(sessionBus),
-      m_colorScheme(sessionBus, timeout) {
+      m_colorScheme(sessionBus, timeout),
+      m_windowManager(sessionBus, timeout) {
     connect(&m_colorScheme, &ColorSchemeSetting::changed, this, &WindowServices::colorSchemeChanged);
     connect(&m_colorScheme, &ColorSchemeSetting::settled, this, &FreedesktopServices::colorSchemeSettled);
 }

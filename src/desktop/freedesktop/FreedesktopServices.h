@@ -5,6 +5,7 @@
 #include "desktop/freedesktop/ColorSchemeSetting.h"
 #include "desktop/freedesktop/FileManager.h"
 #include "desktop/freedesktop/FolderChooser.h"
+#include "desktop/freedesktop/FreedesktopWindowManager.h"
 #include "desktop/freedesktop/PackageOffer.h"
 #include "desktop/WindowServices.h"
 
@@ -37,6 +38,7 @@ public:
     void copyText(const QString& text) override;
     [[nodiscard]] ColorScheme colorScheme() const override { return m_colorScheme.value(); }
     [[nodiscard]] LoginItem& loginItem() override { return m_loginItem; }
+    [[nodiscard]] WindowManager& windowManager() override { return m_windowManager; }
 
     /// Whether the colour scheme is what the desktop said, or all that there will be to know. A window that is first
     /// shown after this does not change its colours in front of the person; it takes a few milliseconds as a rule.
@@ -50,6 +52,7 @@ private:
     FileManager m_fileManager;
     PackageOffer m_packageOffer;
     ColorSchemeSetting m_colorScheme;
+    FreedesktopWindowManager m_windowManager;
     AutostartEntry m_loginItem{Bundle::ofRunningProgram()};
 };
 

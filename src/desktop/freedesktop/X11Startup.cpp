@@ -2,32 +2,14 @@
 
 #include "desktop/freedesktop/X11Connection.h"
 
-#include <QWindow>
-
 #include <xcb/xcb.h>
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 
 namespace driftwell::x11 {
 
 namespace {
-
-xcb_client_message_event_t messageFrom(const QWindow& window, std::string_view type, uint8_t format) {
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = format;
-    message.window = static_cast<xcb_window_t>(window.winId());
-    message.type = atom(type);
-    return message;
-}
-
-void sendToRoot(const xcb_client_message_event_t& message, uint32_t mask) {
-    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection())).data;
-    xcb_send_event(connection(), 0, screen->root, mask, reinterpret_cast<const char*>(&message));
-    xcb_flush(connection());
-}
 
 QByteArray quoted(QByteArray text) {
     return '"' + text.replace('\\', "\\\\").replace('"', "\\\"") + '"';
@@ -49,7 +31,7 @@ void finishStartup(const QByteArray& startupId, const QWindow& window) {
     }
     // Sent in pieces of one event each; the NUL at the end is a part of it.
     const QByteArray text = "remove: ID=" + quoted(startupId) + '\0';
-    xcb_client_message_event_t piece = messageFrom(window, "_NET_STARTUP_INFO_BEGIN", 8);
+    xcb_client_message_event_t piece = messageAbout(window, "_NET_STARTUP_INFO_BEGIN", 8);
     constexpr qsizetype size = sizeof(piece.data.data8);
     for (qsizetype sent = 0; sent < text.size(); sent += size) {
         std::fill(std::begin(piece.data.data8), std::end(piece.data.data8), uint8_t(0));
@@ -65,10 +47,10 @@ void activate(const QWindow& window, xcb_timestamp_t time) {
         return;
     }
     constexpr uint32_t fromAnApplication = 1;
-    xcb_client_message_event_t message = messageFrom(window, "_NET_ACTIVE_WINDOW", 32);
+    xcb_client_message_event_t message = messageAbout(window, "_NET_ACTIVE_WINDOW", 32);
     message.data.data32[0] = fromAnApplication;
     message.data.data32[1] = time;
-    sendToRoot(message, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT);
+    sendToRoot(message, windowManagerEvents);
 }
 
 } // namespace driftwell::x11

@@ -10,13 +10,15 @@ MenuItem {
     // One of several, of which the chosen one is marked.
     property bool choice: false
     property bool chosen: false
+    // What does the same without the menu.
+    property string keys: ""
 
     implicitHeight: visible ? 30 : 0
     implicitWidth: 200
     leftPadding: 12
     rightPadding: 12
     // Qt Quick does not tell assistive technology that an entry is disabled.
-    Accessible.description: !enabled ? "Unavailable" : chosen ? "Chosen" : ""
+    Accessible.description: !enabled ? "Unavailable" : chosen ? "Chosen" : keys
 
     contentItem: AppText {
         text: entry.text
@@ -25,6 +27,13 @@ MenuItem {
         tone: !entry.enabled ? Tone.Faint : entry.destructive ? Tone.Danger : Tone.Primary
         Accessible.ignored: true
 
+        AppText {
+            anchors { right: parent.right; verticalCenter: parent.verticalCenter }
+            text: entry.keys
+            textStyle: TextStyle.Detail
+            tone: Tone.Faint
+            Accessible.ignored: true
+        }
         Symbol {
             anchors.verticalCenter: parent.verticalCenter
             visible: entry.chosen

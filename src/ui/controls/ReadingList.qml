@@ -52,7 +52,7 @@ ListView {
     Accessible.name: label
     onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) currentIndex = 0
 
-    ScrollBar.vertical: ScrollBar {}
+    ScrollBar.vertical: ListBar {}
 
     // After the list has taken the change.
     Timer {

@@ -32,5 +32,5 @@ Flickable {
     clip: interactive
     Window.onActiveFocusItemChanged: reveal(area.Window.activeFocusItem)
 
-    ScrollBar.vertical: ScrollBar {}
+    ScrollBar.vertical: ListBar {}
 }

@@ -20,15 +20,41 @@ FocusScope {
         }
     }
 
+    function toBeSaid(): string {
+        switch (model.phase) {
+        case DeploySheetModel.Confirm:
+            return model.nameStatusText;
+        case DeploySheetModel.Deploying:
+            return "";
+        case DeploySheetModel.Success:
+            return model.liveSite + " is live";
+        default:
+            return "Deploy failed. " + model.failure;
+        }
+    }
+
+    // A figure in what is said of the name grows older; that is not said again.
+    readonly property int nameStatus: model.nameStatus
+
     implicitHeight: phase.implicitHeight
-    Component.onCompleted: present()
+    onNameStatusChanged: announcement.text = toBeSaid()
+    Component.onCompleted: {
+        announcement.text = toBeSaid();
+        present();
+    }
 
     Connections {
         target: phases.model
 
         function onPhaseChanged(): void {
+            announcement.text = phases.toBeSaid();
             phases.present();
         }
+    }
+    Announcement {
+        id: announcement
+
+        text: ""
     }
     Loader {
         id: phase

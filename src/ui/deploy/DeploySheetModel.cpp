@@ -62,6 +62,10 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
     connect(&catalog, &Catalog::areSitesKnownChanged, this, &DeploySheetModel::nameChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::nameChanged);
+    // Since when the site is live that would be replaced; each poll renews it.
+    for (const auto signal : {&Connection::lastSyncChanged, &Connection::statusChanged}) {
+        connect(&connection, signal, this, &DeploySheetModel::nameChanged);
+    }
 }
 
 DeploySheetModel::NameStatus DeploySheetModel::nameStatus(const QString& trimmed, bool siteExists, bool areSitesKnown) {
@@ -294,14 +298,7 @@ QString DeploySheetModel::folderWarning() const {
     if (m_flow->fileCount() == 0) {
         return QStringLiteral("There is nothing in the folder to publish.");
     }
-    const StartPage& page = findings->startPage;
-    if (page.isThere) {
-        return {};
-    }
-    const QString missing = QStringLiteral("There is no index.html at the top, so the address has no page to show.");
-    return page.folder.empty()
-               ? missing
-               : missing + QStringLiteral(" The folder “%1” has one.").arg(QString::fromStdString(page.folder));
+    return findings->startPage.text();
 }
 
 QString DeploySheetModel::changesText(const std::optional<FileChanges>& changes) {

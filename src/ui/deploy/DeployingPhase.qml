@@ -24,6 +24,7 @@ ColumnLayout {
         Layout.fillWidth: true
         value: phase.model.progress
         Accessible.name: "Deployment"
+        Accessible.description: phase.model.percentText
 
         background: Rectangle {
             implicitHeight: 6

@@ -34,7 +34,7 @@ ColumnLayout {
         boundsBehavior: Flickable.StopAtBounds
         clip: true
 
-        ScrollBar.vertical: ScrollBar {}
+        ScrollBar.vertical: ListBar {}
 
         AppText {
             id: message

@@ -36,6 +36,7 @@ RowLayout {
         text: row.model.hostInput
         font.family: "monospace"
         Accessible.name: "Platform"
+        Accessible.description: row.model.hostError
         onTextEdited: row.model.hostInput = text
         // Not the button at the foot, which Return presses everywhere else.
         Keys.onReturnPressed: row.save()

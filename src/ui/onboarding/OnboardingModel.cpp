@@ -1,9 +1,11 @@
 #include "ui/onboarding/OnboardingModel.h"
 
 #include "core/Connection.h"
+#include "core/ConnectionTexts.h"
 #include "core/Gates.h"
 #include "core/SignIn.h"
 #include "desktop/DesktopServices.h"
+#include "platform/HostRefusal.h"
 #include "support/Concurrency.h"
 #include "tooling/CLIInstaller.h"
 
@@ -56,7 +58,8 @@ OnboardingModel::OnboardingModel(Connection& connection, SignIn& signIn, Gates& 
       m_cli(cli),
       m_desktop(desktop),
       m_launchAtLogin(loginItem) {
-    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::identityChanged}) {
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::identityChanged,
+                              &Connection::outageChanged, &Connection::isRetryingChanged}) {
         connect(&connection, signal, this, &OnboardingModel::changed);
     }
     for (const auto signal : {&SignIn::isSigningInChanged, &SignIn::signInErrorChanged}) {
@@ -231,6 +234,15 @@ QString OnboardingModel::accountText() const {
     return accountText(facts());
 }
 
+QString OnboardingModel::outage() const {
+    const bool isShown = account() == Account::Unreachable;
+    return isShown ? outageText(m_connection.config(), m_connection.outage()) : QString();
+}
+
+bool OnboardingModel::isRetrying() const {
+    return m_connection.isRetrying();
+}
+
 QString OnboardingModel::signInError() const {
     return m_signIn.signInError().value_or(QString());
 }
@@ -293,7 +305,14 @@ void OnboardingModel::installCli() {
 
 void OnboardingModel::setHostInput(const QString& text) {
     if (std::exchange(m_hostInput, text) != text) {
+        setHostError({});
         Q_EMIT hostInputChanged();
+    }
+}
+
+void OnboardingModel::setHostError(const QString& error) {
+    if (std::exchange(m_hostError, error) != error) {
+        Q_EMIT changed();
     }
 }
 
@@ -305,6 +324,7 @@ void OnboardingModel::setEditingHost(bool editing) {
 
 void OnboardingModel::editHost() {
     setHostInput(host());
+    setHostError({});
     setEditingHost(true);
 }
 
@@ -315,12 +335,22 @@ void OnboardingModel::saveHost() {
     }
     // What was not changed has lost its scheme on its way to the screen.
     const PlatformConfig shown = m_connection.config().value_or(PlatformConfig(defaultHost()));
-    m_connection.setHost(typed == shown.host() ? shown.origin() : typed);
-    setEditingHost(false);
+    const QString chosen = typed == shown.host() ? shown.origin() : typed;
+    const std::optional<QString> refusal = hostRefusal(chosen);
+    setHostError(refusal.value_or(QString()));
+    if (!refusal) {
+        m_connection.setHost(chosen);
+        setEditingHost(false);
+    }
 }
 
 void OnboardingModel::cancelHost() {
+    setHostError({});
     setEditingHost(false);
+}
+
+void OnboardingModel::retryNow() {
+    m_connection.retryNow();
 }
 
 void OnboardingModel::cancelSignIn() {

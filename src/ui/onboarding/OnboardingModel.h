@@ -32,6 +32,7 @@ class OnboardingModel final : public QObject {
     Q_PROPERTY(bool primaryEnabled READ primaryEnabled NOTIFY changed)
     Q_PROPERTY(bool editingHost READ isEditingHost NOTIFY changed)
     Q_PROPERTY(QString hostInput READ hostInput WRITE setHostInput NOTIFY hostInputChanged)
+    Q_PROPERTY(QString hostError READ hostError NOTIFY changed)
     Q_PROPERTY(QString host READ host NOTIFY changed)
     Q_PROPERTY(GitTools gitTools READ gitTools NOTIFY changed)
     Q_PROPERTY(CLI cli READ cli NOTIFY changed)
@@ -41,6 +42,8 @@ class OnboardingModel final : public QObject {
     Q_PROPERTY(driftwell::LaunchAtLogin* launchAtLogin READ launchAtLogin CONSTANT)
     Q_PROPERTY(Account account READ account NOTIFY changed)
     Q_PROPERTY(QString accountText READ accountText NOTIFY changed)
+    Q_PROPERTY(QString outage READ outage NOTIFY changed)
+    Q_PROPERTY(bool retrying READ isRetrying NOTIFY changed)
     Q_PROPERTY(QString signInError READ signInError NOTIFY changed)
 
 public:
@@ -113,6 +116,8 @@ public:
     [[nodiscard]] bool isEditingHost() const { return m_editingHost; }
     [[nodiscard]] QString hostInput() const { return m_hostInput; }
     void setHostInput(const QString& text);
+    /// Why what was to be saved is no platform; empty when nothing is wrong with it.
+    [[nodiscard]] QString hostError() const { return m_hostError; }
     [[nodiscard]] QString host() const;
     [[nodiscard]] GitTools gitTools() const;
     [[nodiscard]] CLI cli() const;
@@ -123,6 +128,10 @@ public:
     [[nodiscard]] LaunchAtLogin* launchAtLogin() { return &m_launchAtLogin; }
     [[nodiscard]] Account account() const;
     [[nodiscard]] QString accountText() const;
+    /// Why the platform is out of reach; empty when it is not.
+    [[nodiscard]] QString outage() const;
+    /// The platform is being asked just now.
+    [[nodiscard]] bool isRetrying() const;
     /// Empty when the last sign-in did not fail.
     [[nodiscard]] QString signInError() const;
 
@@ -133,9 +142,11 @@ public:
     Q_INVOKABLE void promptGitInstall();
     Q_INVOKABLE void installCli();
     Q_INVOKABLE void editHost();
-    /// Connects to what was typed; blanks leave everything as it is.
+    /// Connects to what was typed, unless that can be no platform: then hostError() says so. Blanks leave everything as
+    /// it is.
     Q_INVOKABLE void saveHost();
     Q_INVOKABLE void cancelHost();
+    Q_INVOKABLE void retryNow();
     Q_INVOKABLE void cancelSignIn();
 
 Q_SIGNALS:
@@ -147,6 +158,7 @@ private:
     [[nodiscard]] Facts facts() const;
     void enter(Step step);
     void setEditingHost(bool editing);
+    void setHostError(const QString& error);
 
     Connection& m_connection;
     SignIn& m_signIn;
@@ -157,6 +169,7 @@ private:
     Step m_step = Step::Welcome;
     bool m_editingHost = false;
     QString m_hostInput;
+    QString m_hostError;
     bool m_installPrompted = false;
     /// Of the look for git, which goes on while the step that shows it is open.
     std::stop_source m_probe;

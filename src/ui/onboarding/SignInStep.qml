@@ -85,6 +85,16 @@ ColumnLayout {
                     model: step.model
                 }
             }
+            AppText {
+                Layout.fillWidth: true
+                Layout.leftMargin: 86
+                visible: text !== ""
+                text: step.model.hostError
+                textStyle: TextStyle.Note
+                tone: Tone.Danger
+                wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                maximumLineCount: 4
+            }
             Rectangle {
                 Layout.fillWidth: true
                 implicitHeight: 1
@@ -106,6 +116,22 @@ ColumnLayout {
                     text: "Cancel"
                     onClicked: step.model.cancelSignIn()
                 }
+                PushButton {
+                    visible: step.model.account === OnboardingModel.Unreachable
+                    enabled: !step.model.retrying
+                    text: step.model.retrying ? "Retrying…" : "Retry now"
+                    onClicked: step.model.retryNow()
+                }
+            }
+            AppText {
+                Layout.fillWidth: true
+                Layout.leftMargin: 86
+                visible: text !== ""
+                text: step.model.outage
+                textStyle: TextStyle.Note
+                tone: Tone.Muted
+                wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                maximumLineCount: 4
             }
         }
     }

@@ -14,12 +14,18 @@ void KeyboardFocus::follow() {
         Q_EMIT left();
     } else if (item != nullptr && m_view.rootObject() != nullptr && m_view.rootObject()->isAncestorOf(item)) {
         m_last = item;
+        m_wasInView = true;
     }
 }
 
 void KeyboardFocus::restore() {
-    if (m_view.activeFocusItem() == m_view.contentItem() && m_last && m_last->isVisible() && m_last->isEnabled()) {
+    if (m_view.activeFocusItem() != m_view.contentItem()) {
+        return;
+    }
+    if (m_last && m_last->isVisible() && m_last->isEnabled()) {
         m_last->forceActiveFocus();
+    } else if (m_wasInView && m_view.rootObject() != nullptr) {
+        m_view.rootObject()->forceActiveFocus();
     }
 }
 

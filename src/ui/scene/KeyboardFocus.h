@@ -7,8 +7,8 @@
 
 namespace driftwell {
 
-/// Gives the keyboard back to what had it before a menu or a sheet, when that has closed. Qt Quick does so for its own
-/// ApplicationWindow alone.
+/// Gives the keyboard back to what had it before a menu or a sheet, when that has closed; where that is gone meanwhile,
+/// to where the view itself has it. Qt Quick does so for its own ApplicationWindow alone.
 class KeyboardFocus final : public QObject {
     Q_OBJECT
 
@@ -27,6 +27,7 @@ private:
     QQuickView& m_view;
     /// The last in the view itself, not in a popup over it.
     QPointer<QQuickItem> m_last;
+    bool m_wasInView = false;
 };
 
 } // namespace driftwell

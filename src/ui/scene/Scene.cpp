@@ -1,5 +1,7 @@
 #include "ui/scene/Scene.h"
 
+#include "ui/scene/AccessibleItem.h"
+
 #include <QQmlError>
 #include <QQuickStyle>
 #include <QQuickWindow>
@@ -42,6 +44,7 @@ Scene::Scene(WindowServices& desktop, DW::Token background) : m_engine(std::make
     static std::once_flag chosen;
     std::call_once(chosen, chooseRenderer);
     qml_register_types_Driftwell();
+    AccessibleItem::install();
     m_engine->addImportPath(QStringLiteral("qrc:/driftwell"));
     DW::provideDesktop(*m_engine, desktop);
 

@@ -23,10 +23,19 @@ SettingsSection {
             placeholderText: section.model.exampleHost
             font.family: "monospace"
             Accessible.name: "Server"
-            Accessible.description: section.model.hostChanged ? section.model.applyHint : ""
+            Accessible.description: section.model.hostError !== "" ? section.model.hostError : section.model.hostChanged ? section.model.applyHint : ""
             onTextEdited: section.model.hostInput = text
             onAccepted: section.model.applyHost()
         }
+    }
+    AppText {
+        Layout.fillWidth: true
+        visible: text !== ""
+        text: section.model.hostError
+        textStyle: TextStyle.Caption
+        tone: Tone.Danger
+        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+        maximumLineCount: 4
     }
     RowLayout {
         Layout.fillWidth: true

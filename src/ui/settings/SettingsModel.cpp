@@ -3,6 +3,7 @@
 #include "core/Connection.h"
 #include "core/Format.h"
 #include "core/SignIn.h"
+#include "platform/HostRefusal.h"
 #include "support/Concurrency.h"
 #include "tooling/CLIInstaller.h"
 #include "tooling/Updater.h"
@@ -79,12 +80,18 @@ QString SettingsModel::exampleHost() {
 void SettingsModel::setHostInput(const QString& text) {
     if (m_hostInput != text) {
         m_hostInput = text;
+        m_hostError.clear();
         Q_EMIT hostInputChanged();
     }
 }
 
 void SettingsModel::applyHost() {
     if (!hostChanged()) {
+        return;
+    }
+    if (const std::optional<QString> refusal = hostRefusal(m_hostInput.trimmed())) {
+        m_hostError = *refusal;
+        Q_EMIT hostInputChanged();
         return;
     }
     m_connection.setHost(m_hostInput);

@@ -28,6 +28,7 @@ class SettingsModel final : public QObject {
     QML_UNCREATABLE("made with the window")
     Q_PROPERTY(QString hostInput READ hostInput WRITE setHostInput NOTIFY hostInputChanged)
     Q_PROPERTY(bool hostChanged READ hostChanged NOTIFY hostInputChanged)
+    Q_PROPERTY(QString hostError READ hostError NOTIFY hostInputChanged)
     Q_PROPERTY(QString applyHint READ applyHint CONSTANT)
     Q_PROPERTY(QString exampleHost READ exampleHost CONSTANT)
     Q_PROPERTY(Account account READ account NOTIFY accountChanged)
@@ -86,6 +87,8 @@ public:
     [[nodiscard]] QString hostInput() const { return m_hostInput; }
     void setHostInput(const QString& text);
     [[nodiscard]] bool hostChanged() const;
+    /// Why what was to be applied is no platform; empty when nothing is wrong with it.
+    [[nodiscard]] QString hostError() const { return m_hostError; }
     [[nodiscard]] static QString applyHint();
     /// Stands in the empty field.
     [[nodiscard]] static QString exampleHost();
@@ -114,7 +117,8 @@ public:
 
     [[nodiscard]] LaunchAtLogin* launchAtLogin() { return &m_launchAtLogin; }
 
-    /// Connects to the draft's host, and shows it as it is written then. Does nothing unless hostChanged().
+    /// Connects to the draft's host, and shows it as it is written then, unless that can be no platform: then
+    /// hostError() says so. Does nothing unless hostChanged().
     Q_INVOKABLE void applyHost();
     Q_INVOKABLE void signIn();
     Q_INVOKABLE void cancelSignIn();
@@ -138,6 +142,7 @@ private:
     Updater& m_updater;
     LaunchAtLogin m_launchAtLogin;
     QString m_hostInput;
+    QString m_hostError;
 };
 
 } // namespace driftwell

@@ -33,15 +33,14 @@ ColumnLayout {
             spacing: 8
         }
     }
-    AppText {
+    CodeText {
         Layout.fillWidth: true
         Layout.leftMargin: 4
         Layout.rightMargin: 4
-        visible: text !== ""
-        text: section.footer
+        visible: source !== ""
+        source: section.footer
         textStyle: TextStyle.Caption
         tone: Tone.Muted
-        wrapMode: Text.Wrap
         lineHeight: 1.2
     }
 }

@@ -83,6 +83,10 @@ void SignInModel::signOut() {
     m_signIn.signOut();
 }
 
+void SignInModel::changePlatform() {
+    Q_EMIT platformChangeRequested();
+}
+
 QString SignInModel::personName() const {
     return hasIdentity() ? m_connection.identity()->name : QString();
 }

@@ -54,9 +54,12 @@ public:
     Q_INVOKABLE void signIn();
     Q_INVOKABLE void cancelSignIn();
     Q_INVOKABLE void signOut();
+    /// It is another platform that the person means.
+    Q_INVOKABLE void changePlatform();
 
 Q_SIGNALS:
     void changed();
+    void platformChangeRequested();
 
 private:
     Connection& m_connection;

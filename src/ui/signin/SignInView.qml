@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Layouts
 import Driftwell
 
-Item {
+// What can be done next has the keyboard.
+FocusScope {
     id: view
 
     required property SignInModel model
@@ -78,6 +79,7 @@ Item {
             }
             PushButton {
                 text: "Cancel"
+                focus: view.model.action === SignInModel.Cancel
                 onClicked: view.model.cancelSignIn()
             }
         }
@@ -86,6 +88,7 @@ Item {
             Layout.topMargin: 4
             visible: view.model.action === SignInModel.SignOut
             text: "Sign out"
+            focus: view.model.action === SignInModel.SignOut
             onClicked: view.model.signOut()
         }
         PushButton {
@@ -93,6 +96,7 @@ Item {
             Layout.topMargin: 4
             visible: view.model.action === SignInModel.SignIn
             text: "Sign in…"
+            focus: view.model.action === SignInModel.SignIn
             prominent: true
             onClicked: view.model.signIn()
         }
@@ -105,12 +109,17 @@ Item {
             textStyle: TextStyle.Note
             tone: Tone.Danger
         }
-        AppText {
+        SmallButton {
+            Layout.alignment: Qt.AlignHCenter
+            visible: view.model.action !== SignInModel.Cancel
+            text: "Change platform…"
+            onClicked: view.model.changePlatform()
+        }
+        CodeText {
             Layout.fillWidth: true
             Layout.topMargin: 4
             horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.Wrap
-            text: "The same session `dw login` uses — sign in once for both."
+            source: "The same session `dw login` uses — sign in once for both."
             textStyle: TextStyle.Caption
             tone: Tone.Faint
         }

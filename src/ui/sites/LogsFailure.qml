@@ -35,7 +35,7 @@ ColumnLayout {
         boundsBehavior: Flickable.StopAtBounds
         clip: true
 
-        ScrollBar.vertical: ScrollBar {}
+        ScrollBar.vertical: ListBar {}
 
         AppText {
             id: message

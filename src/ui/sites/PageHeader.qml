@@ -18,11 +18,41 @@ RowLayout {
             textStyle: TextStyle.PageTitle
             Accessible.role: Accessible.Heading
         }
-        AppText {
-            Layout.fillWidth: true
-            text: header.model.subtitle
-            textStyle: TextStyle.Callout
-            tone: Tone.Muted
+        RowLayout {
+            spacing: 7
+
+            Spinner {
+                visible: header.model.loading
+                size: 12
+            }
+            AppText {
+                Layout.fillWidth: true
+                text: header.model.subtitle
+                textStyle: TextStyle.Callout
+                tone: Tone.Muted
+            }
+        }
+    }
+    IconButton {
+        id: more
+
+        symbol: "ellipsis"
+        label: "More"
+        onClicked: menu.popup(more, 0, more.height + 4)
+
+        ChoiceMenu {
+            id: menu
+
+            MenuEntry {
+                text: "Refresh"
+                keys: "F5"
+                onTriggered: header.model.refresh()
+            }
+            MenuEntry {
+                text: "Keyboard Shortcuts"
+                keys: "F1"
+                onTriggered: header.model.keysRequested()
+            }
         }
     }
     PushButton {

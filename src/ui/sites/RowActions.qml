@@ -6,6 +6,8 @@ Item {
     id: actions
 
     required property SiteRow row
+    // The buttons of a row that the pointer rests on are no stop for the keyboard, which is elsewhere.
+    readonly property int policy: row.current ? Qt.StrongFocus : Qt.NoFocus
 
     RowButton {
         id: settle
@@ -19,10 +21,10 @@ Item {
         enabled: !actions.row.busy
         opacity: enabled ? 1 : 0.45
         text: actions.row.collabAction
+        focusPolicy: actions.policy
         Accessible.name: text + " " + actions.row.name
         onClicked: {
-            if (visualFocus)
-                actions.row.takeKeyboard();
+            actions.row.takeKeyboard();
             actions.row.model.settleFolder(actions.row.name);
         }
     }
@@ -35,6 +37,7 @@ Item {
 
         RowButton {
             text: "Open"
+            focusPolicy: actions.policy
             Accessible.name: "Open " + actions.row.name
             onClicked: actions.row.model.open(actions.row.name)
         }
@@ -42,10 +45,10 @@ Item {
             text: "Share"
             symbol: "person.badge.plus"
             prominent: true
+            focusPolicy: actions.policy
             Accessible.name: "Share " + actions.row.name
             onClicked: {
-                if (visualFocus)
-                    actions.row.takeKeyboard();
+                actions.row.takeKeyboard();
                 actions.row.model.share(actions.row.name);
             }
         }
@@ -53,6 +56,7 @@ Item {
             symbol: "ellipsis"
             label: "More for " + actions.row.name
             tip: ""
+            focusPolicy: actions.policy
             onClicked: actions.row.showMenu(Qt.point(actions.row.width - 220, actions.row.height - 6))
         }
     }

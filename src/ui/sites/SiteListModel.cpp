@@ -30,9 +30,11 @@ SiteListModel::SiteListModel(Connection& connection, Catalog& catalog, Deploymen
     for (const auto signal : {&Catalog::sitesChanged, &Catalog::filterChanged}) {
         connect(&catalog, signal, this, &SiteListModel::textsChanged);
     }
+    connect(&catalog, &Catalog::areSitesKnownChanged, this, &SiteListModel::textsChanged);
     for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
         connect(&connection, signal, this, &SiteListModel::pausedChanged);
     }
+    connect(&connection, &Connection::statusChanged, this, &SiteListModel::followStatus);
     connect(&catalog, &Catalog::sortOrderChanged, this, &SiteListModel::sortOrderChanged);
     // What was asked for one platform or person is not for another.
     for (const auto signal : {&Connection::configChanged, &Connection::identityChanged}) {
@@ -45,12 +47,25 @@ QString SiteListModel::subtitle(qsizetype shown, qsizetype total, const QString&
     return filter.isEmpty() ? all : QStringLiteral("%1 of %2").arg(shown).arg(all);
 }
 
+void SiteListModel::followStatus() {
+    if (!m_catalog.areSitesKnown()) {
+        Q_EMIT textsChanged();
+    }
+}
+
+bool SiteListModel::isLoading() const {
+    return !m_catalog.areSitesKnown() && m_connection.status().kind == ConnectionStatus::Kind::Connecting;
+}
+
 QString SiteListModel::subtitle() const {
+    if (!m_catalog.areSitesKnown()) {
+        return isLoading() ? QStringLiteral("Loading projects…") : QStringLiteral("Not loaded yet");
+    }
     return subtitle(m_sites.rowCount(), m_catalog.sites().size(), m_catalog.filter());
 }
 
 QString SiteListModel::nothingMatches() const {
-    return m_sites.rowCount() > 0 || m_catalog.filter().isEmpty()
+    return m_sites.rowCount() > 0 || m_catalog.filter().isEmpty() || !m_catalog.areSitesKnown()
                ? QString()
                : QStringLiteral("No projects match “%1”").arg(m_catalog.filter());
 }
@@ -78,6 +93,10 @@ void SiteListModel::sortByTime() {
 
 void SiteListModel::chooseFolderAndDeploy() {
     m_newProject.chooseFolderAndDeploy();
+}
+
+void SiteListModel::refresh() {
+    m_connection.refresh();
 }
 
 void SiteListModel::open(const QString& name) {

@@ -26,6 +26,7 @@ class SiteListModel final : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made by the window's model")
     Q_PROPERTY(QString subtitle READ subtitle NOTIFY textsChanged)
+    Q_PROPERTY(bool loading READ isLoading NOTIFY textsChanged)
     Q_PROPERTY(QString nothingMatches READ nothingMatches NOTIFY textsChanged)
     Q_PROPERTY(bool newProjectEnabled READ isNewProjectEnabled NOTIFY pausedChanged)
     Q_PROPERTY(bool paused READ isPaused NOTIFY pausedChanged)
@@ -43,7 +44,10 @@ public:
     /// How many sites there are, and how many of them the filter shows.
     [[nodiscard]] static QString subtitle(qsizetype shown, qsizetype total, const QString& filter);
 
+    /// The same, once the platform has told; until then what is waited for.
     [[nodiscard]] QString subtitle() const;
+    /// A connection is being made, and no list has come yet.
+    [[nodiscard]] bool isLoading() const;
     /// Takes the table's place when the filter matches nothing; empty otherwise.
     [[nodiscard]] QString nothingMatches() const;
     [[nodiscard]] bool isNewProjectEnabled() const { return !isPaused(); }
@@ -57,6 +61,8 @@ public:
     Q_INVOKABLE void sortByName();
     Q_INVOKABLE void sortByTime();
     Q_INVOKABLE void chooseFolderAndDeploy();
+    /// Asks the platform now, and not only when its turn comes.
+    Q_INVOKABLE void refresh();
 
     // What a row offers, by the name of its site: rows move while a menu is open. For a site that has just gone they do
     // nothing.
@@ -90,6 +96,8 @@ Q_SIGNALS:
     void pausedChanged();
     void sortOrderChanged();
     void logsChanged();
+    /// The list of keys is asked for, which belongs to the window.
+    void keysRequested();
     // The sheets of a site belong to the window.
     void shareRequested(const driftwell::SiteInfo& site);
     void historyRequested(const driftwell::SiteInfo& site);
@@ -97,6 +105,7 @@ Q_SIGNALS:
     void deletionRequested(const driftwell::SiteInfo& site);
 
 private:
+    void followStatus();
     void replaceLogs(LogsModel* logs);
     [[nodiscard]] std::optional<CollabState::Kind> folderState(const QString& name) const;
 

@@ -24,7 +24,10 @@ Item {
     required property SiteMenu menu
     required property Item page
     required property real actionsWidth
-    readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
+    required property real updatedWidth
+    required property real sharingWidth
+    readonly property bool selected: ListView.isCurrentItem
+    readonly property bool current: selected && ListView.view.activeFocus
     readonly property bool hovered: hover.hovered || (menu.visible && menu.site === name)
     readonly property bool actionsShown: hovered || current || actions.activeFocus
     readonly property bool roomy: actionsWidth >= 306
@@ -48,6 +51,8 @@ Item {
     Accessible.name: name
     Accessible.description: chipShown ? collabLabel : updatedText
     Accessible.focusable: true
+    Accessible.selectable: true
+    Accessible.selected: selected
     // A row that waits for its next site is not there for a screen reader either.
     ListView.onPooled: visible = false
     ListView.onReused: visible = true
@@ -58,20 +63,27 @@ Item {
     HoverHandler {
         id: hover
     }
-    TapHandler {
-        acceptedButtons: Qt.LeftButton
-        onTapped: row.ListView.view.currentIndex = row.index
-    }
-    TapHandler {
-        acceptedButtons: Qt.RightButton
-        onTapped: eventPoint => row.showMenu(eventPoint.position)
+    // Below the buttons, which keep their clicks to themselves.
+    MouseArea {
+        anchors.fill: parent
+        acceptedButtons: Qt.LeftButton | Qt.RightButton
+        onPressed: row.takeKeyboard()
+        onClicked: mouse => {
+            if (mouse.button === Qt.RightButton)
+                row.showMenu(Qt.point(mouse.x, mouse.y));
+        }
+        onDoubleClicked: mouse => {
+            if (mouse.button === Qt.LeftButton)
+                row.model.open(row.name);
+        }
     }
     Rectangle {
         anchors.fill: parent
         anchors.leftMargin: 1
         anchors.rightMargin: 1
-        color: DW.textPrimary
-        opacity: row.hovered ? 0.03 : 0
+        visible: row.selected || row.hovered
+        color: row.selected ? DW.accent : DW.textPrimary
+        opacity: row.current ? 0.08 : row.selected ? 0.04 : 0.03
     }
     Rectangle {
         anchors.fill: parent
@@ -121,7 +133,7 @@ Item {
         Item {
             id: updated
 
-            Layout.preferredWidth: 160
+            Layout.preferredWidth: row.updatedWidth
             Layout.fillHeight: true
 
             RowLayout {
@@ -147,7 +159,7 @@ Item {
             }
         }
         Item {
-            Layout.preferredWidth: 140
+            Layout.preferredWidth: row.sharingWidth
             Layout.fillHeight: true
 
             SharingLabel {

@@ -7,6 +7,8 @@ RowLayout {
 
     required property SiteListModel model
     required property real actionsWidth
+    required property real updatedWidth
+    required property real sharingWidth
 
     spacing: 0
 
@@ -24,7 +26,7 @@ RowLayout {
         }
     }
     Item {
-        Layout.preferredWidth: 160
+        Layout.preferredWidth: header.updatedWidth
         implicitHeight: byTime.implicitHeight
 
         SortButton {
@@ -36,7 +38,7 @@ RowLayout {
         }
     }
     Item {
-        Layout.preferredWidth: 140
+        Layout.preferredWidth: header.sharingWidth
         implicitHeight: byName.implicitHeight
 
         AppText {

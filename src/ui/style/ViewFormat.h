@@ -13,6 +13,11 @@ namespace Format {
 /// The colour of a person or thing: always the same for the same seed, on dark and light.
 [[nodiscard]] QColor seedColor(const QString& seed);
 
+/// A text as HTML in which what stands between backticks stands out.
+[[nodiscard]] QString codeMarked(const QString& text);
+/// The same text as it is read aloud.
+[[nodiscard]] QString codeUnmarked(const QString& text);
+
 } // namespace Format
 
 /// What views need of Format, which in QML is this singleton.
@@ -26,6 +31,8 @@ public:
     [[nodiscard]] Q_INVOKABLE static QString firstCharacter(const QString& text) {
         return Format::firstCharacter(text);
     }
+    [[nodiscard]] Q_INVOKABLE static QString codeMarked(const QString& text) { return Format::codeMarked(text); }
+    [[nodiscard]] Q_INVOKABLE static QString codeUnmarked(const QString& text) { return Format::codeUnmarked(text); }
     [[nodiscard]] Q_INVOKABLE static QColor seedColor(const QString& seed) { return Format::seedColor(seed); }
 };
 

@@ -18,7 +18,8 @@ bool isOutOfReach(const ConnectionStatus& status) {
 ConnectionBannerModel::ConnectionBannerModel(Connection& connection, LocalPlatform& localPlatform,
                                              LocalServerController& server, QObject* parent)
     : QObject(parent), m_connection(connection), m_localPlatform(localPlatform), m_server(server) {
-    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
+    for (const auto signal : {&Connection::statusChanged, &Connection::configChanged, &Connection::outageChanged,
+                              &Connection::isRetryingChanged}) {
         connect(&connection, signal, this, &ConnectionBannerModel::changed);
     }
     connect(&localPlatform, &LocalPlatform::localRepoChanged, this, &ConnectionBannerModel::changed);
@@ -58,8 +59,17 @@ QString ConnectionBannerModel::text(const Phase& phase, const Config& config, in
     Q_UNREACHABLE();
 }
 
+QString ConnectionBannerModel::spoken(const Phase& phase, const Config& config) {
+    const bool isCountedDown = phase.kind == Phase::Kind::Idle || phase.kind == Phase::Kind::Running;
+    return isCountedDown ? QStringLiteral("deploys are paused") : text(phase, config, 0);
+}
+
 bool ConnectionBannerModel::isBootOffered(const Phase& phase, const Config& config) {
     return config && config->isLocal() && (phase.kind == Phase::Kind::Idle || phase.kind == Phase::Kind::Failed);
+}
+
+bool ConnectionBannerModel::isRetried(const ConnectionStatus& status, const Phase& phase) {
+    return isOutOfReach(status) && (phase.kind == Phase::Kind::Idle || phase.kind == Phase::Kind::Running);
 }
 
 bool ConnectionBannerModel::isVisible() const {
@@ -79,6 +89,26 @@ QString ConnectionBannerModel::text() const {
     return text(m_server.phase(), m_connection.config(), isOutOfReach(status) ? status.retryIn : 0);
 }
 
+QString ConnectionBannerModel::reason() const {
+    return isRetryOffered() ? outageText(m_connection.config(), m_connection.outage()) : QString();
+}
+
+bool ConnectionBannerModel::isRetryOffered() const {
+    return isRetried(m_connection.status(), m_server.phase());
+}
+
+bool ConnectionBannerModel::isRetrying() const {
+    return m_connection.isRetrying();
+}
+
+bool ConnectionBannerModel::isPlatformChangeOffered() const {
+    return isOutOfReach(m_connection.status()) && !m_connection.wasReached();
+}
+
+QString ConnectionBannerModel::spoken() const {
+    return spoken(m_server.phase(), m_connection.config());
+}
+
 QString ConnectionBannerModel::offer() const {
     if (!isBootOffered(m_server.phase(), m_connection.config())) {
         return {};
@@ -88,6 +118,10 @@ QString ConnectionBannerModel::offer() const {
 
 void ConnectionBannerModel::acceptOffer() {
     m_localPlatform.startOrChooseRepo();
+}
+
+void ConnectionBannerModel::retryNow() {
+    m_connection.retryNow();
 }
 
 } // namespace driftwell

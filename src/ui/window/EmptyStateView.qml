@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Driftwell
 
-Item {
+FocusScope {
     id: view
 
     required property MainWindowModel model
@@ -47,6 +47,7 @@ Item {
             Layout.topMargin: 8
             text: "Choose a folder…"
             prominent: true
+            focus: true
             onClicked: view.model.chooseFolderAndDeploy()
         }
     }

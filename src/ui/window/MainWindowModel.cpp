@@ -9,8 +9,10 @@
 #include "core/Gates.h"
 #include "core/LocalPlatform.h"
 #include "core/NewProject.h"
+#include "core/RunningWork.h"
 #include "core/SignIn.h"
 #include "core/SiteOperations.h"
+#include "platform/HostRefusal.h"
 #include "platform/PlatformClient.h"
 
 #include <utility>
@@ -32,6 +34,11 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop, Sleep
       m_gitInstall(state.gates(), state.desktop(), nullptr),
       m_content(presentContent()) {
     connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::hostChanged);
+    // One was chosen, here or elsewhere.
+    connect(&state.connection(), &Connection::configChanged, this, &MainWindowModel::keepPlatform);
+    connect(&m_toolbar, &ToolbarModel::settingsRequested, this, &MainWindowModel::settingsRequested);
+    connect(&m_toolbar, &ToolbarModel::signOutRequested, this, &MainWindowModel::askToSignOut);
+    connect(&m_signIn, &SignInModel::platformChangeRequested, this, &MainWindowModel::choosePlatform);
     for (const auto signal : {&Connection::statusChanged, &Connection::configChanged}) {
         connect(&state.connection(), signal, this, &MainWindowModel::followStatus);
     }
@@ -48,6 +55,8 @@ MainWindowModel::MainWindowModel(AppState& state, WindowServices& desktop, Sleep
     connect(&state.gates(), &Gates::showGitInstallSheetChanged, this, &MainWindowModel::gitInstallChanged);
     listAlerts();
     connectSiteSheets();
+    connect(&m_siteList, &SiteListModel::keysRequested, this, &MainWindowModel::showKeys);
+    connect(&m_keys, &KeyListModel::closed, this, [this] { setKeysShown(false); });
     connect(&state.deployments(), &Deployments::deployFlowChanged, this, &MainWindowModel::followDeployFlow);
     followDeployFlow();
 }
@@ -126,6 +135,9 @@ MainWindowModel::Content MainWindowModel::presentContent() const {
     if (m_state.gates().needsOnboarding()) {
         return Content::Onboarding;
     }
+    if (m_choosingPlatform) {
+        return Content::NoHost;
+    }
     return content(m_state.connection().status().kind, !m_state.catalog().sites().isEmpty(),
                    !m_state.catalog().filter().isEmpty());
 }
@@ -162,6 +174,47 @@ void MainWindowModel::followDeployFlow() {
     if (old != nullptr) {
         // After its sheet, which is on its way out.
         old->deleteLater();
+    }
+}
+
+void MainWindowModel::askToQuit() {
+    ask(WorkQuestion::Intent::Quit);
+}
+
+void MainWindowModel::askToSignOut() {
+    if (RunningWork::of(m_state).isEmpty()) {
+        m_state.signIn().signOut();
+    } else {
+        ask(WorkQuestion::Intent::SignOut);
+    }
+}
+
+void MainWindowModel::ask(WorkQuestion::Intent intent) {
+    if (m_question != nullptr && m_question->intent() == intent) {
+        return;
+    }
+    endQuestion();
+    m_question = new WorkQuestion(intent, m_state, this);
+    connect(m_question, &WorkQuestion::confirmed, this, &MainWindowModel::confirmQuestion);
+    connect(m_question, &WorkQuestion::cancelled, this, &MainWindowModel::endQuestion);
+    Q_EMIT questionChanged();
+}
+
+void MainWindowModel::endQuestion() {
+    if (WorkQuestion* const old = std::exchange(m_question, nullptr)) {
+        Q_EMIT questionChanged();
+        // After its sheet, which is on its way out.
+        old->deleteLater();
+    }
+}
+
+void MainWindowModel::confirmQuestion() {
+    const WorkQuestion::Intent intent = m_question->intent();
+    endQuestion();
+    if (intent == WorkQuestion::Intent::Quit) {
+        Q_EMIT quitConfirmed();
+    } else {
+        m_state.signIn().signOut();
     }
 }
 
@@ -237,7 +290,51 @@ void MainWindowModel::drop(const std::filesystem::path& folder) {
 }
 
 void MainWindowModel::setHost(const QString& host) {
-    m_state.connection().setHost(host);
+    const QString typed = host.trimmed();
+    if (typed.isEmpty()) {
+        return;
+    }
+    const std::optional<QString> refusal = hostRefusal(typed);
+    setHostError(refusal.value_or(QString()));
+    if (!refusal) {
+        m_state.connection().setHost(typed);
+        // Also when it is the one of before.
+        keepPlatform();
+    }
+}
+
+void MainWindowModel::clearHostError() {
+    setHostError({});
+}
+
+void MainWindowModel::setHostError(const QString& error) {
+    if (std::exchange(m_hostError, error) != error) {
+        Q_EMIT hostErrorChanged();
+    }
+}
+
+QString MainWindowModel::presentPlatform() const {
+    const std::optional<PlatformConfig> config = m_state.connection().config();
+    if (!config) {
+        return {};
+    }
+    return config->isReadable() ? config->origin() : config->host();
+}
+
+void MainWindowModel::choosePlatform() {
+    setChoosingPlatform(true);
+}
+
+void MainWindowModel::keepPlatform() {
+    setChoosingPlatform(false);
+}
+
+void MainWindowModel::setChoosingPlatform(bool choosing) {
+    if (std::exchange(m_choosingPlatform, choosing) != choosing) {
+        clearHostError();
+        Q_EMIT choosingPlatformChanged();
+        followStatus();
+    }
 }
 
 void MainWindowModel::chooseRepoAndRunLocalPlatform() {
@@ -246,6 +343,12 @@ void MainWindowModel::chooseRepoAndRunLocalPlatform() {
 
 void MainWindowModel::chooseFolderAndDeploy() {
     m_state.newProject().chooseFolderAndDeploy();
+}
+
+void MainWindowModel::setKeysShown(bool shown) {
+    if (std::exchange(m_keysShown, shown) != shown) {
+        Q_EMIT keysChanged();
+    }
 }
 
 void MainWindowModel::setDropTargeted(bool targeted) {

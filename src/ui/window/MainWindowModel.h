@@ -10,9 +10,11 @@
 #include "ui/sites/SiteListModel.h"
 #include "ui/window/Alerts.h"
 #include "ui/window/ConnectionBannerModel.h"
+#include "ui/window/KeyListModel.h"
 #include "ui/window/RelinkBannerModel.h"
 #include "ui/window/SiteSheets.h"
 #include "ui/window/ToolbarModel.h"
+#include "ui/window/WorkQuestion.h"
 
 #include <QObject>
 #include <QString>
@@ -41,9 +43,14 @@ class MainWindowModel final : public QObject {
     Q_PROPERTY(driftwell::OnboardingModel* onboarding READ onboarding NOTIFY contentChanged)
     Q_PROPERTY(driftwell::DeploySheetModel* deploySheet READ deploySheet NOTIFY deploySheetChanged)
     Q_PROPERTY(driftwell::GitInstallModel* gitInstall READ gitInstall NOTIFY gitInstallChanged)
+    Q_PROPERTY(driftwell::WorkQuestion* question READ question NOTIFY questionChanged)
     Q_PROPERTY(driftwell::Alerts* alert READ alert NOTIFY alertChanged)
+    Q_PROPERTY(driftwell::KeyListModel* keys READ keys NOTIFY keysChanged)
     Q_PROPERTY(QString host READ host NOTIFY hostChanged)
     Q_PROPERTY(QString exampleHost READ exampleHost CONSTANT)
+    Q_PROPERTY(bool choosingPlatform READ isChoosingPlatform NOTIFY choosingPlatformChanged)
+    Q_PROPERTY(QString presentPlatform READ presentPlatform NOTIFY hostChanged)
+    Q_PROPERTY(QString hostError READ hostError NOTIFY hostErrorChanged)
     Q_PROPERTY(QString localSetupError READ localSetupError NOTIFY localSetupErrorChanged)
     Q_PROPERTY(driftwell::ConnectionBannerModel* banner READ banner CONSTANT)
     Q_PROPERTY(driftwell::RelinkBannerModel* relinkBanner READ relinkBanner CONSTANT)
@@ -81,6 +88,13 @@ public:
     /// Stands in the empty field for a platform's host.
     [[nodiscard]] static QString exampleHost();
 
+    /// The person has asked for the form for a platform while there is one.
+    [[nodiscard]] bool isChoosingPlatform() const { return m_choosingPlatform; }
+    /// As it can be typed; empty without a platform.
+    [[nodiscard]] QString presentPlatform() const;
+    /// Why what was typed last is no platform; empty when it may be one.
+    [[nodiscard]] QString hostError() const { return m_hostError; }
+
     /// Why the checkout that was chosen last is none; empty when there is nothing to tell.
     [[nodiscard]] QString localSetupError() const;
 
@@ -103,11 +117,28 @@ public:
     /// Opens a deployment of a dropped folder.
     void drop(const std::filesystem::path& folder);
 
+    /// Asks whether the application is to end while something is under way; quitConfirmed() where it is.
+    void askToQuit();
+    /// Signs out; while something is under way, after a question.
+    void askToSignOut();
+    /// Null while nothing is asked.
+    [[nodiscard]] WorkQuestion* question() const { return m_question; }
+
     /// Null while there is no failure to tell.
     [[nodiscard]] Alerts* alert() { return m_alerts.isPending() ? &m_alerts : nullptr; }
     [[nodiscard]] const Alerts& alerts() const { return m_alerts; }
 
+    /// Null while the list of keys is not asked for.
+    [[nodiscard]] KeyListModel* keys() { return m_keysShown ? &m_keys : nullptr; }
+
+    Q_INVOKABLE void showKeys() { setKeysShown(true); }
+    /// Connects to the platform, unless what was typed can be none: then hostError() says so.
     Q_INVOKABLE void setHost(const QString& host);
+    /// Something else is being typed.
+    Q_INVOKABLE void clearHostError();
+    Q_INVOKABLE void choosePlatform();
+    /// Leaves the present platform as it is.
+    Q_INVOKABLE void keepPlatform();
     Q_INVOKABLE void chooseRepoAndRunLocalPlatform();
     Q_INVOKABLE void chooseFolderAndDeploy();
 
@@ -116,18 +147,31 @@ Q_SIGNALS:
     void deploySheetChanged();
     void gitInstallChanged();
     void hostChanged();
+    void choosingPlatformChanged();
+    void hostErrorChanged();
     void localSetupErrorChanged();
     void dropChanged();
     void alertChanged();
+    void questionChanged();
+    /// The person wants the application to end, whatever is under way.
+    void quitConfirmed();
+    void settingsRequested();
+    void keysChanged();
 
 private:
     [[nodiscard]] Content presentContent() const;
+    void setChoosingPlatform(bool choosing);
+    void setHostError(const QString& error);
     [[nodiscard]] bool isSomethingInTheWay() const;
     void listAlerts();
     void connectSiteSheets();
+    void ask(WorkQuestion::Intent intent);
+    void endQuestion();
+    void confirmQuestion();
     void followStatus();
     void followOnboarding();
     void followDeployFlow();
+    void setKeysShown(bool shown);
 
     AppState& m_state;
     WindowServices& m_desktop;
@@ -141,7 +185,12 @@ private:
     Alerts m_alerts{nullptr};
     OnboardingModel* m_onboarding = nullptr;
     DeploySheetModel* m_deploySheet = nullptr;
+    WorkQuestion* m_question = nullptr;
+    bool m_choosingPlatform = false;
+    QString m_hostError;
     Content m_content;
+    KeyListModel m_keys{nullptr};
+    bool m_keysShown = false;
     bool m_dropTargeted = false;
     /// The names of the folders that hover, where there are several.
     QStringList m_hovering;

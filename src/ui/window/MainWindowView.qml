@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Driftwell
 
 // The window: bar, banner, content, and what lies over them.
-Rectangle {
+FocusScope {
     id: root
 
     required property MainWindowModel model
@@ -26,8 +26,13 @@ Rectangle {
         }
     }
 
-    color: DW.canvas
+    focus: true
     Component.onCompleted: presentContent()
+
+    Rectangle {
+        anchors.fill: parent
+        color: DW.canvas
+    }
 
     Connections {
         target: root.model
@@ -47,15 +52,23 @@ Rectangle {
             visible: !root.introduces
             model: root.model.toolbar
             window: root.window
+            onFilterLeft: (content.item as SiteListView)?.enterRows()
         }
         UnreachableBanner {
             Layout.fillWidth: true
             visible: root.model.banner.visible && !root.introduces
             title: root.model.banner.title
             text: root.model.banner.text
+            spoken: root.model.banner.spoken
             waiting: root.model.banner.waiting
+            reason: root.model.banner.reason
             offer: root.model.banner.offer
+            retryOffered: root.model.banner.retryOffered
+            retrying: root.model.banner.retrying
+            platformChangeOffered: root.model.banner.platformChangeOffered && !root.model.choosingPlatform
             onAccepted: root.model.banner.acceptOffer()
+            onRetried: root.model.banner.retryNow()
+            onPlatformChangeAsked: root.model.choosePlatform()
         }
         CLIRelinkBanner {
             Layout.fillWidth: true
@@ -71,6 +84,8 @@ Rectangle {
             Layout.fillWidth: true
             Layout.fillHeight: true
             focus: true
+            // What is useful on a page has the keyboard there.
+            onLoaded: (item as Item).focus = true
         }
     }
     WindowStrip {
@@ -125,5 +140,15 @@ Rectangle {
         sequences: ["Ctrl+D"]
         enabled: !sheets.open && !root.introduces && !root.model.siteList.paused
         onActivated: root.model.chooseFolderAndDeploy()
+    }
+    Shortcut {
+        sequences: ["F5"]
+        enabled: !sheets.open && !root.introduces
+        onActivated: root.model.siteList.refresh()
+    }
+    Shortcut {
+        sequences: ["F1"]
+        enabled: !sheets.open && !root.introduces
+        onActivated: root.model.showKeys()
     }
 }

@@ -2,11 +2,13 @@ import QtQuick
 import QtQuick.Layouts
 import Driftwell
 
-// The first thing a person sees who has no platform yet.
-Item {
+// The first thing a person sees who has no platform yet, or who wants another one.
+FocusScope {
     id: view
 
     required property MainWindowModel model
+
+    focus: true
 
     function connectToHost(): void {
         if (connectButton.enabled) {
@@ -14,7 +16,14 @@ Item {
         }
     }
 
-    Component.onCompleted: host.forceActiveFocus()
+    Component.onCompleted: {
+        if (model.choosingPlatform) {
+            host.text = model.presentPlatform;
+            host.selectAll();
+        }
+        host.forceActiveFocus();
+    }
+    Keys.onEscapePressed: model.keepPlatform()
 
     ColumnLayout {
         anchors.centerIn: parent
@@ -33,11 +42,10 @@ Item {
             text: "Where does your team deploy?"
             textStyle: TextStyle.ScreenTitle
         }
-        AppText {
+        CodeText {
             Layout.fillWidth: true
             horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.Wrap
-            text: "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI."
+            source: "Enter your Driftwell platform host — the same one\n`dw host` sets for the CLI."
             textStyle: TextStyle.Note
             tone: Tone.Muted
             lineHeight: 1.25
@@ -50,9 +58,12 @@ Item {
             InputField {
                 id: host
 
+                focus: true
                 Layout.preferredWidth: 240
                 placeholderText: view.model.exampleHost
                 Accessible.name: "Platform host"
+                Accessible.description: view.model.hostError
+                onTextEdited: view.model.clearHostError()
                 onAccepted: view.connectToHost()
             }
             PushButton {
@@ -63,6 +74,23 @@ Item {
                 enabled: host.text.trim() !== ""
                 onClicked: view.connectToHost()
             }
+        }
+        AppText {
+            Layout.fillWidth: true
+            visible: text !== ""
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+            maximumLineCount: 4
+            text: view.model.hostError
+            textStyle: TextStyle.Caption
+            tone: Tone.Danger
+        }
+        SmallButton {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.maximumWidth: parent.width
+            visible: view.model.choosingPlatform
+            text: "Stay with " + view.model.host
+            onClicked: view.model.keepPlatform()
         }
         RowLayout {
             Layout.alignment: Qt.AlignHCenter

@@ -4,6 +4,9 @@ import Driftwell
 PlainField {
     id: field
 
+    // Down was pressed: what is filtered is wanted.
+    signal wentOn
+
     implicitWidth: 230
     implicitHeight: 30
     leftPadding: 30
@@ -14,6 +17,7 @@ PlainField {
         event.accepted = text !== "";
         clear();
     }
+    Keys.onDownPressed: wentOn()
 
     background: Rectangle {
         radius: 8

@@ -18,9 +18,12 @@ Item {
         width: frame.width
         height: frame.toolbar.height
         window: frame.window
-        onClicked: mouse => frame.toolbar.windowButtonAt(Qt.point(mouse.x, mouse.y))?.clicked()
+        onClicked: mouse => {
+            if (mouse.button === Qt.LeftButton)
+                frame.toolbar.windowButtonAt(Qt.point(mouse.x, mouse.y))?.clicked();
+        }
         onDoubleClicked: mouse => {
-            if (!frame.toolbar.windowButtonAt(Qt.point(mouse.x, mouse.y)))
+            if (mouse.button === Qt.LeftButton && !frame.toolbar.windowButtonAt(Qt.point(mouse.x, mouse.y)))
                 frame.window.toggleMaximized();
         }
     }

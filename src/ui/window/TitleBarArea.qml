@@ -1,7 +1,7 @@
 import QtQuick
 import Driftwell
 
-// Where a window is taken by its bar: dragged, it moves.
+// Where a window is taken by its bar: dragged, it moves; the right button opens the menu of the window.
 MouseArea {
     id: area
 
@@ -10,11 +10,20 @@ MouseArea {
     property point pressedAt
     property bool moves: false
 
+    function showMenu(at: point): void {
+        if (!window.showDesktopMenu(mapToItem(null, at))) {
+            if (ownMenu.status === Loader.Null)
+                ownMenu.setSource("WindowMenu.qml", {window: window});
+            (ownMenu.item as WindowMenu).popup(area, at);
+        }
+    }
+
+    acceptedButtons: Qt.LeftButton | Qt.RightButton
     Accessible.ignored: true
 
     onPressed: mouse => {
         pressedAt = Qt.point(mouse.x, mouse.y);
-        moves = false;
+        moves = mouse.button !== Qt.LeftButton;
     }
     // From there on the window manager has the pointer, and no release arrives. A drag is begun once for a press.
     onPositionChanged: mouse => {
@@ -23,5 +32,14 @@ MouseArea {
             moves = true;
             window.startMove();
         }
+    }
+    // A menu of the desktop takes the pointer, which it can when no button is held any more.
+    onClicked: mouse => {
+        if (mouse.button === Qt.RightButton)
+            showMenu(Qt.point(mouse.x, mouse.y));
+    }
+
+    Loader {
+        id: ownMenu
     }
 }

@@ -56,6 +56,11 @@ QString ToolbarModel::personTip() const {
     return hasIdentity() ? personName() + QStringLiteral(" · ") + personEmail() : QString();
 }
 
+bool ToolbarModel::isSignOutOffered() const {
+    const std::optional<PlatformConfig> config = m_connection.config();
+    return config && !config->isLocal();
+}
+
 Tone ToolbarModel::statusTone(const ConnectionStatus& status) {
     switch (status.kind) {
     case Kind::Unreachable:

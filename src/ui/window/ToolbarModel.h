@@ -26,6 +26,7 @@ class ToolbarModel final : public QObject {
     Q_PROPERTY(QString personName READ personName NOTIFY identityChanged)
     Q_PROPERTY(QString personEmail READ personEmail NOTIFY identityChanged)
     Q_PROPERTY(QString personTip READ personTip NOTIFY identityChanged)
+    Q_PROPERTY(bool signOutOffered READ isSignOutOffered NOTIFY hostChanged)
 
 public:
     /// The parts outlive the model. `developmentCopy` is said in the title.
@@ -41,6 +42,11 @@ public:
     [[nodiscard]] QString personName() const;
     [[nodiscard]] QString personEmail() const;
     [[nodiscard]] QString personTip() const;
+    /// A platform on this machine has no account to sign out of.
+    [[nodiscard]] bool isSignOutOffered() const;
+
+    Q_INVOKABLE void openSettings() { Q_EMIT settingsRequested(); }
+    Q_INVOKABLE void signOut() { Q_EMIT signOutRequested(); }
 
     [[nodiscard]] static Tone statusTone(const ConnectionStatus& status);
     [[nodiscard]] static QString statusTip(const ConnectionStatus& status);
@@ -50,6 +56,9 @@ Q_SIGNALS:
     void hostChanged();
     void filterChanged();
     void identityChanged();
+    // Both belong to the window.
+    void settingsRequested();
+    void signOutRequested();
 
 private:
     Connection& m_connection;

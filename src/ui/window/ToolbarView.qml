@@ -9,6 +9,9 @@ Rectangle {
     required property ToolbarModel model
     required property WindowControls window
 
+    // The keyboard goes on from the filter to what is filtered.
+    signal filterLeft
+
     function focusFilter(): void {
         filter.forceActiveFocus();
         filter.selectAll();
@@ -16,8 +19,7 @@ Rectangle {
 
     // For a press that does not reach the button itself; null beside them.
     function windowButtonAt(at: point): IconButton {
-        const inside = windowButtons.mapFromItem(toolbar, at);
-        return windowButtons.childAt(inside.x, inside.y) as IconButton;
+        return leftButtons.buttonAt(leftButtons.mapFromItem(toolbar, at)) ?? rightButtons.buttonAt(rightButtons.mapFromItem(toolbar, at));
     }
 
     implicitHeight: 52
@@ -28,19 +30,30 @@ Rectangle {
     TitleBarArea {
         anchors.fill: parent
         window: toolbar.window
-        onDoubleClicked: toolbar.window.toggleMaximized()
+        onDoubleClicked: mouse => {
+            if (mouse.button === Qt.LeftButton)
+                toolbar.window.toggleMaximized();
+        }
     }
     WindowButtons {
-        id: windowButtons
+        id: leftButtons
 
-        x: 8
-        anchors.verticalCenter: parent.verticalCenter
+        anchors { left: parent.left; leftMargin: 8; verticalCenter: parent.verticalCenter }
         window: toolbar.window
+        order: window.leftButtons
+    }
+    WindowButtons {
+        id: rightButtons
+
+        anchors { right: parent.right; rightMargin: 8; verticalCenter: parent.verticalCenter }
+        window: toolbar.window
+        order: window.rightButtons
     }
     RowLayout {
         anchors.fill: parent
-        anchors.leftMargin: 90
-        anchors.rightMargin: 20
+        // Clear of the window's buttons, on whichever side the desktop has them.
+        anchors.leftMargin: leftButtons.width > 0 ? 90 : 20
+        anchors.rightMargin: rightButtons.width > 0 ? 90 : 20
         spacing: 9
 
         AppMark {}
@@ -77,20 +90,11 @@ Rectangle {
             placeholderText: "Filter projects"
             text: toolbar.model.filter
             onTextChanged: toolbar.model.filter = text
+            onWentOn: toolbar.filterLeft()
         }
-        AvatarView {
+        AccountButton {
             visible: toolbar.model.hasIdentity
-            name: toolbar.model.personName
-            seed: toolbar.model.personEmail
-            size: 28
-
-            HoverHandler {
-                id: avatarHover
-            }
-            RestingTip {
-                text: toolbar.model.personTip
-                resting: avatarHover.hovered
-            }
+            model: toolbar.model
         }
     }
     Rectangle {

@@ -8,18 +8,28 @@ Rectangle {
 
     required property string title
     required property string text
+    // The same for who cannot see it: what is counted down is not told again every second.
+    property string spoken: text
     // It is on its way up.
     property bool waiting: false
+    // Why; empty when there is no more to say.
+    property string reason: ""
     // What can be done about it; empty when nothing can.
     property string offer: ""
+    property bool retryOffered: false
+    // It is being asked just now.
+    property bool retrying: false
+    property bool platformChangeOffered: false
 
     signal accepted
+    signal retried
+    signal platformChangeAsked
 
     implicitHeight: line.implicitHeight + 16
     color: DW.canvas
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title
-    Accessible.description: text
+    Accessible.description: spoken
 
     Rectangle {
         anchors.fill: parent
@@ -56,7 +66,16 @@ Rectangle {
                 Layout.fillWidth: true
                 maximumLineCount: 1
                 text: banner.text
+                Accessible.name: banner.spoken
                 monospaced: true
+                textStyle: TextStyle.Detail
+                tone: Tone.Muted
+            }
+            CuttableText {
+                Layout.fillWidth: true
+                visible: text !== ""
+                maximumLineCount: 1
+                text: banner.reason
                 textStyle: TextStyle.Detail
                 tone: Tone.Muted
             }
@@ -65,6 +84,17 @@ Rectangle {
             visible: text !== ""
             text: banner.offer
             onClicked: banner.accepted()
+        }
+        RowButton {
+            visible: banner.platformChangeOffered
+            text: "Change platform…"
+            onClicked: banner.platformChangeAsked()
+        }
+        RowButton {
+            visible: banner.retryOffered
+            enabled: !banner.retrying
+            text: banner.retrying ? "Retrying…" : "Retry now"
+            onClicked: banner.retried()
         }
     }
     Rectangle {

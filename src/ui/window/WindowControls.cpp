@@ -5,10 +5,43 @@
 
 namespace driftwell {
 
-WindowControls::WindowControls(QWindow& window) : m_window(window) {
+namespace {
+
+QList<int> numbersOf(const QList<WindowButton>& buttons) {
+    QList<int> numbers;
+    for (const WindowButton button : buttons) {
+        numbers.append(static_cast<int>(button));
+    }
+    return numbers;
+}
+
+} // namespace
+
+WindowControls::WindowControls(QWindow& window, WindowManager& manager) : m_window(window), m_manager(manager) {
+    connect(&manager, &WindowManager::buttonsChanged, this, &WindowControls::buttonsChanged);
     connect(&window, &QWindow::visibilityChanged, this, &WindowControls::changed);
     // Later: it begins in the middle of a handler of the press.
     connect(this, &WindowControls::pointerTaken, this, &WindowControls::endPress, Qt::QueuedConnection);
+}
+
+QList<int> WindowControls::leftButtons() const {
+    return numbersOf(m_manager.buttons().left);
+}
+
+QList<int> WindowControls::rightButtons() const {
+    return numbersOf(m_manager.buttons().right);
+}
+
+bool WindowControls::showDesktopMenu(QPointF at) {
+    return m_manager.showMenu(m_window, at.toPoint());
+}
+
+bool WindowControls::canMoveFromMenu() const {
+    return m_manager.canMoveFromMenu();
+}
+
+void WindowControls::moveFromMenu() {
+    m_manager.moveFromMenu(m_window);
 }
 
 void WindowControls::toggleMaximized() {

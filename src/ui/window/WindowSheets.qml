@@ -48,6 +48,16 @@ SheetHost {
         GitInstallSheet {}
     }
     SheetEntry {
+        target: sheets.model.question
+
+        WorkQuestionSheet {}
+    }
+    SheetEntry {
+        target: sheets.model.keys
+
+        KeysSheet {}
+    }
+    SheetEntry {
         target: sheets.model.alert
 
         AlertSheet {}

@@ -12,11 +12,19 @@ Item {
     TitleBarArea {
         anchors.fill: parent
         window: strip.window
-        onDoubleClicked: strip.window.toggleMaximized()
+        onDoubleClicked: mouse => {
+            if (mouse.button === Qt.LeftButton)
+                strip.window.toggleMaximized();
+        }
     }
     WindowButtons {
-        x: 8
-        anchors.verticalCenter: parent.verticalCenter
+        anchors { left: parent.left; leftMargin: 8; verticalCenter: parent.verticalCenter }
         window: strip.window
+        order: window.leftButtons
+    }
+    WindowButtons {
+        anchors { right: parent.right; rightMargin: 8; verticalCenter: parent.verticalCenter }
+        window: strip.window
+        order: window.rightButtons
     }
 }

@@ -26,6 +26,12 @@ std::string commandLine(const std::vector<std::string>& arguments) {
 const std::vector<Misuse>& misuses() {
     static const std::vector<Misuse> table = {
         {{"publish"}, "There is no command “publish”", "Run dw help for the commands."},
+        {{"lsit"}, "There is no command “lsit”", "Did you mean list? Run dw help for the commands."},
+        {{"deplo", "--json=1"}, "There is no command “deplo”", "Did you mean deploy? Run dw help for the commands."},
+        {{"help", "lgos"}, "There is no command “lgos”", "Did you mean logs? Run dw help for the commands."},
+        {{"delete", "one", "--yes", "--confirm", "one"},
+         "--confirm and --yes exclude each other",
+         "Run dw help delete."},
         {{"--loud"}, "dw has no option --loud", "Run dw help for the commands."},
         {{"--"}, "A command is missing", "Run dw help for the commands."},
         {{"deploy", "--loud"}, "deploy has no option --loud", "Run dw help deploy."},
@@ -93,10 +99,11 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
     const Ending help = runDw({"help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_EQ(help.error, "");
-    for (const char* word : {"Usage: dw ",  "\n  host ",  "\n  login ", "\n  logout ",  "\n  deploy ",
-                             "\n  list ",   "\n  open ",  "\n  logs ",  "\n  history ", "\n  rollback ",
-                             "\n  delete ", "\n  share ", "\n  libs ",  "\n  whoami ",  "\n  completion ",
-                             "\n  help ",   "DW_HOST",    "DW_TOKEN",   "NO_COLOR",     "130 interrupted"}) {
+    for (const char* word :
+         {"Usage: dw ", "\n  host ",       "\n  login ",      "\n  logout ",   "\n  deploy ", "\n  list ",
+          "\n  open ",  "\n  logs ",       "\n  history ",    "\n  rollback ", "\n  delete ", "\n  share ",
+          "\n  libs ",  "\n  whoami ",     "\n  completion ", "\n  help ",     "DW_HOST",     "DW_TOKEN",
+          "NO_COLOR",   "130 interrupted", "143 told to end"}) {
         EXPECT_THAT(help.output, HasSubstr(word));
     }
     EXPECT_THAT(help.output, AllOf(EndsWith("\n"), Not(EndsWith("\n\n"))));
@@ -124,6 +131,8 @@ TEST_F(DwCommandLine, HelpOfACommandEndsWithExamplesOfIt) {
         const std::string help = runDw({"help", command}).output;
         const std::size_t examples = help.find("\n\nExamples:\n  ");
         ASSERT_NE(examples, std::string::npos);
+        const std::string shown = help.substr(examples);
+        EXPECT_NE(shown.find("\n  dw "), shown.rfind("\n  dw ")) << "there is one alone";
         EXPECT_THAT(help.substr(examples), HasSubstr(std::string("dw ") + command));
         EXPECT_THAT(help, Not(HasSubstr("\n\n\n")));
     }
@@ -171,12 +180,12 @@ TEST_F(DwCommandLine, WrongUsageSaysWhatIsWrongAndEndsWithTwo) {
 
 TEST_F(DwCommandLine, WrongUsageWithJsonIsOneObject) {
     const std::vector<Misuse> table = {
-        {{"publish", "--json"}, "There is no command “publish”", {}},
-        {{"deploy", "--json", "--loud"}, "deploy has no option --loud", {}},
-        {{"deploy", "--json", "--name"}, "--name needs a value", {}},
-        {{"list", "--json", "one"}, "Too many arguments for list: one", {}},
-        {{"--json"}, "dw has no option --json", {}},
-        {{"host", "--json"}, "host has no option --json", {}},
+        {{"publish", "--json"}, "There is no command “publish”", "Run dw help for the commands."},
+        {{"deploy", "--json", "--loud"}, "deploy has no option --loud", "Run dw help deploy."},
+        {{"deploy", "--json", "--name"}, "--name needs a value", "Run dw help deploy."},
+        {{"list", "--json", "one"}, "Too many arguments for list: one", "Run dw help list."},
+        {{"--json"}, "dw has no option --json", "Run dw help for the commands."},
+        {{"completion", "--json"}, "completion has no option --json", "Run dw help completion."},
     };
     for (const Misuse& misuse : table) {
         SCOPED_TRACE(commandLine(misuse.arguments));
@@ -184,8 +193,49 @@ TEST_F(DwCommandLine, WrongUsageWithJsonIsOneObject) {
         EXPECT_EQ(ending.exitCode, 2);
         EXPECT_EQ(ending.error, "");
         EXPECT_EQ(onlyObject(ending.output),
-                  (nlohmann::json{{"ok", false}, {"error", {{"kind", "usage"}, {"message", misuse.message}}}}));
+                  (nlohmann::json{{"ok", false},
+                                  {"error", {{"kind", "usage"}, {"message", misuse.message}, {"hint", misuse.hint}}}}));
     }
+}
+
+TEST_F(DwCommandLine, OptionsMayStandBeforeTheCommand) {
+    folder("site", {{"index.html", "x"}});
+    const Ending behind = runDw({"deploy", "site", "--dry-run", "--json", "--name=first"});
+    ASSERT_EQ(behind.exitCode, 0);
+    EXPECT_EQ(runDw({"--json", "--name=first", "--dry-run", "deploy", "site"}).output, behind.output);
+    EXPECT_EQ(runDw({"--dry-run", "deploy", "site", "--json", "-n", "first"}).output, behind.output);
+    EXPECT_EQ(onlyObject(runDw({"--json", "publish"}).output).at("error").at("kind"), "usage");
+}
+
+TEST_F(DwCommandLine, ACommandHasTheNamesThatPeopleTry) {
+    EXPECT_EQ(runDw({"help", "ls"}).output, runDw({"help", "list"}).output);
+    EXPECT_EQ(runDw({"rm", "--help"}).output, runDw({"help", "delete"}).output);
+}
+
+TEST_F(DwCommandLine, HelpBeginsWithTheFirstSteps) {
+    const std::string help = runDw({"help"}).output;
+    const std::size_t host = help.find("dw host sites.example.org");
+    const std::size_t login = help.find("dw login");
+    const std::size_t deploy = help.find("dw deploy ./site");
+    EXPECT_LT(host, login);
+    EXPECT_LT(login, deploy);
+    EXPECT_LT(deploy, help.find("Options:"));
+    std::size_t last = 0;
+    for (const char* heading : {"\nStart:\n", "\nPublish:\n", "\nLook:\n", "\nShare:\n", "\nUndo:\n", "\nAgents:\n"}) {
+        const std::size_t place = help.find(heading);
+        ASSERT_NE(place, std::string::npos) << heading;
+        EXPECT_GT(place, last);
+        last = place;
+    }
+}
+
+TEST_F(DwCommandLine, QuietSaysNothingButWhatIsAskedForAndWhatFails) {
+    folder("site", {{"index.html", "x"}});
+    EXPECT_EQ(runDw({"host", "sites.example.org", "--quiet"}).error, "");
+    const Ending dryRun = runDw({"deploy", "site", "--dry-run", "-q"});
+    EXPECT_THAT(dryRun.output, EndsWith("index.html\n"));
+    EXPECT_EQ(dryRun.error, "");
+    EXPECT_EQ(runDw({"deploy", "nowhere", "-q"}).error, "dw: nowhere: No such file or directory\n");
 }
 
 TEST_F(DwCommandLine, TheLastOfSeveralNamesHolds) {

@@ -18,13 +18,13 @@ using testing::UnorderedElementsAreArray;
 /// The commands on sites and their options.
 const std::map<std::string, std::vector<std::string>>& siteCommands() {
     static const std::map<std::string, std::vector<std::string>> table{
-        {"open", {"--json", "--help"}},
-        {"logs", {"--json", "--help", "--limit"}},
-        {"history", {"--json", "--help"}},
-        {"rollback", {"--json", "--help"}},
-        {"delete", {"--json", "--help", "--confirm"}},
-        {"share", {"--json", "--help", "--mode", "--invite", "--remove", "--comments"}},
-        {"libs", {"--json", "--help", "--enable", "--disable"}}};
+        {"open", {"--json", "--quiet", "--help", "--print"}},
+        {"logs", {"--json", "--quiet", "--help", "--limit"}},
+        {"history", {"--json", "--quiet", "--help"}},
+        {"rollback", {"--json", "--quiet", "--help"}},
+        {"delete", {"--json", "--quiet", "--help", "--confirm", "--yes"}},
+        {"share", {"--json", "--quiet", "--help", "--mode", "--invite", "--remove", "--comments"}},
+        {"libs", {"--json", "--quiet", "--help", "--enable", "--disable"}}};
     return table;
 }
 
@@ -132,17 +132,19 @@ TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--"}),
-                UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));
+                UnorderedElementsAre("--name", "--dry-run", "--json", "--quiet", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--name", ""}), IsEmpty());
+    EXPECT_THAT(bashCandidates({"dw", "deploy", "-n", ""}), IsEmpty());
+    EXPECT_THAT(bashCandidates({"dw", "ls", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "login", ""}),
-                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--help"));
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "logout", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "list", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "completion", ""}), ElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(bashCandidates({"dw", "collab", ""}), ElementsAre("on", "off"));
     EXPECT_THAT(bashCandidates({"dw", "update", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "resolve", "--"}),
-                UnorderedElementsAre("--mine", "--theirs", "--prompt", "--json", "--help"));
+                UnorderedElementsAre("--mine", "--theirs", "--prompt", "--json", "--quiet", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "help", "who"}), ElementsAre("whoami"));
 }
 
@@ -153,11 +155,12 @@ TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
                                      "collab", "libs", "init", "whoami", "completion", "help"));
     EXPECT_THAT(fishCandidates("dw de"), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
-    EXPECT_THAT(fishCandidates("dw deploy --"), UnorderedElementsAre("--name", "--dry-run", "--json", "--help"));
+    EXPECT_THAT(fishCandidates("dw deploy --"),
+                UnorderedElementsAre("--name", "--dry-run", "--json", "--quiet", "--help"));
     EXPECT_THAT(fishCandidates("dw login --"),
-                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--help"));
-    EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--help"));
-    EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--help"));
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--help"));
+    EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--quiet", "--help"));
+    EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--quiet", "--help"));
     EXPECT_THAT(fishCandidates("dw collab "), UnorderedElementsAre("on", "off"));
     EXPECT_THAT(fishCandidates("dw completion "), UnorderedElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(fishCandidates("dw help who"), ElementsAre("whoami"));

@@ -126,6 +126,12 @@ TEST_F(DwDelete, WhoseQuestionIsLeftUnansweredDeletesNothing) {
     expectThere();
 }
 
+TEST_F(DwDelete, OfSomebodyWhoIsSureAsksNothing) {
+    const Ending ending = runDw({"delete", "garden", "-y"});
+    EXPECT_EQ(ending.exitCode, 0);
+    EXPECT_EQ(ending.error, "✓ garden is deleted\n");
+}
+
 TEST_F(DwDelete, InterruptedAtTheQuestionDeletesNothing) {
     const Ending ending = answering("\x03");
     EXPECT_EQ(ending.exitCode, 130);
@@ -138,7 +144,7 @@ TEST_F(DwDelete, ToldToEndAtTheQuestionDeletesNothing) {
         Program program(onTerminal(dw({"delete", "garden"}), 200));
         program.waitUntil(hasShown(program, question));
         program.signal(signal);
-        EXPECT_EQ(program.waitForEnd().exitCode, 130);
+        EXPECT_EQ(program.waitForEnd().exitCode, 128 + signal);
     }
     expectThere();
 }

@@ -27,7 +27,8 @@ TEST_F(DwDryRun, ListsTheFilesWithTheirSizesAndNeedsNoPlatform) {
                              "   0 bytes  empty.txt\n"
                              "   5 bytes  index.html\n"
                              "    1 byte  one.txt\n");
-    EXPECT_EQ(ending.error, "5 files, 1.2 MB would be published as site. Nothing was sent.\n");
+    EXPECT_EQ(ending.error, "5 files, 1.2 MB would be published as site. Nothing was sent.\n"
+                            "Stays behind: 1 hidden item\n");
 }
 
 TEST_F(DwDryRun, WithJsonIsOneObject) {
@@ -42,7 +43,34 @@ TEST_F(DwDryRun, WithJsonIsOneObject) {
                     {"bytes", 6},
                     {"files", 2},
                     {"unreadable", {{"count", 0}, {"names", json::array()}}},
+                    {"leftOut", {{"hidden", 0}, {"links", 0}, {"dependencies", 0}, {"agentFiles", 0}, {"special", 0}}},
+                    {"warnings", json::array()},
                     {"entries", {{{"path", "a/b.txt"}, {"size", 1}}, {{"path", "index.html"}, {"size", 5}}}}}));
+}
+
+TEST_F(DwDryRun, WarnsOfAFolderWithoutAPageToBeginWith) {
+    folder("site", {{"about.html", "x"}, {"later/page.html", "x"}});
+    const std::string missing = "There is no index.html at the top, so the address has no page to show.";
+    EXPECT_THAT(runDw({"deploy", "site", "--dry-run"}).error, testing::EndsWith(missing + "\n"));
+    folder("site/made", {{"index.html", "x"}});
+    const std::string text = missing + " The folder “made” has one.";
+    EXPECT_THAT(runDw({"deploy", "site", "--dry-run"}).error, testing::EndsWith(text + "\n"));
+    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--dry-run", "--json"}).output).at("warnings"), json::array({text}));
+}
+
+TEST_F(DwDryRun, OfWhatHoldsTheHomeFolderIsRefused) {
+    for (const std::filesystem::path& wide : {home(), home().parent_path(), std::filesystem::path("/")}) {
+        SCOPED_TRACE(wide);
+        const Ending ending = runDw({"deploy", wide, "--name", "all"});
+        EXPECT_EQ(ending.exitCode, 2);
+        EXPECT_EQ(ending.error, "dw: " + std::filesystem::canonical(wide).string() +
+                                    (wide == home() ? " is" : " holds") +
+                                    " your home folder\nPublish a folder of its own, or add --anyway.\n");
+    }
+    folder(".", {{"index.html", "x"}});
+    EXPECT_EQ(runDw({"deploy", home(), "--name", "all", "--dry-run", "--anyway"}).exitCode, 0);
+    folder("site", {{"index.html", "x"}});
+    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).exitCode, 0);
 }
 
 TEST_F(DwDryRun, SendsAndKeepsNothing) {

@@ -25,6 +25,9 @@ TEST_F(DwHost, IsRememberedAndPrinted) {
     EXPECT_EQ(printed.exitCode, 0);
     EXPECT_EQ(printed.output, "sites.example.org\n");
     EXPECT_EQ(printed.error, "");
+    for (const Ending& ending : {runDw({"host", "--json"}), runDw({"host", "sites.example.org", "--json"})}) {
+        EXPECT_EQ(onlyObject(ending.output), (json{{"ok", true}, {"host", "sites.example.org"}}));
+    }
 }
 
 TEST_F(DwHost, IsKeptWithAllElseInTheFile) {
@@ -48,7 +51,8 @@ TEST_F(DwHost, ThatIsMissingIsSaidWithAWayOut) {
 }
 
 TEST_F(DwHost, ThatIsNoneIsRefusedAndNothingIsWritten) {
-    for (const char* host : {"", "   ", "two words", "http://", "http://a:99999", "https://a b"}) {
+    for (const char* host : {"", "   ", "two words", "http://", "http://a:99999", "https://a b",
+                             "ftp://files.example.org", "https://a.example.org/?page=1"}) {
         SCOPED_TRACE(host);
         const Ending ending = runDw({"host", host});
         EXPECT_EQ(ending.exitCode, 2);
@@ -57,6 +61,9 @@ TEST_F(DwHost, ThatIsNoneIsRefusedAndNothingIsWritten) {
         EXPECT_FALSE(std::filesystem::exists(configFile()));
     }
     EXPECT_THAT(runDw({"host", "two words"}).error, StartsWith("dw: “two words” is not the host of a platform\n"));
+    EXPECT_THAT(runDw({"host", "ftp://files.example.org"}).error,
+                StartsWith("dw: “ftp://files.example.org” is not the host of a platform: “ftp://” leads to none, only "
+                           "“https://” and “http://” do\n"));
 }
 
 TEST_F(DwHost, ThatCannotBeWrittenIsAFailure) {

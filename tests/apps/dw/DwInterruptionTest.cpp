@@ -26,17 +26,18 @@ class DwInterruption : public DwFixture {
 protected:
     /// Ends the program as `interrupt` does, and expects it gone without a trace. What it was at would take longer than
     /// the tests' deadline, or end with another exit code.
-    Ending endBy(Program& program, const std::function<void()>& interrupt) {
+    Ending endBy(Program& program, const std::function<void()>& interrupt, int signal = SIGINT) {
         interrupt();
         const Ending ending = program.waitForEnd();
-        EXPECT_EQ(ending.exitCode, 130);
+        EXPECT_EQ(ending.exitCode, 128 + signal);
         EXPECT_THAT(temporaryFiles(), IsEmpty());
         EXPECT_THAT(ownProcesses(), IsEmpty());
         return ending;
     }
 
     Ending endBy(Program& program, int signal) {
-        return endBy(program, [&program, signal] { program.signal(signal); });
+        return endBy(
+            program, [&program, signal] { program.signal(signal); }, signal);
     }
 
     void waitForTar(Program& program) {

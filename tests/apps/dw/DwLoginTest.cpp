@@ -21,6 +21,7 @@ using testing::StartsWith;
 
 /// A keyboard's Ctrl-C.
 constexpr const char* controlC = "\x03";
+constexpr const char* controlZ = "\x1a";
 
 constexpr const char* signedInTitle = "<title>Signed in to Driftwell</title>";
 
@@ -157,7 +158,7 @@ TEST_F(DwLogin, IsInterruptedAtOnceWhileItWaits) {
         const std::string address = addressToldBy(program);
         program.signal(signal);
         const Ending ending = program.waitForEnd();
-        EXPECT_EQ(ending.exitCode, 130);
+        EXPECT_EQ(ending.exitCode, 128 + signal);
         EXPECT_EQ(ending.output, "");
         EXPECT_THAT(ending.error, EndsWith(address + "\ndw: Interrupted\n"));
     }
@@ -298,6 +299,26 @@ TEST_F(DwLogin, WithATokenIsInterruptedAtOnceAndTheTerminalShowsAgainWhatIsTyped
     EXPECT_EQ(screen(ending.terminal).back(), "dw: Interrupted");
     EXPECT_THAT(content("before"), HasSubstr(" echo "));
     EXPECT_EQ(content("before"), content("after"));
+}
+
+TEST_F(DwLogin, WithATokenHidesItAgainWhenItGoesOnAfterAStop) {
+    const std::string token = sandbox.signIn("maya");
+    Invocation invocation = dw({"login", "--with-token"});
+    invocation.terminal = Invocation::Terminal::All;
+    Program program(invocation);
+    program.waitUntil([&program] { return program.soFar().terminal.find("not shown.\r\n") != std::string::npos; });
+    program.waitUntil([&program] { return !program.showsTyping(); });
+    program.type(controlZ);
+    program.waitUntil([&program] { return program.isStopped(); });
+    EXPECT_TRUE(program.showsTyping());
+    // As the shell does for fg.
+    program.signal(SIGCONT);
+    program.waitUntil([&program] { return !program.showsTyping(); });
+    program.type(token + "\n");
+    const Ending ending = program.waitForEnd();
+    EXPECT_EQ(ending.exitCode, 0);
+    EXPECT_THAT(ending.terminal, Not(HasSubstr(token)));
+    EXPECT_EQ(storedToken(), token);
 }
 
 TEST_F(DwLogin, WithATokenIsInterruptedWhileNothingComes) {

@@ -132,9 +132,10 @@ TEST_F(DwLogs, HistoryHasTheVersionsAndNothingElse) {
     const auto rows = rowsOf(ending.output);
     ASSERT_THAT(rows, SizeIs(3));
     EXPECT_THAT(rows[0], ElementsAre(sandbox.get("/api/logs/garden").at("entries").at(0).at("ts").get<std::string>(),
-                                     "rollback", maya, "rolled back to the version before"));
-    EXPECT_THAT(rows[1], ElementsAre(testing::_, "deploy", maya, StartsWith("Deployed 1 file")));
-    EXPECT_THAT(rows[2], ElementsAre(testing::_, "deploy", maya, StartsWith("Deployed 1 file")));
+                                     "rollback", maya, "rolled back to the version before", "off"));
+    EXPECT_THAT(rows[1], ElementsAre(testing::_, "deploy", maya, StartsWith("Deployed 1 file"), "off"));
+    // The rollback went back to it.
+    EXPECT_THAT(rows[2], ElementsAre(testing::_, "deploy", maya, StartsWith("Deployed 1 file"), "on"));
     EXPECT_TRUE(std::is_sorted(rows.rbegin(), rows.rend()));
 }
 
@@ -145,8 +146,10 @@ TEST_F(DwLogs, HistoryWithJsonNamesTheAction) {
     EXPECT_EQ(history.at(0), (json{{"ts", stored.at(0).at("ts")},
                                    {"action", "rollback"},
                                    {"user", maya},
-                                   {"detail", "rolled back to the version before"}}));
+                                   {"detail", "rolled back to the version before"},
+                                   {"live", false}}));
     EXPECT_EQ(history.at(1).at("action"), "deploy");
+    EXPECT_EQ(history.at(2).at("live"), true);
     EXPECT_EQ(history.at(1).at("ts"), stored.at(2).at("ts"));
 }
 
@@ -156,6 +159,8 @@ TEST_F(DwLogs, HistoryIsATableOnATerminal) {
     EXPECT_THAT(lines[0], MatchesRegex("TIME +ACTION +BY +DETAIL"));
     EXPECT_THAT(lines[1], HasSubstr("  rollback  maya.lindqvist  rolled back to the version before"));
     EXPECT_THAT(lines[2], HasSubstr("  deploy    maya.lindqvist  Deployed 1 file"));
+    EXPECT_THAT(lines[2], testing::Not(testing::EndsWith("live")));
+    EXPECT_THAT(lines[3], testing::EndsWith("  live"));
 }
 
 // Of other platforms
@@ -230,7 +235,7 @@ TEST_F(DwOddLogs, HistoryIsInTheOrderOfTime) {
     answer("garden", {logLine("1", "deploy", "a", "first"), logLine("3", "deploy", "a", "rolled back"),
                       logLine("4", "ws", "a", "joined"), logLine("2", "deploy", "a", "second")});
     EXPECT_EQ(runDw({"history", "garden"}).output,
-              "3\trollback\ta\trolled back\n2\tdeploy\ta\tsecond\n1\tdeploy\ta\tfirst\n");
+              "3\trollback\ta\trolled back\toff\n2\tdeploy\ta\tsecond\toff\n1\tdeploy\ta\tfirst\ton\n");
     EXPECT_EQ(rowsOf(runDw({"logs", "garden"}).output)[0][3], "first") << "a log stays in the platform's order";
 }
 

@@ -257,7 +257,7 @@ TEST_F(DwSiteCommands, AreInterruptedAtOnce) {
             program.waitUntil([&held] { return held.arrived(); });
             program.signal(signal);
             const Ending ending = program.waitForEnd();
-            EXPECT_EQ(ending.exitCode, 130);
+            EXPECT_EQ(ending.exitCode, 128 + signal);
             EXPECT_EQ(ending.error, "");
             EXPECT_EQ(onlyObject(ending.output),
                       (json{{"ok", false}, {"error", {{"kind", "interrupted"}, {"message", "Interrupted"}}}}));

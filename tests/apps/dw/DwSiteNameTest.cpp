@@ -54,6 +54,59 @@ TEST_F(DwSiteName, OfALinkIsTheOneOfTheFolderThatItLeadsTo) {
     EXPECT_EQ(derivedName("link/"), "real");
 }
 
+TEST_F(DwSiteName, IsTheOneBeforeForAFolderThatWasPublished) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("dist", {{"index.html", "x"}});
+    ASSERT_EQ(runDw({"deploy", "dist", "--name", "launch"}).exitCode, 0);
+    EXPECT_EQ(onlyObject(runDw({"deploy", "dist", "--json"}).output).at("site"), "launch");
+    EXPECT_EQ(onlyObject(runDw({"deploy", "dist/.", "--dry-run", "--json"}).output).at("site"), "launch");
+}
+
+TEST_F(DwSiteName, OfSeveralBeforeMustBeGiven) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"index.html", "x"}});
+    ASSERT_EQ(runDw({"deploy", "site", "--name", "launch"}).exitCode, 0);
+    ASSERT_EQ(runDw({"deploy", "site", "--name", "garden"}).exitCode, 0);
+    const Ending ending = runDw({"deploy", "site"});
+    EXPECT_EQ(ending.exitCode, 2);
+    EXPECT_EQ(ending.error, "dw: The folder was published as “garden”, “launch”, so one must be named\n"
+                            "Choose a name: dw deploy FOLDER --name NAME\n");
+}
+
+TEST_F(DwSiteName, OfSeveralBeforeIsAskedForOnATerminal) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"index.html", "x"}});
+    ASSERT_EQ(runDw({"deploy", "site", "--name", "launch"}).exitCode, 0);
+    ASSERT_EQ(runDw({"deploy", "site", "--name", "garden"}).exitCode, 0);
+    for (const auto& [keys, code] :
+         std::vector<std::pair<std::string, int>>{{"launch\n", 0}, {"other\n", 1}, {"\x04", 1}}) {
+        Invocation invocation = dw({"deploy", "site", "--dry-run"});
+        invocation.terminal = Invocation::Terminal::All;
+        Program program(invocation);
+        program.waitUntil([&program] { return program.soFar().terminal.find("Publish it as: ") != std::string::npos; });
+        program.type(keys);
+        const Ending ending = program.waitForEnd();
+        EXPECT_EQ(ending.exitCode, code);
+        EXPECT_THAT(ending.terminal,
+                    testing::HasSubstr(code == 0 ? "would be published as launch" : "Nothing was sent."));
+    }
+}
+
+TEST_F(DwSiteName, IsNotThatOfAFolderWhichToolsMake) {
+    for (const char* name : {"dist", "build", "out", "public", "_site"}) {
+        folder(std::string("work/") + name, {{"index.html", "x"}});
+        const Ending ending = runDw({"deploy", std::string("work/") + name, "--dry-run"});
+        EXPECT_EQ(ending.exitCode, 2);
+        EXPECT_EQ(ending.error, "dw: “" + std::string(name) +
+                                    "” does not say which site the folder is\n"
+                                    "Choose a name: dw deploy FOLDER --name NAME\n");
+        EXPECT_EQ(runDw({"deploy", std::string("work/") + name, "--dry-run", "-n", "launch"}).exitCode, 0);
+    }
+}
+
 TEST_F(DwSiteName, ThatWasGivenHoldsAsItIs) {
     folder("site", {{"index.html", "x"}});
     for (const std::string& name :

@@ -30,7 +30,7 @@ std::filesystem::path freshFolder(const std::string& typed) {
 class CloneCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("clone", "Make a linked folder of a site and print its path")
+        command.command("clone", "Make a linked folder of a site and print its path", CommandGroup::Publish)
             .site(m_site)
             .argument({"FOLDER", "The folder to make (default: the site's name)", {Candidates::Kind::Folders}},
                       m_folder)

@@ -7,7 +7,7 @@ namespace driftwell::dw {
 class CollabCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("collab", "Switch editing a site together on or off")
+        command.command("collab", "Switch editing a site together on or off", CommandGroup::Share)
             .argument({"STATE", "on or off", {Candidates::Kind::Words, {"on", "off"}}, "“on” or “off”"}, m_state)
             .site(m_site)
             .json("`site`, `enabled`")

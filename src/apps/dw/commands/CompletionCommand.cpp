@@ -28,7 +28,7 @@ std::vector<std::string> shellNames() {
 class CompletionCommand final : public TextCommand {
 public:
     void define(Definition& command) override {
-        command.command("completion", "Print a completion script for a shell")
+        command.command("completion", "Print a completion script for a shell", CommandGroup::Start)
             .argument(
                 {"SHELL", "bash, zsh or fish", {Candidates::Kind::Words, shellNames()}, "a shell: bash, zsh or fish"},
                 m_shell)

@@ -28,9 +28,12 @@ Task<> askForName(std::shared_ptr<Context> context, QString name) {
 class DeleteCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("delete", "Delete a site for good, after asking for its name")
+        command.command("delete", "Delete a site for good, after asking for its name", CommandGroup::Undo)
+            .alias("rm")
             .site(m_site)
             .option({"--confirm", "NAME", "The site's name once more, so that nothing is asked"}, m_confirmation)
+            .flag({"--yes", "", "Ask nothing", {}, "-y"}, m_isSure)
+            .exclude("--confirm", "--yes")
             .json("`site`")
             .example("dw delete launch", "Ask for the name, then delete the site launch")
             .example("dw delete launch --confirm launch", "Delete it from a script");
@@ -39,7 +42,7 @@ public:
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
         requireConfirmable(context->reporter);
         const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
-        if (!m_confirmation) {
+        if (!m_confirmation && !m_isSure) {
             co_await askForName(context, site.info.name);
         }
         const DeleteSiteResponse response =
@@ -58,13 +61,14 @@ private:
                                  .arg(QString::fromStdString(m_site), QString::fromStdString(*m_confirmation)),
                              hint);
         }
-        if (!m_confirmation && !reporter.canAsk()) {
+        if (!m_confirmation && !m_isSure && !reporter.canAsk()) {
             throw WrongUsage(QStringLiteral("Nobody can be asked here, so delete needs --confirm NAME"), hint);
         }
     }
 
     std::string m_site;
     std::optional<std::string> m_confirmation;
+    bool m_isSure = false;
 };
 
 template std::unique_ptr<Command> makeCommand<DeleteCommand>();

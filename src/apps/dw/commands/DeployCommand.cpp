@@ -1,4 +1,6 @@
+#include "apps/dw/ChosenName.h"
 #include "apps/dw/Command.h"
+#include "apps/dw/FolderCaution.h"
 #include "apps/dw/JsonValues.h"
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/Texts.h"
@@ -52,30 +54,6 @@ Task<std::optional<QString>> linkedSite(std::filesystem::path folder, std::share
     co_return site;
 }
 
-/// The name to publish under. Throws WrongUsage when it breaks a rule.
-QString chooseName(const std::optional<std::string>& typed, const std::optional<QString>& linked,
-                   const std::filesystem::path& folder) {
-    if (typed) {
-        const QString name = QString::fromStdString(*typed);
-        if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
-            throw WrongUsage(problemText(name, problem));
-        }
-        return name;
-    }
-    if (linked) {
-        return *linked;
-    }
-    const QString folderName =
-        QString::fromStdString((folder.has_filename() ? folder.filename() : folder.root_path()).string());
-    const QString name = SiteName::derive(folderName);
-    if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
-        throw WrongUsage(name.isEmpty() ? QStringLiteral("No site name can be made from “%1”").arg(folderName)
-                                        : problemText(name, problem),
-                         QStringLiteral("Choose a name: dw deploy FOLDER --name NAME"));
-    }
-    return name;
-}
-
 /// What of the folder is missing on the site, since it could not be read.
 void reportUnreadable(Reporter& reporter, const FolderScan::Unreadable& unreadable) {
     if (unreadable.count > 0) {
@@ -87,7 +65,31 @@ Json jsonOf(const FolderScan::Unreadable& unreadable) {
     return {{"count", unreadable.count}, {"names", unreadable.names}};
 }
 
-Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+Json jsonOf(const FolderScan::LeftOut& leftOut) {
+    return {{"hidden", leftOut.hidden},
+            {"links", leftOut.links},
+            {"dependencies", leftOut.dependencies},
+            {"agentFiles", leftOut.agentFiles},
+            {"special", leftOut.special}};
+}
+
+/// What else was found, in the object of a deployment or of a dry run.
+void addFindings(Json& object, const DeployFlow::Findings& findings) {
+    object["leftOut"] = jsonOf(findings.leftOut);
+    const QString warning = findings.startPage.text();
+    object["warnings"] = warning.isEmpty() ? Json::array() : Json::array({warning.toStdString()});
+}
+
+void reportFindings(Reporter& reporter, const DeployFlow::Findings& findings) {
+    for (const QString& text : {findings.leftOut.text(), findings.startPage.text()}) {
+        if (!text.isEmpty()) {
+            reporter.message(text);
+        }
+    }
+}
+
+Task<ExitCode> showFiles(std::filesystem::path folder, QString name, QStringList warnings,
+                         std::shared_ptr<Context> context) {
     const auto work = [folder, stop = context->stop] {
         return FolderScan::scan(folder, stop);
     };
@@ -99,16 +101,20 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared
         entries.push_back({{"path", files.paths[i]}, {"size", size}});
         context->reporter.line(QStringLiteral("%1  ").arg(sizeText(size), 10).toStdString() + files.paths[i]);
     }
-    context->reporter.object({{"ok", true},
-                              {"dryRun", true},
-                              {"site", name.toStdString()},
-                              {"bytes", files.byteCount},
-                              {"files", files.fileCount},
-                              {"unreadable", jsonOf(files.unreadable)},
-                              {"entries", entries}});
+    const DeployFlow::Findings findings{files.leftOut, StartPage::of(files)};
+    Json object = {{"ok", true},
+                   {"dryRun", true},
+                   {"site", name.toStdString()},
+                   {"bytes", files.byteCount},
+                   {"files", files.fileCount},
+                   {"unreadable", jsonOf(files.unreadable)}};
+    addFindings(object, findings);
+    object["entries"] = std::move(entries);
+    context->reporter.object(object);
     context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
                                   .arg(countText(files.fileCount), sizeText(files.byteCount), name));
     reportUnreadable(context->reporter, files.unreadable);
+    reportFindings(context->reporter, findings);
     co_return ExitCode::Done;
 }
 
@@ -161,17 +167,19 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
     const std::int64_t sent = success.sentFiles.value_or(response.files + response.skipped);
     const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow.finishedAt() - *flow.startedAt());
     reporter.line(response.url.toStdString());
-    reporter.object({{"ok", response.ok},
-                     {"site", response.site.toStdString()},
-                     {"url", response.url.toStdString()},
-                     {"bytes", response.bytes},
-                     {"files", response.files},
-                     {"skipped", response.skipped},
-                     {"sent", sent},
-                     {"answered", true},
-                     {"merged", success.isMerged},
-                     {"unreadable", jsonOf(flow.unreadable())},
-                     {"seconds", static_cast<double>(duration.count()) / 1000.0}});
+    Json object = {{"ok", response.ok},
+                   {"site", response.site.toStdString()},
+                   {"url", response.url.toStdString()},
+                   {"bytes", response.bytes},
+                   {"files", response.files},
+                   {"skipped", response.skipped},
+                   {"sent", sent},
+                   {"answered", true},
+                   {"merged", success.isMerged},
+                   {"unreadable", jsonOf(flow.unreadable())}};
+    addFindings(object, flow.findings().value_or(DeployFlow::Findings()));
+    object["seconds"] = static_cast<double>(duration.count()) / 1000.0;
+    reporter.object(object);
     if (success.isMerged) {
         reporter.success(QStringLiteral("%1 is live: merged with what the platform has, in %2")
                              .arg(response.site, durationText(duration)));
@@ -235,6 +243,10 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
         reporter.progress(stageText(flow->stage()));
     };
     QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
+    const auto showFindings = [flow = flow.get(), &reporter] {
+        reportFindings(reporter, flow->findings().value_or(DeployFlow::Findings()));
+    };
+    QObject::connect(flow.get(), &DeployFlow::findingsChanged, flow.get(), showFindings);
     const auto showQuestion = [flow = flow.get(), &reporter, host = config.host()] {
         if (flow->isOutcomeAsked()) {
             reporter.progress(QStringLiteral("No answer; asking %1 what became of it…").arg(host));
@@ -272,26 +284,32 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
 class DeployCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("deploy", "Publish a folder as a website and print its address")
+        command.command("deploy", "Publish a folder as a website and print its address", CommandGroup::Publish)
             .argument({"FOLDER", "The folder to publish (default: the present one)", {Candidates::Kind::Folders}},
                       m_folder)
-            .option({"--name", "NAME", "The site's name (default: from the folder's name)"}, m_name)
+            .option({"--name", "NAME", "The site's name (default: the one before, or the folder's)", {}, "-n"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
-            .json("`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `answered`, `merged`, `unreadable`: `count`, "
-                  "`names`, and "
-                  "`seconds`; "
-                  "with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `entries`: each `path`, `size`")
+            .flag({"--anyway", "", "Publish also a folder that holds your home folder"}, m_anyway)
+            .json(
+                "`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `answered`, `merged`, `unreadable`: `count`, "
+                "`names`, `leftOut`: `hidden`, `links`, `dependencies`, `agentFiles`, `special`, `warnings` and "
+                "`seconds`; with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `leftOut`, `warnings`, "
+                "`entries`: each `path`, `size`")
             .example("dw deploy", "Publish the present folder under its own name, or to its linked site")
             .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
         const std::filesystem::path folder = existingFolder(m_folder, "deploy");
+        if (!m_anyway) {
+            refuseTooMuch(folder);
+        }
         std::optional<QString> linked;
         if (!m_name) {
             linked = co_await linkedSite(folder, context);
         }
-        const QString name = chooseName(m_name, linked, folder);
+        Task<QString> choosing = chosenName(m_name, linked, folder, context);
+        const QString name = co_await choosing;
         if (m_dryRun) {
             co_return co_await showFiles(folder, name, context);
         }
@@ -303,6 +321,7 @@ private:
     std::string m_folder = ".";
     std::optional<std::string> m_name;
     bool m_dryRun = false;
+    bool m_anyway = false;
 };
 
 template std::unique_ptr<Command> makeCommand<DeployCommand>();

@@ -12,12 +12,13 @@ public:
         reference.hidden = true;
         OptionRecord manual{"--man", "", "Print the manual page"};
         manual.hidden = true;
-        command.command("help", "Print help, for all commands or for one")
+        command.command("help", "Print help, for all commands or for one", CommandGroup::Start)
             .argument({"COMMAND", "The command", {Candidates::Kind::Commands}}, m_topic)
             .flag(reference, m_reference)
             .flag(manual, m_manual)
             .exclude("--reference", "--man")
-            .example("dw help deploy", "Print what deploy takes");
+            .example("dw help deploy", "Print what deploy takes")
+            .example("dw help", "Print all commands, variables and exit codes");
     }
 
     std::string text(const Program& program) const override {

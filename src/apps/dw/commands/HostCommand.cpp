@@ -7,8 +7,10 @@ namespace driftwell::dw {
 class HostCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("host", "Print the platform in use, or choose another")
+        command.command("host", "Print the platform in use, or choose another", CommandGroup::Start)
             .argument({"HOST", "The platform, for example sites.example.org", {Candidates::Kind::Hosts}}, m_host)
+            .json("`host`, the platform in use")
+            .example("dw host", "Print the platform in use")
             .example("dw host sites.example.org", "Use the platform sites.example.org from now on");
     }
 
@@ -16,12 +18,16 @@ public:
         const ConfigStore& store = context->client->store();
         if (m_host) {
             choose(QString::fromStdString(*m_host).trimmed(), store, context->reporter);
-        } else if (const std::optional<QString> host = store.resolveHost()) {
-            context->reporter.line(host->toStdString());
-        } else {
+        }
+        const std::optional<QString> inUse = store.resolveHost();
+        if (!inUse) {
             requireReadable(store);
             throw PlatformError::noHost();
         }
+        if (!m_host) {
+            context->reporter.line(inUse->toStdString());
+        }
+        context->reporter.object({{"ok", true}, {"host", inUse->toStdString()}});
         co_return ExitCode::Done;
     }
 

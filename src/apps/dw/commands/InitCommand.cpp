@@ -107,9 +107,10 @@ void report(Reporter& reporter, const std::vector<File>& files, const std::optio
 class InitCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("init", "Tell coding agents in the present folder how to use dw")
+        command.command("init", "Tell coding agents in the present folder how to use dw", CommandGroup::Agents)
             .json("`platform`, `files`: each `path`, `state` (`written`, `renewed`, `unchanged`, `kept`)")
-            .example("dw init", "Write the folder skills and a section of CLAUDE.md, which are never published");
+            .example("dw init", "Write the folder skills and a section of CLAUDE.md, which are never published")
+            .example("dw init --json", "The same, and report what became of each file to a program");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {

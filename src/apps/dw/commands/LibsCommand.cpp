@@ -107,7 +107,7 @@ Task<QList<QString>> makeSwitches(std::shared_ptr<Context> context, PlatformConf
 class LibsCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("libs", "List a site's shared libraries, or switch them on and off")
+        command.command("libs", "List a site's shared libraries, or switch them on and off", CommandGroup::Share)
             .site(m_site)
             .repeatable({"--enable", "LIB", "Switch a library on, once for each", {Candidates::Kind::Libraries}},
                         m_enable)

@@ -9,10 +9,11 @@ namespace driftwell::dw {
 class LinkCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("link", "Tie a folder to a site that is edited together; no file changes")
+        command
+            .command("link", "Tie a folder to a site that is edited together; no file changes", CommandGroup::Publish)
             .argument({"FOLDER", "The folder to link (default: the present one)", {Candidates::Kind::Folders}},
                       m_folder)
-            .option({"--name", "SITE", "The site", {Candidates::Kind::Sites}}, m_site)
+            .option({"--name", "SITE", "The site", {Candidates::Kind::Sites}, "-n"}, m_site)
             .json("`site`, `url`, `folder`")
             .example("dw link --name launch", "Link the present folder to the site launch")
             .example("dw link ./dist --name launch", "Link the folder dist");

@@ -28,7 +28,8 @@ Rows rowsOf(const QList<SiteInfo>& sites) {
 class ListCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("list", "List the team's sites, the latest deployment first")
+        command.command("list", "List the team's sites, the latest deployment first", CommandGroup::Look)
+            .alias("ls")
             .json("`sites`: each `name`, `url`, `deployedAt`, `deployedBy`, `hasPrevious`, `access`")
             .example("dw list", "Show a table; in a pipe, a line for each site with tabs between its fields")
             .example("dw list | cut -f 1", "Print the names alone");

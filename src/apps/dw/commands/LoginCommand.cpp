@@ -71,7 +71,7 @@ Task<Identity> signInWithToken(PlatformConfig config, std::shared_ptr<Context> c
 class LoginCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("login", "Sign in to the platform, in the browser")
+        command.command("login", "Sign in to the platform, in the browser", CommandGroup::Start)
             .flag({"--no-browser", "", "Print the address to open, and open nothing"}, m_noBrowser)
             .flag({"--with-token", "", "Sign in with a token from standard input"}, m_withToken)
             .exclude("--no-browser", "--with-token")

@@ -7,9 +7,10 @@ namespace driftwell::dw {
 class LogoutCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("logout", "Sign out of the platform")
+        command.command("logout", "Sign out of the platform", CommandGroup::Start)
             .json("`host`, `wasSignedIn`")
-            .example("dw logout", "Forget the token of the platform in use");
+            .example("dw logout", "Forget the token of the platform in use")
+            .example("dw logout --json", "The same, and report whether anybody was signed in");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {

@@ -1,27 +1,50 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/KnownSites.h"
+#include "apps/dw/Rows.h"
 #include "apps/dw/SiteLog.h"
+#include "apps/dw/Texts.h"
 
 #include <charconv>
 
 namespace driftwell::dw {
 
+namespace {
+
+Rows rowsOf(const QList<LogEntry>& entries) {
+    Rows rows({{"ts", QStringLiteral("TIME"), Table::Shrink::Never, localTimeText},
+               {"kind", QStringLiteral("KIND")},
+               {"user", QStringLiteral("BY"), Table::Shrink::Never, personText},
+               {"detail", QStringLiteral("DETAIL"), Table::Shrink::Cut}});
+    for (const LogEntry& entry : entries) {
+        rows.add({{"ts", entry.ts.toStdString()},
+                  {"kind", rawValue(entry.kind).toStdString()},
+                  {"user", entry.user.toStdString()},
+                  {"detail", entry.detail.toStdString()}});
+    }
+    return rows;
+}
+
+} // namespace
+
 class LogsCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("logs", "Print a site's recent activity, the latest first")
+        command.command("logs", "Print a site's recent activity, the latest first", CommandGroup::Look)
             .optionalSite(m_site)
             .option({"--limit", "N", "At most so many lines (default: 100)"},
                     [this](const std::string& typed) { readLimit(typed); })
             .json("`site`, `entries`: each `ts`, `kind` (`api`, `ws`, `deploy`), `user`, `detail`")
-            .example("dw logs launch --limit 20", "Print what happened lately on the site launch, in 20 lines");
+            .example("dw logs launch --limit 20", "Print what happened lately on the site launch, in 20 lines")
+            .example("dw logs", "Print the activity of the site that the present folder was published as");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
         const PlatformConfig config = requireSignIn(*context->client);
         const QString site = chosenSite(m_site, context->client->store());
         const QList<LogEntry> entries = co_await requireLog(context, config, site, m_limit);
-        printLog(context->reporter, site, entries, "kind", [](const LogEntry& entry) { return rawValue(entry.kind); });
+        const Rows rows = rowsOf(entries);
+        context->reporter.object({{"ok", true}, {"site", site.toStdString()}, {"entries", rows.array()}});
+        rows.print(context->reporter);
         if (entries.isEmpty()) {
             context->reporter.message(QStringLiteral("No recent activity for %1").arg(site));
         }

@@ -10,11 +10,13 @@ namespace driftwell::dw {
 class OpenCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("open", "Open a site in the browser and print its address")
+        command.command("open", "Open a site in the browser and print its address", CommandGroup::Look)
             .optionalSite(m_site)
+            .flag({"--print", "", "Print the address, and open nothing"}, m_onlyPrint)
             .json("`site`, `url`")
             .example("dw open", "Open the site that the present folder was published as")
-            .example("dw open launch", "Open the site launch");
+            .example("dw open launch", "Open the site launch")
+            .example("dw open launch --print", "Print its address alone");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
@@ -27,7 +29,7 @@ public:
                                          .arg(site.name, site.url));
         }
         context->reporter.line(site.url.toStdString());
-        if (!xdgOpen(*address)) {
+        if (!m_onlyPrint && !xdgOpen(*address)) {
             throw std::runtime_error("Could not start xdg-open");
         }
         context->reporter.object({{"ok", true}, {"site", site.name.toStdString()}, {"url", site.url.toStdString()}});
@@ -36,6 +38,7 @@ public:
 
 private:
     std::optional<std::string> m_site;
+    bool m_onlyPrint = false;
 };
 
 template std::unique_ptr<Command> makeCommand<OpenCommand>();

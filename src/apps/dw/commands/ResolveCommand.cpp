@@ -24,7 +24,7 @@ FailedCommand nothingToResolve(const LinkedSite& linked, const std::optional<Col
 class ResolveCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("resolve", "Take one side of a conflict, or print what to tell an agent")
+        command.command("resolve", "Take one side of a conflict, or print what to tell an agent", CommandGroup::Publish)
             .argument(linkedFolderArgument(), m_folder)
             .flag({"--mine", "", "Take this folder's side of each file in conflict, and publish"}, m_mine)
             .flag({"--theirs", "", "Take the platform's side of each file in conflict, and publish"}, m_theirs)

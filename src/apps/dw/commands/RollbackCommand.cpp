@@ -8,10 +8,11 @@ namespace driftwell::dw {
 class RollbackCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("rollback", "Swap a site's live version with the one before it")
+        command.command("rollback", "Swap a site's live version with the one before it", CommandGroup::Undo)
             .site(m_site)
             .json("`site`, `url`")
-            .example("dw rollback launch", "Show the version before; once more swaps back");
+            .example("dw rollback launch", "Show the version before; once more swaps back")
+            .example("dw rollback launch && dw open launch", "Go back to the version before and look at it");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {

@@ -159,7 +159,7 @@ std::vector<std::string> modeWords() {
 class ShareCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("share", "Print who may open a site, or change that")
+        command.command("share", "Print who may open a site, or change that", CommandGroup::Share)
             .site(m_site)
             .choice({"--mode",
                      "MODE",

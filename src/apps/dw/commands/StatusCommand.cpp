@@ -124,13 +124,14 @@ QString advice(const Standing& standing) {
 class StatusCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("status", "Show how a linked folder stands and what publishing would meet")
+        command.command("status", "Show how a linked folder stands and what publishing would meet", CommandGroup::Look)
             .argument(linkedFolderArgument(), m_folder)
             .json(
                 "`site`, `url`, `folder`, `collab`, `state` (`upToDate`, `updatesAvailable`, `conflict`, `resolved`, "
                 "`needsAttention`), `detail`, `files`, and `publish`: `yours`, `theirs`, `conflicts`, or `null` where "
                 "it cannot be tried")
-            .example("dw status", "Show the present folder; exit code 6 tells of a conflict, or a coming one");
+            .example("dw status", "Show the present folder; exit code 6 tells of a conflict, or a coming one")
+            .example("dw status ./launch --json", "Show the folder launch to a program, as one object");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {

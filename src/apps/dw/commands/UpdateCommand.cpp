@@ -8,10 +8,11 @@ namespace driftwell::dw {
 class UpdateCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("update", "Merge what others published into a linked folder")
+        command.command("update", "Merge what others published into a linked folder", CommandGroup::Publish)
             .argument(linkedFolderArgument(), m_folder)
             .json("`site`, `folder`")
-            .example("dw update", "Bring the present folder up to date");
+            .example("dw update", "Bring the present folder up to date")
+            .example("dw update ./launch", "Bring the folder launch up to date");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {

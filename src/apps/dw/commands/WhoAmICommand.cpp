@@ -6,9 +6,10 @@ namespace driftwell::dw {
 class WhoAmICommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command.command("whoami", "Print who is signed in")
+        command.command("whoami", "Print who is signed in", CommandGroup::Start)
             .json("`host`, `name`, `email`, `handle`")
-            .example("dw whoami", "Print a name and an e-mail address");
+            .example("dw whoami", "Print a name and an e-mail address")
+            .example("dw whoami --json", "Print the same as one object, for a program");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {

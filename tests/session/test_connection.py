@@ -1,0 +1,100 @@
+"""A platform that is slow, wrong or out of reach, and the account, on a real desktop."""
+
+import re
+import unittest
+
+from desktop_test import DesktopTest
+from session import TimedOut, wait_for
+
+
+class ConnectionTest(DesktopTest):
+    has_panel = False
+
+    def open_on(self, host):
+        self.desktop.open_app(host=host)
+        self.place_window()
+
+    def type_platform(self, text):
+        field = self.find("text", "Platform host")
+        wait_for("the keyboard in the field", lambda: self.desktop.is_focused(field))
+        self.desktop.key("ctrl+a")
+        self.desktop.type(text)
+        self.desktop.key("Return")
+
+    def retry_now(self):
+        """A click that came in the middle of an attempt is made again."""
+        for timeout in (10, 20, None):
+            self.press("push button", "Retry now")
+            try:
+                # The countdown by itself ends at 1.
+                wait_for("the attempt", lambda: "retrying in 0s · deploys are paused" in self.texts(), timeout)
+                return
+            except TimedOut:
+                if timeout is None:
+                    raise
+
+    def test_a_slow_platform_is_waited_for_without_a_number(self):
+        self.start_platform("--delay", "4000")
+        self.open_on(self.platform.address)
+        self.wait_for_text("Loading projects…")
+        self.assertNotIn("0 projects", self.texts())
+        self.wait_for_text("No projects yet")
+
+    def test_a_platform_that_nobody_answers_for_is_told_with_reason_and_port_and_left_for_another(self):
+        self.start_platform()
+        self.open_on("http://nowhere.localhost:1")
+        self.find("alert", "Can’t reach nowhere.localhost:1")
+        self.wait_for_text("Could not connect to nowhere.localhost: Connection refused · port 1")
+        self.wait_for_text("Not loaded yet")
+        self.press("push button", "Change platform…")
+        self.wait_for_text("Where does your team deploy?")
+        self.type_platform("ftp://files.test")
+        self.wait_for_text("“ftp://files.test” is not the host of a platform: “ftp://” leads to none, only “https://” "
+                           "and “http://” do")
+        self.type_platform(self.platform.address)
+        self.wait_for_text("No projects yet")
+        self.assertEqual(self.desktop.widgets("alert"), [])
+
+    def test_a_platform_that_fails_is_said_to_and_asked_again_at_once(self):
+        self.start_platform("--fail", "500", "--delay", "2000")
+        self.open_on(self.platform.address)
+        self.wait_for_text(re.compile(f"^It answered with an error: .* · port {self.platform.port}$"))
+        self.retry_now()
+        self.platform.restart()
+        self.wait_for_text("No projects yet")
+
+    def test_a_platform_that_speaks_no_https_is_said_not_to(self):
+        self.start_platform()
+        self.open_on(self.platform.address.replace("http://", "https://"))
+        self.wait_for_text(re.compile(f"it does not speak https there · port {self.platform.port}$"))
+
+    def test_a_platform_that_is_not_meant_is_left_before_the_sign_in(self):
+        self.start_platform()
+        self.open_on("hello")
+        self.wait_for_text("Sign in to hello")
+        self.press("push button", "Change platform…")
+        self.press("push button", "Stay with hello")
+        self.wait_for_text("Sign in to hello")
+        self.press("push button", "Change platform…")
+        self.type_platform(self.platform.address)
+        self.wait_for_text("No projects yet")
+
+    def test_the_account_tells_who_and_where_and_signs_out(self):
+        self.start_platform("--require-sign-in")
+        self.open_on(f"http://127.0.0.1:{self.platform.port}")
+        self.press("push button", "Sign in…")
+        self.sign_in_as("person-ines")
+        self.wait_for_text("No projects yet")
+        self.press("push button", "Account")
+        self.find(None, re.compile(rf"@.* · 127\.0\.0\.1:{self.platform.port}$"))
+        self.press("menu item", "Change Platform…")
+        wait_for("the settings", lambda: self.desktop.windows("Driftwell Settings"))
+        self.desktop.key("ctrl+w")
+        wait_for("the end of the settings", lambda: not self.desktop.windows("Driftwell Settings"))
+        self.press("push button", "Account")
+        self.press("menu item", "Sign Out")
+        self.wait_for_text(re.compile("^Sign in to 127.0.0.1"))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
