@@ -57,8 +57,9 @@ void DeployFlow::report(const DeployProgress& progress) {
 
 void DeployFlow::showOutcome(std::optional<Timestamp> attempt, const ChangeOutcome& outcome) {
     if (std::holds_alternative<Failure>(m_phase.value()) && m_startedAt == attempt) {
-        m_outcome = outcome;
+        // In this order, so that what is told of it is told once.
         m_isOutcomeAsked = false;
+        m_outcome = outcome;
     }
 }
 

@@ -86,6 +86,23 @@ class ApplicationTest(DesktopTest):
     def focused_names(self):
         return [widget.name for widget in self.desktop.focused() if widget.getRoleName() == "push button"]
 
+    def test_a_site_is_published_again_from_the_panel(self):
+        self.start_platform()
+        self.publish("portfolio")
+        self.open("--tray")
+        self.click_in_tray()
+        wait_for("the keyboard on the site", lambda: self.focused_names() == ["portfolio"])
+        self.desktop.key("Right")
+        wait_for("the keyboard beside it", lambda: self.focused_names() == ["Publish portfolio again"])
+        self.desktop.key("Return")
+        self.wait_for_text("Deploy portfolio")
+        self.wait_for_text("Nothing has changed since your last version from this computer.")
+        self.desktop.gone("label", "RECENTLY DEPLOYED")
+        field = self.find("text", "Site name")
+        wait_for("the keyboard in the name field", lambda: self.desktop.is_focused(field))
+        self.desktop.key("Return")
+        self.wait_for_text("portfolio is live")
+
     def test_a_tray_that_shows_only_menus_has_the_same_commands(self):
         self.start_platform()
         self.publish("portfolio", "handbook")
@@ -196,7 +213,7 @@ class ApplicationTest(DesktopTest):
         self.find("dialog", "Quit Driftwell?")
         self.press("push button", "Quit")
 
-    def test_nothing_is_quit_or_signed_out_of_a_deployment_without_a_question(self):
+    def test_a_deployment_is_not_ended_by_quitting_without_a_question(self):
         self.start_platform("--delay", "60000", "--fail-path", "/api/deploy")
         self.open(self.site("portfolio"))
         self.find("text", "Site name")

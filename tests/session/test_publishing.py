@@ -19,6 +19,8 @@ class PublishingTest(DesktopTest):
 
     def setUp(self):
         super().setUp()
+        if scheme := os.environ.get("DRIFTWELL_COLOR_SCHEME"):
+            self.desktop.environment["DRIFTWELL_COLOR_SCHEME"] = scheme
         self.desktop.start_notifications()
         self.addCleanup(self.desktop.stop_notifications)
 
@@ -50,7 +52,9 @@ class PublishingTest(DesktopTest):
         icon = self.desktop.file_manager(folder.parent, self.window)
         manager = self.desktop.processes[-1]
         self.addCleanup(lambda: self.desktop.end(manager))
-        self.desktop.drag(icon, (icon[0] - 40, icon[1]), (400, 300))
+        # The icon of a short name is narrow.
+        start = (icon[0] - 33, icon[1])
+        self.desktop.drag(start, (start[0] - 40, start[1]), (400, 300))
 
     # --- A slow platform ---
 

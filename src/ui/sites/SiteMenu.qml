@@ -30,7 +30,7 @@ ChoiceMenu {
         onTriggered: menu.model.copyLink(menu.site)
     }
     MenuEntry {
-        visible: menu.folderKnown
+        visible: menu.folderKnown && !menu.model.paused
         enabled: menu.folderKnown && !menu.model.paused
         height: implicitHeight
         text: "Publish Again"

@@ -13,6 +13,8 @@ PanelRow {
     signal publishedAgain
 
     implicitHeight: 28
+    // Its room stays free, so that nothing moves when it comes.
+    rightPadding: publishable ? 38 : 14
     text: name
     details: deploying ? "deploying…" : age
 
@@ -20,6 +22,26 @@ PanelRow {
     Keys.onRightPressed: {
         if (publishable)
             again.forceActiveFocus(Qt.TabFocusReason);
+    }
+
+    IconButton {
+        id: again
+
+        readonly property bool shown: row.publishable && (row.hovered || hovered || activeFocus)
+
+        anchors { right: parent.right; rightMargin: 12; verticalCenter: parent.verticalCenter }
+        implicitWidth: 20
+        implicitHeight: 20
+        visible: row.publishable
+        opacity: shown ? 1 : 0
+        activeFocusOnTab: false
+        size: 12
+        symbol: "arrow.up"
+        label: "Publish " + row.name + " again"
+        tip: "Publish Again"
+        Accessible.ignored: !shown
+        Keys.onLeftPressed: row.forceActiveFocus(Qt.BacktabFocusReason)
+        onClicked: row.publishedAgain()
     }
 
     contentItem: RowLayout {
@@ -38,24 +60,6 @@ PanelRow {
             textStyle: TextStyle.Detail
             tone: row.deploying ? Tone.Accent : Tone.Muted
             Accessible.ignored: true
-        }
-        IconButton {
-            id: again
-
-            readonly property bool shown: row.publishable && (row.hovered || hovered || activeFocus)
-
-            implicitWidth: 20
-            implicitHeight: 20
-            visible: row.publishable
-            opacity: shown ? 1 : 0
-            activeFocusOnTab: false
-            size: 12
-            symbol: "arrow.up"
-            label: "Publish " + row.name + " again"
-            tip: "Publish Again"
-            Accessible.ignored: !shown
-            Keys.onLeftPressed: row.forceActiveFocus(Qt.BacktabFocusReason)
-            onClicked: row.publishedAgain()
         }
         Symbol {
             visible: row.hovered && !row.deploying
