@@ -56,7 +56,21 @@ void AccessibleItem::install() {
     std::call_once(installed, [] { QAccessible::installFactory(makeInterface); });
 }
 
-AccessibleItem::AccessibleItem(QQuickItem& item) : QAccessibleObject(&item) {}
+AccessibleItem::AccessibleItem(QQuickItem& item) : QAccessibleObject(&item) {
+    // Qt makes several of these for one item, of which one is to tell.
+    const QString name = QStringLiteral("accessibleState");
+    if (item.findChild<QObject*>(name, Qt::FindDirectChildrenOnly) != nullptr) {
+        return;
+    }
+    auto* const teller = new QObject(&item);
+    teller->setObjectName(name);
+    QObject::connect(&item, &QQuickItem::enabledChanged, teller, [&item] {
+        QAccessible::State changed;
+        changed.disabled = true;
+        QAccessibleStateChangeEvent event(&item, changed);
+        QAccessible::updateAccessibility(&event);
+    });
+}
 
 QQuickItem* AccessibleItem::item() const {
     return static_cast<QQuickItem*>(object());

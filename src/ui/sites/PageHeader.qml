@@ -38,7 +38,7 @@ RowLayout {
 
         symbol: "ellipsis"
         label: "More"
-        onClicked: menu.popup(more, 0, more.height + 4)
+        onClicked: menu.popup(more, more.width - menu.width, more.height + 4)
 
         ChoiceMenu {
             id: menu

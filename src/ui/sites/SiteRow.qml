@@ -77,9 +77,12 @@ Item {
             if (mouse.button === Qt.RightButton)
                 row.showMenu(Qt.point(mouse.x, mouse.y));
         }
+        // The second of two clicks is no click of its own.
         onDoubleClicked: mouse => {
             if (mouse.button === Qt.LeftButton)
                 row.model.open(row.name);
+            else
+                row.showMenu(Qt.point(mouse.x, mouse.y));
         }
     }
     Rectangle {
