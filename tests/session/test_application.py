@@ -213,7 +213,7 @@ class ApplicationTest(DesktopTest):
         self.find("dialog", "Quit Driftwell?")
         self.press("push button", "Quit")
 
-    def test_nothing_is_quit_or_signed_out_of_a_deployment_without_a_question(self):
+    def test_a_deployment_is_not_ended_by_quitting_without_a_question(self):
         self.start_platform("--delay", "60000", "--fail-path", "/api/deploy")
         self.open(self.site("portfolio"))
         self.find("text", "Site name")

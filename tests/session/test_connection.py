@@ -79,12 +79,33 @@ class ConnectionTest(DesktopTest):
         self.type_platform(self.platform.address)
         self.wait_for_text("No projects yet")
 
-    def test_the_account_tells_who_and_where_and_signs_out(self):
-        self.start_platform("--require-sign-in")
-        self.open_on(f"http://127.0.0.1:{self.platform.port}")
+    def sign_in(self):
         self.press("push button", "Sign in…")
         self.sign_in_as("person-ines")
         self.wait_for_text("No projects yet")
+
+    def test_nobody_is_signed_out_of_a_deployment_without_a_question(self):
+        self.start_platform("--require-sign-in", "--delay", "60000", "--fail-path", "/api/deploy")
+        self.open_on(f"http://127.0.0.1:{self.platform.port}")
+        self.sign_in()
+        self.desktop.launch(self.site("portfolio")).wait()
+        self.find("text", "Site name")
+        self.desktop.key("Return")
+        self.find("progress bar", "Deployment")
+        for answer, outcome in (("Escape", "Deploying portfolio"), ("Tab Return", "Sign in to 127.0.0.1")):
+            self.desktop.key("ctrl+comma")
+            self.press("push button", "Sign Out")
+            self.find("dialog", "Sign out?")
+            keep = self.find("push button", "Stay Signed In")
+            wait_for("the keyboard on the harmless button", lambda: self.desktop.is_focused(keep))
+            self.desktop.key(*answer.split())
+            self.desktop.gone("dialog", "Sign out?")
+            self.wait_for_text(re.compile(f"^{outcome}"))
+
+    def test_the_account_tells_who_and_where_and_signs_out(self):
+        self.start_platform("--require-sign-in")
+        self.open_on(f"http://127.0.0.1:{self.platform.port}")
+        self.sign_in()
         self.press("push button", "Account")
         self.find(None, re.compile(rf"@.* · 127\.0\.0\.1:{self.platform.port}$"))
         self.press("menu item", "Change Platform…")

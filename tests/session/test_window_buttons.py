@@ -39,6 +39,22 @@ class WindowButtonsTest(DesktopTest):
         self.press("push button", "Close")
         wait_for("the end of the window", lambda: not self.desktop.windows("Driftwell"))
 
+    def test_on_xfce_they_stand_where_its_window_manager_has_them(self):
+        self.desktop.environment["XDG_CURRENT_DESKTOP"] = "XFCE"
+        self.addCleanup(self.desktop.environment.pop, "XDG_CURRENT_DESKTOP")
+        self.open()
+        self.wait_for_text("No projects yet")
+        self.wait_for_buttons(["Minimize", "Maximize", "Close"], True)
+        self.xfconf("-n", "-t", "string", "-s", "CHM|")
+        self.wait_for_buttons(["Close", "Minimize", "Maximize"], False)
+        self.xfconf("-s", "|C")
+        self.wait_for_buttons(["Close"], True)
+        self.xfconf("-r")
+        self.wait_for_buttons(["Minimize", "Maximize", "Close"], True)
+
+    def xfconf(self, *arguments):
+        self.desktop.x("xfconf-query", "-c", "xfwm4", "-p", "/general/button_layout", *arguments)
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

@@ -162,6 +162,23 @@ TEST_F(MenuBarModelTest, APersonWhoIsSignedInCanSignOut) {
     EXPECT_EQ(menuBar.authTitle(), QStringLiteral("Sign out"));
 }
 
+TEST_F(MenuBarModelTest, ASignOutMayBeTakenOverByAQuestion) {
+    becomeOnRemote(Kind::Connected);
+    MenuBarModel menuBar = menuBarOf(model());
+    bool isTakenOver = true;
+    int questions = 0;
+    menuBar.askBeforeSignOut([&] {
+        ++questions;
+        return isTakenOver;
+    });
+    menuBar.runAuthAction();
+    EXPECT_EQ(status(), Status::connected());
+    isTakenOver = false;
+    menuBar.runAuthAction();
+    EXPECT_EQ(status(), Status::signedOut());
+    EXPECT_EQ(questions, 2);
+}
+
 TEST_F(MenuBarModelTest, APersonWhoIsNotLetInCanSignIn) {
     for (const Kind kind : {Kind::NotTeam, Kind::SignedOut}) {
         becomeOnRemote(kind);

@@ -248,6 +248,17 @@ TEST_F(SettingsModelTest, ALocalPlatformsPersonCannotBeSignedOut) {
     EXPECT_EQ(settings().personEmail(), identity()->email);
 }
 
+TEST_F(SettingsModelTest, ASignOutMayBeTakenOverByAQuestion) {
+    becomeOnRemote(Kind::Connected);
+    bool isTakenOver = true;
+    settings().askBeforeSignOut([&isTakenOver] { return isTakenOver; });
+    settings().signOut();
+    EXPECT_EQ(settings().account(), Account::Person);
+    isTakenOver = false;
+    settings().signOut();
+    EXPECT_EQ(settings().account(), Account::Nobody);
+}
+
 TEST_F(SettingsModelTest, APersonSignsOut) {
     becomeOnRemote(Kind::Connected);
     EXPECT_EQ(settings().accountAction(), Action::SignOut);

@@ -101,8 +101,8 @@ void ViewFixture::show(const QString& file, const QVariantMap& properties, QSize
 
 void ViewFixture::showQml(const QString& objects, const QVariantMap& properties, QSize size) {
     start(size);
-    QByteArray text =
-        "import QtQuick\nimport QtQuick.Layouts\nimport Driftwell\nRectangle {\nid: test\ncolor: DW.canvas\n";
+    QByteArray text = "import QtQuick\nimport QtQuick.Controls.Basic\nimport QtQuick.Layouts\nimport "
+                      "Driftwell\nRectangle {\nid: test\ncolor: DW.canvas\n";
     for (auto property = properties.begin(); property != properties.end(); ++property) {
         text += "required property var " + property.key().toUtf8() + '\n';
     }

@@ -59,6 +59,8 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     connect(&m_window, &MainWindow::quitConfirmed, this, &Application::quit, Qt::QueuedConnection);
     connect(&m_window, &MainWindow::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
     connect(&m_settings, &SettingsWindow::quitRequested, this, &Application::askToQuit, Qt::QueuedConnection);
+    m_menuBar.askBeforeSignOut([this] { return asksBeforeSignOut(); });
+    m_settings.askBeforeSignOut([this] { return asksBeforeSignOut(); });
     connect(&m_window, &MainWindow::closed, this, &Application::followClosedWindow);
     connect(&m_mergeNotices, &MergeNotices::openRequested, this, &Application::showWindow);
     connect(&m_deployNotices, &DeployNotices::openRequested, this, &Application::showWindow);
@@ -78,6 +80,15 @@ void Application::askToQuit() {
     }
     showWindow();
     m_window.askToQuit();
+}
+
+bool Application::asksBeforeSignOut() {
+    if (RunningWork::of(m_state).isEmpty()) {
+        return false;
+    }
+    showWindow();
+    m_window.askToSignOut();
+    return true;
 }
 
 void Application::quit() {

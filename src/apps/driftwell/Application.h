@@ -49,6 +49,8 @@ public:
 
 private:
     Task<> endAndQuit();
+    /// Asks in the window before a sign-out while something is under way; gives whether it does.
+    bool asksBeforeSignOut();
     void showWindow(const QByteArray& activationToken = {});
     void showSettings();
     /// The person has signed in with the browser and wants to go on here.

@@ -78,6 +78,12 @@ void MainWindow::askToQuit() {
     }
 }
 
+void MainWindow::askToSignOut() {
+    if (m_contents) {
+        m_contents->model.askToSignOut();
+    }
+}
+
 void MainWindow::hide() {
     if (m_contents) {
         keepPlace();

@@ -44,6 +44,9 @@ public:
     /// Asks in the open window whether the application is to end although something is under way.
     void askToQuit();
 
+    /// The same for a sign-out.
+    void askToSignOut();
+
     /// Takes the window from the screen and leaves it open.
     void hide();
 

@@ -65,6 +65,7 @@ void SettingsWindow::hide() {
 
 void SettingsWindow::open() {
     m_contents = std::make_unique<Contents>(m_state, m_updater, m_desktop);
+    m_contents->model.askBeforeSignOut(m_askBeforeSignOut);
     QQuickView& window = m_contents->scene.view();
     window.setTitle(QStringLiteral("Driftwell Settings"));
     m_contents->scene.load(QStringLiteral("SettingsView"),

@@ -4,6 +4,7 @@
 
 #include <QObject>
 
+#include <functional>
 #include <memory>
 
 class QKeyEvent;
@@ -28,6 +29,10 @@ public:
     [[nodiscard]] static bool opensWith(const QKeyEvent& key);
 
     [[nodiscard]] bool isOpen() const { return m_contents != nullptr; }
+
+    /// From the next opening on this is asked before the person is signed out; true where it
+    /// sees to that itself.
+    void askBeforeSignOut(std::function<bool()> ask) { m_askBeforeSignOut = std::move(ask); }
 
     /// Opens the window, or brings it to the front as it is.
     void show();
@@ -58,6 +63,7 @@ private:
     AppState& m_state;
     Updater& m_updater;
     WindowServices& m_desktop;
+    std::function<bool()> m_askBeforeSignOut;
     std::unique_ptr<Contents> m_contents;
 };
 

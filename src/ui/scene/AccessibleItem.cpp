@@ -56,14 +56,7 @@ void AccessibleItem::install() {
     std::call_once(installed, [] { QAccessible::installFactory(makeInterface); });
 }
 
-AccessibleItem::AccessibleItem(QQuickItem& item) : QAccessibleObject(&item) {
-    QObject::connect(&item, &QQuickItem::enabledChanged, &item, [&item] {
-        QAccessible::State changed;
-        changed.disabled = true;
-        QAccessibleStateChangeEvent event(&item, changed);
-        QAccessible::updateAccessibility(&event);
-    });
-}
+AccessibleItem::AccessibleItem(QQuickItem& item) : QAccessibleObject(&item) {}
 
 QQuickItem* AccessibleItem::item() const {
     return static_cast<QQuickItem*>(object());
@@ -224,7 +217,8 @@ void AccessibleItem::doAction(const QString& action) {
     if (action == setFocusAction()) {
         item()->forceActiveFocus();
     } else if (action == pressAction() && item()->inherits("QQuickAbstractButton")) {
-        QMetaObject::invokeMethod(item(), "click");
+        // The signal is what a button is pressed for; Qt 6.4 has no other way to press it from outside.
+        QMetaObject::invokeMethod(item(), "clicked");
     }
 }
 

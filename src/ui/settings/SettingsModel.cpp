@@ -158,7 +158,9 @@ void SettingsModel::cancelSignIn() {
 }
 
 void SettingsModel::signOut() {
-    m_signIn.signOut();
+    if (!m_askBeforeSignOut || !m_askBeforeSignOut()) {
+        m_signIn.signOut();
+    }
 }
 
 // --- The command-line tool ---

@@ -10,6 +10,7 @@
 #include <QtQml/qqmlregistration.h>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 
 namespace driftwell {
@@ -117,6 +118,9 @@ public:
 
     [[nodiscard]] LaunchAtLogin* launchAtLogin() { return &m_launchAtLogin; }
 
+    /// From now on this is asked before the person is signed out; true where it sees to that itself.
+    void askBeforeSignOut(std::function<bool()> ask) { m_askBeforeSignOut = std::move(ask); }
+
     /// Connects to the draft's host, and shows it as it is written then, unless that can be no platform: then
     /// hostError() says so. Does nothing unless hostChanged().
     Q_INVOKABLE void applyHost();
@@ -140,6 +144,7 @@ private:
     SignIn& m_signIn;
     CLIInstaller& m_cli;
     Updater& m_updater;
+    std::function<bool()> m_askBeforeSignOut;
     LaunchAtLogin m_launchAtLogin;
     QString m_hostInput;
     QString m_hostError;

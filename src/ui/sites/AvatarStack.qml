@@ -15,25 +15,27 @@ Row {
     Accessible.name: "Shared with " + [...emails].join(", ") + (more > 0 ? " and " + more + " more" : "")
 
     Repeater {
-        model: stack.emails
+        // By number: for other people the circles stay and change.
+        model: [...stack.emails].length
 
         Outline {
             id: circle
 
-            required property string modelData
+            required property int index
+            readonly property string email: stack.emails[index] ?? ""
 
             width: 22
             height: 22
             radius: 11
-            color: DW.seedTint(modelData, DW.dark).bg
+            color: DW.seedTint(email, DW.dark).bg
             stroke: 1.5
             border.color: DW.card
 
             AppText {
                 anchors.centerIn: parent
-                text: Format.firstCharacter(circle.modelData).toUpperCase()
+                text: Format.firstCharacter(circle.email).toUpperCase()
                 textStyle: TextStyle.FieldLabel
-                color: DW.seedTint(circle.modelData, DW.dark).fg
+                color: DW.seedTint(circle.email, DW.dark).fg
                 Accessible.ignored: true
             }
         }

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import Driftwell
 
 // One site: what it is, since when and by whom, who may open it, and what can be done with it.
@@ -32,8 +31,11 @@ Item {
     readonly property bool actionsShown: hovered || current || actions.activeFocus
     readonly property bool roomy: actionsWidth >= 306
     readonly property bool chipShown: collabLabel !== "" && !busy
-    // Where the column is that tells since when the site is as it is.
-    readonly property real updatedX: columns.x + updated.x
+    readonly property bool shared: sharingText === ""
+    // Where the columns begin. A layout would find out the same again for every row that comes into sight.
+    readonly property real namesX: 57
+    readonly property real sharingX: width - actionsWidth - sharingWidth
+    readonly property real updatedX: sharingX - updatedWidth
 
     // Before something opens over the list that gives the keyboard back when it goes: the buttons are not there then.
     function takeKeyboard(): void {
@@ -59,6 +61,9 @@ Item {
     // Most rows are never pointed at. What has been there once stays, for the keyboard to come back to.
     onActionsShownChanged: if (actionsShown && !actions.item) actions.setSource("RowActions.qml", {row: row})
     onChipShownChanged: if (chipShown && !chip.item) chip.setSource("RowChip.qml", {row: row})
+    onBusyChanged: if (busy && !spinner.item) spinner.setSource("Spinner.qml")
+    onSharedChanged: if (shared && !people.item) people.setSource("RowPeople.qml", {row: row})
+    Component.onCompleted: if (shared && !people.item) people.setSource("RowPeople.qml", {row: row})
 
     HoverHandler {
         id: hover
@@ -100,85 +105,68 @@ Item {
         height: 1
         color: DW.rowDivider
     }
-    RowLayout {
-        id: columns
+    Favicon {
+        x: 14
+        anchors.verticalCenter: parent.verticalCenter
+        name: row.name
+    }
+    Column {
+        x: row.namesX
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 2
 
-        anchors.fill: parent
-        anchors.leftMargin: 14
-        anchors.rightMargin: 14
-        spacing: 0
-
-        Favicon {
-            name: row.name
+        AppText {
+            width: row.updatedX - row.namesX - 12
+            text: row.name
+            font.weight: Font.Medium
+            elide: Text.ElideMiddle
         }
-        ColumnLayout {
-            Layout.leftMargin: 11
-            Layout.rightMargin: 12
-            spacing: 2
-
-            AppText {
-                Layout.fillWidth: true
-                text: row.name
-                font.weight: Font.Medium
-                elide: Text.ElideMiddle
-            }
-            AppText {
-                Layout.fillWidth: true
-                text: row.address
-                textStyle: TextStyle.Detail
-                tone: Tone.Muted
-                elide: Text.ElideMiddle
-            }
+        AppText {
+            width: row.updatedX - row.namesX - 12
+            text: row.address
+            textStyle: TextStyle.Detail
+            tone: Tone.Muted
+            elide: Text.ElideMiddle
         }
-        Item {
-            id: updated
+    }
+    Loader {
+        id: spinner
 
-            Layout.preferredWidth: row.updatedWidth
-            Layout.fillHeight: true
+        x: row.updatedX
+        anchors.verticalCenter: parent.verticalCenter
+        visible: row.busy
+    }
+    CuttableText {
+        readonly property real indent: row.busy ? spinner.width + 7 : 0
 
-            RowLayout {
-                anchors.verticalCenter: parent.verticalCenter
-                width: parent.width - 10
-                visible: !row.chipShown
-                spacing: 7
+        x: row.updatedX + indent
+        anchors.verticalCenter: parent.verticalCenter
+        width: row.updatedWidth - 10 - indent
+        visible: !row.chipShown
+        text: row.updatedText
+        tone: row.rolledBack && !row.busy ? Tone.Warning : Tone.Muted
+    }
+    Loader {
+        id: chip
 
-                Spinner {
-                    visible: row.busy
-                }
-                CuttableText {
-                    Layout.fillWidth: true
-                    text: row.updatedText
-                    tone: row.rolledBack && !row.busy ? Tone.Warning : Tone.Muted
-                }
-            }
-            Loader {
-                id: chip
+        x: row.updatedX
+        anchors.verticalCenter: parent.verticalCenter
+        visible: row.chipShown && !(row.actionsShown && row.collabAction !== "" && !row.roomy)
+    }
+    SharingLabel {
+        x: row.sharingX
+        anchors.verticalCenter: parent.verticalCenter
+        width: row.sharingWidth - 10
+        visible: !row.shared
+        symbol: row.sharingSymbol
+        text: row.sharingText
+    }
+    Loader {
+        id: people
 
-                anchors.verticalCenter: parent.verticalCenter
-                visible: row.chipShown && !(row.actionsShown && row.collabAction !== "" && !row.roomy)
-            }
-        }
-        Item {
-            Layout.preferredWidth: row.sharingWidth
-            Layout.fillHeight: true
-
-            SharingLabel {
-                anchors.verticalCenter: parent.verticalCenter
-                width: parent.width - 10
-                visible: row.sharingText !== ""
-                symbol: row.sharingSymbol
-                text: row.sharingText
-            }
-            AvatarStack {
-                anchors.verticalCenter: parent.verticalCenter
-                visible: row.sharingText === ""
-                emails: row.sharedEmails
-                more: row.moreEmails
-            }
-        }
-        Item {
-            Layout.preferredWidth: row.actionsWidth - 14
-        }
+        x: row.sharingX
+        anchors.verticalCenter: parent.verticalCenter
+        visible: row.shared
     }
     Loader {
         id: actions

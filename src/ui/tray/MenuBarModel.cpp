@@ -94,7 +94,9 @@ void MenuBarModel::runAuthAction() {
         m_signIn.signIn();
         return;
     case AuthAction::SignOut:
-        m_signIn.signOut();
+        if (!m_askBeforeSignOut || !m_askBeforeSignOut()) {
+            m_signIn.signOut();
+        }
         return;
     }
 }

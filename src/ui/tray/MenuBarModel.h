@@ -8,6 +8,8 @@
 #include <QtQml/qqmlregistration.h>
 #include <QVariantList>
 
+#include <functional>
+
 namespace driftwell {
 
 class Catalog;
@@ -75,6 +77,9 @@ public:
     [[nodiscard]] bool updatesEnabled() const;
     [[nodiscard]] bool canCheckForUpdates() const;
 
+    /// From now on this is asked before the person is signed out; true where it sees to that itself.
+    void askBeforeSignOut(std::function<bool()> ask) { m_askBeforeSignOut = std::move(ask); }
+
     Q_INVOKABLE void openSite(int row);
     /// Opens the window on a deployment of the folder that the site came from.
     Q_INVOKABLE void publishAgain(int row);
@@ -100,6 +105,7 @@ private:
     SignIn& m_signIn;
     LocalServerController& m_localServer;
     Updater& m_updater;
+    std::function<bool()> m_askBeforeSignOut;
 };
 
 } // namespace driftwell

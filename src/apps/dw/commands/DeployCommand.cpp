@@ -88,8 +88,7 @@ void reportFindings(Reporter& reporter, const DeployFlow::Findings& findings) {
     }
 }
 
-Task<ExitCode> showFiles(std::filesystem::path folder, QString name, QStringList warnings,
-                         std::shared_ptr<Context> context) {
+Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
     const auto work = [folder, stop = context->stop] {
         return FolderScan::scan(folder, stop);
     };
