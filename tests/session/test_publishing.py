@@ -85,9 +85,11 @@ class PublishingTest(DesktopTest):
         self.wait_for_opened(self.address("portfolio"))
 
     def test_who_quits_too_late_is_told_so_and_finds_the_site_in_the_list(self):
-        self.start_platform("--delay", "3000", "--fail-path", "/api/deploy")
+        self.start_platform("--delay", "10000", "--fail-path", "/api/deploy")
         self.send_all("portfolio")
         self.desktop.key("ctrl+q")
+        self.find("dialog", "Quit Driftwell?")
+        self.press("push button", "Quit")
         self.wait_for_end()
         told = self.notification("portfolio may go live all the same")
         self.assertTrue(told["open"], "it is the last word of the application, and stays")

@@ -241,7 +241,8 @@ TEST_F(MenuBarModelTest, ASiteWhoseFolderIsKnownIsPublishedAgainInTheWindow) {
 
 TEST_F(MenuBarModelTest, WhileThePlatformIsOutOfReachNoSiteIsPublishedAgain) {
     connectedWith({"garden"});
-    store().saveFolder(QStringLiteral("garden"), siteFolder("source"));
+    rememberFolder("garden", siteFolder("source"));
+    EXPECT_TRUE(recentSites(now()).first().publishable);
     become(Kind::Unreachable);
     EXPECT_FALSE(recentSites(now()).first().publishable);
 }

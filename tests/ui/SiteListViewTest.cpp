@@ -626,7 +626,7 @@ TEST_F(SiteListViewTest, ASiteIsPublishedAgainFromItsFolderUnderItsName) {
 
 TEST_F(SiteListViewTest, WhileDeploysArePausedNothingIsPublishedAgain) {
     connectedWith({"garden"});
-    store().saveFolder(QStringLiteral("garden"), siteFolder("source"));
+    rememberFolder("garden", siteFolder("source"));
     become(Kind::Unreachable);
     showList();
     click(row(QStringLiteral("garden")), Qt::RightButton);
