@@ -100,9 +100,9 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_EQ(help.error, "");
     for (const char* word :
-         {"Usage: dw ", "\n  host ",       "\n  login ",      "\n  logout ",   "\n  deploy ", "\n  list ",
-          "\n  open ",  "\n  logs ",       "\n  history ",    "\n  rollback ", "\n  delete ", "\n  share ",
-          "\n  libs ",  "\n  whoami ",     "\n  completion ", "\n  help ",     "DW_HOST",     "DW_TOKEN",
+         {"Usage: dw ", "\n  host ",       "\n  login ",      "\n  logout ",   "\n  deploy ",     "\n  list, ls ",
+          "\n  open ",  "\n  logs ",       "\n  history ",    "\n  rollback ", "\n  delete, rm ", "\n  share ",
+          "\n  libs ",  "\n  whoami ",     "\n  completion ", "\n  help ",     "DW_HOST",         "DW_TOKEN",
           "NO_COLOR",   "130 interrupted", "143 told to end"}) {
         EXPECT_THAT(help.output, HasSubstr(word));
     }

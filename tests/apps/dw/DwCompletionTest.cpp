@@ -132,7 +132,7 @@ TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--"}),
-                UnorderedElementsAre("--name", "--dry-run", "--json", "--quiet", "--help"));
+                UnorderedElementsAre("--name", "--dry-run", "--anyway", "--json", "--quiet", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--name", ""}), IsEmpty());
     EXPECT_THAT(bashCandidates({"dw", "deploy", "-n", ""}), IsEmpty());
     EXPECT_THAT(bashCandidates({"dw", "ls", "--j"}), ElementsAre("--json"));
@@ -156,7 +156,7 @@ TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(fishCandidates("dw de"), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
     EXPECT_THAT(fishCandidates("dw deploy --"),
-                UnorderedElementsAre("--name", "--dry-run", "--json", "--quiet", "--help"));
+                UnorderedElementsAre("--name", "--dry-run", "--anyway", "--json", "--quiet", "--help"));
     EXPECT_THAT(fishCandidates("dw login --"),
                 UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--help"));
     EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--quiet", "--help"));
@@ -212,21 +212,12 @@ TEST_F(DwCompletion, InZshCompletesTheOptionsOfTheCommandsOnSites) {
 }
 
 TEST_F(DwCompletion, OffersEveryCommandAndOptionOfTheHelp) {
-    std::vector<std::string> commands;
-    const std::vector<std::string> general = linesOf(runDw({"help"}).output);
-    for (auto line = std::find(general.begin(), general.end(), "Commands:") + 1; !line->empty(); ++line) {
-        commands.push_back(line->substr(2, line->find(' ', 2) - 2));
-    }
+    const std::vector<std::string> commands = listedCommands();
     EXPECT_THAT(bashCandidates({"dw", "help", ""}), UnorderedElementsAreArray(commands));
     EXPECT_THAT(fishCandidates("dw help "), UnorderedElementsAreArray(commands));
     for (const std::string& command : commands) {
         SCOPED_TRACE(command);
-        std::vector<std::string> options{"--help"};
-        for (const std::string& line : linesOf(runDw({"help", command}).output)) {
-            if (line.starts_with("  --")) {
-                options.push_back(line.substr(2, line.find(' ', 2) - 2));
-            }
-        }
+        const std::vector<std::string> options = listedOptions(command);
         EXPECT_THAT(bashCandidates({"dw", command, "-"}), UnorderedElementsAreArray(options));
         EXPECT_THAT(fishCandidates("dw " + command + " --"), UnorderedElementsAreArray(options));
         for (const std::string& option : options) {

@@ -54,16 +54,19 @@ TEST_F(DwDeploy, WithJsonThereIsNothingButTheObject) {
     EXPECT_GE(object.at("seconds").get<double>(), 0.0);
     EXPECT_LT(object.at("seconds").get<double>(), 60.0);
     object.erase("seconds");
-    EXPECT_EQ(object, (json{{"ok", true},
-                            {"site", "site"},
-                            {"url", "http://site.driftwell.localhost:" + sandbox.port() + "/"},
-                            {"bytes", 8},
-                            {"files", 2},
-                            {"skipped", 0},
-                            {"sent", 2},
-                            {"answered", true},
-                            {"merged", false},
-                            {"unreadable", {{"count", 0}, {"names", json::array()}}}}));
+    EXPECT_EQ(object,
+              (json{{"ok", true},
+                    {"site", "site"},
+                    {"url", "http://site.driftwell.localhost:" + sandbox.port() + "/"},
+                    {"bytes", 8},
+                    {"files", 2},
+                    {"skipped", 0},
+                    {"sent", 2},
+                    {"answered", true},
+                    {"merged", false},
+                    {"unreadable", {{"count", 0}, {"names", json::array()}}},
+                    {"leftOut", {{"hidden", 0}, {"links", 0}, {"dependencies", 0}, {"agentFiles", 0}, {"special", 0}}},
+                    {"warnings", json::array()}}));
 }
 
 TEST_F(DwDeploy, SaysWhatItCouldNotReadAndPublishesTheRest) {

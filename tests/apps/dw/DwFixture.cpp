@@ -1,5 +1,7 @@
 #include "tests/apps/dw/DwFixture.h"
 
+#include "tests/support/SampleText.h"
+
 #include <algorithm>
 #include <fstream>
 #include <iterator>
@@ -42,6 +44,29 @@ std::string DwFixture::toldAddress(Program& program, const std::string& beginnin
         return !address.empty();
     });
     return address;
+}
+
+std::vector<std::string> DwFixture::listedCommands() const {
+    const std::vector<std::string> help = linesOf(runDw({"help"}).output);
+    std::vector<std::string> commands;
+    const auto end = std::find(help.begin(), help.end(), "Environment:");
+    for (auto line = std::find(help.begin(), help.end(), "Start:"); line < end; ++line) {
+        if (line->starts_with("  ")) {
+            commands.push_back(line->substr(2, line->find_first_of(", ", 2) - 2));
+        }
+    }
+    return commands;
+}
+
+std::vector<std::string> DwFixture::listedOptions(const std::string& command) const {
+    std::vector<std::string> options;
+    for (const std::string& line : linesOf(runDw({"help", command}).output)) {
+        if (line.starts_with("  -")) {
+            const std::size_t name = line.find("--");
+            options.push_back(line.substr(name, line.find(' ', name) - name));
+        }
+    }
+    return options;
 }
 
 void DwFixture::setVariable(const std::string& name, const std::string& value) {

@@ -29,6 +29,11 @@ protected:
     [[nodiscard]] static std::string toldAddress(Program& program, const std::string& beginning);
 
     /// Adds to, or takes from ("" unsets), what each further start is given.
+    /// The commands that the help lists, each once.
+    [[nodiscard]] std::vector<std::string> listedCommands() const;
+    /// The long names of the options in the help of a command.
+    [[nodiscard]] std::vector<std::string> listedOptions(const std::string& command) const;
+
     void setVariable(const std::string& name, const std::string& value);
     void useHost(const std::string& address) { setVariable("DW_HOST", address); }
 

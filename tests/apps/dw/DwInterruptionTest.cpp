@@ -66,7 +66,7 @@ protected:
 TEST_F(DwInterruption, WhilePackingEndsEverythingAtOnce) {
     const Sandbox sandbox;
     useHost(sandbox.address());
-    fillForLongPacking(folder("site", {}));
+    fillForLongPacking(folder("site", {{"index.html", "x"}}));
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         SCOPED_TRACE(signal);
         Program program(dw({"deploy", "site"}));
@@ -83,7 +83,7 @@ TEST_F(DwInterruption, WhilePackingEndsEverythingAtOnce) {
 TEST_F(DwInterruption, FromTheKeyboardClearsTheStage) {
     const Sandbox sandbox;
     useHost(sandbox.address());
-    fillForLongPacking(folder("site", {}));
+    fillForLongPacking(folder("site", {{"index.html", "x"}}));
     Invocation invocation = dw({"deploy", "site"});
     invocation.terminal = Invocation::Terminal::All;
     Program program(invocation);
@@ -96,7 +96,7 @@ TEST_F(DwInterruption, FromTheKeyboardClearsTheStage) {
 TEST_F(DwInterruption, WithJsonIsOneObject) {
     const Sandbox sandbox;
     useHost(sandbox.address());
-    fillForLongPacking(folder("site", {}));
+    fillForLongPacking(folder("site", {{"index.html", "x"}}));
     Program program(dw({"deploy", "site", "--json"}));
     waitForTar(program);
     const Ending ending = endBy(program, SIGINT);
@@ -108,7 +108,7 @@ TEST_F(DwInterruption, WithJsonIsOneObject) {
 TEST_F(DwInterruption, WhileUploadingSendsNoMore) {
     const Sandbox sandbox;
     useHost(sandbox.address());
-    folder("site", {{"noise.bin", noise(40'000'000)}});
+    folder("site", {{"index.html", "x"}, {"noise.bin", noise(40'000'000)}});
     for (const int signal : {SIGINT, SIGTERM}) {
         SCOPED_TRACE(signal);
         Invocation invocation = dw({"deploy", "site"});
@@ -169,7 +169,7 @@ TEST_F(DwInterruption, WhileAskingThePlatformEndsAtOnce) {
 TEST_F(DwInterruption, AtAnyMomentEndsEverythingAtOnce) {
     const Sandbox sandbox;
     useHost(sandbox.address());
-    const std::filesystem::path site = folder("site", {});
+    const std::filesystem::path site = folder("site", {{"index.html", "x"}});
     fillForLongPacking(site);
     // So many that reading, sorting and listing them take their time too.
     for (int i = 0; i < 10'000; ++i) {
@@ -188,7 +188,7 @@ TEST_F(DwInterruption, AtAnyMomentEndsEverythingAtOnce) {
 TEST_F(DwInterruption, ThatTheStarterSwitchedOffStaysOff) {
     const Sandbox sandbox;
     useHost(sandbox.address());
-    fillForLongPacking(folder("site", {}));
+    fillForLongPacking(folder("site", {{"index.html", "x"}}));
     // As nohup does, and a shell without job control to what it starts in the background.
     Invocation invocation = dw({});
     invocation.command = {"/bin/sh", "-c", "trap '' HUP INT; exec \"$0\" deploy site", DRIFTWELL_DW};
@@ -206,7 +206,7 @@ TEST_F(DwInterruption, ThatTheStarterSwitchedOffStaysOff) {
 TEST_F(DwInterruption, AfterWhichTheSameFolderIsPublished) {
     const Sandbox sandbox;
     useHost(sandbox.address());
-    fillForLongPacking(folder("site", {}));
+    fillForLongPacking(folder("site", {{"index.html", "x"}}));
     {
         Program program(dw({"deploy", "site"}));
         waitForTar(program);

@@ -60,7 +60,7 @@ TEST_F(DwLinkedDeploy, ALinkedFolderIsMergedWithWhatOthersPublished) {
     write(mine / "mine.html", "mine");
     const Ending ending = runDw({"deploy", "mine"});
     EXPECT_EQ(ending.exitCode, 0) << ending.error;
-    EXPECT_THAT(ending.error, StartsWith("✓ garden is live: merged with what the platform has, in "));
+    EXPECT_THAT(ending.error, HasSubstr("✓ garden is live: merged with what the platform has, in "));
     EXPECT_EQ(ending.output, "http://garden.driftwell.localhost:" + sandbox().port() + "/\n");
     EXPECT_EQ(sandbox().visit("garden", "/mine.html").body, "mine");
     EXPECT_EQ(sandbox().visit("garden", "/theirs.html").body, "theirs");

@@ -36,18 +36,13 @@ TEST_F(DwReference, HasAllThatTheHelpHas) {
     const auto has = [&page](const std::string& text) {
         return page.find(text) != std::string::npos;
     };
-    const std::vector<std::string> general = screen(runDw({"help"}).output);
-    const auto heading = std::find(general.begin(), general.end(), "Commands:");
-    ASSERT_NE(heading, general.end());
-    for (auto line = heading + 1; !line->empty(); ++line) {
-        const std::string command = line->substr(2, line->find(' ', 2) - 2);
+    for (const std::string& command : listedCommands()) {
         EXPECT_TRUE(has("\n## dw " + command + '\n')) << command;
         const std::vector<std::string> help = screen(runDw({"help", command}).output);
         const auto examples = std::find(help.begin(), help.end(), "Examples:");
         ASSERT_NE(examples, help.end());
-        for (auto text = help.begin(); text != examples; ++text) {
-            const std::string option = text->substr(0, text->find(' ', 2));
-            EXPECT_TRUE(!option.starts_with("  --") || has("| `" + option.substr(2))) << *text;
+        for (const std::string& option : listedOptions(command)) {
+            EXPECT_TRUE(has('`' + option)) << command << ' ' << option;
         }
         for (auto text = examples + 1; text != help.end(); ++text) {
             EXPECT_TRUE(has(text->substr(text->find_first_not_of(' ')) + '\n')) << *text;

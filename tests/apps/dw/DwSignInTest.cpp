@@ -32,8 +32,13 @@ protected:
         const Ending jsonEnding = runDw(withJson);
         EXPECT_EQ(jsonEnding.exitCode, 4);
         EXPECT_EQ(jsonEnding.error, "");
-        EXPECT_EQ(onlyObject(jsonEnding.output),
-                  (json{{"ok", false}, {"error", {{"kind", kind}, {"message", message}}}}));
+        json expected = {{"kind", kind}, {"message", message}};
+        const std::string firstLine = "dw: " + message + '\n';
+        if (error.size() > firstLine.size()) {
+            // The second line, without its end.
+            expected["hint"] = error.substr(firstLine.size(), error.size() - firstLine.size() - 1);
+        }
+        EXPECT_EQ(onlyObject(jsonEnding.output), (json{{"ok", false}, {"error", expected}}));
     }
 
     const Sandbox sandbox{{"--require-sign-in"}};

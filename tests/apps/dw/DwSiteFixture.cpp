@@ -39,7 +39,11 @@ void DwSiteFixture::expectFailure(const std::vector<std::string>& arguments, int
     const Ending jsonEnding = runDw(withJson);
     EXPECT_EQ(jsonEnding.exitCode, exitCode);
     EXPECT_EQ(jsonEnding.error, "");
-    EXPECT_EQ(onlyObject(jsonEnding.output), (json{{"ok", false}, {"error", {{"kind", kind}, {"message", message}}}}));
+    json error = {{"kind", kind}, {"message", message}};
+    if (!hint.empty()) {
+        error["hint"] = hint;
+    }
+    EXPECT_EQ(onlyObject(jsonEnding.output), (json{{"ok", false}, {"error", error}}));
 }
 
 Invocation onTerminal(Invocation invocation, unsigned short columns) {

@@ -34,6 +34,7 @@ public:
                 m_shell)
             .variable("DW_COMPLETION_SECONDS",
                       "how long the script waits for the platform at most, instead of 2 seconds")
+            .example("dw completion zsh", "Print the script for zsh")
             .example("source <(dw completion bash)", "Complete what is typed from now on; the same way in zsh")
             .example("dw completion fish | source", "The same in fish");
     }

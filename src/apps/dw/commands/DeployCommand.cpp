@@ -243,7 +243,10 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     };
     QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
     const auto showFindings = [flow = flow.get(), &reporter] {
-        reportFindings(reporter, flow->findings().value_or(DeployFlow::Findings()));
+        // That there is nothing to publish is said by the failure.
+        if (flow->fileCount().value_or(0) > 0) {
+            reportFindings(reporter, flow->findings().value_or(DeployFlow::Findings()));
+        }
     };
     QObject::connect(flow.get(), &DeployFlow::findingsChanged, flow.get(), showFindings);
     const auto showQuestion = [flow = flow.get(), &reporter, host = config.host()] {

@@ -40,9 +40,7 @@ Rows rowsOf(const QList<LogEntry>& history) {
 class HistoryCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
-        command
-            .command("history", "Print a site's deployments and rollbacks, the latest first, and which is live",
-                     CommandGroup::Look)
+        command.command("history", "Print a site's deployments and rollbacks, and which is live", CommandGroup::Look)
             .optionalSite(m_site)
             .json("`site`, `entries`: each `ts`, `action` (`deploy`, `rollback`), `user`, `detail`, `live` (whether it "
                   "is the deployment that is live)")
