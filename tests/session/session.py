@@ -401,6 +401,13 @@ class Session:
     def clipboard(self):
         return self.x("xclip", "-o", "-selection", "clipboard")
 
+    def signature(self, widget):
+        """Of what a widget looks like on the screen."""
+        x, y = self.place(widget)
+        box = self.box(widget)
+        crop = f"{box.width}x{box.height}+{int(x - box.width / 2)}+{int(y - box.height / 2)}"
+        return self.x("import", "-window", "root", "-crop", crop, "-format", "%#", "info:")
+
     def picture(self, file, window=None):
         self.x("import", "-window", window or "root", file)
 
