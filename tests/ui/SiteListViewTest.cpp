@@ -626,8 +626,8 @@ TEST_F(SiteListViewTest, ASiteIsPublishedAgainFromItsFolderUnderItsName) {
 
 TEST_F(SiteListViewTest, WhileDeploysArePausedNothingIsPublishedAgain) {
     connectedWith({"garden"});
-    rememberFolder("garden", siteFolder("source"));
     become(Kind::Unreachable);
+    rememberFolder("garden", siteFolder("source"));
     showList();
     click(row(QStringLiteral("garden")), Qt::RightButton);
     EXPECT_THAT(menu(), Contains("Show Folder in Files"));

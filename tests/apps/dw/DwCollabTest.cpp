@@ -226,7 +226,12 @@ TEST_F(DwCollab, AConflictHasItsOwnExitCodeAndNamesTheFiles) {
     EXPECT_EQ(again.error, "");
     EXPECT_EQ(onlyObject(again.output),
               (json{{"ok", false},
-                    {"error", {{"kind", "conflict"}, {"message", message}, {"files", {"both.html", "index.html"}}}}}));
+                    {"error",
+                     {{"kind", "conflict"},
+                      {"message", message},
+                      {"hint", "Repair the files and publish them: dw deploy. Or have an agent repair them: "
+                               "dw resolve --prompt. Or take one side: dw resolve --mine, --theirs."},
+                      {"files", {"both.html", "index.html"}}}}}));
 
     const Ending status = runDw({"status", "mine"});
     EXPECT_EQ(status.exitCode, 6);

@@ -401,7 +401,8 @@ TEST_F(DwPresentFolder, ThatWasNeverPublishedNeedsANamedSite) {
         EXPECT_EQ(ending.exitCode, 2);
         EXPECT_EQ(onlyObject(ending.output).at("error"),
                   (json{{"kind", "usage"},
-                        {"message", "The present folder was not published from here, so a site must be named"}}));
+                        {"message", "The present folder was not published from here, so a site must be named"},
+                        {"hint", "dw list shows the sites."}}));
     }
 }
 

@@ -121,7 +121,7 @@ TEST_F(DwSiteName, ThatBreaksARuleIsRefusedInTheWordsOfThatRule) {
         {"api", "“api” is reserved"},
         {"ws", "“ws” is reserved"},
         {"sdk", "“sdk” is reserved"},
-        {"Admin", "“admin” is reserved"},
+        {"www", "“www” is reserved"},
         {"dw", "“dw” is reserved"},
         {"admin", "“admin” is reserved"},
         {"API", "“API” is no site name" + letters},
