@@ -6,6 +6,7 @@
 #include "core/Connection.h"
 #include "desktop/DesktopServices.h"
 #include "desktop/LoginItem.h"
+#include "desktop/WindowManager.h"
 #include "desktop/WindowServices.h"
 #include "platform/PlatformClient.h"
 #include "support/TemporaryFolder.h"
@@ -25,6 +26,14 @@ public:
     [[nodiscard]] std::unique_ptr<QObject> watch(std::function<void()>) override { return nullptr; }
 };
 
+class NoWindowManager final : public WindowManager {
+public:
+    [[nodiscard]] WindowButtons buttons() const override { return {}; }
+    [[nodiscard]] bool showMenu(QWindow&, QPoint) override { return false; }
+    [[nodiscard]] bool canMoveFromMenu() const override { return false; }
+    void moveFromMenu(QWindow&) override {}
+};
+
 /// A desktop on which nothing happens.
 class NoDesktop final : public WindowServices, public DesktopServices {
 public:
@@ -38,9 +47,11 @@ public:
     void copyText(const QString&) override {}
     [[nodiscard]] ColorScheme colorScheme() const override { return ColorScheme::Light; }
     [[nodiscard]] LoginItem& loginItem() override { return m_loginItem; }
+    [[nodiscard]] WindowManager& windowManager() override { return m_windowManager; }
 
 private:
     NoLoginItem m_loginItem;
+    NoWindowManager m_windowManager;
 };
 
 /// A model that is connected to a server on this machine. Made before the process has other threads: the server is a

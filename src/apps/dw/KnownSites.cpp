@@ -37,9 +37,9 @@ QString chosenSite(const std::optional<std::string>& named, const ConfigStore& s
     if (named) {
         return QString::fromStdString(*named);
     }
-    const auto [names, unknown] = publishedAs(".", store);
-    if (names.isEmpty() && unknown) {
-        throw *unknown;
+    const auto [names, unreadable] = publishedAs(".", store);
+    if (names.isEmpty() && unreadable) {
+        throw FailedCommand(unreadable->failure());
     }
     if (names.isEmpty()) {
         requireReadable(store);
