@@ -229,7 +229,7 @@ Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan 
             return explained(failure, *packing);
         };
         const PlatformError explanation = co_await runOnOwnThread(explainWork, packing->stop);
-        throw explanation;
+        throw PlatformError(explanation);
     }
 
     const auto checkWork = [packing] {

@@ -1,5 +1,6 @@
 #include "apps/dw/TerminalText.h"
 
+#include <QList>
 #include <QTextBoundaryFinder>
 
 #include <uniwidth.h>

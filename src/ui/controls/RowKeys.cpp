@@ -7,7 +7,7 @@ namespace driftwell {
 
 int RowKeys::rowFor(int key, int modifiers, const QString& text, int current) {
     const int count = m_model ? m_model->rowCount() : 0;
-    const int others = modifiers & ~(Qt::ShiftModifier | Qt::KeypadModifier);
+    const int others = modifiers & ~static_cast<int>(Qt::ShiftModifier | Qt::KeypadModifier);
     if (count == 0 || others != 0) {
         return -1;
     }
