@@ -70,8 +70,9 @@ HiddenTyping::HiddenTyping() : m_isTerminal(::tcgetattr(STDIN_FILENO, &m_before)
 
 HiddenTyping::~HiddenTyping() {
     if (m_isTerminal) {
-        ::tcsetattr(STDIN_FILENO, TCSADRAIN, &m_before);
+        // The handler first: it would hide again what is shown from here on.
         ::sigaction(SIGTSTP, &m_stopBefore, nullptr);
+        ::tcsetattr(STDIN_FILENO, TCSADRAIN, &m_before);
     }
 }
 

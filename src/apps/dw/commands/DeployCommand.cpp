@@ -73,10 +73,15 @@ Json jsonOf(const FolderScan::LeftOut& leftOut) {
             {"special", leftOut.special}};
 }
 
-/// What else was found, in the object of a deployment or of a dry run.
-void addFindings(Json& object, const DeployFlow::Findings& findings) {
-    object["leftOut"] = jsonOf(findings.leftOut);
-    const QString warning = findings.startPage.text();
+/// What else was found, in the object of a deployment or of a dry run; null where the folder could not be looked at.
+void addFindings(Json& object, const std::optional<DeployFlow::Findings>& findings) {
+    if (!findings) {
+        object["leftOut"] = nullptr;
+        object["warnings"] = nullptr;
+        return;
+    }
+    object["leftOut"] = jsonOf(findings->leftOut);
+    const QString warning = findings->startPage.text();
     object["warnings"] = warning.isEmpty() ? Json::array() : Json::array({warning.toStdString()});
 }
 
@@ -176,7 +181,7 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
                    {"answered", true},
                    {"merged", success.isMerged},
                    {"unreadable", jsonOf(flow.unreadable())}};
-    addFindings(object, flow.findings().value_or(DeployFlow::Findings()));
+    addFindings(object, flow.findings());
     object["seconds"] = static_cast<double>(duration.count()) / 1000.0;
     reporter.object(object);
     if (success.isMerged) {
@@ -200,14 +205,16 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
 /// The platform did not answer, and has published it.
 void reportUnanswered(Reporter& reporter, const DeployFlow& flow, const QString& failure, const QString& url) {
     reporter.line(url.toStdString());
-    reporter.object({{"ok", true},
-                     {"site", flow.siteName().toStdString()},
-                     {"url", url.toStdString()},
-                     {"bytes", flow.byteCount().value_or(0)},
-                     {"files", flow.fileCount().value_or(0)},
-                     {"answered", false},
-                     {"merged", false},
-                     {"unreadable", jsonOf(flow.unreadable())}});
+    Json object = {{"ok", true},
+                   {"site", flow.siteName().toStdString()},
+                   {"url", url.toStdString()},
+                   {"bytes", flow.byteCount().value_or(0)},
+                   {"files", flow.fileCount().value_or(0)},
+                   {"answered", false},
+                   {"merged", false},
+                   {"unreadable", jsonOf(flow.unreadable())}};
+    addFindings(object, flow.findings());
+    reporter.object(object);
     reporter.success(QStringLiteral("%1 is live all the same: %2").arg(flow.siteName(), failure));
 }
 
