@@ -117,8 +117,11 @@ Definition& Definition::quiet(bool& value) {
     return flag({"--quiet", "", "Say nothing but what is asked for and what fails", {}, "-q"}, value);
 }
 
-Definition& Definition::json(const char* fields) {
-    m_record.fields = fields;
+Definition& Definition::object(ObjectRecord object) {
+    m_record.objects.push_back(std::move(object));
+    if (m_record.objects.size() > 1) {
+        return *this;
+    }
     return flag({"--json", "", "Print one JSON object instead of text"}, m_json);
 }
 

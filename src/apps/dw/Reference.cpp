@@ -1,5 +1,7 @@
 #include "apps/dw/Reference.h"
 
+#include "apps/dw/FieldTexts.h"
+
 namespace driftwell::dw {
 
 namespace {
@@ -59,14 +61,29 @@ std::string examples(const CommandRecord& command) {
     return block + "```\n";
 }
 
+/// Of an object within the one that is printed, the keys with the way to them.
+std::string fieldRows(const std::vector<JsonField>& fields, const std::string& way) {
+    std::string rows;
+    for (const JsonField& field : fields) {
+        rows += "| " + code(way + field.key) + " | " + typeText(field) + " | " + cell(meaningText(field)) + " |\n";
+        rows += fieldRows(field.fields, way + field.key + (field.type == JsonType::ListOfObjects ? "[]." : "."));
+    }
+    return rows;
+}
+
+std::string fieldTable(const std::vector<JsonField>& fields) {
+    return "| key | type | meaning |\n|---|---|---|\n" + fieldRows(fields, "");
+}
+
 std::string section(const CommandRecord& command, const ProgramRecord& program) {
     std::string text = "\n## " + program.name + ' ' + command.name + "\n\n" + command.description + ".\n\n```\n" +
                        usage(command, program) + "\n```\n\n" + takes(command);
     for (const std::string& alias : command.aliases) {
         text += "\n" + code(program.name + ' ' + alias) + " is the same.\n";
     }
-    if (!command.fields.empty()) {
-        text += "\nThe object of `--json` has beside `ok`: " + command.fields + ".\n";
+    for (const ObjectRecord& object : command.objects) {
+        text += '\n' + object.when + (object.when.empty() ? "T" : ", t") +
+                "he object of `--json` has, beside `ok` and `schema`:\n\n" + fieldTable(object.fields());
     }
     for (const VariableRecord& variable : command.environment) {
         text += "\nIn the environment, " + code(variable.name) + ": " + variable.meaning + ".\n";
@@ -89,6 +106,8 @@ std::string referencePage(const ProgramRecord& program) {
     for (const CommandRecord& command : program.commands) {
         page += section(command, program);
     }
+    page += "\n## Failures\n\nThe object of `--json` of every command that fails has, beside `ok` and `schema`:\n\n" +
+            fieldTable(program.failure());
     page += "\n## Environment\n\n" + tableHead("variable", "what it holds");
     for (const auto& [name, meaning] : program.environment) {
         page += row(code(name), meaning);

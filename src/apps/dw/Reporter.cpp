@@ -1,8 +1,8 @@
 #include "apps/dw/Reporter.h"
 
+#include "apps/dw/FailureTable.h"
 #include "apps/dw/TerminalText.h"
 
-#include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -11,8 +11,6 @@
 #include <cstring>
 
 namespace driftwell::dw {
-
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -64,12 +62,6 @@ void Reporter::line(const std::string& bytes) {
     text((asShown ? safeOnTerminal(QString::fromStdString(bytes)).toStdString() : bytes) + '\n');
 }
 
-void Reporter::object(const Json& object) {
-    if (m_form == Form::Json) {
-        writeObject(object);
-    }
-}
-
 void Reporter::message(const QString& text) {
     if (m_form == Form::Text && m_manner == Manner::Usual) {
         writeError("", {}, text);
@@ -106,14 +98,7 @@ void Reporter::question(const QString& sentence, const QString& text) {
 
 void Reporter::failure(const CommandFailure& failure) {
     if (m_form == Form::Json) {
-        Json error = {{"kind", failure.kind}, {"message", failure.message.toStdString()}};
-        if (!failure.hint.isEmpty()) {
-            error["hint"] = failure.hint.toStdString();
-        }
-        if (!failure.files.empty()) {
-            error["files"] = failure.files;
-        }
-        writeObject({{"ok", false}, {"error", error}});
+        writeObject(false, failureTable().object(failure));
         return;
     }
     writeError(red, QStringLiteral("dw: "), failure.message);
@@ -144,7 +129,9 @@ void Reporter::noteOutputFailure() {
     }
 }
 
-void Reporter::writeObject(const Json& object) {
+void Reporter::writeObject(bool ok, const Json& fields) {
+    Json object = {{"ok", ok}, {"schema", jsonSchemaVersion}};
+    object.update(fields);
     const std::string json = object.dump(-1, ' ', false, Json::error_handler_t::replace);
     text((m_outputIsTerminal ? jsonSafeOnTerminal(json) : json) + '\n');
 }

@@ -2,11 +2,15 @@
 #include "apps/dw/KnownSites.h"
 #include "apps/dw/LineInput.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
 
 namespace {
+
+const JsonTable<DeleteSiteResponse>& deletionTable() {
+    static const auto table =
+        JsonTable<DeleteSiteResponse>().add("site", "the site that is gone", &DeleteSiteResponse::site);
+    return table;
+}
 
 Task<> askForName(std::shared_ptr<Context> context, QString name) {
     Reporter& reporter = context->reporter;
@@ -34,7 +38,7 @@ public:
             .option({"--confirm", "NAME", "The site's name once more, so that nothing is asked"}, m_confirmation)
             .flag({"--yes", "", "Ask nothing", {}, "-y"}, m_isSure)
             .exclude("--confirm", "--yes")
-            .json("`site`")
+            .json(deletionTable)
             .example("dw delete launch", "Ask for the name, then delete the site launch")
             .example("dw delete launch --confirm launch", "Delete it from a script");
     }
@@ -47,7 +51,7 @@ public:
         }
         const DeleteSiteResponse response =
             co_await context->client->deleteSite(site.config, site.info.name, context->stop);
-        context->reporter.object({{"ok", response.ok}, {"site", response.site.toStdString()}});
+        context->reporter.object(deletionTable(), response);
         context->reporter.success(QStringLiteral("%1 is deleted").arg(response.site));
         co_return ExitCode::Done;
     }

@@ -1,15 +1,26 @@
 #include "apps/dw/Command.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
+
+namespace {
+
+struct HostInUse {
+    QString host;
+};
+
+const JsonTable<HostInUse>& hostTable() {
+    static const auto table = JsonTable<HostInUse>().add("host", "the platform in use", &HostInUse::host);
+    return table;
+}
+
+} // namespace
 
 class HostCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
         command.command("host", "Print the platform in use, or choose another", CommandGroup::Start)
             .argument({"HOST", "The platform, for example sites.example.org", {Candidates::Kind::Hosts}}, m_host)
-            .json("`host`, the platform in use")
+            .json(hostTable)
             .example("dw host", "Print the platform in use")
             .example("dw host sites.example.org", "Use the platform sites.example.org from now on");
     }
@@ -27,7 +38,7 @@ public:
         if (!m_host) {
             context->reporter.line(inUse->toStdString());
         }
-        context->reporter.object({{"ok", true}, {"host", inUse->toStdString()}});
+        context->reporter.object(hostTable(), {*inUse});
         co_return ExitCode::Done;
     }
 

@@ -1,16 +1,25 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/KnownSites.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
+
+namespace {
+
+const JsonTable<RollbackResponse>& rollbackTable() {
+    static const auto table = JsonTable<RollbackResponse>()
+                                  .add("site", "the site", &RollbackResponse::site)
+                                  .add("url", "its address", &RollbackResponse::url);
+    return table;
+}
+
+} // namespace
 
 class RollbackCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
         command.command("rollback", "Swap a site's live version with the one before it", CommandGroup::Undo)
             .site(m_site)
-            .json("`site`, `url`")
+            .json(rollbackTable)
             .example("dw rollback launch", "Show the version before; once more swaps back")
             .example("dw rollback launch && dw open launch", "Go back to the version before and look at it");
     }
@@ -20,8 +29,7 @@ public:
         const RollbackResponse response =
             co_await context->client->rollback(site.config, site.info.name, context->stop);
         context->reporter.line(response.url.toStdString());
-        context->reporter.object(
-            {{"ok", response.ok}, {"site", response.site.toStdString()}, {"url", response.url.toStdString()}});
+        context->reporter.object(rollbackTable(), response);
         context->reporter.success(
             QStringLiteral("%1 shows the version before. Run this again to swap back.").arg(response.site));
         co_return ExitCode::Done;
