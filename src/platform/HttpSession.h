@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <utility>
 #include <variant>
@@ -41,6 +42,8 @@ struct HttpRequest {
     QByteArray url;
     std::vector<std::pair<QByteArray, QByteArray>> headers;
     std::variant<std::monostate, QByteArray, FileBody> body;
+    /// In place of the session's. Without redirects, the answer that redirects is the one that is given.
+    std::optional<HttpLimits> limits = {};
 };
 
 struct HttpResponse {
@@ -48,6 +51,8 @@ struct HttpResponse {
     QByteArray body;
     /// The body went past HttpLimits::replyBytes and was dropped.
     bool tooLarge = false;
+    /// Where it sends on to, if it does and was not followed.
+    QByteArray redirect = {};
 };
 
 /// HTTP exchanges on one network thread (libcurl's multi interface), which is started by the first exchange and sleeps

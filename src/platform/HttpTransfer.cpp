@@ -203,6 +203,9 @@ void HttpTransfer::finish(CURLcode code) {
     }
     // Headers that break off are a whole answer to libcurl.
     if ((code == CURLE_OK && m_headComplete) || m_response.tooLarge) {
+        const char* redirect = nullptr;
+        curl_easy_getinfo(m_easy.get(), CURLINFO_REDIRECT_URL, &redirect);
+        m_response.redirect = isRedirect(m_response.status) ? QByteArray(redirect) : QByteArray();
         m_outcome.succeed(std::move(m_response));
         return;
     }
@@ -278,7 +281,7 @@ void HttpTransfer::readStatusLine(std::string_view line) {
     m_headComplete = false;
     const int status = statusIn(line);
     // libcurl follows whatever has a Location and a status that begins with 3.
-    curl_easy_setopt(m_easy.get(), CURLOPT_FOLLOWLOCATION, isRedirect(status) ? 1L : 0L);
+    curl_easy_setopt(m_easy.get(), CURLOPT_FOLLOWLOCATION, isRedirect(status) && m_limits.redirects > 0 ? 1L : 0L);
     if (status == 303) {
         // The other address is to be read; libcurl would use the given method on it.
         curl_easy_setopt(m_easy.get(), CURLOPT_CUSTOMREQUEST, nullptr);

@@ -77,6 +77,23 @@ template <class Record> Task<Record> decodeAnswer(QByteArray bytes, QByteArray p
     }
 }
 
+/// Whether whoever answers at the address is the platform: its own host or one below it, by the same scheme and port.
+bool isOfPlatform(const QByteArray& url, const PlatformConfig& config) {
+    const QByteArray origin = config.origin().toUtf8();
+    const auto host = hostOfUrl(url);
+    const auto own = hostOfUrl(origin);
+    return host && own && (*host == *own || host->endsWith('.' + *own)) && portOfUrl(url) == portOfUrl(origin) &&
+           QUrl::fromEncoded(url).scheme() == QUrl::fromEncoded(origin).scheme();
+}
+
+HttpLimits visitLimits() {
+    HttpLimits limits;
+    limits.total = PlatformClient::visitTime;
+    limits.replyBytes = 1024 * 1024;
+    limits.redirects = 0;
+    return limits;
+}
+
 std::vector<std::pair<QByteArray, QByteArray>> bearerHeader(const std::optional<QString>& token, const QString& name) {
     if (!token) {
         return {};
@@ -241,6 +258,33 @@ Task<CollabToggleResponse> PlatformClient::setCollab(PlatformConfig config, QStr
     const QByteArray path = "/api/collab/" + site.toUtf8() + "/enable";
     Call call = enabled ? Call{"POST", path, "application/json", QByteArray("{}")} : Call{"DELETE", path};
     return request<CollabToggleResponse>(std::move(call), std::move(config), std::move(stop));
+}
+
+Task<PlatformClient::SiteAnswer> PlatformClient::visit(PlatformConfig config, QString address, std::stop_token stop) {
+    constexpr int mostHops = 5;
+    QByteArray url = address.toUtf8();
+    const std::optional<QByteArray> host = hostOfUrl(url);
+    if (!host) {
+        throw PlatformError::api(QStringLiteral("bad URL: ") + address);
+    }
+    for (int hops = 0;; ++hops) {
+        HttpRequest request;
+        request.method = "GET";
+        request.url = url;
+        if (isOfPlatform(url, config)) {
+            request.headers = authHeaders(config);
+        }
+        request.limits = visitLimits();
+        const HttpResponse response = co_await m_session.send(std::move(request), stop);
+        const std::optional<QByteArray> next = hostOfUrl(response.redirect);
+        if (!next || hops == mostHops) {
+            co_return SiteAnswer{response.status};
+        }
+        if (*next != *host) {
+            co_return SiteAnswer{response.status, QString::fromUtf8(*next)};
+        }
+        url = response.redirect;
+    }
 }
 
 Task<DeployResponse> PlatformClient::upload(FileBody archive, QString site, PlatformConfig config,

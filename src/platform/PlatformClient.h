@@ -10,6 +10,7 @@
 
 #include <QUrl>
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -92,6 +93,18 @@ public:
                                                      std::stop_token stop);
     [[nodiscard]] Task<CollabToggleResponse> setCollab(PlatformConfig config, QString site, bool enabled,
                                                        std::stop_token stop);
+
+    /// What a site's address answers.
+    struct SiteAnswer {
+        int status = 0;
+        /// The other host that it sends its visitors on to; empty where it does not.
+        QString sendsTo = {};
+    };
+    /// Reads the page at a site's address, as the person who is signed in: with the token, where the address is the
+    /// platform's own or one below it. Redirects within the host are followed. Throws PlatformError::unreachable when
+    /// nothing comes within visitTime, PlatformError::api for what is no address, and Cancelled.
+    [[nodiscard]] Task<SiteAnswer> visit(PlatformConfig config, QString address, std::stop_token stop);
+    static constexpr std::chrono::seconds visitTime{10};
 
     /// Publishes an archive under a valid site name. The file is streamed; it stays as it is.
     [[nodiscard]] Task<DeployResponse> upload(FileBody archive, QString site, PlatformConfig config,
