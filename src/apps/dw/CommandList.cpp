@@ -19,6 +19,7 @@ constexpr std::array commands{
     &makeCommand<class UpdateCommand>,
     &makeCommand<class ResolveCommand>,
     &makeCommand<class ListCommand>,
+    &makeCommand<class InfoCommand>,
     &makeCommand<class OpenCommand>,
     &makeCommand<class StatusCommand>,
     &makeCommand<class LogsCommand>,

@@ -19,6 +19,7 @@ struct Candidates {
         Commands,  ///< a command of the program
         Sites,     ///< a site of the platform
         Libraries, ///< a shared library of the platform, as the site on the same line has it
+        People,    ///< somebody who is invited to the site on the same line
         Folders,
         Hosts, ///< a host that this machine knows, and any other
     };
@@ -36,6 +37,8 @@ struct ArgumentRecord {
     Candidates candidates = {};
     /// "a site": what the command is said to need where the argument is missing. Empty when it can be left out.
     std::string need = {};
+    /// It can be given several times, behind all others.
+    bool repeatable = false;
 };
 
 struct OptionRecord {

@@ -17,6 +17,17 @@ std::vector<std::string> wordsFor(const CommandRecord& command) {
     return words;
 }
 
+std::vector<std::string> valuePatterns(const CommandRecord& command, const OptionRecord& option) {
+    std::vector<std::string> patterns;
+    for (const std::string& word : wordsFor(command)) {
+        patterns.push_back(word + ':' + option.name);
+        if (!option.shortName.empty()) {
+            patterns.push_back(word + ':' + option.shortName);
+        }
+    }
+    return patterns;
+}
+
 std::string joined(const std::vector<std::string>& texts, const std::string& separator) {
     std::string all;
     for (const std::string& text : texts) {

@@ -18,6 +18,9 @@ namespace driftwell::dw {
 /// All words for a command.
 [[nodiscard]] std::vector<std::string> wordsFor(const CommandRecord& command);
 
+/// "share:--mode", "rm:--confirm": all words for the command with all names of its option.
+[[nodiscard]] std::vector<std::string> valuePatterns(const CommandRecord& command, const OptionRecord& option);
+
 /// Texts with a separator between them.
 [[nodiscard]] std::string joined(const std::vector<std::string>& texts, const std::string& separator);
 

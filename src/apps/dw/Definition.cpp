@@ -68,6 +68,13 @@ Definition& Definition::argument(ArgumentRecord argument, std::string& value) {
     return keep(*added, std::move(argument));
 }
 
+Definition& Definition::arguments(ArgumentRecord argument, std::vector<std::string>& values) {
+    CLI::Option* const added = m_command->add_option(argument.name, values, argument.description)
+                                   ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    argument.repeatable = true;
+    return keep(*added, std::move(argument));
+}
+
 Definition& Definition::site(std::string& value) {
     return argument({"SITE", "The site", {Candidates::Kind::Sites}, "a site"}, value);
 }

@@ -30,6 +30,8 @@ public:
     /// An argument that can be left out, or has to be there if the record says what is needed.
     Definition& argument(ArgumentRecord argument, std::optional<std::string>& value);
     Definition& argument(ArgumentRecord argument, std::string& value);
+    /// An argument that can be given several times, behind all others.
+    Definition& arguments(ArgumentRecord argument, std::vector<std::string>& values);
 
     /// The site that a command is about.
     Definition& site(std::string& value);

@@ -77,7 +77,8 @@ std::string optionEntry(const OptionRecord& option) {
 std::string usage(const CommandRecord& command, const ProgramRecord& program) {
     std::string line = bold(program.name + ' ' + command.name) + " [" + italic("OPTIONS") + ']';
     for (const ArgumentRecord& argument : command.arguments) {
-        line += argument.need.empty() ? " [" + italic(argument.name) + ']' : ' ' + italic(argument.name);
+        const std::string name = italic(argument.name) + (argument.repeatable ? "..." : "");
+        line += argument.need.empty() ? " [" + name + ']' : ' ' + name;
     }
     return line;
 }

@@ -81,6 +81,7 @@ ProgramRecord programRecord() {
              {ExitCode::NotAllowed, "not signed in or not on the team"},
              {ExitCode::Unreachable, "platform unreachable"},
              {ExitCode::Conflict, "conflict with what others published"},
+             {ExitCode::NotAnswering, "published, and its address does not answer well"},
              {ExitCode::HungUp, "its terminal is gone"},
              {ExitCode::Interrupted, "interrupted"},
              {ExitCode::Terminated, "told to end"}},

@@ -30,7 +30,8 @@ std::string code(const std::string& text) {
 std::string usage(const CommandRecord& command, const ProgramRecord& program) {
     std::string line = program.name + ' ' + command.name + " [OPTIONS]";
     for (const ArgumentRecord& argument : command.arguments) {
-        line += argument.need.empty() ? " [" + argument.name + ']' : ' ' + argument.name;
+        const std::string name = argument.name + (argument.repeatable ? "..." : "");
+        line += argument.need.empty() ? " [" + name + ']' : ' ' + name;
     }
     return line;
 }

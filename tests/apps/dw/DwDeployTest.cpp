@@ -58,6 +58,8 @@ TEST_F(DwDeploy, WithJsonThereIsNothingButTheObject) {
               (json{{"ok", true},
                     {"site", "site"},
                     {"url", "http://site.driftwell.localhost:" + sandbox.port() + "/"},
+                    {"replaced", nullptr},
+                    {"check", nullptr},
                     {"bytes", 8},
                     {"fileCount", 2},
                     {"skipped", 0},

@@ -40,6 +40,7 @@ TEST_F(DwDryRun, WithJsonIsOneObject) {
               (json{{"ok", true},
                     {"dryRun", true},
                     {"site", "site"},
+                    {"replaced", nullptr},
                     {"bytes", 6},
                     {"fileCount", 2},
                     {"unreadable", {{"count", 0}, {"folders", json::array()}}},

@@ -132,6 +132,13 @@ protected:
         keep("login", program.waitForEnd());
     }
 
+    /// The first line of a log that is followed.
+    void follow() {
+        Program program(dw({"logs", "garden", "--follow", "--json"}));
+        program.waitUntil([&program] { return program.soFar().output.find('\n') != std::string::npos; });
+        printed.push_back({"/$defs/logs", json::parse(linesOf(program.soFar().output).front())});
+    }
+
     /// Has both sides change a page, so that the merge stops.
     void conflict() {
         folder("colleague", {{"index.html", "theirs"}});
@@ -148,20 +155,25 @@ protected:
         collect({"login"});
         useHost(accounts.remoteAddress());
         collect({"list"}, 4);
+        collect({"info"});
         signInWithBrowser();
         collect({"whoami"});
+        collect({"info"});
         collect({"logout"});
         useHost(sandbox.address());
         collect({"list"});
         folder("garden", {{"index.html", "one"}, {".hidden", "x"}});
         collect({"deploy", "garden", "--dry-run"});
         collect({"deploy", "garden"});
-        collect({"deploy", "garden"});
+        collect({"deploy", "garden", "--check"});
+        collect({"deploy", "garden", "--new"}, 1);
         collect({"deploy", "nowhere"}, 1);
         collect({"list"});
         collect({"open", "garden", "--print"});
         collect({"logs", "garden"});
+        follow();
         collect({"history", "garden"});
+        collect({"info", "garden"});
         collect({"share", "garden", "--mode", "restricted", "--invite", "ann@example.org"});
         collect({"libs", "garden", "--enable", "toast"});
         collect({"rollback", "garden"});
