@@ -117,6 +117,10 @@ Definition& Definition::quiet(bool& value) {
     return flag({"--quiet", "", "Say nothing but what is asked for and what fails", {}, "-q"}, value);
 }
 
+Definition& Definition::verbose(bool& value) {
+    return flag({"--verbose", "", "Tell of each request to the platform, without the token", {}, "-v"}, value);
+}
+
 Definition& Definition::json(const char* fields) {
     m_record.fields = fields;
     return flag({"--json", "", "Print one JSON object instead of text"}, m_json);

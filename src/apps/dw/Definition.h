@@ -48,6 +48,8 @@ public:
     Definition& flag(OptionRecord option, bool& value);
     /// --quiet, for a command that says more than what it is asked for.
     Definition& quiet(bool& value);
+    /// --verbose, for a command that asks the platform.
+    Definition& verbose(bool& value);
     /// --json, for a command that reports an object with these fields.
     Definition& json(const char* fields);
 

@@ -1,5 +1,7 @@
 #include "apps/dw/Reference.h"
 
+#include "apps/dw/ErrorKind.h"
+
 namespace driftwell::dw {
 
 namespace {
@@ -13,8 +15,8 @@ std::string cell(const std::string& text) {
     return result;
 }
 
-std::string row(const std::string& first, const std::string& second) {
-    return "| " + cell(first) + " | " + cell(second) + " |\n";
+template <class... Texts> std::string row(const Texts&... texts) {
+    return "|" + ((' ' + cell(texts) + " |") + ...) + '\n';
 }
 
 std::string tableHead(const std::string& first, const std::string& second) {
@@ -74,6 +76,19 @@ std::string section(const CommandRecord& command, const ProgramRecord& program) 
     return text + '\n' + examples(command);
 }
 
+std::string errors() {
+    std::string table =
+        "\n## Errors\n\nThe object of a command that fails: `ok` (false), `schema` (1) and `error` with `kind`, "
+        "`message`, `hint` and, where there is one, `status` (of the platform's answer), `host`, "
+        "`retryAfter` (in seconds) and `files`.\n\n";
+    table += row("kind", "exit code", "run it again?", "meaning") + "|---|---|---|---|\n";
+    for (const ErrorKindRecord& record : errorKinds()) {
+        table += row(code(record.name), std::to_string(static_cast<int>(record.exitCode)), retryText(record.retry),
+                     record.meaning);
+    }
+    return table;
+}
+
 } // namespace
 
 std::string referencePage(const ProgramRecord& program) {
@@ -97,7 +112,7 @@ std::string referencePage(const ProgramRecord& program) {
     for (const auto& [exitCode, meaning] : program.exitCodes) {
         page += row(std::to_string(static_cast<int>(exitCode)), meaning);
     }
-    return page;
+    return page + errors();
 }
 
 } // namespace driftwell::dw

@@ -25,6 +25,29 @@ bool understandsSequences() {
     return !qEnvironmentVariableIsEmpty("TERM") && qgetenv("TERM") != "dumb";
 }
 
+// Counts up when the fields of the objects change their meaning.
+constexpr int failureSchema = 1;
+
+Json objectOf(const CommandFailure& failure) {
+    const PlatformErrorDetails& details = failure.details;
+    Json error = {{"kind", recordOf(failure.kind).name},
+                  {"message", failure.message.toStdString()},
+                  {"hint", failure.advice().toStdString()}};
+    if (details.httpStatus != 0) {
+        error["status"] = details.httpStatus;
+    }
+    if (!details.host.isEmpty()) {
+        error["host"] = details.host.toStdString();
+    }
+    if (details.retryAfter) {
+        error["retryAfter"] = details.retryAfter->count();
+    }
+    if (!failure.files.empty()) {
+        error["files"] = failure.files;
+    }
+    return error;
+}
+
 void print(const std::string& bytes, std::FILE* file) {
     std::fwrite(bytes.data(), 1, bytes.size(), file);
 }
@@ -86,12 +109,39 @@ void Reporter::success(const QString& text) {
     }
 }
 
-void Reporter::progress(const QString& text) {
-    if (!m_progressWanted || text == m_progressShown) {
+void Reporter::noticeOnce(const QString& text) {
+    if (!m_noticed.contains(text)) {
+        m_noticed.insert(text);
+        notice(text);
+    }
+}
+
+void Reporter::progress(const QString& text, const QString& stage) {
+    if (!m_progressWanted) {
+        if (stage != m_stageTold) {
+            m_stageTold = stage;
+            message(stage);
+        }
         return;
     }
-    print(clearLine + safeOnTerminal(text).toStdString(), stderr);
-    m_progressShown = text;
+    m_isWaitingShown = false;
+    if (text != m_progressShown) {
+        print(clearLine + safeOnTerminal(text).toStdString(), stderr);
+        m_progressShown = text;
+    }
+}
+
+void Reporter::waiting(const QString& text) {
+    if (m_progressWanted && m_progressShown.isEmpty() && !m_questionOpen) {
+        progress(text);
+        m_isWaitingShown = true;
+    }
+}
+
+void Reporter::endWaiting() {
+    if (m_isWaitingShown) {
+        beginLine();
+    }
 }
 
 bool Reporter::canAsk() const {
@@ -106,19 +156,13 @@ void Reporter::question(const QString& sentence, const QString& text) {
 
 void Reporter::failure(const CommandFailure& failure) {
     if (m_form == Form::Json) {
-        Json error = {{"kind", failure.kind}, {"message", failure.message.toStdString()}};
-        if (!failure.hint.isEmpty()) {
-            error["hint"] = failure.hint.toStdString();
-        }
-        if (!failure.files.empty()) {
-            error["files"] = failure.files;
-        }
-        writeObject({{"ok", false}, {"error", error}});
+        writeObject({{"ok", false}, {"schema", failureSchema}, {"error", objectOf(failure)}});
         return;
     }
     writeError(red, QStringLiteral("dw: "), failure.message);
-    if (!failure.hint.isEmpty()) {
-        writeError("", {}, failure.hint);
+    // Who has pressed the keys knows what to do next.
+    if (failure.kind != ErrorKind::Interrupted) {
+        writeError("", {}, failure.advice());
     }
 }
 
@@ -168,6 +212,7 @@ void Reporter::beginLine() {
     if (!m_progressShown.isEmpty()) {
         print(clearLine, stderr);
         m_progressShown.clear();
+        m_isWaitingShown = false;
     }
     if (m_questionOpen) {
         print("\n", stderr);

@@ -5,6 +5,7 @@
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/Texts.h"
 #include "apps/dw/TypedFolder.h"
+#include "apps/dw/UnansweredChange.h"
 #include "collab/FolderGuard.h"
 #include "core/Catalog.h"
 #include "core/Collaboration.h"
@@ -215,7 +216,7 @@ void reportUnanswered(Reporter& reporter, const DeployFlow& flow, const QString&
                    {"unreadable", jsonOf(flow.unreadable())}};
     addFindings(object, flow.findings());
     reporter.object(object);
-    reporter.success(QStringLiteral("%1 is live all the same: %2").arg(flow.siteName(), failure));
+    reportMade(reporter, QStringLiteral("%1 is live").arg(flow.siteName()), failure);
 }
 
 Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
@@ -236,6 +237,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     Collaboration collaboration(*context->client, connection, catalog, gates, showNothing);
     Deployments::Surroundings surroundings;
     surroundings.followUp = nothingFollows;
+    surroundings.sleep = context->sleep;
     surroundings.linkedRoad = collaboration.linkedRoad();
     Deployments deployments(*context->client, connection, catalog, std::move(surroundings));
     deployments.beginDeploy(folder);
@@ -246,7 +248,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     flow->setSiteName(name);
     Reporter& reporter = context->reporter;
     const auto showStage = [flow = flow.get(), &reporter] {
-        reporter.progress(stageText(flow->stage()));
+        reporter.progress(stageText(flow->stage()), stageName(flow->stage()));
     };
     QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
     const auto showFindings = [flow = flow.get(), &reporter] {
@@ -256,9 +258,9 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
         }
     };
     QObject::connect(flow.get(), &DeployFlow::findingsChanged, flow.get(), showFindings);
-    const auto showQuestion = [flow = flow.get(), &reporter, host = config.host()] {
+    const auto showQuestion = [flow = flow.get(), &reporter, config] {
         if (flow->isOutcomeAsked()) {
-            reporter.progress(QStringLiteral("No answer; asking %1 what became of it…").arg(host));
+            reporter.progress(outcomeQuestionText(config));
         }
     };
     QObject::connect(flow.get(), &DeployFlow::outcomeChanged, flow.get(), showQuestion);
@@ -271,14 +273,13 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     const DeployFlow::Phase phase = flow->phase();
     if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
         const std::optional<ChangeOutcome> outcome = flow->outcome();
-        if (outcome && outcome->kind == ChangeOutcome::Kind::Done) {
-            reportUnanswered(reporter, *flow, failed->message, outcome->url);
-            co_return ExitCode::Done;
+        const CommandFailure failure = commandFailure(failed->message, failed->kind, failed->details);
+        if (!outcome) {
+            throw FailedCommand(failure);
         }
-        const CommandFailure plain = commandFailure(failed->message, failed->kind);
-        const CommandFailure failure = outcome ? unansweredFailure(plain, name, *outcome) : plain;
-        reporter.failure(failure);
-        co_return failure.exitCode;
+        requireMade(failure, SentChange::Kind::Deployment, name, *outcome);
+        reportUnanswered(reporter, *flow, failed->message, outcome->url);
+        co_return ExitCode::Done;
     }
     const auto* const success = std::get_if<DeployFlow::Success>(&phase);
     if (success == nullptr) {
