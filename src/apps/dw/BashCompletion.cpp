@@ -55,7 +55,7 @@ std::string statement(const Candidates& candidates, const std::string& options, 
     case Candidates::Kind::Words:
         return setWords(joined(candidates.words, " "));
     case Candidates::Kind::Commands:
-        return setWords(joined(commandNames(program), " "));
+        return setWords(joined(commandNames(program, candidates.words), " "));
     case Candidates::Kind::Sites:
         return "words=$(_dw_sites)";
     case Candidates::Kind::Libraries:

@@ -2,6 +2,7 @@
 
 #include "apps/dw/ExitCode.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +24,7 @@ struct Candidates {
     };
 
     Kind kind = Kind::Nothing;
+    /// Of Commands, what else is offered.
     std::vector<std::string> words = {};
 };
 
@@ -64,6 +66,32 @@ struct VariableRecord {
     std::string meaning;
 };
 
+enum class JsonType { Text, WholeNumber, Number, Switch, ListOfTexts, Object, ListOfObjects };
+
+/// A field of an object that --json prints.
+struct JsonField {
+    std::string key;
+    JsonType type = JsonType::Text;
+    /// What it is, without its full stop.
+    std::string meaning;
+    bool canBeNull = false;
+    bool canBeMissing = false;
+    /// All the values that a text has; empty where there are others.
+    std::vector<std::string> words = {};
+    /// Of the object, or of each object of the list.
+    std::vector<JsonField> fields = {};
+};
+
+/// Made when they are asked for, which few starts do.
+using JsonFields = std::function<const std::vector<JsonField>&()>;
+
+/// A kind of object that a command prints with --json. All begin with "ok" and "schema".
+struct ObjectRecord {
+    /// "With `--dry-run`"; empty for what the command prints as a rule.
+    std::string when;
+    JsonFields fields;
+};
+
 /// What commands are for, in the order of the help.
 enum class CommandGroup { Start, Publish, Look, Share, Undo, Agents };
 
@@ -76,8 +104,8 @@ struct CommandRecord {
     std::vector<ArgumentRecord> arguments = {};
     std::vector<OptionRecord> options = {};
     std::vector<ExampleRecord> examples = {};
-    /// The fields of the object that --json prints, beside "ok", each in backticks. Empty for a command without --json.
-    std::string fields = {};
+    /// What --json prints, the usual object first. Empty for a command without --json.
+    std::vector<ObjectRecord> objects = {};
     /// Variables that this command alone reads, or what it prints does.
     std::vector<VariableRecord> environment = {};
 };
@@ -95,6 +123,8 @@ struct ProgramRecord {
     /// Variables that all commands read.
     std::vector<VariableRecord> environment;
     std::vector<std::pair<ExitCode, std::string>> exitCodes;
+    /// The fields of the object of every command that fails.
+    JsonFields failure;
 };
 
 } // namespace driftwell::dw

@@ -2,11 +2,12 @@
 
 namespace driftwell::dw {
 
-std::vector<std::string> commandNames(const ProgramRecord& program) {
+std::vector<std::string> commandNames(const ProgramRecord& program, const std::vector<std::string>& others) {
     std::vector<std::string> names;
     for (const CommandRecord& command : program.commands) {
         names.push_back(command.name);
     }
+    names.insert(names.end(), others.begin(), others.end());
     return names;
 }
 

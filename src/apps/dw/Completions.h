@@ -11,8 +11,9 @@ namespace driftwell::dw {
 [[nodiscard]] std::string zshCompletion(const ProgramRecord& program);
 [[nodiscard]] std::string fishCompletion(const ProgramRecord& program);
 
-/// The names of all commands, each once.
-[[nodiscard]] std::vector<std::string> commandNames(const ProgramRecord& program);
+/// The names of all commands, each once, and behind them the others.
+[[nodiscard]] std::vector<std::string> commandNames(const ProgramRecord& program,
+                                                    const std::vector<std::string>& others = {});
 
 /// All words for a command.
 [[nodiscard]] std::vector<std::string> wordsFor(const CommandRecord& command);

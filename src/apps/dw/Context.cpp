@@ -1,6 +1,5 @@
 #include "apps/dw/Context.h"
 
-#include "apps/dw/JsonValues.h"
 #include "platform/HostRefusal.h"
 
 namespace driftwell::dw {
@@ -66,12 +65,14 @@ QString identityText(const Identity& identity) {
     return identity.name + QStringLiteral(" <") + identity.email + u'>';
 }
 
-Json identityObject(const Identity& identity, const PlatformConfig& config) {
-    return {{"ok", true},
-            {"host", config.host().toStdString()},
-            {"name", identity.name.toStdString()},
-            {"email", identity.email.toStdString()},
-            {"handle", identity.handle.toStdString()}};
+const JsonTable<SignedIn>& signedInTable() {
+    static const auto table =
+        JsonTable<SignedIn>()
+            .add("host", "the platform", &SignedIn::host)
+            .add("name", "the person's name", [](const SignedIn& person) { return person.identity.name; })
+            .add("email", "the person's e-mail address", [](const SignedIn& person) { return person.identity.email; })
+            .add("handle", "the person's short name", [](const SignedIn& person) { return person.identity.handle; });
+    return table;
 }
 
 } // namespace driftwell::dw

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "apps/dw/JsonTable.h"
 #include "apps/dw/Reporter.h"
 #include "platform/PlatformClient.h"
 #include "support/Sleep.h"
 #include "support/Task.h"
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <memory>
 #include <stop_token>
@@ -47,8 +46,15 @@ void requireReadable(const ConfigStore& store);
 /// What to do for whoever is not signed in, or as the wrong person.
 [[nodiscard]] QString signInHint();
 
-/// A person as one line, "NAME <EMAIL>", and as the object of a successful command.
+/// A person as one line, "NAME <EMAIL>".
 [[nodiscard]] QString identityText(const Identity& identity);
-[[nodiscard]] nlohmann::ordered_json identityObject(const Identity& identity, const PlatformConfig& config);
+
+/// Who is signed in, and where.
+struct SignedIn {
+    /// The platform's name.
+    QString host;
+    Identity identity;
+};
+[[nodiscard]] const JsonTable<SignedIn>& signedInTable();
 
 } // namespace driftwell::dw

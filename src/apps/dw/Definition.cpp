@@ -121,8 +121,11 @@ Definition& Definition::verbose(bool& value) {
     return flag({"--verbose", "", "Tell of each request to the platform, without the token", {}, "-v"}, value);
 }
 
-Definition& Definition::json(const char* fields) {
-    m_record.fields = fields;
+Definition& Definition::object(ObjectRecord object) {
+    m_record.objects.push_back(std::move(object));
+    if (m_record.objects.size() > 1) {
+        return *this;
+    }
     return flag({"--json", "", "Print one JSON object instead of text"}, m_json);
 }
 

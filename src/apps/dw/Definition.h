@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/dw/CommandTree.h"
+#include "apps/dw/JsonTable.h"
 
 #include <functional>
 #include <optional>
@@ -50,8 +50,13 @@ public:
     Definition& quiet(bool& value);
     /// --verbose, for a command that asks the platform.
     Definition& verbose(bool& value);
-    /// --json, for a command that reports an object with these fields.
-    Definition& json(const char* fields);
+    /// --json, for a command that reports an object of this table. Called again for what it reports at times, with the
+    /// words that say when: "With `--dry-run`".
+    template <class Record> Definition& json(const JsonTable<Record>& (*table)(), const char* when = "") {
+        return object({when, [table]() -> const std::vector<JsonField>& {
+                           return table().fields();
+                       }});
+    }
 
     /// The two options, defined before, cannot stand together.
     Definition& exclude(const char* one, const char* other);
@@ -65,6 +70,7 @@ public:
     [[nodiscard]] CLI::App& parser() const { return *m_command; }
 
 private:
+    Definition& object(ObjectRecord object);
     Definition& keep(CLI::Option& added, ArgumentRecord argument);
     Definition& keep(CLI::Option& added, OptionRecord option);
 

@@ -47,7 +47,7 @@ std::string offer(const Candidates& candidates, const ProgramRecord& program) {
     case Candidates::Kind::Words:
         return joined(candidates.words, " ");
     case Candidates::Kind::Commands:
-        return joined(commandNames(program), " ");
+        return joined(commandNames(program, candidates.words), " ");
     case Candidates::Kind::Sites:
         return "(__dw_sites)";
     case Candidates::Kind::Libraries:

@@ -67,6 +67,14 @@ Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig conf
     co_return *found;
 }
 
+std::vector<std::string> accessModeWords() {
+    std::vector<std::string> words;
+    for (const SiteAccessMode mode : siteAccessModes) {
+        words.push_back(rawValue(mode).toStdString());
+    }
+    return words;
+}
+
 Task<SiteOnPlatform> requireNamedSite(std::shared_ptr<Context> context, std::string name) {
     const PlatformConfig config = requireSignIn(*context->client);
     const SiteInfo info = co_await requireSite(context, config, QString::fromStdString(name));

@@ -50,6 +50,14 @@ std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& co
     return std::nullopt;
 }
 
+const JsonTable<LinkedSite>& linkedSiteTable() {
+    static const auto table = JsonTable<LinkedSite>()
+                                  .add("site", "the site", [](const LinkedSite& linked) { return linked.info.name; })
+                                  .add("url", "its address", [](const LinkedSite& linked) { return linked.info.url; })
+                                  .add("folder", "the folder that is linked to it", &LinkedSite::folder);
+    return table;
+}
+
 void requireGit() {
     if (!Git::toolsInstalled()) {
         throw FailedCommand({ErrorKind::NoGit,

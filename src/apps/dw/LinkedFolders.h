@@ -2,6 +2,7 @@
 
 #include "apps/dw/CommandFailure.h"
 #include "apps/dw/Context.h"
+#include "apps/dw/JsonTable.h"
 #include "collab/CollabEngine.h"
 #include "collab/FolderGuard.h"
 #include "collab/Git.h"
@@ -19,6 +20,9 @@ struct LinkedSite {
     SiteInfo info;
     Git::Access access;
 };
+
+/// As --json has it.
+[[nodiscard]] const JsonTable<LinkedSite>& linkedSiteTable();
 
 /// Throws FailedCommand with the kind "noGit" when this machine has no git that works.
 void requireGit();

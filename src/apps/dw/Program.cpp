@@ -2,6 +2,7 @@
 
 #include "apps/dw/Command.h"
 #include "apps/dw/CommandList.h"
+#include "apps/dw/FailureTable.h"
 #include "apps/dw/Suggestion.h"
 
 #include <QStringList>
@@ -84,7 +85,10 @@ ProgramRecord programRecord() {
              {ExitCode::Conflict, "conflict with what others published"},
              {ExitCode::HungUp, "its terminal is gone"},
              {ExitCode::Interrupted, "interrupted"},
-             {ExitCode::Terminated, "told to end"}}};
+             {ExitCode::Terminated, "told to end"}},
+            []() -> const std::vector<JsonField>& {
+                return failureTable().fields();
+            }};
 }
 
 std::string environmentText(const ProgramRecord& program) {

@@ -1,6 +1,7 @@
 #include "apps/dw/Reference.h"
 
 #include "apps/dw/ErrorKind.h"
+#include "apps/dw/FieldTexts.h"
 
 namespace driftwell::dw {
 
@@ -61,14 +62,29 @@ std::string examples(const CommandRecord& command) {
     return block + "```\n";
 }
 
+/// Of an object within the one that is printed, the keys with the way to them.
+std::string fieldRows(const std::vector<JsonField>& fields, const std::string& way) {
+    std::string rows;
+    for (const JsonField& field : fields) {
+        rows += "| " + code(way + field.key) + " | " + typeText(field) + " | " + cell(meaningText(field)) + " |\n";
+        rows += fieldRows(field.fields, way + field.key + (field.type == JsonType::ListOfObjects ? "[]." : "."));
+    }
+    return rows;
+}
+
+std::string fieldTable(const std::vector<JsonField>& fields) {
+    return "| key | type | meaning |\n|---|---|---|\n" + fieldRows(fields, "");
+}
+
 std::string section(const CommandRecord& command, const ProgramRecord& program) {
     std::string text = "\n## " + program.name + ' ' + command.name + "\n\n" + command.description + ".\n\n```\n" +
                        usage(command, program) + "\n```\n\n" + takes(command);
     for (const std::string& alias : command.aliases) {
         text += "\n" + code(program.name + ' ' + alias) + " is the same.\n";
     }
-    if (!command.fields.empty()) {
-        text += "\nThe object of `--json` has beside `ok`: " + command.fields + ".\n";
+    for (const ObjectRecord& object : command.objects) {
+        text += '\n' + object.when + (object.when.empty() ? "T" : ", t") +
+                "he object of `--json` has, beside `ok` and `schema`:\n\n" + fieldTable(object.fields());
     }
     for (const VariableRecord& variable : command.environment) {
         text += "\nIn the environment, " + code(variable.name) + ": " + variable.meaning + ".\n";
@@ -77,10 +93,7 @@ std::string section(const CommandRecord& command, const ProgramRecord& program) 
 }
 
 std::string errors() {
-    std::string table =
-        "\n## Errors\n\nThe object of a command that fails: `ok` (false), `schema` (1) and `error` with `kind`, "
-        "`message`, `hint` and, where there is one, `status` (of the platform's answer), `host`, "
-        "`retryAfter` (in seconds) and `files`.\n\n";
+    std::string table = "\n## Errors\n\nThe kinds of failures, as `error.kind` has them:\n\n";
     table += row("kind", "exit code", "run it again?", "meaning") + "|---|---|---|---|\n";
     for (const ErrorKindRecord& record : errorKinds()) {
         table += row(code(record.name), std::to_string(static_cast<int>(record.exitCode)), retryText(record.retry),
@@ -104,6 +117,8 @@ std::string referencePage(const ProgramRecord& program) {
     for (const CommandRecord& command : program.commands) {
         page += section(command, program);
     }
+    page += "\n## Failures\n\nThe object of `--json` of every command that fails has, beside `ok` and `schema`:\n\n" +
+            fieldTable(program.failure());
     page += "\n## Environment\n\n" + tableHead("variable", "what it holds");
     for (const auto& [name, meaning] : program.environment) {
         page += row(code(name), meaning);

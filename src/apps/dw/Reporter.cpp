@@ -1,8 +1,8 @@
 #include "apps/dw/Reporter.h"
 
+#include "apps/dw/FailureTable.h"
 #include "apps/dw/TerminalText.h"
 
-#include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -11,8 +11,6 @@
 #include <cstring>
 
 namespace driftwell::dw {
-
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -23,29 +21,6 @@ constexpr const char* clearLine = "\r\033[K";
 
 bool understandsSequences() {
     return !qEnvironmentVariableIsEmpty("TERM") && qgetenv("TERM") != "dumb";
-}
-
-// Counts up when the fields of the objects change their meaning.
-constexpr int failureSchema = 1;
-
-Json objectOf(const CommandFailure& failure) {
-    const PlatformErrorDetails& details = failure.details;
-    Json error = {{"kind", recordOf(failure.kind).name},
-                  {"message", failure.message.toStdString()},
-                  {"hint", failure.advice().toStdString()}};
-    if (details.httpStatus != 0) {
-        error["status"] = details.httpStatus;
-    }
-    if (!details.host.isEmpty()) {
-        error["host"] = details.host.toStdString();
-    }
-    if (details.retryAfter) {
-        error["retryAfter"] = details.retryAfter->count();
-    }
-    if (!failure.files.empty()) {
-        error["files"] = failure.files;
-    }
-    return error;
 }
 
 void print(const std::string& bytes, std::FILE* file) {
@@ -85,12 +60,6 @@ void Reporter::line(const std::string& bytes) {
     }
     const bool asShown = m_outputIsTerminal;
     text((asShown ? safeOnTerminal(QString::fromStdString(bytes)).toStdString() : bytes) + '\n');
-}
-
-void Reporter::object(const Json& object) {
-    if (m_form == Form::Json) {
-        writeObject(object);
-    }
 }
 
 void Reporter::message(const QString& text) {
@@ -156,7 +125,7 @@ void Reporter::question(const QString& sentence, const QString& text) {
 
 void Reporter::failure(const CommandFailure& failure) {
     if (m_form == Form::Json) {
-        writeObject({{"ok", false}, {"schema", failureSchema}, {"error", objectOf(failure)}});
+        writeObject(false, failureTable().object(failure));
         return;
     }
     writeError(red, QStringLiteral("dw: "), failure.message);
@@ -188,7 +157,9 @@ void Reporter::noteOutputFailure() {
     }
 }
 
-void Reporter::writeObject(const Json& object) {
+void Reporter::writeObject(bool ok, const Json& fields) {
+    Json object = {{"ok", ok}, {"schema", jsonSchemaVersion}};
+    object.update(fields);
     const std::string json = object.dump(-1, ' ', false, Json::error_handler_t::replace);
     text((m_outputIsTerminal ? jsonSafeOnTerminal(json) : json) + '\n');
 }

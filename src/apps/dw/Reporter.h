@@ -11,6 +11,8 @@
 
 namespace driftwell::dw {
 
+template <class Record> class JsonTable;
+
 /// Where a command's words go: data to standard output, everything else to standard error. Colours and the progress
 /// line only on a terminal that is not "dumb", colours not where NO_COLOR is set (https://no-color.org). On a terminal,
 /// what it would obey or turn around is shown as "?", whoever sent it.
@@ -36,8 +38,12 @@ public:
     /// One line of data. Nothing in JSON form.
     void line(const std::string& bytes);
 
-    /// The one JSON object of a successful command. Nothing in text form.
-    void object(const nlohmann::ordered_json& object);
+    /// The one JSON object of a successful command, what the table makes of the record. Nothing in text form.
+    template <class Record> void object(const JsonTable<Record>& table, const Record& record) {
+        if (m_form == Form::Json) {
+            writeObject(true, table.object(record));
+        }
+    }
 
     /// A sentence for the person. Nothing in JSON form, and nothing for whoever wants it quiet.
     void message(const QString& text);
@@ -76,7 +82,7 @@ public:
     [[nodiscard]] bool flush();
 
 private:
-    void writeObject(const nlohmann::ordered_json& object);
+    void writeObject(bool ok, const nlohmann::ordered_json& fields);
     void writeError(const char* colour, const QString& mark, const QString& text);
     void beginLine();
     void noteOutputFailure();

@@ -69,7 +69,7 @@ std::string valuePart(const std::string& name, const Candidates& candidates, con
     case Candidates::Kind::Words:
         return message + '(' + joined(candidates.words, " ") + ')';
     case Candidates::Kind::Commands:
-        return message + '(' + joined(commandNames(program), " ") + ')';
+        return message + '(' + joined(commandNames(program, candidates.words), " ") + ')';
     case Candidates::Kind::Sites:
         return message + "_dw_sites";
     case Candidates::Kind::Libraries:

@@ -78,7 +78,7 @@ TEST_F(DwCollab, SwitchesCollaborationOnAndOff) {
     EXPECT_EQ(ending.output, "");
     EXPECT_EQ(ending.error, "✓ bakery can be edited together. Get a copy of it with dw clone bakery\n");
     EXPECT_EQ(record("bakery").at("collab").at("enabled"), true);
-    EXPECT_EQ(object({"collab", "off", "bakery"}), (json{{"ok", true}, {"site", "bakery"}, {"enabled", false}}));
+    EXPECT_EQ(object({"collab", "off", "bakery"}), (json{{"ok", true}, {"site", "bakery"}, {"on", false}}));
     EXPECT_EQ(record("bakery").at("collab").at("enabled"), false);
     ending = runDw({"collab", "off", "bakery"});
     EXPECT_EQ(ending.error, "✓ bakery is published by uploads alone\n");
@@ -105,7 +105,7 @@ TEST_F(DwCollab, CloneMakesALinkedFolderForPeopleAndAgents) {
                             {"site", "garden"},
                             {"url", addressOf("garden")},
                             {"folder", (home() / "deep/elsewhere").string()},
-                            {"agentFiles", true}}));
+                            {"hasAgentFiles", true}}));
 }
 
 TEST_F(DwCollab, CloneIntoAFolderWithSomethingInItIsRefused) {
@@ -209,7 +209,8 @@ TEST_F(DwCollab, UpdateBringsWhatOthersPublishedAndPublishesNothing) {
     EXPECT_EQ(ending.error, "Merging…\n✓ The folder has all that was published on garden\n");
     EXPECT_EQ(read("their.html") + read("mine.html"), "theirs\nmine\n");
     EXPECT_EQ(sandbox.visit("garden", "/mine.html").body.find("mine\n"), std::string::npos);
-    EXPECT_EQ(object({"update", "mine"}), (json{{"ok", true}, {"site", "garden"}, {"folder", mine().string()}}));
+    EXPECT_EQ(object({"update", "mine"}),
+              (json{{"ok", true}, {"site", "garden"}, {"url", addressOf("garden")}, {"folder", mine().string()}}));
     // The author is who is signed in, not who has set up git on the machine.
     EXPECT_EQ(git("git log --format=%ae -1 HEAD^1", mine()), "maya.lindqvist@driftwell.example\n");
 }

@@ -62,12 +62,12 @@ TEST_F(DwDeploy, WithJsonThereIsNothingButTheObject) {
                     {"site", "site"},
                     {"url", "http://site.driftwell.localhost:" + sandbox.port() + "/"},
                     {"bytes", 8},
-                    {"files", 2},
+                    {"fileCount", 2},
                     {"skipped", 0},
                     {"sent", 2},
                     {"answered", true},
                     {"merged", false},
-                    {"unreadable", {{"count", 0}, {"names", json::array()}}},
+                    {"unreadable", {{"count", 0}, {"folders", json::array()}}},
                     {"leftOut", {{"hidden", 0}, {"links", 0}, {"dependencies", 0}, {"agentFiles", 0}, {"special", 0}}},
                     {"warnings", json::array()}}));
 }
@@ -92,7 +92,7 @@ TEST_F(DwDeploy, SaysWhatItCouldNotReadAndPublishesTheRest) {
     EXPECT_THAT(dryRun.error, testing::EndsWith(said));
     EXPECT_EQ(plain.exitCode, 0);
     EXPECT_THAT(plain.error, testing::EndsWith(said));
-    const json expected{{"count", 2}, {"names", {"a/locked", "private"}}};
+    const json expected{{"count", 2}, {"folders", {"a/locked", "private"}}};
     EXPECT_EQ(shown.at("unreadable"), expected);
     EXPECT_EQ(published.at("unreadable"), expected);
     EXPECT_EQ(published.at("sent"), 1);
@@ -168,7 +168,7 @@ TEST_F(DwDeploy, FilesThatAreNoneOfTheSiteStayAtHome) {
                     {"node_modules/a/index.js", "x"},
                     {"skills/a.md", "x"},
                     {"CLAUDE.md", "x"}});
-    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("files"), 1);
+    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("fileCount"), 1);
     EXPECT_EQ(sandbox.visit("site", "/.env").status, 404);
 }
 
@@ -349,7 +349,7 @@ TEST_F(DwDeploy, ManyFilesWithOddNamesArriveWhole) {
     for (const std::string& name : names) {
         folder("site", {{name, "content of " + name}});
     }
-    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("files"), names.size());
+    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("fileCount"), names.size());
     EXPECT_EQ(sandbox.visit("site", "/-C").body, "content of -C");
     EXPECT_EQ(sandbox.visit("site", "/%5Ba%5D.html").body, "content of [a].html");
     EXPECT_EQ(sandbox.visit("site", "/%C3%BC.html").body, "content of ü.html");

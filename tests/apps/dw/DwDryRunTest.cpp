@@ -41,11 +41,11 @@ TEST_F(DwDryRun, WithJsonIsOneObject) {
                     {"dryRun", true},
                     {"site", "site"},
                     {"bytes", 6},
-                    {"files", 2},
-                    {"unreadable", {{"count", 0}, {"names", json::array()}}},
+                    {"fileCount", 2},
+                    {"unreadable", {{"count", 0}, {"folders", json::array()}}},
                     {"leftOut", {{"hidden", 0}, {"links", 0}, {"dependencies", 0}, {"agentFiles", 0}, {"special", 0}}},
                     {"warnings", json::array()},
-                    {"entries", {{{"path", "a/b.txt"}, {"size", 1}}, {{"path", "index.html"}, {"size", 5}}}}}));
+                    {"entries", {{{"path", "a/b.txt"}, {"bytes", 1}}, {{"path", "index.html"}, {"bytes", 5}}}}}));
 }
 
 TEST_F(DwDryRun, WarnsOfAFolderWithoutAPageToBeginWith) {
@@ -99,7 +99,7 @@ TEST_F(DwDryRun, ShowsWhatADeploymentThenPublishes) {
     folder("site", {{"index.html", "x"}, {"a/b/c.txt", "yy"}, {"node_modules/x.js", "x"}, {".git/HEAD", "x"}});
     const json shown = onlyObject(runDw({"deploy", "site", "--dry-run", "--json"}).output);
     const json published = onlyObject(runDw({"deploy", "site", "--json"}).output);
-    for (const char* key : {"site", "files", "bytes"}) {
+    for (const char* key : {"site", "fileCount", "bytes"}) {
         EXPECT_EQ(shown.at(key), published.at(key)) << key;
     }
 }

@@ -59,7 +59,8 @@ private:
 /// A deployment of a folder whose packing takes longer than the tests' deadline.
 void fillForLongPacking(const std::filesystem::path& folder);
 
-/// Standard output as the one JSON object that it must be.
+/// Standard output as the one JSON object that it must be, which begins with "ok" and "schema"; without the latter,
+/// which is the same in all of them.
 [[nodiscard]] nlohmann::json onlyObject(const std::string& output);
 
 /// What standard error has of a failure: the message and what to do about it, which is that of the kind where no hint

@@ -61,7 +61,7 @@ TEST_F(DwShare, WithJsonIsOneObject) {
                   {"site", "garden"},
                   {"url", addressOf("garden")},
                   {"mode", "team"},
-                  {"emails", json::array()},
+                  {"invited", json::array()},
                   {"owner", maya},
                   {"anyoneCanComment", false}};
     EXPECT_EQ(onlyObject(before.output), expected);
@@ -70,7 +70,7 @@ TEST_F(DwShare, WithJsonIsOneObject) {
     EXPECT_EQ(after.exitCode, 0);
     EXPECT_EQ(after.error, "");
     expected["mode"] = "restricted";
-    expected["emails"] = {"a@b"};
+    expected["invited"] = {"a@b"};
     expected["anyoneCanComment"] = true;
     EXPECT_EQ(onlyObject(after.output), expected);
 }
@@ -235,7 +235,7 @@ TEST_F(DwOddShare, WithoutARecordIsTheTeams) {
                                                                              {"site", "garden"},
                                                                              {"url", "http://garden.test/"},
                                                                              {"mode", "team"},
-                                                                             {"emails", json::array()},
+                                                                             {"invited", json::array()},
                                                                              {"owner", nullptr},
                                                                              {"anyoneCanComment", false}}));
 }

@@ -3,11 +3,22 @@
 #include "apps/dw/LineInput.h"
 #include "apps/dw/UnansweredChange.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
 
 namespace {
+
+struct Deletion {
+    QString site;
+    bool isAnswered = true;
+};
+
+const JsonTable<Deletion>& deletionTable() {
+    static const auto table =
+        JsonTable<Deletion>()
+            .add("site", "the site that is gone", &Deletion::site)
+            .add("answered", "whether the platform said so, or was asked for it afterwards", &Deletion::isAnswered);
+    return table;
+}
 
 Task<> askForName(std::shared_ptr<Context> context, QString name) {
     Reporter& reporter = context->reporter;
@@ -34,7 +45,7 @@ public:
             .option({"--confirm", "NAME", "The site's name once more, so that nothing is asked"}, m_confirmation)
             .flag({"--yes", "", "Ask nothing", {}, "-y"}, m_isSure)
             .exclude("--confirm", "--yes")
-            .json("`site`, `answered`")
+            .json(deletionTable)
             .example("dw delete launch", "Ask for the name, then delete the site launch")
             .example("dw delete launch --confirm launch", "Delete it from a script");
     }
@@ -71,7 +82,7 @@ public:
 
 private:
     static void report(Reporter& reporter, const QString& site, bool isAnswered) {
-        reporter.object({{"ok", true}, {"site", site.toStdString()}, {"answered", isAnswered}});
+        reporter.object(deletionTable(), {site, isAnswered});
     }
 
     /// Refuses a deletion that nobody could confirm, before anything is sent.

@@ -1,7 +1,6 @@
 #include "apps/dw/ChosenName.h"
 #include "apps/dw/Command.h"
 #include "apps/dw/FolderCaution.h"
-#include "apps/dw/JsonValues.h"
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/Texts.h"
 #include "apps/dw/TypedFolder.h"
@@ -62,28 +61,121 @@ void reportUnreadable(Reporter& reporter, const FolderScan::Unreadable& unreadab
     }
 }
 
-Json jsonOf(const FolderScan::Unreadable& unreadable) {
-    return {{"count", unreadable.count}, {"names", unreadable.names}};
+const JsonTable<FolderScan::Unreadable>& unreadableTable() {
+    static const auto table = JsonTable<FolderScan::Unreadable>()
+                                  .add("count", "how many", &FolderScan::Unreadable::count)
+                                  .add("folders", "the first of them", &FolderScan::Unreadable::names);
+    return table;
 }
 
-Json jsonOf(const FolderScan::LeftOut& leftOut) {
-    return {{"hidden", leftOut.hidden},
-            {"links", leftOut.links},
-            {"dependencies", leftOut.dependencies},
-            {"agentFiles", leftOut.agentFiles},
-            {"special", leftOut.special}};
+const JsonTable<FolderScan::LeftOut>& leftOutTable() {
+    static const auto table =
+        JsonTable<FolderScan::LeftOut>()
+            .add("hidden", "names that begin with a dot", &FolderScan::LeftOut::hidden)
+            .add("links", "symbolic links", &FolderScan::LeftOut::links)
+            .add("dependencies", "folders named `node_modules`", &FolderScan::LeftOut::dependencies)
+            .add("agentFiles", "what coding agents are told, at the top", &FolderScan::LeftOut::agentFiles)
+            .add("special", "pipes, sockets and devices", &FolderScan::LeftOut::special);
+    return table;
 }
 
-/// What else was found, in the object of a deployment or of a dry run; null where the folder could not be looked at.
-void addFindings(Json& object, const std::optional<DeployFlow::Findings>& findings) {
-    if (!findings) {
-        object["leftOut"] = nullptr;
-        object["warnings"] = nullptr;
-        return;
+/// The files that were published, or would be.
+struct Content {
+    std::int64_t bytes = 0;
+    std::int64_t fileCount = 0;
+    FolderScan::Unreadable unreadable;
+    /// Absent where the folder could not be looked at.
+    std::optional<DeployFlow::Findings> findings;
+};
+
+std::optional<FolderScan::LeftOut> leftOut(const Content& content) {
+    return content.findings ? std::optional(content.findings->leftOut) : std::nullopt;
+}
+
+std::optional<QStringList> warnings(const Content& content) {
+    if (!content.findings) {
+        return std::nullopt;
     }
-    object["leftOut"] = jsonOf(findings->leftOut);
-    const QString warning = findings->startPage.text();
-    object["warnings"] = warning.isEmpty() ? Json::array() : Json::array({warning.toStdString()});
+    const QString warning = content.findings->startPage.text();
+    return warning.isEmpty() ? QStringList() : QStringList(warning);
+}
+
+/// What a dry run and a deployment tell alike of the files.
+template <class Record> void addContent(JsonTable<Record>& table) {
+    table.add("bytes", "the size of the files", [](const Record& record) { return record.content.bytes; })
+        .add("fileCount", "how many files", [](const Record& record) { return record.content.fileCount; })
+        .add("unreadable", "folders that could not be read and are missing on the site", unreadableTable(),
+             [](const Record& record) { return record.content.unreadable; })
+        .add("leftOut", "what stays behind, counted by reason; null where the folder could not be looked at",
+             leftOutTable(), [](const Record& record) { return leftOut(record.content); })
+        .add("warnings", "what may not be meant so; null where the folder could not be looked at",
+             [](const Record& record) { return warnings(record.content); });
+}
+
+struct Rehearsal {
+    QString site;
+    Content content;
+    FolderScan files;
+};
+
+struct RehearsedFile {
+    std::string path;
+    std::int64_t bytes = 0;
+};
+
+QList<RehearsedFile> rehearsedFiles(const Rehearsal& rehearsal) {
+    QList<RehearsedFile> files;
+    for (std::size_t i = 0; i < rehearsal.files.paths.size(); ++i) {
+        files.append({rehearsal.files.paths[i], rehearsal.files.attributes[i].size});
+    }
+    return files;
+}
+
+const JsonTable<RehearsedFile>& rehearsedFileTable() {
+    static const auto table = JsonTable<RehearsedFile>()
+                                  .add("path", "a file", &RehearsedFile::path)
+                                  .add("bytes", "its size", &RehearsedFile::bytes);
+    return table;
+}
+
+const JsonTable<Rehearsal>& rehearsalTable() {
+    static const auto table = [] {
+        JsonTable<Rehearsal> made;
+        made.add("dryRun", "that nothing was sent", [](const Rehearsal&) { return true; })
+            .add("site", "the site that would be published", &Rehearsal::site);
+        addContent(made);
+        made.add("entries", "the files that would go up", rehearsedFileTable(), rehearsedFiles);
+        return made;
+    }();
+    return table;
+}
+
+struct Publication {
+    QString site;
+    QString url;
+    Content content;
+    bool isMerged = false;
+    /// Absent where the platform did not answer.
+    std::optional<std::int64_t> skipped = {};
+    std::optional<std::int64_t> sent = {};
+    std::optional<double> seconds = {};
+};
+
+const JsonTable<Publication>& publicationTable() {
+    static const auto table = [] {
+        JsonTable<Publication> made;
+        made.add("site", "the site", &Publication::site).add("url", "its address", &Publication::url);
+        addContent(made);
+        made.add("sent", "how many files were sent; null where the platform did not answer", &Publication::sent)
+            .add("skipped", "how many of them the platform left out; null where it did not answer",
+                 &Publication::skipped)
+            .add("answered", "whether the platform answered; if not, it has published it all the same",
+                 [](const Publication& publication) { return publication.seconds.has_value(); })
+            .add("merged", "whether it was merged with what others had published", &Publication::isMerged)
+            .add("seconds", "how long it took; null where the platform did not answer", &Publication::seconds);
+        return made;
+    }();
+    return table;
 }
 
 void reportFindings(Reporter& reporter, const DeployFlow::Findings& findings) {
@@ -100,22 +192,13 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared
     };
     const FolderScan files = co_await runOnOwnThread(work, context->stop);
     requireFiles(files);
-    Json entries = Json::array();
     for (std::size_t i = 0; i < files.paths.size(); ++i) {
-        const std::int64_t size = files.attributes[i].size;
-        entries.push_back({{"path", files.paths[i]}, {"size", size}});
-        context->reporter.line(QStringLiteral("%1  ").arg(sizeText(size), 10).toStdString() + files.paths[i]);
+        context->reporter.line(QStringLiteral("%1  ").arg(sizeText(files.attributes[i].size), 10).toStdString() +
+                               files.paths[i]);
     }
     const DeployFlow::Findings findings{files.leftOut, StartPage::of(files)};
-    Json object = {{"ok", true},
-                   {"dryRun", true},
-                   {"site", name.toStdString()},
-                   {"bytes", files.byteCount},
-                   {"files", files.fileCount},
-                   {"unreadable", jsonOf(files.unreadable)}};
-    addFindings(object, findings);
-    object["entries"] = std::move(entries);
-    context->reporter.object(object);
+    context->reporter.object(rehearsalTable(),
+                             {name, {files.byteCount, files.fileCount, files.unreadable, findings}, files});
     context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
                                   .arg(countText(files.fileCount), sizeText(files.byteCount), name));
     reportUnreadable(context->reporter, files.unreadable);
@@ -172,19 +255,9 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
     const std::int64_t sent = success.sentFiles.value_or(response.files + response.skipped);
     const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow.finishedAt() - *flow.startedAt());
     reporter.line(response.url.toStdString());
-    Json object = {{"ok", response.ok},
-                   {"site", response.site.toStdString()},
-                   {"url", response.url.toStdString()},
-                   {"bytes", response.bytes},
-                   {"files", response.files},
-                   {"skipped", response.skipped},
-                   {"sent", sent},
-                   {"answered", true},
-                   {"merged", success.isMerged},
-                   {"unreadable", jsonOf(flow.unreadable())}};
-    addFindings(object, flow.findings());
-    object["seconds"] = static_cast<double>(duration.count()) / 1000.0;
-    reporter.object(object);
+    Content content{response.bytes, response.files, flow.unreadable(), flow.findings()};
+    reporter.object(publicationTable(), {response.site, response.url, std::move(content), success.isMerged,
+                                         response.skipped, sent, static_cast<double>(duration.count()) / 1000.0});
     if (success.isMerged) {
         reporter.success(QStringLiteral("%1 is live: merged with what the platform has, in %2")
                              .arg(response.site, durationText(duration)));
@@ -206,16 +279,8 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
 /// The platform did not answer, and has published it.
 void reportUnanswered(Reporter& reporter, const DeployFlow& flow, const QString& failure, const QString& url) {
     reporter.line(url.toStdString());
-    Json object = {{"ok", true},
-                   {"site", flow.siteName().toStdString()},
-                   {"url", url.toStdString()},
-                   {"bytes", flow.byteCount().value_or(0)},
-                   {"files", flow.fileCount().value_or(0)},
-                   {"answered", false},
-                   {"merged", false},
-                   {"unreadable", jsonOf(flow.unreadable())}};
-    addFindings(object, flow.findings());
-    reporter.object(object);
+    Content content{flow.byteCount().value_or(0), flow.fileCount().value_or(0), flow.unreadable(), flow.findings()};
+    reporter.object(publicationTable(), {flow.siteName(), url, std::move(content)});
     reportMade(reporter, QStringLiteral("%1 is live").arg(flow.siteName()), failure);
 }
 
@@ -300,11 +365,8 @@ public:
             .option({"--name", "NAME", "The site's name (default: the one before, or the folder's)", {}, "-n"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
             .flag({"--anyway", "", "Publish also a folder that holds your home folder"}, m_anyway)
-            .json(
-                "`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `answered`, `merged`, `unreadable`: `count`, "
-                "`names`, `leftOut`: `hidden`, `links`, `dependencies`, `agentFiles`, `special`, `warnings` and "
-                "`seconds`; with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `leftOut`, `warnings`, "
-                "`entries`: each `path`, `size`")
+            .json(publicationTable)
+            .json(rehearsalTable, "With `--dry-run`")
             .example("dw deploy", "Publish the present folder under its own name, or to its linked site")
             .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
     }

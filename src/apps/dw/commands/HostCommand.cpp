@@ -4,11 +4,21 @@
 
 #include <QUrl>
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
 
 namespace {
+
+struct HostInUse {
+    QString host;
+    QString origin;
+};
+
+const JsonTable<HostInUse>& hostTable() {
+    static const auto table = JsonTable<HostInUse>()
+                                  .add("host", "the platform in use", &HostInUse::host)
+                                  .add("origin", "the same with its scheme", &HostInUse::origin);
+    return table;
+}
 
 /// A name or password in the address would stand in the session file, in addresses that are printed, and in errors.
 void refuseCredentials(const PlatformConfig& config) {
@@ -89,7 +99,7 @@ public:
         command.command("host", "Print the platform in use, or choose another", CommandGroup::Start)
             .argument({"HOST", "The platform, for example sites.example.org", {Candidates::Kind::Hosts}}, m_host)
             .flag({"--force", "", "Choose it without asking whether it answers"}, m_force)
-            .json("`host`, the platform in use, and `origin`, the same with its scheme")
+            .json(hostTable)
             .example("dw host", "Print the platform in use")
             .example("dw host sites.example.org", "Use the platform sites.example.org from now on");
     }
@@ -107,9 +117,7 @@ public:
         if (!m_host) {
             context->reporter.line(shown(*inUse).toStdString());
         }
-        context->reporter.object({{"ok", true},
-                                  {"host", PlatformConfig(*inUse).host().toStdString()},
-                                  {"origin", shown(*inUse).toStdString()}});
+        context->reporter.object(hostTable(), {PlatformConfig(*inUse).host(), shown(*inUse)});
         co_return ExitCode::Done;
     }
 

@@ -10,16 +10,36 @@ namespace driftwell::dw {
 
 namespace {
 
+struct SiteLog {
+    QString site;
+    QList<LogEntry> entries;
+};
+
+const JsonTable<LogEntry>& entryTable() {
+    static const auto table = JsonTable<LogEntry>()
+                                  .add("at", "when", &LogEntry::ts)
+                                  .add("kind", "a call of the site's pages, a live connection of one, or a deployment",
+                                       [](const LogEntry& entry) { return rawValue(entry.kind); })
+                                  .words({"api", "ws", "deploy"})
+                                  .add("by", "who", &LogEntry::user)
+                                  .add("detail", "what, in the platform's words", &LogEntry::detail);
+    return table;
+}
+
+const JsonTable<SiteLog>& logTable() {
+    static const auto table = JsonTable<SiteLog>()
+                                  .add("site", "the site", &SiteLog::site)
+                                  .add("entries", "what happened, the latest first", entryTable(), &SiteLog::entries);
+    return table;
+}
+
 Rows rowsOf(const QList<LogEntry>& entries) {
-    Rows rows({{"ts", QStringLiteral("TIME"), Table::Shrink::Never, localTimeText},
+    Rows rows({{"at", QStringLiteral("TIME"), Table::Shrink::Never, localTimeText},
                {"kind", QStringLiteral("KIND")},
-               {"user", QStringLiteral("BY"), Table::Shrink::Never, personText},
+               {"by", QStringLiteral("BY"), Table::Shrink::Never, personText},
                {"detail", QStringLiteral("DETAIL"), Table::Shrink::Cut}});
     for (const LogEntry& entry : entries) {
-        rows.add({{"ts", entry.ts.toStdString()},
-                  {"kind", rawValue(entry.kind).toStdString()},
-                  {"user", entry.user.toStdString()},
-                  {"detail", entry.detail.toStdString()}});
+        rows.add(entryTable().object(entry));
     }
     return rows;
 }
@@ -33,7 +53,7 @@ public:
             .optionalSite(m_site)
             .option({"--limit", "N", "At most so many lines (default: 100)"},
                     [this](const std::string& typed) { readLimit(typed); })
-            .json("`site`, `entries`: each `ts`, `kind` (`api`, `ws`, `deploy`), `user`, `detail`")
+            .json(logTable)
             .example("dw logs launch --limit 20", "Print what happened lately on the site launch, in 20 lines")
             .example("dw logs", "Print the activity of the site that the present folder was published as");
     }
@@ -42,9 +62,8 @@ public:
         const PlatformConfig config = requireSignIn(*context->client);
         const QString site = chosenSite(m_site, context->client->store());
         const QList<LogEntry> entries = co_await requireLog(context, config, site, m_limit);
-        const Rows rows = rowsOf(entries);
-        context->reporter.object({{"ok", true}, {"site", site.toStdString()}, {"entries", rows.array()}});
-        rows.print(context->reporter);
+        context->reporter.object(logTable(), {site, entries});
+        rowsOf(entries).print(context->reporter);
         if (entries.isEmpty()) {
             context->reporter.message(QStringLiteral("No recent activity for %1").arg(site));
         }

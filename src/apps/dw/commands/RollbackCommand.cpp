@@ -2,11 +2,24 @@
 #include "apps/dw/KnownSites.h"
 #include "apps/dw/UnansweredChange.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
 
 namespace {
+
+struct Rollback {
+    QString site;
+    QString url;
+    bool isAnswered = true;
+};
+
+const JsonTable<Rollback>& rollbackTable() {
+    static const auto table =
+        JsonTable<Rollback>()
+            .add("site", "the site", &Rollback::site)
+            .add("url", "its address", &Rollback::url)
+            .add("answered", "whether the platform said so, or was asked for it afterwards", &Rollback::isAnswered);
+    return table;
+}
 
 /// Whether the platform says that it will not, and no more precisely why.
 bool isPlainRefusal(const PlatformError& failure) {
@@ -22,7 +35,7 @@ public:
     void define(Definition& command) override {
         command.command("rollback", "Swap a site's live version with the one before it", CommandGroup::Undo)
             .site(m_site)
-            .json("`site`, `url`, `answered`")
+            .json(rollbackTable)
             .example("dw rollback launch", "Show the version before; once more swaps back")
             .example("dw rollback launch && dw open launch", "Go back to the version before and look at it");
     }
@@ -61,8 +74,7 @@ public:
 private:
     static void report(Reporter& reporter, const QString& site, const QString& url, bool isAnswered) {
         reporter.line(url.toStdString());
-        reporter.object(
-            {{"ok", true}, {"site", site.toStdString()}, {"url", url.toStdString()}, {"answered", isAnswered}});
+        reporter.object(rollbackTable(), {site, url, isAnswered});
     }
 
     std::string m_site;

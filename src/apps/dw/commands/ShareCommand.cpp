@@ -104,18 +104,28 @@ Rows rowsOf(const SiteInfo& site, const SiteAccess& access) {
     return rows;
 }
 
+struct SharedSite {
+    SiteInfo info;
+    SiteAccess access;
+};
+
+const JsonTable<SharedSite>& shareTable() {
+    static const auto table =
+        JsonTable<SharedSite>()
+            .add("site", "the site", [](const SharedSite& site) { return site.info.name; })
+            .add("url", "its address", [](const SharedSite& site) { return site.info.url; })
+            .add("mode", "who may open it", [](const SharedSite& site) { return rawValue(site.access.mode); })
+            .words(accessModeWords())
+            .add("invited", "the e-mail addresses of the people invited",
+                 [](const SharedSite& site) { return site.access.emails; })
+            .add("owner", "the e-mail address of its owner", [](const SharedSite& site) { return site.access.owner; })
+            .add("anyoneCanComment", "whether everyone with access can comment, not just the team",
+                 [](const SharedSite& site) { return site.access.anyoneCanComment.value_or(false); });
+    return table;
+}
+
 void print(Reporter& reporter, const SiteInfo& site, const SiteAccess& access) {
-    Json emails = Json::array();
-    for (const QString& email : access.emails) {
-        emails.push_back(email.toStdString());
-    }
-    reporter.object({{"ok", true},
-                     {"site", site.name.toStdString()},
-                     {"url", site.url.toStdString()},
-                     {"mode", rawValue(access.mode).toStdString()},
-                     {"emails", emails},
-                     {"owner", orNull(access.owner)},
-                     {"anyoneCanComment", access.anyoneCanComment.value_or(false)}});
+    reporter.object(shareTable(), {site, access});
     rowsOf(site, access).print(reporter);
 }
 
@@ -146,14 +156,6 @@ SiteAccessMode modeNamed(const std::string& word) {
                          [&word](SiteAccessMode mode) { return rawValue(mode).toStdString() == word; });
 }
 
-std::vector<std::string> modeWords() {
-    std::vector<std::string> words;
-    for (const SiteAccessMode mode : siteAccessModes) {
-        words.push_back(rawValue(mode).toStdString());
-    }
-    return words;
-}
-
 } // namespace
 
 class ShareCommand final : public PlatformCommand {
@@ -164,7 +166,7 @@ public:
             .choice({"--mode",
                      "MODE",
                      "Who may open it: team, restricted (invited people), public",
-                     {Candidates::Kind::Words, modeWords()}},
+                     {Candidates::Kind::Words, accessModeWords()}},
                     [this](const std::string& word) { m_wishes.mode = modeNamed(word); })
             .repeatable({"--invite", "EMAIL", "Invite somebody, once for each"}, m_wishes.invite)
             .repeatable({"--remove", "EMAIL", "Take an invitation back, once for each"}, m_wishes.remove)
@@ -173,7 +175,7 @@ public:
                      "Whether everyone with access can comment, not just the team",
                      {Candidates::Kind::Words, {"on", "off"}}},
                     [this](const std::string& word) { m_wishes.anyoneCanComment = word == "on"; })
-            .json("`site`, `url`, `mode`, `emails`, `owner`, `anyoneCanComment`")
+            .json(shareTable)
             .example("dw share launch", "Print who may open the site launch")
             .example("dw share launch --mode restricted --invite ann@example.org",
                      "Let invited people alone open it, and invite Ann");

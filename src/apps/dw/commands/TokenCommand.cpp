@@ -1,11 +1,21 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/LineInput.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
 
 namespace {
+
+struct StoredToken {
+    QString host;
+    QString token;
+};
+
+const JsonTable<StoredToken>& tokenTable() {
+    static const auto table = JsonTable<StoredToken>()
+                                  .add("host", "the platform", &StoredToken::host)
+                                  .add("token", "the token that is stored for it", &StoredToken::token);
+    return table;
+}
 
 /// On a terminal, people see it and terminals keep what they have shown.
 Task<> confirmShowing(std::shared_ptr<Context> context) {
@@ -41,7 +51,7 @@ class TokenCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
         command.command("token", "Print the stored token of the platform in use", CommandGroup::Start)
-            .json("`host`, `token`")
+            .json(tokenTable)
             .example("dw token > token.txt", "Put it into a file; on a terminal it is shown after a question only")
             .example("dw token | keep-secret DW_TOKEN", "Hand it to a program that keeps secrets for a pipeline");
     }
@@ -57,8 +67,7 @@ public:
             co_await confirmShowing(context);
         }
         context->reporter.line(token->toStdString());
-        context->reporter.object(
-            {{"ok", true}, {"host", config.host().toStdString()}, {"token", token->toStdString()}});
+        context->reporter.object(tokenTable(), {config.host(), *token});
         if (environmentHasToken()) {
             context->reporter.message(QStringLiteral("DW_TOKEN is set and comes before this one."));
         }

@@ -1,5 +1,4 @@
 #include "apps/dw/Command.h"
-#include "apps/dw/JsonValues.h"
 
 namespace driftwell::dw {
 
@@ -7,7 +6,7 @@ class WhoAmICommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
         command.command("whoami", "Print who is signed in", CommandGroup::Start)
-            .json("`host`, `name`, `email`, `handle`")
+            .json(signedInTable)
             .example("dw whoami", "Print a name and an e-mail address")
             .example("dw whoami --json", "Print the same as one object, for a program");
     }
@@ -19,7 +18,7 @@ public:
             throw PlatformError::unauthenticated();
         }
         context->reporter.line(identityText(*identity).toStdString());
-        context->reporter.object(identityObject(*identity, config));
+        context->reporter.object(signedInTable(), {config.host(), *identity});
         co_return ExitCode::Done;
     }
 };
