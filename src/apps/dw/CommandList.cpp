@@ -11,6 +11,7 @@ constexpr std::array commands{
     &makeCommand<class LoginCommand>,
     &makeCommand<class LogoutCommand>,
     &makeCommand<class WhoAmICommand>,
+    &makeCommand<class TokenCommand>,
     &makeCommand<class HelpCommand>,
     &makeCommand<class CompletionCommand>,
     &makeCommand<class DeployCommand>,

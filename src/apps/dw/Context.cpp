@@ -9,7 +9,7 @@ namespace {
 void requireToken(const PlatformClient& client, const PlatformConfig& config) {
     if (!config.isLocal() && !client.store().token(config)) {
         requireReadable(client.store());
-        throw PlatformError::unauthenticated();
+        throw PlatformError::unauthenticated().at(config.host());
     }
 }
 
@@ -17,11 +17,10 @@ void requireToken(const PlatformClient& client, const PlatformConfig& config) {
 
 void requireReadable(const ConfigStore& store) {
     if (const std::optional<ConfigProblem> problem = store.problem()) {
-        throw FailedCommand({"system",
+        throw FailedCommand({ErrorKind::System,
                              QStringLiteral("%1 cannot be used: %2")
                                  .arg(QString::fromStdString(problem->file.string()), problem->reason),
-                             {},
-                             ExitCode::Failed});
+                             QStringLiteral("Repair the file, or move it away: dw then begins another.")});
     }
 }
 
@@ -54,6 +53,12 @@ Task<std::optional<Identity>> requireIdentity(PlatformClient& client, PlatformCo
 
 bool environmentHasToken() {
     return ConfigStore::environmentToken().has_value();
+}
+
+QString signInHint() {
+    return environmentHasToken()
+               ? QStringLiteral("Put another token into DW_TOKEN, or sign in without it: unset DW_TOKEN, then dw login")
+               : QStringLiteral("Sign in: dw login");
 }
 
 QString identityText(const Identity& identity) {

@@ -3,6 +3,7 @@
 #include "apps/dw/JsonTable.h"
 #include "apps/dw/Reporter.h"
 #include "platform/PlatformClient.h"
+#include "support/Sleep.h"
 #include "support/Task.h"
 
 #include <memory>
@@ -15,6 +16,8 @@ struct Context {
     std::unique_ptr<PlatformClient> client;
     Reporter& reporter;
     std::stop_token stop;
+    /// What is waited with between questions to the platform.
+    Sleeper sleep = sleepFor;
 };
 
 /// For whoever is about to say that something is not stored: throws FailedCommand when the session file is there and
@@ -39,6 +42,9 @@ void requireReadable(const ConfigStore& store);
 
 /// Whether DW_TOKEN holds a token, which then comes before every stored one.
 [[nodiscard]] bool environmentHasToken();
+
+/// What to do for whoever is not signed in, or as the wrong person.
+[[nodiscard]] QString signInHint();
 
 /// A person as one line, "NAME <EMAIL>".
 [[nodiscard]] QString identityText(const Identity& identity);

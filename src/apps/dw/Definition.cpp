@@ -124,6 +124,10 @@ Definition& Definition::quiet(bool& value) {
     return flag({"--quiet", "", "Say nothing but what is asked for and what fails", {}, "-q"}, value);
 }
 
+Definition& Definition::verbose(bool& value) {
+    return flag({"--verbose", "", "Tell of each request to the platform, without the token", {}, "-v"}, value);
+}
+
 Definition& Definition::object(ObjectRecord object) {
     m_record.objects.push_back(std::move(object));
     if (m_record.objects.size() > 1) {

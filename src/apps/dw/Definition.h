@@ -50,6 +50,8 @@ public:
     Definition& flag(OptionRecord option, bool& value);
     /// --quiet, for a command that says more than what it is asked for.
     Definition& quiet(bool& value);
+    /// --verbose, for a command that asks the platform.
+    Definition& verbose(bool& value);
     /// --json, for a command that reports an object of this table. Called again for what it reports at times, with the
     /// words that say when: "With `--dry-run`".
     template <class Record> Definition& json(const JsonTable<Record>& (*table)(), const char* when = "") {

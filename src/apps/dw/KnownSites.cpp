@@ -58,8 +58,11 @@ Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig conf
     const auto found =
         std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
     if (found == sites.end()) {
-        throw FailedCommand({"noSite", QStringLiteral("There is no site “%1” on %2").arg(name, config.host()),
-                             QStringLiteral("dw list shows the sites."), ExitCode::Failed});
+        CommandFailure failure{ErrorKind::NoSite,
+                               QStringLiteral("There is no site “%1” on %2").arg(name, config.host()),
+                               QStringLiteral("dw list shows the sites.")};
+        failure.details.host = config.host();
+        throw FailedCommand(failure);
     }
     co_return *found;
 }

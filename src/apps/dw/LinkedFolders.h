@@ -49,8 +49,8 @@ void requireCollab(const SiteInfo& site);
 /// sentence: "garden was not published".
 [[nodiscard]] CommandFailure conflictFailure(const QString& event, const QStringList& files);
 
-/// The failure "git", in git's own words.
-[[nodiscard]] CommandFailure gitFailure(const QString& words);
+/// The failure "git", in git's own words; without a hint, that of its kind.
+[[nodiscard]] CommandFailure gitFailure(const QString& words, const QString& hint = {});
 
 /// Throws FailedCommand for an outcome that is none of success.
 [[nodiscard]] Task<> requireSuccess(CollabEngine::SyncOutcome outcome, LinkedSite linked, std::stop_token stop);

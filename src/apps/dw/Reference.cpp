@@ -1,5 +1,6 @@
 #include "apps/dw/Reference.h"
 
+#include "apps/dw/ErrorKind.h"
 #include "apps/dw/FieldTexts.h"
 
 namespace driftwell::dw {
@@ -15,8 +16,8 @@ std::string cell(const std::string& text) {
     return result;
 }
 
-std::string row(const std::string& first, const std::string& second) {
-    return "| " + cell(first) + " | " + cell(second) + " |\n";
+template <class... Texts> std::string row(const Texts&... texts) {
+    return "|" + ((' ' + cell(texts) + " |") + ...) + '\n';
 }
 
 std::string tableHead(const std::string& first, const std::string& second) {
@@ -92,6 +93,16 @@ std::string section(const CommandRecord& command, const ProgramRecord& program) 
     return text + '\n' + examples(command);
 }
 
+std::string errors() {
+    std::string table = "\n## Errors\n\nThe kinds of failures, as `error.kind` has them:\n\n";
+    table += row("kind", "exit code", "run it again?", "meaning") + "|---|---|---|---|\n";
+    for (const ErrorKindRecord& record : errorKinds()) {
+        table += row(code(record.name), std::to_string(static_cast<int>(record.exitCode)), retryText(record.retry),
+                     record.meaning);
+    }
+    return table;
+}
+
 } // namespace
 
 std::string referencePage(const ProgramRecord& program) {
@@ -117,7 +128,7 @@ std::string referencePage(const ProgramRecord& program) {
     for (const auto& [exitCode, meaning] : program.exitCodes) {
         page += row(std::to_string(static_cast<int>(exitCode)), meaning);
     }
-    return page;
+    return page + errors();
 }
 
 } // namespace driftwell::dw

@@ -78,12 +78,39 @@ void Reporter::success(const QString& text) {
     }
 }
 
-void Reporter::progress(const QString& text) {
-    if (!m_progressWanted || text == m_progressShown) {
+void Reporter::noticeOnce(const QString& text) {
+    if (!m_noticed.contains(text)) {
+        m_noticed.insert(text);
+        notice(text);
+    }
+}
+
+void Reporter::progress(const QString& text, const QString& stage) {
+    if (!m_progressWanted) {
+        if (stage != m_stageTold) {
+            m_stageTold = stage;
+            message(stage);
+        }
         return;
     }
-    print(clearLine + safeOnTerminal(text).toStdString(), stderr);
-    m_progressShown = text;
+    m_isWaitingShown = false;
+    if (text != m_progressShown) {
+        print(clearLine + safeOnTerminal(text).toStdString(), stderr);
+        m_progressShown = text;
+    }
+}
+
+void Reporter::waiting(const QString& text) {
+    if (m_progressWanted && m_progressShown.isEmpty() && !m_questionOpen) {
+        progress(text);
+        m_isWaitingShown = true;
+    }
+}
+
+void Reporter::endWaiting() {
+    if (m_isWaitingShown) {
+        beginLine();
+    }
 }
 
 bool Reporter::canAsk() const {
@@ -102,8 +129,9 @@ void Reporter::failure(const CommandFailure& failure) {
         return;
     }
     writeError(red, QStringLiteral("dw: "), failure.message);
-    if (!failure.hint.isEmpty()) {
-        writeError("", {}, failure.hint);
+    // Who has pressed the keys knows what to do next.
+    if (failure.kind != ErrorKind::Interrupted) {
+        writeError("", {}, failure.advice());
     }
 }
 
@@ -155,6 +183,7 @@ void Reporter::beginLine() {
     if (!m_progressShown.isEmpty()) {
         print(clearLine, stderr);
         m_progressShown.clear();
+        m_isWaitingShown = false;
     }
     if (m_questionOpen) {
         print("\n", stderr);

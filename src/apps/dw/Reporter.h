@@ -2,6 +2,7 @@
 
 #include "apps/dw/CommandFailure.h"
 
+#include <QSet>
 #include <QString>
 
 #include <nlohmann/json_fwd.hpp>
@@ -53,8 +54,17 @@ public:
     /// A good end, marked as such. Nothing in JSON form, and nothing for whoever wants it quiet.
     void success(const QString& text);
 
-    /// Replaces the progress line.
-    void progress(const QString& text);
+    /// A notice that is needed once, however often there is reason for it.
+    void noticeOnce(const QString& text);
+
+    /// Replaces the progress line. Where there is none, the stage, the part of the text that does not count, is said in
+    /// a line of its own when it begins, unless for JSON or whoever wants it quiet.
+    void progress(const QString& text, const QString& stage);
+    void progress(const QString& text) { progress(text, text); }
+
+    /// That something is waited for, on the progress line alone, and only where nothing better stands there.
+    void waiting(const QString& text);
+    void endWaiting();
 
     /// Whether there is a person who reads questions and can answer them.
     [[nodiscard]] bool canAsk() const;
@@ -86,6 +96,10 @@ private:
     /// The errno of the first failed write to standard output.
     int m_outputFailure = 0;
     QString m_progressShown;
+    bool m_isWaitingShown = false;
+    /// The last stage that was said in a line of its own.
+    QString m_stageTold;
+    QSet<QString> m_noticed;
     bool m_questionOpen = false;
 };
 

@@ -193,9 +193,7 @@ TEST_F(DwCommandLine, WrongUsageWithJsonIsOneObject) {
         const Ending ending = runDw(misuse.arguments);
         EXPECT_EQ(ending.exitCode, 2);
         EXPECT_EQ(ending.error, "");
-        EXPECT_EQ(onlyObject(ending.output),
-                  (nlohmann::json{{"ok", false},
-                                  {"error", {{"kind", "usage"}, {"message", misuse.message}, {"hint", misuse.hint}}}}));
+        EXPECT_EQ(onlyObject(ending.output), failureObject("usage", misuse.message, misuse.hint));
     }
 }
 
@@ -232,11 +230,13 @@ TEST_F(DwCommandLine, HelpBeginsWithTheFirstSteps) {
 
 TEST_F(DwCommandLine, QuietSaysNothingButWhatIsAskedForAndWhatFails) {
     folder("site", {{"index.html", "x"}});
-    EXPECT_EQ(runDw({"host", "sites.example.org", "--quiet"}).error, "");
+    EXPECT_EQ(runDw({"host", "sites.example.org", "--force", "--quiet"}).error, "");
     const Ending dryRun = runDw({"deploy", "site", "--dry-run", "-q"});
     EXPECT_THAT(dryRun.output, EndsWith("index.html\n"));
     EXPECT_EQ(dryRun.error, "");
-    EXPECT_EQ(runDw({"deploy", "nowhere", "-q"}).error, "dw: nowhere: No such file or directory\n");
+    EXPECT_EQ(runDw({"deploy", "nowhere", "-q"}).error,
+              failureText("system", "nowhere: No such file or directory",
+                          "Look at the path. It counts from the present folder on."));
 }
 
 TEST_F(DwCommandLine, TheLastOfSeveralNamesHolds) {

@@ -18,14 +18,14 @@ using testing::UnorderedElementsAreArray;
 /// The commands on sites and their options.
 const std::map<std::string, std::vector<std::string>>& siteCommands() {
     static const std::map<std::string, std::vector<std::string>> table{
-        {"open", {"--json", "--quiet", "--help", "--print"}},
-        {"info", {"--json", "--quiet", "--help"}},
-        {"logs", {"--json", "--quiet", "--help", "--limit", "--follow"}},
-        {"history", {"--json", "--quiet", "--help"}},
-        {"rollback", {"--json", "--quiet", "--help"}},
-        {"delete", {"--json", "--quiet", "--help", "--confirm", "--yes"}},
-        {"share", {"--json", "--quiet", "--help", "--mode", "--invite", "--remove", "--comments"}},
-        {"libs", {"--json", "--quiet", "--help", "--enable", "--disable"}}};
+        {"open", {"--json", "--quiet", "--verbose", "--help", "--print"}},
+        {"info", {"--json", "--quiet", "--verbose", "--help"}},
+        {"logs", {"--json", "--quiet", "--verbose", "--help", "--limit", "--follow"}},
+        {"history", {"--json", "--quiet", "--verbose", "--help"}},
+        {"rollback", {"--json", "--quiet", "--verbose", "--help"}},
+        {"delete", {"--json", "--quiet", "--verbose", "--help", "--confirm", "--yes"}},
+        {"share", {"--json", "--quiet", "--verbose", "--help", "--mode", "--invite", "--remove", "--comments"}},
+        {"libs", {"--json", "--quiet", "--verbose", "--help", "--enable", "--disable"}}};
     return table;
 }
 
@@ -137,26 +137,26 @@ TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", ""}),
                 UnorderedElementsAre("host", "login", "logout", "deploy", "clone", "link", "status", "update",
                                      "resolve", "list", "info", "open", "logs", "history", "rollback", "delete",
-                                     "share", "collab", "libs", "init", "whoami", "completion", "help", "--version",
-                                     "--help"));
+                                     "share", "collab", "libs", "init", "whoami", "token", "completion", "help",
+                                     "--version", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "de"}), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
-    EXPECT_THAT(
-        bashCandidates({"dw", "deploy", "--"}),
-        UnorderedElementsAre("--name", "--new", "--check", "--dry-run", "--anyway", "--json", "--quiet", "--help"));
+    EXPECT_THAT(bashCandidates({"dw", "deploy", "--"}),
+                UnorderedElementsAre("--name", "--new", "--check", "--dry-run", "--anyway", "--json", "--quiet",
+                                     "--verbose", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--name", ""}), IsEmpty());
     EXPECT_THAT(bashCandidates({"dw", "deploy", "-n", ""}), IsEmpty());
     EXPECT_THAT(bashCandidates({"dw", "ls", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "login", ""}),
-                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--help"));
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--verbose", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "logout", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "list", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "completion", ""}), ElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(bashCandidates({"dw", "collab", ""}), ElementsAre("on", "off"));
     EXPECT_THAT(bashCandidates({"dw", "update", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "resolve", "--"}),
-                UnorderedElementsAre("--mine", "--theirs", "--prompt", "--json", "--quiet", "--help"));
+                UnorderedElementsAre("--mine", "--theirs", "--prompt", "--json", "--quiet", "--verbose", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "help", "who"}), ElementsAre("whoami"));
 }
 
@@ -164,15 +164,16 @@ TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(fishCandidates("dw "),
                 UnorderedElementsAre("host", "login", "logout", "deploy", "clone", "link", "status", "update",
                                      "resolve", "list", "info", "open", "logs", "history", "rollback", "delete",
-                                     "share", "collab", "libs", "init", "whoami", "completion", "help"));
+                                     "share", "collab", "libs", "init", "whoami", "token", "completion", "help"));
     EXPECT_THAT(fishCandidates("dw de"), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
-    EXPECT_THAT(fishCandidates("dw deploy --"), UnorderedElementsAre("--name", "--new", "--check", "--dry-run",
-                                                                     "--anyway", "--json", "--quiet", "--help"));
+    EXPECT_THAT(fishCandidates("dw deploy --"),
+                UnorderedElementsAre("--name", "--new", "--check", "--dry-run", "--anyway", "--json", "--quiet",
+                                     "--verbose", "--help"));
     EXPECT_THAT(fishCandidates("dw login --"),
-                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--help"));
-    EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--quiet", "--help"));
-    EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--quiet", "--help"));
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--verbose", "--help"));
+    EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--quiet", "--verbose", "--help"));
+    EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--quiet", "--verbose", "--help"));
     EXPECT_THAT(fishCandidates("dw collab "), UnorderedElementsAre("on", "off"));
     EXPECT_THAT(fishCandidates("dw completion "), UnorderedElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(fishCandidates("dw help who"), ElementsAre("whoami"));
@@ -357,7 +358,8 @@ TEST_F(DwSiteCompletion, OffersEachThingInItsPlace) {
     answer({"garden", "bakery"});
     answerLibraries({"toast"});
     // Behind the last argument there are options alone.
-    EXPECT_THAT(bashCandidates({"dw", "rollback", "garden", ""}), UnorderedElementsAre("--json", "--quiet", "--help"));
+    EXPECT_THAT(bashCandidates({"dw", "rollback", "garden", ""}),
+                UnorderedElementsAre("--json", "--quiet", "--verbose", "--help"));
     EXPECT_THAT(fishCandidates("dw rollback garden "), IsEmpty());
     EXPECT_THAT(bashCandidates({"dw", "collab", "on", ""}), UnorderedElementsAre("garden", "bakery"));
     EXPECT_THAT(fishCandidates("dw collab on "), UnorderedElementsAre("garden", "bakery"));

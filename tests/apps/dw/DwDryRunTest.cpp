@@ -105,6 +105,41 @@ TEST_F(DwDryRun, ShowsWhatADeploymentThenPublishes) {
     }
 }
 
+TEST_F(DwDryRun, OfANameThatCannotBePackedFailsAsTheDeploymentWould) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    const std::string longName(101, 'n');
+    for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
+             {"a\nb.html", "the name of “a␤b.html” holds a line break and cannot be packed"},
+             {longName, "the path of “" + longName +
+                            "” is too long: at most 100 bytes are possible in the name and 155 before it"}}) {
+        SCOPED_TRACE(name);
+        folder("site", {{"index.html", "x"}, {name, "x"}});
+        const Ending rehearsal = runDw({"deploy", "site", "--dry-run", "--json"});
+        EXPECT_EQ(rehearsal.exitCode, 1);
+        const json error = onlyObject(rehearsal.output).at("error");
+        EXPECT_EQ(error.at("kind"), "badFileName");
+        EXPECT_EQ(error.at("message"), text);
+        const Ending deployment = runDw({"deploy", "site", "--json"});
+        EXPECT_EQ(deployment.exitCode, 1);
+        const json refusal = onlyObject(deployment.output).at("error");
+        EXPECT_EQ(refusal.at("kind"), "badFileName");
+        EXPECT_THAT(refusal.at("message").get<std::string>(), testing::EndsWith(text));
+        EXPECT_THAT(sandbox.sites(), IsEmpty());
+        std::filesystem::remove_all(home() / "site");
+    }
+}
+
+TEST_F(DwDryRun, NamesWithAnyOtherBytesArePublished) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"red\033[31m.html", "x"}, {"bell\a.html", "x"}, {"broken\xff.html", "x"}});
+    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).exitCode, 0);
+    EXPECT_EQ(runDw({"deploy", "site"}).exitCode, 0);
+    EXPECT_EQ(sandbox.visit("site", "/broken%FF.html").body, "x");
+    EXPECT_EQ(sandbox.visit("site", "/bell%07.html").body, "x");
+}
+
 TEST_F(DwDryRun, NamesAreBytesInAPipeAndHarmlessOnATerminal) {
     folder("site", {{"red\033[31m.html", "x"},
                     {"bell\a.html", "x"},

@@ -345,7 +345,7 @@ TEST_F(DwInit, LosesNothingWhenAWriteFails) {
     invocation.folder = site;
     const Ending ending = run(invocation);
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(ending.error, "dw: CLAUDE.md: File too large\n");
+    EXPECT_EQ(ending.error, failureText("system", "CLAUDE.md: File too large"));
     EXPECT_EQ(content(), before);
     EXPECT_EQ(states().at("CLAUDE.md"), "written");
 }

@@ -91,7 +91,7 @@ TEST_F(DwInstall, BelongsToItsOwnTreeAlsoByALink) {
     std::filesystem::create_directory(home() / "bin");
     std::filesystem::create_symlink(installed, home() / "bin/dw");
 
-    EXPECT_EQ(runInstalled(home() / "bin/dw", {"host", "sites.example.org"}).exitCode, 0);
+    EXPECT_EQ(runInstalled(home() / "bin/dw", {"host", "sites.example.org", "--force"}).exitCode, 0);
 
     EXPECT_TRUE(std::filesystem::exists(home() / "own-place/config.json"));
     EXPECT_FALSE(std::filesystem::exists(configFile()));

@@ -159,6 +159,7 @@ protected:
         signInWithBrowser();
         collect({"whoami"});
         collect({"info"});
+        collect({"token"});
         collect({"logout"});
         useHost(sandbox.address());
         collect({"list"});

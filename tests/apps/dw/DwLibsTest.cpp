@@ -179,7 +179,7 @@ TEST_F(DwOddLibs, BeforeTheOneThatFailsStaySwitched) {
     const Ending ending = runDw({"libs", "garden", "--enable", "maps", "--enable", "charts"});
     EXPECT_EQ(ending.exitCode, 1);
     EXPECT_EQ(ending.output, "");
-    EXPECT_EQ(ending.error, "dw: Too many libraries\n");
+    EXPECT_EQ(ending.error, failureText("api", "Too many libraries"));
     ASSERT_THAT(server.requests("/api/sites/garden/libs"), SizeIs(1)) << "what follows is not tried";
     EXPECT_EQ(server.requests("/api/sites/garden/libs")[0].body, R"({"enabled":true,"lib":"maps"})");
 }

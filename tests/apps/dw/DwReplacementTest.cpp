@@ -36,8 +36,8 @@ TEST_F(DwReplacement, IsSaidBeforeAndAfter) {
     EXPECT_THAT(first.error, Not(HasSubstr("eplace")));
     const Ending second = runDw({"deploy", "garden"});
     EXPECT_EQ(second.exitCode, 0);
-    EXPECT_THAT(second.error,
-                MatchesRegex("This replaces " + mayasVersion + "✓ garden is live: .*\nIt replaced " + mayasVersion));
+    EXPECT_THAT(second.error, MatchesRegex("This replaces " + mayasVersion +
+                                           "Packing….*✓ garden is live: .*\nIt replaced " + mayasVersion));
     const Ending rehearsal = runDw({"deploy", "garden", "--dry-run"});
     EXPECT_THAT(rehearsal.error, MatchesRegex(".*Nothing was sent\\.\nIt would replace " + mayasVersion));
 }

@@ -64,7 +64,8 @@ public:
         const std::optional<QString> failure =
             co_await CollabEngine::clone(site.info.name, folder, access, context->stop);
         if (failure) {
-            throw FailedCommand(gitFailure(*failure));
+            throw FailedCommand(
+                gitFailure(*failure, QStringLiteral("Nothing is left of the folder: dw clone can be run again.")));
         }
         context->client->store().saveFolder(site.info.name, folder);
         const bool hasAgentFiles =

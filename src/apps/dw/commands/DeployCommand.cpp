@@ -5,6 +5,7 @@
 #include "apps/dw/PublicationTables.h"
 #include "apps/dw/Texts.h"
 #include "apps/dw/TypedFolder.h"
+#include "apps/dw/UnansweredChange.h"
 #include "collab/FolderGuard.h"
 #include "core/Catalog.h"
 #include "core/Collaboration.h"
@@ -16,6 +17,7 @@
 #include "deploy/Deploy.h"
 #include "deploy/DeployResult.h"
 #include "deploy/FolderScan.h"
+#include "deploy/PackingFailure.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
 #include "support/OwnThread.h"
@@ -91,9 +93,9 @@ std::optional<Replaced> replacedBy(const std::optional<SiteInfo>& site) {
 }
 
 [[noreturn]] void refuseExisting(const SiteInfo& site, const PlatformConfig& config) {
-    throw FailedCommand(
-        {"siteExists", QStringLiteral("There is a site “%1” on %2 already").arg(site.name, config.host()),
-         QStringLiteral("Choose another name with --name, or leave out --new to replace it."), ExitCode::Failed});
+    throw FailedCommand({ErrorKind::SiteExists,
+                         QStringLiteral("There is a site “%1” on %2 already").arg(site.name, config.host()),
+                         QStringLiteral("Choose another name with --name, or leave out --new to replace it.")});
 }
 
 /// The site as the platform lists it; absent where it does not. Throws as PlatformClient::sites().
@@ -133,6 +135,12 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, bool mustBe
     };
     const FolderScan files = co_await runOnOwnThread(work, context->stop);
     requireFiles(files);
+    // What is linked is not packed.
+    const std::optional<PackingFailure> unpackable =
+        hasVersionControl(folder) ? std::nullopt : findUnpackableName(files);
+    if (unpackable) {
+        throw PlatformError::ofFolder(unpackable->text).with(unpackable->reason);
+    }
     const std::optional<Replaced> replaced = co_await replacedInRehearsal(name, mustBeNew, context);
     for (std::size_t i = 0; i < files.paths.size(); ++i) {
         context->reporter.line(QStringLiteral("%1  ").arg(sizeText(files.attributes[i].size), 10).toStdString() +
@@ -248,7 +256,7 @@ Task<SiteCheck> checkAddress(QString url, PlatformConfig config, std::shared_ptr
     const auto visit = [client = context->client.get(), config, url](std::stop_token stop) {
         return client->visit(config, url, stop);
     };
-    co_return co_await askUntilItAnswers(visit, sleepFor, context->stop);
+    co_return co_await askUntilItAnswers(visit, context->sleep, context->stop);
 }
 
 /// The end of a deployment that has made a site live.
@@ -261,11 +269,10 @@ Task<ExitCode> conclude(Publication publication, PlatformConfig config, Manner m
     if (manner.isChecked) {
         const SiteCheck check = co_await checkAddress(publication.url, config, context);
         if (!check.isWell()) {
-            throw FailedCommand({"notAnswering",
+            throw FailedCommand({ErrorKind::NotAnswering,
                                  QStringLiteral("%1 is live, and its address does not answer well, asked for %2: %3")
                                      .arg(publication.site, durationText(check.duration), check.text),
-                                 QStringLiteral("Look at it: dw info %1").arg(publication.site),
-                                 ExitCode::NotAnswering});
+                                 QStringLiteral("Look at it: dw info %1").arg(publication.site)});
         }
         reporter.message(QStringLiteral("%1 It took %2.").arg(check.text, durationText(check.duration)));
         publication.check = check;
@@ -292,6 +299,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner
     Collaboration collaboration(*context->client, connection, catalog, gates, showNothing);
     Deployments::Surroundings surroundings;
     surroundings.followUp = nothingFollows;
+    surroundings.sleep = context->sleep;
     surroundings.linkedRoad = collaboration.linkedRoad();
     Deployments deployments(*context->client, connection, catalog, std::move(surroundings));
     deployments.beginDeploy(folder);
@@ -307,7 +315,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner
         reporter.message(QStringLiteral("This replaces %1.").arg(versionText(*replacedBy(earlier))));
     }
     const auto showStage = [flow = flow.get(), &reporter] {
-        reporter.progress(stageText(flow->stage()));
+        reporter.progress(stageText(flow->stage()), stageName(flow->stage()));
     };
     QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
     const auto showFindings = [flow = flow.get(), &reporter] {
@@ -317,9 +325,9 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner
         }
     };
     QObject::connect(flow.get(), &DeployFlow::findingsChanged, flow.get(), showFindings);
-    const auto showQuestion = [flow = flow.get(), &reporter, host = config.host()] {
+    const auto showQuestion = [flow = flow.get(), &reporter, config] {
         if (flow->isOutcomeAsked()) {
-            reporter.progress(QStringLiteral("No answer; asking %1 what became of it…").arg(host));
+            reporter.progress(outcomeQuestionText(config));
         }
     };
     QObject::connect(flow.get(), &DeployFlow::outcomeChanged, flow.get(), showQuestion);
@@ -332,17 +340,16 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner
     const DeployFlow::Phase phase = flow->phase();
     if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
         const std::optional<ChangeOutcome> outcome = flow->outcome();
-        if (outcome && outcome->kind == ChangeOutcome::Kind::Done) {
-            Publication publication = unansweredPublication(*flow, outcome->url);
-            publication.replaced = replacedBy(earlier);
-            reporter.line(outcome->url.toStdString());
-            reporter.success(QStringLiteral("%1 is live all the same: %2").arg(flow->siteName(), failed->message));
-            co_return co_await conclude(publication, config, manner, context);
+        const CommandFailure failure = commandFailure(failed->message, failed->kind, failed->details);
+        if (!outcome) {
+            throw FailedCommand(failure);
         }
-        const CommandFailure plain = commandFailure(failed->message, failed->kind);
-        const CommandFailure failure = outcome ? unansweredFailure(plain, name, *outcome) : plain;
-        reporter.failure(failure);
-        co_return failure.exitCode;
+        requireMade(failure, SentChange::Kind::Deployment, name, *outcome);
+        Publication publication = unansweredPublication(*flow, outcome->url);
+        publication.replaced = replacedBy(earlier);
+        reporter.line(outcome->url.toStdString());
+        reportMade(reporter, QStringLiteral("%1 is live").arg(flow->siteName()), failed->message);
+        co_return co_await conclude(publication, config, manner, context);
     }
     const auto* const success = std::get_if<DeployFlow::Success>(&phase);
     if (success == nullptr) {

@@ -26,11 +26,10 @@ File guideIn(const AgentFolder& folder, const std::string& guide) {
         return {guideFile, withSection(folder.read(guideFile), guide)};
     } catch (const BrokenMarkers& broken) {
         throw FailedCommand(
-            {"system",
+            {ErrorKind::System,
              QStringLiteral("%1: %2. Nothing was written.")
                  .arg(QString::fromStdString(guideFile.string()), QString::fromUtf8(broken.what())),
-             QStringLiteral("Complete the pair of lines “<!-- dw init: … -->”, or remove what is left."),
-             ExitCode::Failed});
+             QStringLiteral("Complete the pair of lines “<!-- dw init: … -->”, or remove what is left.")});
     }
 }
 

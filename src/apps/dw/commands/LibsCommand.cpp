@@ -60,9 +60,9 @@ void requireLibraries(const QList<Switch>& switches, const QList<Library>& libra
         const bool known = std::any_of(libraries.cbegin(), libraries.cend(),
                                        [&change](const Library& library) { return library.name == change.lib; });
         if (!known) {
-            throw FailedCommand({"noLibrary",
+            throw FailedCommand({ErrorKind::NoLibrary,
                                  QStringLiteral("There is no library “%1” on %2").arg(change.lib, platform),
-                                 QStringLiteral("dw libs %1 shows the libraries.").arg(site), ExitCode::Failed});
+                                 QStringLiteral("dw libs %1 shows the libraries.").arg(site)});
         }
     }
 }

@@ -27,11 +27,14 @@ public:
         requireGit();
         const SiteOnPlatform site = co_await requireNamedSite(context, *m_site);
         requireCollab(site.info);
+        context->reporter.progress(QStringLiteral("Linking…"));
         const Git::Access access = Git::Access::of(site.config, context->client->store());
         const std::optional<QString> failure =
             co_await CollabEngine::link(site.info.name, folder, access, context->stop);
         if (failure) {
-            throw FailedCommand(gitFailure(*failure));
+            throw FailedCommand(gitFailure(
+                *failure,
+                QStringLiteral("Or make a folder of the site beside it: dw clone %1 FOLDER").arg(site.info.name)));
         }
         context->client->store().saveFolder(site.info.name, folder);
         context->reporter.line(folder.string());

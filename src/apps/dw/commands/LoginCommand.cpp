@@ -1,4 +1,5 @@
 #include "apps/dw/Command.h"
+#include "apps/dw/PlainHttp.h"
 #include "apps/dw/TokenInput.h"
 #include "desktop/XdgOpen.h"
 #include "platform/PlatformError.h"
@@ -103,31 +104,32 @@ public:
         if (co_await needsNoAccount(config, context)) {
             co_return reportNoAccount(config, reporter);
         }
-        const std::optional<Identity> identity = co_await signIn(config, context);
-        if (!identity) {
-            throw FailedCommand({"unauthenticated",
-                                 QStringLiteral("%1 does not accept this token").arg(config.host()),
-                                 {},
-                                 ExitCode::NotAllowed});
+        if (const std::optional<QString> warning = plainHttpWarning(config)) {
+            reporter.noticeOnce(*warning);
         }
-        reporter.object(signedInTable(), {config.host(), *identity});
-        reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.host(), identityText(*identity)));
+        const Identity identity = co_await signIn(config, context);
+        reporter.object(signedInTable(), {config.host(), identity});
+        reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.host(), identityText(identity)));
         co_return ExitCode::Done;
     }
 
 private:
-    /// Absent when the platform does not accept the token.
-    Task<std::optional<Identity>> signIn(PlatformConfig config, std::shared_ptr<Context> context) const {
+    Task<Identity> signIn(PlatformConfig config, std::shared_ptr<Context> context) const {
+        if (m_withToken) {
+            co_return co_await signInWithToken(config, context);
+        }
         try {
-            if (m_withToken) {
-                co_return co_await signInWithToken(config, context);
-            }
             co_return co_await signInWithBrowser(!m_noBrowser, config, context);
         } catch (const PlatformError& failure) {
             if (failure.kind() != PlatformError::Kind::Unauthenticated) {
                 throw;
             }
-            co_return std::nullopt;
+            CommandFailure refused{
+                ErrorKind::Unauthenticated,
+                QStringLiteral("%1 does not accept the token that the browser brought").arg(config.host()),
+                QStringLiteral("Try once more: dw login")};
+            refused.details = failure.details();
+            throw FailedCommand(refused);
         }
     }
 

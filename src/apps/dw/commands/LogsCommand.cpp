@@ -4,7 +4,6 @@
 #include "apps/dw/SeenLog.h"
 #include "apps/dw/SiteLog.h"
 #include "apps/dw/Texts.h"
-#include "support/Sleep.h"
 
 #include <algorithm>
 #include <charconv>
@@ -129,7 +128,7 @@ Task<ExitCode> follow(std::shared_ptr<Context> context, PlatformConfig config, Q
     bool isRead = printNew(reporter, site, seen.takeNew(first), true);
     bool isOut = false;
     while (isRead) {
-        co_await sleepFor(pauses.next(), context->stop);
+        co_await context->sleep(pauses.next(), context->stop);
         QList<LogEntry> entries;
         try {
             const std::optional<LogsResponse> answer =

@@ -44,12 +44,11 @@ const JsonTable<Instruction>& instructionTable() {
 FailedCommand nothingToResolve(const LinkedSite& linked, const std::optional<CollabState>& state) {
     const bool isRepaired = state && state->kind == CollabState::Kind::Resolved;
     return FailedCommand(
-        {"noConflict",
+        {ErrorKind::NoConflict,
          isRepaired ? QStringLiteral("All files of the merge are clean")
                     : QStringLiteral("No merge waits in %1").arg(QString::fromStdString(linked.folder.string())),
          isRepaired ? QStringLiteral("Publish it: dw deploy")
-                    : QStringLiteral("dw status shows how the folder stands."),
-         ExitCode::Failed});
+                    : QStringLiteral("dw status shows how the folder stands.")});
 }
 
 } // namespace
