@@ -105,6 +105,9 @@ TEST_F(BearerTest, AProxyToAPlatformThatSpeaksHttpsIsAskedForATunnelOnly) {
 }
 
 TEST_F(BearerTest, TheCertificatesToTrustAreThoseOfTheTool) {
+    const ScopedVariable noOwn("DW_CA_FILE", std::nullopt);
+    const ScopedVariable noFile("SSL_CERT_FILE", std::nullopt);
+    const ScopedVariable noFolder("SSL_CERT_DIR", std::nullopt);
     const std::string origin = "https://sites.example.org";
     Git::Surroundings surroundings;
     surroundings.access = Git::Access{PlatformConfig(QString::fromStdString(origin)), QStringLiteral("a-token")};

@@ -24,7 +24,7 @@ bool isMadeByTools(const QString& folderName) {
 
 QString requireValid(const QString& name) {
     if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
-        throw WrongUsage(problemText(name, problem));
+        throw WrongUsage(problemText(name, problem), hint);
     }
     return name;
 }

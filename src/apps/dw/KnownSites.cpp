@@ -47,7 +47,8 @@ QString chosenSite(const std::optional<std::string>& named, const ConfigStore& s
                          QStringLiteral("dw list shows the sites."));
     }
     if (names.size() > 1) {
-        throw WrongUsage(oneMustBeNamed(QStringLiteral("The present folder"), names));
+        throw WrongUsage(oneMustBeNamed(QStringLiteral("The present folder"), names),
+                         QStringLiteral("Name one of them behind the command."));
     }
     return names.front();
 }

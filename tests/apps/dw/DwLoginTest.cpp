@@ -259,7 +259,8 @@ TEST_F(DwLogin, WithoutTheTokenItShouldReadIsWrongUsage) {
 TEST_F(DwLogin, WithSomethingTooLongForATokenIsWrongUsage) {
     const Ending ending = logInWith(std::string(1'000'000, 'x'));
     EXPECT_EQ(ending.exitCode, 2);
-    EXPECT_EQ(ending.error, failureText("usage", "What is on standard input is too long for a token"));
+    EXPECT_EQ(ending.error, failureText("usage", "What is on standard input is too long for a token",
+                                        "For example: dw login --with-token < FILE"));
 }
 
 TEST_F(DwLogin, WithATokenButNoStandardInputIsAFailure) {

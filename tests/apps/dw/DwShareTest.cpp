@@ -220,7 +220,7 @@ TEST_F(DwShare, OfSomebodyToRemoveWhoIsNotInvitedChangesNothing) {
     ASSERT_EQ(share({"--invite", "ann@b"}).exitCode, 0);
     const json before = access();
     expectFailure({"share", "garden", "--mode", "public", "--remove", "anne@b", "--comments", "on"}, 2, "usage",
-                  "“anne@b” is not invited. Nothing was changed.");
+                  "“anne@b” is not invited. Nothing was changed.", "dw share SITE shows who is.");
     EXPECT_EQ(access(), before);
 }
 

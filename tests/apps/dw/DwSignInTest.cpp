@@ -1,4 +1,5 @@
 #include "tests/apps/dw/DwFixture.h"
+#include "tests/support/PlatformServer.h"
 
 namespace driftwell::tests {
 
@@ -121,6 +122,15 @@ TEST_F(DwSignIn, OfAPersonIsShownWithJson) {
                                                {"name", "Tomás Reyes"},
                                                {"email", "tomas.reyes@driftwell.example"},
                                                {"handle", "tomas"}}));
+}
+
+TEST_F(DwSignIn, IsNotAskedForWhereThereAreNoAccounts) {
+    PlatformServer server;
+    server.answer("/api/me", 200, "null");
+    const std::string name = "localhost:" + std::to_string(server.port());
+    useHost("http://" + name);
+    expectNotAllowed({"whoami"}, "unauthenticated", name + " has no accounts, so nobody is signed in",
+                     "Nothing there needs a sign-in.", {{"host", name}});
 }
 
 TEST_F(DwSignIn, IsNeverAskedForEvenOnATerminal) {

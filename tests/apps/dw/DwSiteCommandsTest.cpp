@@ -396,7 +396,8 @@ TEST_F(DwPresentFolder, WithSeveralSitesNeedsANamedOne) {
     const Ending ending = runIn(home() / "garden", {"logs"});
     EXPECT_EQ(ending.exitCode, 2);
     EXPECT_EQ(ending.error,
-              failureText("usage", "The present folder was published as “garden”, “roses”, so one must be named"));
+              failureText("usage", "The present folder was published as “garden”, “roses”, so one must be named",
+                          "Name one of them behind the command."));
     EXPECT_EQ(runIn(home() / "garden", {"logs", "roses"}).exitCode, 0);
 }
 

@@ -69,7 +69,8 @@ QList<QString> invitedAfter(const SiteAccess& before, const Invitations& invitat
     SiteAccess after = before;
     for (const QString& address : invitations.remove) {
         if (after.emails.removeIf([&address](const QString& email) { return invitedAddress(email) == address; }) == 0) {
-            throw WrongUsage(QStringLiteral("“%1” is not invited. Nothing was changed.").arg(address));
+            throw WrongUsage(QStringLiteral("“%1” is not invited. Nothing was changed.").arg(address),
+                             QStringLiteral("dw share SITE shows who is."));
         }
     }
     for (const QString& address : invitations.invite) {
