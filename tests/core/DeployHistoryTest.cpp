@@ -83,6 +83,16 @@ TEST(DeployHistoryTest, ARollbackSwapsTheLastTwoDeployments) {
               4);
 }
 
+TEST(DeployHistoryTest, TheVersionBeforeIsTheOneThatARollbackBringsBack) {
+    EXPECT_EQ(previousDeployment({entry("2", "Deployed"), entry("1", "Deployed")}), 1);
+    EXPECT_EQ(previousDeployment({entry("1", "Deployed")}), std::nullopt);
+    EXPECT_EQ(previousDeployment({entry("3", "rolled back"), entry("2", "Deployed"), entry("1", "Deployed")}), 1);
+    EXPECT_EQ(previousDeployment(
+                  {entry("4", "Deployed"), entry("3", "rolled back"), entry("2", "Deployed"), entry("1", "Deployed")}),
+              3);
+    EXPECT_EQ(previousDeployment({}), std::nullopt);
+}
+
 TEST(DeployHistoryTest, WithoutTheDeploymentThatIsLiveNoneIsMarked) {
     EXPECT_EQ(liveDeployment({entry("2", "rolled back"), entry("1", "Deployed")}), std::nullopt);
     EXPECT_EQ(liveDeployment({entry("1", "rolled back")}), std::nullopt);
