@@ -1,5 +1,7 @@
 #include "collab/GitEnvironment.h"
 
+#include "platform/TrustedCertificates.h"
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,6 +37,13 @@ Settings settings(const Git::Surroundings& surroundings) {
         const std::string origin = "http." + surroundings.access->config.origin().toStdString();
         settings.emplace_back(origin + ".followRedirects", "false");
         settings.emplace_back(origin + ".sslVerify", "true");
+        const TrustedCertificates trusted = TrustedCertificates::ofEnvironment();
+        if (!trusted.file.empty()) {
+            settings.emplace_back(origin + ".sslCAInfo", trusted.file);
+        }
+        if (!trusted.folder.empty()) {
+            settings.emplace_back(origin + ".sslCAPath", trusted.folder);
+        }
         // To a platform that speaks HTTPS a proxy is only asked for a tunnel; of plain HTTP it would read all.
         if (origin.starts_with("http.http://")) {
             settings.emplace_back(origin + ".proxy", "");

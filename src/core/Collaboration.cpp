@@ -461,11 +461,12 @@ Task<LinkedRoad::Result> Collaboration::publish(std::shared_ptr<DeployFlow> flow
     }
     result.end = End::Settled;
     if (!folder) {
-        flow->fail(noLongerLinked(site->name));
+        flow->fail(noLongerLinked(site->name), PlatformErrorReason::NotLinked);
         co_return result;
     }
     if (!identity) {
-        flow->fail(QStringLiteral("The platform does not say who you are, and a linked folder is published by name."));
+        flow->fail(QStringLiteral("The platform does not say who you are, and a linked folder is published by name."),
+                   PlatformErrorReason::NoAuthor);
         co_return result;
     }
     const Job job{*site, *folder, Git::Access::of(*config, m_client.store()), *identity};
@@ -491,7 +492,7 @@ Task<LinkedRoad::Result> Collaboration::publish(std::shared_ptr<DeployFlow> flow
         co_await whileAlive(this, refreshCollabStates(either.token()));
         break;
     case Kind::Failed:
-        flow->fail(outcome.text);
+        flow->fail(outcome.text, PlatformErrorReason::Git);
         break;
     }
     co_return result;

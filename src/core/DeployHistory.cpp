@@ -5,6 +5,28 @@
 
 namespace driftwell {
 
+namespace {
+
+/// Places in a history.
+struct KeptVersions {
+    std::optional<qsizetype> live;
+    std::optional<qsizetype> previous;
+};
+
+KeptVersions keptVersions(const QList<LogEntry>& history) {
+    KeptVersions kept;
+    for (qsizetype i = history.size() - 1; i >= 0; --i) {
+        if (isRollback(history[i])) {
+            std::swap(kept.live, kept.previous);
+        } else {
+            kept.previous = std::exchange(kept.live, i);
+        }
+    }
+    return kept;
+}
+
+} // namespace
+
 QList<LogEntry> deployHistory(QList<LogEntry> log) {
     log.removeIf([](const LogEntry& entry) { return entry.kind != LogEntry::Kind::Deploy; });
     std::stable_sort(log.begin(), log.end(), [](const LogEntry& a, const LogEntry& b) { return a.ts > b.ts; });
@@ -12,16 +34,11 @@ QList<LogEntry> deployHistory(QList<LogEntry> log) {
 }
 
 std::optional<qsizetype> liveDeployment(const QList<LogEntry>& history) {
-    std::optional<qsizetype> live;
-    std::optional<qsizetype> previous;
-    for (qsizetype i = history.size() - 1; i >= 0; --i) {
-        if (isRollback(history[i])) {
-            std::swap(live, previous);
-        } else {
-            previous = std::exchange(live, i);
-        }
-    }
-    return live;
+    return keptVersions(history).live;
+}
+
+std::optional<qsizetype> previousDeployment(const QList<LogEntry>& history) {
+    return keptVersions(history).previous;
 }
 
 } // namespace driftwell

@@ -19,4 +19,7 @@ inline constexpr int historyLogLines = 200;
 /// with the one before it. Absent where the history does not reach back to that deployment.
 [[nodiscard]] std::optional<qsizetype> liveDeployment(const QList<LogEntry>& history);
 
+/// The place of the deployment that a rollback would bring back, likewise.
+[[nodiscard]] std::optional<qsizetype> previousDeployment(const QList<LogEntry>& history);
+
 } // namespace driftwell

@@ -31,7 +31,7 @@ public:
 
     void add(const ArchiveMember& member) {
         if (m_next == m_files.paths.size()) {
-            throw PlatformError::api(changedText(member.name));
+            throw PlatformError::ofFolder(changedText(member.name));
         }
         const std::string& path = m_files.paths[m_next];
         const FolderScan::Attributes& attributes = m_files.attributes[m_next];
@@ -39,16 +39,16 @@ public:
                                member.size == static_cast<std::uint64_t>(attributes.size) &&
                                (m_times == ArchivedTimes::OfThePacking || member.modified == attributes.modified);
         if (!isTheFile) {
-            throw PlatformError::api(changedText(path));
+            throw PlatformError::ofFolder(changedText(path));
         }
         ++m_next;
     }
 
     void finish() const {
         if (m_next < m_files.paths.size()) {
-            throw PlatformError::api(QStringLiteral("only %1 of %2 files were packed, nothing was sent")
-                                         .arg(m_next)
-                                         .arg(m_files.paths.size()));
+            throw PlatformError::ofFolder(QStringLiteral("only %1 of %2 files were packed, nothing was sent")
+                                              .arg(m_next)
+                                              .arg(m_files.paths.size()));
         }
     }
 
@@ -106,8 +106,8 @@ void checkArchive(const std::filesystem::path& archive, const std::filesystem::p
             readArchive(packed.get(), comparison, stop);
         }
     } catch (const ArchiveError& failure) {
-        throw PlatformError::api(QStringLiteral("the archive was not written as a whole (%1), nothing was sent")
-                                     .arg(QString::fromUtf8(failure.what())));
+        throw PlatformError::ofFolder(QStringLiteral("the archive was not written as a whole (%1), nothing was sent")
+                                          .arg(QString::fromUtf8(failure.what())));
     }
     comparison.finish();
 }

@@ -14,7 +14,7 @@ enum class ArchivedTimes { OfTheFiles, OfThePacking };
 /// What it holds is read from `record`, the compressor's own account of it, or from the archive itself where the
 /// compressor wrote none. Blocking.
 ///
-/// Throws PlatformError::api, which names what differs, std::system_error, and Cancelled.
+/// Throws PlatformError::ofFolder, which names what differs, std::system_error, and Cancelled.
 void checkArchive(const std::filesystem::path& archive, const std::filesystem::path& record, const FolderScan& files,
                   ArchivedTimes times, const std::stop_token& stop);
 

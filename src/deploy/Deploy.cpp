@@ -55,8 +55,9 @@ Task<DeployResponse> packAndSend(PlatformClient& client, Publication publication
 void requireFiles(const FolderScan& files) {
     if (files.fileCount < 1) {
         const QString why = files.unreadable.text();
-        throw PlatformError::api(QStringLiteral("folder has no deployable files") +
-                                 (why.isEmpty() ? why : QStringLiteral(" — ") + why));
+        throw PlatformError::ofFolder(QStringLiteral("folder has no deployable files") +
+                                      (why.isEmpty() ? why : QStringLiteral(" — ") + why))
+            .with(PlatformErrorReason::EmptyFolder);
     }
 }
 

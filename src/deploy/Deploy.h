@@ -24,8 +24,8 @@ struct DeployStops {
     std::stop_token end = {};
 };
 
-/// Throws PlatformError::api "folder has no deployable files" when there is none, with the folders that could not be
-/// read if there are such.
+/// Throws PlatformError::ofFolder "folder has no deployable files" when there is none, with the folders that could not
+/// be read if there are such.
 void requireFiles(const FolderScan& files);
 
 /// Publishes a folder: scans, packs and uploads it.

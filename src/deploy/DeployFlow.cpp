@@ -80,11 +80,14 @@ void DeployFlow::succeedByMerge(const DeployResponse& response) {
 
 void DeployFlow::fail(const std::exception& failure) {
     const auto* platform = dynamic_cast<const PlatformError*>(&failure);
-    m_phase = Failure{describe(failure), platform ? std::optional(platform->kind()) : std::nullopt};
+    m_phase = Failure{describe(failure), platform ? std::optional(platform->kind()) : std::nullopt,
+                      platform ? platform->details() : PlatformErrorDetails()};
 }
 
-void DeployFlow::fail(const QString& message) {
-    m_phase = Failure{message, std::nullopt};
+void DeployFlow::fail(const QString& message, PlatformErrorReason reason) {
+    PlatformErrorDetails details;
+    details.reason = reason;
+    m_phase = Failure{message, std::nullopt, details};
 }
 
 } // namespace driftwell

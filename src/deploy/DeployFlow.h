@@ -55,6 +55,7 @@ public:
         QString message;
         /// What kind of platform call failed; absent for a failure of this machine.
         std::optional<PlatformError::Kind> kind;
+        PlatformErrorDetails details = {};
         bool operator==(const Failure&) const = default;
     };
     using Phase = std::variant<Confirm, Deploying, Success, Failure>;
@@ -127,7 +128,8 @@ public:
     void succeed(const DeployResponse& response, std::optional<std::int64_t> sentFiles = {});
     void succeedByMerge(const DeployResponse& response);
     void fail(const std::exception& failure);
-    void fail(const QString& message);
+    /// Without a call to the platform that has failed.
+    void fail(const QString& message, PlatformErrorReason reason = PlatformErrorReason::Unspecified);
     void askForOutcome() { m_isOutcomeAsked = true; }
     /// Shows what became of the attempt that began at that time, as long as its failure is what is shown.
     void showOutcome(std::optional<Timestamp> attempt, const ChangeOutcome& outcome);

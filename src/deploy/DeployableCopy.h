@@ -12,8 +12,8 @@ namespace driftwell {
 /// read leaves `into` as it was, and no file there is ever half a file. No link within `into` is followed, and no
 /// folder there is replaced by a file.
 ///
-/// Throws PlatformError::api when there is no such file or one changes meanwhile, std::system_error, which names the
-/// place, and Cancelled.
+/// Throws PlatformError::ofFolder when there is no such file or one changes meanwhile, std::system_error, which names
+/// the place, and Cancelled.
 void copyDeployableFiles(const std::filesystem::path& from, const std::filesystem::path& into,
                          const std::stop_token& stop);
 

@@ -311,7 +311,7 @@ void Walk::readEntry(int directory, const dirent& entry, Listing& listing, Found
 FolderScan FolderScan::scan(const std::filesystem::path& folder, const std::stop_token& stop) {
     UniqueFd root(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!root) {
-        throw PlatformError::api(QStringLiteral("cannot read ") + QString::fromStdString(folder.string()));
+        throw PlatformError::ofFolder(QStringLiteral("cannot read ") + QString::fromStdString(folder.string()));
     }
     return Walk(std::move(root), folder, stop).run();
 }

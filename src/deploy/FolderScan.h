@@ -70,8 +70,8 @@ struct FolderScan {
     /// file is opened. Subfolders that may not be read, or that are gone by the time they are reached, are left out and
     /// named in the result.
     ///
-    /// Throws PlatformError::api "cannot read PATH" when the folder itself cannot be opened, Cancelled soon after a
-    /// stop is requested, and std::system_error, which names the place, for everything else: when the attributes of a
+    /// Throws PlatformError::ofFolder "cannot read PATH" when the folder itself cannot be opened, Cancelled soon after
+    /// a stop is requested, and std::system_error, which names the place, for everything else: when the attributes of a
     /// file or folder cannot be read (it vanished, or the folder around it may be listed but not entered), or when this
     /// machine is out of descriptors.
     [[nodiscard]] static FolderScan scan(const std::filesystem::path& folder, const std::stop_token& stop = {});

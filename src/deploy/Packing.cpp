@@ -93,7 +93,7 @@ UniqueFd openScanned(const Packing& packing) {
     struct stat attributes {};
     if (!root || ::fstat(root.get(), &attributes) != 0 ||
         std::pair(attributes.st_dev, attributes.st_ino) != packing.files.folder) {
-        throw PlatformError::api(changedText(packing.folder.string()));
+        throw PlatformError::ofFolder(changedText(packing.folder.string()));
     }
     return root;
 }
@@ -191,14 +191,16 @@ Task<> runTar(std::shared_ptr<Packing> packing, std::function<void(PackedSoFar)>
 
 /// The words of tar's failure, and what can be seen to have caused it. Blocking.
 PlatformError explained(const QString& failure, const Packing& packing) {
-    const std::optional<QString> cause = findPackingFailure(packing.root.get(), packing.files, packing.workingFolder);
-    return PlatformError::api(cause ? failure + QStringLiteral(": ") + *cause : failure);
+    const std::optional<PackingFailure> cause =
+        findPackingFailure(packing.root.get(), packing.files, packing.workingFolder);
+    return cause ? PlatformError::ofFolder(failure + QStringLiteral(": ") + cause->text).with(cause->reason)
+                 : PlatformError::ofFolder(failure);
 }
 
 /// Sees that the archive is what was scanned. Blocking.
 void check(const Packing& packing) {
     if (const std::optional<std::string_view> path = pathWithLineBreak(packing.files)) {
-        throw PlatformError::api(lineBreakText(*path));
+        throw PlatformError::ofFolder(lineBreakText(*path)).with(PlatformErrorReason::BadFileName);
     }
     checkArchive(packing.archive(), packing.record(), packing.files, packing.times, packing.stop);
     std::filesystem::remove(packing.record());

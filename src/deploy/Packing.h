@@ -29,8 +29,8 @@ namespace driftwell {
 ///
 /// `onPacked`, where there is one, is told meanwhile how far it is, on the caller's thread.
 ///
-/// Throws PlatformError::api, with the cause where it can be seen, std::system_error, and Cancelled after a stop, which
-/// ends tar.
+/// Throws PlatformError::ofFolder, with the cause where it can be seen, std::system_error, and Cancelled after a stop,
+/// which ends tar.
 [[nodiscard]] Task<std::filesystem::path> packFolder(std::filesystem::path folder, FolderScan files,
                                                      std::filesystem::path workingFolder, std::filesystem::path helpers,
                                                      std::stop_token stop = {},

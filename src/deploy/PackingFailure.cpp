@@ -33,32 +33,42 @@ bool fitsNameFields(std::string_view path) {
     return slash != std::string_view::npos && slash > 0 && slash <= mostInPrefix && slash + 1 < path.size();
 }
 
-/// What is wrong with one file of the scan.
-std::optional<QString> failureOf(int root, const std::string& path, const FolderScan::Attributes& scanned) {
+std::optional<PackingFailure> nameFailureOf(const std::string& path) {
     if (path.find('\n') != std::string::npos) {
-        return lineBreakText(path);
+        return PackingFailure{lineBreakText(path), PlatformErrorReason::BadFileName};
     }
     if (!fitsNameFields(path)) {
-        return QStringLiteral(
-                   "the path of “%1” is too long: at most 100 bytes are possible in the name and 155 before it")
-            .arg(shown(path));
+        const QString text =
+            QStringLiteral("the path of “%1” is too long: at most 100 bytes are possible in the name and 155 before it")
+                .arg(shown(path));
+        return PackingFailure{text, PlatformErrorReason::BadFileName};
+    }
+    return std::nullopt;
+}
+
+/// What is wrong with one file of the scan.
+std::optional<PackingFailure> failureOf(int root, const std::string& path, const FolderScan::Attributes& scanned) {
+    if (const std::optional<PackingFailure> failure = nameFailureOf(path)) {
+        return failure;
     }
     if (scanned.size > mostBytes) {
-        return QStringLiteral("“%1” is too large: a file has to be smaller than 8 GiB").arg(shown(path));
+        return PackingFailure{QStringLiteral("“%1” is too large: a file has to be smaller than 8 GiB").arg(shown(path)),
+                              PlatformErrorReason::TooLarge};
     }
     const UniqueFd place = openBeneath(root, path, O_PATH);
     struct stat attributes {};
     const bool isThere = place && ::fstat(place.get(), &attributes) == 0;
     if (isThere && (!S_ISREG(attributes.st_mode) ||
                     FolderScan::Attributes{attributes.st_size, attributes.st_mtim.tv_sec} != scanned)) {
-        return changedText(path);
+        return PackingFailure{changedText(path)};
     }
     if (!isThere || !openBeneath(root, path, O_RDONLY | O_NONBLOCK | O_NOCTTY)) {
         const int error = errno;
         const bool isChanged = error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENXIO;
-        return isChanged ? changedText(path)
-                         : QStringLiteral("“%1” cannot be read: %2")
-                               .arg(shown(path), QString::fromStdString(std::generic_category().message(error)));
+        return PackingFailure{
+            isChanged ? changedText(path)
+                      : QStringLiteral("“%1” cannot be read: %2")
+                            .arg(shown(path), QString::fromStdString(std::generic_category().message(error)))};
     }
     return std::nullopt;
 }
@@ -119,19 +129,28 @@ std::optional<std::string_view> pathWithLineBreak(const FolderScan& files) {
     return found == files.paths.end() ? std::nullopt : std::optional<std::string_view>(*found);
 }
 
-std::optional<QString> findPackingFailure(int root, const FolderScan& files,
-                                          const std::filesystem::path& workingFolder) {
+std::optional<PackingFailure> findUnpackableName(const FolderScan& files) {
+    for (const std::string& path : files.paths) {
+        if (const std::optional<PackingFailure> failure = nameFailureOf(path)) {
+            return failure;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<PackingFailure> findPackingFailure(int root, const FolderScan& files,
+                                                 const std::filesystem::path& workingFolder) {
     if (isFull(workingFolder)) {
-        return QStringLiteral("there is no room left in %1")
-            .arg(QString::fromStdString(workingFolder.parent_path().string()));
+        return PackingFailure{QStringLiteral("there is no room left in %1")
+                                  .arg(QString::fromStdString(workingFolder.parent_path().string()))};
     }
     for (std::size_t i = 0; i < files.paths.size(); ++i) {
-        if (const std::optional<QString> failure = failureOf(root, files.paths[i], files.attributes[i])) {
+        if (const std::optional<PackingFailure> failure = failureOf(root, files.paths[i], files.attributes[i])) {
             return failure;
         }
     }
     const std::optional<std::string_view> touched = findTouched(root, files);
-    return touched ? std::optional(changedText(*touched)) : std::nullopt;
+    return touched ? std::optional(PackingFailure{changedText(*touched)}) : std::nullopt;
 }
 
 } // namespace driftwell

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "deploy/FolderScan.h"
+#include "platform/PlatformError.h"
 
 #include <QString>
 
@@ -9,6 +10,13 @@
 #include <string_view>
 
 namespace driftwell {
+
+/// Why a folder could not be packed.
+struct PackingFailure {
+    /// What a person reads.
+    QString text;
+    PlatformErrorReason reason = PlatformErrorReason::Folder;
+};
 
 /// What a person reads of a file that is not any more, or not any more where it was, what it was in the scan.
 [[nodiscard]] QString changedText(std::string_view path);
@@ -19,10 +27,14 @@ namespace driftwell {
 /// The first file of the scan whose name holds a line break.
 [[nodiscard]] std::optional<std::string_view> pathWithLineBreak(const FolderScan& files);
 
+/// The first file whose name cannot be packed: one that holds a line break, or is too long for the format. All other
+/// bytes can be in a name.
+[[nodiscard]] std::optional<PackingFailure> findUnpackableName(const FolderScan& files);
+
 /// Why a folder could not be packed, as far as it can be seen afterwards: the first file that changed since the scan,
 /// cannot be read, or does not fit the format, or that `workingFolder` is on a full disk. `root` is a descriptor of the
 /// folder. Blocking; opens every file of the scan and reads none.
-[[nodiscard]] std::optional<QString> findPackingFailure(int root, const FolderScan& files,
-                                                        const std::filesystem::path& workingFolder);
+[[nodiscard]] std::optional<PackingFailure> findPackingFailure(int root, const FolderScan& files,
+                                                               const std::filesystem::path& workingFolder);
 
 } // namespace driftwell

@@ -65,7 +65,7 @@ void copyFile(int root, const std::string& path, const FolderScan::Attributes& s
               const std::filesystem::path& target, const std::stop_token& stop) {
     const UniqueFd from = openBeneath(root, path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     if (!from && (errno == ENOENT || errno == ENOTDIR || errno == ELOOP || errno == ENXIO)) {
-        throw PlatformError::api(changedText(path));
+        throw PlatformError::ofFolder(changedText(path));
     }
     if (!from) {
         fail(errno, path);
@@ -73,7 +73,7 @@ void copyFile(int root, const std::string& path, const FolderScan::Attributes& s
     struct stat before {};
     checked(::fstat(from.get(), &before), "fstat");
     if (!S_ISREG(before.st_mode) || attributesOf(before) != scanned) {
-        throw PlatformError::api(changedText(path));
+        throw PlatformError::ofFolder(changedText(path));
     }
     const UniqueFd to(::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!to) {
@@ -83,7 +83,7 @@ void copyFile(int root, const std::string& path, const FolderScan::Attributes& s
     struct stat after {};
     checked(::fstat(from.get(), &after), "fstat");
     if (copied != scanned.size || attributesOf(after) != scanned) {
-        throw PlatformError::api(changedText(path));
+        throw PlatformError::ofFolder(changedText(path));
     }
     // tar has to read the copy, whoever owned the file.
     checked(::fchmod(to.get(), (before.st_mode & ALLPERMS) | S_IRUSR), "fchmod");

@@ -10,7 +10,7 @@ Task<std::string> runTool(ChildProcess::Command command, std::stop_token stop) {
     const std::string name = std::filesystem::path(command.program).filename().string();
     ChildProcess::Result result = co_await ChildProcess::run(std::move(command), std::move(stop));
     if (!result.succeeded()) {
-        throw PlatformError::api(
+        throw PlatformError::ofFolder(
             QStringLiteral("%1 exited with status %2").arg(QString::fromStdString(name)).arg(result.status));
     }
     co_return std::move(result.standardOutput);

@@ -10,9 +10,9 @@ namespace driftwell {
 
 /// Runs a program to its end and gives its standard output.
 ///
-/// Throws PlatformError::api "NAME exited with status N" when it fails (N is the signal's number when a signal ended
-/// it), NAME the last component of its path, std::system_error when it cannot be started, and Cancelled when a stop
-/// ended it.
+/// Throws PlatformError::ofFolder "NAME exited with status N" when it fails (N is the signal's number when a signal
+/// ended it), NAME the last component of its path, std::system_error when it cannot be started, and Cancelled when a
+/// stop ended it.
 [[nodiscard]] Task<std::string> runTool(ChildProcess::Command command, std::stop_token stop = {});
 
 } // namespace driftwell

@@ -1,6 +1,5 @@
 #include "platform/HttpFailure.h"
 
-#include "platform/PlatformError.h"
 #include "platform/UrlSyntax.h"
 
 #include <cerrno>
@@ -36,6 +35,14 @@ bool isAnsweredInPlain(const HttpFailure& failure) {
     return failure.detail.contains("wrong version number") || failure.detail.contains("packet length too long");
 }
 
+bool isRefusedByProxy(const HttpFailure& failure) {
+    return failure.proxy && failure.proxyStatus != 0 && failure.proxyStatus / 100 != 2;
+}
+
+bool isLackOfDescriptors(const HttpFailure& failure) {
+    return failure.systemError == EMFILE || failure.systemError == ENFILE;
+}
+
 QString reasonOf(const HttpFailure& failure) {
     return QString::fromUtf8(failure.detail.isEmpty() ? QByteArray(curl_easy_strerror(failure.code)) : failure.detail);
 }
@@ -56,10 +63,10 @@ QString describeHttpHeaders(const QByteArray& url) {
 
 QString describeHttpFailure(const HttpFailure& failure) {
     const QString host = hostText(failure.url);
-    if (failure.systemError == EMFILE || failure.systemError == ENFILE) {
+    if (isLackOfDescriptors(failure)) {
         return systemText(failure.systemError);
     }
-    if (failure.proxy && failure.proxyStatus != 0 && failure.proxyStatus / 100 != 2) {
+    if (isRefusedByProxy(failure)) {
         return QStringLiteral("The proxy %1 did not connect to %2: HTTP %3")
             .arg(failure.proxy->name(), host)
             .arg(failure.proxyStatus);
@@ -75,6 +82,8 @@ QString describeHttpFailure(const HttpFailure& failure) {
                           systemText(failure.systemError));
     case CURLE_PEER_FAILED_VERIFICATION:
         return withReason(QStringLiteral("The certificate of %1 is not trusted").arg(host), reasonOf(failure));
+    case CURLE_SSL_CACERT_BADFILE:
+        return withReason(QStringLiteral("The certificates to trust cannot be used"), reasonOf(failure));
     case CURLE_SSL_CONNECT_ERROR:
         return withReason(QStringLiteral("No secure connection to %1 could be made").arg(host),
                           isAnsweredInPlain(failure) ? QStringLiteral("it does not speak https there")
@@ -88,6 +97,28 @@ QString describeHttpFailure(const HttpFailure& failure) {
         return QStringLiteral("The connection to %1%2 was lost.").arg(host, throughProxy(failure.proxy));
     default:
         return reasonOf(failure);
+    }
+}
+
+PlatformErrorReason reasonOfHttpFailure(const HttpFailure& failure) {
+    if (isLackOfDescriptors(failure)) {
+        return PlatformErrorReason::Unspecified;
+    }
+    if (isRefusedByProxy(failure)) {
+        return PlatformErrorReason::Proxy;
+    }
+    switch (failure.code) {
+    case CURLE_COULDNT_RESOLVE_PROXY:
+        return PlatformErrorReason::Proxy;
+    case CURLE_COULDNT_CONNECT:
+        return failure.proxy ? PlatformErrorReason::Proxy : PlatformErrorReason::Unspecified;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+        return PlatformErrorReason::Certificate;
+    case CURLE_SSL_CONNECT_ERROR:
+        return isAnsweredInPlain(failure) ? PlatformErrorReason::NotHttps : PlatformErrorReason::Unspecified;
+    default:
+        return PlatformErrorReason::Unspecified;
     }
 }
 

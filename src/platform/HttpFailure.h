@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/HttpProxy.h"
+#include "platform/PlatformError.h"
 
 #include <QByteArray>
 #include <QString>
@@ -28,6 +29,9 @@ struct HttpFailure {
 
 /// What a person reads of it.
 [[nodiscard]] QString describeHttpFailure(const HttpFailure& failure);
+
+/// What it is more precisely.
+[[nodiscard]] PlatformErrorReason reasonOfHttpFailure(const HttpFailure& failure);
 
 /// For an exchange that outlived one of its limits.
 [[nodiscard]] QString describeHttpTimeout(const QByteArray& url, const std::optional<HttpProxy>& proxy = {});

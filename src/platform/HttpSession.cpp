@@ -199,10 +199,15 @@ HttpSession::~HttpSession() {
 
 Task<HttpResponse> HttpSession::send(HttpRequest request, std::stop_token stop) {
     throwIfCancelled(stop);
+    const TrustedCertificates trusted = TrustedCertificates::ofEnvironment();
+    if (request.url.startsWith("https:")) {
+        trusted.requireReadable();
+    }
     if (!m_network) {
         m_network = std::make_shared<Network>();
     }
-    const auto transfer = std::make_shared<HttpTransfer>(std::move(request), m_limits);
+    const HttpLimits limits = request.limits.value_or(m_limits);
+    const auto transfer = std::make_shared<HttpTransfer>(std::move(request), limits, trusted);
     m_network->start(transfer);
     // The session may be gone when the stop comes; its network then has nothing left to cancel.
     const std::stop_callback cancel(stop, [network = m_network, transfer] { network->cancel(transfer); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/HttpExchange.h"
 #include "support/Task.h"
 
 #include <QByteArray>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <utility>
 #include <variant>
@@ -41,6 +43,11 @@ struct HttpRequest {
     QByteArray url;
     std::vector<std::pair<QByteArray, QByteArray>> headers;
     std::variant<std::monostate, QByteArray, FileBody> body;
+    /// In place of the session's. Without redirects, the answer that redirects is the one that is given.
+    std::optional<HttpLimits> limits = {};
+    /// Where it is given, it tells what came of the request once send() has answered or thrown, unless that was for a
+    /// stop.
+    std::shared_ptr<HttpExchange> record = {};
 };
 
 struct HttpResponse {
@@ -48,6 +55,10 @@ struct HttpResponse {
     QByteArray body;
     /// The body went past HttpLimits::replyBytes and was dropped.
     bool tooLarge = false;
+    /// Where it sends on to, if it does and was not followed.
+    QByteArray redirect = {};
+    /// How long the server asks to wait before the next request (RFC 9110, section 10.2.3); absent where it does not.
+    std::optional<std::chrono::seconds> retryAfter = {};
 };
 
 /// HTTP exchanges on one network thread (libcurl's multi interface), which is started by the first exchange and sleeps
@@ -55,7 +66,8 @@ struct HttpResponse {
 ///
 /// Redirects with the status 301, 302, 303, 307 or 308 are followed, to http and https only; headers that were given
 /// for the origin, the authorization among them, are not sent to another one. A request other than GET goes out on a
-/// fresh connection and is never re-sent when that connection breaks.
+/// fresh connection and is never re-sent when that connection breaks. Which certificates are trusted says
+/// TrustedCertificates.h.
 class HttpSession {
 public:
     explicit HttpSession(HttpLimits limits = {});
@@ -65,8 +77,9 @@ public:
     HttpSession& operator=(const HttpSession&) = delete;
 
     /// Gives the final answer, whatever its status. Throws PlatformError::unreachable with the reason when there is
-    /// none, or its headers come to more than 1 MB, std::system_error when the file to send cannot be read or the
-    /// system has no descriptors left, and Cancelled, at once, when a stop is requested.
+    /// none, without asking when the certificates to trust cannot be read, or its headers come to more than 1 MB,
+    /// std::system_error when the file to send cannot be read or the system has no descriptors left, and Cancelled, at
+    /// once, when a stop is requested.
     [[nodiscard]] Task<HttpResponse> send(HttpRequest request, std::stop_token stop);
 
 private:

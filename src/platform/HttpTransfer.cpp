@@ -42,6 +42,10 @@ int statusIn(std::string_view line) {
     return status;
 }
 
+const char* textOrNull(const std::string& text) {
+    return text.empty() ? nullptr : text.c_str();
+}
+
 /// Whether nothing more can be opened; libcurl calls that many things.
 int lackOfDescriptors() {
     const UniqueFd probe(::open("/", O_PATH | O_CLOEXEC));
@@ -50,7 +54,8 @@ int lackOfDescriptors() {
 
 } // namespace
 
-HttpTransfer::HttpTransfer(HttpRequest request, HttpLimits limits) : m_request(std::move(request)), m_limits(limits) {}
+HttpTransfer::HttpTransfer(HttpRequest request, HttpLimits limits, TrustedCertificates trusted)
+    : m_request(std::move(request)), m_limits(limits), m_trusted(std::move(trusted)) {}
 
 CURL* HttpTransfer::begin(HttpSockets& sockets) {
     m_sessionSockets = &sockets;
@@ -109,6 +114,13 @@ void HttpTransfer::setPolicy() {
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(m_limits.redirects));
     curl_easy_setopt(easy, CURLOPT_NOPROXY, proxyExceptions().c_str());
+    if (m_trusted.areChosen()) {
+        curl_easy_setopt(easy, CURLOPT_CAINFO, textOrNull(m_trusted.file));
+        curl_easy_setopt(easy, CURLOPT_CAPATH, textOrNull(m_trusted.folder));
+    }
+    if (m_request.record) {
+        curl_easy_setopt(easy, CURLOPT_CERTINFO, 1L);
+    }
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     // A cancel must not wait for the name lookup's thread.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
@@ -196,13 +208,25 @@ void HttpTransfer::finish(CURLcode code) {
     long status = 0;
     curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
     m_response.status = static_cast<int>(status);
+    curl_off_t wait = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_RETRY_AFTER, &wait);
+    if (wait > 0) {
+        m_response.retryAfter = std::chrono::seconds(wait);
+    }
+    keepRecord();
     // Only a proxy may answer so (RFC 9110, section 15.5.8).
     if (const auto proxy = status == 407 ? usedProxy() : std::nullopt) {
-        m_outcome.fail(PlatformError::unreachable(describeProxyRefusal(*proxy, m_response.status)));
+        PlatformErrorDetails details;
+        details.reason = PlatformErrorReason::Proxy;
+        details.httpStatus = m_response.status;
+        m_outcome.fail(PlatformError::unreachable(describeProxyRefusal(*proxy, m_response.status)).with(details));
         return;
     }
     // Headers that break off are a whole answer to libcurl.
     if ((code == CURLE_OK && m_headComplete) || m_response.tooLarge) {
+        const char* redirect = nullptr;
+        curl_easy_getinfo(m_easy.get(), CURLINFO_REDIRECT_URL, &redirect);
+        m_response.redirect = isRedirect(m_response.status) ? QByteArray(redirect) : QByteArray();
         m_outcome.succeed(std::move(m_response));
         return;
     }
@@ -221,11 +245,12 @@ void HttpTransfer::finish(CURLcode code) {
         return;
     }
     const CURLcode reason = code == CURLE_OK || m_resendRefused ? CURLE_GOT_NOTHING : code;
-    failUnanswered(describeHttpFailure(failureOf(reason)));
+    const HttpFailure failure = failureOf(reason);
+    failUnanswered(describeHttpFailure(failure), reasonOfHttpFailure(failure));
 }
 
-void HttpTransfer::failUnanswered(const QString& text) {
-    const PlatformError failure = PlatformError::unreachable(text);
+void HttpTransfer::failUnanswered(const QString& text, PlatformErrorReason reason) {
+    const PlatformError failure = PlatformError::unreachable(text).with(reason);
     m_outcome.fail(isChangeSent() ? failure.withOpenOutcome() : failure);
 }
 
@@ -256,7 +281,51 @@ std::optional<HttpProxy> HttpTransfer::usedProxy() const {
 }
 
 void HttpTransfer::failTimedOut() {
-    failUnanswered(describeHttpTimeout(triedUrl(), usedProxy()));
+    keepRecord();
+    failUnanswered(describeHttpTimeout(triedUrl(), usedProxy()), PlatformErrorReason::TimedOut);
+}
+
+void HttpTransfer::keepRecord() {
+    if (!m_request.record) {
+        return;
+    }
+    HttpExchange& record = *m_request.record;
+    record.method = m_request.method;
+    record.url = triedUrl();
+    record.time = std::chrono::floor<std::chrono::milliseconds>(Clock::now() - m_started);
+    record.proxy = usedProxy();
+    record.certificate = certificate();
+    long number = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &number);
+    record.status = static_cast<int>(number);
+    curl_easy_getinfo(m_easy.get(), CURLINFO_REDIRECT_COUNT, &number);
+    record.redirects = static_cast<int>(number);
+    curl_off_t bytes = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_UPLOAD_T, &bytes);
+    record.sentBytes = bytes;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_DOWNLOAD_T, &bytes);
+    record.receivedBytes = bytes;
+}
+
+std::optional<HttpExchange::Certificate> HttpTransfer::certificate() const {
+    curl_certinfo* chain = nullptr;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_CERTINFO, &chain);
+    // A connection that was kept has shown its certificate to an earlier exchange.
+    if (chain == nullptr || chain->num_of_certs < 1) {
+        return std::nullopt;
+    }
+    HttpExchange::Certificate certificate;
+    for (const curl_slist* line = chain->certinfo[0]; line != nullptr; line = line->next) {
+        const std::string_view text(line->data);
+        for (const auto& [name, value] :
+             {std::pair("Subject:", &certificate.subject), std::pair("Issuer:", &certificate.issuer),
+              std::pair("Expire date:", &certificate.expires)}) {
+            if (text.starts_with(name)) {
+                *value = QString::fromUtf8(text.substr(std::string_view(name).size()));
+            }
+        }
+    }
+    return certificate;
 }
 
 bool HttpTransfer::readHeader(std::string_view line) {
@@ -278,7 +347,7 @@ void HttpTransfer::readStatusLine(std::string_view line) {
     m_headComplete = false;
     const int status = statusIn(line);
     // libcurl follows whatever has a Location and a status that begins with 3.
-    curl_easy_setopt(m_easy.get(), CURLOPT_FOLLOWLOCATION, isRedirect(status) ? 1L : 0L);
+    curl_easy_setopt(m_easy.get(), CURLOPT_FOLLOWLOCATION, isRedirect(status) && m_limits.redirects > 0 ? 1L : 0L);
     if (status == 303) {
         // The other address is to be read; libcurl would use the given method on it.
         curl_easy_setopt(m_easy.get(), CURLOPT_CUSTOMREQUEST, nullptr);

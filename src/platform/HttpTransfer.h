@@ -3,6 +3,8 @@
 #include "platform/HttpProxy.h"
 #include "platform/HttpSession.h"
 #include "platform/HttpSockets.h"
+#include "platform/PlatformError.h"
+#include "platform/TrustedCertificates.h"
 #include "support/Completion.h"
 #include "support/UniqueFd.h"
 
@@ -25,7 +27,7 @@ class HttpTransfer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    HttpTransfer(HttpRequest request, HttpLimits limits);
+    HttpTransfer(HttpRequest request, HttpLimits limits, TrustedCertificates trusted);
     HttpTransfer(const HttpTransfer&) = delete;
     HttpTransfer& operator=(const HttpTransfer&) = delete;
 
@@ -65,7 +67,10 @@ private:
     [[nodiscard]] std::optional<HttpProxy> usedProxy() const;
     [[nodiscard]] HttpFailure failureOf(CURLcode code) const;
     /// Ends the exchange without an answer.
-    void failUnanswered(const QString& text);
+    void failUnanswered(const QString& text, PlatformErrorReason reason = PlatformErrorReason::Unspecified);
+    /// Fills in the request's record, if it has one.
+    void keepRecord();
+    [[nodiscard]] std::optional<HttpExchange::Certificate> certificate() const;
     /// Whether a request that changes something has gone out to its last byte.
     [[nodiscard]] bool isChangeSent() const;
     [[nodiscard]] int queuedInKernel() const;
@@ -96,6 +101,7 @@ private:
 
     HttpRequest m_request;
     HttpLimits m_limits;
+    TrustedCertificates m_trusted;
     std::unique_ptr<CURL, EasyDeleter> m_easy;
     std::unique_ptr<curl_slist, ListDeleter> m_headers;
     std::array<char, CURL_ERROR_SIZE> m_errorText{};

@@ -8,6 +8,8 @@
 #include "support/Cancellation.h"
 #include "support/WorkerPool.h"
 
+#include <QScopeGuard>
+
 #include <nlohmann/json.hpp>
 
 namespace driftwell {
@@ -52,6 +54,17 @@ bool isGatewaysWord(int status) {
     return status == 502 || status == 504;
 }
 
+PlatformErrorReason reasonOf(int status, const std::optional<ApiErrorBody>& body) {
+    if (status == 413) {
+        return PlatformErrorReason::TooLarge;
+    }
+    if (status == 429) {
+        return PlatformErrorReason::RateLimited;
+    }
+    return body && body->code == QLatin1String("no_previous") ? PlatformErrorReason::NoPrevious
+                                                              : PlatformErrorReason::Unspecified;
+}
+
 PlatformError refusal(int status, const std::optional<ApiErrorBody>& body) {
     if (status == 401) {
         return PlatformError::unauthenticated();
@@ -77,12 +90,35 @@ template <class Record> Task<Record> decodeAnswer(QByteArray bytes, QByteArray p
     }
 }
 
-std::vector<std::pair<QByteArray, QByteArray>> bearerHeader(const std::optional<QString>& token, const QString& name) {
-    if (!token) {
-        return {};
+/// Whether whoever answers at the address is the platform: its own host or one below it, by the same scheme and port.
+bool isOfPlatform(const QByteArray& url, const PlatformConfig& config) {
+    const QByteArray origin = config.origin().toUtf8();
+    const auto host = hostOfUrl(url);
+    const auto own = hostOfUrl(origin);
+    return host && own && (*host == *own || host->endsWith('.' + *own)) && portOfUrl(url) == portOfUrl(origin) &&
+           QUrl::fromEncoded(url).scheme() == QUrl::fromEncoded(origin).scheme();
+}
+
+HttpLimits visitLimits() {
+    HttpLimits limits;
+    limits.total = PlatformClient::visitTime;
+    limits.replyBytes = 1024 * 1024;
+    limits.redirects = 0;
+    return limits;
+}
+
+/// What a token is called at the beginning of a message.
+QString nameOf(TokenSource source, const PlatformConfig& config) {
+    switch (source) {
+    case TokenSource::Environment:
+        return QStringLiteral("DW_TOKEN");
+    case TokenSource::Stored:
+        return QStringLiteral("The token that is stored for %1").arg(config.host());
+    case TokenSource::Given:
+    case TokenSource::None:
+        return QStringLiteral("The token");
     }
-    requireSendable(*token, name);
-    return {{"Authorization", "Bearer " + token->toUtf8()}};
+    Q_UNREACHABLE();
 }
 
 } // namespace
@@ -97,11 +133,53 @@ QString PlatformClient::urlScheme() const {
     return isName ? scheme.toString() : QStringLiteral("driftwell");
 }
 
-std::vector<std::pair<QByteArray, QByteArray>> PlatformClient::authHeaders(const PlatformConfig& config) const {
-    const QString name = ConfigStore::environmentToken()
-                             ? QStringLiteral("DW_TOKEN")
-                             : QStringLiteral("The token that is stored for %1").arg(config.host());
-    return bearerHeader(m_store.token(config), name);
+PlatformClient::Bearer PlatformClient::bearerOf(const Call& call, const PlatformConfig& config) const {
+    if (call.token) {
+        return {TokenSource::Given, *call.token};
+    }
+    const bool usesEnvironment = !call.onlyStoredToken && ConfigStore::environmentToken();
+    const std::optional<QString> token = usesEnvironment ? m_store.token(config) : m_store.storedToken(config);
+    if (!token) {
+        return {};
+    }
+    return {usesEnvironment ? TokenSource::Environment : TokenSource::Stored, *token};
+}
+
+void PlatformClient::authorize(HttpRequest& request, const Bearer& bearer, const PlatformConfig& config) {
+    if (bearer.source != TokenSource::None) {
+        requireSendable(bearer.token, nameOf(bearer.source, config));
+        request.headers.emplace_back("Authorization", "Bearer " + bearer.token.toUtf8());
+    }
+}
+
+Task<HttpResponse> PlatformClient::send(HttpRequest request, Bearer bearer, PlatformConfig config,
+                                        std::stop_token stop) {
+    // The client may go while an answer is on its way.
+    const std::shared_ptr<PlatformObserver> observer = m_observer;
+    if (!observer) {
+        co_return co_await m_session.send(std::move(request), stop);
+    }
+    const auto record = std::make_shared<HttpExchange>();
+    request.record = record;
+    record->method = request.method;
+    record->url = request.url;
+    std::optional<HttpExchange> seen;
+    QString failed;
+    const auto told = qScopeGuard([&] { observer->ends(seen, bearer.source, failed); });
+    observer->begins(config, bearer.source);
+    const auto lookAtRecord = [&] {
+        seen = *record;
+        seen->url = withoutSecrets(record->url, bearer.token).toUtf8();
+    };
+    try {
+        HttpResponse response = co_await m_session.send(std::move(request), stop);
+        lookAtRecord();
+        co_return std::move(response);
+    } catch (const PlatformError& failure) {
+        lookAtRecord();
+        failed = failure.description();
+        throw;
+    }
 }
 
 Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std::stop_token stop) {
@@ -111,7 +189,8 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     if (!hostOfUrl(request.url)) {
         throw PlatformError::api(QStringLiteral("bad URL: ") + QString::fromUtf8(call.path));
     }
-    request.headers = call.token ? bearerHeader(call.token, QStringLiteral("The token")) : authHeaders(config);
+    Bearer bearer = bearerOf(call, config);
+    authorize(request, bearer, config);
     request.headers.emplace_back("accept", "application/json");
     if (!call.contentType.isEmpty()) {
         request.headers.emplace_back("content-type", call.contentType);
@@ -121,20 +200,27 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     // The client may go while an answer is on its way.
     const bool refusesNotOk = m_refusesNotOk;
     const bool isChange = call.method != "GET";
-    HttpResponse response = co_await m_session.send(std::move(request), stop);
+    PlatformErrorDetails details;
+    details.token = bearer.source;
+    HttpResponse response = co_await send(std::move(request), std::move(bearer), config, stop);
+    details.httpStatus = response.status;
+    details.retryAfter = response.retryAfter;
     if (!isSuccess(response.status)) {
-        const PlatformError error = refusal(response.status, errorBody(response.body));
+        const std::optional<ApiErrorBody> body = errorBody(response.body);
+        details.reason = reasonOf(response.status, body);
+        const PlatformError error = refusal(response.status, body).with(details);
         throw isChange && isGatewaysWord(response.status) ? error.withOpenOutcome() : error;
     }
     if (response.tooLarge) {
-        throw unexpectedResponse(call.path);
+        throw unexpectedResponse(call.path).with(details);
     }
     if (refusesNotOk && (isChange || response.body.size() < smallAnswerBytes)) {
         const AnswerVerdict verdict = co_await decodeAnswer<AnswerVerdict>(response.body, call.path);
         if (verdict.refused) {
             throw PlatformError::api(verdict.error.trimmed().isEmpty()
                                          ? QStringLiteral("The platform refused, and gave no reason")
-                                         : verdict.error);
+                                         : verdict.error)
+                .with(details);
         }
     }
     co_return std::move(response.body);
@@ -142,20 +228,30 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
 
 template <class Record> Task<Record> PlatformClient::request(Call call, PlatformConfig config, std::stop_token stop) {
     const QByteArray path = call.path;
-    QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
-    co_return co_await decodeAnswer<Record>(std::move(bytes), path);
+    const QString host = config.host();
+    try {
+        QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
+        co_return co_await decodeAnswer<Record>(std::move(bytes), path);
+    } catch (const PlatformError& failure) {
+        throw failure.at(host);
+    }
 }
 
 template <class Record>
 Task<Fetched<Record>> PlatformClient::requestIfChanged(QByteArray path, PlatformConfig config, KnownBytes known,
                                                        std::stop_token stop) {
     Call call{"GET", path};
-    const QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
-    if (known.are(bytes)) {
-        co_return Fetched<Record>{bytes, std::nullopt};
+    const QString host = config.host();
+    try {
+        const QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
+        if (known.are(bytes)) {
+            co_return Fetched<Record>{bytes, std::nullopt};
+        }
+        Record record = co_await decodeAnswer<Record>(bytes, path);
+        co_return Fetched<Record>{bytes, std::move(record)};
+    } catch (const PlatformError& failure) {
+        throw failure.at(host);
     }
-    Record record = co_await decodeAnswer<Record>(bytes, path);
-    co_return Fetched<Record>{bytes, std::move(record)};
 }
 
 std::optional<QString> PlatformClient::configDirOverride() const {
@@ -174,6 +270,12 @@ Task<Identity> PlatformClient::ownerOf(QString token, PlatformConfig config, std
     Call call{"GET", "/api/me"};
     call.token = std::move(token);
     return request<Identity>(std::move(call), std::move(config), std::move(stop));
+}
+
+Task<std::optional<Identity>> PlatformClient::whoAnswers(PlatformConfig config, std::stop_token stop) {
+    Call call{"GET", "/api/me"};
+    call.onlyStoredToken = true;
+    return request<std::optional<Identity>>(std::move(call), std::move(config), std::move(stop));
 }
 
 Task<Fetched<SitesResponse>> PlatformClient::sites(PlatformConfig config, KnownBytes known, std::stop_token stop) {
@@ -241,6 +343,32 @@ Task<CollabToggleResponse> PlatformClient::setCollab(PlatformConfig config, QStr
     const QByteArray path = "/api/collab/" + site.toUtf8() + "/enable";
     Call call = enabled ? Call{"POST", path, "application/json", QByteArray("{}")} : Call{"DELETE", path};
     return request<CollabToggleResponse>(std::move(call), std::move(config), std::move(stop));
+}
+
+Task<PlatformClient::SiteAnswer> PlatformClient::visit(PlatformConfig config, QString address, std::stop_token stop) {
+    constexpr int mostHops = 5;
+    QByteArray url = address.toUtf8();
+    const std::optional<QByteArray> host = hostOfUrl(url);
+    if (!host) {
+        throw PlatformError::api(QStringLiteral("bad URL: ") + address);
+    }
+    for (int hops = 0;; ++hops) {
+        HttpRequest request;
+        request.method = "GET";
+        request.url = url;
+        request.limits = visitLimits();
+        Bearer bearer = isOfPlatform(url, config) ? bearerOf(Call(), config) : Bearer();
+        authorize(request, bearer, config);
+        const HttpResponse response = co_await send(std::move(request), std::move(bearer), config, stop);
+        const std::optional<QByteArray> next = hostOfUrl(response.redirect);
+        if (!next || hops == mostHops) {
+            co_return SiteAnswer{response.status};
+        }
+        if (*next != *host) {
+            co_return SiteAnswer{response.status, QString::fromUtf8(*next)};
+        }
+        url = response.redirect;
+    }
 }
 
 Task<DeployResponse> PlatformClient::upload(FileBody archive, QString site, PlatformConfig config,

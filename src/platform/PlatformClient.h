@@ -5,17 +5,34 @@
 #include "platform/KnownAnswer.h"
 #include "platform/Models.h"
 #include "platform/PlatformConfig.h"
+#include "platform/PlatformError.h"
 #include "support/Sleep.h"
 #include "support/Task.h"
 
 #include <QUrl>
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stop_token>
 
 namespace driftwell {
+
+/// Is told of each request to a platform. Called on the main thread; a token is in nothing that it is told.
+class PlatformObserver {
+public:
+    PlatformObserver() = default;
+    virtual ~PlatformObserver() = default;
+    PlatformObserver(const PlatformObserver&) = delete;
+    PlatformObserver& operator=(const PlatformObserver&) = delete;
+
+    /// One is about to go out, with a token from there.
+    virtual void begins(const PlatformConfig& config, TokenSource token) = 0;
+    /// It has ended. What came of it, absent after a stop, and why there is no answer, empty if there is one.
+    virtual void ends(const std::optional<HttpExchange>& exchange, TokenSource token, const QString& failure) = 0;
+};
 
 /// The only code that speaks HTTP to the platform. It reduces every outcome of a call to a decoded record, a
 /// PlatformError, or Cancelled:
@@ -33,8 +50,8 @@ namespace driftwell {
 /// | the token cannot stand in a header | Api: which one, and why; nothing is sent |
 /// | a stop is requested | Cancelled |
 ///
-/// Nothing is retried. Used on the main thread; network and decoding of large answers run off it. A call that is under
-/// way when the client goes ends with Cancelled.
+/// Every PlatformError names the host. Nothing is retried. Used on the main thread; network and decoding of large
+/// answers run off it. A call that is under way when the client goes ends with Cancelled.
 class PlatformClient {
 public:
     PlatformClient(Bundle bundle, ConfigStore store, HttpLimits limits = {});
@@ -56,6 +73,10 @@ public:
 
     /// Who a token belongs to that is not stored.
     [[nodiscard]] Task<Identity> ownerOf(QString token, PlatformConfig config, std::stop_token stop);
+
+    /// Who the platform takes us for, asked with the token that is stored for it and never with DW_TOKEN: the person
+    /// may have mistyped its address. Otherwise as me().
+    [[nodiscard]] Task<std::optional<Identity>> whoAnswers(PlatformConfig config, std::stop_token stop);
 
     /// Signs in through the browser: has the platform's sign-in page opened by `openUrl`, waits for the browser to come
     /// back with a token (LoopbackCallbackServer.h), stores the token, and asks who is signed in now. That is the owner
@@ -93,6 +114,18 @@ public:
     [[nodiscard]] Task<CollabToggleResponse> setCollab(PlatformConfig config, QString site, bool enabled,
                                                        std::stop_token stop);
 
+    /// What a site's address answers.
+    struct SiteAnswer {
+        int status = 0;
+        /// The other host that it sends its visitors on to; empty where it does not.
+        QString sendsTo = {};
+    };
+    /// Reads the page at a site's address, as the person who is signed in: with the token, where the address is the
+    /// platform's own or one below it. Redirects within the host are followed. Throws PlatformError::unreachable when
+    /// nothing comes within visitTime, PlatformError::api for what is no address, and Cancelled.
+    [[nodiscard]] Task<SiteAnswer> visit(PlatformConfig config, QString address, std::stop_token stop);
+    static constexpr std::chrono::seconds visitTime{10};
+
     /// Publishes an archive under a valid site name. The file is streamed; it stays as it is.
     [[nodiscard]] Task<DeployResponse> upload(FileBody archive, QString site, PlatformConfig config,
                                               std::stop_token stop);
@@ -100,6 +133,9 @@ public:
     /// From now on a 2xx answer with "ok": false is a refusal: Api with the text under "error", or a sentence where
     /// there is none. At first the caller gets its record. A list of more than 16 KB is not looked into.
     void refuseNotOk() { m_refusesNotOk = true; }
+
+    /// Tells of each request from now on.
+    void setObserver(std::shared_ptr<PlatformObserver> observer) { m_observer = std::move(observer); }
 
     /// The folder of the programs that come with this one.
     [[nodiscard]] std::filesystem::path helpers() const { return m_bundle.helpers(); }
@@ -112,6 +148,8 @@ private:
         std::variant<std::monostate, QByteArray, FileBody> body = {};
         /// In place of the stored one.
         std::optional<QString> token = {};
+        /// Without DW_TOKEN.
+        bool onlyStoredToken = false;
     };
 
     /// The body of a 2xx answer to the call.
@@ -126,12 +164,21 @@ private:
     Task<Fetched<Record>> requestIfChanged(QByteArray path, PlatformConfig config, KnownBytes known,
                                            std::stop_token stop);
 
-    [[nodiscard]] std::vector<std::pair<QByteArray, QByteArray>> authHeaders(const PlatformConfig& config) const;
+    /// What a request goes out with to show who asks.
+    struct Bearer {
+        TokenSource source = TokenSource::None;
+        QString token = {};
+    };
+    [[nodiscard]] Bearer bearerOf(const Call& call, const PlatformConfig& config) const;
+    /// Adds the token, if there is one. Throws PlatformError::api for one that cannot stand in a header.
+    static void authorize(HttpRequest& request, const Bearer& bearer, const PlatformConfig& config);
+    Task<HttpResponse> send(HttpRequest request, Bearer bearer, PlatformConfig config, std::stop_token stop);
 
     Bundle m_bundle;
     ConfigStore m_store;
     HttpSession m_session;
     bool m_refusesNotOk = false;
+    std::shared_ptr<PlatformObserver> m_observer;
 };
 
 } // namespace driftwell

@@ -13,12 +13,34 @@ bool isLackOfDescriptors(const std::error_code& error) {
 PlatformError::PlatformError(Kind kind, QString description)
     : m_kind(kind), m_description(std::move(description)), m_what(m_description.toUtf8()) {}
 
+PlatformError PlatformError::ofFolder(QString text) {
+    return api(std::move(text)).with(PlatformErrorReason::Folder);
+}
+
 PlatformError PlatformError::noHost() {
     return {Kind::NoHost, QStringLiteral("No platform host configured")};
 }
 
 PlatformError PlatformError::unauthenticated() {
     return {Kind::Unauthenticated, QStringLiteral("Not signed in")};
+}
+
+PlatformError PlatformError::with(PlatformErrorDetails details) const {
+    PlatformError error = *this;
+    error.m_details = std::move(details);
+    return error;
+}
+
+PlatformError PlatformError::with(PlatformErrorReason reason) const {
+    PlatformError error = *this;
+    error.m_details.reason = reason;
+    return error;
+}
+
+PlatformError PlatformError::at(const QString& host) const {
+    PlatformError error = *this;
+    error.m_details.host = host;
+    return error;
 }
 
 PlatformError PlatformError::withOpenOutcome() const {

@@ -104,6 +104,28 @@ TEST_F(BearerTest, AProxyToAPlatformThatSpeaksHttpsIsAskedForATunnelOnly) {
     EXPECT_FALSE(hasSeenIt(proxy.requests()));
 }
 
+TEST_F(BearerTest, TheCertificatesToTrustAreThoseOfTheTool) {
+    const ScopedVariable noOwn("DW_CA_FILE", std::nullopt);
+    const ScopedVariable noFile("SSL_CERT_FILE", std::nullopt);
+    const ScopedVariable noFolder("SSL_CERT_DIR", std::nullopt);
+    const std::string origin = "https://sites.example.org";
+    Git::Surroundings surroundings;
+    surroundings.access = Git::Access{PlatformConfig(QString::fromStdString(origin)), QStringLiteral("a-token")};
+    const auto setting = [&](const char* name) {
+        return run({"config", "--get-urlmatch", name, origin + "/git/site"}, surroundings).standardOutput.toStdString();
+    };
+    {
+        const ScopedVariable file("SSL_CERT_FILE", QByteArray("/certificates/of-others.pem"));
+        const ScopedVariable folder("SSL_CERT_DIR", QByteArray("/certificates"));
+        EXPECT_EQ(setting("http.sslCAInfo"), "/certificates/of-others.pem\n");
+        EXPECT_EQ(setting("http.sslCAPath"), "/certificates\n");
+        const ScopedVariable own("DW_CA_FILE", QByteArray("/certificates/own.pem"));
+        EXPECT_EQ(setting("http.sslCAInfo"), "/certificates/own.pem\n");
+        EXPECT_EQ(setting("http.sslCAPath"), "");
+    }
+    EXPECT_EQ(setting("http.sslCAInfo"), "");
+}
+
 TEST_F(BearerTest, ACertificateIsLookedAtWhateverThePersonHasSet) {
     const std::string origin = "https://sites.example.org";
     m_home.write(".gitconfig", "[http]\n\tsslVerify = false\n[http \"" + origin + "\"]\n\tsslVerify = false\n");

@@ -1,32 +1,22 @@
 #include "platform/HttpSession.h"
 #include "platform/PlatformClient.h"
-#include "support/ChildProcess.h"
-#include "support/SystemError.h"
-#include "support/UniqueFd.h"
 #include "tests/Await.h"
 #include "tests/platform/Outcome.h"
 #include "tests/platform/TrustedCertificate.h"
 #include "tests/ScopedVariable.h"
 #include "tests/support/ScriptedServer.h"
+#include "tests/support/SelfSignedServer.h"
 #include "tests/support/TestFolder.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <stdexcept>
+#include <fstream>
 
 namespace driftwell {
 namespace {
 
 using namespace std::chrono_literals;
 using namespace tests;
-
-constexpr auto openssl = "/usr/bin/openssl";
 
 HttpRequest get(const QByteArray& url) {
     return {.method = "GET", .url = url, .headers = {}, .body = {}};
@@ -37,116 +27,24 @@ std::string outcomeOfGet(const QByteArray& url) {
     return outcomeOf(session.send(get(url), {}));
 }
 
-/// An HTTPS server of OpenSSL's own, with a certificate that it signed itself.
-class SelfSignedServer {
-public:
-    enum class Talk {
-        Page,      ///< answers every request with a page
-        Listening, ///< says nothing; requested() tells what it has heard
-    };
-
-    explicit SelfSignedServer(Talk talk = Talk::Page) {
-        const std::string key = m_folder / "key.pem";
-        const std::string certificate = certificateFile();
-        const ChildProcess::Result made = await(ChildProcess::run(
-            {.program = openssl,
-             .arguments = {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-                           "-keyout", key, "-out", certificate, "-days", "2", "-subj", "/CN=localhost", "-addext",
-                           "subjectAltName=IP:127.0.0.1"},
-             .environment = ProcessEnvironment::inherited()},
-            {}));
-        if (!made.succeeded()) {
-            throw std::runtime_error(made.standardError);
-        }
-        std::vector<std::string> arguments{"openssl", "s_server", "-accept", "127.0.0.1:0",
-                                           "-key",    key,        "-cert",   certificate};
-        if (talk == Talk::Page) {
-            arguments.emplace_back("-www");
-        }
-        start(std::move(arguments));
-    }
-    ~SelfSignedServer() {
-        ::kill(m_pid, SIGKILL);
-        ::waitpid(m_pid, nullptr, 0);
-    }
-    SelfSignedServer(const SelfSignedServer&) = delete;
-    SelfSignedServer& operator=(const SelfSignedServer&) = delete;
-
-    [[nodiscard]] QByteArray url() const { return "https://127.0.0.1:" + m_port + "/"; }
-    [[nodiscard]] std::string certificateFile() const { return m_folder / "certificate.pem"; }
-
-    /// The head of the request that has come. Waits for it.
-    [[nodiscard]] std::string requested() {
-        waitUntil([this] {
-            readOutput();
-            return m_text.contains("\r\n\r\n");
-        });
-        return m_text.mid(m_text.indexOf("GET ")).toStdString();
-    }
-
-private:
-    void start(std::vector<std::string> arguments) {
-        std::array<int, 2> ends{};
-        checked(::pipe2(ends.data(), O_CLOEXEC), "pipe");
-        const UniqueFd writer(ends[1]);
-        m_output = UniqueFd(ends[0]);
-        checked(::pipe2(ends.data(), O_CLOEXEC), "pipe");
-        // It goes when its input ends.
-        const UniqueFd input(ends[0]);
-        m_input = UniqueFd(ends[1]);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, input.get(), STDIN_FILENO);
-        posix_spawn_file_actions_adddup2(&actions, writer.get(), STDOUT_FILENO);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-        std::vector<char*> pointers;
-        for (std::string& argument : arguments) {
-            pointers.push_back(argument.data());
-        }
-        pointers.push_back(nullptr);
-        const int failure = ::posix_spawn(&m_pid, openssl, &actions, nullptr, pointers.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        if (failure != 0) {
-            throw std::system_error(failure, std::generic_category(), openssl);
-        }
-        checked(::fcntl(m_output.get(), F_SETFL, O_NONBLOCK), "fcntl");
-        waitUntil([this] { return readPort(); });
-    }
-
-    /// The line is "ACCEPT 127.0.0.1:PORT".
-    bool readPort() {
-        readOutput();
-        const qsizetype begin = m_text.indexOf("ACCEPT 127.0.0.1:");
-        const qsizetype end = begin < 0 ? -1 : m_text.indexOf('\n', begin);
-        if (end < 0) {
-            return false;
-        }
-        m_port = m_text.mid(begin, end - begin).split(':').last().trimmed();
-        return true;
-    }
-
-    void readOutput() {
-        std::array<char, 256> block{};
-        const ssize_t got = ::read(m_output.get(), block.data(), block.size());
-        if (got > 0) {
-            m_text.append(block.data(), got);
-        }
-    }
-
-    TestFolder m_folder;
-    UniqueFd m_input;
-    UniqueFd m_output;
-    pid_t m_pid = -1;
-    QByteArray m_text;
-    QByteArray m_port;
-};
-
 class HttpCertificateTest : public testing::Test {
 private:
     ScopedVariable m_https{"https_proxy", std::nullopt};
     ScopedVariable m_file{"SSL_CERT_FILE", std::nullopt};
     ScopedVariable m_folder{"SSL_CERT_DIR", std::nullopt};
+    ScopedVariable m_own{"DW_CA_FILE", std::nullopt};
 };
+
+/// Why a request has no answer.
+PlatformErrorReason reasonOfGet(const QByteArray& url) {
+    HttpSession session({.idle = 50s, .total = 50s});
+    try {
+        await(session.send(get(url), {}));
+    } catch (const PlatformError& failure) {
+        return failure.details().reason;
+    }
+    return PlatformErrorReason::Unspecified;
+}
 
 TEST_F(HttpCertificateTest, DoesNotTrustACertificateThatSignedItself) {
     const SelfSignedServer server;
@@ -161,6 +59,77 @@ TEST_F(HttpCertificateTest, DoesNotTrustACertificateThatSignedItselfAfterARedire
     EXPECT_EQ(outcomeOfGet(redirecting.url("/")),
               "Unreachable: The certificate of 127.0.0.1 is not trusted: SSL certificate "
               "problem: self-signed certificate");
+}
+
+TEST_F(HttpCertificateTest, TrustsTheFileThatIsChosenInTheEnvironment) {
+    const SelfSignedServer server;
+    for (const char* variable : {"DW_CA_FILE", "SSL_CERT_FILE"}) {
+        const ScopedVariable chosen(variable, QByteArray::fromStdString(server.certificateFile()));
+        EXPECT_THAT(outcomeOfGet(server.url()), testing::StartsWith("200 ")) << variable;
+    }
+    EXPECT_EQ(reasonOfGet(server.url()), PlatformErrorReason::Certificate);
+}
+
+TEST_F(HttpCertificateTest, TrustsTheFolderThatIsChosenInTheEnvironment) {
+    const SelfSignedServer server;
+    const TestFolder folder;
+    std::filesystem::copy(server.certificateFile(), folder / "certificate.pem");
+    ASSERT_EQ(std::system(("/usr/bin/openssl rehash " + folder.path().string()).c_str()), 0);
+    const ScopedVariable chosen("SSL_CERT_DIR", QByteArray::fromStdString(folder.path().string()));
+    EXPECT_THAT(outcomeOfGet(server.url()), testing::StartsWith("200 "));
+}
+
+TEST_F(HttpCertificateTest, TakesTheOwnFileBeforeThatOfOpenSsl) {
+    const SelfSignedServer server;
+    const SelfSignedServer other;
+    const ScopedVariable of("SSL_CERT_FILE", QByteArray::fromStdString(server.certificateFile()));
+    const ScopedVariable own("DW_CA_FILE", QByteArray::fromStdString(other.certificateFile()));
+    EXPECT_THAT(outcomeOfGet(other.url()), testing::StartsWith("200 "));
+    EXPECT_EQ(reasonOfGet(server.url()), PlatformErrorReason::Certificate);
+}
+
+TEST_F(HttpCertificateTest, SendsNothingWhereTheCertificatesToTrustCannotBeRead) {
+    const ScriptedServer untouched({});
+    const QByteArray url = "https://127.0.0.1:" + QByteArray::number(untouched.port()) + "/";
+    const TestFolder folder;
+    const auto textFor = [&folder](const char* variable, const std::string& path, const char* reason) {
+        return std::string("Unreachable: The certificates that ") + variable + " names cannot be read: " + path + ": " +
+               reason + ". Nothing was sent.";
+    };
+    const std::string missing = folder / "missing.pem";
+    for (const char* variable : {"DW_CA_FILE", "SSL_CERT_FILE", "SSL_CERT_DIR"}) {
+        const ScopedVariable chosen(variable, QByteArray::fromStdString(missing));
+        EXPECT_EQ(outcomeOfGet(url), textFor(variable, missing, "No such file or directory"));
+        EXPECT_EQ(reasonOfGet(url), PlatformErrorReason::Certificate);
+    }
+    const ScopedVariable chosen("DW_CA_FILE", QByteArray::fromStdString(folder.path().string()));
+    EXPECT_EQ(outcomeOfGet(url), textFor("DW_CA_FILE", folder.path(), "Is a directory"));
+    EXPECT_EQ(untouched.connections(), 0);
+}
+
+TEST_F(HttpCertificateTest, TellsOfAFileWithoutCertificates) {
+    const SelfSignedServer server;
+    const TestFolder folder;
+    std::ofstream(folder / "notes.pem") << "no certificate";
+    const ScopedVariable chosen("DW_CA_FILE", QByteArray::fromStdString((folder / "notes.pem").string()));
+    EXPECT_EQ(reasonOfGet(server.url()), PlatformErrorReason::Certificate);
+}
+
+TEST_F(HttpCertificateTest, KeepsWhomTheCertificateIsOfForWhoeverAsks) {
+    const SelfSignedServer server;
+    const ScopedVariable chosen("DW_CA_FILE", QByteArray::fromStdString(server.certificateFile()));
+    HttpSession session({.idle = 50s, .total = 50s});
+    HttpRequest request = get(server.url());
+    const auto record = std::make_shared<HttpExchange>();
+    request.record = record;
+    await(session.send(request, {}));
+    EXPECT_EQ(record->status, 200);
+    EXPECT_EQ(record->url, server.url());
+    EXPECT_GT(record->receivedBytes, 0);
+    ASSERT_TRUE(record->certificate);
+    EXPECT_EQ(record->certificate->subject, QStringLiteral("CN = localhost"));
+    EXPECT_EQ(record->certificate->issuer, QStringLiteral("CN = localhost"));
+    EXPECT_TRUE(record->certificate->expires.endsWith(QStringLiteral("GMT")));
 }
 
 TEST_F(HttpCertificateTest, SendsADoubleSlashWhereTheOriginEndsInOne) {

@@ -52,5 +52,24 @@ TEST(HttpFailureTest, NamesTheProxyAndItsStatus) {
     EXPECT_EQ(failureText({.code = CURLE_RECV_ERROR, .url = url}), "The connection to sites.example.org was lost.");
 }
 
+TEST(HttpFailureTest, SaysWhatItIsMorePrecisely) {
+    using Reason = PlatformErrorReason;
+    const auto reasonOf = [](const HttpFailure& failure) {
+        return reasonOfHttpFailure(failure);
+    };
+    EXPECT_EQ(reasonOf({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = ECONNREFUSED}), Reason::Unspecified);
+    EXPECT_EQ(reasonOf({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = ECONNREFUSED, .proxy = proxy}),
+              Reason::Proxy);
+    EXPECT_EQ(reasonOf({.code = CURLE_COULDNT_CONNECT, .url = url, .systemError = EMFILE, .proxy = proxy}),
+              Reason::Unspecified);
+    EXPECT_EQ(reasonOf({.code = CURLE_COULDNT_RESOLVE_PROXY, .url = url, .proxy = proxy}), Reason::Proxy);
+    EXPECT_EQ(reasonOf({.code = CURLE_RECV_ERROR, .url = url, .proxy = proxy, .proxyStatus = 403}), Reason::Proxy);
+    EXPECT_EQ(reasonOf({.code = CURLE_RECV_ERROR, .url = url, .proxy = proxy}), Reason::Unspecified);
+    EXPECT_EQ(reasonOf({.code = CURLE_PEER_FAILED_VERIFICATION, .url = url}), Reason::Certificate);
+    EXPECT_EQ(reasonOf({.code = CURLE_SSL_CONNECT_ERROR, .url = url, .detail = "wrong version number"}),
+              Reason::NotHttps);
+    EXPECT_EQ(reasonOf({.code = CURLE_SSL_CONNECT_ERROR, .url = url}), Reason::Unspecified);
+}
+
 } // namespace
 } // namespace driftwell

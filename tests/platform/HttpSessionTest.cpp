@@ -549,6 +549,30 @@ TEST_F(HttpSessionTest, KeepsTheAuthorizationFromAnotherOriginWhenRedirected) {
     EXPECT_EQ(other.onlyRequest().header("accept"), "application/json");
 }
 
+TEST_F(HttpSessionTest, GivesARedirectThatIsNotToBeFollowedWithWhereItLeads) {
+    const ScriptedServer server({answering(redirect("302 Found", "/next?a=b"))});
+    HttpSession session(patient());
+    HttpRequest request = get(server.url("/first"));
+    request.limits = patient();
+    request.limits->redirects = 0;
+    const auto described = [](const HttpResponse& response) {
+        return textOf(response) + " to " + response.redirect.toStdString();
+    };
+    EXPECT_EQ(outcomeOf(session.send(request, {}), described), "302 moved to " + server.url("/next?a=b").toStdString());
+    EXPECT_EQ(server.onlyRequest().target, "/first");
+}
+
+TEST_F(HttpSessionTest, HoldsARequestToItsOwnLimits) {
+    const ScriptedServer silent({[](ServerConnection& connection) {
+        connection.readRequest();
+        connection.awaitClose();
+    }});
+    HttpSession session(patient());
+    HttpRequest request = get(silent.url("/"));
+    request.limits = shortTotal();
+    EXPECT_EQ(outcomeOf(session.send(request, {})), timedOut);
+}
+
 TEST_F(HttpSessionTest, FollowsARedirectToARelativePath) {
     const ScriptedServer server({answering({redirect("301 Moved Permanently", "b"), answer("200 OK", "arrived")})});
     EXPECT_EQ(outcomeOfGet(server.url("/folder/a")), "200 arrived");

@@ -265,6 +265,54 @@ TEST_F(PlatformClientTest, TellsThatThePlatformDoesNotAnswer) {
     EXPECT_EQ(me(), "Unreachable: 127.0.0.1 did not answer in time.");
 }
 
+TEST_F(PlatformClientTest, TellsProgramsMoreThanTheText) {
+    const auto detailsOf = [this] {
+        try {
+            await(client().me(config(), {}));
+        } catch (const PlatformError& failure) {
+            return failure.details();
+        }
+        return PlatformErrorDetails();
+    };
+    serve(answer("413 Content Too Large", R"({"error":"Too large","code":"large"})"));
+    PlatformErrorDetails expected{.reason = PlatformErrorReason::TooLarge, .httpStatus = 413, .host = config().host()};
+    EXPECT_EQ(detailsOf(), expected);
+
+    serve(answer("429 Too Many Requests", "", "Retry-After: 7\r\n"));
+    expected = {.reason = PlatformErrorReason::RateLimited,
+                .httpStatus = 429,
+                .host = config().host(),
+                .retryAfter = std::chrono::seconds(7)};
+    EXPECT_EQ(detailsOf(), expected);
+
+    serve(answer("401 Unauthorized", ""));
+    saveToken("stored");
+    expected = {.httpStatus = 401, .host = config().host(), .token = TokenSource::Stored};
+    EXPECT_EQ(detailsOf(), expected);
+    serve(answer("401 Unauthorized", ""));
+    const ScopedVariable token("DW_TOKEN", "of-the-environment");
+    expected = {.httpStatus = 401, .host = config().host(), .token = TokenSource::Environment};
+    EXPECT_EQ(detailsOf(), expected);
+
+    limit({.idle = 200ms, .total = 50s});
+    serve({[](ServerConnection& connection) {
+        connection.awaitClose();
+    }});
+    expected = {.reason = PlatformErrorReason::TimedOut, .host = config().host()};
+    EXPECT_EQ(detailsOf(), expected);
+}
+
+TEST_F(PlatformClientTest, AsksWhoAnswersWithoutTheTokenOfTheEnvironment) {
+    const ScopedVariable token("DW_TOKEN", "of-the-environment");
+    serve(answer("200 OK", "null"));
+    EXPECT_EQ(await(client().whoAnswers(config(), {})), std::nullopt);
+    EXPECT_EQ(server().onlyRequest().header("authorization"), "(none)");
+    serve(answer("200 OK", identity));
+    saveToken("stored");
+    EXPECT_EQ(await(client().whoAnswers(config(), {}))->name, QStringLiteral("Ada"));
+    EXPECT_EQ(server().onlyRequest().header("authorization"), "Bearer stored");
+}
+
 TEST_F(PlatformClientTest, TellsThatTheAnswerIsNotHttp) {
     EXPECT_EQ(meAnswered("220 mail.example.org ESMTP\r\n"), "Unreachable: no response");
 }

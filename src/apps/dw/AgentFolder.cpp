@@ -19,10 +19,8 @@ constexpr mode_t newFolders = 0777;
 
 [[noreturn]] void refuse(const std::filesystem::path& path, const QString& why) {
     throw FailedCommand(
-        {"system",
-         QStringLiteral("%1 %2. Nothing was written to it.").arg(QString::fromStdString(path.string()), why),
-         {},
-         ExitCode::Failed});
+        {ErrorKind::System,
+         QStringLiteral("%1 %2. Nothing was written to it.").arg(QString::fromStdString(path.string()), why)});
 }
 
 /// Absent where there is nothing of this name.

@@ -24,7 +24,7 @@ bool isMadeByTools(const QString& folderName) {
 
 QString requireValid(const QString& name) {
     if (const SiteName::Problem problem = SiteName::problem(name); problem != SiteName::Problem::None) {
-        throw WrongUsage(problemText(name, problem));
+        throw WrongUsage(problemText(name, problem), hint);
     }
     return name;
 }
@@ -56,7 +56,7 @@ Task<QString> askForOne(QStringList sites, std::shared_ptr<Context> context) {
     }
     const QString answer = QString::fromStdString(typed.value_or(std::string())).trimmed();
     if (!sites.contains(answer)) {
-        throw FailedCommand({"notConfirmed", QStringLiteral("Not confirmed. Nothing was sent."), {}, ExitCode::Failed});
+        throw FailedCommand({ErrorKind::NotConfirmed, QStringLiteral("Not confirmed. Nothing was sent.")});
     }
     co_return answer;
 }

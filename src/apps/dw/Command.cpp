@@ -11,7 +11,7 @@ Task<ExitCode> runCommand(std::shared_ptr<PlatformCommand> command, Context cont
         failure = commandFailure(thrown);
     }
     shared->reporter.failure(*failure);
-    co_return failure->exitCode;
+    co_return failure->exitCode();
 }
 
 } // namespace driftwell::dw

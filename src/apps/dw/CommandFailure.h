@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/dw/ExitCode.h"
+#include "apps/dw/ErrorKind.h"
 #include "platform/PlatformError.h"
 #include "platform/SentChange.h"
 
@@ -19,16 +19,18 @@ namespace driftwell::dw {
 
 /// A command that ended without success, as it is shown and as the process ends.
 struct CommandFailure {
-    /// Machine-readable: "usage", "interrupted", "system", "unreachable", "notTeam", "api", "noHost",
-    /// "unauthenticated", "noSite", "noLibrary", "notConfirmed", "noGit", "git", "notLinked", "collabOff", "conflict",
-    /// "noConflict", "unknownOutcome".
-    std::string kind;
+    ErrorKind kind = ErrorKind::System;
     QString message;
-    /// What the person can do about it; may be empty.
-    QString hint;
-    ExitCode exitCode = ExitCode::Failed;
+    /// What the person can do about it; empty for the one of its kind.
+    QString hint = {};
     /// The files that it is about, where it is about files.
     std::vector<std::string> files = {};
+    /// What there is to know of a platform's failure beside the message.
+    PlatformErrorDetails details = {};
+
+    [[nodiscard]] ExitCode exitCode() const { return recordOf(kind).exitCode; }
+    /// What the person can do about it; never empty.
+    [[nodiscard]] QString advice() const;
 };
 
 /// Thrown for what was asked for in a way that cannot be done.
@@ -63,12 +65,12 @@ private:
 /// The failure for what a call threw, Cancelled, WrongUsage and FailedCommand among it.
 [[nodiscard]] CommandFailure commandFailure(const std::exception& thrown);
 
-/// The failure for a text of which only the kind of platform call is known; without a kind, a failure of this machine.
-[[nodiscard]] CommandFailure commandFailure(const QString& message, std::optional<PlatformError::Kind> kind);
+/// The failure for a text of which the kind of platform call is known; without a kind, a failure of this machine.
+[[nodiscard]] CommandFailure commandFailure(const QString& message, std::optional<PlatformError::Kind> kind,
+                                            const PlatformErrorDetails& details = {});
 
-/// The failure of a deployment that was sent whole and not answered, by what became of it, which is not that it is
-/// live.
-[[nodiscard]] CommandFailure unansweredFailure(const CommandFailure& failure, const QString& site,
-                                               const ChangeOutcome& outcome);
+/// The failure of a change that was sent whole and not answered, by what became of it, which is not that it was made.
+[[nodiscard]] CommandFailure unansweredFailure(const CommandFailure& failure, SentChange::Kind change,
+                                               const QString& site, const ChangeOutcome& outcome);
 
 } // namespace driftwell::dw

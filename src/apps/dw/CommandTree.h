@@ -2,6 +2,7 @@
 
 #include "apps/dw/ExitCode.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,11 +19,13 @@ struct Candidates {
         Commands,  ///< a command of the program
         Sites,     ///< a site of the platform
         Libraries, ///< a shared library of the platform, as the site on the same line has it
+        People,    ///< somebody who is invited to the site on the same line
         Folders,
         Hosts, ///< a host that this machine knows, and any other
     };
 
     Kind kind = Kind::Nothing;
+    /// Of Commands, what else is offered.
     std::vector<std::string> words = {};
 };
 
@@ -34,6 +37,8 @@ struct ArgumentRecord {
     Candidates candidates = {};
     /// "a site": what the command is said to need where the argument is missing. Empty when it can be left out.
     std::string need = {};
+    /// It can be given several times, behind all others.
+    bool repeatable = false;
 };
 
 struct OptionRecord {
@@ -64,6 +69,32 @@ struct VariableRecord {
     std::string meaning;
 };
 
+enum class JsonType { Text, WholeNumber, Number, Switch, ListOfTexts, Object, ListOfObjects };
+
+/// A field of an object that --json prints.
+struct JsonField {
+    std::string key;
+    JsonType type = JsonType::Text;
+    /// What it is, without its full stop.
+    std::string meaning;
+    bool canBeNull = false;
+    bool canBeMissing = false;
+    /// All the values that a text has; empty where there are others.
+    std::vector<std::string> words = {};
+    /// Of the object, or of each object of the list.
+    std::vector<JsonField> fields = {};
+};
+
+/// Made when they are asked for, which few starts do.
+using JsonFields = std::function<const std::vector<JsonField>&()>;
+
+/// A kind of object that a command prints with --json. All begin with "ok" and "schema".
+struct ObjectRecord {
+    /// "With `--dry-run`"; empty for what the command prints as a rule.
+    std::string when;
+    JsonFields fields;
+};
+
 /// What commands are for, in the order of the help.
 enum class CommandGroup { Start, Publish, Look, Share, Undo, Agents };
 
@@ -76,8 +107,8 @@ struct CommandRecord {
     std::vector<ArgumentRecord> arguments = {};
     std::vector<OptionRecord> options = {};
     std::vector<ExampleRecord> examples = {};
-    /// The fields of the object that --json prints, beside "ok", each in backticks. Empty for a command without --json.
-    std::string fields = {};
+    /// What --json prints, the usual object first. Empty for a command without --json.
+    std::vector<ObjectRecord> objects = {};
     /// Variables that this command alone reads, or what it prints does.
     std::vector<VariableRecord> environment = {};
 };
@@ -95,6 +126,8 @@ struct ProgramRecord {
     /// Variables that all commands read.
     std::vector<VariableRecord> environment;
     std::vector<std::pair<ExitCode, std::string>> exitCodes;
+    /// The fields of the object of every command that fails.
+    JsonFields failure;
 };
 
 } // namespace driftwell::dw

@@ -1,6 +1,5 @@
 #include "apps/dw/Context.h"
 
-#include "apps/dw/JsonValues.h"
 #include "platform/HostRefusal.h"
 
 namespace driftwell::dw {
@@ -10,7 +9,7 @@ namespace {
 void requireToken(const PlatformClient& client, const PlatformConfig& config) {
     if (!config.isLocal() && !client.store().token(config)) {
         requireReadable(client.store());
-        throw PlatformError::unauthenticated();
+        throw PlatformError::unauthenticated().at(config.host());
     }
 }
 
@@ -18,11 +17,10 @@ void requireToken(const PlatformClient& client, const PlatformConfig& config) {
 
 void requireReadable(const ConfigStore& store) {
     if (const std::optional<ConfigProblem> problem = store.problem()) {
-        throw FailedCommand({"system",
+        throw FailedCommand({ErrorKind::System,
                              QStringLiteral("%1 cannot be used: %2")
                                  .arg(QString::fromStdString(problem->file.string()), problem->reason),
-                             {},
-                             ExitCode::Failed});
+                             QStringLiteral("Repair the file, or move it away: dw then begins another.")});
     }
 }
 
@@ -57,16 +55,24 @@ bool environmentHasToken() {
     return ConfigStore::environmentToken().has_value();
 }
 
+QString signInHint() {
+    return environmentHasToken()
+               ? QStringLiteral("Put another token into DW_TOKEN, or sign in without it: unset DW_TOKEN, then dw login")
+               : QStringLiteral("Sign in: dw login");
+}
+
 QString identityText(const Identity& identity) {
     return identity.name + QStringLiteral(" <") + identity.email + u'>';
 }
 
-Json identityObject(const Identity& identity, const PlatformConfig& config) {
-    return {{"ok", true},
-            {"host", config.host().toStdString()},
-            {"name", identity.name.toStdString()},
-            {"email", identity.email.toStdString()},
-            {"handle", identity.handle.toStdString()}};
+const JsonTable<SignedIn>& signedInTable() {
+    static const auto table =
+        JsonTable<SignedIn>()
+            .add("host", "the platform", &SignedIn::host)
+            .add("name", "the person's name", [](const SignedIn& person) { return person.identity.name; })
+            .add("email", "the person's e-mail address", [](const SignedIn& person) { return person.identity.email; })
+            .add("handle", "the person's short name", [](const SignedIn& person) { return person.identity.handle; });
+    return table;
 }
 
 } // namespace driftwell::dw

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "apps/dw/JsonTable.h"
 #include "apps/dw/Reporter.h"
 #include "platform/PlatformClient.h"
+#include "support/Sleep.h"
 #include "support/Task.h"
-
-#include <nlohmann/json_fwd.hpp>
 
 #include <memory>
 #include <stop_token>
@@ -16,6 +16,8 @@ struct Context {
     std::unique_ptr<PlatformClient> client;
     Reporter& reporter;
     std::stop_token stop;
+    /// What is waited with between questions to the platform.
+    Sleeper sleep = sleepFor;
 };
 
 /// For whoever is about to say that something is not stored: throws FailedCommand when the session file is there and
@@ -41,8 +43,18 @@ void requireReadable(const ConfigStore& store);
 /// Whether DW_TOKEN holds a token, which then comes before every stored one.
 [[nodiscard]] bool environmentHasToken();
 
-/// A person as one line, "NAME <EMAIL>", and as the object of a successful command.
+/// What to do for whoever is not signed in, or as the wrong person.
+[[nodiscard]] QString signInHint();
+
+/// A person as one line, "NAME <EMAIL>".
 [[nodiscard]] QString identityText(const Identity& identity);
-[[nodiscard]] nlohmann::ordered_json identityObject(const Identity& identity, const PlatformConfig& config);
+
+/// Who is signed in, and where.
+struct SignedIn {
+    /// The platform's name.
+    QString host;
+    Identity identity;
+};
+[[nodiscard]] const JsonTable<SignedIn>& signedInTable();
 
 } // namespace driftwell::dw

@@ -68,6 +68,13 @@ Definition& Definition::argument(ArgumentRecord argument, std::string& value) {
     return keep(*added, std::move(argument));
 }
 
+Definition& Definition::arguments(ArgumentRecord argument, std::vector<std::string>& values) {
+    CLI::Option* const added = m_command->add_option(argument.name, values, argument.description)
+                                   ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    argument.repeatable = true;
+    return keep(*added, std::move(argument));
+}
+
 Definition& Definition::site(std::string& value) {
     return argument({"SITE", "The site", {Candidates::Kind::Sites}, "a site"}, value);
 }
@@ -117,8 +124,15 @@ Definition& Definition::quiet(bool& value) {
     return flag({"--quiet", "", "Say nothing but what is asked for and what fails", {}, "-q"}, value);
 }
 
-Definition& Definition::json(const char* fields) {
-    m_record.fields = fields;
+Definition& Definition::verbose(bool& value) {
+    return flag({"--verbose", "", "Tell of each request to the platform, without the token", {}, "-v"}, value);
+}
+
+Definition& Definition::object(ObjectRecord object) {
+    m_record.objects.push_back(std::move(object));
+    if (m_record.objects.size() > 1) {
+        return *this;
+    }
     return flag({"--json", "", "Print one JSON object instead of text"}, m_json);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/dw/CommandTree.h"
+#include "apps/dw/JsonTable.h"
 
 #include <functional>
 #include <optional>
@@ -30,6 +30,8 @@ public:
     /// An argument that can be left out, or has to be there if the record says what is needed.
     Definition& argument(ArgumentRecord argument, std::optional<std::string>& value);
     Definition& argument(ArgumentRecord argument, std::string& value);
+    /// An argument that can be given several times, behind all others.
+    Definition& arguments(ArgumentRecord argument, std::vector<std::string>& values);
 
     /// The site that a command is about.
     Definition& site(std::string& value);
@@ -48,8 +50,15 @@ public:
     Definition& flag(OptionRecord option, bool& value);
     /// --quiet, for a command that says more than what it is asked for.
     Definition& quiet(bool& value);
-    /// --json, for a command that reports an object with these fields.
-    Definition& json(const char* fields);
+    /// --verbose, for a command that asks the platform.
+    Definition& verbose(bool& value);
+    /// --json, for a command that reports an object of this table. Called again for what it reports at times, with the
+    /// words that say when: "With `--dry-run`".
+    template <class Record> Definition& json(const JsonTable<Record>& (*table)(), const char* when = "") {
+        return object({when, [table]() -> const std::vector<JsonField>& {
+                           return table().fields();
+                       }});
+    }
 
     /// The two options, defined before, cannot stand together.
     Definition& exclude(const char* one, const char* other);
@@ -63,6 +72,7 @@ public:
     [[nodiscard]] CLI::App& parser() const { return *m_command; }
 
 private:
+    Definition& object(ObjectRecord object);
     Definition& keep(CLI::Option& added, ArgumentRecord argument);
     Definition& keep(CLI::Option& added, OptionRecord option);
 

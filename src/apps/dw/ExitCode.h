@@ -13,6 +13,8 @@ enum class ExitCode {
     Unreachable = 5,
     /// A merge has stopped, or would, at files that both sides have changed.
     Conflict = 6,
+    /// A site was published, and its address does not answer well.
+    NotAnswering = 7,
     // As a shell has it for a program that a signal has ended: 128 and its number (bash(1), "EXIT STATUS").
     HungUp = 129,
     Interrupted = 130,

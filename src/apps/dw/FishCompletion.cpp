@@ -14,18 +14,42 @@ end
 function __dw_sites
     __dw_names '[a-z0-9][a-z0-9-]*' list
 end
-function __dw_libraries
-    set -l words (commandline -opc)
-    for i in (seq 3 (count $words))
-        if not string match -q -- '-*' $words[$i] $words[(math $i - 1)]
-            __dw_names '[A-Za-z0-9][A-Za-z0-9._-]*' libs $words[$i]
-            return
+# The command and what is named behind it, options and their values left out.
+function __dw_words
+    set -l command
+    set -l isValue 0
+    for word in (commandline -opc)[2..-1]
+        if test $isValue = 1
+            set isValue 0
+        else if string match -q -- '-*' $word
+            __dw_takes_value "$command:$word"; and set isValue 1
+        else
+            test -n "$command"; or set command $word
+            printf '%s\n' $word
         end
     end
 end
+function __dw_libraries
+    set -l words (__dw_words)
+    test (count $words) -gt 1; and __dw_names '[A-Za-z0-9][A-Za-z0-9._-]*' libs -- $words[2]
+end
+function __dw_people
+    set -l seconds 2
+    test -n "$DW_COMPLETION_SECONDS"; and set seconds $DW_COMPLETION_SECONDS
+    set -l words (__dw_words)
+    test (count $words) -gt 1; or return
+    timeout $seconds dw share -- $words[2] 2>/dev/null | sed -n 's/^invited\t//p' |
+        LC_ALL=C grep -xE '[A-Za-z0-9][A-Za-z0-9._+-]*@[A-Za-z0-9.-]+'
+end
 function __dw_command
-    set -l words (commandline -opc)
-    test (count $words) -gt 1; and contains -- "$words[2]" $argv
+    set -l words (__dw_words)
+    test (count $words) -gt 0; and contains -- $words[1] $argv
+end
+# Whether the argument of this number comes next, of one of these commands; "+": or a later one.
+function __dw_argument
+    set -l words (__dw_words)
+    test (count $words) -gt 0; and contains -- $words[1] $argv[3..-1]; or return 1
+    test (count $words) -eq $argv[1]; or test $argv[2] = + -a (count $words) -gt $argv[1]
 end
 complete -c dw -f
 )script";
@@ -47,11 +71,13 @@ std::string offer(const Candidates& candidates, const ProgramRecord& program) {
     case Candidates::Kind::Words:
         return joined(candidates.words, " ");
     case Candidates::Kind::Commands:
-        return joined(commandNames(program), " ");
+        return joined(commandNames(program, candidates.words), " ");
     case Candidates::Kind::Sites:
         return "(__dw_sites)";
     case Candidates::Kind::Libraries:
         return "(__dw_libraries)";
+    case Candidates::Kind::People:
+        return "(__dw_people)";
     case Candidates::Kind::Folders:
         return "(__fish_complete_directories)";
     case Candidates::Kind::Hosts:
@@ -87,18 +113,33 @@ std::string lines(const CommandRecord& command, const ProgramRecord& program) {
             text += line(condition, option, program);
         }
     }
-    for (const ArgumentRecord& argument : command.arguments) {
+    for (std::size_t i = 0; i < command.arguments.size(); ++i) {
+        const ArgumentRecord& argument = command.arguments[i];
         if (const std::string words = offer(argument.candidates, program); !words.empty()) {
-            text += line(condition, " -a " + literal(words));
+            const std::string place = std::to_string(i + 1) + (argument.repeatable ? " + " : " - ");
+            text += line("__dw_argument " + place + joined(wordsFor(command), " "), " -a " + literal(words));
         }
     }
     return text;
 }
 
+/// Which options have a value behind them.
+std::string valueFunction(const ProgramRecord& program) {
+    std::string patterns;
+    for (const CommandRecord& command : program.commands) {
+        for (const OptionRecord& option : command.options) {
+            if (!option.value.empty()) {
+                patterns += ' ' + joined(valuePatterns(command, option), " ");
+            }
+        }
+    }
+    return "function __dw_takes_value\n    contains -- $argv[1]" + patterns + "\nend\n";
+}
+
 } // namespace
 
 std::string fishCompletion(const ProgramRecord& program) {
-    std::string script = beginning;
+    std::string script = beginning + valueFunction(program);
     for (const OptionRecord& option : program.options) {
         script += line("__fish_use_subcommand", option, program);
     }

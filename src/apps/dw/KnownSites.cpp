@@ -47,7 +47,8 @@ QString chosenSite(const std::optional<std::string>& named, const ConfigStore& s
                          QStringLiteral("dw list shows the sites."));
     }
     if (names.size() > 1) {
-        throw WrongUsage(oneMustBeNamed(QStringLiteral("The present folder"), names));
+        throw WrongUsage(oneMustBeNamed(QStringLiteral("The present folder"), names),
+                         QStringLiteral("Name one of them behind the command."));
     }
     return names.front();
 }
@@ -58,10 +59,21 @@ Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig conf
     const auto found =
         std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
     if (found == sites.end()) {
-        throw FailedCommand({"noSite", QStringLiteral("There is no site “%1” on %2").arg(name, config.host()),
-                             QStringLiteral("dw list shows the sites."), ExitCode::Failed});
+        CommandFailure failure{ErrorKind::NoSite,
+                               QStringLiteral("There is no site “%1” on %2").arg(name, config.host()),
+                               QStringLiteral("dw list shows the sites.")};
+        failure.details.host = config.host();
+        throw FailedCommand(failure);
     }
     co_return *found;
+}
+
+std::vector<std::string> accessModeWords() {
+    std::vector<std::string> words;
+    for (const SiteAccessMode mode : siteAccessModes) {
+        words.push_back(rawValue(mode).toStdString());
+    }
+    return words;
 }
 
 Task<SiteOnPlatform> requireNamedSite(std::shared_ptr<Context> context, std::string name) {

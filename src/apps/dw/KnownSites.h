@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace driftwell::dw {
 
@@ -30,6 +31,9 @@ struct PublishedAs {
 /// The site's record. Throws FailedCommand with the kind "noSite" when the platform has no site of exactly this name,
 /// and as PlatformClient::sites().
 [[nodiscard]] Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig config, QString name);
+
+/// The words for who may open a site, as the platform has them.
+[[nodiscard]] std::vector<std::string> accessModeWords();
 
 /// A site and where it is.
 struct SiteOnPlatform {

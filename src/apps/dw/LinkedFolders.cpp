@@ -23,19 +23,18 @@ FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& 
     const QString path = QString::fromStdString(folder.string());
     if (guard.refusal && !guard.areSettingsKnown) {
         return FailedCommand(
-            {"notLinked",
+            {ErrorKind::NotLinked,
              QStringLiteral("It cannot be told which site %1 is linked to: right now %2").arg(path, *guard.refusal),
-             {},
-             ExitCode::Failed});
+             QStringLiteral("git remote -v in the folder shows what it is linked to.")});
     }
     if (guard.remoteUrls.empty()) {
-        return FailedCommand({"notLinked", QStringLiteral("%1 is not linked to a site").arg(path),
-                              QStringLiteral("Link it: dw link FOLDER --name SITE"), ExitCode::Failed});
+        return FailedCommand({ErrorKind::NotLinked, QStringLiteral("%1 is not linked to a site").arg(path),
+                              QStringLiteral("Link it: dw link FOLDER --name SITE")});
     }
-    return FailedCommand({"notLinked",
+    return FailedCommand({ErrorKind::NotLinked,
                           QStringLiteral("%1 is linked to %2, which is no site of %3")
                               .arg(path, QString::fromStdString(guard.remoteUrls.front()), config.host()),
-                          QStringLiteral("Choose its platform: dw host HOST"), ExitCode::Failed});
+                          QStringLiteral("Choose its platform: dw host HOST")});
 }
 
 } // namespace
@@ -51,19 +50,27 @@ std::optional<QString> siteOf(const FolderGuard& guard, const PlatformConfig& co
     return std::nullopt;
 }
 
+const JsonTable<LinkedSite>& linkedSiteTable() {
+    static const auto table = JsonTable<LinkedSite>()
+                                  .add("site", "the site", [](const LinkedSite& linked) { return linked.info.name; })
+                                  .add("url", "its address", [](const LinkedSite& linked) { return linked.info.url; })
+                                  .add("folder", "the folder that is linked to it", &LinkedSite::folder);
+    return table;
+}
+
 void requireGit() {
     if (!Git::toolsInstalled()) {
-        throw FailedCommand({"noGit",
+        throw FailedCommand({ErrorKind::NoGit,
                              QStringLiteral("Editing sites together needs git, and %1 does not work")
                                  .arg(QLatin1String(Git::executable)),
-                             QStringLiteral("Install the package git."), ExitCode::Failed});
+                             QStringLiteral("Install the package git.")});
     }
 }
 
 void requireCollab(const SiteInfo& site) {
     if (!site.collab || !site.collab->enabled) {
-        throw FailedCommand({"collabOff", QStringLiteral("Collaboration is off for %1").arg(site.name),
-                             QStringLiteral("Switch it on: dw collab on %1").arg(site.name), ExitCode::Failed});
+        throw FailedCommand({ErrorKind::CollabOff, QStringLiteral("Collaboration is off for %1").arg(site.name),
+                             QStringLiteral("Switch it on: dw collab on %1").arg(site.name)});
     }
 }
 
@@ -81,8 +88,10 @@ Task<LinkedSite> requireLinkedFolder(std::shared_ptr<Context> context, std::stri
 }
 
 CommandFailure unknownAuthor(const PlatformConfig& config) {
-    return {"api", QStringLiteral("%1 does not say who you are").arg(config.host()),
-            QStringLiteral("Sign in: dw login"), ExitCode::Failed};
+    return {ErrorKind::Api, QStringLiteral("%1 does not say who you are").arg(config.host()),
+            config.isLocal() && !environmentHasToken()
+                ? QStringLiteral("A platform without accounts takes nothing through git. Publish another folder there.")
+                : signInHint()};
 }
 
 Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig config) {
@@ -94,21 +103,20 @@ Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig co
 }
 
 CommandFailure conflictFailure(const QString& event, const QStringList& files) {
-    CommandFailure failure{"conflict",
+    CommandFailure failure{ErrorKind::Conflict,
                            QStringLiteral("%1, since others have changed the same places: %2")
                                .arg(event, files.isEmpty() ? QStringLiteral("some files") : proseList(files)),
                            QStringLiteral("Repair the files and publish them: dw deploy. Or have an agent repair them: "
-                                          "dw resolve --prompt. Or take one side: dw resolve --mine, --theirs."),
-                           ExitCode::Conflict};
+                                          "dw resolve --prompt. Or take one side: dw resolve --mine, --theirs.")};
     for (const QString& file : files) {
         failure.files.push_back(file.toStdString());
     }
     return failure;
 }
 
-CommandFailure gitFailure(const QString& words) {
+CommandFailure gitFailure(const QString& words, const QString& hint) {
     const QString shown = words.trimmed();
-    return {"git", shown.isEmpty() ? QStringLiteral("git failed and said nothing") : shown, {}, ExitCode::Failed};
+    return {ErrorKind::Git, shown.isEmpty() ? QStringLiteral("git failed and said nothing") : shown, hint};
 }
 
 Task<> requireSuccess(CollabEngine::SyncOutcome outcome, LinkedSite linked, std::stop_token stop) {

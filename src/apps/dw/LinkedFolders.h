@@ -2,6 +2,7 @@
 
 #include "apps/dw/CommandFailure.h"
 #include "apps/dw/Context.h"
+#include "apps/dw/JsonTable.h"
 #include "collab/CollabEngine.h"
 #include "collab/FolderGuard.h"
 #include "collab/Git.h"
@@ -19,6 +20,9 @@ struct LinkedSite {
     SiteInfo info;
     Git::Access access;
 };
+
+/// As --json has it.
+[[nodiscard]] const JsonTable<LinkedSite>& linkedSiteTable();
 
 /// Throws FailedCommand with the kind "noGit" when this machine has no git that works.
 void requireGit();
@@ -45,8 +49,8 @@ void requireCollab(const SiteInfo& site);
 /// sentence: "garden was not published".
 [[nodiscard]] CommandFailure conflictFailure(const QString& event, const QStringList& files);
 
-/// The failure "git", in git's own words.
-[[nodiscard]] CommandFailure gitFailure(const QString& words);
+/// The failure "git", in git's own words; without a hint, that of its kind.
+[[nodiscard]] CommandFailure gitFailure(const QString& words, const QString& hint = {});
 
 /// Throws FailedCommand for an outcome that is none of success.
 [[nodiscard]] Task<> requireSuccess(CollabEngine::SyncOutcome outcome, LinkedSite linked, std::stop_token stop);

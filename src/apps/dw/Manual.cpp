@@ -1,5 +1,7 @@
 #include "apps/dw/Manual.h"
 
+#include "apps/dw/FieldTexts.h"
+
 #include <algorithm>
 #include <cctype>
 
@@ -75,7 +77,8 @@ std::string optionEntry(const OptionRecord& option) {
 std::string usage(const CommandRecord& command, const ProgramRecord& program) {
     std::string line = bold(program.name + ' ' + command.name) + " [" + italic("OPTIONS") + ']';
     for (const ArgumentRecord& argument : command.arguments) {
-        line += argument.need.empty() ? " [" + italic(argument.name) + ']' : ' ' + italic(argument.name);
+        const std::string name = italic(argument.name) + (argument.repeatable ? "..." : "");
+        line += argument.need.empty() ? " [" + name + ']' : ' ' + name;
     }
     return line;
 }
@@ -84,6 +87,17 @@ std::string examples(const CommandRecord& command) {
     std::string text;
     for (const ExampleRecord& example : command.examples) {
         text += ".PP\n" + sentence(example.meaning) + ".PP\n.RS 4\n.EX\n" + escaped(example.line) + "\n.EE\n.RE\n";
+    }
+    return text;
+}
+
+/// Of an object within the one that is printed, the keys with the way to them.
+std::string fieldEntries(const std::vector<JsonField>& fields, const std::string& way) {
+    std::string text;
+    for (const JsonField& field : fields) {
+        text +=
+            entry(bold(way + field.key) + ", " + escaped(typeText(field)), withBoldCode(meaningText(field)) + ".\n");
+        text += fieldEntries(field.fields, way + field.key + (field.type == JsonType::ListOfObjects ? "[]." : "."));
     }
     return text;
 }
@@ -100,9 +114,10 @@ std::string commandSection(const CommandRecord& command, const ProgramRecord& pr
     for (const std::string& alias : command.aliases) {
         text += ".PP\n" + bold(program.name + ' ' + alias) + " is the same.\n";
     }
-    if (!command.fields.empty()) {
-        text += ".PP\nThe object of " + bold("--json") + " has beside " + bold("ok") + ": " +
-                withBoldCode(command.fields) + ".\n";
+    for (const ObjectRecord& object : command.objects) {
+        text += ".PP\n" + withBoldCode(object.when + (object.when.empty() ? "T" : ", t") +
+                                       "he object of `--json` has, beside `ok` and `schema`:\n");
+        text += fieldEntries(object.fields(), "");
     }
     for (const VariableRecord& variable : command.environment) {
         text += ".PP\nIn the environment, " + bold(variable.name) + ": " + escaped(variable.meaning) + ".\n";
@@ -126,6 +141,9 @@ std::string manualPage(const ProgramRecord& program) {
     for (const CommandRecord& command : program.commands) {
         page += commandSection(command, program);
     }
+    page += section("FAILURES") +
+            withBoldCode("The object of `--json` of every command that fails has, beside `ok` and `schema`:\n");
+    page += fieldEntries(program.failure(), "");
     page += section("ENVIRONMENT");
     for (const auto& [name, meaning] : program.environment) {
         page += entry(bold(name), sentence(meaning));

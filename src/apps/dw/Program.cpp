@@ -2,6 +2,7 @@
 
 #include "apps/dw/Command.h"
 #include "apps/dw/CommandList.h"
+#include "apps/dw/FailureTable.h"
 #include "apps/dw/Suggestion.h"
 
 #include <QStringList>
@@ -72,17 +73,23 @@ ProgramRecord programRecord() {
             {},
             {{"DW_HOST", "the platform, before the one that \"dw host\" remembers"},
              {"DW_TOKEN", "the token to sign in with, before the stored ones"},
+             {"DW_CA_FILE", "a file of the certificates to trust, in place of the system's"},
+             {"DW_DEBUG", "1 for --verbose with every command"},
              {"NO_COLOR", "no colours"}},
             {{ExitCode::Done, "done"},
              {ExitCode::Failed, "failed"},
              {ExitCode::WrongUsage, "wrong usage"},
              {ExitCode::UnknownOutcome, "sent, and whether it was done is not known"},
              {ExitCode::NotAllowed, "not signed in or not on the team"},
-             {ExitCode::Unreachable, "platform unreachable"},
+             {ExitCode::Unreachable, "platform unreachable or too busy"},
              {ExitCode::Conflict, "conflict with what others published"},
+             {ExitCode::NotAnswering, "published, and its address does not answer well"},
              {ExitCode::HungUp, "its terminal is gone"},
              {ExitCode::Interrupted, "interrupted"},
-             {ExitCode::Terminated, "told to end"}}};
+             {ExitCode::Terminated, "told to end"}},
+            []() -> const std::vector<JsonField>& {
+                return failureTable().fields();
+            }};
 }
 
 std::string environmentText(const ProgramRecord& program) {
@@ -195,7 +202,7 @@ void Program::addCommands() {
         entry.command = makers[i]();
         entry.command->define(definition);
         if (dynamic_cast<const PlatformCommand*>(entry.command.get()) != nullptr) {
-            definition.quiet(entry.quiet);
+            definition.quiet(entry.quiet).verbose(entry.verbose);
         }
         definition.parser().group(headingOf(record.group))->footer(examplesText(record));
         entry.record = &record;
@@ -208,7 +215,7 @@ Parsed Program::parse(int argc, char** argv) {
                               [](const char* argument) { return std::string_view(argument) == "--json"; });
     if (argc < 2) {
         std::fputs(help().c_str(), stderr);
-        return {nullptr, {}, {}, ExitCode::WrongUsage};
+        return {nullptr, {}, {}, false, ExitCode::WrongUsage};
     }
     try {
         std::vector<std::string> words = withOptionsBehindTheCommand({argv + 1, argv + argc});
@@ -277,13 +284,14 @@ Parsed Program::run(const Entry& entry) const {
     }
     return {std::dynamic_pointer_cast<PlatformCommand>(entry.command),
             entry.json ? Reporter::Form::Json : Reporter::Form::Text,
-            entry.quiet ? Reporter::Manner::Quiet : Reporter::Manner::Usual, ExitCode::Done};
+            entry.quiet ? Reporter::Manner::Quiet : Reporter::Manner::Usual,
+            entry.verbose || qgetenv("DW_DEBUG") == "1", ExitCode::Done};
 }
 
 Parsed Program::answer(const std::string& output) const {
     Reporter reporter(Reporter::Form::Text);
     reporter.text(output);
-    return {nullptr, {}, {}, reporter.flush() ? ExitCode::Done : ExitCode::Failed};
+    return {nullptr, {}, {}, false, reporter.flush() ? ExitCode::Done : ExitCode::Failed};
 }
 
 Parsed Program::wrongUsage(const QString& message) const {
@@ -296,7 +304,7 @@ Parsed Program::wrongUsage(const QString& message) const {
 Parsed Program::refuse(const CommandFailure& failure) const {
     Reporter reporter(m_jsonTyped ? Reporter::Form::Json : Reporter::Form::Text);
     reporter.failure(failure);
-    return {nullptr, {}, {}, reporter.flush() ? failure.exitCode : ExitCode::Failed};
+    return {nullptr, {}, {}, false, reporter.flush() ? failure.exitCode() : ExitCode::Failed};
 }
 
 QString Program::whatIsWrong(const CLI::ParseError& error) const {

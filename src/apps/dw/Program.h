@@ -24,6 +24,8 @@ struct Parsed {
     std::shared_ptr<PlatformCommand> command;
     Reporter::Form form = Reporter::Form::Text;
     Reporter::Manner manner = Reporter::Manner::Usual;
+    /// Each request to the platform is told of.
+    bool isVerbose = false;
     /// What the process ends with where there is no work.
     ExitCode answer = ExitCode::Done;
 };
@@ -55,6 +57,7 @@ private:
         const CLI::App* parser = nullptr;
         bool json = false;
         bool quiet = false;
+        bool verbose = false;
     };
 
     void addCommands();

@@ -1,5 +1,8 @@
 #include "apps/dw/Reference.h"
 
+#include "apps/dw/ErrorKind.h"
+#include "apps/dw/FieldTexts.h"
+
 namespace driftwell::dw {
 
 namespace {
@@ -13,8 +16,8 @@ std::string cell(const std::string& text) {
     return result;
 }
 
-std::string row(const std::string& first, const std::string& second) {
-    return "| " + cell(first) + " | " + cell(second) + " |\n";
+template <class... Texts> std::string row(const Texts&... texts) {
+    return "|" + ((' ' + cell(texts) + " |") + ...) + '\n';
 }
 
 std::string tableHead(const std::string& first, const std::string& second) {
@@ -28,7 +31,8 @@ std::string code(const std::string& text) {
 std::string usage(const CommandRecord& command, const ProgramRecord& program) {
     std::string line = program.name + ' ' + command.name + " [OPTIONS]";
     for (const ArgumentRecord& argument : command.arguments) {
-        line += argument.need.empty() ? " [" + argument.name + ']' : ' ' + argument.name;
+        const std::string name = argument.name + (argument.repeatable ? "..." : "");
+        line += argument.need.empty() ? " [" + name + ']' : ' ' + name;
     }
     return line;
 }
@@ -59,19 +63,44 @@ std::string examples(const CommandRecord& command) {
     return block + "```\n";
 }
 
+/// Of an object within the one that is printed, the keys with the way to them.
+std::string fieldRows(const std::vector<JsonField>& fields, const std::string& way) {
+    std::string rows;
+    for (const JsonField& field : fields) {
+        rows += "| " + code(way + field.key) + " | " + typeText(field) + " | " + cell(meaningText(field)) + " |\n";
+        rows += fieldRows(field.fields, way + field.key + (field.type == JsonType::ListOfObjects ? "[]." : "."));
+    }
+    return rows;
+}
+
+std::string fieldTable(const std::vector<JsonField>& fields) {
+    return "| key | type | meaning |\n|---|---|---|\n" + fieldRows(fields, "");
+}
+
 std::string section(const CommandRecord& command, const ProgramRecord& program) {
     std::string text = "\n## " + program.name + ' ' + command.name + "\n\n" + command.description + ".\n\n```\n" +
                        usage(command, program) + "\n```\n\n" + takes(command);
     for (const std::string& alias : command.aliases) {
         text += "\n" + code(program.name + ' ' + alias) + " is the same.\n";
     }
-    if (!command.fields.empty()) {
-        text += "\nThe object of `--json` has beside `ok`: " + command.fields + ".\n";
+    for (const ObjectRecord& object : command.objects) {
+        text += '\n' + object.when + (object.when.empty() ? "T" : ", t") +
+                "he object of `--json` has, beside `ok` and `schema`:\n\n" + fieldTable(object.fields());
     }
     for (const VariableRecord& variable : command.environment) {
         text += "\nIn the environment, " + code(variable.name) + ": " + variable.meaning + ".\n";
     }
     return text + '\n' + examples(command);
+}
+
+std::string errors() {
+    std::string table = "\n## Errors\n\nThe kinds of failures, as `error.kind` has them:\n\n";
+    table += row("kind", "exit code", "run it again?", "meaning") + "|---|---|---|---|\n";
+    for (const ErrorKindRecord& record : errorKinds()) {
+        table += row(code(record.name), std::to_string(static_cast<int>(record.exitCode)), retryText(record.retry),
+                     record.meaning);
+    }
+    return table;
 }
 
 } // namespace
@@ -89,6 +118,8 @@ std::string referencePage(const ProgramRecord& program) {
     for (const CommandRecord& command : program.commands) {
         page += section(command, program);
     }
+    page += "\n## Failures\n\nThe object of `--json` of every command that fails has, beside `ok` and `schema`:\n\n" +
+            fieldTable(program.failure());
     page += "\n## Environment\n\n" + tableHead("variable", "what it holds");
     for (const auto& [name, meaning] : program.environment) {
         page += row(code(name), meaning);
@@ -97,7 +128,7 @@ std::string referencePage(const ProgramRecord& program) {
     for (const auto& [exitCode, meaning] : program.exitCodes) {
         page += row(std::to_string(static_cast<int>(exitCode)), meaning);
     }
-    return page;
+    return page + errors();
 }
 
 } // namespace driftwell::dw

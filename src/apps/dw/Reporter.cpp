@@ -1,8 +1,8 @@
 #include "apps/dw/Reporter.h"
 
+#include "apps/dw/FailureTable.h"
 #include "apps/dw/TerminalText.h"
 
-#include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -11,8 +11,6 @@
 #include <cstring>
 
 namespace driftwell::dw {
-
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -64,12 +62,6 @@ void Reporter::line(const std::string& bytes) {
     text((asShown ? safeOnTerminal(QString::fromStdString(bytes)).toStdString() : bytes) + '\n');
 }
 
-void Reporter::object(const Json& object) {
-    if (m_form == Form::Json) {
-        writeObject(object);
-    }
-}
-
 void Reporter::message(const QString& text) {
     if (m_form == Form::Text && m_manner == Manner::Usual) {
         writeError("", {}, text);
@@ -86,12 +78,39 @@ void Reporter::success(const QString& text) {
     }
 }
 
-void Reporter::progress(const QString& text) {
-    if (!m_progressWanted || text == m_progressShown) {
+void Reporter::noticeOnce(const QString& text) {
+    if (!m_noticed.contains(text)) {
+        m_noticed.insert(text);
+        notice(text);
+    }
+}
+
+void Reporter::progress(const QString& text, const QString& stage) {
+    if (!m_progressWanted) {
+        if (stage != m_stageTold) {
+            m_stageTold = stage;
+            message(stage);
+        }
         return;
     }
-    print(clearLine + safeOnTerminal(text).toStdString(), stderr);
-    m_progressShown = text;
+    m_isWaitingShown = false;
+    if (text != m_progressShown) {
+        print(clearLine + safeOnTerminal(text).toStdString(), stderr);
+        m_progressShown = text;
+    }
+}
+
+void Reporter::waiting(const QString& text) {
+    if (m_progressWanted && m_progressShown.isEmpty() && !m_questionOpen) {
+        progress(text);
+        m_isWaitingShown = true;
+    }
+}
+
+void Reporter::endWaiting() {
+    if (m_isWaitingShown) {
+        beginLine();
+    }
 }
 
 bool Reporter::canAsk() const {
@@ -106,19 +125,13 @@ void Reporter::question(const QString& sentence, const QString& text) {
 
 void Reporter::failure(const CommandFailure& failure) {
     if (m_form == Form::Json) {
-        Json error = {{"kind", failure.kind}, {"message", failure.message.toStdString()}};
-        if (!failure.hint.isEmpty()) {
-            error["hint"] = failure.hint.toStdString();
-        }
-        if (!failure.files.empty()) {
-            error["files"] = failure.files;
-        }
-        writeObject({{"ok", false}, {"error", error}});
+        writeObject(false, failureTable().object(failure));
         return;
     }
     writeError(red, QStringLiteral("dw: "), failure.message);
-    if (!failure.hint.isEmpty()) {
-        writeError("", {}, failure.hint);
+    // Who has pressed the keys knows what to do next.
+    if (failure.kind != ErrorKind::Interrupted) {
+        writeError("", {}, failure.advice());
     }
 }
 
@@ -144,7 +157,9 @@ void Reporter::noteOutputFailure() {
     }
 }
 
-void Reporter::writeObject(const Json& object) {
+void Reporter::writeObject(bool ok, const Json& fields) {
+    Json object = {{"ok", ok}, {"schema", jsonSchemaVersion}};
+    object.update(fields);
     const std::string json = object.dump(-1, ' ', false, Json::error_handler_t::replace);
     text((m_outputIsTerminal ? jsonSafeOnTerminal(json) : json) + '\n');
 }
@@ -168,6 +183,7 @@ void Reporter::beginLine() {
     if (!m_progressShown.isEmpty()) {
         print(clearLine, stderr);
         m_progressShown.clear();
+        m_isWaitingShown = false;
     }
     if (m_questionOpen) {
         print("\n", stderr);

@@ -2,6 +2,7 @@
 
 #include "apps/dw/CommandFailure.h"
 
+#include <QSet>
 #include <QString>
 
 #include <nlohmann/json_fwd.hpp>
@@ -9,6 +10,8 @@
 #include <string>
 
 namespace driftwell::dw {
+
+template <class Record> class JsonTable;
 
 /// Where a command's words go: data to standard output, everything else to standard error. Colours and the progress
 /// line only on a terminal that is not "dumb", colours not where NO_COLOR is set (https://no-color.org). On a terminal,
@@ -35,8 +38,12 @@ public:
     /// One line of data. Nothing in JSON form.
     void line(const std::string& bytes);
 
-    /// The one JSON object of a successful command. Nothing in text form.
-    void object(const nlohmann::ordered_json& object);
+    /// The one JSON object of a successful command, what the table makes of the record. Nothing in text form.
+    template <class Record> void object(const JsonTable<Record>& table, const Record& record) {
+        if (m_form == Form::Json) {
+            writeObject(true, table.object(record));
+        }
+    }
 
     /// A sentence for the person. Nothing in JSON form, and nothing for whoever wants it quiet.
     void message(const QString& text);
@@ -47,8 +54,17 @@ public:
     /// A good end, marked as such. Nothing in JSON form, and nothing for whoever wants it quiet.
     void success(const QString& text);
 
-    /// Replaces the progress line.
-    void progress(const QString& text);
+    /// A notice that is needed once, however often there is reason for it.
+    void noticeOnce(const QString& text);
+
+    /// Replaces the progress line. Where there is none, the stage, the part of the text that does not count, is said in
+    /// a line of its own when it begins, unless for JSON or whoever wants it quiet.
+    void progress(const QString& text, const QString& stage);
+    void progress(const QString& text) { progress(text, text); }
+
+    /// That something is waited for, on the progress line alone, and only where nothing better stands there.
+    void waiting(const QString& text);
+    void endWaiting();
 
     /// Whether there is a person who reads questions and can answer them.
     [[nodiscard]] bool canAsk() const;
@@ -66,7 +82,7 @@ public:
     [[nodiscard]] bool flush();
 
 private:
-    void writeObject(const nlohmann::ordered_json& object);
+    void writeObject(bool ok, const nlohmann::ordered_json& fields);
     void writeError(const char* colour, const QString& mark, const QString& text);
     void beginLine();
     void noteOutputFailure();
@@ -80,6 +96,10 @@ private:
     /// The errno of the first failed write to standard output.
     int m_outputFailure = 0;
     QString m_progressShown;
+    bool m_isWaitingShown = false;
+    /// The last stage that was said in a line of its own.
+    QString m_stageTold;
+    QSet<QString> m_noticed;
     bool m_questionOpen = false;
 };
 

@@ -53,11 +53,18 @@ QString personText(const QString& address) {
 }
 
 QString stageText(DeployStage stage) {
+    const QString name = stageName(stage);
+    return stage.step == DeployStage::Step::Uploading
+               ? name + QStringLiteral(" %1 %").arg(static_cast<int>(std::floor(stage.fraction * 100)))
+               : name;
+}
+
+QString stageName(DeployStage stage) {
     switch (stage.step) {
     case DeployStage::Step::Packing:
         return QStringLiteral("Packing…");
     case DeployStage::Step::Uploading:
-        return QStringLiteral("Uploading… %1 %").arg(static_cast<int>(std::floor(stage.fraction * 100)));
+        return QStringLiteral("Uploading…");
     case DeployStage::Step::Publishing:
         return QStringLiteral("Publishing…");
     }

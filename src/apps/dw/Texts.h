@@ -31,8 +31,9 @@ namespace driftwell::dw {
 /// A person as a narrow column has it: the address up to its "@".
 [[nodiscard]] QString personText(const QString& address);
 
-/// The progress line of a stage.
+/// The progress line of a stage, and its part that stays the same.
 [[nodiscard]] QString stageText(DeployStage stage);
+[[nodiscard]] QString stageName(DeployStage stage);
 
 /// Which rule a name breaks.
 [[nodiscard]] QString problemText(const QString& name, SiteName::Problem problem);

@@ -84,7 +84,8 @@ Task<QString> readToken(std::stop_token stop) {
                          QStringLiteral("For example: dw login --with-token < FILE"));
     }
     if (line.size() > longestToken) {
-        throw WrongUsage(QStringLiteral("What is on standard input is too long for a token"));
+        throw WrongUsage(QStringLiteral("What is on standard input is too long for a token"),
+                         QStringLiteral("For example: dw login --with-token < FILE"));
     }
     co_return token;
 }

@@ -1,5 +1,6 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/Program.h"
+#include "apps/dw/RequestWatch.h"
 #include "support/Bundle.h"
 #include "support/DescriptorLimit.h"
 #include "support/EventLoop.h"
@@ -35,7 +36,7 @@ dw::ExitCode reportLackOfDescriptors(dw::Reporter& reporter) {
     const std::system_error lack(std::make_error_code(std::errc::too_many_files_open));
     const dw::CommandFailure failure = dw::commandFailure(lack);
     reporter.failure(failure);
-    return failure.exitCode;
+    return failure.exitCode();
 }
 
 void reportKeptFiles(const ConfigStore& store, dw::Reporter& reporter) {
@@ -71,6 +72,8 @@ int main(int argc, char** argv) {
     const ConfigStore store(ConfigStore::configFile(bundle));
     auto client = std::make_unique<PlatformClient>(bundle, store);
     client->refuseNotOk();
+    client->setObserver(std::make_shared<dw::RequestWatch>(
+        reporter, parsed.isVerbose ? dw::RequestWatch::Detail::EachRequest : dw::RequestWatch::Detail::Usual));
 
     // From the event loop, so that a command that ends at once finds it running.
     EventLoop::current()->post([&] {

@@ -48,7 +48,7 @@ HttpError badLogin(const std::string& message) {
 SignIn::SignIn(Store& store, SignInRule rule, int port)
     : m_store(store), m_rule(rule), m_port(port), m_nonces(timeToChoose), m_visits(timeToComeBack) {}
 
-const Person* SignIn::caller(const Exchange& exchange) {
+const Person* SignIn::bearer(const Exchange& exchange) {
     constexpr std::string_view bearer = "bearer ";
     const std::string header = exchange.header("Authorization");
     if (lowerCased(header.substr(0, bearer.size())) == bearer) {
@@ -57,12 +57,22 @@ const Person* SignIn::caller(const Exchange& exchange) {
             return personWithId(use->person);
         }
     }
+    return nullptr;
+}
+
+const Person* SignIn::caller(const Exchange& exchange) {
+    if (const Person* const person = bearer(exchange)) {
+        return person;
+    }
     return m_rule == SignInRule::Nobody ? &localPerson() : nullptr;
 }
 
 const Person* SignIn::visitor(const Exchange& exchange, const std::string& site) {
     if (m_rule == SignInRule::Nobody) {
         return &localPerson();
+    }
+    if (const Person* const person = bearer(exchange)) {
+        return person;
     }
     const std::string secret = cookie(exchange.header("Cookie"));
     if (secret.empty()) {

@@ -19,7 +19,8 @@ public:
     /// The person behind a request to the API; nobody when a token is needed and none is known.
     [[nodiscard]] const Person* caller(const Exchange& exchange);
 
-    /// The person who looks at a site; nobody when that person has not signed in there.
+    /// The person who looks at a site; nobody when that person has not signed in there. A program that looks at one for
+    /// its person brings the person's token.
     [[nodiscard]] const Person* visitor(const Exchange& exchange, const std::string& site);
 
     /// `/auth/login`: the page on which a person is chosen, and the choice. Throws HttpError.
@@ -35,6 +36,9 @@ public:
     void beginVisit(Exchange& exchange, const std::string& site);
 
 private:
+    /// Whose token a program brings.
+    [[nodiscard]] const Person* bearer(const Exchange& exchange);
+
     /// Where a sign-in leads: to a program that listens on this machine, or back to a site.
     struct Goal {
         std::uint64_t callbackPort = 0;

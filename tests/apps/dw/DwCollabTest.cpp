@@ -78,7 +78,7 @@ TEST_F(DwCollab, SwitchesCollaborationOnAndOff) {
     EXPECT_EQ(ending.output, "");
     EXPECT_EQ(ending.error, "✓ bakery can be edited together. Get a copy of it with dw clone bakery\n");
     EXPECT_EQ(record("bakery").at("collab").at("enabled"), true);
-    EXPECT_EQ(object({"collab", "off", "bakery"}), (json{{"ok", true}, {"site", "bakery"}, {"enabled", false}}));
+    EXPECT_EQ(object({"collab", "off", "bakery"}), (json{{"ok", true}, {"site", "bakery"}, {"on", false}}));
     EXPECT_EQ(record("bakery").at("collab").at("enabled"), false);
     ending = runDw({"collab", "off", "bakery"});
     EXPECT_EQ(ending.error, "✓ bakery is published by uploads alone\n");
@@ -92,7 +92,8 @@ TEST_F(DwCollab, CloneMakesALinkedFolderForPeopleAndAgents) {
     const Ending ending = runDw({"clone", "garden"});
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.output, (home() / "garden").string() + '\n');
-    EXPECT_EQ(ending.error, "✓ garden is linked to its folder. Publish changes with dw deploy from there.\n");
+    EXPECT_EQ(ending.error,
+              "Copying garden…\n✓ garden is linked to its folder. Publish changes with dw deploy from there.\n");
     EXPECT_EQ(git("cat index.html; git remote -v | head -1; git branch", home() / "garden"),
               "one\ndriftwell\t" + sandbox.address() + "/git/garden (fetch)\n* main\n");
     EXPECT_TRUE(std::filesystem::exists(home() / "garden/CLAUDE.md"));
@@ -104,7 +105,7 @@ TEST_F(DwCollab, CloneMakesALinkedFolderForPeopleAndAgents) {
                             {"site", "garden"},
                             {"url", addressOf("garden")},
                             {"folder", (home() / "deep/elsewhere").string()},
-                            {"agentFiles", true}}));
+                            {"hasAgentFiles", true}}));
 }
 
 TEST_F(DwCollab, CloneIntoAFolderWithSomethingInItIsRefused) {
@@ -136,7 +137,7 @@ TEST_F(DwCollab, LinkTiesAFolderAndChangesNoFile) {
     const Ending ending = runDw({"link", "work", "--name", "garden"});
     EXPECT_EQ(ending.exitCode, 0) << ending.error;
     EXPECT_EQ(ending.output, (home() / "work").string() + '\n');
-    EXPECT_EQ(ending.error, "✓ garden is linked to the folder. dw status shows what differs.\n");
+    EXPECT_EQ(ending.error, "Linking…\n✓ garden is linked to the folder. dw status shows what differs.\n");
     EXPECT_EQ(git("cat *.html", home() / "work"), "mine\nnew\n");
     EXPECT_EQ(config().at("folders").at("garden"), (home() / "work").string());
     EXPECT_EQ(object({"status", "work"}).at("publish"),
@@ -147,7 +148,11 @@ TEST_F(DwCollab, LinkTiesAFolderAndChangesNoFile) {
         object({"link", "other", "--name", "garden"}),
         (json{
             {"ok", true}, {"site", "garden"}, {"url", addressOf("garden")}, {"folder", (home() / "other").string()}}));
-    expectFailure({"link", "other", "--name", "garden"}, 1, "git", "the folder already has version control");
+    const std::string hint = "Or make a folder of the site beside it: dw clone garden FOLDER";
+    EXPECT_EQ(runDw({"link", "other", "--name", "garden"}).error,
+              "Linking…\n" + failureText("git", "the folder already has version control", hint));
+    EXPECT_EQ(onlyObject(runDw({"link", "other", "--name", "garden", "--json"}).output),
+              failureObject("git", "the folder already has version control", hint));
     expectFailure({"link", "other"}, 2, "usage", "dw link needs a site: dw link FOLDER --name SITE",
                   "dw list shows the sites.");
 }
@@ -158,7 +163,7 @@ TEST_F(DwCollab, StatusOfAFolderThatIsAsOnThePlatform) {
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.output, "site\tgarden\naddress\t" + addressOf("garden") + "\nfolder\t" + mine().string() +
                                  "\nstate\tup to date\n");
-    EXPECT_EQ(ending.error, "There is nothing to publish.\n");
+    EXPECT_EQ(ending.error, "Asking what others published…\nThere is nothing to publish.\n");
     EXPECT_EQ(object({"status", "mine"}),
               (json{{"ok", true},
                     {"site", "garden"},
@@ -179,7 +184,7 @@ TEST_F(DwCollab, StatusTellsWhatPublishingWouldMeetAndLeavesTheFolderAlone) {
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.output, "site\tgarden\naddress\t" + addressOf("garden") + "\nfolder\t" + mine().string() +
                                  "\nstate\tupdates available\nyours\tmine.html\ntheirs\ttheir.html\n");
-    EXPECT_EQ(ending.error, "dw deploy would publish 1 file and meet no conflict.\n");
+    EXPECT_EQ(ending.error, "Asking what others published…\ndw deploy would publish 1 file and meet no conflict.\n");
 
     publishAsColleague("echo theirs > index.html");
     write("index.html", "mine\n");
@@ -187,7 +192,8 @@ TEST_F(DwCollab, StatusTellsWhatPublishingWouldMeetAndLeavesTheFolderAlone) {
     ending = runDw({"status", "mine"});
     EXPECT_EQ(ending.exitCode, 6);
     EXPECT_THAT(ending.output, HasSubstr("\nwould conflict\tindex.html\n"));
-    EXPECT_EQ(ending.error, "dw deploy would stop at 1 file that changed on both sides.\n");
+    EXPECT_EQ(ending.error,
+              "Asking what others published…\ndw deploy would stop at 1 file that changed on both sides.\n");
     EXPECT_EQ(git("git status --porcelain; git rev-parse HEAD; cat *.html", mine()), before);
     EXPECT_EQ(object({"status", "mine"}).at("publish"), (json{{"yours", {"index.html", "mine.html"}},
                                                               {"theirs", {"index.html", "their.html"}},
@@ -200,10 +206,11 @@ TEST_F(DwCollab, UpdateBringsWhatOthersPublishedAndPublishesNothing) {
     const Ending ending = runDw({"update", "mine"});
     EXPECT_EQ(ending.exitCode, 0) << ending.error;
     EXPECT_EQ(ending.output, "");
-    EXPECT_EQ(ending.error, "✓ The folder has all that was published on garden\n");
+    EXPECT_EQ(ending.error, "Merging…\n✓ The folder has all that was published on garden\n");
     EXPECT_EQ(read("their.html") + read("mine.html"), "theirs\nmine\n");
     EXPECT_EQ(sandbox.visit("garden", "/mine.html").body.find("mine\n"), std::string::npos);
-    EXPECT_EQ(object({"update", "mine"}), (json{{"ok", true}, {"site", "garden"}, {"folder", mine().string()}}));
+    EXPECT_EQ(object({"update", "mine"}),
+              (json{{"ok", true}, {"site", "garden"}, {"url", addressOf("garden")}, {"folder", mine().string()}}));
     // The author is who is signed in, not who has set up git on the machine.
     EXPECT_EQ(git("git log --format=%ae -1 HEAD^1", mine()), "maya.lindqvist@driftwell.example\n");
 }
@@ -218,20 +225,17 @@ TEST_F(DwCollab, AConflictHasItsOwnExitCodeAndNamesTheFiles) {
     EXPECT_EQ(ending.exitCode, 6);
     EXPECT_EQ(ending.output, "");
     EXPECT_EQ(ending.error,
-              "dw: " + message +
+              "Merging…\ndw: " + message +
                   "\nRepair the files and publish them: dw deploy. Or have an agent repair them: dw resolve --prompt. "
                   "Or take one side: dw resolve --mine, --theirs.\n");
     const Ending again = runDw({"update", "mine", "--json"});
     EXPECT_EQ(again.exitCode, 6);
     EXPECT_EQ(again.error, "");
     EXPECT_EQ(onlyObject(again.output),
-              (json{{"ok", false},
-                    {"error",
-                     {{"kind", "conflict"},
-                      {"message", message},
-                      {"hint", "Repair the files and publish them: dw deploy. Or have an agent repair them: "
-                               "dw resolve --prompt. Or take one side: dw resolve --mine, --theirs."},
-                      {"files", {"both.html", "index.html"}}}}}));
+              failureObject("conflict", message,
+                            "Repair the files and publish them: dw deploy. Or have an agent repair them: "
+                            "dw resolve --prompt. Or take one side: dw resolve --mine, --theirs.",
+                            {{"files", {"both.html", "index.html"}}}));
 
     const Ending status = runDw({"status", "mine"});
     EXPECT_EQ(status.exitCode, 6);
@@ -287,7 +291,7 @@ TEST_F(DwCollab, ResolveTakesOneSideAndPublishes) {
     const Ending ending = runDw({"resolve", "mine", "--mine"});
     EXPECT_EQ(ending.exitCode, 0) << ending.error;
     EXPECT_EQ(ending.output, addressOf("garden") + '\n');
-    EXPECT_EQ(ending.error, "✓ garden is live\n");
+    EXPECT_EQ(ending.error, "Publishing…\n✓ garden is live\n");
     EXPECT_EQ(sandbox.visit("garden").body, "mine\n");
     EXPECT_EQ(sandbox.visit("garden", "/new.html").body, "new\n");
 
@@ -326,7 +330,8 @@ TEST_F(DwCollab, AFolderThatIsNotLinkedIsSaidToBeNone) {
     std::ofstream(mine() / ".git/config") << "[broken\n";
     expectFailure({"update", "mine"}, 1, "notLinked",
                   "It cannot be told which site " + mine().string() +
-                      " is linked to: right now its git settings cannot be read");
+                      " is linked to: right now its git settings cannot be read",
+                  "git remote -v in the folder shows what it is linked to.");
     EXPECT_EQ(runDw({"status", "nowhere"}).exitCode, 1);
     EXPECT_EQ(runDw({"status", ""}).exitCode, 2);
 }

@@ -62,7 +62,7 @@ const std::vector<Misuse>& misuses() {
         {{"delete"}, "delete needs a site", "Run dw help delete."},
         {{"delete", "one", "--confirm"}, "--confirm needs a value", "Run dw help delete."},
         {{"share"}, "share needs a site", "Run dw help share."},
-        {{"share", "one", "a@b"}, "Too many arguments for share: a@b", "Run dw help share."},
+        {{"share", "one", "ann"}, "“ann” is no e-mail address", "Run dw help share."},
         {{"share", "one", "--invite"}, "--invite needs a value", "Run dw help share."},
         {{"share", "one", "--mode="}, "--mode needs a value", "Run dw help share."},
         {{"share", "--mode", "private", "one"},
@@ -148,6 +148,7 @@ TEST_F(DwCommandLine, NoLineOfHelpIsWiderThanATerminal) {
                                                                                            {"help", "open"},
                                                                                            {"help", "logs"},
                                                                                            {"help", "history"},
+                                                                                           {"help", "info"},
                                                                                            {"help", "rollback"},
                                                                                            {"help", "delete"},
                                                                                            {"help", "share"},
@@ -192,9 +193,7 @@ TEST_F(DwCommandLine, WrongUsageWithJsonIsOneObject) {
         const Ending ending = runDw(misuse.arguments);
         EXPECT_EQ(ending.exitCode, 2);
         EXPECT_EQ(ending.error, "");
-        EXPECT_EQ(onlyObject(ending.output),
-                  (nlohmann::json{{"ok", false},
-                                  {"error", {{"kind", "usage"}, {"message", misuse.message}, {"hint", misuse.hint}}}}));
+        EXPECT_EQ(onlyObject(ending.output), failureObject("usage", misuse.message, misuse.hint));
     }
 }
 
@@ -231,11 +230,13 @@ TEST_F(DwCommandLine, HelpBeginsWithTheFirstSteps) {
 
 TEST_F(DwCommandLine, QuietSaysNothingButWhatIsAskedForAndWhatFails) {
     folder("site", {{"index.html", "x"}});
-    EXPECT_EQ(runDw({"host", "sites.example.org", "--quiet"}).error, "");
+    EXPECT_EQ(runDw({"host", "sites.example.org", "--force", "--quiet"}).error, "");
     const Ending dryRun = runDw({"deploy", "site", "--dry-run", "-q"});
     EXPECT_THAT(dryRun.output, EndsWith("index.html\n"));
     EXPECT_EQ(dryRun.error, "");
-    EXPECT_EQ(runDw({"deploy", "nowhere", "-q"}).error, "dw: nowhere: No such file or directory\n");
+    EXPECT_EQ(runDw({"deploy", "nowhere", "-q"}).error,
+              failureText("system", "nowhere: No such file or directory",
+                          "Look at the path. It counts from the present folder on."));
 }
 
 TEST_F(DwCommandLine, TheLastOfSeveralNamesHolds) {

@@ -18,13 +18,14 @@ using testing::UnorderedElementsAreArray;
 /// The commands on sites and their options.
 const std::map<std::string, std::vector<std::string>>& siteCommands() {
     static const std::map<std::string, std::vector<std::string>> table{
-        {"open", {"--json", "--quiet", "--help", "--print"}},
-        {"logs", {"--json", "--quiet", "--help", "--limit"}},
-        {"history", {"--json", "--quiet", "--help"}},
-        {"rollback", {"--json", "--quiet", "--help"}},
-        {"delete", {"--json", "--quiet", "--help", "--confirm", "--yes"}},
-        {"share", {"--json", "--quiet", "--help", "--mode", "--invite", "--remove", "--comments"}},
-        {"libs", {"--json", "--quiet", "--help", "--enable", "--disable"}}};
+        {"open", {"--json", "--quiet", "--verbose", "--help", "--print"}},
+        {"info", {"--json", "--quiet", "--verbose", "--help"}},
+        {"logs", {"--json", "--quiet", "--verbose", "--help", "--limit", "--follow"}},
+        {"history", {"--json", "--quiet", "--verbose", "--help"}},
+        {"rollback", {"--json", "--quiet", "--verbose", "--help"}},
+        {"delete", {"--json", "--quiet", "--verbose", "--help", "--confirm", "--yes"}},
+        {"share", {"--json", "--quiet", "--verbose", "--help", "--mode", "--invite", "--remove", "--comments"}},
+        {"libs", {"--json", "--quiet", "--verbose", "--help", "--enable", "--disable"}}};
     return table;
 }
 
@@ -85,28 +86,37 @@ protected:
         return candidates;
     }
 
-    /// What the last of the lines runs as, tabs pressed, in an interactive zsh.
-    [[nodiscard]] std::string zshCommand(const std::string& keys) const {
+    /// What a line runs as, tabs pressed, in an interactive shell that has been prepared by this.
+    [[nodiscard]] std::string typedCommand(std::vector<std::string> command, const std::string& preparation,
+                                           const std::string& keys) const {
         Invocation invocation = dw({});
-        invocation.command = {"/usr/bin/zsh", "-f", "-i"};
+        invocation.command = std::move(command);
         invocation.terminal = Invocation::Terminal::All;
-        Program zsh(invocation);
-        const auto shown = [&zsh](const std::string& text) {
-            return [&zsh, text] {
-                return zsh.soFar().terminal.find(text) != std::string::npos;
-            };
-        };
-        zsh.type("autoload -U compinit; compinit -D -u; source <(dw completion zsh); unsetopt zle_bracketed_paste; "
-                 "dw() { print -r -- \"r\"\"an<$*>\" }; print \"rea\"\"dy\"\n");
-        zsh.waitUntil(shown("ready"));
-        zsh.type(keys + '\n');
-        zsh.waitUntil([&zsh] {
-            const std::size_t begin = zsh.soFar().terminal.find("ran<");
-            return begin != std::string::npos && zsh.soFar().terminal.find('>', begin) != std::string::npos;
+        Program shell(invocation);
+        shell.type(preparation + "printf 'rea%s\\n' dy\n");
+        shell.waitUntil([&shell] { return shell.soFar().terminal.find("ready") != std::string::npos; });
+        shell.type(keys + '\n');
+        shell.waitUntil([&shell] {
+            const std::size_t begin = shell.soFar().terminal.find("ran<");
+            return begin != std::string::npos && shell.soFar().terminal.find('>', begin) != std::string::npos;
         });
-        const std::string& terminal = zsh.soFar().terminal;
+        const std::string& terminal = shell.soFar().terminal;
         const std::size_t begin = terminal.find("ran<") + 4;
         return terminal.substr(begin, terminal.find('>', begin) - begin);
+    }
+
+    [[nodiscard]] std::string zshCommand(const std::string& keys) const {
+        return typedCommand({"/usr/bin/zsh", "-f", "-i"},
+                            "autoload -U compinit; compinit -D -u; source <(dw completion zsh); unsetopt "
+                            "zle_bracketed_paste; dw() { print -r -- \"r\"\"an<$*>\" }; ",
+                            keys);
+    }
+
+    [[nodiscard]] std::string bashCommand(const std::string& keys) const {
+        return typedCommand({"/bin/bash", "--norc", "-i"},
+                            "bind 'set enable-bracketed-paste off'; source <(dw completion bash); "
+                            "dw() { printf 'r%s<%s>\\n' an \"$*\"; }; ",
+                            keys);
     }
 };
 
@@ -126,41 +136,44 @@ TEST_F(DwCompletion, ScriptsAreValid) {
 TEST_F(DwCompletion, InBashOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(bashCandidates({"dw", ""}),
                 UnorderedElementsAre("host", "login", "logout", "deploy", "clone", "link", "status", "update",
-                                     "resolve", "list", "open", "logs", "history", "rollback", "delete", "share",
-                                     "collab", "libs", "init", "whoami", "completion", "help", "--version", "--help"));
+                                     "resolve", "list", "info", "open", "logs", "history", "rollback", "delete",
+                                     "share", "collab", "libs", "init", "whoami", "token", "completion", "help",
+                                     "--version", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "de"}), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", ""}), UnorderedElementsAre("site", "my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--"}),
-                UnorderedElementsAre("--name", "--dry-run", "--anyway", "--json", "--quiet", "--help"));
+                UnorderedElementsAre("--name", "--new", "--check", "--dry-run", "--anyway", "--json", "--quiet",
+                                     "--verbose", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "deploy", "--name", ""}), IsEmpty());
     EXPECT_THAT(bashCandidates({"dw", "deploy", "-n", ""}), IsEmpty());
     EXPECT_THAT(bashCandidates({"dw", "ls", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "login", ""}),
-                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--help"));
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--verbose", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "logout", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "list", "--j"}), ElementsAre("--json"));
     EXPECT_THAT(bashCandidates({"dw", "completion", ""}), ElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(bashCandidates({"dw", "collab", ""}), ElementsAre("on", "off"));
     EXPECT_THAT(bashCandidates({"dw", "update", "m"}), ElementsAre("my pages"));
     EXPECT_THAT(bashCandidates({"dw", "resolve", "--"}),
-                UnorderedElementsAre("--mine", "--theirs", "--prompt", "--json", "--quiet", "--help"));
+                UnorderedElementsAre("--mine", "--theirs", "--prompt", "--json", "--quiet", "--verbose", "--help"));
     EXPECT_THAT(bashCandidates({"dw", "help", "who"}), ElementsAre("whoami"));
 }
 
 TEST_F(DwCompletion, InFishOffersCommandsThenTheirOptionsAndFolders) {
     EXPECT_THAT(fishCandidates("dw "),
                 UnorderedElementsAre("host", "login", "logout", "deploy", "clone", "link", "status", "update",
-                                     "resolve", "list", "open", "logs", "history", "rollback", "delete", "share",
-                                     "collab", "libs", "init", "whoami", "completion", "help"));
+                                     "resolve", "list", "info", "open", "logs", "history", "rollback", "delete",
+                                     "share", "collab", "libs", "init", "whoami", "token", "completion", "help"));
     EXPECT_THAT(fishCandidates("dw de"), UnorderedElementsAre("deploy", "delete"));
     EXPECT_THAT(fishCandidates("dw deploy s"), ElementsAre("site/"));
     EXPECT_THAT(fishCandidates("dw deploy --"),
-                UnorderedElementsAre("--name", "--dry-run", "--anyway", "--json", "--quiet", "--help"));
+                UnorderedElementsAre("--name", "--new", "--check", "--dry-run", "--anyway", "--json", "--quiet",
+                                     "--verbose", "--help"));
     EXPECT_THAT(fishCandidates("dw login --"),
-                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--help"));
-    EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--quiet", "--help"));
-    EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--quiet", "--help"));
+                UnorderedElementsAre("--no-browser", "--with-token", "--json", "--quiet", "--verbose", "--help"));
+    EXPECT_THAT(fishCandidates("dw logout --"), UnorderedElementsAre("--json", "--quiet", "--verbose", "--help"));
+    EXPECT_THAT(fishCandidates("dw list --"), UnorderedElementsAre("--json", "--quiet", "--verbose", "--help"));
     EXPECT_THAT(fishCandidates("dw collab "), UnorderedElementsAre("on", "off"));
     EXPECT_THAT(fishCandidates("dw completion "), UnorderedElementsAre("bash", "zsh", "fish"));
     EXPECT_THAT(fishCandidates("dw help who"), ElementsAre("whoami"));
@@ -213,8 +226,10 @@ TEST_F(DwCompletion, InZshCompletesTheOptionsOfTheCommandsOnSites) {
 
 TEST_F(DwCompletion, OffersEveryCommandAndOptionOfTheHelp) {
     const std::vector<std::string> commands = listedCommands();
-    EXPECT_THAT(bashCandidates({"dw", "help", ""}), UnorderedElementsAreArray(commands));
-    EXPECT_THAT(fishCandidates("dw help "), UnorderedElementsAreArray(commands));
+    std::vector<std::string> topics = commands;
+    topics.emplace_back("json");
+    EXPECT_THAT(bashCandidates({"dw", "help", ""}), UnorderedElementsAreArray(topics));
+    EXPECT_THAT(fishCandidates("dw help "), UnorderedElementsAreArray(topics));
     for (const std::string& command : commands) {
         SCOPED_TRACE(command);
         const std::vector<std::string> options = listedOptions(command);
@@ -252,6 +267,13 @@ protected:
         }
         m_server.answer("/api/me", 200, "null");
         m_server.answer("/api/sites", 200, json{{"sites", sites}}.dump());
+    }
+
+    /// A platform with one site, to which these people are invited.
+    void answerInvited(const std::vector<std::string>& emails) {
+        const json access{{"mode", "restricted"}, {"emails", emails}};
+        const json site{{"name", "garden"}, {"url", "http://garden.test/"}, {"hasPrevious", false}, {"access", access}};
+        m_server.answer("/api/sites", 200, json{{"sites", {site}}}.dump());
     }
 
     void answerLibraries(const std::vector<std::string>& names) {
@@ -313,6 +335,64 @@ TEST_F(DwSiteCompletion, LeavesOutLibrariesThatAShellCouldObey) {
     EXPECT_EQ(zshCommand("dw libs garden --enable \t"), "libs garden --enable toast");
     EXPECT_THAT(bashCandidates({"dw", "libs", "$(touch harm)", "--enable", ""}), IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(home() / "harm"));
+}
+
+TEST_F(DwSiteCompletion, OffersThePeopleWhoAreInvited) {
+    answerInvited({"ann@example.org", "anton@example.org", "$(touch harm)@b", "a b@c"});
+    EXPECT_THAT(bashCandidates({"dw", "share", "garden", "--remove", ""}),
+                UnorderedElementsAre("ann@example.org", "anton@example.org"));
+    EXPECT_THAT(bashCandidates({"dw", "share", "--mode", "team", "garden", "--remove", "ant"}),
+                ElementsAre("anton@example.org"));
+    // As the shell cuts an address, which then goes on behind the cut.
+    EXPECT_THAT(bashCandidates({"dw", "share", "garden", "--remove", "ann", "@", "ex"}), ElementsAre("example.org"));
+    EXPECT_THAT(bashCandidates({"dw", "share", "garden", "--invite", ""}), IsEmpty());
+    EXPECT_THAT(bashCandidates({"dw", "share", "--remove", ""}), IsEmpty());
+    EXPECT_THAT(fishCandidates("dw share garden --remove "),
+                UnorderedElementsAre("ann@example.org", "anton@example.org"));
+    EXPECT_THAT(fishCandidates("dw share --remove "), IsEmpty());
+    EXPECT_EQ(zshCommand("dw share garden --remove ant\t"), "share garden --remove anton@example.org");
+    EXPECT_FALSE(std::filesystem::exists(home() / "harm"));
+}
+
+TEST_F(DwSiteCompletion, OffersEachThingInItsPlace) {
+    answer({"garden", "bakery"});
+    answerLibraries({"toast"});
+    // Behind the last argument there are options alone.
+    EXPECT_THAT(bashCandidates({"dw", "rollback", "garden", ""}),
+                UnorderedElementsAre("--json", "--quiet", "--verbose", "--help"));
+    EXPECT_THAT(fishCandidates("dw rollback garden "), IsEmpty());
+    EXPECT_THAT(bashCandidates({"dw", "collab", "on", ""}), UnorderedElementsAre("garden", "bakery"));
+    EXPECT_THAT(fishCandidates("dw collab on "), UnorderedElementsAre("garden", "bakery"));
+    EXPECT_EQ(zshCommand("dw collab on ba\t"), "collab on bakery");
+    EXPECT_THAT(bashCandidates({"dw", "clone", "garden", "my"}), ElementsAre("my pages"));
+    EXPECT_THAT(fishCandidates("dw clone garden si"), ElementsAre("site/"));
+    // The value of an option is no argument.
+    EXPECT_THAT(bashCandidates({"dw", "logs", "--limit", "3", "ga"}), ElementsAre("garden"));
+    EXPECT_THAT(fishCandidates("dw logs --limit 3 ga"), ElementsAre("garden"));
+    EXPECT_EQ(zshCommand("dw logs --limit 3 ga\t"), "logs --limit 3 garden");
+    EXPECT_THAT(bashCandidates({"dw", "libs", "--quiet", "garden", "--enable", ""}), ElementsAre("toast"));
+    EXPECT_THAT(fishCandidates("dw libs --quiet garden --enable "), ElementsAre("toast"));
+    EXPECT_EQ(zshCommand("dw libs --quiet garden --enable t\t"), "libs --quiet garden --enable toast");
+    // Options may stand before the command.
+    EXPECT_THAT(bashCandidates({"dw", "--json", "rollb"}), ElementsAre("rollback"));
+    EXPECT_THAT(fishCandidates("dw --json rollb"), ElementsAre("rollback"));
+    EXPECT_EQ(zshCommand("dw --json rollb\t"), "--json rollback");
+    EXPECT_THAT(bashCandidates({"dw", "--json", "open", "ba"}), ElementsAre("bakery"));
+    EXPECT_THAT(fishCandidates("dw --json open ba"), ElementsAre("bakery"));
+    EXPECT_EQ(zshCommand("dw --json open ba\t"), "--json open bakery");
+}
+
+TEST_F(DwCompletion, TakesAValueBehindAnEqualSign) {
+    // As the shell cuts the line.
+    EXPECT_THAT(bashCandidates({"dw", "share", "garden", "--mode", "=", "r"}), ElementsAre("restricted"));
+    EXPECT_THAT(bashCandidates({"dw", "share", "garden", "--mode", "="}), ElementsAre("team", "restricted", "public"));
+    EXPECT_THAT(bashCandidates({"dw", "share", "--mode", "=", "team", "garden", "--comments", "=", "o"}),
+                ElementsAre("on", "off"));
+    EXPECT_THAT(fishCandidates("dw share garden --mode=r"), ElementsAre("--mode=restricted"));
+    EXPECT_EQ(zshCommand("dw share garden --mode=r\t"), "share garden --mode=restricted");
+    EXPECT_EQ(zshCommand("dw share --mode=team garden --comments=of\t"), "share --mode=team garden --comments=off");
+    EXPECT_EQ(bashCommand("dw share garden --mode=r\t"), "share garden --mode=restricted");
+    EXPECT_EQ(bashCommand("dw rollb\tgarden --js\t"), "rollback garden --json");
 }
 
 TEST_F(DwSiteCompletion, GivesUpOnAPlatformThatDoesNotAnswer) {

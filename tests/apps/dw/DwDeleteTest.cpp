@@ -12,6 +12,7 @@ using testing::Not;
 
 const std::string warning = "This takes the project offline and permanently deletes its files, stored data, and "
                             "sharing settings. This cannot be undone.";
+const std::string howToConfirm = "Run it again, and answer with the name just as it is shown.";
 const std::string question = "Type “garden” to confirm: ";
 
 } // namespace
@@ -28,6 +29,12 @@ protected:
         EXPECT_EQ(sandbox.visit("garden").status, 404);
         EXPECT_EQ(record("garden"), nullptr);
         EXPECT_EQ(sandbox.visit("bakery").body, "bread");
+    }
+
+    /// The last two that the terminal shows.
+    [[nodiscard]] static std::vector<std::string> linesAtTheEnd(const Ending& ending) {
+        const std::vector<std::string> lines = screen(ending.terminal);
+        return {lines.end() - 2, lines.end()};
     }
 
     /// Runs the command on a terminal and answers its question.
@@ -51,7 +58,7 @@ TEST_F(DwDelete, WithJsonIsOneObject) {
     const Ending ending = runDw({"delete", "garden", "--confirm", "garden", "--json"});
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.error, "");
-    EXPECT_EQ(onlyObject(ending.output), (json{{"ok", true}, {"site", "garden"}}));
+    EXPECT_EQ(onlyObject(ending.output), (json{{"ok", true}, {"site", "garden"}, {"answered", true}}));
     expectGone();
 }
 
@@ -111,7 +118,7 @@ TEST_F(DwDelete, AnsweredWithAnythingElseDeletesNothing) {
         const Ending ending = answering(answer);
         EXPECT_EQ(ending.exitCode, 1);
         EXPECT_THAT(screen(ending.terminal), ElementsAre(warning, question + answer.substr(0, answer.size() - 1),
-                                                         "dw: Not confirmed. Nothing was deleted."));
+                                                         "dw: Not confirmed. Nothing was deleted.", howToConfirm));
     }
     expectThere();
 }
@@ -121,7 +128,7 @@ TEST_F(DwDelete, WhoseQuestionIsLeftUnansweredDeletesNothing) {
     for (const std::string& keys : {std::string("\x04"), std::string("gard\x04\x04")}) {
         const Ending ending = answering(keys);
         EXPECT_EQ(ending.exitCode, 1);
-        EXPECT_EQ(screen(ending.terminal).back(), "dw: Not confirmed. Nothing was deleted.");
+        EXPECT_THAT(linesAtTheEnd(ending), ElementsAre("dw: Not confirmed. Nothing was deleted.", howToConfirm));
     }
     expectThere();
 }
@@ -160,10 +167,8 @@ TEST_F(DwDelete, WithJsonOnATerminalAsksToo) {
         const Ending ending = program.waitForEnd();
         EXPECT_THAT(screen(ending.terminal), ElementsAre(warning, question + (confirm ? "garden" : "no")));
         EXPECT_EQ(ending.exitCode, confirm ? 0 : 1);
-        const json expected =
-            confirm ? json{{"ok", true}, {"site", "garden"}}
-                    : json{{"ok", false},
-                           {"error", {{"kind", "notConfirmed"}, {"message", "Not confirmed. Nothing was deleted."}}}};
+        const json expected = confirm ? json{{"ok", true}, {"site", "garden"}, {"answered", true}}
+                                      : failureObject("notConfirmed", "Not confirmed. Nothing was deleted.");
         EXPECT_EQ(onlyObject(ending.output), expected);
     }
     expectGone();
@@ -188,7 +193,7 @@ TEST_F(DwDelete, OfASiteThatGoesDuringTheQuestionIsRefusedInThePlatformsWords) {
     program.type("garden\n");
     const Ending ending = program.waitForEnd();
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(screen(ending.terminal).back(), "dw: There is no site called “garden”");
+    EXPECT_EQ(linesAtTheEnd(ending).front(), "dw: There is no site called “garden”");
 }
 
 TEST_F(DwDelete, AsksOnATerminalThatObeysNoSequences) {

@@ -8,9 +8,12 @@ namespace {
 
 using nlohmann::json;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
+
+const std::string pathHint = "Look at the path. It counts from the present folder on.";
 
 } // namespace
 
@@ -25,7 +28,7 @@ TEST_F(DwDeploy, PublishesAFolderThatAVisitorThenSees) {
 
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.output, "http://site.driftwell.localhost:" + sandbox.port() + "/\n");
-    EXPECT_THAT(ending.error, StartsWith("✓ site is live: 2 files, 34 bytes in "));
+    EXPECT_THAT(ending.error, StartsWith("Packing…\nUploading…\nPublishing…\n✓ site is live: 2 files, 34 bytes in "));
     EXPECT_EQ(sandbox.visit("site").body, "<h1>Tide tables</h1>");
     EXPECT_EQ(sandbox.visit("site", "/about/").body, "<h1>About</h1>");
     EXPECT_THAT(temporaryFiles(), IsEmpty());
@@ -58,13 +61,15 @@ TEST_F(DwDeploy, WithJsonThereIsNothingButTheObject) {
               (json{{"ok", true},
                     {"site", "site"},
                     {"url", "http://site.driftwell.localhost:" + sandbox.port() + "/"},
+                    {"replaced", nullptr},
+                    {"check", nullptr},
                     {"bytes", 8},
-                    {"files", 2},
+                    {"fileCount", 2},
                     {"skipped", 0},
                     {"sent", 2},
                     {"answered", true},
                     {"merged", false},
-                    {"unreadable", {{"count", 0}, {"names", json::array()}}},
+                    {"unreadable", {{"count", 0}, {"folders", json::array()}}},
                     {"leftOut", {{"hidden", 0}, {"links", 0}, {"dependencies", 0}, {"agentFiles", 0}, {"special", 0}}},
                     {"warnings", json::array()}}));
 }
@@ -89,7 +94,7 @@ TEST_F(DwDeploy, SaysWhatItCouldNotReadAndPublishesTheRest) {
     EXPECT_THAT(dryRun.error, testing::EndsWith(said));
     EXPECT_EQ(plain.exitCode, 0);
     EXPECT_THAT(plain.error, testing::EndsWith(said));
-    const json expected{{"count", 2}, {"names", {"a/locked", "private"}}};
+    const json expected{{"count", 2}, {"folders", {"a/locked", "private"}}};
     EXPECT_EQ(shown.at("unreadable"), expected);
     EXPECT_EQ(published.at("unreadable"), expected);
     EXPECT_EQ(published.at("sent"), 1);
@@ -165,7 +170,7 @@ TEST_F(DwDeploy, FilesThatAreNoneOfTheSiteStayAtHome) {
                     {"node_modules/a/index.js", "x"},
                     {"skills/a.md", "x"},
                     {"CLAUDE.md", "x"}});
-    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("files"), 1);
+    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("fileCount"), 1);
     EXPECT_EQ(sandbox.visit("site", "/.env").status, 404);
 }
 
@@ -174,10 +179,9 @@ TEST_F(DwDeploy, AMissingFolderIsNamed) {
     const Ending ending = runDw({"deploy", "no/such"});
     EXPECT_EQ(ending.exitCode, 1);
     EXPECT_EQ(ending.output, "");
-    EXPECT_EQ(ending.error, "dw: no/such: No such file or directory\n");
-    EXPECT_EQ(
-        onlyObject(runDw({"deploy", "no/such", "--json"}).output),
-        (json{{"ok", false}, {"error", {{"kind", "system"}, {"message", "no/such: No such file or directory"}}}}));
+    EXPECT_EQ(ending.error, failureText("system", "no/such: No such file or directory", pathHint));
+    EXPECT_EQ(onlyObject(runDw({"deploy", "no/such", "--json"}).output),
+              failureObject("system", "no/such: No such file or directory", pathHint));
 }
 
 TEST_F(DwDeploy, AFileIsNoFolder) {
@@ -185,7 +189,7 @@ TEST_F(DwDeploy, AFileIsNoFolder) {
     folder("site", {{"index.html", "x"}});
     const Ending ending = runDw({"deploy", "site/index.html"});
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(ending.error, "dw: site/index.html: Not a directory\n");
+    EXPECT_EQ(ending.error, failureText("system", "site/index.html: Not a directory", pathHint));
 }
 
 TEST_F(DwDeploy, AnEmptyWordIsNoFolder) {
@@ -210,7 +214,8 @@ TEST_F(DwDeploy, AFolderThatCannotBeReadIsNamedWithTheReason) {
             ::chmod(closed.c_str(), 0700);
             EXPECT_EQ(ending.exitCode, 1);
             EXPECT_EQ(ending.output, "");
-            EXPECT_EQ(ending.error, "dw: " + closed.string() + " cannot be read: Permission denied\n");
+            EXPECT_EQ(ending.error, failureText("system", closed.string() + " cannot be read: Permission denied",
+                                                "Look at who may read and write there (ls -l)."));
             EXPECT_EQ(dryRun.error, ending.error);
         }
     }
@@ -225,7 +230,7 @@ TEST_F(DwDeploy, AFileThatCannotBeReadStopsItAll) {
     const Ending ending = runDw({"deploy", "site"});
     EXPECT_EQ(ending.exitCode, 1);
     EXPECT_EQ(ending.output, "");
-    EXPECT_THAT(ending.error, StartsWith("dw: tar exited with status 2"));
+    EXPECT_THAT(ending.error, StartsWith("Packing…\ndw: tar exited with status 2"));
     EXPECT_THAT(sandbox.sites(), IsEmpty());
     EXPECT_THAT(temporaryFiles(), IsEmpty());
 }
@@ -236,10 +241,11 @@ TEST_F(DwDeploy, AFolderWithoutFilesIsNotPublished) {
     folder("site", {{".hidden", "x"}});
     const Ending ending = runDw({"deploy", "site"});
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(ending.error, "dw: folder has no deployable files\n");
+    EXPECT_THAT(ending.error, EndsWith(failureText("emptyFolder", "folder has no deployable files")));
     EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output),
-              (json{{"ok", false}, {"error", {{"kind", "api"}, {"message", "folder has no deployable files"}}}}));
-    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).error, "dw: folder has no deployable files\n");
+              failureObject("emptyFolder", "folder has no deployable files"));
+    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).error,
+              failureText("emptyFolder", "folder has no deployable files"));
     EXPECT_THAT(sandbox.sites(), IsEmpty());
 }
 
@@ -252,9 +258,10 @@ TEST_F(DwDeploy, AFolderWhoseFilesCannotBeReadIsNotEmpty) {
     const Ending dryRun = runDw({"deploy", "site", "--dry-run"});
     ::chmod(locked.c_str(), 0700);
     EXPECT_EQ(plain.exitCode, 1);
-    EXPECT_EQ(plain.error,
-              "dw: folder has no deployable files — 1 folder could not be read and is left out: private\n");
-    EXPECT_EQ(dryRun.error, plain.error);
+    EXPECT_EQ(dryRun.error,
+              failureText("emptyFolder", "folder has no deployable files — 1 folder could not be read and is left out: "
+                                         "private"));
+    EXPECT_THAT(plain.error, EndsWith(dryRun.error));
     EXPECT_THAT(sandbox.sites(), IsEmpty());
 }
 
@@ -270,7 +277,7 @@ TEST_F(DwDeploy, EndsEvenWhenTheDeploymentFailsBeforeAnybodyWaitsForIt) {
     for (const auto& program : programs) {
         const Ending ending = program->waitForEnd();
         EXPECT_EQ(ending.exitCode, 1);
-        EXPECT_EQ(ending.error, "dw: folder has no deployable files\n");
+        EXPECT_THAT(ending.error, EndsWith(failureText("emptyFolder", "folder has no deployable files")));
     }
 }
 
@@ -344,7 +351,7 @@ TEST_F(DwDeploy, ManyFilesWithOddNamesArriveWhole) {
     for (const std::string& name : names) {
         folder("site", {{name, "content of " + name}});
     }
-    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("files"), names.size());
+    EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("fileCount"), names.size());
     EXPECT_EQ(sandbox.visit("site", "/-C").body, "content of -C");
     EXPECT_EQ(sandbox.visit("site", "/%5Ba%5D.html").body, "content of [a].html");
     EXPECT_EQ(sandbox.visit("site", "/%C3%BC.html").body, "content of ü.html");

@@ -40,12 +40,13 @@ TEST_F(DwDryRun, WithJsonIsOneObject) {
               (json{{"ok", true},
                     {"dryRun", true},
                     {"site", "site"},
+                    {"replaced", nullptr},
                     {"bytes", 6},
-                    {"files", 2},
-                    {"unreadable", {{"count", 0}, {"names", json::array()}}},
+                    {"fileCount", 2},
+                    {"unreadable", {{"count", 0}, {"folders", json::array()}}},
                     {"leftOut", {{"hidden", 0}, {"links", 0}, {"dependencies", 0}, {"agentFiles", 0}, {"special", 0}}},
                     {"warnings", json::array()},
-                    {"entries", {{{"path", "a/b.txt"}, {"size", 1}}, {{"path", "index.html"}, {"size", 5}}}}}));
+                    {"entries", {{{"path", "a/b.txt"}, {"bytes", 1}}, {{"path", "index.html"}, {"bytes", 5}}}}}));
 }
 
 TEST_F(DwDryRun, WarnsOfAFolderWithoutAPageToBeginWith) {
@@ -99,9 +100,44 @@ TEST_F(DwDryRun, ShowsWhatADeploymentThenPublishes) {
     folder("site", {{"index.html", "x"}, {"a/b/c.txt", "yy"}, {"node_modules/x.js", "x"}, {".git/HEAD", "x"}});
     const json shown = onlyObject(runDw({"deploy", "site", "--dry-run", "--json"}).output);
     const json published = onlyObject(runDw({"deploy", "site", "--json"}).output);
-    for (const char* key : {"site", "files", "bytes"}) {
+    for (const char* key : {"site", "fileCount", "bytes"}) {
         EXPECT_EQ(shown.at(key), published.at(key)) << key;
     }
+}
+
+TEST_F(DwDryRun, OfANameThatCannotBePackedFailsAsTheDeploymentWould) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    const std::string longName(101, 'n');
+    for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
+             {"a\nb.html", "the name of “a␤b.html” holds a line break and cannot be packed"},
+             {longName, "the path of “" + longName +
+                            "” is too long: at most 100 bytes are possible in the name and 155 before it"}}) {
+        SCOPED_TRACE(name);
+        folder("site", {{"index.html", "x"}, {name, "x"}});
+        const Ending rehearsal = runDw({"deploy", "site", "--dry-run", "--json"});
+        EXPECT_EQ(rehearsal.exitCode, 1);
+        const json error = onlyObject(rehearsal.output).at("error");
+        EXPECT_EQ(error.at("kind"), "badFileName");
+        EXPECT_EQ(error.at("message"), text);
+        const Ending deployment = runDw({"deploy", "site", "--json"});
+        EXPECT_EQ(deployment.exitCode, 1);
+        const json refusal = onlyObject(deployment.output).at("error");
+        EXPECT_EQ(refusal.at("kind"), "badFileName");
+        EXPECT_THAT(refusal.at("message").get<std::string>(), testing::EndsWith(text));
+        EXPECT_THAT(sandbox.sites(), IsEmpty());
+        std::filesystem::remove_all(home() / "site");
+    }
+}
+
+TEST_F(DwDryRun, NamesWithAnyOtherBytesArePublished) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"red\033[31m.html", "x"}, {"bell\a.html", "x"}, {"broken\xff.html", "x"}});
+    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).exitCode, 0);
+    EXPECT_EQ(runDw({"deploy", "site"}).exitCode, 0);
+    EXPECT_EQ(sandbox.visit("site", "/broken%FF.html").body, "x");
+    EXPECT_EQ(sandbox.visit("site", "/bell%07.html").body, "x");
 }
 
 TEST_F(DwDryRun, NamesAreBytesInAPipeAndHarmlessOnATerminal) {

@@ -1,41 +1,16 @@
 #include "apps/dw/CommandFailure.h"
-#include "support/SystemError.h"
-#include "support/UniqueFd.h"
+#include "tests/apps/dw/DeafPort.h"
 #include "tests/apps/dw/DwFixture.h"
 #include "tests/support/PlatformServer.h"
 #include "tests/support/SampleText.h"
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 namespace driftwell::tests {
 
 namespace {
 
 using nlohmann::json;
+using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::MatchesRegex;
-
-/// A port that is held, so that nobody else takes it, and on which nobody listens.
-class DeafPort {
-public:
-    DeafPort() : m_socket(checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket")) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        checked(::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), "bind");
-        socklen_t length = sizeof address;
-        checked(::getsockname(m_socket.get(), reinterpret_cast<sockaddr*>(&address), &length), "getsockname");
-        m_port = std::to_string(ntohs(address.sin_port));
-    }
-
-    [[nodiscard]] const std::string& port() const { return m_port; }
-
-private:
-    UniqueFd m_socket;
-    std::string m_port;
-};
 
 } // namespace
 
@@ -43,11 +18,12 @@ class DwFailure : public DwFixture {
 protected:
     DwFailure() { folder("site", {{"index.html", "x"}, {"noise.bin", noise(2'000'000)}}); }
 
-    void expectUnreachable(const std::vector<std::string>& arguments, const std::string& message) {
+    void expectUnreachable(const std::vector<std::string>& arguments, const std::string& message,
+                           const std::string& host) {
         const Ending ending = runDw(arguments);
         EXPECT_EQ(ending.exitCode, 5);
         EXPECT_EQ(ending.output, "");
-        EXPECT_EQ(ending.error, "dw: " + message + '\n');
+        EXPECT_THAT(ending.error, testing::EndsWith(failureText("unreachable", message)));
         EXPECT_THAT(temporaryFiles(), IsEmpty());
 
         std::vector<std::string> withJson = arguments;
@@ -55,8 +31,7 @@ protected:
         const Ending jsonEnding = runDw(withJson);
         EXPECT_EQ(jsonEnding.exitCode, 5);
         EXPECT_EQ(jsonEnding.error, "");
-        EXPECT_EQ(onlyObject(jsonEnding.output),
-                  (json{{"ok", false}, {"error", {{"kind", "unreachable"}, {"message", message}}}}));
+        EXPECT_EQ(onlyObject(jsonEnding.output), failureObject("unreachable", message, "", {{"host", host}}));
     }
 };
 
@@ -67,17 +42,18 @@ TEST_F(DwFailure, APortOnWhichNobodyListensEndsWithFive) {
         useHost("http://" + host + ':' + deaf.port());
         for (const auto& arguments : std::vector<std::vector<std::string>>{{"list"}, {"whoami"}, {"deploy", "site"}}) {
             SCOPED_TRACE(arguments.front());
-            expectUnreachable(arguments, "Could not connect to " + host + ": Connection refused");
+            expectUnreachable(arguments, "Could not connect to " + host + ": Connection refused",
+                              host + ':' + deaf.port());
         }
     }
 }
 
 TEST_F(DwFailure, ANameThatDoesNotExistEndsWithFive) {
-    useHost("http://no-such-platform.invalid");
+    useHost("https://no-such-platform.invalid");
     setVariable("DW_TOKEN", "any");
     const Ending ending = runDw({"list"});
     EXPECT_EQ(ending.exitCode, 5);
-    EXPECT_EQ(ending.error, "dw: The host no-such-platform.invalid could not be found.\n");
+    EXPECT_EQ(ending.error, failureText("unreachable", "The host no-such-platform.invalid could not be found."));
 }
 
 TEST_F(DwFailure, AnAnswerThatIsCutEndsWithFive) {
@@ -88,7 +64,8 @@ TEST_F(DwFailure, AnAnswerThatIsCutEndsWithFive) {
             SCOPED_TRACE(path + " after " + bytes);
             const Sandbox sandbox({"--cut", bytes, "--fail-path", path});
             useHost(sandbox.address());
-            expectUnreachable(arguments, "The connection to driftwell.localhost was lost.");
+            expectUnreachable(arguments, "The connection to driftwell.localhost was lost.",
+                              "driftwell.localhost:" + sandbox.port());
         }
     }
 }
@@ -101,7 +78,10 @@ TEST_F(DwFailure, ADeploymentWhoseAnswerIsCutIsAskedForAndFoundToBeLive) {
         const Ending first = runDw({"deploy", "site"});
         EXPECT_EQ(first.exitCode, 0);
         EXPECT_EQ(first.output, "http://site.driftwell.localhost:" + sandbox.port() + "/\n");
-        EXPECT_EQ(first.error, "✓ site is live all the same: The connection to driftwell.localhost was lost.\n");
+        EXPECT_EQ(first.error,
+                  "Packing…\nUploading…\nPublishing…\nNo answer; asking driftwell.localhost:" + sandbox.port() +
+                      " what became of it…\n✓ site is live all the same: The connection to "
+                      "driftwell.localhost was lost.\n");
         const json again = onlyObject(runDw({"deploy", "site", "--json"}).output);
         EXPECT_EQ(again["ok"], true);
         EXPECT_EQ(again["answered"], false);
@@ -112,18 +92,17 @@ TEST_F(DwFailure, ADeploymentWhoseAnswerIsCutIsAskedForAndFoundToBeLive) {
 }
 
 TEST_F(DwFailure, OfADeploymentWithoutAnAnswerItIsSaidWhatCanBeKnown) {
-    const dw::CommandFailure lost{
-        "unreachable", QStringLiteral("HOST did not answer in time."), {}, dw::ExitCode::Unreachable};
+    const dw::CommandFailure lost{dw::ErrorKind::TimedOut, QStringLiteral("HOST did not answer in time.")};
     const QString site = QStringLiteral("launch");
-    const auto after = [&](const ChangeOutcome& outcome) {
-        const dw::CommandFailure failure = dw::unansweredFailure(lost, site, outcome);
-        return json{{"kind", failure.kind},
+    const auto after = [&](const ChangeOutcome& outcome, SentChange::Kind change = SentChange::Kind::Deployment) {
+        const dw::CommandFailure failure = dw::unansweredFailure(lost, change, site, outcome);
+        return json{{"kind", dw::recordOf(failure.kind).name},
                     {"message", failure.message.toStdString()},
                     {"hint", failure.hint.toStdString()},
-                    {"exitCode", static_cast<int>(failure.exitCode)}};
+                    {"exitCode", static_cast<int>(failure.exitCode())}};
     };
     EXPECT_EQ(after({ChangeOutcome::Kind::NotDone}),
-              (json{{"kind", "unreachable"},
+              (json{{"kind", "timedOut"},
                     {"message", "HOST did not answer in time."},
                     {"hint", "All of it was sent, and a minute later launch had not changed. It can be tried again."},
                     {"exitCode", 5}}));
@@ -138,6 +117,13 @@ TEST_F(DwFailure, OfADeploymentWithoutAnAnswerItIsSaidWhatCanBeKnown) {
                     {"message", "HOST did not answer in time. It went live, and tom@b has published launch since."},
                     {"hint", "Look before you try again: dw history launch"},
                     {"exitCode", 3}}));
+    EXPECT_EQ(
+        after({ChangeOutcome::Kind::Overtaken, {}, QStringLiteral("tom@b")}, SentChange::Kind::Rollback).at("message"),
+        "HOST did not answer in time. launch was rolled back, and tom@b has published it since.");
+    EXPECT_EQ(after({ChangeOutcome::Kind::NotDone}, SentChange::Kind::Deletion).at("hint"),
+              "All of it was sent, and a minute later launch was still there. It can be tried again.");
+    EXPECT_EQ(after({ChangeOutcome::Kind::Unknown}, SentChange::Kind::Deletion).at("hint"),
+              "Look before you try again: dw list");
 }
 
 TEST_F(DwFailure, AnUploadThatIsCutEndsWithFiveAndPublishesNothing) {
@@ -147,23 +133,26 @@ TEST_F(DwFailure, AnUploadThatIsCutEndsWithFiveAndPublishesNothing) {
         SCOPED_TRACE(bytes);
         const Sandbox sandbox({"--cut-upload", bytes, "--fail-path", "/api/deploy"});
         useHost(sandbox.address());
-        expectUnreachable({"deploy", "large"}, "The connection to driftwell.localhost was lost.");
+        expectUnreachable({"deploy", "large"}, "The connection to driftwell.localhost was lost.",
+                          "driftwell.localhost:" + sandbox.port());
         EXPECT_THAT(sandbox.sites(), IsEmpty());
     }
 }
 
 TEST_F(DwFailure, ARefusalIsShownInThePlatformsWords) {
-    for (const char* status : {"400", "409", "413", "500", "503"}) {
+    const std::string message = "This failure was asked for with --fail";
+    for (const int status : {400, 409, 413, 500, 503}) {
         SCOPED_TRACE(status);
-        const Sandbox sandbox({"--fail", status, "--fail-path", "/api/deploy"});
+        const std::string kind = status == 413 ? "tooLarge" : "api";
+        const Sandbox sandbox({"--fail", std::to_string(status), "--fail-path", "/api/deploy"});
         useHost(sandbox.address());
         const Ending ending = runDw({"deploy", "site"});
         EXPECT_EQ(ending.exitCode, 1);
         EXPECT_EQ(ending.output, "");
-        EXPECT_EQ(ending.error, "dw: This failure was asked for with --fail\n");
+        EXPECT_THAT(ending.error, testing::EndsWith(failureText(kind, message)));
         EXPECT_EQ(
             onlyObject(runDw({"deploy", "site", "--json"}).output),
-            (json{{"ok", false}, {"error", {{"kind", "api"}, {"message", "This failure was asked for with --fail"}}}}));
+            failureObject(kind, message, "", {{"status", status}, {"host", "driftwell.localhost:" + sandbox.port()}}));
         EXPECT_THAT(sandbox.sites(), IsEmpty());
         EXPECT_THAT(temporaryFiles(), IsEmpty());
         EXPECT_FALSE(std::filesystem::exists(configFile()));
@@ -175,7 +164,7 @@ TEST_F(DwFailure, ARefusedListIsShownInThePlatformsWords) {
     useHost(sandbox.address());
     const Ending ending = runDw({"list"});
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(ending.error, "dw: This failure was asked for with --fail\n");
+    EXPECT_EQ(ending.error, failureText("api", "This failure was asked for with --fail"));
 }
 
 TEST_F(DwFailure, AnUploadThatIsTooLargeIsShownInThePlatformsWords) {
@@ -183,7 +172,8 @@ TEST_F(DwFailure, AnUploadThatIsTooLargeIsShownInThePlatformsWords) {
     useHost(sandbox.address());
     const Ending ending = runDw({"deploy", "site"});
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_THAT(ending.error, MatchesRegex("dw: The upload is larger than .*\n"));
+    EXPECT_THAT(ending.error, HasSubstr("dw: The upload is larger than "));
+    EXPECT_THAT(ending.error, testing::EndsWith("\ndw deploy --dry-run lists the files and their sizes.\n"));
     EXPECT_THAT(temporaryFiles(), IsEmpty());
 }
 
@@ -202,9 +192,10 @@ TEST_F(DwFailure, AnAnswerThatSaysNotOkIsNoPublishedSite) {
         const Ending ending = runDw({"deploy", "site"});
         EXPECT_EQ(ending.exitCode, 1);
         EXPECT_EQ(ending.output, "");
-        EXPECT_EQ(ending.error, "dw: " + said + '\n');
-        EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output),
-                  (json{{"ok", false}, {"error", {{"kind", "api"}, {"message", said}}}}));
+        EXPECT_THAT(ending.error, testing::EndsWith(failureText("api", said)));
+        EXPECT_EQ(
+            onlyObject(runDw({"deploy", "site", "--json"}).output),
+            failureObject("api", said, "", {{"status", 200}, {"host", "localhost:" + std::to_string(server.port())}}));
         EXPECT_FALSE(std::filesystem::exists(configFile()));
     }
 }
@@ -220,10 +211,10 @@ TEST_F(DwFailure, APlatformThatSpeaksOfOtherFilesThanItWasSentIsTold) {
     EXPECT_EQ(ending.exitCode, 0);
     const auto sent = onlyObject(ending.output).at("sent").get<int>();
     EXPECT_NE(sent, 7);
-    EXPECT_THAT(runDw({"deploy", "site"}).error, testing::HasSubstr(" sent, but the platform speaks of 7 files."));
+    EXPECT_THAT(runDw({"deploy", "site"}).error, HasSubstr(" sent, but the platform speaks of 7 files."));
     answer["files"] = sent - 2;
     server.answer("/api/deploy", 200, answer.dump());
-    EXPECT_THAT(runDw({"deploy", "site"}).error, testing::Not(testing::HasSubstr("speaks of")));
+    EXPECT_THAT(runDw({"deploy", "site"}).error, testing::Not(HasSubstr("speaks of")));
 }
 
 TEST_F(DwFailure, AfterOneFailureTheNextDeploymentSucceeds) {

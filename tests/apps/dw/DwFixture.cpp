@@ -1,5 +1,6 @@
 #include "tests/apps/dw/DwFixture.h"
 
+#include "apps/dw/ErrorKind.h"
 #include "tests/support/SampleText.h"
 
 #include <algorithm>
@@ -127,9 +128,35 @@ void fillForLongPacking(const std::filesystem::path& folder) {
 json onlyObject(const std::string& output) {
     EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 1) << output;
     EXPECT_TRUE(output.ends_with('\n')) << output;
-    const json object = json::parse(output);
+    EXPECT_THAT(output, testing::AnyOf(testing::StartsWith(R"({"ok":true,"schema":1)"),
+                                       testing::StartsWith(R"({"ok":false,"schema":1,"error":{"kind":)")));
+    json object = json::parse(output);
     EXPECT_TRUE(object.is_object()) << output;
+    object.erase("schema");
     return object;
+}
+
+namespace {
+
+std::string hintOf(const std::string& kind) {
+    for (const dw::ErrorKindRecord& record : dw::errorKinds()) {
+        if (record.name == kind) {
+            return record.hint;
+        }
+    }
+    throw std::runtime_error("no kind of error: " + kind);
+}
+
+} // namespace
+
+std::string failureText(const std::string& kind, const std::string& message, const std::string& hint) {
+    return "dw: " + message + '\n' + (hint.empty() ? hintOf(kind) : hint) + '\n';
+}
+
+json failureObject(const std::string& kind, const std::string& message, const std::string& hint, const json& more) {
+    json error{{"kind", kind}, {"message", message}, {"hint", hint.empty() ? hintOf(kind) : hint}};
+    error.update(more);
+    return {{"ok", false}, {"error", error}};
 }
 
 std::vector<std::string> screen(const std::string& received) {

@@ -45,7 +45,8 @@ protected:
     [[nodiscard]] std::filesystem::path configFile() const { return home() / ".config/dw/config.json"; }
     [[nodiscard]] nlohmann::json config() const;
 
-    /// The names in the place for temporary files.
+    /// The place for temporary files, and the names in it.
+    [[nodiscard]] std::filesystem::path temporaryFolder() const { return m_folder / "tmp"; }
     [[nodiscard]] std::vector<std::string> temporaryFiles() const;
     /// Processes that were given this person's environment, by the names of their programs.
     [[nodiscard]] std::vector<std::string> ownProcesses() const;
@@ -58,8 +59,18 @@ private:
 /// A deployment of a folder whose packing takes longer than the tests' deadline.
 void fillForLongPacking(const std::filesystem::path& folder);
 
-/// Standard output as the one JSON object that it must be.
+/// Standard output as the one JSON object that it must be, which begins with "ok" and "schema"; without the latter,
+/// which is the same in all of them.
 [[nodiscard]] nlohmann::json onlyObject(const std::string& output);
+
+/// What standard error has of a failure: the message and what to do about it, which is that of the kind where no hint
+/// is given.
+[[nodiscard]] std::string failureText(const std::string& kind, const std::string& message,
+                                      const std::string& hint = {});
+/// The object of a failure, with what there is more of it, as "status".
+[[nodiscard]] nlohmann::json failureObject(const std::string& kind, const std::string& message,
+                                           const std::string& hint = {},
+                                           const nlohmann::json& more = nlohmann::json::object());
 
 /// What a terminal shows after receiving these bytes: its lines, colours left out.
 [[nodiscard]] std::vector<std::string> screen(const std::string& received);

@@ -44,7 +44,7 @@ protected:
         EXPECT_EQ(ending.exitCode, 0) << ending.output;
         std::map<std::string, std::string> result;
         const json object = onlyObject(ending.output);
-        for (const json& file : object.at("files")) {
+        for (const json& file : object.at("entries")) {
             result[file.at("path")] = file.at("state");
         }
         EXPECT_EQ(result.size(), 7U);
@@ -105,7 +105,7 @@ TEST_F(DwInit, LeavesNothingThatWouldBePublished) {
     ASSERT_EQ(init().exitCode, 0);
     Invocation invocation = dw({"deploy", "--dry-run", "--json"});
     invocation.folder = site;
-    EXPECT_EQ(onlyObject(run(invocation).output).at("entries"), json::parse(R"([{"path":"index.html","size":1}])"));
+    EXPECT_EQ(onlyObject(run(invocation).output).at("entries"), json::parse(R"([{"path":"index.html","bytes":1}])"));
 }
 
 TEST_F(DwInit, WorksAsTheApplicationCallsIt) {
@@ -145,8 +145,8 @@ TEST_F(DwInit, ReportsEachFile) {
     EXPECT_THAT(written.output, testing::EndsWith("CLAUDE.md\twritten\n"));
     const json object = onlyObject(init({"--json"}).output);
     EXPECT_EQ(object.at("ok"), true);
-    EXPECT_EQ(object.at("platform"), nullptr);
-    EXPECT_EQ(object.at("files").size(), 7U);
+    EXPECT_EQ(object.at("host"), nullptr);
+    EXPECT_EQ(object.at("entries").size(), 7U);
 }
 
 TEST_F(DwInit, KeepsAllThatAGuideSaidAlready) {
@@ -345,7 +345,7 @@ TEST_F(DwInit, LosesNothingWhenAWriteFails) {
     invocation.folder = site;
     const Ending ending = run(invocation);
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(ending.error, "dw: CLAUDE.md: File too large\n");
+    EXPECT_EQ(ending.error, failureText("system", "CLAUDE.md: File too large"));
     EXPECT_EQ(content(), before);
     EXPECT_EQ(states().at("CLAUDE.md"), "written");
 }

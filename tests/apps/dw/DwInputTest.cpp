@@ -32,7 +32,8 @@ TEST_F(DwInput, OfATokenEndsAtItsLongest) {
         EXPECT_THAT(longest.error, Not(HasSubstr("too long for a token")));
         const Ending longer = logInWith(std::string(longestToken + 1, 'x') + end);
         EXPECT_EQ(longer.exitCode, 2);
-        EXPECT_EQ(longer.error, "dw: What is on standard input is too long for a token\n");
+        EXPECT_EQ(longer.error, failureText("usage", "What is on standard input is too long for a token",
+                                            "For example: dw login --with-token < FILE"));
     }
 }
 

@@ -1,6 +1,8 @@
 #include "tests/apps/dw/DwFixture.h"
 
 #include <fstream>
+#include <iterator>
+#include <map>
 
 namespace driftwell::tests {
 
@@ -54,6 +56,33 @@ TEST_F(DwInstall, TheApplicationIsFoundByTheNameThatItsDesktopEntrySays) {
     EXPECT_EQ(runInstalled(home() / "moved here/bin/driftwell", {"--version"}).output, DRIFTWELL_VERSION "\n");
 }
 
+TEST_F(DwInstall, BringsItsManualPageAndWhatShellsCompleteWith) {
+    const std::filesystem::path share = home() / "moved here/share";
+    const std::map<std::filesystem::path, std::vector<std::string>> expected{
+        {"bash-completion/completions/dw", {"completion", "bash"}},
+        {"zsh/site-functions/_dw", {"completion", "zsh"}},
+        {"fish/vendor_completions.d/dw.fish", {"completion", "fish"}}};
+    for (const auto& [file, command] : expected) {
+        std::ifstream stream(share / file);
+        const std::string content{std::istreambuf_iterator<char>(stream), {}};
+        EXPECT_EQ(content, runInstalled(installed, command).output) << file;
+        EXPECT_NE(content, "") << file;
+    }
+    Invocation man = dw({});
+    man.command = {"/usr/bin/man", "dw"};
+    man.environment["MANPATH"] = share / "man";
+    EXPECT_THAT(run(man).output, testing::HasSubstr("dw - publish a folder"));
+    // Where a login shell looks for what a person has installed.
+    Invocation bash = dw({});
+    bash.command = {"/bin/bash", "-c", "source \"$0\" && complete -p dw", share / "bash-completion/completions/dw"};
+    EXPECT_EQ(run(bash).output, "complete -F _dw dw\n");
+    Invocation fish = dw({});
+    fish.environment["XDG_DATA_DIRS"] = share;
+    fish.environment["PATH"] = installed.parent_path().string() + ":/usr/bin:/bin";
+    fish.command = {"/usr/bin/fish", "-c", "complete -C 'dw rollb'"};
+    EXPECT_THAT(run(fish).output, testing::StartsWith("rollback\t"));
+}
+
 TEST_F(DwInstall, BelongsToItsOwnTreeAlsoByALink) {
     const std::filesystem::path information = contents / "Info.json";
     json values = json::parse(std::ifstream(information));
@@ -62,7 +91,7 @@ TEST_F(DwInstall, BelongsToItsOwnTreeAlsoByALink) {
     std::filesystem::create_directory(home() / "bin");
     std::filesystem::create_symlink(installed, home() / "bin/dw");
 
-    EXPECT_EQ(runInstalled(home() / "bin/dw", {"host", "sites.example.org"}).exitCode, 0);
+    EXPECT_EQ(runInstalled(home() / "bin/dw", {"host", "sites.example.org", "--force"}).exitCode, 0);
 
     EXPECT_TRUE(std::filesystem::exists(home() / "own-place/config.json"));
     EXPECT_FALSE(std::filesystem::exists(configFile()));

@@ -74,7 +74,7 @@ TEST_F(DwInterruption, WhilePackingEndsEverythingAtOnce) {
         EXPECT_THAT(temporaryFiles(), Contains(testing::StartsWith("dw-deploy-")));
         const Ending ending = endBy(program, signal);
         EXPECT_EQ(ending.output, "");
-        EXPECT_EQ(ending.error, "dw: Interrupted\n");
+        EXPECT_EQ(ending.error, "Packing…\ndw: Interrupted\n");
     }
     EXPECT_THAT(sandbox.sites(), IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(configFile()));
@@ -101,8 +101,7 @@ TEST_F(DwInterruption, WithJsonIsOneObject) {
     waitForTar(program);
     const Ending ending = endBy(program, SIGINT);
     EXPECT_EQ(ending.error, "");
-    EXPECT_EQ(onlyObject(ending.output),
-              (json{{"ok", false}, {"error", {{"kind", "interrupted"}, {"message", "Interrupted"}}}}));
+    EXPECT_EQ(onlyObject(ending.output), failureObject("interrupted", "Interrupted"));
 }
 
 TEST_F(DwInterruption, WhileUploadingSendsNoMore) {
@@ -200,7 +199,31 @@ TEST_F(DwInterruption, ThatTheStarterSwitchedOffStaysOff) {
     program.signal(SIGHUP);
     program.signal(SIGINT);
     const Ending ending = endBy(program, SIGTERM);
-    EXPECT_EQ(ending.error, "dw: Interrupted\n");
+    EXPECT_EQ(ending.error, "Packing…\ndw: Interrupted\n");
+}
+
+TEST_F(DwInterruption, ByAKillLeavesAnArchiveThatTheNextDeploymentRemoves) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    fillForLongPacking(folder("large", {{"index.html", "x"}}));
+    folder("site", {{"index.html", "x"}});
+    // Somebody's own, which only looks like one of ours.
+    std::filesystem::create_directory(temporaryFolder() / "dw-deploy-notes");
+    Program atWork(dw({"deploy", "large"}));
+    waitForTar(atWork);
+    {
+        Program killed(dw({"deploy", "large"}));
+        killed.waitUntil([this] { return temporaryFiles().size() == 3; });
+        killed.signal(SIGKILL);
+        EXPECT_EQ(killed.waitForEnd().exitCode, 128 + SIGKILL);
+    }
+    ASSERT_EQ(temporaryFiles().size(), 3U) << "what nobody could remove is still there";
+    EXPECT_EQ(runDw({"deploy", "site"}).exitCode, 0);
+    EXPECT_EQ(temporaryFiles().size(), 2U) << "that of the killed one is gone, and that of the one at work is not";
+    EXPECT_THAT(temporaryFiles(), Contains("dw-deploy-notes"));
+    atWork.signal(SIGINT);
+    EXPECT_EQ(atWork.waitForEnd().exitCode, 128 + SIGINT);
+    EXPECT_THAT(temporaryFiles(), testing::ElementsAre("dw-deploy-notes"));
 }
 
 TEST_F(DwInterruption, AfterWhichTheSameFolderIsPublished) {

@@ -86,8 +86,8 @@ TEST_F(DwLibs, WithJsonIsOneObject) {
     EXPECT_EQ(ending.error, "");
     json expected = json::array();
     for (const json& lib : platformsLibs()) {
-        expected.push_back({{"name", lib.at("name")},
-                            {"enabled", lib.at("name") == "toast"},
+        expected.push_back({{"lib", lib.at("name")},
+                            {"on", lib.at("name") == "toast"},
                             {"version", lib.at("manifest").at("version")},
                             {"description", lib.at("manifest").at("description")}});
     }
@@ -160,7 +160,7 @@ TEST_F(DwOddLibs, ShowsAndSwitchesOffOneThatThePlatformNoLongerHas) {
     answer({"gone", "maps"}, {"maps", "charts"});
     EXPECT_EQ(runDw({"libs", "garden"}).output, "maps\ton\t1\td\ncharts\toff\t1\td\ngone\ton\t\t\n");
     EXPECT_EQ(onlyObject(runDw({"libs", "garden", "--json"}).output).at("libs").at(2),
-              (json{{"name", "gone"}, {"enabled", true}, {"version", nullptr}, {"description", nullptr}}));
+              (json{{"lib", "gone"}, {"on", true}, {"version", nullptr}, {"description", nullptr}}));
     server.answer("/api/sites/garden/libs", 200, R"({"site":"garden","libs":["maps"]})");
     EXPECT_EQ(runDw({"libs", "garden", "--disable", "gone"}).output, "maps\ton\t1\td\ncharts\toff\t1\td\n");
 }
@@ -179,7 +179,7 @@ TEST_F(DwOddLibs, BeforeTheOneThatFailsStaySwitched) {
     const Ending ending = runDw({"libs", "garden", "--enable", "maps", "--enable", "charts"});
     EXPECT_EQ(ending.exitCode, 1);
     EXPECT_EQ(ending.output, "");
-    EXPECT_EQ(ending.error, "dw: Too many libraries\n");
+    EXPECT_EQ(ending.error, failureText("api", "Too many libraries"));
     ASSERT_THAT(server.requests("/api/sites/garden/libs"), SizeIs(1)) << "what follows is not tried";
     EXPECT_EQ(server.requests("/api/sites/garden/libs")[0].body, R"({"enabled":true,"lib":"maps"})");
 }

@@ -20,7 +20,7 @@ protected:
         std::vector<std::string> names;
         const json object = onlyObject(runDw({"list", "--json"}).output);
         for (const json& site : object.at("sites")) {
-            names.push_back(site.at("name"));
+            names.push_back(site.at("site"));
         }
         return names;
     }
@@ -74,12 +74,12 @@ TEST_F(DwList, WithJsonHasEverySitesFields) {
     EXPECT_EQ(onlyObject(runDw({"list", "--json"}).output),
               (json{{"ok", true},
                     {"sites",
-                     {{{"name", "site"},
+                     {{{"site", "site"},
                        {"url", "http://site.driftwell.localhost:" + sandbox.port() + "/"},
-                       {"deployedAt", stored.at("deployedAt")},
-                       {"deployedBy", "maya.lindqvist@driftwell.example"},
+                       {"at", stored.at("deployedAt")},
+                       {"by", "maya.lindqvist@driftwell.example"},
                        {"hasPrevious", false},
-                       {"access", "team"}}}}}));
+                       {"mode", "team"}}}}}));
 }
 
 TEST_F(DwList, WhoseReaderHasSeenEnoughEndsQuietly) {

@@ -75,7 +75,7 @@ TEST_F(DwLogin, TellsTheAddressWaitsAndStoresTheToken) {
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.output, "");
     EXPECT_EQ(ending.error, "To sign in to " + host() + ", open this address in a browser on this machine:\n" +
-                                address + "\n✓ Signed in to " + host() +
+                                address + "\nWaiting for the browser…\n✓ Signed in to " + host() +
                                 " as Maya Lindqvist <maya.lindqvist@driftwell.example>\n");
     EXPECT_EQ(runDw({"whoami"}).output, "Maya Lindqvist <maya.lindqvist@driftwell.example>\n");
 }
@@ -110,7 +110,7 @@ TEST_F(DwLogin, OpensTheAddressInTheBrowser) {
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.output, "");
     EXPECT_THAT(ending.error, StartsWith("Sign in to " + host() + " in your browser. If it does not open, go to\n" +
-                                         opened + "\n✓ Signed in to "));
+                                         opened + "\nWaiting for the browser…\n✓ Signed in to "));
 }
 
 TEST_F(DwLogin, WaitsOnAfterAForgedCallback) {
@@ -128,7 +128,7 @@ TEST_F(DwLogin, OfSomebodyOutsideTheTeamSucceeds) {
     Program program(dw({"login", "--no-browser"}));
     signInAt(addressToldBy(program), "sam");
     EXPECT_EQ(program.waitForEnd().exitCode, 0);
-    EXPECT_EQ(runDw({"list"}).error, "dw: Only team members can manage sites\n");
+    EXPECT_EQ(runDw({"list"}).error, failureText("notTeam", "Only team members can manage sites"));
 }
 
 TEST_F(DwLogin, ChangesThePerson) {
@@ -160,7 +160,7 @@ TEST_F(DwLogin, IsInterruptedAtOnceWhileItWaits) {
         const Ending ending = program.waitForEnd();
         EXPECT_EQ(ending.exitCode, 128 + signal);
         EXPECT_EQ(ending.output, "");
-        EXPECT_THAT(ending.error, EndsWith(address + "\ndw: Interrupted\n"));
+        EXPECT_THAT(ending.error, EndsWith(address + "\nWaiting for the browser…\ndw: Interrupted\n"));
     }
     EXPECT_FALSE(std::filesystem::exists(configFile()));
     EXPECT_THAT(ownProcesses(), IsEmpty());
@@ -182,8 +182,7 @@ TEST_F(DwLogin, InterruptedWithJsonIsOneObject) {
     Program program(dw({"login", "--no-browser", "--json"}));
     static_cast<void>(addressToldBy(program));
     program.signal(SIGINT);
-    EXPECT_EQ(onlyObject(program.waitForEnd().output),
-              (json{{"ok", false}, {"error", {{"kind", "interrupted"}, {"message", "Interrupted"}}}}));
+    EXPECT_EQ(onlyObject(program.waitForEnd().output), failureObject("interrupted", "Interrupted"));
 }
 
 TEST_F(DwLogin, InterruptedWhileThePlatformIsAskedKeepsNoToken) {
@@ -240,11 +239,12 @@ TEST_F(DwLogin, WithATokenThatIsRefusedKeepsTheOneBefore) {
     const Ending ending = logInWith("made-up\n");
     EXPECT_EQ(ending.exitCode, 4);
     EXPECT_EQ(ending.output, "");
-    EXPECT_EQ(ending.error, "dw: " + host() + " does not accept this token\n");
+    const std::string hint = "Bring another token, or sign in with the browser: dw login";
+    EXPECT_EQ(ending.error, failureText("unauthenticated", host() + " does not accept this token", hint));
     EXPECT_EQ(storedToken(), token);
     EXPECT_EQ(onlyObject(logInWith("made-up\n", "--json").output),
-              (json{{"ok", false},
-                    {"error", {{"kind", "unauthenticated"}, {"message", host() + " does not accept this token"}}}}));
+              failureObject("unauthenticated", host() + " does not accept this token", hint,
+                            {{"status", 401}, {"host", host()}}));
 }
 
 TEST_F(DwLogin, WithoutTheTokenItShouldReadIsWrongUsage) {
@@ -259,7 +259,8 @@ TEST_F(DwLogin, WithoutTheTokenItShouldReadIsWrongUsage) {
 TEST_F(DwLogin, WithSomethingTooLongForATokenIsWrongUsage) {
     const Ending ending = logInWith(std::string(1'000'000, 'x'));
     EXPECT_EQ(ending.exitCode, 2);
-    EXPECT_EQ(ending.error, "dw: What is on standard input is too long for a token\n");
+    EXPECT_EQ(ending.error, failureText("usage", "What is on standard input is too long for a token",
+                                        "For example: dw login --with-token < FILE"));
 }
 
 TEST_F(DwLogin, WithATokenButNoStandardInputIsAFailure) {
@@ -267,7 +268,7 @@ TEST_F(DwLogin, WithATokenButNoStandardInputIsAFailure) {
     invocation.input = Invocation::Input::Closed;
     const Ending ending = run(invocation);
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_EQ(ending.error, "dw: standard input: Bad file descriptor\n");
+    EXPECT_EQ(ending.error, failureText("system", "standard input: Bad file descriptor"));
 }
 
 TEST_F(DwLogin, WithATokenAsksForItOnATerminalAndDoesNotShowIt) {
@@ -398,7 +399,8 @@ TEST_F(DwLogin, ThatCannotBeStoredIsAFailure) {
     ::chmod((home() / ".config/dw").c_str(), 0500);
     const Ending ending = logInWith(token);
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_THAT(ending.error, MatchesRegex("dw: .*Permission denied\n"));
+    EXPECT_THAT(ending.error,
+                MatchesRegex("dw: .*Permission denied\nLook at who may read and write there \\(ls -l\\)\\.\n"));
     EXPECT_EQ(config(), json::object());
 }
 

@@ -8,6 +8,8 @@ namespace {
 
 using nlohmann::json;
 
+const std::string unusableHint = "Repair the file, or move it away: dw then begins another.";
+
 } // namespace
 
 class DwLogout : public DwFixture {
@@ -62,7 +64,8 @@ TEST_F(DwLogout, ThatCannotBeWrittenIsAFailure) {
     ::chmod((home() / ".config/dw").c_str(), 0500);
     const Ending ending = runDw({"logout"});
     EXPECT_EQ(ending.exitCode, 1);
-    EXPECT_THAT(ending.error, testing::MatchesRegex("dw: .*Permission denied\n"));
+    EXPECT_THAT(ending.error, testing::MatchesRegex(
+                                  "dw: .*Permission denied\nLook at who may read and write there \\(ls -l\\)\\.\n"));
     EXPECT_EQ(config(), signedIn);
 }
 
@@ -87,7 +90,9 @@ TEST_F(DwLogout, FromAFileThatCannotBeUnderstoodIsAFailure) {
     for (const char* command : {"logout", "whoami"}) {
         const Ending ending = runDw({command});
         EXPECT_NE(ending.exitCode, 0);
-        EXPECT_EQ(ending.error, "dw: " + configFile().string() + " cannot be used: It is not a JSON object (line 1)\n");
+        EXPECT_EQ(ending.error,
+                  failureText("system", configFile().string() + " cannot be used: It is not a JSON object (line 1)",
+                              unusableHint));
     }
     setVariable("DW_HOST", "");
     EXPECT_THAT(runDw({"whoami"}).error, testing::HasSubstr("cannot be used"));
@@ -108,11 +113,12 @@ TEST_F(DwLogout, ConcludesNothingFromAFileThatCannotBeRead) {
             const Ending ending = runDw({command, "--json"});
             EXPECT_EQ(ending.exitCode, 1);
             EXPECT_EQ(
-                onlyObject(ending.output).at("error"),
-                (json{{"kind", "system"}, {"message", configFile().string() + " cannot be used: Permission denied"}}));
+                onlyObject(ending.output),
+                failureObject("system", configFile().string() + " cannot be used: Permission denied", unusableHint));
         }
     }
-    EXPECT_EQ(runDw({"host"}).error, "dw: " + configFile().string() + " cannot be used: Permission denied\n");
+    EXPECT_EQ(runDw({"host"}).error,
+              failureText("system", configFile().string() + " cannot be used: Permission denied", unusableHint));
     ::chmod(configFile().c_str(), 0600);
     EXPECT_EQ(config(), signedIn);
 }
@@ -120,10 +126,10 @@ TEST_F(DwLogout, ConcludesNothingFromAFileThatCannotBeRead) {
 TEST_F(DwLogout, IsSaidOnceWhereAFileWasKept) {
     folder(".config/dw", {{"config.json", R"({"host": "sites.example.org",})"}});
     const std::string kept = configFile().string() + ".unreadable";
-    const Ending first = runDw({"host", "other.example.org"});
+    const Ending first = runDw({"host", "other.example.org", "--force"});
     EXPECT_EQ(first.exitCode, 0);
     EXPECT_THAT(first.error, testing::HasSubstr("What it held is kept in " + kept + "\n"));
-    EXPECT_THAT(runDw({"host", "third.example.org"}).error, testing::Not(testing::HasSubstr(kept)));
+    EXPECT_THAT(runDw({"host", "third.example.org", "--force"}).error, testing::Not(testing::HasSubstr(kept)));
 }
 
 } // namespace driftwell::tests

@@ -36,7 +36,8 @@ TEST_F(DwRollback, WithJsonIsOneObject) {
     const Ending ending = runDw({"rollback", "garden", "--json"});
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.error, "");
-    EXPECT_EQ(onlyObject(ending.output), (json{{"ok", true}, {"site", "garden"}, {"url", addressOf("garden")}}));
+    EXPECT_EQ(onlyObject(ending.output),
+              (json{{"ok", true}, {"site", "garden"}, {"url", addressOf("garden")}, {"answered", true}}));
     EXPECT_EQ(sandbox.visit("garden").body, "first");
 }
 
@@ -49,7 +50,7 @@ TEST_F(DwRollback, LeavesOtherSitesAlone) {
 
 TEST_F(DwRollback, OfASiteWithOneVersionIsRefusedInThePlatformsWords) {
     publish("bakery", "only");
-    expectFailure({"rollback", "bakery"}, 1, "api", "“bakery” has no version before this one");
+    expectFailure({"rollback", "bakery"}, 1, "noPrevious", "“bakery” has no version before this one");
     EXPECT_EQ(sandbox.visit("bakery").body, "only");
 }
 

@@ -15,8 +15,18 @@ using Words = std::vector<std::string>;
 constexpr const char* maya = "maya.lindqvist@driftwell.example";
 constexpr const char* sam = "sam@elsewhere.example";
 
-const std::string done = "✓ Changed how garden is shared\n";
+const std::string changed = "✓ Changed how garden is shared\n";
+const std::string forTeam = "Anyone signed in with a team account can open it.\n";
+const std::string forAll = "Anyone with the link can open it, without signing in.\n";
+const std::string shutOut = "The rest of the team can no longer open it. To let the team in again: dw share garden "
+                            "--mode team\n";
 const std::string nothing = "That is how it is already. Nothing was changed.\n";
+
+/// Who can open a restricted site.
+std::string onlyFor(const std::string& others = {}) {
+    return "Only maya.lindqvist@driftwell.example (its owner)" + others + " can open it.\n";
+}
+
 const std::string modeHint = "Invited people matter once the mode is restricted: dw share garden --mode restricted\n";
 
 } // namespace
@@ -61,17 +71,22 @@ TEST_F(DwShare, WithJsonIsOneObject) {
                   {"site", "garden"},
                   {"url", addressOf("garden")},
                   {"mode", "team"},
-                  {"emails", json::array()},
+                  {"invited", json::array()},
                   {"owner", maya},
-                  {"anyoneCanComment", false}};
+                  {"anyoneCanComment", false},
+                  {"whoCanOpen", "Anyone signed in with a team account can open it."},
+                  {"warnings", json::array()}};
     EXPECT_EQ(onlyObject(before.output), expected);
 
     const Ending after = share({"--mode", "restricted", "--invite", "a@b", "--comments", "on", "--json"});
     EXPECT_EQ(after.exitCode, 0);
     EXPECT_EQ(after.error, "");
     expected["mode"] = "restricted";
-    expected["emails"] = {"a@b"};
+    expected["invited"] = {"a@b"};
     expected["anyoneCanComment"] = true;
+    expected["whoCanOpen"] = std::string("Only ") + maya + " (its owner) and a@b can open it.";
+    expected["warnings"] = {"The rest of the team can no longer open it. To let the team in again: dw share garden "
+                            "--mode team"};
     EXPECT_EQ(onlyObject(after.output), expected);
 }
 
@@ -80,7 +95,7 @@ TEST_F(DwShare, AsPublicLetsAnybodyIn) {
     const Ending ending = share({"--mode", "public"});
     EXPECT_EQ(ending.exitCode, 0);
     EXPECT_EQ(ending.output, shown("public", {}, "off"));
-    EXPECT_EQ(ending.error, done);
+    EXPECT_EQ(ending.error, changed + forAll);
     EXPECT_EQ(sandbox.visit("garden").status, 200);
     EXPECT_EQ(sandbox.visit("garden").body, "roses");
 }
@@ -106,7 +121,7 @@ TEST_F(DwShare, AsRestrictedLetsTheOwnerAndTheInvitedIn) {
 
     const Ending invited = share({"--invite", sam});
     EXPECT_EQ(invited.output, shown("restricted", {sam}, "off"));
-    EXPECT_EQ(invited.error, done);
+    EXPECT_EQ(invited.error, changed + onlyFor(std::string(" and ") + sam));
     EXPECT_EQ(sandbox.visitAs("garden", guest).body, "roses");
     EXPECT_EQ(sandbox.visitAs("garden", member).status, 403);
 
@@ -119,6 +134,40 @@ TEST_F(DwShare, InvitesSeveralInSmallLettersWithoutBlanks) {
         share({"--mode", "restricted", "--invite", " Ann@X.example\t", "--invite", sam, "--invite=ANN@x.example"});
     EXPECT_EQ(ending.output, shown("restricted", {"ann@x.example", sam}, "off"));
     EXPECT_EQ(access().at("emails"), (json{"ann@x.example", sam}));
+}
+
+TEST_F(DwShare, InvitesWhoIsNamedBehindTheSite) {
+    const Ending ending = share({"ann@x.example"});
+    EXPECT_EQ(ending.exitCode, 0);
+    EXPECT_EQ(ending.output, shown("team", {"ann@x.example"}, "off"));
+    EXPECT_EQ(ending.error, changed + forTeam + modeHint);
+    EXPECT_EQ(share({"Tom@x.example", sam, "--mode", "restricted"}).error,
+              changed + onlyFor(std::string(", ann@x.example, tom@x.example and ") + sam) + shutOut);
+    EXPECT_EQ(access().at("emails"), (json{"ann@x.example", "tom@x.example", sam}));
+    expectFailure({"share", "garden", "a@b", "--remove", "a@b"}, 2, "usage", "“a@b” is both to be invited and removed",
+                  "Run dw help share.");
+    expectFailure({"share", "garden", "ann"}, 2, "usage", "“ann” is no e-mail address", "Run dw help share.");
+}
+
+TEST_F(DwShare, TakesSeveralAddressesWithCommasBetween) {
+    EXPECT_EQ(share({"a@b,c@d", "--invite", "e@f,", "g@h,"}).exitCode, 0);
+    EXPECT_EQ(access().at("emails"), (json{"e@f", "a@b", "c@d", "g@h"}));
+    EXPECT_EQ(share({"--remove", "a@b, g@h"}).exitCode, 0);
+    EXPECT_EQ(access().at("emails"), (json{"e@f", "c@d"}));
+    expectFailure({"share", "garden", "i@j,ann"}, 2, "usage", "“ann” is no e-mail address", "Run dw help share.");
+    expectFailure({"share", "garden", ","}, 2, "usage", "“,” is no e-mail address", "Run dw help share.");
+    EXPECT_EQ(access().at("emails"), (json{"e@f", "c@d"}));
+}
+
+TEST_F(DwShare, WithJsonWarnsOfInvitationsThatDoNotMatter) {
+    const json object = onlyObject(share({"a@b", "--json"}).output);
+    EXPECT_EQ(object.at("warnings"), json::array({modeHint.substr(0, modeHint.size() - 1)}));
+    EXPECT_EQ(onlyObject(share({"--json"}).output).at("warnings"), json::array());
+}
+
+TEST_F(DwShare, OfManyPeopleSaysHowMany) {
+    EXPECT_EQ(share({"a@b,c@d,e@f,g@h,i@j,k@l", "--mode", "restricted"}).error,
+              changed + onlyFor(" and 6 people who were invited") + shutOut);
 }
 
 TEST_F(DwShare, TakesTheSiteAnywhereAmongTheOptions) {
@@ -146,12 +195,12 @@ TEST_F(DwShare, ChangesOneThingAndLeavesTheRest) {
 }
 
 TEST_F(DwShare, SaysWhenInvitationsDoNotMatterYet) {
-    EXPECT_EQ(share({"--invite", "a@b"}).error, done + modeHint);
-    EXPECT_EQ(share({"--comments", "on"}).error, done);
-    EXPECT_EQ(share({"--mode", "restricted"}).error, done);
-    EXPECT_EQ(share({"--invite", "c@d"}).error, done);
-    EXPECT_EQ(share({"--mode", "public", "--remove", "c@d"}).error, done + modeHint);
-    EXPECT_EQ(share({"--remove", "a@b"}).error, done) << "nobody is left for whom it could matter";
+    EXPECT_EQ(share({"--invite", "a@b"}).error, changed + forTeam + modeHint);
+    EXPECT_EQ(share({"--comments", "on"}).error, changed + forTeam);
+    EXPECT_EQ(share({"--mode", "restricted"}).error, changed + onlyFor(" and a@b") + shutOut);
+    EXPECT_EQ(share({"--invite", "c@d"}).error, changed + onlyFor(", a@b and c@d"));
+    EXPECT_EQ(share({"--mode", "public", "--remove", "c@d"}).error, changed + forAll + modeHint);
+    EXPECT_EQ(share({"--remove", "a@b"}).error, changed + forAll) << "nobody is left for whom it could matter";
 }
 
 TEST_F(DwShare, AsItIsAlreadyChangesNothing) {
@@ -162,7 +211,7 @@ TEST_F(DwShare, AsItIsAlreadyChangesNothing) {
         const Ending ending = share(options);
         EXPECT_EQ(ending.exitCode, 0);
         EXPECT_EQ(ending.output, shown("team", {"a@b"}, "on"));
-        EXPECT_EQ(ending.error, nothing);
+        EXPECT_EQ(ending.error, nothing + forTeam);
     }
     EXPECT_EQ(sandbox.get("/api/logs/garden").at("entries").size(), lines) << "nothing was sent";
 }
@@ -171,7 +220,7 @@ TEST_F(DwShare, OfSomebodyToRemoveWhoIsNotInvitedChangesNothing) {
     ASSERT_EQ(share({"--invite", "ann@b"}).exitCode, 0);
     const json before = access();
     expectFailure({"share", "garden", "--mode", "public", "--remove", "anne@b", "--comments", "on"}, 2, "usage",
-                  "“anne@b” is not invited. Nothing was changed.");
+                  "“anne@b” is not invited. Nothing was changed.", "dw share SITE shows who is.");
     EXPECT_EQ(access(), before);
 }
 
@@ -231,13 +280,16 @@ protected:
 TEST_F(DwOddShare, WithoutARecordIsTheTeams) {
     answerSite(nullptr);
     EXPECT_EQ(runDw({"share", "garden"}).output, "address\thttp://garden.test/\nmode\tteam\ncomments\toff\n");
-    EXPECT_EQ(onlyObject(runDw({"share", "garden", "--json"}).output), (json{{"ok", true},
-                                                                             {"site", "garden"},
-                                                                             {"url", "http://garden.test/"},
-                                                                             {"mode", "team"},
-                                                                             {"emails", json::array()},
-                                                                             {"owner", nullptr},
-                                                                             {"anyoneCanComment", false}}));
+    EXPECT_EQ(onlyObject(runDw({"share", "garden", "--json"}).output),
+              (json{{"ok", true},
+                    {"site", "garden"},
+                    {"url", "http://garden.test/"},
+                    {"mode", "team"},
+                    {"invited", json::array()},
+                    {"owner", nullptr},
+                    {"anyoneCanComment", false},
+                    {"whoCanOpen", "Anyone signed in with a team account can open it."},
+                    {"warnings", json::array()}}));
 }
 
 TEST_F(DwOddShare, SendsOnlyWhatChanges) {

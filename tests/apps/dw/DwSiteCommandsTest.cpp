@@ -1,11 +1,6 @@
-#include "support/SystemError.h"
-#include "support/UniqueFd.h"
+#include "tests/apps/dw/DeafPort.h"
 #include "tests/apps/dw/DwSiteFixture.h"
 #include "tests/support/PlatformServer.h"
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 #include <csignal>
 
@@ -70,31 +65,12 @@ struct ScriptedPlatform {
         const json lib{{"name", "toast"}, {"moduleUrl", ""}, {"skillUrl", ""}, {"manifest", manifest}};
         server.answer("/api/sites", 200, json{{"sites", {site}}}.dump());
         server.answer("/api/libs", 200, json{{"libs", {lib}}}.dump());
+        server.answer("/api/me", 200, "null");
     }
 
     [[nodiscard]] std::string address() const { return "http://localhost:" + std::to_string(server.port()); }
 
     PlatformServer server;
-};
-
-/// A port that nobody listens on and nobody else takes.
-class DeafPort {
-public:
-    DeafPort() : m_socket(checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket")) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        checked(::bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), length), "bind");
-        checked(::getsockname(m_socket.get(), reinterpret_cast<sockaddr*>(&address), &length), "getsockname");
-        m_port = std::to_string(ntohs(address.sin_port));
-    }
-
-    [[nodiscard]] const std::string& port() const { return m_port; }
-
-private:
-    UniqueFd m_socket;
-    std::string m_port;
 };
 
 } // namespace
@@ -212,6 +188,10 @@ TEST_F(DwSiteCommands, OfAPlatformThatAnswersOddlyEndWithOne) {
 
 TEST_F(DwSiteCommands, OfAPlatformThatHangsUpEndWithFive) {
     for (const SiteCommand& command : commandsOn("garden")) {
+        // What became of these is asked for; see DwUnansweredTest.cpp.
+        if (command.words.front() == "rollback" || command.words.front() == "delete") {
+            continue;
+        }
         SCOPED_TRACE(line(command.words));
         ScriptedPlatform platform;
         useHost(platform.address());
@@ -259,8 +239,7 @@ TEST_F(DwSiteCommands, AreInterruptedAtOnce) {
             const Ending ending = program.waitForEnd();
             EXPECT_EQ(ending.exitCode, 128 + signal);
             EXPECT_EQ(ending.error, "");
-            EXPECT_EQ(onlyObject(ending.output),
-                      (json{{"ok", false}, {"error", {{"kind", "interrupted"}, {"message", "Interrupted"}}}}));
+            EXPECT_EQ(onlyObject(ending.output), failureObject("interrupted", "Interrupted"));
             EXPECT_THAT(ownProcesses(), IsEmpty());
         }
     }
@@ -302,9 +281,12 @@ TEST_F(DwSiteCommandsSignIn, WithoutATokenEndWithFourBeforeAnythingIsSent) {
 
 TEST_F(DwSiteCommandsSignIn, WithATokenThatIsRefusedEndWithFour) {
     setVariable("DW_TOKEN", "made-up");
+    const std::string host = "127.0.0.1:" + sandbox.port();
     for (const SiteCommand& command : commandsOn("garden")) {
         SCOPED_TRACE(line(command.words));
-        expectFailure(command.words, 4, "unauthenticated", "Not signed in", "Sign in: dw login");
+        expectFailure(command.words, 4, "unauthenticated", host + " does not accept DW_TOKEN",
+                      "Put a token into DW_TOKEN that " + host +
+                          " accepts, or sign in without it: unset DW_TOKEN, then dw login");
     }
     EXPECT_EQ(sandbox.sites(), before);
 }
@@ -313,7 +295,8 @@ TEST_F(DwSiteCommandsSignIn, OfSomebodyOutsideTheTeamEndWithFourInThePlatformsWo
     setVariable("DW_TOKEN", sandbox.signIn("sam"));
     for (const SiteCommand& command : commandsOn("garden")) {
         SCOPED_TRACE(line(command.words));
-        expectFailure(command.words, 4, "notTeam", "Only team members can manage sites");
+        expectFailure(command.words, 4, "notTeam", "Only team members can manage sites",
+                      "Ask the team to add whom DW_TOKEN belongs to, or use another token.");
     }
     EXPECT_EQ(sandbox.sites(), before);
 }
@@ -367,7 +350,8 @@ TEST_F(DwPresentFolder, IsNotDecidedFromASessionFileThatCannotBeRead) {
     std::filesystem::permissions(configFile(), std::filesystem::perms::none);
     for (const char* command : {"open", "logs", "history"}) {
         SCOPED_TRACE(command);
-        expectFailure({command}, 1, "system", configFile().string() + " cannot be used: Permission denied");
+        expectFailure({command}, 1, "system", configFile().string() + " cannot be used: Permission denied",
+                      "Repair the file, or move it away: dw then begins another.");
     }
     std::filesystem::permissions(configFile(), std::filesystem::perms::owner_all);
 }
@@ -378,7 +362,8 @@ TEST_F(DwPresentFolder, IsNotDecidedFromAFolderThatCannotBeRead) {
     std::filesystem::permissions(home() / "locked", std::filesystem::perms::none);
     for (const char* command : {"open", "logs", "history"}) {
         SCOPED_TRACE(command);
-        expectFailure({command}, 1, "system", locked.string() + " cannot be read: Permission denied");
+        expectFailure({command}, 1, "system", locked.string() + " cannot be read: Permission denied",
+                      "Look at who may read and write there (ls -l).");
     }
     std::filesystem::permissions(home() / "locked", std::filesystem::perms::owner_all);
 }
@@ -410,7 +395,9 @@ TEST_F(DwPresentFolder, WithSeveralSitesNeedsANamedOne) {
     ASSERT_EQ(runDw({"deploy", "garden", "--name", "roses"}).exitCode, 0);
     const Ending ending = runIn(home() / "garden", {"logs"});
     EXPECT_EQ(ending.exitCode, 2);
-    EXPECT_EQ(ending.error, "dw: The present folder was published as “garden”, “roses”, so one must be named\n");
+    EXPECT_EQ(ending.error,
+              failureText("usage", "The present folder was published as “garden”, “roses”, so one must be named",
+                          "Name one of them behind the command."));
     EXPECT_EQ(runIn(home() / "garden", {"logs", "roses"}).exitCode, 0);
 }
 

@@ -12,6 +12,8 @@ struct Refusal {
     std::string message;
 };
 
+const std::string wayOutOfAName = "Choose a name: dw deploy FOLDER --name NAME";
+
 } // namespace
 
 /// Names are looked at before anything is sent, so a dry run shows them all.
@@ -141,13 +143,12 @@ TEST_F(DwSiteName, ThatBreaksARuleIsRefusedInTheWordsOfThatRule) {
         const Ending ending = runDw({"deploy", "site", "--name=" + refusal.name});
         EXPECT_EQ(ending.exitCode, 2);
         EXPECT_EQ(ending.output, "");
-        EXPECT_EQ(ending.error, "dw: " + refusal.message + '\n');
+        EXPECT_EQ(ending.error, failureText("usage", refusal.message, wayOutOfAName));
 
         const Ending withJson = runDw({"deploy", "site", "--json", "--name=" + refusal.name});
         EXPECT_EQ(withJson.exitCode, 2);
         EXPECT_EQ(withJson.error, "");
-        EXPECT_EQ(onlyObject(withJson.output),
-                  (json{{"ok", false}, {"error", {{"kind", "usage"}, {"message", refusal.message}}}}));
+        EXPECT_EQ(onlyObject(withJson.output), failureObject("usage", refusal.message, wayOutOfAName));
     }
 }
 
@@ -155,7 +156,7 @@ TEST_F(DwSiteName, ThatIsEmptyIsRefused) {
     folder("site", {{"index.html", "x"}});
     const Ending ending = runDw({"deploy", "site", "--name", ""});
     EXPECT_EQ(ending.exitCode, 2);
-    EXPECT_EQ(ending.error, "dw: A site needs a name\n");
+    EXPECT_EQ(ending.error, failureText("usage", "A site needs a name", wayOutOfAName));
 }
 
 TEST_F(DwSiteName, ThatWasDerivedAndBreaksARuleIsRefusedWithAWayOut) {

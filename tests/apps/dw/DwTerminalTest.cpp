@@ -1,6 +1,9 @@
 #include "tests/apps/dw/DwFixture.h"
+#include "tests/support/PlatformServer.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 namespace driftwell::tests {
 
@@ -52,7 +55,8 @@ TEST_F(DwTerminal, ClearsTheStagesBeforeAFailure) {
     useHost(failing.address());
     const std::string received = shown({"deploy", "site"});
     EXPECT_THAT(received, HasSubstr("Packing…"));
-    EXPECT_THAT(screen(received), ElementsAre("dw: This failure was asked for with --fail"));
+    EXPECT_THAT(screen(received), ElementsAre("dw: This failure was asked for with --fail",
+                                              "The same command with --verbose shows what was asked and answered."));
 }
 
 TEST_F(DwTerminal, OnStandardErrorAloneLeavesStandardOutputToTheAddress) {
@@ -93,17 +97,55 @@ TEST_F(DwTerminal, ThatObeysNoSequencesGetsNone) {
         setVariable("TERM", kind);
         const std::string received = shown({"deploy", "site"});
         EXPECT_THAT(received, Not(HasSubstr(escape)));
-        EXPECT_THAT(received, Not(HasSubstr("Packing")));
+        EXPECT_THAT(received, HasSubstr("Packing…\r\nUploading…\r\nPublishing…\r\n"));
         EXPECT_THAT(received, HasSubstr("✓ site is live"));
         EXPECT_THAT(shown({"deploy", "nowhere"}), Not(HasSubstr(escape)));
     }
 }
 
-TEST_F(DwTerminal, ThatIsNoneGetsNoSequenceAndNoStage) {
+TEST_F(DwTerminal, ThatIsNoneGetsNoSequenceAndALineForEachStage) {
     const Ending ending = runDw({"deploy", "site"});
     EXPECT_THAT(ending.output + ending.error, Not(HasSubstr(escape)));
-    EXPECT_THAT(ending.error, Not(HasSubstr("…")));
+    EXPECT_THAT(ending.error,
+                MatchesRegex("Packing…\nUploading…\nPublishing…\n✓ site is live: 1 file, 1 byte in .* m?s\n"));
     EXPECT_THAT(runDw({"deploy", "nowhere"}).error, Not(HasSubstr(escape)));
+    for (const char* option : {"--quiet", "--json"}) {
+        EXPECT_EQ(runDw({"deploy", "site", option}).error, "") << option;
+    }
+}
+
+TEST_F(DwTerminal, SaysWhomItWaitsForAndTakesItAway) {
+    PlatformServer server;
+    server.answer("/api/me", 200, "null");
+    server.answer("/api/sites", 200, R"({"sites":[]})");
+    useHost("http://localhost:" + std::to_string(server.port()));
+    const std::string host = "localhost:" + std::to_string(server.port());
+    for (const char* option : {"--verbose", "--quiet"}) {
+        PlatformServer::Hold hold = server.holdAnswer("/api/sites");
+        Invocation invocation = dw({"list", option});
+        invocation.terminal = Invocation::Terminal::All;
+        Program program(invocation);
+        program.waitUntil([&hold] { return hold.arrived(); });
+        const bool isQuiet = std::string(option) == "--quiet";
+        if (!isQuiet) {
+            program.waitUntil(
+                [&] { return program.soFar().terminal.find("Asking " + host + "…") != std::string::npos; });
+        }
+        hold.release();
+        const Ending ending = program.waitForEnd();
+        EXPECT_EQ(ending.exitCode, 0);
+        for (const std::string& line : screen(ending.terminal)) {
+            EXPECT_THAT(line, Not(HasSubstr("Asking")));
+        }
+        EXPECT_EQ(ending.terminal.find("Asking") == std::string::npos, isQuiet);
+    }
+    // To a program nothing is said of it.
+    PlatformServer::Hold hold = server.holdAnswer("/api/sites");
+    Program program(dw({"list"}));
+    program.waitUntil([&hold] { return hold.arrived(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(600));
+    hold.release();
+    EXPECT_THAT(program.waitForEnd().error, Not(HasSubstr("Asking")));
 }
 
 TEST_F(DwTerminal, IsNotObeyedByAFoldersName) {

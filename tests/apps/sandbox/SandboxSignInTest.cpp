@@ -231,6 +231,16 @@ TEST_F(SandboxSignIn, aCookieIsGoodForItsSiteOnly) {
     EXPECT_EQ(getAs(cookie.substr(cookie.find('=') + 1), "/api/me").status, 401);
 }
 
+TEST_F(SandboxSignIn, aProgramLooksAtASiteForThePersonWhoseTokenItBrings) {
+    ASSERT_EQ(deploy(sandbox, "one", pageArchive("1"), tokenOf(sandbox, maya)).status, 200);
+    const auto look = [this](const std::string& token) {
+        return HttpRequest("GET", sandbox.siteUrl("one", "/")).header("Authorization", "Bearer " + token).send();
+    };
+    EXPECT_EQ(look(tokenOf(sandbox, maya)).body, visitAgain("one", visit("one", maya)).body);
+    EXPECT_EQ(look(tokenOf(sandbox, outsider)).status, 403);
+    EXPECT_EQ(look("made-up").status, 302);
+}
+
 TEST_F(SandboxSignIn, aTicketIsGoodForItsSiteOnly) {
     const std::string token = tokenOf(sandbox, maya);
     ASSERT_EQ(deploy(sandbox, "one", pageArchive("1"), token).status, 200);

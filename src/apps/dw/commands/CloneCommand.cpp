@@ -1,5 +1,4 @@
 #include "apps/dw/Command.h"
-#include "apps/dw/JsonValues.h"
 #include "apps/dw/KnownSites.h"
 #include "apps/dw/LinkedFolders.h"
 #include "collab/AgentScaffold.h"
@@ -10,6 +9,22 @@
 namespace driftwell::dw {
 
 namespace {
+
+struct ClonedSite {
+    SiteInfo info;
+    std::filesystem::path folder;
+    bool hasAgentFiles = false;
+};
+
+const JsonTable<ClonedSite>& cloneTable() {
+    static const auto table = JsonTable<ClonedSite>()
+                                  .add("site", "the site", [](const ClonedSite& site) { return site.info.name; })
+                                  .add("url", "its address", [](const ClonedSite& site) { return site.info.url; })
+                                  .add("folder", "the folder that is now linked to it", &ClonedSite::folder)
+                                  .add("hasAgentFiles", "whether what coding agents have to know was written there",
+                                       &ClonedSite::hasAgentFiles);
+    return table;
+}
 
 /// The folder to be made, absolute. Throws WrongUsage for one that has something in it.
 std::filesystem::path freshFolder(const std::string& typed) {
@@ -34,7 +49,7 @@ public:
             .site(m_site)
             .argument({"FOLDER", "The folder to make (default: the site's name)", {Candidates::Kind::Folders}},
                       m_folder)
-            .json("`site`, `url`, `folder`, `agentFiles`")
+            .json(cloneTable)
             .example("dw clone launch", "Make the folder launch of the site launch")
             .example("dw clone launch drafts/launch", "Make it elsewhere");
     }
@@ -49,17 +64,14 @@ public:
         const std::optional<QString> failure =
             co_await CollabEngine::clone(site.info.name, folder, access, context->stop);
         if (failure) {
-            throw FailedCommand(gitFailure(*failure));
+            throw FailedCommand(
+                gitFailure(*failure, QStringLiteral("Nothing is left of the folder: dw clone can be run again.")));
         }
         context->client->store().saveFolder(site.info.name, folder);
         const bool hasAgentFiles =
             co_await AgentScaffold::write(folder, access, Bundle::ofRunningProgram().helpers(), context->stop);
         context->reporter.line(folder.string());
-        context->reporter.object({{"ok", true},
-                                  {"site", site.info.name.toStdString()},
-                                  {"url", site.info.url.toStdString()},
-                                  {"folder", folder.string()},
-                                  {"agentFiles", hasAgentFiles}});
+        context->reporter.object(cloneTable(), {site.info, folder, hasAgentFiles});
         context->reporter.success(
             QStringLiteral("%1 is linked to its folder. Publish changes with dw deploy from there.")
                 .arg(site.info.name));

@@ -1,8 +1,18 @@
 #include "apps/dw/Command.h"
-#include "apps/dw/JsonValues.h"
 #include "apps/dw/KnownSites.h"
 
 namespace driftwell::dw {
+
+namespace {
+
+const JsonTable<CollabToggleResponse>& collabTable() {
+    static const auto table = JsonTable<CollabToggleResponse>()
+                                  .add("site", "the site", &CollabToggleResponse::site)
+                                  .add("on", "whether it is edited together now", &CollabToggleResponse::enabled);
+    return table;
+}
+
+} // namespace
 
 class CollabCommand final : public PlatformCommand {
 public:
@@ -10,7 +20,7 @@ public:
         command.command("collab", "Switch editing a site together on or off", CommandGroup::Share)
             .argument({"STATE", "on or off", {Candidates::Kind::Words, {"on", "off"}}, "“on” or “off”"}, m_state)
             .site(m_site)
-            .json("`site`, `enabled`")
+            .json(collabTable)
             .example("dw collab on launch", "Keep the site launch in git, so that several people can edit it")
             .example("dw collab off launch", "Publish it by uploads alone; its history and linked folders stay");
     }
@@ -23,7 +33,7 @@ public:
         const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
         const CollabToggleResponse answer =
             co_await context->client->setCollab(site.config, site.info.name, m_state == "on", context->stop);
-        context->reporter.object({{"ok", answer.ok}, {"site", answer.site.toStdString()}, {"enabled", answer.enabled}});
+        context->reporter.object(collabTable(), answer);
         context->reporter.success(
             answer.enabled
                 ? QStringLiteral("%1 can be edited together. Get a copy of it with dw clone %1").arg(answer.site)

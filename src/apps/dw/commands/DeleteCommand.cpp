@@ -1,12 +1,24 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/KnownSites.h"
 #include "apps/dw/LineInput.h"
-
-#include <nlohmann/json.hpp>
+#include "apps/dw/UnansweredChange.h"
 
 namespace driftwell::dw {
 
 namespace {
+
+struct Deletion {
+    QString site;
+    bool isAnswered = true;
+};
+
+const JsonTable<Deletion>& deletionTable() {
+    static const auto table =
+        JsonTable<Deletion>()
+            .add("site", "the site that is gone", &Deletion::site)
+            .add("answered", "whether the platform said so, or was asked for it afterwards", &Deletion::isAnswered);
+    return table;
+}
 
 Task<> askForName(std::shared_ptr<Context> context, QString name) {
     Reporter& reporter = context->reporter;
@@ -18,8 +30,7 @@ Task<> askForName(std::shared_ptr<Context> context, QString name) {
         reporter.answered();
     }
     if (!typed || QString::fromStdString(*typed).trimmed() != name) {
-        throw FailedCommand(
-            {"notConfirmed", QStringLiteral("Not confirmed. Nothing was deleted."), {}, ExitCode::Failed});
+        throw FailedCommand({ErrorKind::NotConfirmed, QStringLiteral("Not confirmed. Nothing was deleted.")});
     }
 }
 
@@ -34,7 +45,7 @@ public:
             .option({"--confirm", "NAME", "The site's name once more, so that nothing is asked"}, m_confirmation)
             .flag({"--yes", "", "Ask nothing", {}, "-y"}, m_isSure)
             .exclude("--confirm", "--yes")
-            .json("`site`")
+            .json(deletionTable)
             .example("dw delete launch", "Ask for the name, then delete the site launch")
             .example("dw delete launch --confirm launch", "Delete it from a script");
     }
@@ -45,14 +56,35 @@ public:
         if (!m_confirmation && !m_isSure) {
             co_await askForName(context, site.info.name);
         }
-        const DeleteSiteResponse response =
-            co_await context->client->deleteSite(site.config, site.info.name, context->stop);
-        context->reporter.object({{"ok", response.ok}, {"site", response.site.toStdString()}});
-        context->reporter.success(QStringLiteral("%1 is deleted").arg(response.site));
+        std::optional<PlatformError> unanswered;
+        try {
+            const DeleteSiteResponse response =
+                co_await context->client->deleteSite(site.config, site.info.name, context->stop);
+            report(context->reporter, response.site, true);
+            context->reporter.success(QStringLiteral("%1 is deleted").arg(response.site));
+        } catch (const PlatformError& failure) {
+            unanswered = failure;
+        }
+        if (unanswered) {
+            SentChange change{.kind = SentChange::Kind::Deletion,
+                              .site = site.info.name,
+                              .config = site.config,
+                              .isEarlierKnown = true,
+                              .earlier = site.info,
+                              .person = {}};
+            const ChangeOutcome outcome = co_await requireMade(context, change, *unanswered);
+            report(context->reporter, site.info.name, false);
+            reportMade(context->reporter, QStringLiteral("%1 is deleted").arg(site.info.name),
+                       unanswered->description());
+        }
         co_return ExitCode::Done;
     }
 
 private:
+    static void report(Reporter& reporter, const QString& site, bool isAnswered) {
+        reporter.object(deletionTable(), {site, isAnswered});
+    }
+
     /// Refuses a deletion that nobody could confirm, before anything is sent.
     void requireConfirmable(const Reporter& reporter) const {
         const QString hint = QStringLiteral("Run dw help delete.");

@@ -1,30 +1,40 @@
 #include "apps/dw/ChosenName.h"
 #include "apps/dw/Command.h"
 #include "apps/dw/FolderCaution.h"
-#include "apps/dw/JsonValues.h"
 #include "apps/dw/LinkedFolders.h"
+#include "apps/dw/PublicationTables.h"
 #include "apps/dw/Texts.h"
 #include "apps/dw/TypedFolder.h"
+#include "apps/dw/UnansweredChange.h"
 #include "collab/FolderGuard.h"
 #include "core/Catalog.h"
 #include "core/Collaboration.h"
 #include "core/Connection.h"
 #include "core/Deployments.h"
+#include "core/Format.h"
 #include "core/Gates.h"
 #include "core/UserDefaults.h"
 #include "deploy/Deploy.h"
 #include "deploy/DeployResult.h"
 #include "deploy/FolderScan.h"
+#include "deploy/PackingFailure.h"
 #include "platform/PlatformError.h"
 #include "support/Cancellation.h"
 #include "support/OwnThread.h"
 
+#include <algorithm>
 #include <chrono>
 #include <system_error>
 
 namespace driftwell::dw {
 
 namespace {
+
+/// How a person wants it published.
+struct Manner {
+    bool mustBeNew = false;
+    bool isChecked = false;
+};
 
 bool hasVersionControl(const std::filesystem::path& folder) {
     std::error_code error;
@@ -61,30 +71,6 @@ void reportUnreadable(Reporter& reporter, const FolderScan::Unreadable& unreadab
     }
 }
 
-Json jsonOf(const FolderScan::Unreadable& unreadable) {
-    return {{"count", unreadable.count}, {"names", unreadable.names}};
-}
-
-Json jsonOf(const FolderScan::LeftOut& leftOut) {
-    return {{"hidden", leftOut.hidden},
-            {"links", leftOut.links},
-            {"dependencies", leftOut.dependencies},
-            {"agentFiles", leftOut.agentFiles},
-            {"special", leftOut.special}};
-}
-
-/// What else was found, in the object of a deployment or of a dry run; null where the folder could not be looked at.
-void addFindings(Json& object, const std::optional<DeployFlow::Findings>& findings) {
-    if (!findings) {
-        object["leftOut"] = nullptr;
-        object["warnings"] = nullptr;
-        return;
-    }
-    object["leftOut"] = jsonOf(findings->leftOut);
-    const QString warning = findings->startPage.text();
-    object["warnings"] = warning.isEmpty() ? Json::array() : Json::array({warning.toStdString()});
-}
-
 void reportFindings(Reporter& reporter, const DeployFlow::Findings& findings) {
     for (const QString& text : {findings.leftOut.text(), findings.startPage.text()}) {
         if (!text.isEmpty()) {
@@ -93,30 +79,81 @@ void reportFindings(Reporter& reporter, const DeployFlow::Findings& findings) {
     }
 }
 
-Task<ExitCode> showFiles(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+/// "Maya Lindqvist’s version of 2026-03-01 10:02", as far as the platform tells.
+QString versionText(const Replaced& replaced) {
+    const bool isTold = replaced.by && !replaced.by->isEmpty();
+    const QString version =
+        isTold ? QStringLiteral("%1’s version").arg(Format::actor(*replaced.by)) : QStringLiteral("the version");
+    return replaced.at ? QStringLiteral("%1 of %2").arg(version, localTimeText(*replaced.at))
+                       : version + QStringLiteral(" that is there");
+}
+
+std::optional<Replaced> replacedBy(const std::optional<SiteInfo>& site) {
+    return site ? std::optional(Replaced{site->deployedAt, site->deployedBy}) : std::nullopt;
+}
+
+[[noreturn]] void refuseExisting(const SiteInfo& site, const PlatformConfig& config) {
+    throw FailedCommand({ErrorKind::SiteExists,
+                         QStringLiteral("There is a site “%1” on %2 already").arg(site.name, config.host()),
+                         QStringLiteral("Choose another name with --name, or leave out --new to replace it.")});
+}
+
+/// The site as the platform lists it; absent where it does not. Throws as PlatformClient::sites().
+Task<std::optional<SiteInfo>> listedSite(PlatformConfig config, QString name, std::shared_ptr<Context> context) {
+    const KnownBytes nothing;
+    const Fetched<SitesResponse> answer = co_await context->client->sites(config, nothing, context->stop);
+    const QList<SiteInfo>& sites = answer.record->sites;
+    const auto found =
+        std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
+    std::optional<SiteInfo> site;
+    if (found != sites.end()) {
+        site = *found;
+    }
+    co_return site;
+}
+
+/// What a deployment would take the place of. A platform is needed only for who wants to be sure of a new site.
+Task<std::optional<Replaced>> replacedInRehearsal(QString name, bool mustBeNew, std::shared_ptr<Context> context) {
+    try {
+        const PlatformConfig config = requireSignIn(*context->client);
+        const std::optional<SiteInfo> site = co_await listedSite(config, name, context);
+        if (site && mustBeNew) {
+            refuseExisting(*site, config);
+        }
+        co_return replacedBy(site);
+    } catch (const PlatformError&) {
+        if (mustBeNew) {
+            throw;
+        }
+    }
+    co_return std::nullopt;
+}
+
+Task<ExitCode> showFiles(std::filesystem::path folder, QString name, bool mustBeNew, std::shared_ptr<Context> context) {
     const auto work = [folder, stop = context->stop] {
         return FolderScan::scan(folder, stop);
     };
     const FolderScan files = co_await runOnOwnThread(work, context->stop);
     requireFiles(files);
-    Json entries = Json::array();
+    // What is linked is not packed.
+    const std::optional<PackingFailure> unpackable =
+        hasVersionControl(folder) ? std::nullopt : findUnpackableName(files);
+    if (unpackable) {
+        throw PlatformError::ofFolder(unpackable->text).with(unpackable->reason);
+    }
+    const std::optional<Replaced> replaced = co_await replacedInRehearsal(name, mustBeNew, context);
     for (std::size_t i = 0; i < files.paths.size(); ++i) {
-        const std::int64_t size = files.attributes[i].size;
-        entries.push_back({{"path", files.paths[i]}, {"size", size}});
-        context->reporter.line(QStringLiteral("%1  ").arg(sizeText(size), 10).toStdString() + files.paths[i]);
+        context->reporter.line(QStringLiteral("%1  ").arg(sizeText(files.attributes[i].size), 10).toStdString() +
+                               files.paths[i]);
     }
     const DeployFlow::Findings findings{files.leftOut, StartPage::of(files)};
-    Json object = {{"ok", true},
-                   {"dryRun", true},
-                   {"site", name.toStdString()},
-                   {"bytes", files.byteCount},
-                   {"files", files.fileCount},
-                   {"unreadable", jsonOf(files.unreadable)}};
-    addFindings(object, findings);
-    object["entries"] = std::move(entries);
-    context->reporter.object(object);
+    context->reporter.object(rehearsalTable(),
+                             {name, replaced, {files.byteCount, files.fileCount, files.unreadable, findings}, files});
     context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
                                   .arg(countText(files.fileCount), sizeText(files.byteCount), name));
+    if (replaced) {
+        context->reporter.message(QStringLiteral("It would replace %1.").arg(versionText(*replaced)));
+    }
     reportUnreadable(context->reporter, files.unreadable);
     reportFindings(context->reporter, findings);
     co_return ExitCode::Done;
@@ -129,24 +166,33 @@ bool mayBeLinked(const std::filesystem::path& folder, const QString& name, const
     return hasVersionControl(folder) || (remembered != folders.end() && hasVersionControl(remembered->second));
 }
 
-/// What the platform says of the site before it is published: whether it may be linked, and, where no answer comes
-/// afterwards, what tells whether it was published.
-Task<> learnSite(Catalog& catalog, PlatformConfig config, std::filesystem::path folder, QString name,
-                 std::shared_ptr<Context> context) {
+/// What the platform says of the site before it is published: whether it is there, whether it may be linked, and, where
+/// no answer comes afterwards, what tells whether it was published. Throws FailedCommand for a site that is there and
+/// must not be.
+Task<std::optional<SiteInfo>> learnSite(Catalog& catalog, PlatformConfig config, std::filesystem::path folder,
+                                        QString name, bool mustBeNew, std::shared_ptr<Context> context) {
     const KnownBytes nothing;
     Fetched<SitesResponse> sites;
     try {
         sites = co_await context->client->sites(config, nothing, context->stop);
     } catch (const PlatformError&) {
         // Without it, what became of a deployment that is not answered stays unknown.
-        if (mayBeLinked(folder, name, context->client->store())) {
+        if (mustBeNew || mayBeLinked(folder, name, context->client->store())) {
             throw;
         }
-        co_return;
+        co_return std::nullopt;
     }
     // Of this one alone: nothing is to be done here with the folders of others.
     sites.record->sites.removeIf([&name](const SiteInfo& site) { return site.name != name; });
+    std::optional<SiteInfo> site;
+    if (!sites.record->sites.isEmpty()) {
+        site = sites.record->sites.front();
+    }
+    if (site && mustBeNew) {
+        refuseExisting(*site, config);
+    }
     catalog.store(std::move(sites));
+    co_return site;
 }
 
 /// Throws why a deployment has gone without success and without a failure of its own.
@@ -166,24 +212,27 @@ Task<> nothingFollows(QString, std::stop_token) {
 
 void showNothing(const std::filesystem::path&) {}
 
-void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success) {
+Publication publicationOf(const DeployFlow& flow, const DeployFlow::Success& success) {
+    const DeployResponse& response = success.response;
+    Content content{response.bytes, response.files, flow.unreadable(), flow.findings()};
+    Publication publication{response.site, response.url, std::nullopt, std::move(content), success.isMerged};
+    publication.skipped = response.skipped;
+    publication.sent = success.sentFiles.value_or(response.files + response.skipped);
+    const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow.finishedAt() - *flow.startedAt());
+    publication.seconds = static_cast<double>(duration.count()) / 1000.0;
+    return publication;
+}
+
+/// Of a platform that did not answer, and has published it.
+Publication unansweredPublication(const DeployFlow& flow, const QString& url) {
+    Content content{flow.byteCount().value_or(0), flow.fileCount().value_or(0), flow.unreadable(), flow.findings()};
+    return {flow.siteName(), url, std::nullopt, std::move(content)};
+}
+
+void tellSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success) {
     const DeployResponse& response = success.response;
     const std::int64_t sent = success.sentFiles.value_or(response.files + response.skipped);
     const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow.finishedAt() - *flow.startedAt());
-    reporter.line(response.url.toStdString());
-    Json object = {{"ok", response.ok},
-                   {"site", response.site.toStdString()},
-                   {"url", response.url.toStdString()},
-                   {"bytes", response.bytes},
-                   {"files", response.files},
-                   {"skipped", response.skipped},
-                   {"sent", sent},
-                   {"answered", true},
-                   {"merged", success.isMerged},
-                   {"unreadable", jsonOf(flow.unreadable())}};
-    addFindings(object, flow.findings());
-    object["seconds"] = static_cast<double>(duration.count()) / 1000.0;
-    reporter.object(object);
     if (success.isMerged) {
         reporter.success(QStringLiteral("%1 is live: merged with what the platform has, in %2")
                              .arg(response.site, durationText(duration)));
@@ -202,23 +251,37 @@ void reportSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow:
     reportUnreadable(reporter, flow.unreadable());
 }
 
-/// The platform did not answer, and has published it.
-void reportUnanswered(Reporter& reporter, const DeployFlow& flow, const QString& failure, const QString& url) {
-    reporter.line(url.toStdString());
-    Json object = {{"ok", true},
-                   {"site", flow.siteName().toStdString()},
-                   {"url", url.toStdString()},
-                   {"bytes", flow.byteCount().value_or(0)},
-                   {"files", flow.fileCount().value_or(0)},
-                   {"answered", false},
-                   {"merged", false},
-                   {"unreadable", jsonOf(flow.unreadable())}};
-    addFindings(object, flow.findings());
-    reporter.object(object);
-    reporter.success(QStringLiteral("%1 is live all the same: %2").arg(flow.siteName(), failure));
+Task<SiteCheck> checkAddress(QString url, PlatformConfig config, std::shared_ptr<Context> context) {
+    context->reporter.progress(QStringLiteral("Asking %1…").arg(url));
+    const auto visit = [client = context->client.get(), config, url](std::stop_token stop) {
+        return client->visit(config, url, stop);
+    };
+    co_return co_await askUntilItAnswers(visit, context->sleep, context->stop);
 }
 
-Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_ptr<Context> context) {
+/// The end of a deployment that has made a site live.
+Task<ExitCode> conclude(Publication publication, PlatformConfig config, Manner manner,
+                        std::shared_ptr<Context> context) {
+    Reporter& reporter = context->reporter;
+    if (publication.replaced) {
+        reporter.message(QStringLiteral("It replaced %1.").arg(versionText(*publication.replaced)));
+    }
+    if (manner.isChecked) {
+        const SiteCheck check = co_await checkAddress(publication.url, config, context);
+        if (!check.isWell()) {
+            throw FailedCommand({ErrorKind::NotAnswering,
+                                 QStringLiteral("%1 is live, and its address does not answer well, asked for %2: %3")
+                                     .arg(publication.site, durationText(check.duration), check.text),
+                                 QStringLiteral("Look at it: dw info %1").arg(publication.site)});
+        }
+        reporter.message(QStringLiteral("%1 It took %2.").arg(check.text, durationText(check.duration)));
+        publication.check = check;
+    }
+    reporter.object(publicationTable(), publication);
+    co_return ExitCode::Done;
+}
+
+Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner, std::shared_ptr<Context> context) {
     // Before packing, which can take a while: is there a platform, and does it know us?
     const PlatformConfig config = requireConfig(*context->client);
     const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
@@ -227,8 +290,8 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     Connection connection(*context->client, catalog);
     // The platform that was asked gets the site, whatever is configured meanwhile.
     connection.use(config);
-    Task<> learning = learnSite(catalog, config, folder, name, context);
-    co_await learning;
+    Task<std::optional<SiteInfo>> learning = learnSite(catalog, config, folder, name, manner.mustBeNew, context);
+    const std::optional<SiteInfo> earlier = co_await learning;
     if (identity) {
         connection.enter(config, *identity);
     }
@@ -236,6 +299,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     Collaboration collaboration(*context->client, connection, catalog, gates, showNothing);
     Deployments::Surroundings surroundings;
     surroundings.followUp = nothingFollows;
+    surroundings.sleep = context->sleep;
     surroundings.linkedRoad = collaboration.linkedRoad();
     Deployments deployments(*context->client, connection, catalog, std::move(surroundings));
     deployments.beginDeploy(folder);
@@ -245,8 +309,13 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     }
     flow->setSiteName(name);
     Reporter& reporter = context->reporter;
+    const bool isMerge =
+        earlier && earlier->collab && earlier->collab->enabled && mayBeLinked(folder, name, context->client->store());
+    if (earlier && !isMerge) {
+        reporter.message(QStringLiteral("This replaces %1.").arg(versionText(*replacedBy(earlier))));
+    }
     const auto showStage = [flow = flow.get(), &reporter] {
-        reporter.progress(stageText(flow->stage()));
+        reporter.progress(stageText(flow->stage()), stageName(flow->stage()));
     };
     QObject::connect(flow.get(), &DeployFlow::stageChanged, flow.get(), showStage);
     const auto showFindings = [flow = flow.get(), &reporter] {
@@ -256,9 +325,9 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
         }
     };
     QObject::connect(flow.get(), &DeployFlow::findingsChanged, flow.get(), showFindings);
-    const auto showQuestion = [flow = flow.get(), &reporter, host = config.host()] {
+    const auto showQuestion = [flow = flow.get(), &reporter, config] {
         if (flow->isOutcomeAsked()) {
-            reporter.progress(QStringLiteral("No answer; asking %1 what became of it…").arg(host));
+            reporter.progress(outcomeQuestionText(config));
         }
     };
     QObject::connect(flow.get(), &DeployFlow::outcomeChanged, flow.get(), showQuestion);
@@ -271,21 +340,28 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, std::shared_p
     const DeployFlow::Phase phase = flow->phase();
     if (const auto* const failed = std::get_if<DeployFlow::Failure>(&phase)) {
         const std::optional<ChangeOutcome> outcome = flow->outcome();
-        if (outcome && outcome->kind == ChangeOutcome::Kind::Done) {
-            reportUnanswered(reporter, *flow, failed->message, outcome->url);
-            co_return ExitCode::Done;
+        const CommandFailure failure = commandFailure(failed->message, failed->kind, failed->details);
+        if (!outcome) {
+            throw FailedCommand(failure);
         }
-        const CommandFailure plain = commandFailure(failed->message, failed->kind);
-        const CommandFailure failure = outcome ? unansweredFailure(plain, name, *outcome) : plain;
-        reporter.failure(failure);
-        co_return failure.exitCode;
+        requireMade(failure, SentChange::Kind::Deployment, name, *outcome);
+        Publication publication = unansweredPublication(*flow, outcome->url);
+        publication.replaced = replacedBy(earlier);
+        reporter.line(outcome->url.toStdString());
+        reportMade(reporter, QStringLiteral("%1 is live").arg(flow->siteName()), failed->message);
+        co_return co_await conclude(publication, config, manner, context);
     }
     const auto* const success = std::get_if<DeployFlow::Success>(&phase);
     if (success == nullptr) {
         failClosed(collaboration, name, config);
     }
-    reportSuccess(reporter, *flow, *success);
-    co_return ExitCode::Done;
+    Publication publication = publicationOf(*flow, *success);
+    if (!success->isMerged) {
+        publication.replaced = replacedBy(earlier);
+    }
+    reporter.line(success->response.url.toStdString());
+    tellSuccess(reporter, *flow, *success);
+    co_return co_await conclude(publication, config, manner, context);
 }
 
 } // namespace
@@ -298,14 +374,14 @@ public:
                       m_folder)
             .option({"--name", "NAME", "The site's name (default: the one before, or the folder's)", {}, "-n"}, m_name)
             .flag({"--dry-run", "", "List the files that would go up and send nothing"}, m_dryRun)
+            .flag({"--new", "", "Publish only if there is no site of this name yet"}, m_manner.mustBeNew)
+            .flag({"--check", "", "Then ask the address until it answers, for a minute at most"}, m_manner.isChecked)
             .flag({"--anyway", "", "Publish also a folder that holds your home folder"}, m_anyway)
-            .json(
-                "`site`, `url`, `bytes`, `files`, `skipped`, `sent`, `answered`, `merged`, `unreadable`: `count`, "
-                "`names`, `leftOut`: `hidden`, `links`, `dependencies`, `agentFiles`, `special`, `warnings` and "
-                "`seconds`; with `--dry-run`, `dryRun`, `site`, `bytes`, `files`, `unreadable`, `leftOut`, `warnings`, "
-                "`entries`: each `path`, `size`")
+            .json(publicationTable)
+            .json(rehearsalTable, "With `--dry-run`")
             .example("dw deploy", "Publish the present folder under its own name, or to its linked site")
-            .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch");
+            .example("dw deploy ./dist --name launch", "Publish the folder dist as the site launch")
+            .example("dw deploy ./dist --name launch --check", "The same, and see that its address answers");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
@@ -320,9 +396,9 @@ public:
         Task<QString> choosing = chosenName(m_name, linked, folder, context);
         const QString name = co_await choosing;
         if (m_dryRun) {
-            co_return co_await showFiles(folder, name, context);
+            co_return co_await showFiles(folder, name, m_manner.mustBeNew, context);
         }
-        co_return co_await publish(folder, name, context);
+        co_return co_await publish(folder, name, m_manner, context);
     }
 
 private:
@@ -330,6 +406,7 @@ private:
     std::string m_folder = ".";
     std::optional<std::string> m_name;
     bool m_dryRun = false;
+    Manner m_manner;
     bool m_anyway = false;
 };
 

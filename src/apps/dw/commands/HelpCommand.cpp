@@ -1,9 +1,16 @@
 #include "apps/dw/Command.h"
+#include "apps/dw/JsonSchema.h"
 #include "apps/dw/Manual.h"
 #include "apps/dw/Program.h"
 #include "apps/dw/Reference.h"
 
 namespace driftwell::dw {
+
+namespace {
+
+constexpr const char* jsonTopic = "json";
+
+} // namespace
 
 class HelpCommand final : public TextCommand {
 public:
@@ -13,12 +20,15 @@ public:
         OptionRecord manual{"--man", "", "Print the manual page"};
         manual.hidden = true;
         command.command("help", "Print help, for all commands or for one", CommandGroup::Start)
-            .argument({"COMMAND", "The command", {Candidates::Kind::Commands}}, m_topic)
+            .argument(
+                {"COMMAND", "The command, or json for what --json prints", {Candidates::Kind::Commands, {jsonTopic}}},
+                m_topic)
             .flag(reference, m_reference)
             .flag(manual, m_manual)
             .exclude("--reference", "--man")
             .example("dw help deploy", "Print what deploy takes")
-            .example("dw help", "Print all commands, variables and exit codes");
+            .example("dw help", "Print all commands, variables and exit codes")
+            .example("dw help json", "Print what every command prints with --json, as a JSON Schema");
     }
 
     std::string text(const Program& program) const override {
@@ -27,6 +37,9 @@ public:
         }
         if (m_manual) {
             return manualPage(program.record());
+        }
+        if (m_topic == jsonTopic) {
+            return jsonSchemaDocument(program.record());
         }
         return m_topic.empty() ? program.help() : program.help(m_topic);
     }

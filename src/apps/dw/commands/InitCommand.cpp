@@ -26,11 +26,10 @@ File guideIn(const AgentFolder& folder, const std::string& guide) {
         return {guideFile, withSection(folder.read(guideFile), guide)};
     } catch (const BrokenMarkers& broken) {
         throw FailedCommand(
-            {"system",
+            {ErrorKind::System,
              QStringLiteral("%1: %2. Nothing was written.")
                  .arg(QString::fromStdString(guideFile.string()), QString::fromUtf8(broken.what())),
-             QStringLiteral("Complete the pair of lines “<!-- dw init: … -->”, or remove what is left."),
-             ExitCode::Failed});
+             QStringLiteral("Complete the pair of lines “<!-- dw init: … -->”, or remove what is left.")});
     }
 }
 
@@ -83,12 +82,33 @@ mode_t permissionsOfNewFiles() {
     return all & ~taken;
 }
 
+struct Outcome {
+    std::optional<QString> platform;
+    std::vector<File> files;
+};
+
+const JsonTable<File>& fileTable() {
+    static const auto table =
+        JsonTable<File>()
+            .add("path", "a file", &File::path)
+            .add("state", "what became of it", [](const File& file) { return stateWord(file.renewal.state); })
+            .words({"written", "renewed", "unchanged", "kept"});
+    return table;
+}
+
+const JsonTable<Outcome>& initTable() {
+    static const auto table = JsonTable<Outcome>()
+                                  .add("host", "the platform that they name, with its scheme", &Outcome::platform)
+                                  .add("entries", "the files for coding agents", fileTable(), &Outcome::files);
+    return table;
+}
+
 void report(Reporter& reporter, const std::vector<File>& files, const std::optional<QString>& platform) {
     Rows rows({{"path", QStringLiteral("FILE")}, {"state", QStringLiteral("STATE")}});
     for (const File& file : files) {
-        rows.add({{"path", file.path.string()}, {"state", stateWord(file.renewal.state)}});
+        rows.add(fileTable().object(file));
     }
-    reporter.object({{"ok", true}, {"platform", orNull(platform)}, {"files", rows.array()}});
+    reporter.object(initTable(), {platform, files});
     rows.print(reporter);
     for (const File& file : files) {
         if (file.renewal.state == Renewal::State::Kept) {
@@ -108,7 +128,7 @@ class InitCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
         command.command("init", "Tell coding agents in the present folder how to use dw", CommandGroup::Agents)
-            .json("`platform`, `files`: each `path`, `state` (`written`, `renewed`, `unchanged`, `kept`)")
+            .json(initTable)
             .example("dw init", "Write the folder skills and a section of CLAUDE.md, which are never published")
             .example("dw init --json", "The same, and report what became of each file to a program");
     }

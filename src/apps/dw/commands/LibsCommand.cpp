@@ -60,25 +60,44 @@ void requireLibraries(const QList<Switch>& switches, const QList<Library>& libra
         const bool known = std::any_of(libraries.cbegin(), libraries.cend(),
                                        [&change](const Library& library) { return library.name == change.lib; });
         if (!known) {
-            throw FailedCommand({"noLibrary",
+            throw FailedCommand({ErrorKind::NoLibrary,
                                  QStringLiteral("There is no library “%1” on %2").arg(change.lib, platform),
-                                 QStringLiteral("dw libs %1 shows the libraries.").arg(site), ExitCode::Failed});
+                                 QStringLiteral("dw libs %1 shows the libraries.").arg(site)});
         }
     }
 }
 
+struct SiteLibraries {
+    QString site;
+    QList<Library> libraries;
+};
+
+const JsonTable<Library>& libraryTable() {
+    static const auto table = JsonTable<Library>()
+                                  .add("lib", "the library", &Library::name)
+                                  .add("on", "whether the site uses it", &Library::on)
+                                  .add("version", "the version that the platform has", &Library::version)
+                                  .add("description", "what it is for", &Library::description);
+    return table;
+}
+
+const JsonTable<SiteLibraries>& librariesTable() {
+    static const auto table = JsonTable<SiteLibraries>()
+                                  .add("site", "the site", &SiteLibraries::site)
+                                  .add("libs", "the platform's libraries, and those that only the site still names",
+                                       libraryTable(), &SiteLibraries::libraries);
+    return table;
+}
+
 void print(Reporter& reporter, const SiteInfo& site, const QList<Library>& libraries) {
-    Rows rows({{"name", QStringLiteral("LIBRARY")},
-               {"enabled", QStringLiteral("STATE")},
+    Rows rows({{"lib", QStringLiteral("LIBRARY")},
+               {"on", QStringLiteral("STATE")},
                {"version", QStringLiteral("VERSION")},
                {"description", QStringLiteral("DESCRIPTION"), Table::Shrink::Cut}});
     for (const Library& library : libraries) {
-        rows.add({{"name", library.name.toStdString()},
-                  {"enabled", library.on},
-                  {"version", orNull(library.version)},
-                  {"description", orNull(library.description)}});
+        rows.add(libraryTable().object(library));
     }
-    reporter.object({{"ok", true}, {"site", site.name.toStdString()}, {"libs", rows.array()}});
+    reporter.object(librariesTable(), {site.name, libraries});
     rows.print(reporter);
     if (rows.isEmpty()) {
         reporter.message(QStringLiteral("The platform has no shared libraries."));
@@ -113,7 +132,7 @@ public:
                         m_enable)
             .repeatable({"--disable", "LIB", "Switch a library off, once for each", {Candidates::Kind::Libraries}},
                         m_disable)
-            .json("`site`, `libs`: each `name`, `enabled`, `version`, `description`")
+            .json(librariesTable)
             .example("dw libs launch", "List the libraries and whether the site launch uses them")
             .example("dw libs launch --enable toast --disable theme", "Switch one on and another off");
     }

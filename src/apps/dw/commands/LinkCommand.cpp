@@ -1,5 +1,4 @@
 #include "apps/dw/Command.h"
-#include "apps/dw/JsonValues.h"
 #include "apps/dw/KnownSites.h"
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/TypedFolder.h"
@@ -14,7 +13,7 @@ public:
             .argument({"FOLDER", "The folder to link (default: the present one)", {Candidates::Kind::Folders}},
                       m_folder)
             .option({"--name", "SITE", "The site", {Candidates::Kind::Sites}, "-n"}, m_site)
-            .json("`site`, `url`, `folder`")
+            .json(linkedSiteTable)
             .example("dw link --name launch", "Link the present folder to the site launch")
             .example("dw link ./dist --name launch", "Link the folder dist");
     }
@@ -28,18 +27,18 @@ public:
         requireGit();
         const SiteOnPlatform site = co_await requireNamedSite(context, *m_site);
         requireCollab(site.info);
+        context->reporter.progress(QStringLiteral("Linking…"));
         const Git::Access access = Git::Access::of(site.config, context->client->store());
         const std::optional<QString> failure =
             co_await CollabEngine::link(site.info.name, folder, access, context->stop);
         if (failure) {
-            throw FailedCommand(gitFailure(*failure));
+            throw FailedCommand(gitFailure(
+                *failure,
+                QStringLiteral("Or make a folder of the site beside it: dw clone %1 FOLDER").arg(site.info.name)));
         }
         context->client->store().saveFolder(site.info.name, folder);
         context->reporter.line(folder.string());
-        context->reporter.object({{"ok", true},
-                                  {"site", site.info.name.toStdString()},
-                                  {"url", site.info.url.toStdString()},
-                                  {"folder", folder.string()}});
+        context->reporter.object(linkedSiteTable(), {folder, site.config, site.info, access});
         context->reporter.success(
             QStringLiteral("%1 is linked to the folder. dw status shows what differs.").arg(site.info.name));
         co_return ExitCode::Done;

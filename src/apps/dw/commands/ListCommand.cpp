@@ -1,4 +1,5 @@
 #include "apps/dw/Command.h"
+#include "apps/dw/KnownSites.h"
 #include "apps/dw/Rows.h"
 #include "apps/dw/Texts.h"
 #include "core/SiteLists.h"
@@ -7,18 +8,34 @@ namespace driftwell::dw {
 
 namespace {
 
+const JsonTable<SiteInfo>& siteTable() {
+    static const auto table =
+        JsonTable<SiteInfo>()
+            .add("site", "its name", &SiteInfo::name)
+            .add("url", "its address", &SiteInfo::url)
+            .add("at", "when it was deployed last", &SiteInfo::deployedAt)
+            .add("by", "who deployed it last", &SiteInfo::deployedBy)
+            .add("hasPrevious", "whether there is a version to roll back to", &SiteInfo::hasPrevious)
+            .add("mode", "who may open it",
+                 [](const SiteInfo& site) { return rawValue(site.access.value_or(SiteAccess::teamDefault()).mode); })
+            .words(accessModeWords());
+    return table;
+}
+
+const JsonTable<QList<SiteInfo>>& listTable() {
+    static const auto table =
+        JsonTable<QList<SiteInfo>>().add("sites", "the team's sites, the latest deployment first", siteTable(),
+                                         [](const QList<SiteInfo>& sites) { return sites; });
+    return table;
+}
+
 Rows rowsOf(const QList<SiteInfo>& sites) {
-    Rows rows({{"name", QStringLiteral("NAME"), Table::Shrink::Cut},
+    Rows rows({{"site", QStringLiteral("NAME"), Table::Shrink::Cut},
                {"url", QStringLiteral("ADDRESS")},
-               {"deployedAt", QStringLiteral("DEPLOYED"), Table::Shrink::Drop, localTimeText},
-               {"deployedBy", QStringLiteral("BY"), Table::Shrink::Drop}});
+               {"at", QStringLiteral("DEPLOYED"), Table::Shrink::Drop, localTimeText},
+               {"by", QStringLiteral("BY"), Table::Shrink::Drop}});
     for (const SiteInfo& site : sites) {
-        rows.add({{"name", site.name.toStdString()},
-                  {"url", site.url.toStdString()},
-                  {"deployedAt", orNull(site.deployedAt)},
-                  {"deployedBy", orNull(site.deployedBy)},
-                  {"hasPrevious", site.hasPrevious},
-                  {"access", rawValue(site.access.value_or(SiteAccess::teamDefault()).mode).toStdString()}});
+        rows.add(siteTable().object(site));
     }
     return rows;
 }
@@ -30,7 +47,7 @@ public:
     void define(Definition& command) override {
         command.command("list", "List the team's sites, the latest deployment first", CommandGroup::Look)
             .alias("ls")
-            .json("`sites`: each `name`, `url`, `deployedAt`, `deployedBy`, `hasPrevious`, `access`")
+            .json(listTable)
             .example("dw list", "Show a table; in a pipe, a line for each site with tabs between its fields")
             .example("dw list | cut -f 1", "Print the names alone");
     }
@@ -39,8 +56,9 @@ public:
         const PlatformConfig config = requireConfig(*context->client);
         co_await requireIdentity(*context->client, config, context->stop);
         const Fetched<SitesResponse> answer = co_await context->client->sites(config, {}, context->stop);
-        const Rows rows = rowsOf(filteredSites(answer.record->sites, {}, SortOrder::MostRecent));
-        context->reporter.object({{"ok", true}, {"sites", rows.array()}});
+        const QList<SiteInfo> sites = filteredSites(answer.record->sites, {}, SortOrder::MostRecent);
+        context->reporter.object(listTable(), sites);
+        const Rows rows = rowsOf(sites);
         rows.print(context->reporter);
         if (rows.isEmpty()) {
             context->reporter.message(

@@ -1,14 +1,26 @@
 #include "apps/dw/Command.h"
+#include "apps/dw/PlainHttp.h"
 #include "apps/dw/TokenInput.h"
 #include "desktop/XdgOpen.h"
 #include "platform/PlatformError.h"
 #include "support/Sleep.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
 
 namespace {
+
+/// A platform without accounts.
+struct NoAccount {
+    QString host;
+};
+
+const JsonTable<NoAccount>& noAccountTable() {
+    static const auto table =
+        JsonTable<NoAccount>()
+            .add("host", "the platform", &NoAccount::host)
+            .add("local", "whether it runs on this machine", [](const NoAccount&) { return true; });
+    return table;
+}
 
 /// Whether the platform takes whoever uses this machine for signed in.
 Task<bool> needsNoAccount(PlatformConfig config, std::shared_ptr<Context> context) {
@@ -27,7 +39,7 @@ Task<bool> needsNoAccount(PlatformConfig config, std::shared_ptr<Context> contex
 }
 
 ExitCode reportNoAccount(const PlatformConfig& config, Reporter& reporter) {
-    reporter.object({{"ok", true}, {"host", config.host().toStdString()}, {"local", true}});
+    reporter.object(noAccountTable(), {config.host()});
     reporter.message(QStringLiteral("%1 runs on this machine and has no accounts: there is nothing to sign in to.")
                          .arg(config.host()));
     return ExitCode::Done;
@@ -75,7 +87,8 @@ public:
             .flag({"--no-browser", "", "Print the address to open, and open nothing"}, m_noBrowser)
             .flag({"--with-token", "", "Sign in with a token from standard input"}, m_withToken)
             .exclude("--no-browser", "--with-token")
-            .json("`host`, `name`, `email`, `handle`; where there are no accounts, `host` and `local`")
+            .json(signedInTable)
+            .json(noAccountTable, "Where there are no accounts")
             .example("dw login", "Open the platform's sign-in page and wait for it to come back")
             .example("dw login --with-token < token.txt", "Sign in with the token in the first line of a file");
     }
@@ -91,31 +104,32 @@ public:
         if (co_await needsNoAccount(config, context)) {
             co_return reportNoAccount(config, reporter);
         }
-        const std::optional<Identity> identity = co_await signIn(config, context);
-        if (!identity) {
-            throw FailedCommand({"unauthenticated",
-                                 QStringLiteral("%1 does not accept this token").arg(config.host()),
-                                 {},
-                                 ExitCode::NotAllowed});
+        if (const std::optional<QString> warning = plainHttpWarning(config)) {
+            reporter.noticeOnce(*warning);
         }
-        reporter.object(identityObject(*identity, config));
-        reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.host(), identityText(*identity)));
+        const Identity identity = co_await signIn(config, context);
+        reporter.object(signedInTable(), {config.host(), identity});
+        reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.host(), identityText(identity)));
         co_return ExitCode::Done;
     }
 
 private:
-    /// Absent when the platform does not accept the token.
-    Task<std::optional<Identity>> signIn(PlatformConfig config, std::shared_ptr<Context> context) const {
+    Task<Identity> signIn(PlatformConfig config, std::shared_ptr<Context> context) const {
+        if (m_withToken) {
+            co_return co_await signInWithToken(config, context);
+        }
         try {
-            if (m_withToken) {
-                co_return co_await signInWithToken(config, context);
-            }
             co_return co_await signInWithBrowser(!m_noBrowser, config, context);
         } catch (const PlatformError& failure) {
             if (failure.kind() != PlatformError::Kind::Unauthenticated) {
                 throw;
             }
-            co_return std::nullopt;
+            CommandFailure refused{
+                ErrorKind::Unauthenticated,
+                QStringLiteral("%1 does not accept the token that the browser brought").arg(config.host()),
+                QStringLiteral("Try once more: dw login")};
+            refused.details = failure.details();
+            throw FailedCommand(refused);
         }
     }
 

@@ -1,14 +1,28 @@
 #include "apps/dw/Command.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
+
+namespace {
+
+struct SignedOut {
+    QString host;
+    bool wasSignedIn = false;
+};
+
+const JsonTable<SignedOut>& signedOutTable() {
+    static const auto table = JsonTable<SignedOut>()
+                                  .add("host", "the platform", &SignedOut::host)
+                                  .add("wasSignedIn", "whether a token was stored until now", &SignedOut::wasSignedIn);
+    return table;
+}
+
+} // namespace
 
 class LogoutCommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
         command.command("logout", "Sign out of the platform", CommandGroup::Start)
-            .json("`host`, `wasSignedIn`")
+            .json(signedOutTable)
             .example("dw logout", "Forget the token of the platform in use")
             .example("dw logout --json", "The same, and report whether anybody was signed in");
     }
@@ -25,7 +39,7 @@ public:
         } else {
             reporter.message(QStringLiteral("You were not signed in to %1.").arg(config.host()));
         }
-        reporter.object({{"ok", true}, {"host", config.host().toStdString()}, {"wasSignedIn", wasSignedIn}});
+        reporter.object(signedOutTable(), {config.host(), wasSignedIn});
         if (environmentHasToken()) {
             reporter.message(QStringLiteral("DW_TOKEN is set and still signs you in."));
         }

@@ -3,9 +3,17 @@
 #include "core/WebAddress.h"
 #include "desktop/XdgOpen.h"
 
-#include <nlohmann/json.hpp>
-
 namespace driftwell::dw {
+
+namespace {
+
+const JsonTable<SiteInfo>& addressTable() {
+    static const auto table =
+        JsonTable<SiteInfo>().add("site", "the site", &SiteInfo::name).add("url", "its address", &SiteInfo::url);
+    return table;
+}
+
+} // namespace
 
 class OpenCommand final : public PlatformCommand {
 public:
@@ -13,7 +21,7 @@ public:
         command.command("open", "Open a site in the browser and print its address", CommandGroup::Look)
             .optionalSite(m_site)
             .flag({"--print", "", "Print the address, and open nothing"}, m_onlyPrint)
-            .json("`site`, `url`")
+            .json(addressTable)
             .example("dw open", "Open the site that the present folder was published as")
             .example("dw open launch", "Open the site launch")
             .example("dw open launch --print", "Print its address alone");
@@ -32,7 +40,7 @@ public:
         if (!m_onlyPrint && !xdgOpen(*address)) {
             throw std::runtime_error("Could not start xdg-open");
         }
-        context->reporter.object({{"ok", true}, {"site", site.name.toStdString()}, {"url", site.url.toStdString()}});
+        context->reporter.object(addressTable(), site);
         co_return ExitCode::Done;
     }
 

@@ -1,5 +1,4 @@
 #include "apps/dw/Command.h"
-#include "apps/dw/JsonValues.h"
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/TypedFolder.h"
 #include "collab/CollabPrompts.h"
@@ -8,15 +7,48 @@ namespace driftwell::dw {
 
 namespace {
 
+struct Taken {
+    LinkedSite linked;
+    CollabEngine::Side side;
+};
+
+const JsonTable<Taken>& takenTable() {
+    static const auto table =
+        JsonTable<Taken>()
+            .add("site", "the site", [](const Taken& taken) { return taken.linked.info.name; })
+            .add("url", "its address", [](const Taken& taken) { return taken.linked.info.url; })
+            .add("folder", "the folder that is linked to it", [](const Taken& taken) { return taken.linked.folder; })
+            .add("taken", "the side that is live now",
+                 [](const Taken& taken) { return taken.side == CollabEngine::Side::Ours ? "mine" : "theirs"; })
+            .words({"mine", "theirs"});
+    return table;
+}
+
+struct Instruction {
+    LinkedSite linked;
+    QStringList files;
+    QString prompt;
+};
+
+const JsonTable<Instruction>& instructionTable() {
+    static const auto table =
+        JsonTable<Instruction>()
+            .add("site", "the site", [](const Instruction& instruction) { return instruction.linked.info.name; })
+            .add("folder", "the folder that is linked to it",
+                 [](const Instruction& instruction) { return instruction.linked.folder; })
+            .add("files", "the files in conflict", &Instruction::files)
+            .add("prompt", "what to tell a coding agent", &Instruction::prompt);
+    return table;
+}
+
 FailedCommand nothingToResolve(const LinkedSite& linked, const std::optional<CollabState>& state) {
     const bool isRepaired = state && state->kind == CollabState::Kind::Resolved;
     return FailedCommand(
-        {"noConflict",
+        {ErrorKind::NoConflict,
          isRepaired ? QStringLiteral("All files of the merge are clean")
                     : QStringLiteral("No merge waits in %1").arg(QString::fromStdString(linked.folder.string())),
          isRepaired ? QStringLiteral("Publish it: dw deploy")
-                    : QStringLiteral("dw status shows how the folder stands."),
-         ExitCode::Failed});
+                    : QStringLiteral("dw status shows how the folder stands.")});
 }
 
 } // namespace
@@ -32,8 +64,8 @@ public:
             .exclude("--mine", "--theirs")
             .exclude("--mine", "--prompt")
             .exclude("--theirs", "--prompt")
-            .json("`site`, `url`, `folder`, `taken` (`mine`, `theirs`); with `--prompt`, `site`, `folder`, `files`, "
-                  "`prompt`")
+            .json(takenTable)
+            .json(instructionTable, "With `--prompt`")
             .example("dw resolve --prompt", "Print how to repair the files, for an agent in the present folder")
             .example("dw resolve --theirs", "Take what others published where both changed a file");
     }
@@ -56,25 +88,19 @@ private:
     static Task<ExitCode> printPrompt(std::shared_ptr<Context> context, LinkedSite linked,
                                       std::optional<CollabState> state) {
         QString prompt;
-        Json files = Json::array();
+        QStringList files;
         if (state && state->kind == CollabState::Kind::Conflict) {
             const std::optional<QString> counterpart =
                 co_await CollabEngine::mergeCounterpart(linked.folder, context->stop);
             prompt = CollabPrompts::conflict(linked.folder, state->files, counterpart);
-            for (const QString& file : state->files) {
-                files.push_back(file.toStdString());
-            }
+            files = state->files;
         } else if (state && state->kind == CollabState::Kind::NeedsAttention) {
             prompt = CollabPrompts::needsAttention(linked.folder, state->text);
         } else {
             throw nothingToResolve(linked, state);
         }
         context->reporter.line(prompt.toStdString());
-        context->reporter.object({{"ok", true},
-                                  {"site", linked.info.name.toStdString()},
-                                  {"folder", linked.folder.string()},
-                                  {"files", files},
-                                  {"prompt", prompt.toStdString()}});
+        context->reporter.object(instructionTable(), {linked, files, prompt});
         co_return ExitCode::Done;
     }
 
@@ -91,11 +117,7 @@ private:
             co_await CollabEngine::resolveTaking(side, linked.folder, linked.access, identity, context->stop);
         co_await requireSuccess(outcome, linked, context->stop);
         context->reporter.line(linked.info.url.toStdString());
-        context->reporter.object({{"ok", true},
-                                  {"site", linked.info.name.toStdString()},
-                                  {"url", linked.info.url.toStdString()},
-                                  {"folder", linked.folder.string()},
-                                  {"taken", m_mine ? "mine" : "theirs"}});
+        context->reporter.object(takenTable(), {linked, side});
         context->reporter.success(QStringLiteral("%1 is live").arg(linked.info.name));
         co_return ExitCode::Done;
     }

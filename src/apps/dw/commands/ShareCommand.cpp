@@ -1,3 +1,4 @@
+#include "apps/dw/AccessTexts.h"
 #include "apps/dw/Command.h"
 #include "apps/dw/KnownSites.h"
 #include "apps/dw/Rows.h"
@@ -24,16 +25,25 @@ struct Wishes {
     std::optional<bool> anyoneCanComment;
 };
 
+/// What is typed with commas between stands for several addresses, as people write a list of them.
+QStringList partsOf(const QString& typed) {
+    QStringList parts = typed.split(u',');
+    parts.removeIf([](const QString& part) { return part.trimmed().isEmpty(); });
+    return parts.isEmpty() ? QStringList(typed) : parts;
+}
+
 /// The addresses of an option, each once and as it is invited. Throws WrongUsage for what is none.
 QStringList addresses(const std::vector<std::string>& typed) {
     QStringList result;
     for (const std::string& text : typed) {
-        const QString address = invitedAddress(QString::fromStdString(text));
-        if (!address.contains(u'@')) {
-            throw WrongUsage(QStringLiteral("“%1” is no e-mail address").arg(QString::fromStdString(text)), helpHint);
-        }
-        if (!result.contains(address)) {
-            result += address;
+        for (const QString& part : partsOf(QString::fromStdString(text))) {
+            const QString address = invitedAddress(part);
+            if (!address.contains(u'@')) {
+                throw WrongUsage(QStringLiteral("“%1” is no e-mail address").arg(part), helpHint);
+            }
+            if (!result.contains(address)) {
+                result += address;
+            }
         }
     }
     return result;
@@ -59,7 +69,8 @@ QList<QString> invitedAfter(const SiteAccess& before, const Invitations& invitat
     SiteAccess after = before;
     for (const QString& address : invitations.remove) {
         if (after.emails.removeIf([&address](const QString& email) { return invitedAddress(email) == address; }) == 0) {
-            throw WrongUsage(QStringLiteral("“%1” is not invited. Nothing was changed.").arg(address));
+            throw WrongUsage(QStringLiteral("“%1” is not invited. Nothing was changed.").arg(address),
+                             QStringLiteral("dw share SITE shows who is."));
         }
     }
     for (const QString& address : invitations.invite) {
@@ -104,37 +115,65 @@ Rows rowsOf(const SiteInfo& site, const SiteAccess& access) {
     return rows;
 }
 
-void print(Reporter& reporter, const SiteInfo& site, const SiteAccess& access) {
-    Json emails = Json::array();
-    for (const QString& email : access.emails) {
-        emails.push_back(email.toStdString());
+struct SharedSite {
+    SiteInfo info;
+    SiteAccess access;
+    QStringList warnings;
+};
+
+const JsonTable<SharedSite>& shareTable() {
+    static const auto table =
+        JsonTable<SharedSite>()
+            .add("site", "the site", [](const SharedSite& site) { return site.info.name; })
+            .add("url", "its address", [](const SharedSite& site) { return site.info.url; })
+            .add("mode", "who may open it", [](const SharedSite& site) { return rawValue(site.access.mode); })
+            .words(accessModeWords())
+            .add("invited", "the e-mail addresses of the people invited",
+                 [](const SharedSite& site) { return site.access.emails; })
+            .add("owner", "the e-mail address of its owner", [](const SharedSite& site) { return site.access.owner; })
+            .add("anyoneCanComment", "whether everyone with access can comment, not just the team",
+                 [](const SharedSite& site) { return site.access.anyoneCanComment.value_or(false); })
+            .add("whoCanOpen", "who can open it now, as a sentence",
+                 [](const SharedSite& site) { return whoCanOpen(site.access); })
+            .add("warnings", "what may not be meant so", &SharedSite::warnings);
+    return table;
+}
+
+/// What a change has done that may not be meant so.
+QStringList warningsOf(const SharedSite& site, const Change& change) {
+    QStringList warnings;
+    const bool isRestricted = site.access.mode == SiteAccessMode::Restricted;
+    if (change.emails && !site.access.emails.isEmpty() && !isRestricted) {
+        warnings += QStringLiteral("Invited people matter once the mode is restricted: dw share %1 --mode restricted")
+                        .arg(site.info.name);
     }
-    reporter.object({{"ok", true},
-                     {"site", site.name.toStdString()},
-                     {"url", site.url.toStdString()},
-                     {"mode", rawValue(access.mode).toStdString()},
-                     {"emails", emails},
-                     {"owner", orNull(access.owner)},
-                     {"anyoneCanComment", access.anyoneCanComment.value_or(false)}});
-    rowsOf(site, access).print(reporter);
+    if (change.mode && isRestricted) {
+        warnings += QStringLiteral("The rest of the team can no longer open it. To let the team in again: dw share %1 "
+                                   "--mode team")
+                        .arg(site.info.name);
+    }
+    return warnings;
+}
+
+bool changesSomething(const Change& change) {
+    return change.mode || change.emails || change.anyoneCanComment;
 }
 
 /// The sentences about what was changed.
-void report(Reporter& reporter, const SiteInfo& site, const Change& change, const SiteAccess& access) {
-    if (!change.mode && !change.emails && !change.anyoneCanComment) {
+void report(Reporter& reporter, const SharedSite& site, const Change& change) {
+    if (changesSomething(change)) {
+        reporter.success(QStringLiteral("Changed how %1 is shared").arg(site.info.name));
+    } else {
         reporter.message(QStringLiteral("That is how it is already. Nothing was changed."));
-        return;
     }
-    reporter.success(QStringLiteral("Changed how %1 is shared").arg(site.name));
-    if (change.emails && !access.emails.isEmpty() && access.mode != SiteAccessMode::Restricted) {
-        reporter.message(
-            QStringLiteral("Invited people matter once the mode is restricted: dw share %1 --mode restricted")
-                .arg(site.name));
+    reporter.message(whoCanOpen(site.access));
+    for (const QString& warning : site.warnings) {
+        reporter.message(warning);
     }
 }
 
 Task<SiteAccess> changed(std::shared_ptr<Context> context, PlatformConfig config, SiteInfo site, Change change) {
-    if (!change.mode && !change.emails && !change.anyoneCanComment) {
+    if (!changesSomething(change)) {
         co_return site.access.value_or(SiteAccess::teamDefault());
     }
     const SiteAccessResponse answer = co_await context->client->setAccess(config, site.name, change, context->stop);
@@ -144,14 +183,6 @@ Task<SiteAccess> changed(std::shared_ptr<Context> context, PlatformConfig config
 SiteAccessMode modeNamed(const std::string& word) {
     return *std::find_if(siteAccessModes.begin(), siteAccessModes.end(),
                          [&word](SiteAccessMode mode) { return rawValue(mode).toStdString() == word; });
-}
-
-std::vector<std::string> modeWords() {
-    std::vector<std::string> words;
-    for (const SiteAccessMode mode : siteAccessModes) {
-        words.push_back(rawValue(mode).toStdString());
-    }
-    return words;
 }
 
 } // namespace
@@ -164,30 +195,39 @@ public:
             .choice({"--mode",
                      "MODE",
                      "Who may open it: team, restricted (invited people), public",
-                     {Candidates::Kind::Words, modeWords()}},
+                     {Candidates::Kind::Words, accessModeWords()}},
                     [this](const std::string& word) { m_wishes.mode = modeNamed(word); })
+            .arguments({"EMAIL", "Somebody to invite, as with --invite"}, m_others)
             .repeatable({"--invite", "EMAIL", "Invite somebody, once for each"}, m_wishes.invite)
-            .repeatable({"--remove", "EMAIL", "Take an invitation back, once for each"}, m_wishes.remove)
+            .repeatable({"--remove", "EMAIL", "Take an invitation back, once for each", {Candidates::Kind::People}},
+                        m_wishes.remove)
             .choice({"--comments",
                      "on|off",
                      "Whether everyone with access can comment, not just the team",
                      {Candidates::Kind::Words, {"on", "off"}}},
                     [this](const std::string& word) { m_wishes.anyoneCanComment = word == "on"; })
-            .json("`site`, `url`, `mode`, `emails`, `owner`, `anyoneCanComment`")
+            .json(shareTable)
             .example("dw share launch", "Print who may open the site launch")
+            .example("dw share launch ann@example.org",
+                     "Invite Ann, which matters where invited people alone may open it")
             .example("dw share launch --mode restricted --invite ann@example.org",
                      "Let invited people alone open it, and invite Ann");
     }
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
-        const Invitations invitations(m_wishes);
+        Wishes wishes = m_wishes;
+        wishes.invite.insert(wishes.invite.end(), m_others.begin(), m_others.end());
+        const Invitations invitations(wishes);
         const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
         const SiteAccess before = site.info.access.value_or(SiteAccess::teamDefault());
-        const Change change = neededChange(before, m_wishes, invitations);
+        const Change change = neededChange(before, wishes, invitations);
         const SiteAccess access = co_await changed(context, site.config, site.info, change);
-        print(context->reporter, site.info, access);
-        if (asksForChange(m_wishes)) {
-            report(context->reporter, site.info, change, access);
+        SharedSite shared{site.info, access, {}};
+        shared.warnings = warningsOf(shared, change);
+        context->reporter.object(shareTable(), shared);
+        rowsOf(site.info, access).print(context->reporter);
+        if (asksForChange(wishes)) {
+            report(context->reporter, shared, change);
         }
         co_return ExitCode::Done;
     }
@@ -195,6 +235,8 @@ public:
 private:
     std::string m_site;
     Wishes m_wishes;
+    /// Who is named behind the site, without an option.
+    std::vector<std::string> m_others;
 };
 
 template std::unique_ptr<Command> makeCommand<ShareCommand>();

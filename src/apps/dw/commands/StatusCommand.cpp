@@ -1,5 +1,4 @@
 #include "apps/dw/Command.h"
-#include "apps/dw/JsonValues.h"
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/Rows.h"
 #include "apps/dw/Texts.h"
@@ -54,18 +53,44 @@ QString stateText(const Standing& standing) {
     Q_UNREACHABLE();
 }
 
-Json jsonOf(const QStringList& files) {
-    Json list = Json::array();
-    for (const QString& file : files) {
-        list.push_back(file.toStdString());
-    }
-    return list;
+bool isEditedTogether(const SiteInfo& site) {
+    return site.collab && site.collab->enabled;
 }
 
-Json jsonOf(const PublishPreview& preview) {
-    return {{"yours", jsonOf(preview.ownChanges)},
-            {"theirs", jsonOf(preview.platformChanges)},
-            {"conflicts", jsonOf(preview.conflicts)}};
+struct Status {
+    LinkedSite linked;
+    Standing standing;
+};
+
+const JsonTable<PublishPreview>& previewTable() {
+    static const auto table =
+        JsonTable<PublishPreview>()
+            .add("yours", "the files that it would bring", &PublishPreview::ownChanges)
+            .add("theirs", "the files that others have published since", &PublishPreview::platformChanges)
+            .add("conflicts", "the files at which it would stop", &PublishPreview::conflicts);
+    return table;
+}
+
+const JsonTable<Status>& statusTable() {
+    static const auto table =
+        JsonTable<Status>()
+            .add("site", "the site", [](const Status& status) { return status.linked.info.name; })
+            .add("url", "its address", [](const Status& status) { return status.linked.info.url; })
+            .add("folder", "the folder that is linked to it", [](const Status& status) { return status.linked.folder; })
+            .add("collab", "whether the site is edited together",
+                 [](const Status& status) { return isEditedTogether(status.linked.info); })
+            .add("state", "how the folder stands",
+                 [](const Status& status) { return stateWord(status.standing.state.kind); })
+            .words({"upToDate", "updatesAvailable", "conflict", "resolved", "needsAttention"})
+            .add("detail", "what is wrong",
+                 [](const Status& status) {
+                     const QString& text = status.standing.state.text;
+                     return text.isEmpty() ? std::nullopt : std::optional(text);
+                 })
+            .add("files", "the files in conflict", [](const Status& status) { return status.standing.state.files; })
+            .add("publish", "what publishing would meet; null where that cannot be tried", previewTable(),
+                 [](const Status& status) { return status.standing.preview; });
+    return table;
 }
 
 void addFiles(Rows& rows, const char* label, const QStringList& files) {
@@ -126,10 +151,7 @@ public:
     void define(Definition& command) override {
         command.command("status", "Show how a linked folder stands and what publishing would meet", CommandGroup::Look)
             .argument(linkedFolderArgument(), m_folder)
-            .json(
-                "`site`, `url`, `folder`, `collab`, `state` (`upToDate`, `updatesAvailable`, `conflict`, `resolved`, "
-                "`needsAttention`), `detail`, `files`, and `publish`: `yours`, `theirs`, `conflicts`, or `null` where "
-                "it cannot be tried")
+            .json(statusTable)
             .example("dw status", "Show the present folder; exit code 6 tells of a conflict, or a coming one")
             .example("dw status ./launch --json", "Show the folder launch to a program, as one object");
     }
@@ -149,7 +171,7 @@ private:
         // The remote has been read a moment ago.
         standing.state = state.value_or(CollabState::needsAttention(QStringLiteral("its remote is changing")));
         const bool isSettled = standing.state.kind == Kind::UpToDate || standing.state.kind == Kind::UpdatesAvailable;
-        if (!isSettled || !linked.info.collab || !linked.info.collab->enabled) {
+        if (!isSettled || !isEditedTogether(linked.info)) {
             co_return standing;
         }
         const Identity identity = co_await requireAuthor(context, linked.config);
@@ -164,21 +186,12 @@ private:
     }
 
     static void print(Reporter& reporter, const LinkedSite& linked, const Standing& standing) {
-        const bool isOn = linked.info.collab && linked.info.collab->enabled;
         rowsOf(linked, standing).print(reporter);
-        reporter.object(
-            {{"ok", true},
-             {"site", linked.info.name.toStdString()},
-             {"url", linked.info.url.toStdString()},
-             {"folder", linked.folder.string()},
-             {"collab", isOn},
-             {"state", stateWord(standing.state.kind)},
-             {"detail", standing.state.text.isEmpty() ? Json(nullptr) : Json(standing.state.text.toStdString())},
-             {"files", jsonOf(standing.state.files)},
-             {"publish", standing.preview ? jsonOf(*standing.preview) : Json(nullptr)}});
+        reporter.object(statusTable(), {linked, standing});
         const QString next =
-            isOn ? advice(standing)
-                 : QStringLiteral("Collaboration is off for %1. Switch it on: dw collab on %1").arg(linked.info.name);
+            isEditedTogether(linked.info)
+                ? advice(standing)
+                : QStringLiteral("Collaboration is off for %1. Switch it on: dw collab on %1").arg(linked.info.name);
         reporter.message(next);
     }
 

@@ -1,5 +1,4 @@
 #include "apps/dw/Command.h"
-#include "apps/dw/JsonValues.h"
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/TypedFolder.h"
 
@@ -10,7 +9,7 @@ public:
     void define(Definition& command) override {
         command.command("update", "Merge what others published into a linked folder", CommandGroup::Publish)
             .argument(linkedFolderArgument(), m_folder)
-            .json("`site`, `folder`")
+            .json(linkedSiteTable)
             .example("dw update", "Bring the present folder up to date")
             .example("dw update ./launch", "Bring the folder launch up to date");
     }
@@ -23,8 +22,7 @@ public:
         const CollabEngine::SyncOutcome outcome =
             co_await CollabEngine::update(linked.folder, linked.access, identity, context->stop);
         co_await requireSuccess(outcome, linked, context->stop);
-        context->reporter.object(
-            {{"ok", true}, {"site", linked.info.name.toStdString()}, {"folder", linked.folder.string()}});
+        context->reporter.object(linkedSiteTable(), linked);
         context->reporter.success(QStringLiteral("The folder has all that was published on %1").arg(linked.info.name));
         co_return ExitCode::Done;
     }

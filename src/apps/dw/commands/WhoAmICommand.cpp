@@ -1,13 +1,26 @@
 #include "apps/dw/Command.h"
-#include "apps/dw/JsonValues.h"
 
 namespace driftwell::dw {
+
+namespace {
+
+/// The failure on a platform that answers and knows no person.
+CommandFailure nobody(const PlatformConfig& config) {
+    CommandFailure failure = commandFailure(PlatformError::unauthenticated().at(config.host()));
+    if (config.isLocal()) {
+        failure.message = QStringLiteral("%1 has no accounts, so nobody is signed in").arg(config.host());
+        failure.hint = QStringLiteral("Nothing there needs a sign-in.");
+    }
+    return failure;
+}
+
+} // namespace
 
 class WhoAmICommand final : public PlatformCommand {
 public:
     void define(Definition& command) override {
         command.command("whoami", "Print who is signed in", CommandGroup::Start)
-            .json("`host`, `name`, `email`, `handle`")
+            .json(signedInTable)
             .example("dw whoami", "Print a name and an e-mail address")
             .example("dw whoami --json", "Print the same as one object, for a program");
     }
@@ -16,10 +29,10 @@ public:
         const PlatformConfig config = requireConfig(*context->client);
         const std::optional<Identity> identity = co_await requireIdentity(*context->client, config, context->stop);
         if (!identity) {
-            throw PlatformError::unauthenticated();
+            throw FailedCommand(nobody(config));
         }
         context->reporter.line(identityText(*identity).toStdString());
-        context->reporter.object(identityObject(*identity, config));
+        context->reporter.object(signedInTable(), {config.host(), *identity});
         co_return ExitCode::Done;
     }
 };

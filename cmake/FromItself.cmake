@@ -1,0 +1,28 @@
+# driftwell_from_itself(TARGET COMPONENT): what `dw` tells of itself is installed beside it, its manual page and the
+# scripts by which shells complete what is typed, each where man and the shells look for it below a prefix.
+function(driftwell_from_itself target component)
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/from-itself)
+  file(MAKE_DIRECTORY ${folder})
+  set(made)
+  macro(output file)
+    add_custom_command(OUTPUT ${folder}/${file} COMMAND ${target} ${ARGN} > ${folder}/${file} DEPENDS ${target} VERBATIM)
+    list(APPEND made ${folder}/${file})
+  endmacro()
+  output(${target} completion bash)
+  output(_${target} completion zsh)
+  output(${target}.fish completion fish)
+  output(${target}.1 help --man)
+  # What comes by a package and what a person puts there have folders of their own in zsh.
+  if(DRIFTWELL_PACKAGES)
+    set(functions share/zsh/vendor-completions)
+  else()
+    set(functions share/zsh/site-functions)
+  endif()
+  install(FILES ${folder}/${target} DESTINATION share/bash-completion/completions COMPONENT ${component})
+  install(FILES ${folder}/_${target} DESTINATION ${functions} COMPONENT ${component})
+  install(FILES ${folder}/${target}.fish DESTINATION share/fish/vendor_completions.d COMPONENT ${component})
+  driftwell_install_manual(${folder}/${target}.1 ${component})
+  add_custom_target(${target}-from-itself ALL DEPENDS ${made})
+  # Two targets would make the page at once.
+  add_dependencies(compressed-${target}.1 ${target}-from-itself)
+endfunction()
