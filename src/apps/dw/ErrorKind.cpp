@@ -29,7 +29,7 @@ constexpr std::array records{
                     "Look at http_proxy, https_proxy, all_proxy and no_proxy in the environment."},
     ErrorKindRecord{ErrorKind::Certificate, "certificate", ExitCode::Unreachable, Retry::AfterAChange,
                     "the platform's certificate is not trusted, or those to trust cannot be read",
-                    "Name the file of the certificates to trust in DW_CA_FILE, if they are your team's own."},
+                    "Name a readable file of the certificates to trust in DW_CA_FILE, if they are your team's own."},
     ErrorKindRecord{ErrorKind::RateLimited, "rateLimited", ExitCode::Unreachable, Retry::AfterWaiting,
                     "the platform takes no more requests for now", "Wait a while, and try again."},
     ErrorKindRecord{ErrorKind::TooLarge, "tooLarge", ExitCode::Failed, Retry::AfterAChange,

@@ -46,7 +46,7 @@ TEST_F(DwInfo, TellsThePlatformThePersonTheTokenAndTheFile) {
                             {"name", "Maya Lindqvist"},
                             {"email", mayasAddress},
                             {"handle", "maya"},
-                            {"token", "DW_TOKEN"},
+                            {"tokenSource", "DW_TOKEN"},
                             {"configFile", configFile().string()}}));
 }
 
@@ -54,7 +54,7 @@ TEST_F(DwInfo, TellsATokenThatIsStored) {
     useHost(sandbox.remoteAddress());
     folder(".config/dw",
            {{"config.json", json{{"tokens", {{sandbox.remoteAddress(), sandbox.signIn("tomas")}}}}.dump()}});
-    EXPECT_EQ(info().at("token"), "file");
+    EXPECT_EQ(info().at("tokenSource"), "file");
     EXPECT_EQ(info().at("handle"), "tomas");
 }
 
@@ -66,7 +66,7 @@ TEST_F(DwInfo, WithoutATokenTellsThatNobodyIsSignedIn) {
                                  "\nperson\tnobody is signed in\ntoken\tnone\nconfig\t" + configFile().string() + '\n');
     EXPECT_EQ(ending.error, "Sign in: dw login\n");
     const json object = info();
-    EXPECT_EQ(object.at("token"), "none");
+    EXPECT_EQ(object.at("tokenSource"), "none");
     for (const char* key : {"name", "email", "handle"}) {
         EXPECT_EQ(object.at(key), nullptr);
     }

@@ -78,6 +78,11 @@ TEST_F(DwToken, ThatIsMissingIsSaidWithAWayOut) {
     EXPECT_EQ(ending.exitCode, 4);
     EXPECT_EQ(onlyObject(ending.output),
               failureObject("unauthenticated", "No token is stored for sites.example.org", "Sign in: dw login", more));
+    // There is nothing to sign in to there.
+    useHost("http://localhost:8787");
+    EXPECT_EQ(runDw({"token"}).error, failureText("unauthenticated", "No token is stored for localhost:8787",
+                                                  "A platform on this machine needs none as a rule."));
+    useHost("sites.example.org");
     setVariable("DW_TOKEN", "of-the-environment");
     EXPECT_EQ(onlyObject(runDw({"token", "--json"}).output),
               failureObject("unauthenticated", "No token is stored for sites.example.org",

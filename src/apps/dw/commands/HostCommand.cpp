@@ -35,6 +35,8 @@ CommandFailure notChosen(const PlatformError& failure, const PlatformConfig& con
     if (failure.kind() == PlatformError::Kind::Api) {
         result.message = QStringLiteral("%1 does not answer like a platform: %2").arg(config.origin(), result.message);
         result.hint = QStringLiteral("Look at the address.");
+    } else if (result.hint.isEmpty() && (result.kind == ErrorKind::Unreachable || result.kind == ErrorKind::TimedOut)) {
+        result.hint = QStringLiteral("Look at the address and at the network.");
     }
     QString advice = result.advice();
     if (advice.endsWith(u'.')) {

@@ -43,7 +43,7 @@ const JsonTable<Surroundings>& surroundingsTable() {
             .add("name", "the name of who is signed in; null where nobody is", ofPerson(&Identity::name))
             .add("email", "the person's e-mail address; null likewise", ofPerson(&Identity::email))
             .add("handle", "the person's short name; null likewise", ofPerson(&Identity::handle))
-            .add("token", "where the token comes from", &Surroundings::token)
+            .add("tokenSource", "where the token comes from", &Surroundings::token)
             .words({tokenOfEnvironment, tokenOfFile, noToken})
             .add("configFile", "the file in which dw remembers the platform, tokens and folders",
                  &Surroundings::configFile);

@@ -41,6 +41,8 @@ FailedCommand nothingStored(const PlatformConfig& config) {
     failure.details.host = config.host();
     if (environmentHasToken()) {
         failure.hint = QStringLiteral("DW_TOKEN is set, and holds the token that is used.");
+    } else if (config.isLocal()) {
+        failure.hint = QStringLiteral("A platform on this machine needs none as a rule.");
     }
     return FailedCommand(failure);
 }
