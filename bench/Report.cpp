@@ -6,6 +6,7 @@
 #include <ctime>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 #include <thread>
 
@@ -21,6 +22,14 @@ std::string processorName() {
         }
     }
     return "an unknown processor";
+}
+
+/// What a page says below its rows, which is measured in other ways.
+std::string sectionsOf(const std::filesystem::path& page) {
+    std::ifstream file(page);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const std::size_t first = text.find("\n## ");
+    return first == std::string::npos ? std::string() : text.substr(first);
 }
 
 std::string today() {
@@ -94,6 +103,7 @@ void publish(const std::vector<Row>& rows, const std::filesystem::path& page) {
              << " | " << (row.met ? "yes" : "no") << " |\n";
     }
     std::cout << text.str();
+    text << sectionsOf(page);
     std::ofstream(page) << text.str();
 }
 

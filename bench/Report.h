@@ -36,7 +36,8 @@ struct Pair {
 void printRows(const std::vector<Row>& rows);
 [[nodiscard]] std::vector<Row> readRows(const std::string& text);
 
-/// Prints the rows and writes them as a page with the machine's processors and the date.
+/// Prints the rows and writes them as a page with the machine's processors and the date. The page's further sections
+/// stay.
 void publish(const std::vector<Row>& rows, const std::filesystem::path& page);
 
 } // namespace driftwell::bench

@@ -8,6 +8,7 @@
 #include "collab/LinkedFolder.h"
 #include "collab/NewFolder.h"
 #include "collab/UnderWay.h"
+#include "support/Both.h"
 
 #include <algorithm>
 #include <string>
@@ -302,16 +303,16 @@ Task<std::optional<CollabState>> CollabEngine::siteState(SiteInfo site, std::fil
         co_return notLinked;
     }
     const LinkedFolder linked(folder, stop);
+    // Each start of git is most of what it costs, so the second question does not wait for the first one's answer.
     Arguments getUrl{"remote", "get-url", Git::remoteName};
-    const Git::RunResult remote = co_await linked.git(std::move(getUrl));
+    Arguments head{"symbolic-ref", "--short", "HEAD"};
+    const auto [remote, branch] = co_await both(linked.git(std::move(getUrl)), linked.git(std::move(head)));
     if (remote.code != 0 && isOfSite) {
         co_return CollabState::needsAttention(QStringLiteral("git cannot read its version control"));
     }
     if (remote.code != 0 || remote.standardOutput.trimmed() != url) {
         co_return notLinked;
     }
-    Arguments head{"symbolic-ref", "--short", "HEAD"};
-    const Git::RunResult branch = co_await linked.git(std::move(head));
     if (branch.code != 0) {
         co_return CollabState::needsAttention(detached());
     }

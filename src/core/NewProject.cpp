@@ -27,7 +27,7 @@ NewProject::~NewProject() = default;
 void NewProject::chooseFolderAndDeploy() {
     m_tasks.run(chooseFolder([this](const std::filesystem::path& folder) {
         if (m_isTaken()) {
-            m_waiting = folder;
+            setWaiting(folder);
         } else {
             m_begin(folder);
         }
@@ -49,15 +49,23 @@ Task<> NewProject::chooseFolder(Begin then) {
 }
 
 void NewProject::deployWhenPossible(const std::filesystem::path& folder) {
-    m_waiting = folder;
+    setWaiting(folder);
     deployWaiting();
 }
 
 void NewProject::deployWaiting() {
     if (m_connection.status() == Connection::Status::connected() && !m_gates.needsOnboarding() && !m_isTaken()) {
-        if (const std::optional<std::filesystem::path> folder = std::exchange(m_waiting, std::nullopt)) {
+        if (const std::optional<std::filesystem::path> folder = m_waiting) {
+            setWaiting(std::nullopt);
             m_begin(*folder);
         }
+    }
+}
+
+void NewProject::setWaiting(std::optional<std::filesystem::path> folder) {
+    if (m_waiting != folder) {
+        m_waiting = std::move(folder);
+        Q_EMIT waitingChanged();
     }
 }
 

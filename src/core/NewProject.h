@@ -33,6 +33,9 @@ public:
     /// Asks for a folder and opens a deployment of it; while another deployment is in the way, as soon as it is closed.
     void chooseFolderAndDeploy();
 
+    /// The folder that waits until it can be deployed, if there is one.
+    [[nodiscard]] const std::optional<std::filesystem::path>& waiting() const { return m_waiting; }
+
     // For what comes while nobody looks at the window, from a file manager or a terminal.
 
     /// Opens a deployment of the folder as soon as a platform can take it: at once, or once the introduction has been
@@ -49,7 +52,11 @@ public:
     /// Waits for no answer any more, and resumes when nothing does.
     Task<> end();
 
+Q_SIGNALS:
+    void waitingChanged();
+
 private:
+    void setWaiting(std::optional<std::filesystem::path> folder);
     Task<> chooseFolder(Begin then);
 
     Connection& m_connection;
@@ -57,7 +64,6 @@ private:
     DesktopServices& m_desktop;
     Begin m_begin;
     IsTaken m_isTaken;
-    /// The folder that waits until it can be deployed.
     std::optional<std::filesystem::path> m_waiting;
     TaskGroup m_tasks;
 };

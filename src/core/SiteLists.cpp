@@ -80,12 +80,14 @@ QList<SiteInfo> SiteLists::filtered(const QString& filter, SortOrder order) {
         const Texts& site = texts()[static_cast<std::size_t>(index)];
         return site.name.contains(query) || site.url.contains(query);
     };
+    Order found = inOrder(order);
+    if (!query.isEmpty()) {
+        std::erase_if(found, [&matches](qsizetype index) { return !matches(index); });
+    }
     QList<SiteInfo> result;
-    result.reserve(query.isEmpty() ? m_sites.size() : 0);
-    for (const qsizetype index : inOrder(order)) {
-        if (query.isEmpty() || matches(index)) {
-            result.append(m_sites.at(index));
-        }
+    result.reserve(static_cast<qsizetype>(found.size()));
+    for (const qsizetype index : found) {
+        result.append(m_sites.at(index));
     }
     return result;
 }

@@ -125,12 +125,15 @@ TEST_F(NewProjectTest, WaitsUntilTheDeploymentBeforeItIsClosed) {
     configureLocal();
     connectedModel();
     give("garden");
+    EXPECT_EQ(model().newProject().waiting(), std::nullopt);
     give("bakery");
     settle();
     EXPECT_EQ(deployed(), "garden");
+    EXPECT_EQ(model().newProject().waiting(), folder() / "work/bakery");
     cancelDeploy();
     EXPECT_EQ(deployed(), "none");
     waitUntil([this] { return deployed() == "bakery"; });
+    EXPECT_EQ(model().newProject().waiting(), std::nullopt);
 }
 
 TEST_F(NewProjectTest, AFinishedDeploymentIsNotInTheWay) {

@@ -159,6 +159,16 @@ def take_connection(shots):
     shots.open(None)
     desktop.find("label", "Where does your team deploy?")
     shots.take("no-host")
+    desktop.press("text", "Platform host")
+    desktop.type("ftp://files.test")
+    desktop.key("Return")
+    desktop.find("label", re.compile("^“ftp://files.test” is not the host of a platform"))
+    shots.take("no-host-refused")
+    shots.close()
+
+    shots.open(None, host=LONG_HOST)
+    desktop.find("alert", re.compile("^Can’t reach"))
+    shots.take("never-reached")
     shots.close()
 
     empty = Sandbox(desktop, data=f"empty-{shots.theme}")
@@ -605,6 +615,42 @@ def take_deploy(shots, sandbox):
     shots.close()
 
 
+def take_window(shots, sandbox):
+    """What belongs to the window itself."""
+    desktop = shots.desktop
+    shots.open(sandbox)
+    desktop.find("list item", "handbook")
+    desktop.key("F1")
+    desktop.find("dialog", "Keyboard Shortcuts")
+    shots.take("keys")
+    desktop.key("Escape")
+    desktop.gone("dialog")
+    for size in shots.sizes():
+        shots.resize(size)
+        desktop.press("push button", "Account")
+        desktop.find("menu item", "Change Platform…")
+        shots.settle()
+        shots.keep("account", size)
+        desktop.key("Escape")
+        desktop.gone("menu item", "Change Platform…")
+    shots.close()
+
+    sandbox.restart("--delay", "60000", "--fail-path", "/api/deploy")
+    shots.open(sandbox, sample_folder(desktop, "photo-archive", 8))
+    shots.heading("Deploy photo-archive")
+    desktop.key("Return")
+    shots.heading("Deploying photo-archive")
+    # A second start hands its folder over.
+    assert desktop.launch(sample_folder(desktop, "Spring Lookbook"), host=sandbox.address).wait(60) == 0
+    desktop.find("label", re.compile("^Next: "))
+    shots.take("deploy-next")
+    desktop.key("ctrl+q")
+    desktop.find("dialog", "Quit Driftwell?")
+    shots.take("quit-question")
+    shots.close()
+    sandbox.restart()
+
+
 def take_tray(shots, sandbox):
     desktop = shots.desktop
     shots.open(sandbox, "--tray")
@@ -651,6 +697,7 @@ def main():
             take_collaboration(shots, sandbox)
             take_missing_git(shots, sandbox)
             take_deploy(shots, sandbox)
+            take_window(shots, sandbox)
             take_settings(shots, sandbox)
             take_tray(shots, sandbox)
             if scale == 1:

@@ -1,3 +1,6 @@
+#include "core/Deployments.h"
+#include "core/NewProject.h"
+#include "deploy/DeployFlow.h"
 #include "tests/ui/WindowFixture.h"
 
 #include <QAccessible>
@@ -85,6 +88,10 @@ TEST_F(AnnouncementTest, TheEndOfADeploymentIsSaid) {
     EXPECT_THAT(heard(), IsEmpty());
     flow->fail(std::runtime_error("The disk is full."));
     EXPECT_THAT(heard(), ElementsAre("Deploy failed. The disk is full."));
+    flow->askForOutcome();
+    EXPECT_THAT(heard(), IsEmpty());
+    flow->showOutcome(flow->startedAt(), {ChangeOutcome::Kind::Done, QStringLiteral("https://garden.sites.test")});
+    EXPECT_THAT(heard(), ElementsAre("It is live all the same: garden.sites.test"));
     flow->retry();
     heard();
     flow->begin();
@@ -94,6 +101,25 @@ TEST_F(AnnouncementTest, TheEndOfADeploymentIsSaid) {
                    .bytes = 5,
                    .files = 1});
     EXPECT_THAT(heard(), ElementsAre("garden is live"));
+}
+
+TEST_F(AnnouncementTest, AFolderThatWaitsForTheEndOfADeploymentIsSaid) {
+    connectedWith({});
+    showWindow();
+    openDeployment("garden");
+    waitUntil([this] { return !all(Role::Dialog).empty(); });
+    heard();
+    folder().write("photos/index.html", "hello");
+    model().newProject().deployWhenPossible(folder() / "photos");
+    const QString told = QStringLiteral("Next: ") + QString::fromStdString((folder() / "photos").string());
+    EXPECT_THAT(heard(), ElementsAre(told.toStdString()));
+    EXPECT_TRUE(isDrawn(told));
+    model().deployments().cancelDeploy();
+    waitUntil([this] {
+        const std::shared_ptr<DeployFlow> flow = model().deployments().deployFlow();
+        return flow && flow->folder().filename() == "photos";
+    });
+    EXPECT_FALSE(isDrawn(told));
 }
 
 TEST_F(AnnouncementTest, AnOutageIsSaidOnceAndNotCountedDownAloud) {

@@ -50,7 +50,14 @@ SiteListModel siteListOf(AppState& state, WindowServices& desktop) {
 }
 
 DeploySheetModel deploySheetOf(const std::shared_ptr<DeployFlow>& flow, AppState& state, WindowServices& desktop) {
-    return {flow, state.connection(), state.catalog(), state.deployments(), state.siteOperations(), desktop, nullptr};
+    return {flow,
+            state.connection(),
+            state.catalog(),
+            state.deployments(),
+            state.newProject(),
+            state.siteOperations(),
+            desktop,
+            nullptr};
 }
 
 } // namespace driftwell::tests

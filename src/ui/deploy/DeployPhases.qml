@@ -36,7 +36,7 @@ FocusScope {
     // A figure in what is said of the name grows older; that is not said again.
     readonly property int nameStatus: model.nameStatus
 
-    implicitHeight: phase.implicitHeight
+    implicitHeight: phase.implicitHeight + (next.visible ? 12 + next.implicitHeight : 0)
     onNameStatusChanged: announcement.text = toBeSaid()
     Component.onCompleted: {
         announcement.text = toBeSaid();
@@ -50,6 +50,17 @@ FocusScope {
             announcement.text = phases.toBeSaid();
             phases.present();
         }
+        function onAftermathChanged(): void {
+            if (phases.model.phase === DeploySheetModel.Failure && phases.model.aftermath !== DeploySheetModel.Asked
+                && phases.model.aftermathText !== "") {
+                announcement.text = (phases.model.aftermathText + " " + phases.model.aftermathAddress).trim();
+            }
+        }
+        function onNextChanged(): void {
+            if (phases.model.next !== "") {
+                announcement.text = phases.model.next;
+            }
+        }
     }
     Announcement {
         id: announcement
@@ -61,5 +72,16 @@ FocusScope {
 
         anchors { left: parent.left; right: parent.right }
         focus: true
+    }
+    AppText {
+        id: next
+
+        anchors { top: phase.bottom; topMargin: 12 }
+        width: parent.width
+        visible: text !== ""
+        elide: Text.ElideMiddle
+        text: phases.model.next
+        textStyle: TextStyle.Detail
+        tone: Tone.Muted
     }
 }

@@ -5,6 +5,7 @@
 #include "core/ConnectionTexts.h"
 #include "core/Deployments.h"
 #include "core/Format.h"
+#include "core/NewProject.h"
 #include "core/SiteOperations.h"
 #include "core/SiteTexts.h"
 #include "deploy/SiteName.h"
@@ -36,13 +37,14 @@ std::int64_t wholeSeconds(Timestamp from, Timestamp to) {
 } // namespace
 
 DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection& connection, Catalog& catalog,
-                                   Deployments& deployments, SiteOperations& operations, WindowServices& desktop,
-                                   QObject* parent)
+                                   Deployments& deployments, const NewProject& newProject, SiteOperations& operations,
+                                   WindowServices& desktop, QObject* parent)
     : QObject(parent),
       m_flow(std::move(flow)),
       m_connection(connection),
       m_catalog(catalog),
       m_deployments(deployments),
+      m_newProject(newProject),
       m_operations(operations),
       m_desktop(desktop) {
     connect(m_flow.get(), &DeployFlow::phaseChanged, this, &DeploySheetModel::phaseChanged);
@@ -58,6 +60,7 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
     connect(m_flow.get(), &DeployFlow::skillsWrittenChanged, this, &DeploySheetModel::skillsWrittenChanged);
     connect(m_flow.get(), &DeployFlow::outcomeChanged, this, &DeploySheetModel::aftermathChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::aftermathChanged);
+    connect(&newProject, &NewProject::waitingChanged, this, &DeploySheetModel::nextChanged);
     connect(&catalog, &Catalog::sitesChanged, this, &DeploySheetModel::nameChanged);
     connect(&catalog, &Catalog::areSitesKnownChanged, this, &DeploySheetModel::nameChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
@@ -327,6 +330,11 @@ QString DeploySheetModel::leftOut() const {
 
 QString DeploySheetModel::folder() const {
     return QString::fromStdString(abbreviateHome(m_flow->folder()));
+}
+
+QString DeploySheetModel::next() const {
+    const std::optional<std::filesystem::path>& waiting = m_newProject.waiting();
+    return waiting ? QStringLiteral("Next: %1").arg(QString::fromStdString(abbreviateHome(*waiting))) : QString();
 }
 
 QString DeploySheetModel::host() const {

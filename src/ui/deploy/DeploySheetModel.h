@@ -16,6 +16,7 @@ namespace driftwell {
 class Catalog;
 class Connection;
 class Deployments;
+class NewProject;
 class SiteOperations;
 
 /// The sheet of one deployment in its four phases. Lives as long as the deployment is on screen.
@@ -61,6 +62,7 @@ class DeploySheetModel final : public QObject {
     Q_PROPERTY(QString aftermathText READ aftermathText NOTIFY aftermathChanged)
     Q_PROPERTY(QString aftermathUrl READ aftermathUrl NOTIFY aftermathChanged)
     Q_PROPERTY(QString aftermathAddress READ aftermathAddress NOTIFY aftermathChanged)
+    Q_PROPERTY(QString next READ next NOTIFY nextChanged)
 
 public:
     enum class Phase { Confirm, Deploying, Success, Failure };
@@ -80,7 +82,8 @@ public:
 
     /// The parts and the desktop outlive the model.
     DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection& connection, Catalog& catalog,
-                     Deployments& deployments, SiteOperations& operations, WindowServices& desktop, QObject* parent);
+                     Deployments& deployments, const NewProject& newProject, SiteOperations& operations,
+                     WindowServices& desktop, QObject* parent);
 
     // The rules, as functions of values.
     /// A name that is allowed is judged once the platform's sites are known.
@@ -157,6 +160,9 @@ public:
     [[nodiscard]] QString aftermathUrl() const;
     [[nodiscard]] QString aftermathAddress() const;
 
+    /// Which folder comes when this sheet is closed; empty where none waits.
+    [[nodiscard]] QString next() const;
+
     /// How long the deployment has been running, for the view to ask again each second; empty before it has begun.
     Q_INVOKABLE QString elapsedText() const;
 
@@ -183,6 +189,7 @@ Q_SIGNALS:
     void skillsWrittenChanged();
     void copiedChanged();
     void aftermathChanged();
+    void nextChanged();
 
 private:
     [[nodiscard]] QString trimmedName() const;
@@ -193,6 +200,7 @@ private:
     Connection& m_connection;
     Catalog& m_catalog;
     Deployments& m_deployments;
+    const NewProject& m_newProject;
     SiteOperations& m_operations;
     WindowServices& m_desktop;
     bool m_copied = false;

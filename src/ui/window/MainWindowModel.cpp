@@ -168,7 +168,7 @@ void MainWindowModel::followDeployFlow() {
     const std::shared_ptr<DeployFlow> flow = m_state.deployments().deployFlow();
     DeploySheetModel* const old = m_deploySheet;
     m_deploySheet = flow ? new DeploySheetModel(flow, m_state.connection(), m_state.catalog(), m_state.deployments(),
-                                                m_state.siteOperations(), m_desktop, this)
+                                                m_state.newProject(), m_state.siteOperations(), m_desktop, this)
                          : nullptr;
     Q_EMIT deploySheetChanged();
     if (old != nullptr) {
