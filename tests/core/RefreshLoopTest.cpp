@@ -308,6 +308,8 @@ TEST_F(RefreshLoopTest, GoesOnAfterATimeInWhichNoDescriptorWasLeft) {
         return sleepFor(milliseconds(1), std::move(stop));
     });
     model().start();
+    // It is under way, and a sanitizer has met all that takes part, for which it needs descriptors.
+    waitUntil([&looks] { return looks > 2; });
     {
         const NoMoreDescriptors exhausted;
         waitUntil([&looks, before = looks] { return looks > before + 3; });

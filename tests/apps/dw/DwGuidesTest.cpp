@@ -81,6 +81,12 @@ TEST_F(DwGuides, AnAgentsWholeTaskTakesAtMostTenCommandsAndEachSucceeds) {
         EXPECT_EQ(answers.back()["ok"], true);
     }
     EXPECT_EQ(answers.front()["url"], addressOf("launch"));
+    const json told = json::parse(joined(block(page("agents.md"), "A whole task", "json")));
+    EXPECT_EQ(told["check"]["status"], answers.front()["check"]["status"]);
+    for (const auto& [key, value] : answers.front().items()) {
+        EXPECT_TRUE(told.contains(key)) << key;
+        EXPECT_STREQ(told.value(key, json()).type_name(), value.type_name()) << key;
+    }
     EXPECT_EQ(answers.back()["sites"], json::array()) << "it was deleted";
     // Each of the things that the page promises.
     for (const char* word : {"deploy", "info", "share", "logs", "history", "rollback", "delete", "list"}) {
