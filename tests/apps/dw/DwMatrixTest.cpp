@@ -48,9 +48,11 @@ std::string valueFor(const std::string& name, const dw::Candidates& candidates) 
 }
 
 /// Without which a command of this name asks a person, or does not know what to do.
-const std::map<std::string, std::vector<std::string>> completedBy{
-    {"delete", {"--yes"}},   {"login", {"--with-token"}}, {"link", {"--name", "launch"}},
-    {"resolve", {"--mine"}}, {"open", {"--print"}},       {"token", {"--yes"}}};
+const std::map<std::string, std::vector<std::string>> completedBy{{"delete", {"--yes"}},
+                                                                  {"login", {"--with-token"}},
+                                                                  {"link", {"--name", "launch"}},
+                                                                  {"resolve", {"--mine"}},
+                                                                  {"open", {"--print"}}};
 
 /// With which a command waits, for what may happen or for a person.
 const std::set<std::string> endless{"--follow", "--no-browser"};
