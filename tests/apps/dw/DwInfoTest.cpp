@@ -1,3 +1,4 @@
+#include "tests/apps/dw/DeafPort.h"
 #include "tests/apps/dw/DwSiteFixture.h"
 #include "tests/support/PlatformServer.h"
 
@@ -56,6 +57,19 @@ TEST_F(DwInfo, TellsATokenThatIsStored) {
            {{"config.json", json{{"tokens", {{sandbox.remoteAddress(), sandbox.signIn("tomas")}}}}.dump()}});
     EXPECT_EQ(info().at("tokenSource"), "file");
     EXPECT_EQ(info().at("handle"), "tomas");
+}
+
+TEST_F(DwInfo, WithoutAnAnswerStillTellsWhatThisMachineKnows) {
+    const DeafPort deaf;
+    useHost("http://127.0.0.1:" + deaf.port());
+    setVariable("DW_TOKEN", "any");
+    const Ending ending = runDw({"info"});
+    EXPECT_EQ(ending.exitCode, 5);
+    EXPECT_EQ(ending.output, "platform\thttp://127.0.0.1:" + deaf.port() +
+                                 "\nperson\tnot told by the platform\ntoken\tfrom DW_TOKEN\nconfig\t" +
+                                 configFile().string() + '\n');
+    EXPECT_THAT(ending.error, testing::StartsWith("dw: Could not connect to 127.0.0.1"));
+    EXPECT_EQ(onlyObject(runDw({"info", "--json"}).output).at("error").at("kind"), "unreachable");
 }
 
 TEST_F(DwInfo, WithoutATokenTellsThatNobodyIsSignedIn) {

@@ -57,17 +57,16 @@ QString tokenText(const std::string& source) {
     return source == tokenOfFile ? QStringLiteral("stored by dw login") : QStringLiteral("none");
 }
 
-void print(Reporter& reporter, const Surroundings& all) {
+void printRows(Reporter& reporter, const Surroundings& all, const QString& person) {
     Rows rows({{"label"}, {"value"}});
     const auto add = [&rows](const char* label, const QString& value) {
         rows.add({{"label", label}, {"value", value.toStdString()}});
     };
     add("platform", all.config.origin());
-    add("person", all.identity ? identityText(*all.identity) : QStringLiteral("nobody is signed in"));
+    add("person", person);
     add("token", tokenText(all.token));
     add("config", QString::fromStdString(all.configFile.string()));
     rows.print(reporter);
-    reporter.object(surroundingsTable(), all);
 }
 
 /// A version of a site.
@@ -198,10 +197,22 @@ private:
         if (token == noToken) {
             requireReadable(client.store());
         }
+        std::optional<PlatformError> failure;
         if (config.isLocal() || token != noToken) {
-            all.identity = co_await client.me(config, context->stop);
+            try {
+                all.identity = co_await client.me(config, context->stop);
+            } catch (const PlatformError& thrown) {
+                failure = thrown;
+            }
         }
-        print(context->reporter, all);
+        if (failure) {
+            // What this machine knows is what helps now.
+            printRows(context->reporter, all, QStringLiteral("not told by the platform"));
+            throw PlatformError(*failure);
+        }
+        printRows(context->reporter, all,
+                  all.identity ? identityText(*all.identity) : QStringLiteral("nobody is signed in"));
+        context->reporter.object(surroundingsTable(), all);
         if (!all.identity) {
             context->reporter.message(QStringLiteral("Sign in: dw login"));
         }
