@@ -2,6 +2,8 @@
 
 #include "tests/support/Program.h"
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <filesystem>
 #include <map>

@@ -157,7 +157,8 @@ TEST_F(DwLogsOutage, IsSaidOnceAndSurvived) {
     EXPECT_EQ(ending.exitCode, 130);
     EXPECT_EQ(ending.output, "1\tapi\ta@b\tfirst\n2\tapi\ta@b\tsecond\n");
     const std::string host = "localhost:" + std::to_string(server.port());
-    EXPECT_EQ(ending.error, "The log could not be read (Down for a moment). Trying again…\n" + host + " answers again.\ndw: Interrupted\n");
+    EXPECT_EQ(ending.error, "The log could not be read (Down for a moment). Trying again…\n" + host +
+                                " answers again.\ndw: Interrupted\n");
 }
 
 TEST_F(DwLogsOutage, OfARefusalIsTheEnd) {
