@@ -676,6 +676,10 @@ def take_drop(shots, sandbox):
     desktop.key("Escape")
     desktop.drop()
     shots.close()
+    # The next round's must be the only one.
+    for window in desktop.windows("dropped - Thunar"):
+        desktop.xdotool("windowclose", window)
+    wait_for("the end of the file manager", lambda: not desktop.windows("dropped - Thunar"))
 
 
 def main():
