@@ -130,7 +130,7 @@ FocusScope {
         focus: true
         activeFocusOnTab: count > 0 || activeFocus
         currentIndex: -1
-        cacheBuffer: 112
+        cacheBuffer: 0
         Accessible.role: Accessible.List
         Accessible.name: "Projects"
         // The height of the header comes late, and changes; at the beginning stays at the beginning.
