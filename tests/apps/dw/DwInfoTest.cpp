@@ -7,7 +7,6 @@ namespace driftwell::tests {
 namespace {
 
 using nlohmann::json;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
 

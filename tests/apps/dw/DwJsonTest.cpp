@@ -12,7 +12,6 @@ namespace driftwell::tests {
 namespace {
 
 using nlohmann::json;
-using testing::IsEmpty;
 
 /// Reads the schema and what is to be held against it, and prints for each what is wrong, or null; see
 /// https://json-schema.org/draft/2020-12/schema.

@@ -148,7 +148,7 @@ protected:
             EXPECT_FALSE(object.contains("error"));
             return;
         }
-        const json error = object.at("error");
+        const json& error = object.at("error");
         EXPECT_THAT(error.at("message").get<std::string>(), testing::Not(testing::IsEmpty()));
         EXPECT_THAT(error.at("hint").get<std::string>(), testing::Not(testing::IsEmpty()));
         const std::string kind = error.at("kind").get<std::string>();
