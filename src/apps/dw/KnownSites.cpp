@@ -53,19 +53,28 @@ QString chosenSite(const std::optional<std::string>& named, const ConfigStore& s
     return names.front();
 }
 
-Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig config, QString name) {
+Task<std::optional<SiteInfo>> listedSite(std::shared_ptr<Context> context, PlatformConfig config, QString name) {
     const Fetched<SitesResponse> answer = co_await context->client->sites(config, {}, context->stop);
     const QList<SiteInfo>& sites = answer.record->sites;
     const auto found =
         std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
-    if (found == sites.end()) {
+    std::optional<SiteInfo> site;
+    if (found != sites.end()) {
+        site = *found;
+    }
+    co_return site;
+}
+
+Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig config, QString name) {
+    const std::optional<SiteInfo> site = co_await listedSite(context, config, name);
+    if (!site) {
         CommandFailure failure{ErrorKind::NoSite,
                                QStringLiteral("There is no site “%1” on %2").arg(name, config.host()),
                                QStringLiteral("dw list shows the sites.")};
         failure.details.host = config.host();
         throw FailedCommand(failure);
     }
-    co_return *found;
+    co_return *site;
 }
 
 std::vector<std::string> accessModeWords() {

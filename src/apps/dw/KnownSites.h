@@ -28,7 +28,11 @@ struct PublishedAs {
 /// the folder of a site or the session file cannot be read.
 [[nodiscard]] QString chosenSite(const std::optional<std::string>& named, const ConfigStore& store);
 
-/// The site's record. Throws FailedCommand with the kind "noSite" when the platform has no site of exactly this name,
+/// The site's record; absent when the platform has no site of exactly this name. Throws as PlatformClient::sites().
+[[nodiscard]] Task<std::optional<SiteInfo>> listedSite(std::shared_ptr<Context> context, PlatformConfig config,
+                                                       QString name);
+
+/// The same. Throws FailedCommand with the kind "noSite" when the platform has no site of exactly this name,
 /// and as PlatformClient::sites().
 [[nodiscard]] Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig config, QString name);
 

@@ -161,6 +161,20 @@ TEST_F(DwLogsOutage, IsSaidOnceAndSurvived) {
                                 " answers again.\ndw: Interrupted\n");
 }
 
+TEST_F(DwLogsOutage, MoreLinesAtOnceThanAreAskedForAreSaidToBe) {
+    Program program(dw({"logs", "garden", "--follow"}));
+    program.waitUntil([&program] { return !program.soFar().output.empty(); });
+    std::vector<std::pair<std::string, std::string>> many;
+    for (int second = 400; second > 200; --second) {
+        many.emplace_back(std::to_string(second), "line" + std::to_string(second));
+    }
+    answer(many);
+    program.waitUntil([&program] { return program.soFar().output.find("line400") != std::string::npos; });
+    program.signal(SIGINT);
+    EXPECT_EQ(program.waitForEnd().error,
+              "So much has happened at once that older lines may be missing here.\ndw: Interrupted\n");
+}
+
 TEST_F(DwLogsOutage, OfARefusalIsTheEnd) {
     Program program(dw({"logs", "garden", "--follow"}));
     program.waitUntil([&program] { return !program.soFar().output.empty(); });

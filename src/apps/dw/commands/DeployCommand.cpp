@@ -1,6 +1,7 @@
 #include "apps/dw/ChosenName.h"
 #include "apps/dw/Command.h"
 #include "apps/dw/FolderCaution.h"
+#include "apps/dw/KnownSites.h"
 #include "apps/dw/LinkedFolders.h"
 #include "apps/dw/PublicationTables.h"
 #include "apps/dw/Texts.h"
@@ -22,7 +23,6 @@
 #include "support/Cancellation.h"
 #include "support/OwnThread.h"
 
-#include <algorithm>
 #include <chrono>
 #include <system_error>
 
@@ -98,33 +98,25 @@ std::optional<Replaced> replacedBy(const std::optional<SiteInfo>& site) {
                          QStringLiteral("Choose another name with --name, or leave out --new to replace it.")});
 }
 
-/// The site as the platform lists it; absent where it does not. Throws as PlatformClient::sites().
-Task<std::optional<SiteInfo>> listedSite(PlatformConfig config, QString name, std::shared_ptr<Context> context) {
-    const KnownBytes nothing;
-    const Fetched<SitesResponse> answer = co_await context->client->sites(config, nothing, context->stop);
-    const QList<SiteInfo>& sites = answer.record->sites;
-    const auto found =
-        std::find_if(sites.begin(), sites.end(), [&name](const SiteInfo& site) { return site.name == name; });
-    std::optional<SiteInfo> site;
-    if (found != sites.end()) {
-        site = *found;
-    }
-    co_return site;
-}
-
 /// What a deployment would take the place of. A platform is needed only for who wants to be sure of a new site.
 Task<std::optional<Replaced>> replacedInRehearsal(QString name, bool mustBeNew, std::shared_ptr<Context> context) {
     try {
         const PlatformConfig config = requireSignIn(*context->client);
-        const std::optional<SiteInfo> site = co_await listedSite(config, name, context);
+        const std::optional<SiteInfo> site = co_await listedSite(context, config, name);
         if (site && mustBeNew) {
             refuseExisting(*site, config);
         }
         co_return replacedBy(site);
-    } catch (const PlatformError&) {
+    } catch (const PlatformError& failure) {
         if (mustBeNew) {
             throw;
         }
+        // Whoever has not chosen a platform, or not signed in, does not expect to be told.
+        if (failure.kind() == PlatformError::Kind::NoHost || failure.kind() == PlatformError::Kind::Unauthenticated) {
+            co_return std::nullopt;
+        }
+        context->reporter.message(
+            QStringLiteral("Whether this would replace anything is not known: %1").arg(failure.description()));
     }
     co_return std::nullopt;
 }

@@ -149,6 +149,9 @@ Task<ExitCode> follow(std::shared_ptr<Context> context, PlatformConfig config, Q
             isOut = false;
         }
         const QList<LogEntry> fresh = seen.takeNew(entries);
+        if (fresh.size() >= mostLinesAtOnce) {
+            reporter.notice(QStringLiteral("So much has happened at once that older lines may be missing here."));
+        }
         if (!fresh.isEmpty()) {
             pauses.beginAnew();
             isRead = printNew(reporter, site, fresh, false);
