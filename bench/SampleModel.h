@@ -45,6 +45,8 @@ public:
     void showInFileManager(const std::filesystem::path&) override {}
     void promptInstall(const QString&) override {}
     void copyText(const QString&) override {}
+    [[nodiscard]] bool copyNeedsKeyboard() const override { return false; }
+    Task<bool> copyTextWithKeyboard(QString) override { co_return true; }
     [[nodiscard]] ColorScheme colorScheme() const override { return ColorScheme::Light; }
     [[nodiscard]] LoginItem& loginItem() override { return m_loginItem; }
     [[nodiscard]] WindowManager& windowManager() override { return m_windowManager; }

@@ -74,6 +74,21 @@ public:
     void showInFileManager(const std::filesystem::path& path) override { m_shownPaths.push_back(path); }
     void copyText(const QString& text) override { m_clipboard = text.toStdString(); }
 
+    /// From now on a copy is taken only from the window that has the keyboard; whoever holds the result says whether it
+    /// was.
+    Completion<bool> takeCopiesFromWindowsOnly() {
+        m_copyAnswer = Completion<bool>();
+        return *m_copyAnswer;
+    }
+    [[nodiscard]] bool copyNeedsKeyboard() const override { return m_copyAnswer.has_value(); }
+    Task<bool> copyTextWithKeyboard(QString text) override {
+        const bool isTaken = !m_copyAnswer || co_await *m_copyAnswer;
+        if (isTaken) {
+            copyText(text);
+        }
+        co_return isTaken;
+    }
+
     [[nodiscard]] FakeLoginItem& loginItem() override { return m_loginItem; }
     [[nodiscard]] FakeWindowManager& windowManager() override { return m_windowManager; }
 
@@ -88,6 +103,7 @@ private:
     std::vector<std::string> m_openedUrls;
     std::vector<std::filesystem::path> m_shownPaths;
     std::string m_clipboard;
+    std::optional<Completion<bool>> m_copyAnswer;
     FakeLoginItem m_loginItem;
     FakeWindowManager m_windowManager;
     ColorScheme m_colorScheme = ColorScheme::Light;

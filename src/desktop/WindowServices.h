@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Task.h"
+
 #include <QObject>
 #include <QString>
 
@@ -19,6 +21,14 @@ class WindowServices : public QObject {
 public:
     /// Replaces the clipboard's content.
     virtual void copyText(const QString& text) = 0;
+
+    /// Whether the desktop takes a copy only from the window that has the keyboard, so that copyText() without one may
+    /// come to nothing.
+    [[nodiscard]] virtual bool copyNeedsKeyboard() const = 0;
+
+    /// The same as copyText(), once a window of the application has the keyboard. Gives whether the desktop has taken
+    /// it; false also where no window gets the keyboard within a few seconds.
+    [[nodiscard]] virtual Task<bool> copyTextWithKeyboard(QString text) = 0;
 
     [[nodiscard]] virtual ColorScheme colorScheme() const = 0;
 

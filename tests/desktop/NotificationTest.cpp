@@ -25,7 +25,7 @@ using testing::Pair;
 namespace {
 
 const QString name = QStringLiteral("org.freedesktop.Notifications");
-const QString path = QStringLiteral("/org/freedesktop/Notifications");
+const QString objectPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString notify = QStringLiteral("Notify");
 const QString closeNotification = QStringLiteral("CloseNotification");
 
@@ -73,12 +73,12 @@ protected:
     }
 
     static void say(FakeService& service, const char* signal, const QVariantList& arguments) {
-        service.emitSignal(path, name, QString::fromLatin1(signal), arguments);
+        service.emitSignal(objectPath, name, QString::fromLatin1(signal), arguments);
     }
 
     /// What the service has sent before this has been dealt with.
     void waitForReplies() {
-        const QDBusMessage question = QDBusMessage::createMethodCall(name, path, name, QStringLiteral("Sync"));
+        const QDBusMessage question = QDBusMessage::createMethodCall(name, objectPath, name, QStringLiteral("Sync"));
         const QDBusPendingCallWatcher watcher(client.asyncCall(question));
         waitUntil([&watcher] { return watcher.isFinished(); });
         settle();
@@ -94,7 +94,7 @@ TEST_F(NotificationTest, IsSentWithItsTextsAndActions) {
     const auto notification = shownOn(*service);
 
     const QDBusMessage call = service->lastCallOf(notify);
-    EXPECT_EQ(call.path(), path);
+    EXPECT_EQ(call.path(), objectPath);
     EXPECT_EQ(call.signature(), QStringLiteral("susssasa{sv}i"));
     EXPECT_EQ(call.arguments().value(1).toUInt(), 0U);
     EXPECT_EQ(call.arguments().value(3).toString(), QStringLiteral("Lunch is ready"));

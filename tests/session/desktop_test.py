@@ -2,6 +2,7 @@
 
 import os
 import re
+import time
 import unittest
 import urllib.parse
 import urllib.request
@@ -44,7 +45,8 @@ class DesktopTest(unittest.TestCase):
         self.addCleanup(self.clean_up)
 
     def clean_up(self):
-        if self._outcome and any(failure for _, failure in getattr(self._outcome, "errors", []) or []):
+        result = self._outcome.result
+        if any(test is self for test, _ in result.failures + result.errors):
             print(self.desktop.dump(), self.desktop.app_log(), sep="\n")
         self.desktop.close_app()
         for process in self.extra:
@@ -110,6 +112,13 @@ class DesktopTest(unittest.TestCase):
         """Of the application, by itself and in order."""
         self.assertEqual(self.desktop.app.wait(DEADLINE), 0, self.desktop.app_log())
         self.desktop.app = None
+
+    def picture(self, name):
+        """For who wants to look, where a folder for pictures is named."""
+        if folder := os.environ.get("DRIFTWELL_PICTURES"):
+            # What has just come is drawn a moment later.
+            time.sleep(0.5)
+            self.desktop.picture(Path(folder) / f"{name}.png")
 
     def find(self, role, name=None):
         return self.desktop.find(role, name)

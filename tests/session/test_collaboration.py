@@ -3,6 +3,7 @@ agent repairs from the copied prompt, and a folder that is left alone until some
 
 import os
 import re
+import signal
 import subprocess
 import unittest
 
@@ -191,6 +192,55 @@ class CollaborationTest(DesktopTest):
         wait_for("the person's pages on the platform", lambda: self.live_page() == "mine\n")
         self.assertEqual((self.work / "index.html").read_text(), "mine\n")
         self.assertEqual(self.desktop.widgets("alert", "Collaboration hiccup"), [])
+
+    # --- The end of the session ---
+
+    def end(self):
+        self.desktop.app.terminate()
+        self.wait_for_end()
+
+    def is_settled(self):
+        return self.find("list item", self.SITE).description not in ("Conflict", "Publishing…", "Syncing…")
+
+    def test_a_conflict_that_waits_at_the_end_of_the_session_waits_in_the_next(self):
+        self.open_published("first\n")
+        self.make_conflict()
+        self.end()
+        self.open()
+        wait_for("the chip", lambda: self.find("list item", self.SITE).description == "Conflict")
+        self.assertEqual((self.work / "index.html").read_text().count("<<<<<<<"), 1)
+        self.hover()
+        self.press("push button", f"Resolve… {self.SITE}")
+        self.press("push button", "Keep mine")
+        wait_for("the person's pages on the platform", lambda: self.live_page() == "mine\n")
+
+    def test_a_merge_that_the_end_of_the_session_interrupts_is_done_in_the_next(self):
+        self.open_published("first\n")
+        self.work_together()
+        self.push_as_teammate(about="theirs\n")
+        (self.work / "index.html").write_text("mine\n")
+        wait_for("the news", lambda: self.find("list item", self.SITE).description == "Updates available")
+        self.platform.process.send_signal(signal.SIGSTOP)
+        try:
+            self.hover()
+            self.press("push button", f"Update folder {self.SITE}")
+            wait_for("git at work", self.is_git_at_work)
+            self.end()
+        finally:
+            self.platform.process.send_signal(signal.SIGCONT)
+        self.assertEqual((self.work / "index.html").read_text(), "mine\n")
+        self.open()
+        wait_for("the news", lambda: self.find("list item", self.SITE).description == "Updates available")
+        self.hover()
+        self.press("push button", f"Update folder {self.SITE}")
+        wait_for("the teammate's page", (self.work / "about.html").exists)
+        wait_for("the row", self.is_settled)
+        self.assertEqual((self.work / "index.html").read_text(), "mine\n")
+        self.assertEqual(self.desktop.widgets("alert", "Collaboration hiccup"), [])
+
+    def is_git_at_work(self):
+        result = subprocess.run(["pgrep", "-P", str(self.desktop.app.pid), "git"], capture_output=True, timeout=20)
+        return result.returncode == 0
 
     # --- Attention ---
 

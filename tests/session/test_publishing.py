@@ -4,7 +4,6 @@ import os
 import re
 import signal
 import subprocess
-import time
 import unittest
 from pathlib import Path
 
@@ -23,13 +22,6 @@ class PublishingTest(DesktopTest):
             self.desktop.environment["DRIFTWELL_COLOR_SCHEME"] = scheme
         self.desktop.start_notifications()
         self.addCleanup(self.desktop.stop_notifications)
-
-    def picture(self, name):
-        """For who wants to look, where a folder for pictures is named."""
-        if folder := os.environ.get("DRIFTWELL_PICTURES"):
-            # What has just come is drawn a moment later.
-            time.sleep(0.5)
-            self.desktop.picture(Path(folder) / f"{name}.png")
 
     def address(self, site):
         return f"http://{site}.driftwell.localhost:{self.platform.port}/"

@@ -6,7 +6,7 @@ import re
 import unittest
 
 from desktop_test import PROGRAMS, DesktopTest
-from session import Session, wait_for
+from session import Session, descendants, skip_introduction, wait_for
 
 BAR = (600, 20)
 SOCKET = "wayland-test"
@@ -16,7 +16,9 @@ class WaylandSession(Session):
     def start_desktop(self):
         settings = self.folder / "weston.ini"
         settings.write_text("[shell]\npanel-position=none\nbackground-color=0xff404040\nlocking=false\n"
-                            "startup-animation=none\nanimation=none\nclose-animation=none\nfocus-animation=none\n")
+                            "startup-animation=none\nanimation=none\nclose-animation=none\nfocus-animation=none\n"
+                            # No keyboard on the screen over what is looked at.
+                            "[input-method]\npath=\n")
         self.spawn("/usr/bin/weston", "--backend=x11-backend.so", f"--config={settings}", f"--socket={SOCKET}",
                    "--width=%d" % self.size[0], "--height=%d" % self.size[1], "--use-pixman", "--idle-time=0")
         wait_for("the compositor", (self.folder / "run" / SOCKET).exists)
@@ -135,6 +137,92 @@ class WaylandTest(DesktopTest):
         self.find("push button", "Done")
         self.desktop.key("Return")
         self.wait_for_rows("garden")
+
+    def test_a_sheet_lies_over_the_window_and_escape_closes_it(self):
+        self.open_window()
+        self.desktop.launch(self.site("garden"), host=self.platform.address).wait()
+        sheet = self.find("dialog", "Deploy garden")
+        self.wait_for_text("New site — this name is free")
+        wait_for("the keyboard in the name field", lambda: self.desktop.is_focused(self.find("text", "Site name")))
+        self.assertTrue(self.desktop.is_enabled(self.find("push button", "Deploy")))
+        # In the window, and with its colour around what it darkens.
+        inner, outer = self.desktop.box(sheet), self.desktop.box(self.find("frame", "Driftwell"))
+        self.assertGreater(inner.x, outer.x)
+        self.assertGreater(inner.y, outer.y)
+        self.assertLess(inner.x + inner.width, outer.x + outer.width)
+        self.assertLess(inner.y + inner.height, outer.y + outer.height)
+        wait_for("the sheet on the screen", lambda: any(
+            abs(width - inner.width) <= 4 and abs(height - inner.height) <= 4
+            for _, _, width, height in self.light_parts()))
+        self.picture("wayland-sheet")
+        self.desktop.key("Escape")
+        self.desktop.gone("dialog")
+        wait_for("the window on the screen", self.is_as_large_as_at_first)
+        self.wait_for_text("No projects yet")
+        self.assertEqual(self.rows(), [])
+
+    # --- The clipboard ---
+
+    def open_other_copy(self):
+        """Another client of the compositor: the application of another person. Its filter has the keyboard."""
+        home = self.folder / "other"
+        home.mkdir()
+        skip_introduction(home)
+        self.other = self.desktop.launch(host=self.platform.address, HOME=str(home))
+        self.extra.append(self.other)
+        wait_for("the other copy", self.other_filter)
+        self.desktop.key("ctrl+f")
+        wait_for("the keyboard in its filter", lambda: self.desktop.is_focused(self.other_filter()))
+
+    def other_filter(self):
+        for application in self.desktop.applications():
+            application.clear_cache()
+            if application.get_process_id() == self.other.pid:
+                return next(widget for widget in descendants(application)
+                            if widget.getRoleName() == "text" and widget.name == "Filter projects")
+        return None
+
+    def other_text(self):
+        found = self.other_filter().queryText()
+        return found.getText(0, found.characterCount)
+
+    def deploy_and_close_window(self):
+        self.platform.restart("--delay", "3000", "--fail-path", "/api/deploy")
+        self.desktop.start_notifications()
+        self.addCleanup(self.desktop.stop_notifications)
+        self.open_window()
+        self.desktop.launch(self.site("garden"), host=self.platform.address).wait()
+        self.wait_for_text("New site — this name is free")
+        self.desktop.key("Return")
+        self.find("progress bar", "Deployment")
+        self.desktop.key("ctrl+w")
+        return wait_for("the notification", lambda: [shown for shown in self.desktop.notifications()
+                                                     if shown["title"] == "garden is live"])[0]
+
+    def wait_for_notification(self, title):
+        wait_for(f"the notification {title!r}",
+                 lambda: title in [shown["title"] for shown in self.desktop.notifications()])
+
+    def test_a_link_that_is_copied_from_a_notification_is_so_once_that_is_said(self):
+        told = self.deploy_and_close_window()
+        self.desktop.choose_in_notification(told["id"], "Copy link")
+        self.wait_for_text("garden is live")
+        self.wait_for_notification("The link to garden is copied")
+        self.open_other_copy()
+        self.desktop.key("ctrl+v")
+        self.assertEqual(wait_for("what is pasted", self.other_text),
+                         f"http://garden.driftwell.localhost:{self.platform.port}/")
+
+    def test_a_link_that_the_compositor_does_not_take_is_not_said_to_be_copied(self):
+        told = self.deploy_and_close_window()
+        # What is copied after the last press in a window is newer than all that this window can copy until the next.
+        self.open_other_copy()
+        self.desktop.type("theirs")
+        self.desktop.key("ctrl+a", "ctrl+x")
+        wait_for("the empty filter", lambda: not self.other_text())
+        self.desktop.choose_in_notification(told["id"], "Copy link")
+        self.wait_for_notification("The link to garden is not copied")
+        self.assertNotIn("The link to garden is copied", [shown["title"] for shown in self.desktop.notifications()])
 
     def test_the_close_button_leaves_the_application_running(self):
         self.open_window()

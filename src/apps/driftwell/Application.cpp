@@ -51,7 +51,8 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
       m_tray(m_menuBar, desktop, m_trayHost, state.client().configDirOverride().has_value()),
       m_mergeNotices(state.collaboration(), m_sessionBus, [this] { return m_window.isSeen(); }),
       m_deployNotices(state.deployments(), state.siteOperations(), desktop, m_sessionBus,
-                      [this] { return m_window.isInFront(); }) {
+                      [this] { return m_window.isInFront(); }),
+      m_sessionEnd([this] { return m_window.isOpen(); }) {
     connect(&m_menuBar, &MenuBarModel::windowRequested, this, [this] { showWindow(); });
     connect(&m_menuBar, &MenuBarModel::quitRequested, this, &Application::askToQuit, Qt::QueuedConnection);
     connect(&m_menuBar, &MenuBarModel::settingsRequested, this, &Application::showSettings, Qt::QueuedConnection);
@@ -65,6 +66,7 @@ Application::Application(AppState& state, WindowServices& desktop, QDBusConnecti
     connect(&m_mergeNotices, &MergeNotices::openRequested, this, &Application::showWindow);
     connect(&m_deployNotices, &DeployNotices::openRequested, this, &Application::showWindow);
     connect(&state.signIn(), &SignIn::cameBack, this, &Application::followSignIn);
+    connect(&m_sessionEnd, &SessionEnd::wanted, this, &Application::quit);
     connect(&m_trayHost, &TrayHost::appeared, this, [this] { m_sign.reset(); });
 }
 
@@ -108,6 +110,7 @@ Task<> Application::endAndQuit() {
     Task<> updates = m_updates.end();
     co_await m_state.end();
     co_await updates;
+    m_sessionEnd.allow();
     QCoreApplication::quit();
 }
 

@@ -8,6 +8,7 @@
 #include "apps/driftwell/TrayItem.h"
 #include "apps/driftwell/Updates.h"
 #include "desktop/freedesktop/Notification.h"
+#include "desktop/freedesktop/SessionEnd.h"
 #include "desktop/freedesktop/TrayHost.h"
 #include "desktop/WindowServices.h"
 #include "support/Task.h"
@@ -69,6 +70,7 @@ private:
     TrayItem m_tray;
     MergeNotices m_mergeNotices;
     DeployNotices m_deployNotices;
+    SessionEnd m_sessionEnd;
     bool m_isQuitting = false;
     /// That the application goes on although nothing of it is to be seen; null while it is not said.
     std::unique_ptr<Notification> m_sign;

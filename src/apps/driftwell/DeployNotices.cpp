@@ -4,6 +4,7 @@
 #include "core/Format.h"
 #include "core/SiteOperations.h"
 #include "desktop/freedesktop/FreedesktopServices.h"
+#include "support/WhileAlive.h"
 
 #include <utility>
 
@@ -121,6 +122,14 @@ DeployNotices::Notice DeployNotices::wordAtTheEnd(const QString& site) {
              {}}};
 }
 
+DeployNotices::Notice DeployNotices::noticeOfCopy(const QString& site, const QString& url, bool isCopied) {
+    if (isCopied) {
+        return {{QStringLiteral("The link to %1 is copied").arg(site), Format::withoutScheme(url), {}}};
+    }
+    return windowNotice(QStringLiteral("The link to %1 is not copied").arg(site),
+                        QStringLiteral("This desktop takes it only from the window that you work in. Copy it there."));
+}
+
 void DeployNotices::leaveWord() {
     const std::optional<QString> site = m_deployments.deployingSiteName();
     if (site && m_deployments.isPublishing()) {
@@ -130,22 +139,37 @@ void DeployNotices::leaveWord() {
 
 void DeployNotices::tell(const QString& site, const Notice& notice) {
     auto notification = std::make_unique<Notification>(m_sessionBus, FreedesktopServices::usualTimeout, notice.content);
-    const auto act = [this, url = notice.url](const QString& key, const QByteArray& activationToken) {
-        runAction(key, url, activationToken);
+    const auto act = [this, site, url = notice.url](const QString& key, const QByteArray& activationToken) {
+        runAction(key, site, url, activationToken);
     };
     // Later: opening the window withdraws the notification, which is in the middle of telling.
     connect(notification.get(), &Notification::actionChosen, this, act, Qt::QueuedConnection);
     m_told.insert_or_assign(site, std::move(notification));
 }
 
-void DeployNotices::runAction(const QString& key, const QString& url, const QByteArray& activationToken) {
+void DeployNotices::runAction(const QString& key, const QString& site, const QString& url,
+                              const QByteArray& activationToken) {
     if (key == copyKey) {
-        m_desktop.copyText(url);
+        copyLink(site, url, activationToken);
     } else if (!url.isEmpty()) {
         m_operations.openAddress(url);
     } else {
         Q_EMIT openRequested(activationToken);
     }
+}
+
+void DeployNotices::copyLink(const QString& site, const QString& url, const QByteArray& activationToken) {
+    if (!m_desktop.copyNeedsKeyboard()) {
+        m_desktop.copyText(url);
+        return;
+    }
+    Q_EMIT openRequested(activationToken);
+    detach(copyFromWindow(site, url));
+}
+
+Task<> DeployNotices::copyFromWindow(QString site, QString url) {
+    const bool isCopied = co_await whileAlive(this, m_desktop.copyTextWithKeyboard(url));
+    tell(site, noticeOfCopy(site, url, isCopied));
 }
 
 } // namespace driftwell

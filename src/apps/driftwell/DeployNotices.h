@@ -4,6 +4,7 @@
 #include "desktop/freedesktop/Notification.h"
 #include "desktop/WindowServices.h"
 #include "platform/SentChange.h"
+#include "support/Task.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -19,6 +20,7 @@ class SiteOperations;
 
 /// Tells a person who does not look at the window how a deployment has ended, and everybody what became of one that was
 /// cancelled too late: a notification for each site. "Open" opens a live site in the browser, and the window otherwise.
+/// "Copy link" opens the window first where the desktop takes a copy from nobody else, and says what came of it.
 class DeployNotices final : public QObject {
     Q_OBJECT
 
@@ -44,6 +46,8 @@ public:
     [[nodiscard]] static Notice noticeOf(const QString& site, const DeployFlow::Failure& failure);
     [[nodiscard]] static Notice noticeOf(const SentChange& change, const ChangeOutcome& outcome);
     [[nodiscard]] static Notice wordAtTheEnd(const QString& site);
+    /// What became of a link that could only be copied from the window.
+    [[nodiscard]] static Notice noticeOfCopy(const QString& site, const QString& url, bool isCopied);
 
 Q_SIGNALS:
     /// The person wants to see the window. `activationToken` is what the desktop hands over so that it may be raised.
@@ -55,7 +59,9 @@ private:
     void tellOutcome();
     void tellFound(const SentChange& change, const ChangeOutcome& outcome);
     void tell(const QString& site, const Notice& notice);
-    void runAction(const QString& key, const QString& url, const QByteArray& activationToken);
+    void runAction(const QString& key, const QString& site, const QString& url, const QByteArray& activationToken);
+    void copyLink(const QString& site, const QString& url, const QByteArray& activationToken);
+    Task<> copyFromWindow(QString site, QString url);
 
     Deployments& m_deployments;
     SiteOperations& m_operations;

@@ -1,5 +1,6 @@
 #include "desktop/freedesktop/FreedesktopServices.h"
 
+#include "desktop/freedesktop/FocusedCopy.h"
 #include "desktop/XdgOpen.h"
 
 #include <QClipboard>
@@ -36,6 +37,20 @@ void FreedesktopServices::promptInstall(const QString& package) {
 
 void FreedesktopServices::copyText(const QString& text) {
     QGuiApplication::clipboard()->setText(text);
+}
+
+bool FreedesktopServices::copyNeedsKeyboard() const {
+    return QGuiApplication::platformName().startsWith(QLatin1StringView("wayland"));
+}
+
+Task<bool> FreedesktopServices::copyTextWithKeyboard(QString text) {
+    if (!copyNeedsKeyboard()) {
+        copyText(text);
+        co_return true;
+    }
+    constexpr std::chrono::seconds patience(5);
+    const Completion<bool> isTaken = (new FocusedCopy(std::move(text), patience, this))->isTaken();
+    co_return co_await isTaken;
 }
 
 } // namespace driftwell

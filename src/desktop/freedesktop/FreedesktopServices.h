@@ -36,6 +36,8 @@ public:
     void showInFileManager(const std::filesystem::path& path) override;
     void promptInstall(const QString& package) override;
     void copyText(const QString& text) override;
+    [[nodiscard]] bool copyNeedsKeyboard() const override;
+    Task<bool> copyTextWithKeyboard(QString text) override;
     [[nodiscard]] ColorScheme colorScheme() const override { return m_colorScheme.value(); }
     [[nodiscard]] LoginItem& loginItem() override { return m_loginItem; }
     [[nodiscard]] WindowManager& windowManager() override { return m_windowManager; }

@@ -116,6 +116,28 @@ TEST_F(DeployNoticesTest, ASiteThatWentLiveUnseenIsToldAndCanBeOpenedAndItsLinkC
     EXPECT_EQ(opened, 0);
 }
 
+TEST_F(DeployNoticesTest, WhereOnlyAWindowMayCopyItIsOpenedFirstAndWhatCameOfItIsSaid) {
+    for (const bool isTaken : {true, false}) {
+        SCOPED_TRACE(isTaken);
+        desktop.copyText({});
+        Completion<bool> answer = desktop.takeCopiesFromWindowsOnly();
+        const int before = opened;
+        succeed(*running());
+        const int told = shown();
+        press(QStringLiteral("Copy link"));
+        EXPECT_EQ(opened, before + 1);
+        EXPECT_EQ(shown(), told) << "nothing is said before it is known";
+        answer.succeed(isTaken);
+        waitUntil([&] { return shown() == told + 1; });
+        EXPECT_EQ(title(), isTaken ? QStringLiteral("The link to garden is copied")
+                                   : QStringLiteral("The link to garden is not copied"));
+        EXPECT_EQ(actions(), isTaken ? QStringList() : QStringList({QStringLiteral("open"), QStringLiteral("Open")}));
+        EXPECT_EQ(desktop.clipboard(), isTaken ? address.toStdString() : std::string());
+    }
+    press(QStringLiteral("Open"));
+    EXPECT_EQ(opened, 3);
+}
+
 TEST_F(DeployNoticesTest, AFailureUnseenIsToldWithAWayToTheWindow) {
     running()->fail(QStringLiteral("The disk is full."));
     EXPECT_EQ(shown(), 1);
