@@ -510,8 +510,10 @@ class Session:
         return widget.getState().contains(pyatspi.STATE_FOCUSED)
 
     def is_enabled(self, widget):
+        import pyatspi
         widget.clear_cache()
-        return widget.description != "Unavailable"
+        states = widget.getState()
+        return states.contains(pyatspi.STATE_ENABLED) and states.contains(pyatspi.STATE_SENSITIVE)
 
     def dump(self):
         """The tree as text, for a failure's report."""

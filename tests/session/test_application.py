@@ -242,6 +242,61 @@ class ApplicationTest(DesktopTest):
         self.press("push button", "Quit")
         self.wait_for_end()
 
+    def deploy_signed_in(self):
+        """A deployment that goes on until the platform is let go on."""
+        self.start_platform("--require-sign-in")
+        self.platform.address = f"http://127.0.0.1:{self.platform.port}"
+        self.open(self.site("portfolio"))
+        self.press("push button", "Sign in…")
+        self.sign_in_as("person-ines")
+        self.wait_for_text("New site — this name is free")
+        self.platform.process.send_signal(signal.SIGSTOP)
+        self.desktop.key("Return")
+        self.find("progress bar", "Deployment")
+
+    def stay_signed_in(self, ask):
+        self.deploy_signed_in()
+        try:
+            ask()
+            self.find("dialog", "Sign out?")
+            self.wait_for_text(re.compile("^“portfolio” is being "))
+            stay = self.find("push button", "Stay Signed In")
+            wait_for("the keyboard on the harmless button", lambda: self.desktop.is_focused(stay))
+            self.desktop.key("Return")
+            self.desktop.gone("dialog", "Sign out?")
+            self.assertTrue(self.desktop.widgets("progress bar", "Deployment"))
+        finally:
+            self.platform.process.send_signal(signal.SIGCONT)
+        self.wait_for_text("portfolio is live")
+        self.desktop.key("Return")
+        self.wait_for_rows("portfolio")
+
+    def test_a_sign_out_in_the_panel_asks_while_an_upload_runs_and_staying_keeps_it(self):
+        self.stay_signed_in(self.sign_out_in_panel)
+
+    def test_a_sign_out_in_the_menu_of_the_tray_asks_too(self):
+        self.stay_signed_in(self.sign_out_in_tray_menu)
+
+    def test_who_signs_out_all_the_same_is_signed_out(self):
+        self.deploy_signed_in()
+        try:
+            self.sign_out_in_panel()
+            self.find("dialog", "Sign out?")
+            self.press("push button", "Sign Out")
+            self.desktop.gone("dialog", "Sign out?")
+        finally:
+            self.platform.process.send_signal(signal.SIGCONT)
+        self.wait_for_text(f"Sign in to 127.0.0.1:{self.platform.port}")
+
+    def sign_out_in_panel(self):
+        self.click_in_tray()
+        self.press("push button", "Sign out")
+
+    def sign_out_in_tray_menu(self):
+        commands, choose = self.desktop.tray_menu()
+        self.assertIn("Sign out", commands)
+        choose("Sign out")
+
     def quit_in_panel(self):
         self.click_in_tray()
         self.press("push button", "Quit")

@@ -124,6 +124,27 @@ class CollaborationTest(DesktopTest):
                  f"http://{self.SITE}.driftwell.localhost:{self.platform.port}/")
         self.close_sheet()
 
+    def test_a_switch_that_waits_for_the_platform_is_disabled_for_a_screen_reader_too(self):
+        self.open_published()
+        self.open_share()
+        switch = self.find("check box", "Client comments")
+        self.assertTrue(self.desktop.is_enabled(switch))
+        description = switch.description
+        self.assertTrue(description)
+        self.platform.process.send_signal(signal.SIGSTOP)
+        try:
+            self.press("check box", "Client comments")
+            wait_for("the disabled switch", lambda: not self.desktop.is_enabled(switch))
+            self.assertEqual(switch.description, description)
+            self.assertFalse(self.is_on("Client comments"), "it does not run ahead of the platform")
+        finally:
+            self.platform.process.send_signal(signal.SIGCONT)
+        wait_for("the enabled switch", lambda: self.desktop.is_enabled(switch))
+        wait_for("the setting", lambda: self.is_on("Client comments"))
+        # As a screen reader presses it.
+        switch.queryAction().doAction(0)
+        wait_for("the setting of before", lambda: not self.is_on("Client comments"))
+
     def test_a_person_is_invited_by_keyboard_alone(self):
         self.open_published()
         for _ in range(12):

@@ -1,5 +1,6 @@
 """The application on a desktop where nothing shows tray items, or not yet."""
 
+import re
 import unittest
 
 from desktop_test import DesktopTest
@@ -71,6 +72,23 @@ class WithoutTrayTest(DesktopTest):
         self.wait_for_notification()
         self.desktop.choose_in_notification(1, "Quit")
         self.wait_for_end()
+
+    def test_quit_in_the_notification_asks_while_an_upload_runs(self):
+        self.platform.restart("--delay", "6000", "--fail-path", "/api/deploy")
+        self.desktop.start_notifications()
+        self.open(self.site("portfolio"))
+        self.wait_for_text("New site — this name is free")
+        self.desktop.key("Return")
+        self.find("progress bar", "Deployment")
+        self.close_window()
+        self.wait_for_notification()
+        self.desktop.choose_in_notification(1, "Quit")
+        self.find("dialog", "Quit Driftwell?")
+        self.wait_for_text(re.compile("^“portfolio” is being "))
+        self.press("push button", "Keep Running")
+        self.desktop.gone("dialog", "Quit Driftwell?")
+        self.assertIsNone(self.desktop.app.poll())
+        self.wait_for_text("portfolio is live")
 
     def test_where_nobody_shows_notifications_the_application_goes_on(self):
         self.open()

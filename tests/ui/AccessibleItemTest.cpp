@@ -89,6 +89,43 @@ TEST_F(AccessibleItemTest, AButtonThatIsDisabledIsPressedByNobody) {
     EXPECT_EQ(view().rootObject()->property("count").toInt(), 0);
 }
 
+TEST_F(AccessibleItemTest, ASwitchTellsWhetherItIsOnAndWhetherItIsDisabled) {
+    showQml(R"(DWToggleStyle { objectName: "switch"; text: "Launch at login" })");
+    const auto state = [this] {
+        return the(Role::CheckBox, QStringLiteral("Launch at login")).state;
+    };
+    EXPECT_TRUE(state().checkable);
+    EXPECT_FALSE(state().checked);
+    EXPECT_FALSE(state().disabled);
+    listen();
+    auto* const toggle = view().rootObject()->findChild<QQuickItem*>(QStringLiteral("switch"));
+    toggle->setProperty("checked", true);
+    EXPECT_TRUE(state().checked);
+    toggle->setEnabled(false);
+    EXPECT_TRUE(state().disabled);
+    EXPECT_TRUE(state().checked) << "it shows what is so";
+    EXPECT_THAT(changes(), ElementsAre("Launch at login disabled"));
+}
+
+TEST_F(AccessibleItemTest, ASwitchIsFlippedByAssistiveTechnologyAsByTheKeyboard) {
+    showQml(R"(
+        property int flips: 0
+        DWToggleStyle { objectName: "switch"; text: "Launch at login"; onToggled: test.flips++ })");
+    QAccessibleActionInterface* const actions =
+        interfaceOf(the(Role::CheckBox, QStringLiteral("Launch at login")))->actionInterface();
+    ASSERT_NE(actions, nullptr);
+    EXPECT_THAT(actions->actionNames(),
+                ElementsAre(QAccessibleActionInterface::toggleAction(), QAccessibleActionInterface::setFocusAction()));
+    actions->doAction(QAccessibleActionInterface::toggleAction());
+    auto* const toggle = view().rootObject()->findChild<QQuickItem*>(QStringLiteral("switch"));
+    EXPECT_TRUE(toggle->property("checked").toBool());
+    EXPECT_EQ(view().rootObject()->property("flips").toInt(), 1);
+    toggle->setEnabled(false);
+    actions->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_TRUE(toggle->property("checked").toBool());
+    EXPECT_EQ(view().rootObject()->property("flips").toInt(), 1);
+}
+
 TEST_F(AccessibleItemTest, AButtonIsWhereItIsSeenAndKnowsWhatItStandsIn) {
     showQml(R"(
         Item {

@@ -17,8 +17,7 @@ MenuItem {
     implicitWidth: 200
     leftPadding: 12
     rightPadding: 12
-    // Qt Quick does not tell assistive technology that an entry is disabled.
-    Accessible.description: !enabled ? "Unavailable" : chosen ? "Chosen" : keys
+    Accessible.description: chosen ? "Chosen" : keys
 
     contentItem: AppText {
         text: entry.text

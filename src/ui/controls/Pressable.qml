@@ -19,8 +19,7 @@ AbstractButton {
 
     hoverEnabled: true
     Accessible.name: text
-    // Qt Quick does not tell assistive technology that a control is disabled.
-    Accessible.description: enabled ? details : "Unavailable"
+    Accessible.description: details
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 

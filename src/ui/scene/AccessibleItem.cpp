@@ -11,12 +11,14 @@ namespace {
 
 /// The object behind the attached property "Accessible"; null where an item has none. Asking QML for it would make one.
 QObject* accessibleOf(const QObject& item) {
+    QObject* accessible = nullptr;
     for (QObject* const child : item.children()) {
         if (child->inherits("QQuickAccessibleAttached")) {
-            return child;
+            // A switch makes one for itself before it is known to QML, and forgets it for the one that views use.
+            accessible = child;
         }
     }
-    return nullptr;
+    return accessible;
 }
 
 QVariant accessibleProperty(const QObject& item, const char* name) {
@@ -42,8 +44,7 @@ QAccessibleInterface* makeInterface(const QString& className, QObject* object) {
     if (item == nullptr || accessibleOf(*item) == nullptr) {
         return nullptr;
     }
-    // A switch has a state of its own, which Qt tells.
-    const bool isButton = className == QLatin1String("QQuickAbstractButton") && !item->inherits("QQuickSwitch");
+    const bool isButton = className == QLatin1String("QQuickAbstractButton");
     const bool isPopup = className == QLatin1String("QQuickPopupItem");
     const bool isProgress = className == QLatin1String("QQuickProgressBar");
     return isButton || isPopup || isProgress ? new AccessibleItem(*item) : nullptr;
@@ -170,8 +171,8 @@ QAccessible::State AccessibleItem::state() const {
     state.focusable = item()->activeFocusOnTab() || has("focusable");
     state.focused = item()->hasActiveFocus();
     state.disabled = !item()->isEnabled();
-    state.checkable = has("checkable");
-    state.checked = has("checked");
+    state.checkable = isSwitch() || has("checkable");
+    state.checked = isSwitch() ? item()->property("checked").toBool() : has("checked");
     state.pressed = has("pressed");
     state.defaultButton = has("defaultButton");
     state.modal = isModal();
@@ -191,6 +192,10 @@ void* AccessibleItem::interface_cast(QAccessible::InterfaceType type) {
 
 bool AccessibleItem::isProgress() const {
     return item()->inherits("QQuickProgressBar");
+}
+
+bool AccessibleItem::isSwitch() const {
+    return item()->inherits("QQuickSwitch");
 }
 
 QVariant AccessibleItem::currentValue() const {
@@ -216,7 +221,7 @@ QVariant AccessibleItem::minimumStepSize() const {
 QStringList AccessibleItem::actionNames() const {
     QStringList names;
     if (item()->inherits("QQuickAbstractButton") && item()->isEnabled()) {
-        names.append(pressAction());
+        names.append(isSwitch() ? toggleAction() : pressAction());
     }
     if (state().focusable) {
         names.append(setFocusAction());
@@ -230,6 +235,11 @@ void AccessibleItem::doAction(const QString& action) {
     }
     if (action == setFocusAction()) {
         item()->forceActiveFocus();
+    } else if (isSwitch() && (action == toggleAction() || action == pressAction())) {
+        // As the keyboard does it.
+        QMetaObject::invokeMethod(item(), "toggle");
+        QMetaObject::invokeMethod(item(), "toggled");
+        QMetaObject::invokeMethod(item(), "clicked");
     } else if (action == pressAction() && item()->inherits("QQuickAbstractButton")) {
         // The signal is what a button is pressed for; Qt 6.4 has no other way to press it from outside.
         QMetaObject::invokeMethod(item(), "clicked");

@@ -5,9 +5,9 @@
 
 namespace driftwell {
 
-/// What a screen reader is told of a button, an entry of a menu, a bar of progress or a dialog. Qt Quick 6.4 tells the
-/// same by itself but for three things, for which views have no property: that what is disabled is so, that a dialog is
-/// modal, and how far a bar of progress is.
+/// What a screen reader is told of a button, a switch, an entry of a menu, a bar of progress or a dialog. Qt Quick 6.4
+/// tells the same by itself but for three things, for which views have no property: that what is disabled is so, that a
+/// dialog is modal, and how far a bar of progress is.
 ///
 /// Made and owned by Qt's register of accessible objects.
 class AccessibleItem final : public QAccessibleObject,
@@ -45,6 +45,7 @@ public:
 private:
     [[nodiscard]] QQuickItem* item() const;
     [[nodiscard]] bool isProgress() const;
+    [[nodiscard]] bool isSwitch() const;
     [[nodiscard]] QList<QAccessibleInterface*> children() const;
     [[nodiscard]] bool isModal() const;
 };

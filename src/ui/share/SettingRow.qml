@@ -60,8 +60,7 @@ RowLayout {
         enabled: !row.busy
         opacity: enabled ? 1 : 0.6
         Accessible.name: row.title
-        // Qt Quick does not tell assistive technology that a control is disabled.
-        Accessible.description: enabled ? row.description : "Unavailable"
+        Accessible.description: row.description
         onToggled: {
             row.switched(checked);
             // It shows what the platform has, and moves when that does.
