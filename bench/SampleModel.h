@@ -32,6 +32,7 @@ public:
     [[nodiscard]] bool showMenu(QWindow&, QPoint) override { return false; }
     [[nodiscard]] bool canMoveFromMenu() const override { return false; }
     void moveFromMenu(QWindow&) override {}
+    void resizeFromMenu(QWindow&) override {}
 };
 
 /// A desktop on which nothing happens.

@@ -29,6 +29,8 @@ public:
     [[nodiscard]] int moves() const { return m_moves; }
     [[nodiscard]] bool canMoveFromMenu() const override { return m_canMove; }
     void moveFromMenu(QWindow&) override { ++m_moves; }
+    [[nodiscard]] int resizes() const { return m_resizes; }
+    void resizeFromMenu(QWindow&) override { ++m_resizes; }
 
 private:
     WindowButtons m_buttons{.left = {WindowButton::Close, WindowButton::Minimize, WindowButton::Maximize}, .right = {}};
@@ -36,6 +38,7 @@ private:
     bool m_canMove = false;
     std::vector<QPoint> m_menus;
     int m_moves = 0;
+    int m_resizes = 0;
 };
 
 } // namespace driftwell::tests

@@ -32,11 +32,14 @@ public:
     /// false where the desktop has none to open; the window shows one of its own then.
     [[nodiscard]] virtual bool showMenu(QWindow& window, QPoint at) = 0;
 
-    /// Whether moveFromMenu() does anything here.
+    /// Whether moveFromMenu() and resizeFromMenu() do anything here.
     [[nodiscard]] virtual bool canMoveFromMenu() const = 0;
 
     /// The window follows the pointer and the arrow keys from now on, until a click or Return.
     virtual void moveFromMenu(QWindow& window) = 0;
+
+    /// The same for an edge of the window, which the first movement chooses.
+    virtual void resizeFromMenu(QWindow& window) = 0;
 
 Q_SIGNALS:
     void buttonsChanged();

@@ -118,9 +118,10 @@ TEST_F(X11WindowMenuTest, AWindowManagerThatHasNoMenuIsNotAsked) {
     EXPECT_THAT(manager.heard(menuMessage), IsEmpty());
 }
 
-TEST_F(X11WindowMenuTest, TheWindowIsMovedWhereTheWindowManagerCan) {
+TEST_F(X11WindowMenuTest, TheWindowIsMovedAndResizedWhereTheWindowManagerCan) {
     EXPECT_FALSE(x11::canMoveByKeyboard());
     x11::moveByKeyboard(window);
+    x11::resizeByKeyboard(window);
     settle();
     EXPECT_THAT(manager.heard(moveMessage), IsEmpty());
 
@@ -129,6 +130,9 @@ TEST_F(X11WindowMenuTest, TheWindowIsMovedWhereTheWindowManagerCan) {
     x11::moveByKeyboard(window);
     waitUntil([this] { return !manager.heard(moveMessage).empty(); });
     EXPECT_THAT(manager.heard(moveMessage), ElementsAre(MenuManager::Message{id(), {250, 160, 10, 0, 1}}));
+    x11::resizeByKeyboard(window);
+    waitUntil([this] { return manager.heard(moveMessage).size() == 2; });
+    EXPECT_EQ(manager.heard(moveMessage).back(), (MenuManager::Message{id(), {250, 160, 9, 0, 1}}));
 }
 
 } // namespace driftwell::tests

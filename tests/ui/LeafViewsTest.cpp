@@ -8,6 +8,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 namespace driftwell::tests {
 namespace {
 
@@ -181,8 +183,8 @@ TEST_F(LeafViewsTest, APressOnAToggleFlipsIt) {
 
 TEST_F(LeafViewsTest, TheKnobOfAToggleMovesToTheOtherEnd) {
     showQml(R"(DWToggleStyle { x: 10; y: 10; text: "Remember me" })");
-    const double left = leaf()->width() - 38;
-    const double top = (leaf()->height() - 22) / 2;
+    const double left = std::round(leaf()->width() - 38);
+    const double top = std::round((leaf()->height() - 22) / 2);
     const auto at = [&](double x) {
         return colorAt(leaf(), {left + x, top + 11});
     };

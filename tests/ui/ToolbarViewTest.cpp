@@ -292,6 +292,8 @@ TEST_F(ToolbarViewTest, WhereTheDesktopHasNoMenuTheWindowShowsOne) {
     };
     choose("Move");
     EXPECT_EQ(desktop.windowManager().moves(), 1);
+    choose("Resize");
+    EXPECT_EQ(desktop.windowManager().resizes(), 1);
     choose("Maximize");
     EXPECT_EQ(window().visibility(), QWindow::Maximized);
     choose("Restore");
@@ -308,6 +310,7 @@ TEST_F(ToolbarViewTest, AMoveThatTheDesktopCannotBeginIsNotOffered) {
     click(bar(), Qt::RightButton);
     EXPECT_TRUE(isSeen(Role::MenuItem, QStringLiteral("Minimize")));
     EXPECT_FALSE(isSeen(Role::MenuItem, QStringLiteral("Move")));
+    EXPECT_FALSE(isSeen(Role::MenuItem, QStringLiteral("Resize")));
 }
 
 TEST_F(ToolbarViewTest, TheRightButtonNeitherMovesNorEnlargesTheWindow) {

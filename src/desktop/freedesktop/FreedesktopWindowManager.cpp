@@ -23,4 +23,8 @@ void FreedesktopWindowManager::moveFromMenu(QWindow& window) {
     x11::moveByKeyboard(window);
 }
 
+void FreedesktopWindowManager::resizeFromMenu(QWindow& window) {
+    x11::resizeByKeyboard(window);
+}
+
 } // namespace driftwell

@@ -10,8 +10,8 @@
 namespace driftwell {
 
 /// The window manager of a freedesktop.org desktop. On X11 it shows its own menu where it says that it takes the
-/// message for that. Qt 6.4 gives no way to ask a Wayland compositor for its menu, nor for a move without a button
-/// being held.
+/// message for that. Qt 6.4 gives no way to ask a Wayland compositor for its menu, and a compositor begins no move and
+/// no change of size without a button being held.
 class FreedesktopWindowManager final : public WindowManager {
     Q_OBJECT
 
@@ -23,6 +23,7 @@ public:
     [[nodiscard]] bool showMenu(QWindow& window, QPoint at) override;
     [[nodiscard]] bool canMoveFromMenu() const override;
     void moveFromMenu(QWindow& window) override;
+    void resizeFromMenu(QWindow& window) override;
 
 private:
     WindowButtonSetting m_buttons;

@@ -74,20 +74,34 @@ bool canMoveByKeyboard() {
     return isSupported(moveMessage);
 }
 
-void moveByKeyboard(const QWindow& window) {
+namespace {
+
+/// `direction` is one of the numbers that the message has for what is to be done.
+void beginByKeyboard(const QWindow& window, uint32_t direction) {
     const auto middle =
         canMoveByKeyboard() ? onScreen(window, {window.width() / 2, window.height() / 2}) : std::nullopt;
     if (!middle) {
         return;
     }
-    constexpr uint32_t byKeyboard = 10;
     constexpr uint32_t fromAnApplication = 1;
     xcb_client_message_event_t message = messageAbout(window, moveMessage, 32);
     message.data.data32[0] = static_cast<uint32_t>(middle->first);
     message.data.data32[1] = static_cast<uint32_t>(middle->second);
-    message.data.data32[2] = byKeyboard;
+    message.data.data32[2] = direction;
     message.data.data32[4] = fromAnApplication;
     sendToRoot(message, windowManagerEvents);
+}
+
+} // namespace
+
+void moveByKeyboard(const QWindow& window) {
+    constexpr uint32_t move = 10;
+    beginByKeyboard(window, move);
+}
+
+void resizeByKeyboard(const QWindow& window) {
+    constexpr uint32_t resize = 9;
+    beginByKeyboard(window, resize);
 }
 
 } // namespace driftwell::x11

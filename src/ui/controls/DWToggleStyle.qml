@@ -62,8 +62,9 @@ Switch {
         Accessible.ignored: true
     }
     indicator: Track {
-        x: toggle.width - width
-        y: (toggle.height - height) / 2
+        // At a part of a pixel, the renderer leaves gaps between the parts of a round shape that it draws anew.
+        x: Math.round(toggle.width - width)
+        y: Math.round((toggle.height - height) / 2)
         on: toggle.checked
 
         FocusRing {

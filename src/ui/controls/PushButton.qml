@@ -14,7 +14,7 @@ Pressable {
     // The warning's colour is too light for white on either scheme.
     readonly property int ink: !prominent || (fill === Tone.Warning && !DW.dark) ? Tone.Primary : Tone.OnAccent
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitWidth: Math.ceil(implicitContentWidth) + leftPadding + rightPadding
     implicitHeight: 32
     leftPadding: 14
     rightPadding: 14

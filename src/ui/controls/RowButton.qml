@@ -10,7 +10,7 @@ Pressable {
     property string symbol: ""
     readonly property int ink: prominent ? Tone.OnAccent : Tone.Primary
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitWidth: Math.ceil(implicitContentWidth) + leftPadding + rightPadding
     implicitHeight: 28
     leftPadding: 10
     rightPadding: 10

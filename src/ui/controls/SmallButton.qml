@@ -5,7 +5,7 @@ import Driftwell
 Pressable {
     id: button
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitWidth: Math.ceil(implicitContentWidth) + leftPadding + rightPadding
     implicitHeight: 26
     leftPadding: 9
     rightPadding: 9

@@ -8,7 +8,7 @@ Rectangle {
     required property string text
     required property bool warns
 
-    implicitWidth: label.implicitWidth + 16
+    implicitWidth: Math.ceil(label.implicitWidth) + 16
     implicitHeight: label.implicitHeight + 5
     radius: height / 2
     color: warns ? Qt.alpha(DW.warning, 0.12) : DW.accentTint

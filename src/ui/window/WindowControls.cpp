@@ -44,6 +44,10 @@ void WindowControls::moveFromMenu() {
     m_manager.moveFromMenu(m_window);
 }
 
+void WindowControls::resizeFromMenu() {
+    m_manager.resizeFromMenu(m_window);
+}
+
 void WindowControls::toggleMaximized() {
     if (isMaximized()) {
         m_window.showNormal();

@@ -47,10 +47,12 @@ public:
     Q_INVOKABLE void startResize(Qt::Edges edges);
     /// Opens the desktop's menu for the window, at a point of it; false where there is none.
     Q_INVOKABLE bool showDesktopMenu(QPointF at);
-    /// Whether moveFromMenu() does anything here.
+    /// Whether moveFromMenu() and resizeFromMenu() do anything here.
     Q_INVOKABLE bool canMoveFromMenu() const;
     /// The window follows the pointer until a click.
     Q_INVOKABLE void moveFromMenu();
+    /// The same for one of its edges.
+    Q_INVOKABLE void resizeFromMenu();
 
 Q_SIGNALS:
     void changed();

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Driftwell
 
@@ -9,6 +11,15 @@ ChoiceMenu {
 
     width: 168
 
+    component MovingEntry: MenuEntry {
+        readonly property bool possible: menu.window.canMoveFromMenu()
+
+        visible: possible
+        // The keyboard would reach what is only hidden.
+        enabled: possible && menu.window.resizable
+        height: implicitHeight
+    }
+
     MenuEntry {
         text: menu.window.maximized ? "Restore" : "Maximize"
         onTriggered: menu.window.toggleMaximized()
@@ -17,15 +28,13 @@ ChoiceMenu {
         text: "Minimize"
         onTriggered: menu.window.minimize()
     }
-    MenuEntry {
-        readonly property bool possible: menu.window.canMoveFromMenu()
-
-        visible: possible
-        // The keyboard would reach what is only hidden.
-        enabled: possible && menu.window.resizable
-        height: implicitHeight
+    MovingEntry {
         text: "Move"
         onTriggered: menu.window.moveFromMenu()
+    }
+    MovingEntry {
+        text: "Resize"
+        onTriggered: menu.window.resizeFromMenu()
     }
     MenuDivider {}
     MenuEntry {
