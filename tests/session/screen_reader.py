@@ -1,4 +1,4 @@
-"""Writes down what a screen reader is told of without asking: alerts that come into sight, and descriptions and names
+"""Writes down what a screen reader is told of without asking: notifications that come into sight, and descriptions and names
 that change. A line each: what has happened, the role, the name and the description, between tabs."""
 
 import sys

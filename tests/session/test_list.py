@@ -54,7 +54,7 @@ class ListTest(DesktopTest):
 
     def wait_for_alert(self, told, text):
         wait_for(f"the alert {text!r}", lambda: [line for line in told() if line[0].startswith(
-            "object:state-changed:showing") and line[1] in ("alert", "notification") and line[2].startswith(text)])
+            "object:state-changed:showing") and line[1] == "notification" and line[2].startswith(text)])
 
     # --- The keyboard ---
 

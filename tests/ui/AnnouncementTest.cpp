@@ -15,7 +15,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// What a screen reader speaks without being asked: the alerts and notifications that come into sight.
+/// What a screen reader speaks without being asked: the notifications that come into sight. (Alerts are left to it, and
+/// the one that Linux desktops have is silent about them.)
 class AnnouncementTest : public WindowFixture {
 protected:
     void SetUp() override {
@@ -43,7 +44,8 @@ private:
     static void listen(QAccessibleEvent* event) {
         QAccessibleInterface* const interface = event->accessibleInterface();
         const bool isShown = event->type() == QAccessible::ObjectShow && interface != nullptr;
-        if (isShown && (interface->role() == QAccessible::AlertMessage || interface->role() == Role::Notification)) {
+        if (isShown && interface->role() == Role::Notification) {
+            EXPECT_EQ(interface->parent()->role(), Role::Window) << "all around it would be spoken too";
             spoken().push_back(interface->text(QAccessible::Name).toStdString());
         }
     }

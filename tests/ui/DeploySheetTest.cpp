@@ -381,7 +381,11 @@ TEST_F(DeploySheetTest, TheSkillsOfAgentsAreToldOnceTheyAreInTheFolder) {
     deployFlow()->showSkillsWritten(true);
     EXPECT_THAT(texts(), Contains(line)) << "it may come some moments after the success";
     EXPECT_EQ(colorOf(QString::fromLatin1(line)), light(Token::TextSecondary));
-    EXPECT_FALSE(textItem(QString::fromLatin1(line))->property("truncated").toBool());
+    QQuickItem* const told = textItem(QString::fromLatin1(line));
+    EXPECT_FALSE(told->property("truncated").toBool());
+    const double middle = told->mapToScene({told->width() / 2, 0}).x();
+    EXPECT_NEAR(middle, view().width() / 2.0, 20) << "with its symbol it stands in the middle, as all of the sheet";
+    EXPECT_NEAR(told->width(), told->implicitWidth(), 1);
 }
 
 TEST_F(DeploySheetTest, TheLinkOpensTheSite) {

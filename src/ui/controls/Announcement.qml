@@ -5,12 +5,22 @@ Item {
     id: announcement
 
     required property string text
+    property bool placed: false
 
+    // It stands in nothing but the window: of a notification a screen reader also tells what is around it, and would read
+    // a whole sheet with each.
+    function place(): void {
+        if (Window.contentItem) {
+            parent = Window.contentItem;
+            placed = true;
+            say();
+        }
+    }
     // A screen reader speaks a notification that comes into sight.
     function say(): void {
         visible = false;
         Accessible.name = text;
-        visible = text !== "";
+        visible = placed && text !== "";
     }
 
     width: 1
@@ -18,5 +28,6 @@ Item {
     visible: false
     Accessible.role: Accessible.Notification
     onTextChanged: say()
-    Component.onCompleted: say()
+    // Later: the window is just coming to all that stands beside it.
+    onWindowChanged: Qt.callLater(place)
 }

@@ -53,6 +53,8 @@ ColumnLayout {
         tone: Tone.Muted
     }
     RowLayout {
+        // A layout in a layout would take the whole width, and its words would begin at the edge.
+        Layout.fillWidth: false
         Layout.alignment: Qt.AlignHCenter
         Layout.maximumWidth: phase.width
         visible: phase.model.skillsWritten

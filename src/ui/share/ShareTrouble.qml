@@ -13,6 +13,9 @@ RowLayout {
     Accessible.role: Accessible.AlertMessage
     Accessible.name: text
 
+    Announcement {
+        text: trouble.text
+    }
     Symbol {
         Layout.alignment: Qt.AlignTop
         Layout.topMargin: 2

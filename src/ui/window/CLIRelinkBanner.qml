@@ -18,6 +18,9 @@ Rectangle {
     Accessible.name: text
     Accessible.description: error
 
+    Announcement {
+        text: banner.visible ? banner.error || banner.text : ""
+    }
     RowLayout {
         id: line
 

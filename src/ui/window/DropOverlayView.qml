@@ -19,7 +19,7 @@ Item {
         anchors.fill: parent
         color: DW.canvas
         // What lies under a refusal is not to be read through it.
-        opacity: overlay.invites ? 0.72 : 0.92
+        opacity: overlay.invites ? 0.72 : 0.97
     }
     Rectangle {
         anchors.fill: frame

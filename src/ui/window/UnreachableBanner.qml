@@ -31,6 +31,10 @@ Rectangle {
     Accessible.name: title
     Accessible.description: spoken
 
+    // An alert that comes into sight is not spoken by every screen reader.
+    Announcement {
+        text: banner.visible ? banner.title : ""
+    }
     Rectangle {
         anchors.fill: parent
         color: DW.danger
