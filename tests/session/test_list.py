@@ -227,9 +227,13 @@ class ListTest(DesktopTest):
         # It is counted down to zero meanwhile.
         self.platform.start()
         wait_for("the connection", lambda: not self.desktop.widgets("alert", re.compile("^Can’t reach ")))
-        noise = [line for line in told() if "property-change" in line[0] and
+        # A notification gets its text before it comes into sight, and is spoken when it does.
+        noise = [line for line in told() if "property-change" in line[0] and line[1] != "notification" and
                  ("retrying" in line[2] + line[3] or "Can’t reach" in line[2])]
         self.assertEqual(noise, [])
+        spoken = [line for line in told() if "state-changed:showing" in line[0] and line[1] == "notification" and
+                  "Can’t reach" in line[2]]
+        self.assertEqual(len(spoken), 1)
 
 
 if __name__ == "__main__":

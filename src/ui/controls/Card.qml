@@ -2,12 +2,11 @@ import QtQuick
 import Driftwell
 
 // The shape behind content that stands out from the canvas.
-Rectangle {
+Outline {
     property bool strong: false
 
     radius: 12
     color: DW.card
-    border.width: 1
     border.color: strong ? DW.borderStrong : DW.border
 
     // The software renderer has no blur: the shadow is two faint outlines, one pixel down.

@@ -7,7 +7,7 @@ Menu {
     padding: 4
     width: 208
 
-    background: Rectangle {
+    background: Outline {
         color: DW.card
         radius: 9
         border.color: DW.borderStrong

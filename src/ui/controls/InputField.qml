@@ -8,10 +8,10 @@ PlainField {
     leftPadding: 10
     rightPadding: 10
 
-    background: Rectangle {
+    background: Outline {
         radius: 8
         color: DW.card
-        border.width: field.activeFocus ? 2 : 1
+        stroke: field.activeFocus ? 2 : 1
         border.color: field.activeFocus ? DW.accent : DW.borderStrong
     }
 }

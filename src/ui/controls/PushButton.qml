@@ -24,10 +24,10 @@ Pressable {
         implicitWidth: face.width
         implicitHeight: face.height
     }
-    background: Rectangle {
+    background: Outline {
         radius: 7
         color: button.prominent ? DW.toneColor(button.fill, DW.dark) : DW.card
-        border.width: button.prominent ? 0 : 1
+        stroke: button.prominent ? 0 : 1
         border.color: DW.borderStrong
 
         Rectangle {

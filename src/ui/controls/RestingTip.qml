@@ -18,6 +18,7 @@ Loader {
     }
 
     anchors.fill: parent
-    onTextChanged: follow()
+    // Rows of a list change their texts with every step.
+    onTextChanged: if (resting) follow()
     onRestingChanged: follow()
 }

@@ -29,7 +29,7 @@ Dialog {
     closePolicy: Popup.NoAutoClose
     contentHeight: body.height
 
-    background: Rectangle {
+    background: Outline {
         color: DW.card
         radius: 14
         border.color: DW.borderStrong

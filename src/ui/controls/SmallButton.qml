@@ -21,7 +21,7 @@ Pressable {
         verticalAlignment: Text.AlignVCenter
         Accessible.ignored: true
     }
-    background: Rectangle {
+    background: Outline {
         radius: 7
         color: DW.card
         border.color: DW.borderStrong

@@ -10,11 +10,11 @@ FocusScope {
 
     implicitHeight: 46
 
-    Rectangle {
+    Outline {
         anchors.fill: parent
         radius: 10
         color: DW.surfaceSubtle
-        border.width: email.activeFocus ? 2 : 1
+        stroke: email.activeFocus ? 2 : 1
         border.color: email.activeFocus ? DW.accent : DW.border
     }
     RowLayout {

@@ -32,7 +32,7 @@ Dialog {
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
     onClosed: model.close()
 
-    background: Rectangle {
+    background: Outline {
         color: DW.card
         radius: 10
         border.color: DW.borderStrong

@@ -5,5 +5,5 @@ Rectangle {
     property real stroke: 1
 
     color: "transparent"
-    border.width: Math.max(1, Math.round(stroke * Screen.devicePixelRatio)) / Screen.devicePixelRatio
+    border.width: stroke > 0 ? Math.max(1, Math.round(stroke * Screen.devicePixelRatio)) / Screen.devicePixelRatio : 0
 }

@@ -19,10 +19,10 @@ PlainField {
     }
     Keys.onDownPressed: wentOn()
 
-    background: Rectangle {
+    background: Outline {
         radius: 8
         color: DW.surfaceSubtle
-        border.width: field.activeFocus ? 2 : 1
+        stroke: field.activeFocus ? 2 : 1
         border.color: field.activeFocus ? DW.accent : DW.border
     }
     Symbol {
