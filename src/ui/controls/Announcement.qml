@@ -29,5 +29,12 @@ Item {
     Accessible.role: Accessible.Notification
     onTextChanged: say()
     // Later: the window is just coming to all that stands beside it.
-    onWindowChanged: Qt.callLater(place)
+    onWindowChanged: arrival.start()
+
+    Timer {
+        id: arrival
+
+        interval: 0
+        onTriggered: announcement.place()
+    }
 }
