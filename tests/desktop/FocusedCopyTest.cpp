@@ -31,15 +31,21 @@ protected:
         waitUntil([] { return QGuiApplication::focusWindow() != nullptr; });
     }
 
+    Completion<bool> copy(std::chrono::milliseconds patience) {
+        m_copy = new FocusedCopy(copiedText, patience, &owner);
+        return m_copy->isTaken();
+    }
+
     QObject owner;
 
 private:
+    FocusedCopy* m_copy = nullptr;
     QWindow m_window;
 };
 
 TEST_F(FocusedCopyTest, NothingIsCopiedBeforeAWindowHasTheKeyboard) {
     ASSERT_EQ(QGuiApplication::focusWindow(), nullptr);
-    const Completion<bool> isTaken = (new FocusedCopy(copiedText, deadline, &owner))->isTaken();
+    const Completion<bool> isTaken = copy(deadline);
     settle();
     EXPECT_EQ(clipboard(), QStringLiteral("before"));
     giveKeyboard();
@@ -51,7 +57,7 @@ TEST_F(FocusedCopyTest, NothingIsCopiedBeforeAWindowHasTheKeyboard) {
 
 TEST_F(FocusedCopyTest, WhatIsOnAClipboardThatBelongsToAnotherIsNotTaken) {
     giveKeyboard();
-    const Completion<bool> isTaken = (new FocusedCopy(copiedText, deadline, &owner))->isTaken();
+    const Completion<bool> isTaken = copy(deadline);
     // Nobody owns the clipboard of windows that are drawn nowhere.
     ASSERT_FALSE(QApplication::clipboard()->ownsClipboard());
     Q_EMIT QApplication::clipboard()->dataChanged();
@@ -62,12 +68,12 @@ TEST_F(FocusedCopyTest, WhatIsOnAClipboardThatBelongsToAnotherIsNotTaken) {
 
 TEST_F(FocusedCopyTest, WhatItIsSilentAboutIsNotTaken) {
     giveKeyboard();
-    const Completion<bool> isTaken = (new FocusedCopy(copiedText, std::chrono::milliseconds(1), &owner))->isTaken();
+    const Completion<bool> isTaken = copy(std::chrono::milliseconds(1));
     EXPECT_FALSE(await(outcome(isTaken)));
 }
 
 TEST_F(FocusedCopyTest, WithoutAWindowItEndsToo) {
-    const Completion<bool> isTaken = (new FocusedCopy(copiedText, std::chrono::milliseconds(1), &owner))->isTaken();
+    const Completion<bool> isTaken = copy(std::chrono::milliseconds(1));
     EXPECT_FALSE(await(outcome(isTaken)));
     EXPECT_EQ(clipboard(), QStringLiteral("before"));
 }
