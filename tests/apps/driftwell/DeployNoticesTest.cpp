@@ -15,7 +15,6 @@ namespace driftwell::tests {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 const QString bus = QStringLiteral("org.freedesktop.Notifications");
 const QString object = QStringLiteral("/org/freedesktop/Notifications");
