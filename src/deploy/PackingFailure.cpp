@@ -77,11 +77,12 @@ bool isBefore(const timespec& time, const timespec& other) {
     return std::pair(time.tv_sec, time.tv_nsec) < std::pair(other.tv_sec, other.tv_nsec);
 }
 
-/// Whether something is not as it was when the scan began, although it looks like it.
+/// Whether something may not be as it was when the scan began, although it looks like it. What was touched in the very
+/// tick in which the scan began counts: on which side of that moment nobody can tell.
 bool isTouched(int root, std::string_view path, const FolderScan& files) {
     const UniqueFd place = openBeneath(root, path, O_PATH);
     struct stat attributes {};
-    return !place || ::fstat(place.get(), &attributes) != 0 || isBefore(files.begun, attributes.st_ctim);
+    return !place || ::fstat(place.get(), &attributes) != 0 || !isBefore(attributes.st_ctim, files.begun);
 }
 
 /// The first of the files and of the folders around them, if any, that was touched: exchanged and put back, for one.
