@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string_view>
+#include <utility>
 
 namespace driftwell::dw {
 
@@ -116,16 +117,37 @@ std::string exitCodesText(const ProgramRecord& program) {
     return text + line;
 }
 
-/// `dw --json list` means what `dw list --json` means. Values stand behind "=" there, since the first word without a
-/// dash is the command.
-std::vector<std::string> withOptionsBehindTheCommand(std::vector<std::string> words) {
-    const auto command = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+/// `dw --json list` means what `dw list --json` means, and `dw --name a deploy` what `dw deploy --name a` means: the
+/// first word that is neither an option nor the value of one is the command.
+std::vector<std::string> withOptionsBehindTheCommand(std::vector<std::string> words,
+                                                     const std::vector<std::string>& optionsWithValue) {
+    bool isValue = false;
+    const auto command = std::find_if(words.begin(), words.end(), [&](const std::string& word) {
+        if (std::exchange(isValue, false)) {
+            return false;
+        }
+        isValue = std::find(optionsWithValue.begin(), optionsWithValue.end(), word) != optionsWithValue.end();
         return !word.starts_with('-') || word == "--" || word == "--help" || word == "-h" || word == "--version";
     });
     if (command != words.end() && !command->starts_with('-')) {
         std::rotate(words.begin(), command, command + 1);
     }
     return words;
+}
+
+/// Those that a command line can be about.
+std::span<const CommandEntry> commandsFor(int argc, char** argv) {
+    const std::span<const CommandEntry> all = commandList();
+    if (argc == 2 && std::string_view(argv[1]) == "--version") {
+        return {};
+    }
+    const auto named = std::find_if(all.begin(), all.end(),
+                                    [&](const CommandEntry& entry) { return argc > 1 && entry.answersTo(argv[1]); });
+    // What tells of the program tells of all of its commands.
+    if (named == all.end() || dynamic_cast<const TextCommand*>(named->make().get()) != nullptr) {
+        return all;
+    }
+    return {named, 1};
 }
 
 std::string examplesText(const CommandRecord& command) {
@@ -173,7 +195,12 @@ QString whatIsTooMuch(const std::vector<std::string>& arguments, const QString& 
 
 } // namespace
 
-Program::Program() : m_parser(std::make_unique<CLI::App>()), m_record(programRecord()) {
+Program::Program() : Program(commandList()) {}
+
+Program::Program(int argc, char** argv) : Program(commandsFor(argc, argv)) {}
+
+Program::Program(std::span<const CommandEntry> commands)
+    : m_parser(std::make_unique<CLI::App>()), m_record(programRecord()) {
     m_parser->name(m_record.name);
     m_parser->description(m_record.description);
     m_parser->get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -185,21 +212,20 @@ Program::Program() : m_parser(std::make_unique<CLI::App>()), m_record(programRec
     m_parser->set_help_flag("-h,--help", "Print this help");
     m_parser->require_subcommand(1);
     m_parser->footer(environmentText(m_record) + '\n' + exitCodesText(m_record));
-    addCommands();
+    addCommands(commands);
 }
 
 Program::~Program() = default;
 
-void Program::addCommands() {
-    const std::span<const CommandMaker> makers = commandList();
+void Program::addCommands(std::span<const CommandEntry> commands) {
     // Their places are bound to options.
-    m_entries.resize(makers.size());
-    m_record.commands.resize(makers.size());
-    for (std::size_t i = 0; i < makers.size(); ++i) {
+    m_entries.resize(commands.size());
+    m_record.commands.resize(commands.size());
+    for (std::size_t i = 0; i < commands.size(); ++i) {
         Entry& entry = m_entries[i];
         CommandRecord& record = m_record.commands[i];
         Definition definition(*m_parser, record, entry.json);
-        entry.command = makers[i]();
+        entry.command = commands[i].make();
         entry.command->define(definition);
         if (dynamic_cast<const PlatformCommand*>(entry.command.get()) != nullptr) {
             definition.quiet(entry.quiet).verbose(entry.verbose);
@@ -218,7 +244,7 @@ Parsed Program::parse(int argc, char** argv) {
         return {nullptr, {}, {}, false, ExitCode::WrongUsage};
     }
     try {
-        std::vector<std::string> words = withOptionsBehindTheCommand({argv + 1, argv + argc});
+        std::vector<std::string> words = withOptionsBehindTheCommand({argv + 1, argv + argc}, optionsWithValue());
         if (!words.front().starts_with('-')) {
             static_cast<void>(entryOf(words.front()));
         }
@@ -266,6 +292,22 @@ std::vector<std::string> Program::wordsOfAllCommands() const {
         words.insert(words.end(), entry.record->aliases.begin(), entry.record->aliases.end());
     }
     return words;
+}
+
+std::vector<std::string> Program::optionsWithValue() const {
+    std::vector<std::string> names;
+    for (const CommandRecord& command : m_record.commands) {
+        for (const OptionRecord& option : command.options) {
+            if (option.value.empty()) {
+                continue;
+            }
+            names.push_back(option.name);
+            if (!option.shortName.empty()) {
+                names.push_back(option.shortName);
+            }
+        }
+    }
+    return names;
 }
 
 const Program::Entry* Program::askedFor() const {

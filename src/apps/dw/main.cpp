@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
     occupyStandardDescriptors();
     // A write to a pipe or connection that nobody reads any more fails instead of ending the process.
     ::signal(SIGPIPE, SIG_IGN);
-    const dw::Parsed parsed = dw::Program().parse(argc, argv);
+    const dw::Parsed parsed = dw::Program(argc, argv).parse(argc, argv);
     if (!parsed.command) {
         return static_cast<int>(parsed.answer);
     }
