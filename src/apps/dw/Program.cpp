@@ -85,6 +85,7 @@ ProgramRecord programRecord() {
              {ExitCode::Unreachable, "platform unreachable or too busy"},
              {ExitCode::Conflict, "conflict with what others published"},
              {ExitCode::NotAnswering, "published, and its address does not answer well"},
+             {ExitCode::NotNew, "published as new, and somebody did so at the same time"},
              {ExitCode::HungUp, "its terminal is gone"},
              {ExitCode::Interrupted, "interrupted"},
              {ExitCode::Terminated, "told to end"}},

@@ -1,4 +1,5 @@
 #include "apps/dw/Command.h"
+#include "apps/dw/GitWatch.h"
 #include "apps/dw/Program.h"
 #include "apps/dw/RequestWatch.h"
 #include "support/Bundle.h"
@@ -74,6 +75,10 @@ int main(int argc, char** argv) {
     client->refuseNotOk();
     client->setObserver(std::make_shared<dw::RequestWatch>(
         reporter, parsed.isVerbose ? dw::RequestWatch::Detail::EachRequest : dw::RequestWatch::Detail::Usual));
+
+    if (parsed.isVerbose) {
+        dw::watchGit(reporter);
+    }
 
     // From the event loop, so that a command that ends at once finds it running.
     EventLoop::current()->post([&] {
