@@ -103,6 +103,12 @@ std::string environmentText(const ProgramRecord& program) {
     return text;
 }
 
+/// What nearly every command takes, which somebody who reads no other page has to know.
+constexpr const char* commonOptions = "With every command but help and completion:\n"
+                                      "  --json         one JSON object on standard output; dw help json explains it\n"
+                                      "  -q, --quiet    nothing but what is asked for and what fails\n"
+                                      "  -v, --verbose  each request and each run of git, on standard error\n";
+
 std::string exitCodesText(const ProgramRecord& program) {
     std::string text = "Exit codes:";
     std::string line;
@@ -181,10 +187,15 @@ std::optional<std::pair<std::string, std::string>> conflict(const CommandRecord&
     return std::nullopt;
 }
 
-QString whatIsTooMuch(const std::vector<std::string>& arguments, const QString& command) {
+/// Null where there is none.
+const std::string* firstOption(const std::vector<std::string>& arguments) {
     const auto option = std::find_if(arguments.begin(), arguments.end(),
                                      [](const std::string& argument) { return argument.starts_with('-'); });
-    if (option != arguments.end()) {
+    return option == arguments.end() ? nullptr : &*option;
+}
+
+QString whatIsTooMuch(const std::vector<std::string>& arguments, const QString& command) {
+    if (const std::string* const option = firstOption(arguments)) {
         return QStringLiteral("%1 has no option %2").arg(command, text(*option));
     }
     QStringList all;
@@ -212,7 +223,7 @@ Program::Program(std::span<const CommandEntry> commands)
     m_parser->set_version_flag("--version", m_record.version, "Print the version");
     m_parser->set_help_flag("-h,--help", "Print this help");
     m_parser->require_subcommand(1);
-    m_parser->footer(environmentText(m_record) + '\n' + exitCodesText(m_record));
+    m_parser->footer(environmentText(m_record) + '\n' + commonOptions + '\n' + exitCodesText(m_record));
     addCommands(commands);
 }
 
@@ -339,8 +350,16 @@ Parsed Program::answer(const std::string& output) const {
 
 Parsed Program::wrongUsage(const QString& message) const {
     const Entry* const entry = askedFor();
-    const QString hint =
-        entry == nullptr ? generalHint : QStringLiteral("Run dw help %1.").arg(text(entry->record->name));
+    QString hint = entry == nullptr ? generalHint : QStringLiteral("Run dw help %1.").arg(text(entry->record->name));
+    const std::vector<std::string> unexpected = m_parser->remaining(true);
+    const std::string* const option = firstOption(unexpected);
+    if (entry != nullptr && option != nullptr && option->starts_with("--")) {
+        std::vector<std::string> known;
+        for (const OptionRecord& other : entry->record->options) {
+            known.push_back(other.name.substr(2));
+        }
+        hint.prepend(suggestion(option->substr(2, option->find('=') - 2), known, "--"));
+    }
     return refuse(commandFailure(WrongUsage(message, hint)));
 }
 

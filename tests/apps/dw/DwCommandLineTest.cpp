@@ -41,6 +41,8 @@ const std::vector<Misuse>& misuses() {
         {{"--"}, "A command is missing", "Run dw help for the commands."},
         {{"deploy", "--loud"}, "deploy has no option --loud", "Run dw help deploy."},
         {{"deploy", "-x"}, "deploy has no option -x", "Run dw help deploy."},
+        {{"deploy", "--nmae", "a"}, "deploy has no option --nmae", "Did you mean --name? Run dw help deploy."},
+        {{"logs", "--folow=1"}, "logs has no option --folow=1", "Did you mean --follow? Run dw help logs."},
         {{"list", "--name", "a"}, "list has no option --name", "Run dw help list."},
         {{"host", "--name", "a"}, "host has no option --name", "Run dw help host."},
         {{"deploy", "--name="}, "--name needs a value", "Run dw help deploy."},
@@ -163,6 +165,9 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
           "\n  libs ",  "\n  whoami ",     "\n  completion ", "\n  help ",     "DW_HOST",         "DW_TOKEN",
           "NO_COLOR",   "130 interrupted", "143 told to end"}) {
         EXPECT_THAT(help.output, HasSubstr(word));
+    }
+    for (const char* option : {"\n  --json ", "\n  -q, --quiet ", "\n  -v, --verbose ", "dw help json"}) {
+        EXPECT_THAT(help.output, HasSubstr(option)) << "who reads nothing else has to know of it";
     }
     EXPECT_THAT(help.output, AllOf(EndsWith("\n"), Not(EndsWith("\n\n"))));
     EXPECT_EQ(runDw({"--help"}).output, help.output);
