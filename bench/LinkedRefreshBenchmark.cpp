@@ -3,7 +3,9 @@
 #include "bench/ProcessRun.h"
 #include "bench/SampleModel.h"
 #include "collab/Git.h"
+#include "core/Catalog.h"
 #include "core/Collaboration.h"
+#include "core/Connection.h"
 #include "support/TemporaryFolder.h"
 
 #include <nlohmann/json.hpp>

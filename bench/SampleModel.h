@@ -2,8 +2,6 @@
 
 #include "bench/LoopbackServer.h"
 #include "core/AppState.h"
-#include "core/Catalog.h"
-#include "core/Connection.h"
 #include "desktop/DesktopServices.h"
 #include "desktop/LoginItem.h"
 #include "desktop/WindowManager.h"

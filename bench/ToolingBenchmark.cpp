@@ -1,6 +1,7 @@
 #include "bench/ToolingBenchmark.h"
 
 #include "bench/SampleModel.h"
+#include "core/Connection.h"
 #include "core/LocalPlatform.h"
 #include "core/UserDefaults.h"
 #include "support/ChildProcess.h"

@@ -226,12 +226,10 @@ TEST_F(AppStateTest, SettingTheHostKeepsTheRestOfTheFile) {
 TEST_F(AppStateTest, SettingTheHostPassesThroughConnecting) {
     configureLocal();
     connectedModel();
-    std::vector<Status> statuses;
-    QObject::connect(&model().connection(), &Connection::statusChanged, &model().connection(),
-                     [this, &statuses] { statuses.push_back(model().connection().status()); });
+    const ChangeLog log(model());
     model().connection().setHost(remoteHost());
-    waitUntil([&statuses] { return statuses.size() == 2; });
-    EXPECT_THAT(statuses, ElementsAre(Status::connecting(), Status::signedOut()));
+    waitUntil([&log] { return log.statuses().size() == 2; });
+    EXPECT_THAT(log.statuses(), ElementsAre(Status::connecting(), Status::signedOut()));
 }
 
 class BlankHostTest : public AppStateTest, public testing::WithParamInterface<const char*> {};

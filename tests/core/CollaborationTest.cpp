@@ -1,7 +1,6 @@
 #include "core/Collaboration.h"
 
 #include "core/Catalog.h"
-#include "core/Connection.h"
 #include "core/Gates.h"
 #include "tests/core/CollaborationFixture.h"
 
@@ -159,7 +158,7 @@ TEST_F(CollaborationTest, ALookForAPlatformThatWasLeftMeanwhileChangesNothing) {
     model().catalog().changeSite(
         garden, [this](SiteInfo& site) { site.collab->head = QString::fromStdString(platform().head("garden")); });
     Task<> look = collaboration().refreshCollabStates();
-    model().connection().use(PlatformConfig(QStringLiteral("http://127.0.0.1:1")));
+    usePlatform(PlatformConfig(QStringLiteral("http://127.0.0.1:1")));
     await(std::move(look));
     EXPECT_EQ(stateOf("garden"), CollabState::upToDate());
 }

@@ -1,6 +1,5 @@
 #include "core/DeepLinks.h"
 
-#include "core/Connection.h"
 #include "core/Gates.h"
 #include "tests/core/CollaborationFixture.h"
 
@@ -150,7 +149,7 @@ TEST_F(DeepLinksTest, AWaitingLinkIsLookedAtAnewWhenItsTimeComes) {
     gitIsInstalled = false;
     handle(QStringLiteral("driftwell://open?site=garden&host=") + remoteHost());
     ASSERT_TRUE(links.pendingDeepLink());
-    model().connection().use(PlatformConfig(QStringLiteral("https://sites.example.org")));
+    usePlatform(PlatformConfig(QStringLiteral("https://sites.example.org")));
     gitIsInstalled = true;
     model().gates().recheckGitTools();
     EXPECT_THAT(opened, IsEmpty());

@@ -1,5 +1,4 @@
 #include "core/Catalog.h"
-#include "core/Connection.h"
 #include "core/Deployments.h"
 #include "core/Gates.h"
 #include "deploy/DeployFlow.h"

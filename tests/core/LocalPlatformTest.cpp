@@ -1,7 +1,5 @@
 #include "core/LocalPlatform.h"
 
-#include "core/Catalog.h"
-#include "core/Connection.h"
 #include "core/Deployments.h"
 #include "deploy/DeployFlow.h"
 #include "tests/core/ModelFixture.h"
@@ -130,13 +128,11 @@ TEST_F(LocalPlatformTest, WithoutACheckoutTheOfferAsksForOne) {
 
 TEST_F(LocalPlatformTest, AtItsStartTheApplicationStartsItsPlatformAndIsConnectedToIt) {
     configureCheckout();
-    std::vector<Status> statuses;
-    QObject::connect(&model().connection(), &Connection::statusChanged, &model().connection(),
-                     [&] { statuses.push_back(status()); });
+    const ChangeLog log(model());
     model().start();
     EXPECT_EQ(model().localServer().phase(), Phase::starting());
     waitUntil([this] { return status() == Status::connected(); });
-    EXPECT_THAT(statuses, ElementsAre(Status::connected())) << "no outage was shown meanwhile";
+    EXPECT_THAT(log.statuses(), ElementsAre(Status::connected())) << "no outage was shown meanwhile";
 }
 
 TEST_F(LocalPlatformTest, ThePlatformThatItStartedItselfIsPublishedTo) {

@@ -112,6 +112,8 @@ ChangeLog::ChangeLog(AppState& model) {
     const auto watch = [this](auto& part, auto signal, const char* name) {
         QObject::connect(&part, signal, &m_context, [this, name] { m_changes.emplace_back(name); });
     };
+    QObject::connect(&model.connection(), &Connection::statusChanged, &m_context,
+                     [this, &model] { m_statuses.push_back(model.connection().status()); });
     watch(model.connection(), &Connection::configChanged, "config");
     watch(model.connection(), &Connection::statusChanged, "status");
     watch(model.connection(), &Connection::identityChanged, "identity");
@@ -211,6 +213,10 @@ void ModelFixture::reloadConfig() {
 
 void ModelFixture::setHost(const QString& host) {
     model().connection().setHost(host);
+}
+
+void ModelFixture::usePlatform(const PlatformConfig& platform) {
+    model().connection().use(platform);
 }
 
 QList<SiteInfo> ModelFixture::sites() {

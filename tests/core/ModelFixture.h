@@ -51,7 +51,8 @@ using Status = ConnectionStatus;
 [[nodiscard]] std::vector<std::string> namesOf(const QList<SiteInfo>& sites);
 [[nodiscard]] std::vector<std::string> namesOf(const QList<LibInfo>& libs);
 
-/// The names of a model's change signals, in the order in which they are emitted.
+/// The names of a model's change signals, in the order in which they are emitted, and each status that it passed
+/// through.
 class ChangeLog {
 public:
     explicit ChangeLog(AppState& model);
@@ -59,11 +60,16 @@ public:
     [[nodiscard]] const std::vector<std::string>& changes() const { return m_changes; }
     /// How often one of them was emitted.
     [[nodiscard]] std::ptrdiff_t count(const std::string& signal) const;
-    void clear() { m_changes.clear(); }
+    [[nodiscard]] const std::vector<Status>& statuses() const { return m_statuses; }
+    void clear() {
+        m_changes.clear();
+        m_statuses.clear();
+    }
 
 private:
     QObject m_context;
     std::vector<std::string> m_changes;
+    std::vector<Status> m_statuses;
 };
 
 /// A model with a home folder, a session file and a platform of its own.
@@ -82,6 +88,7 @@ protected:
     Task<> refresh(std::stop_token stop = {});
     void reloadConfig();
     void setHost(const QString& host);
+    void usePlatform(const PlatformConfig& platform);
     [[nodiscard]] QList<SiteInfo> sites();
     [[nodiscard]] std::optional<SiteInfo> existingSite(const QString& name);
     [[nodiscard]] QString filter();

@@ -1,5 +1,3 @@
-#include "core/Catalog.h"
-#include "core/Connection.h"
 #include "core/Deployments.h"
 #include "platform/PlatformClient.h"
 #include "tests/core/ModelFixture.h"

@@ -1,7 +1,6 @@
 #include "core/SiteOperations.h"
 
 #include "core/Catalog.h"
-#include "core/Connection.h"
 #include "platform/PlatformClient.h"
 #include "tests/core/ModelFixture.h"
 
@@ -1016,7 +1015,7 @@ protected:
         PlatformServer::Hold held = server.holdAnswer(path);
         Task<> operation = start(model());
         waitUntil([&held] { return held.arrived(); });
-        model().connection().use(PlatformConfig(QStringLiteral("https://other.sites.test")));
+        usePlatform(PlatformConfig(QStringLiteral("https://other.sites.test")));
         before = model().catalog().existingSite("garden");
         held.release();
         await(std::move(operation));

@@ -1,7 +1,6 @@
 #include "ui/collab/ConflictSheetModel.h"
 
 #include "collab/CollabPrompts.h"
-#include "core/Catalog.h"
 #include "core/Collaboration.h"
 #include "platform/PlatformClient.h"
 #include "tests/collab/GitPlatform.h"

@@ -1,6 +1,5 @@
 #include "ui/window/ConnectionBannerModel.h"
 
-#include "core/Connection.h"
 #include "core/LocalPlatform.h"
 #include "tests/ui/UiFixture.h"
 #include "tooling/LocalServerController.h"

@@ -1,6 +1,5 @@
 #include "ui/sites/LogsModel.h"
 
-#include "core/Connection.h"
 #include "core/Format.h"
 #include "tests/ui/UiFixture.h"
 

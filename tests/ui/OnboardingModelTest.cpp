@@ -1,6 +1,5 @@
 #include "ui/onboarding/OnboardingModel.h"
 
-#include "core/Connection.h"
 #include "core/Gates.h"
 #include "core/SignIn.h"
 #include "tests/ui/CLIFixture.h"

@@ -1,4 +1,3 @@
-#include "core/Connection.h"
 #include "core/Gates.h"
 #include "core/SignIn.h"
 #include "tests/ui/CLIFixture.h"

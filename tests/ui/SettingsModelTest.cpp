@@ -1,6 +1,5 @@
 #include "ui/settings/SettingsModel.h"
 
-#include "core/Connection.h"
 #include "core/SignIn.h"
 #include "tests/ui/CLIFixture.h"
 #include "tests/ui/UiFixture.h"

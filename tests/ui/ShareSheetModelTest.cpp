@@ -1,6 +1,5 @@
 #include "ui/share/ShareSheetModel.h"
 
-#include "core/Catalog.h"
 #include "core/Collaboration.h"
 #include "core/SiteOperations.h"
 #include "platform/PlatformClient.h"

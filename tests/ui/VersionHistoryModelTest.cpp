@@ -1,6 +1,5 @@
 #include "ui/history/VersionHistoryModel.h"
 
-#include "core/Catalog.h"
 #include "core/SiteOperations.h"
 #include "tests/ui/UiFixture.h"
 

@@ -1,6 +1,5 @@
-#include "core/Catalog.h"
-#include "core/Connection.h"
 #include "core/SignIn.h"
+#include "core/SiteLists.h"
 #include "tests/ui/WindowFixture.h"
 
 #include <gmock/gmock.h>

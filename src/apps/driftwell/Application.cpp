@@ -1,7 +1,6 @@
 #include "apps/driftwell/Application.h"
 
 #include "core/AppState.h"
-#include "core/Connection.h"
 #include "core/DeepLinks.h"
 #include "core/Deployments.h"
 #include "core/NewProject.h"

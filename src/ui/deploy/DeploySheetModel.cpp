@@ -6,6 +6,7 @@
 #include "core/Deployments.h"
 #include "core/Format.h"
 #include "core/NewProject.h"
+#include "core/Polls.h"
 #include "core/SiteOperations.h"
 #include "core/SiteTexts.h"
 #include "deploy/SiteName.h"
@@ -65,10 +66,8 @@ DeploySheetModel::DeploySheetModel(std::shared_ptr<DeployFlow> flow, Connection&
     connect(&catalog, &Catalog::areSitesKnownChanged, this, &DeploySheetModel::nameChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::hostChanged);
     connect(&connection, &Connection::configChanged, this, &DeploySheetModel::nameChanged);
-    // Since when the site is live that would be replaced; each poll renews it.
-    for (const auto signal : {&Connection::lastSyncChanged, &Connection::statusChanged}) {
-        connect(&connection, signal, this, &DeploySheetModel::nameChanged);
-    }
+    // Since when the site is live that would be replaced.
+    atEachPoll(connection, this, [this] { Q_EMIT nameChanged(); });
 }
 
 DeploySheetModel::NameStatus DeploySheetModel::nameStatus(const QString& trimmed, bool siteExists, bool areSitesKnown) {

@@ -1,8 +1,8 @@
 #include "ui/history/RollbackConfirmModel.h"
 
 #include "core/Catalog.h"
-#include "core/Connection.h"
 #include "core/Format.h"
+#include "core/Polls.h"
 #include "core/SiteOperations.h"
 #include "core/SiteTexts.h"
 
@@ -12,10 +12,7 @@ RollbackConfirmModel::RollbackConfirmModel(const SiteInfo& site, Connection& con
                                            SiteOperations& operations, QObject* parent)
     : QObject(parent), m_site(site), m_catalog(catalog), m_operations(operations) {
     connect(&catalog, &Catalog::sitesChanged, this, &RollbackConfirmModel::explainerChanged);
-    // The text tells how long ago something was; each poll renews it.
-    for (const auto signal : {&Connection::lastSyncChanged, &Connection::statusChanged}) {
-        connect(&connection, signal, this, &RollbackConfirmModel::explainerChanged);
-    }
+    atEachPoll(connection, this, [this] { Q_EMIT explainerChanged(); });
 }
 
 QString RollbackConfirmModel::explainer(const SiteInfo& site, Timestamp now) {

@@ -1,9 +1,9 @@
 #include "ui/history/VersionHistoryModel.h"
 
 #include "core/Catalog.h"
-#include "core/Connection.h"
 #include "core/DeployHistory.h"
 #include "core/Format.h"
+#include "core/Polls.h"
 #include "core/SiteOperations.h"
 
 #include <utility>
@@ -17,10 +17,7 @@ VersionHistoryModel::VersionHistoryModel(const SiteInfo& site, Connection& conne
     connect(&catalog, &Catalog::deployHistoryChanged, this, &VersionHistoryModel::followHistory);
     connect(&catalog, &Catalog::sitesChanged, this, [this] { renew(ControlRole); });
     connect(&operations, &SiteOperations::rollbacksInFlightChanged, this, &VersionHistoryModel::rollingBackChanged);
-    // The texts that tell how long ago something was grow old; each poll renews them.
-    for (const auto signal : {&Connection::lastSyncChanged, &Connection::statusChanged}) {
-        connect(&connection, signal, this, [this] { renew(DetailsRole); });
-    }
+    atEachPoll(connection, this, [this] { renew(DetailsRole); });
     detach(operations.loadDeployHistory(site.name));
 }
 

@@ -2,9 +2,9 @@
 
 #include "core/Catalog.h"
 #include "core/Collaboration.h"
-#include "core/Connection.h"
 #include "core/Deployments.h"
 #include "core/Format.h"
+#include "core/Polls.h"
 #include "core/SiteOperations.h"
 #include "ui/controls/ListChange.h"
 
@@ -48,9 +48,7 @@ SitesModel::SitesModel(Connection& connection, Catalog& catalog, Deployments& de
     }
     connect(&collaboration, &Collaboration::collabBusyChanged, this, &SitesModel::followActivity);
     connect(&collaboration, &Collaboration::collabStatesChanged, this, &SitesModel::followFolders);
-    // The texts that tell how long ago something was grow old; each poll renews them, without a timer of their own.
-    connect(&connection, &Connection::lastSyncChanged, this, &SitesModel::renewTimes);
-    connect(&connection, &Connection::statusChanged, this, &SitesModel::renewTimes);
+    atEachPoll(connection, this, [this] { renewTimes(); });
 }
 
 int SitesModel::rowCount(const QModelIndex& parent) const {

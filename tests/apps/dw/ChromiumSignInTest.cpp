@@ -1,5 +1,4 @@
 #include "core/AppState.h"
-#include "core/Catalog.h"
 #include "core/Connection.h"
 #include "core/SignIn.h"
 #include "core/UserDefaults.h"

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <functional>
+
+class QObject;
+
+namespace driftwell {
+
+class Connection;
+
+/// Calls `then` after each question to the platform, answered or not, as long as both objects live: what tells how long
+/// ago something was grows old, and needs no timer of its own.
+void atEachPoll(Connection& connection, QObject* context, const std::function<void()>& then);
+
+} // namespace driftwell
