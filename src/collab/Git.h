@@ -107,11 +107,11 @@ struct RunRecord {
     std::filesystem::path folder;
     std::chrono::milliseconds time{};
     /// Absent where a stop has ended it.
-    std::optional<std::int32_t> code;
+    std::optional<std::int32_t> code = {};
     /// The code is a signal's number.
     bool wasKilled = false;
     /// The first line of why it has failed; empty where it has not.
-    QString failure;
+    QString failure = {};
 };
 
 /// Tells of each run from now on, when it has ended, on the thread that waited for it. One for the process, since git
