@@ -113,8 +113,8 @@ Task<Opened> openOf(Git::Access access, std::filesystem::path folder, std::stop_
     Opened opened = co_await openForChange(folder, stop);
     const QString sites = Git::remoteUrl(access.config, QString());
     if (!opened.refusal && !opened.remoteUrl.startsWith(sites)) {
-        opened.refusal =
-            QStringLiteral("the folder was left alone: it is not linked to a site of %1").arg(access.config.host());
+        opened.refusal = QStringLiteral("the folder was left alone: it is not linked to a site of %1")
+                             .arg(access.config.shownHost());
     }
     co_return opened;
 }

@@ -9,6 +9,7 @@
 #include "support/ChildProcess.h"
 #include "support/UniqueFd.h"
 
+#include <QScopeGuard>
 #include <QStringDecoder>
 
 #include <fcntl.h>
@@ -97,13 +98,29 @@ std::vector<std::string> withAuthor(std::vector<std::string> arguments, const st
 
 constexpr std::int32_t notStarted = 127;
 
-} // namespace
+using Clock = std::chrono::steady_clock;
 
-Git::Access Git::Access::of(const PlatformConfig& config, const ConfigStore& store) {
-    return {config, store.token(config)};
+std::function<void(const Git::RunRecord&)>& observer() {
+    static std::function<void(const Git::RunRecord&)> all;
+    return all;
 }
 
-Task<Git::RunResult> Git::run(std::vector<std::string> arguments, Surroundings surroundings, std::stop_token stop) {
+Git::RunRecord recordOf(const std::vector<std::string>& arguments, const Git::Surroundings& surroundings,
+                        const QString& token) {
+    Git::RunRecord record;
+    for (const std::string& argument : arguments) {
+        record.arguments += withoutSecrets(QByteArray::fromStdString(argument), token);
+    }
+    record.folder = surroundings.folder.value_or(std::filesystem::path());
+    return record;
+}
+
+std::chrono::milliseconds since(Clock::time_point begun) {
+    return std::chrono::floor<std::chrono::milliseconds>(Clock::now() - begun);
+}
+
+Task<Git::RunResult> runUnseen(std::vector<std::string> arguments, Git::Surroundings surroundings,
+                               std::stop_token stop) {
     StopScope scope(stop);
     BoundedOutputs outputs(surroundings.outputLimit, scope);
     try {
@@ -121,17 +138,50 @@ Task<Git::RunResult> Git::run(std::vector<std::string> arguments, Surroundings s
         };
         const ChildProcess::Result result =
             co_await ChildProcess::run(std::move(command), scope.token(), std::move(reader));
-        co_return RunResult{result.status, decoded(outputs.standardOutput), decoded(outputs.standardError),
-                            std::move(outputs.standardOutput), result.endedBySignal};
+        co_return Git::RunResult{result.status, decoded(outputs.standardOutput), decoded(outputs.standardError),
+                                 std::move(outputs.standardOutput), result.endedBySignal};
     } catch (const Cancelled&) {
         if (!outputs.exceeded) {
             throw;
         }
         throwIfCancelled(stop);
-        co_return RunResult{notStarted, {}, QStringLiteral("git was stopped: it said more than can be read")};
+        co_return Git::RunResult{notStarted, {}, QStringLiteral("git was stopped: it said more than can be read")};
     } catch (const std::exception& failure) {
-        co_return RunResult{notStarted, {}, describe(failure)};
+        co_return Git::RunResult{notStarted, {}, describe(failure)};
     }
+}
+
+Task<Git::RunResult> runSeen(std::vector<std::string> arguments, Git::Surroundings surroundings, std::stop_token stop) {
+    const std::function<void(const Git::RunRecord&)> tell = observer();
+    const QString token = surroundings.access ? surroundings.access->token.value_or(QString()) : QString();
+    Git::RunRecord record = recordOf(arguments, surroundings, token);
+    const Clock::time_point begun = Clock::now();
+    const auto told = qScopeGuard([&] {
+        record.time = since(begun);
+        tell(record);
+    });
+    Git::RunResult result = co_await runUnseen(std::move(arguments), std::move(surroundings), std::move(stop));
+    record.code = result.code;
+    record.wasKilled = result.wasKilled;
+    if (result.code != 0) {
+        record.failure = withoutSecrets(result.failureText().trimmed().section(u'\n', 0, 0).toUtf8(), token);
+    }
+    co_return std::move(result);
+}
+
+} // namespace
+
+Git::Access Git::Access::of(const PlatformConfig& config, const ConfigStore& store) {
+    return {config, store.token(config)};
+}
+
+Task<Git::RunResult> Git::run(std::vector<std::string> arguments, Surroundings surroundings, std::stop_token stop) {
+    return observer() ? runSeen(std::move(arguments), std::move(surroundings), std::move(stop))
+                      : runUnseen(std::move(arguments), std::move(surroundings), std::move(stop));
+}
+
+void Git::setObserver(std::function<void(const RunRecord&)> observer) {
+    driftwell::observer() = std::move(observer);
 }
 
 QString Git::remoteUrl(const PlatformConfig& config, const QString& site) {
@@ -143,6 +193,7 @@ bool Git::toolsInstalled(const std::filesystem::path& program) {
     std::string argument = "--version";
     const std::array<char*, 3> arguments{name.data(), argument.data(), nullptr};
     const NoStreams streams;
+    const Clock::time_point begun = Clock::now();
     pid_t child = -1;
     if (::posix_spawn(&child, name.c_str(), streams.get(), nullptr, arguments.data(), environ) != 0) {
         return false;
@@ -156,7 +207,17 @@ bool Git::toolsInstalled(const std::filesystem::path& program) {
             return false;
         }
     }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    const bool hasExited = WIFEXITED(status);
+    const int code = hasExited ? WEXITSTATUS(status) : WTERMSIG(status);
+    if (observer()) {
+        observer()({.arguments = {QString::fromStdString(argument)},
+                    .folder = {},
+                    .time = since(begun),
+                    .code = code,
+                    .wasKilled = !hasExited,
+                    .failure = {}});
+    }
+    return hasExited && code == 0;
 }
 
 void Git::promptInstall(DesktopServices& desktop) {

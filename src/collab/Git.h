@@ -5,9 +5,12 @@
 #include "support/Task.h"
 
 #include <QString>
+#include <QStringList>
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -95,6 +98,25 @@ struct Surroundings {
 ///
 /// The person's own settings hold where these leave room.
 [[nodiscard]] Task<RunResult> run(std::vector<std::string> arguments, Surroundings surroundings, std::stop_token stop);
+
+/// What whoever looks for a fault is told of one run. The token, and what stands before the host of an address to sign
+/// in with, is in none of it.
+struct RunRecord {
+    QStringList arguments;
+    /// Empty where it was this process's own.
+    std::filesystem::path folder;
+    std::chrono::milliseconds time{};
+    /// Absent where a stop has ended it.
+    std::optional<std::int32_t> code = {};
+    /// The code is a signal's number.
+    bool wasKilled = false;
+    /// The first line of why it has failed; empty where it has not.
+    QString failure = {};
+};
+
+/// Tells of each run from now on, when it has ended, on the thread that waited for it. One for the process, since git
+/// is run at many places; none at first.
+void setObserver(std::function<void(const RunRecord&)> observer);
 
 /// The address of a site's repository on its platform. Without credentials, slash or ".git" at its end.
 [[nodiscard]] QString remoteUrl(const PlatformConfig& config, const QString& site);

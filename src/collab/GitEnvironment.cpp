@@ -41,8 +41,9 @@ Settings settings(const Git::Surroundings& surroundings) {
         if (!trusted.file.empty()) {
             settings.emplace_back(origin + ".sslCAInfo", trusted.file);
         }
+        // Of a list git would make the name of one folder. One that is not there stays, so that git says so.
         if (!trusted.folder.empty()) {
-            settings.emplace_back(origin + ".sslCAPath", trusted.folder);
+            settings.emplace_back(origin + ".sslCAPath", trusted.firstReadableFolder().value_or(trusted.folder));
         }
         // To a platform that speaks HTTPS a proxy is only asked for a tunnel; of plain HTTP it would read all.
         if (origin.starts_with("http.http://")) {

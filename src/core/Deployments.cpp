@@ -24,12 +24,6 @@ namespace driftwell {
 
 namespace {
 
-/// The name that a folder goes by: the one that was typed, also of a link, unless that says only where the folder is.
-std::string nameOf(const std::filesystem::path& typed, const std::filesystem::path& folder) {
-    const std::filesystem::path name = typed.has_filename() ? typed.filename() : typed.parent_path().filename();
-    return (name.empty() || name == "." || name == ".." ? folder.filename() : name).string();
-}
-
 /// Takes a flow's stages, reported on any thread, to the main thread.
 std::function<void(DeployStage)> stageReporter(const std::shared_ptr<DeployFlow>& flow) {
     return [flow = std::weak_ptr(flow), loop = EventLoop::current()](DeployStage stage) {
@@ -76,6 +70,12 @@ std::function<void(DeployProgress)> progressReporter(const std::shared_ptr<Deplo
             loop->post(deliver);
         }
     };
+}
+
+void showScan(DeployFlow& flow, const FolderScan& files) {
+    flow.showFigures(files.fileCount, files.byteCount);
+    flow.showUnreadable(files.unreadable);
+    flow.showFindings({files.leftOut, StartPage::of(files)});
 }
 
 bool leavesOutcomeOpen(const std::exception& failure) {
@@ -126,13 +126,15 @@ void Deployments::beginDeploy(const std::filesystem::path& folder) {
     if (isTaken()) {
         return;
     }
-    const QString suggestion = SiteName::derive(QString::fromStdString(nameOf(folder, resolved)));
+    const QString suggestion = SiteName::derive(QString::fromStdString(SiteName::folderName(folder, resolved)));
     const auto flow = std::make_shared<DeployFlow>(resolved, suggestion);
     connect(flow.get(), &DeployFlow::phaseChanged, this, &Deployments::isDeployingChanged);
     m_open.request_stop();
     m_open = std::stop_source();
     m_deployFlow = flow;
-    m_tasks.run(countFiles(flow, m_open.get_token()));
+    if (m_surroundings.preview == Preview::WhenOpened) {
+        m_tasks.run(countFiles(flow, m_open.get_token()));
+    }
 }
 
 void Deployments::publishAgain(const QString& site) {
@@ -162,10 +164,10 @@ Task<> Deployments::countFiles(std::shared_ptr<DeployFlow> flow, std::stop_token
         auto files =
             std::make_shared<const FolderScan>(co_await whileAlive(this, runOnOwnThread(scanWork, either.token())));
         if (m_deployFlow.value() == flow) {
-            flow->showFigures(files->fileCount, files->byteCount);
-            flow->showUnreadable(files->unreadable);
-            flow->showFindings({files->leftOut, StartPage::of(*files)});
-            m_tasks.run(followName(flow, files, m_open.get_token()));
+            showScan(*flow, *files);
+            if (m_surroundings.preview == Preview::WhenOpened) {
+                m_tasks.run(followName(flow, files, m_open.get_token()));
+            }
         }
     } catch (const std::exception&) {
         // The figures stay absent; the scan of the deployment itself reports what is wrong.
@@ -224,6 +226,9 @@ Task<> Deployments::publishLinked(std::shared_ptr<DeployFlow> flow, PlatformConf
             self->closeIfOpen(flow);
         }
     };
+    if (m_surroundings.preview == Preview::WhenConfirmed) {
+        co_await whileAlive(this, countFiles(flow, either.token()));
+    }
     LinkedRoad::Result result;
     try {
         result = co_await whileAlive(this, m_surroundings.linkedRoad.publish(flow, close, either.token()));
@@ -253,11 +258,19 @@ Task<> Deployments::upload(std::shared_ptr<DeployFlow> flow, PlatformConfig conf
     const QString site = flow->siteName();
     const DeployStops stops{cancel, m_tasks.token()};
     const SentChange change = changeOf(site, config);
+    std::function<void(const FolderScan&)> onScanned;
+    if (m_surroundings.preview == Preview::WhenConfirmed) {
+        onScanned = [scanned = std::weak_ptr(flow)](const FolderScan& files) {
+            if (const auto current = scanned.lock()) {
+                showScan(*current, files);
+            }
+        };
+    }
     bool isOutcomeOpen = false;
     std::string published;
     try {
-        Task<DeployResult> work =
-            deploy(m_client, flow->folder(), site, config, stageReporter(flow), stops, progressReporter(flow));
+        Task<DeployResult> work = deploy(m_client, flow->folder(), site, config, stageReporter(flow), stops,
+                                         progressReporter(flow), std::move(onScanned));
         DeployResult result = co_await whileAlive(this, std::move(work));
         published = std::move(result.publishedFiles);
         flow->showUnreadable(result.unreadable);

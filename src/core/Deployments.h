@@ -35,6 +35,12 @@ public:
     using AgentFiles =
         std::function<Task<bool>(std::filesystem::path folder, PlatformConfig config, std::stop_token stop)>;
 
+    /// When the folder is looked through for the figures and findings of the flow.
+    enum class Preview {
+        WhenOpened,    ///< so that a person sees them before confirming; the deployment looks afresh
+        WhenConfirmed, ///< once, by the deployment itself, and before anything is sent
+    };
+
     /// What a deployment needs of others.
     struct Surroundings {
         FollowUp followUp;
@@ -42,6 +48,7 @@ public:
         LinkedRoad linkedRoad;
         /// What is waited with between questions to the platform.
         Sleeper sleep = sleepFor;
+        Preview preview = Preview::WhenOpened;
     };
 
     /// The client, the connection and the catalog outlive this, and so does what its surroundings stand on.

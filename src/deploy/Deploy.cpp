@@ -64,7 +64,8 @@ void requireFiles(const FolderScan& files) {
 // After an await, a client that may be gone is touched only once neither stop was requested.
 Task<DeployResult> deploy(PlatformClient& client, std::filesystem::path folder, QString site, PlatformConfig config,
                           std::function<void(DeployStage)> onStage, DeployStops stops,
-                          std::function<void(DeployProgress)> onProgress) {
+                          std::function<void(DeployProgress)> onProgress,
+                          std::function<void(const FolderScan&)> onScanned) {
     const StopScope either(stops.cancel, stops.end);
     onStage(DeployStage::packing());
     const auto scanWork = [folder, stop = either.token()] {
@@ -73,6 +74,9 @@ Task<DeployResult> deploy(PlatformClient& client, std::filesystem::path folder, 
         return std::pair(std::move(files), std::move(text));
     };
     auto [files, text] = co_await runOnOwnThread(scanWork, either.token());
+    if (onScanned) {
+        onScanned(files);
+    }
     requireFiles(files);
     DeployResult result{{}, files.unreadable, files.fileCount, std::move(text)};
     Publication publication{folder, std::move(files), site, config, onStage, std::move(onProgress)};

@@ -31,11 +31,12 @@ void requireFiles(const FolderScan& files);
 /// Publishes a folder: scans, packs and uploads it.
 ///
 /// `site` is a valid site name. `onStage` and `onProgress` are called from any thread, several times in quick
-/// succession. Throws PlatformError, std::system_error for a failure of this machine, and Cancelled; the folder is
-/// untouched and no temporary file is left in every case. The client outlives the call, or the stop for the process's
-/// end is requested before it goes.
+/// succession; `onScanned` once, on the caller's thread, with what is going to be packed. Throws PlatformError,
+/// std::system_error for a failure of this machine, and Cancelled; the folder is untouched and no temporary file is
+/// left in every case. The client outlives the call, or the stop for the process's end is requested before it goes.
 [[nodiscard]] Task<DeployResult> deploy(PlatformClient& client, std::filesystem::path folder, QString site,
                                         PlatformConfig config, std::function<void(DeployStage)> onStage,
-                                        DeployStops stops, std::function<void(DeployProgress)> onProgress = {});
+                                        DeployStops stops, std::function<void(DeployProgress)> onProgress = {},
+                                        std::function<void(const FolderScan&)> onScanned = {});
 
 } // namespace driftwell

@@ -87,7 +87,7 @@ struct FolderScan {
     LeftOut leftOut;
     /// The folder itself, whatever its path leads to by now: its device and its inode.
     std::pair<dev_t, ino_t> folder;
-    /// When it began.
+    /// When it began, by the clock that files are stamped with: it stands still between two ticks of the kernel.
     timespec begun{};
 };
 

@@ -33,7 +33,8 @@ bool fitsNameFields(std::string_view path) {
     return slash != std::string_view::npos && slash > 0 && slash <= mostInPrefix && slash + 1 < path.size();
 }
 
-std::optional<PackingFailure> nameFailureOf(const std::string& path) {
+/// What keeps a file out of the format, whatever is in it.
+std::optional<PackingFailure> formatFailureOf(const std::string& path, std::int64_t size) {
     if (path.find('\n') != std::string::npos) {
         return PackingFailure{lineBreakText(path), PlatformErrorReason::BadFileName};
     }
@@ -43,17 +44,17 @@ std::optional<PackingFailure> nameFailureOf(const std::string& path) {
                 .arg(shown(path));
         return PackingFailure{text, PlatformErrorReason::BadFileName};
     }
+    if (size > mostBytes) {
+        return PackingFailure{QStringLiteral("“%1” is too large: a file has to be smaller than 8 GiB").arg(shown(path)),
+                              PlatformErrorReason::TooLarge};
+    }
     return std::nullopt;
 }
 
 /// What is wrong with one file of the scan.
 std::optional<PackingFailure> failureOf(int root, const std::string& path, const FolderScan::Attributes& scanned) {
-    if (const std::optional<PackingFailure> failure = nameFailureOf(path)) {
+    if (const std::optional<PackingFailure> failure = formatFailureOf(path, scanned.size)) {
         return failure;
-    }
-    if (scanned.size > mostBytes) {
-        return PackingFailure{QStringLiteral("“%1” is too large: a file has to be smaller than 8 GiB").arg(shown(path)),
-                              PlatformErrorReason::TooLarge};
     }
     const UniqueFd place = openBeneath(root, path, O_PATH);
     struct stat attributes {};
@@ -77,11 +78,12 @@ bool isBefore(const timespec& time, const timespec& other) {
     return std::pair(time.tv_sec, time.tv_nsec) < std::pair(other.tv_sec, other.tv_nsec);
 }
 
-/// Whether something is not as it was when the scan began, although it looks like it.
+/// Whether something may not be as it was when the scan began, although it looks like it. What was touched in the very
+/// tick in which the scan began counts: on which side of that moment nobody can tell.
 bool isTouched(int root, std::string_view path, const FolderScan& files) {
     const UniqueFd place = openBeneath(root, path, O_PATH);
     struct stat attributes {};
-    return !place || ::fstat(place.get(), &attributes) != 0 || isBefore(files.begun, attributes.st_ctim);
+    return !place || ::fstat(place.get(), &attributes) != 0 || !isBefore(attributes.st_ctim, files.begun);
 }
 
 /// The first of the files and of the folders around them, if any, that was touched: exchanged and put back, for one.
@@ -129,9 +131,9 @@ std::optional<std::string_view> pathWithLineBreak(const FolderScan& files) {
     return found == files.paths.end() ? std::nullopt : std::optional<std::string_view>(*found);
 }
 
-std::optional<PackingFailure> findUnpackableName(const FolderScan& files) {
-    for (const std::string& path : files.paths) {
-        if (const std::optional<PackingFailure> failure = nameFailureOf(path)) {
+std::optional<PackingFailure> findUnpackableFile(const FolderScan& files) {
+    for (std::size_t i = 0; i < files.paths.size(); ++i) {
+        if (const std::optional<PackingFailure> failure = formatFailureOf(files.paths[i], files.attributes[i].size)) {
             return failure;
         }
     }

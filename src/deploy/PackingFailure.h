@@ -27,9 +27,9 @@ struct PackingFailure {
 /// The first file of the scan whose name holds a line break.
 [[nodiscard]] std::optional<std::string_view> pathWithLineBreak(const FolderScan& files);
 
-/// The first file whose name cannot be packed: one that holds a line break, or is too long for the format. All other
-/// bytes can be in a name.
-[[nodiscard]] std::optional<PackingFailure> findUnpackableName(const FolderScan& files);
+/// The first file that cannot be packed as it is called or as large as it is: its name holds a line break or is too
+/// long for the format, in which all other bytes can be in a name, or it has 8 GiB or more.
+[[nodiscard]] std::optional<PackingFailure> findUnpackableFile(const FolderScan& files);
 
 /// Why a folder could not be packed, as far as it can be seen afterwards: the first file that changed since the scan,
 /// cannot be read, or does not fit the format, or that `workingFolder` is on a full disk. `root` is a descriptor of the

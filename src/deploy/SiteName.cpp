@@ -20,6 +20,11 @@ bool becomesDash(QChar character) {
 
 } // namespace
 
+std::string folderName(const std::filesystem::path& typed, const std::filesystem::path& resolved) {
+    const std::filesystem::path name = typed.has_filename() ? typed.filename() : typed.parent_path().filename();
+    return (name.empty() || name == "." || name == ".." ? resolved.filename() : name).string();
+}
+
 QString derive(const QString& text) {
     QString name;
     for (const QChar character : text.toLower()) {

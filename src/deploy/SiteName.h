@@ -3,6 +3,8 @@
 #include <QString>
 
 #include <array>
+#include <filesystem>
+#include <string>
 
 /// The rules of site names. A site's name becomes part of its public address.
 ///
@@ -14,6 +16,10 @@ inline constexpr int maximumLength = 63;
 
 /// Names that the platform keeps for itself. Compared exactly.
 inline constexpr std::array<QStringView, 6> reserved{u"api", u"ws", u"sdk", u"www", u"dw", u"admin"};
+
+/// What a folder is called that was typed so: its name as it was typed, also that of a link to it, unless that says
+/// only where the folder is ("." or ".."); then the name of `resolved`, which is the folder itself. Bytes.
+[[nodiscard]] std::string folderName(const std::filesystem::path& typed, const std::filesystem::path& resolved);
 
 /// A suggestion from a folder's name: lower case; runs of blanks, underscores and dots become one dash; everything but
 /// ASCII letters, digits and dashes is dropped; no two dashes in a row, none at the ends; cut to 63 characters, which

@@ -1,6 +1,7 @@
 #include "platform/HostRefusal.h"
 
 #include "platform/PlatformConfig.h"
+#include "platform/Token.h"
 
 #include <QRegularExpression>
 
@@ -28,6 +29,18 @@ std::optional<QString> reasonAgainst(const QString& typed) {
     return std::nullopt;
 }
 
+/// Without what may be a password. Where the text is no address, that is anything before an "@".
+QString shown(const QString& typed) {
+    const qsizetype at = typed.lastIndexOf(u'@');
+    if (at < 0) {
+        return typed;
+    }
+    const QString scheme = schemeOf(typed);
+    const PlatformConfig config(typed);
+    const bool isAddress = config.isReadable() && !config.host().contains(QLatin1StringView("://"));
+    return scheme + (isAddress ? config.shownHost() : QStringLiteral("…") + typed.mid(at));
+}
+
 } // namespace
 
 std::optional<QString> hostRefusal(const QString& typed) {
@@ -35,7 +48,7 @@ std::optional<QString> hostRefusal(const QString& typed) {
     if (!typed.isEmpty() && !reason && PlatformConfig(typed).isReadable()) {
         return std::nullopt;
     }
-    const QString refusal = QStringLiteral("“%1” is not the host of a platform").arg(typed);
+    const QString refusal = QStringLiteral("“%1” is not the host of a platform").arg(shown(typed));
     return reason ? refusal + QStringLiteral(": ") + *reason : refusal;
 }
 

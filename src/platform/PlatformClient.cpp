@@ -54,11 +54,12 @@ bool isGatewaysWord(int status) {
     return status == 502 || status == 504;
 }
 
-PlatformErrorReason reasonOf(int status, const std::optional<ApiErrorBody>& body) {
-    if (status == 413) {
+PlatformErrorReason reasonOf(const HttpResponse& response, const std::optional<ApiErrorBody>& body) {
+    if (response.status == 413) {
         return PlatformErrorReason::TooLarge;
     }
-    if (status == 429) {
+    // A platform that rests says for how long (RFC 9110, section 15.6.4).
+    if (response.status == 429 || (response.status == 503 && response.retryAfter)) {
         return PlatformErrorReason::RateLimited;
     }
     return body && body->code == QLatin1String("no_previous") ? PlatformErrorReason::NoPrevious
@@ -113,7 +114,7 @@ QString nameOf(TokenSource source, const PlatformConfig& config) {
     case TokenSource::Environment:
         return QStringLiteral("DW_TOKEN");
     case TokenSource::Stored:
-        return QStringLiteral("The token that is stored for %1").arg(config.host());
+        return QStringLiteral("The token that is stored for %1").arg(config.shownHost());
     case TokenSource::Given:
     case TokenSource::None:
         return QStringLiteral("The token");
@@ -207,7 +208,7 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
     details.retryAfter = response.retryAfter;
     if (!isSuccess(response.status)) {
         const std::optional<ApiErrorBody> body = errorBody(response.body);
-        details.reason = reasonOf(response.status, body);
+        details.reason = reasonOf(response, body);
         const PlatformError error = refusal(response.status, body).with(details);
         throw isChange && isGatewaysWord(response.status) ? error.withOpenOutcome() : error;
     }
@@ -228,7 +229,7 @@ Task<QByteArray> PlatformClient::exchange(Call call, PlatformConfig config, std:
 
 template <class Record> Task<Record> PlatformClient::request(Call call, PlatformConfig config, std::stop_token stop) {
     const QByteArray path = call.path;
-    const QString host = config.host();
+    const QString host = config.shownHost();
     try {
         QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
         co_return co_await decodeAnswer<Record>(std::move(bytes), path);
@@ -241,7 +242,7 @@ template <class Record>
 Task<Fetched<Record>> PlatformClient::requestIfChanged(QByteArray path, PlatformConfig config, KnownBytes known,
                                                        std::stop_token stop) {
     Call call{"GET", path};
-    const QString host = config.host();
+    const QString host = config.shownHost();
     try {
         const QByteArray bytes = co_await exchange(std::move(call), std::move(config), std::move(stop));
         if (known.are(bytes)) {

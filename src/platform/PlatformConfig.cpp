@@ -1,5 +1,6 @@
 #include "platform/PlatformConfig.h"
 
+#include "platform/Token.h"
 #include "platform/UrlSyntax.h"
 
 namespace driftwell {
@@ -34,6 +35,14 @@ PlatformConfig::PlatformConfig(const QString& host) {
     m_host = withoutScheme(normalized);
     m_isReadable = name.has_value();
     m_isLocal = name && (*name == "localhost" || name->endsWith(".localhost"));
+}
+
+QString PlatformConfig::shownOrigin() const {
+    return withoutSecrets(m_origin.toUtf8(), {});
+}
+
+QString PlatformConfig::shownHost() const {
+    return withoutScheme(withoutSecrets("https://" + m_host.toUtf8(), {}));
 }
 
 std::optional<int> PlatformConfig::port() const {

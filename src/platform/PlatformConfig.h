@@ -20,6 +20,11 @@ public:
     /// The origin as typed without its scheme; the form shown to a person. Holds a port or path that was typed.
     [[nodiscard]] const QString& host() const { return m_host; }
 
+    /// The same two where a name or a password was typed before the host to sign in with (RFC 3986, section 3.2.1):
+    /// with "…" in its place. What is printed, or told to a program, has these.
+    [[nodiscard]] QString shownOrigin() const;
+    [[nodiscard]] QString shownHost() const;
+
     /// Whether the host is "localhost" or ends in ".localhost" (RFC 6761, section 6.3). An address is not local.
     [[nodiscard]] bool isLocal() const { return m_isLocal; }
 

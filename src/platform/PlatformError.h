@@ -17,7 +17,7 @@ enum class PlatformErrorReason {
     NotHttps,    ///< Unreachable: who answers does not speak https there
     Certificate, ///< Unreachable: the certificate is not trusted, or those to trust cannot be read
     TooLarge,    ///< Api: more than the platform takes, or than can be packed
-    RateLimited, ///< Api: more requests than the platform takes
+    RateLimited, ///< Api: more requests than the platform takes for now
     NoPrevious,  ///< Api: the site has no version before the live one
     Folder,      ///< Api: the folder cannot be packed as it is
     EmptyFolder, ///< Api: the folder has nothing to publish
@@ -40,7 +40,7 @@ struct PlatformErrorDetails {
     PlatformErrorReason reason = PlatformErrorReason::Unspecified;
     /// The HTTP status of the answer; 0 where there was none.
     int httpStatus = 0;
-    /// The platform that was asked, as PlatformConfig::host(); empty where none was.
+    /// The platform that was asked, as PlatformConfig::shownHost(); empty where none was.
     QString host = {};
     /// How long the platform asks to wait before the next request (RFC 9110, section 10.2.3).
     std::optional<std::chrono::seconds> retryAfter = {};

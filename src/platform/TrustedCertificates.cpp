@@ -33,14 +33,11 @@ int failureToRead(const std::string& path, bool isFolder) {
     return !isFolder && S_ISDIR(attributes.st_mode) ? EISDIR : 0;
 }
 
-void requireReadable(const char* name, const std::string& path, bool isFolder) {
-    if (const int error = failureToRead(path, isFolder); error != 0) {
-        throw PlatformError::unreachable(
-            QStringLiteral("The certificates that %1 names cannot be read: %2: %3. Nothing was sent.")
-                .arg(QLatin1StringView(name), QString::fromStdString(path),
-                     QString::fromLocal8Bit(std::strerror(error))))
-            .with(PlatformErrorReason::Certificate);
-    }
+[[noreturn]] void refuse(const char* name, const std::string& path, int error) {
+    throw PlatformError::unreachable(
+        QStringLiteral("The certificates that %1 names cannot be read: %2: %3. Nothing was sent.")
+            .arg(QLatin1StringView(name), QString::fromStdString(path), QString::fromLocal8Bit(std::strerror(error))))
+        .with(PlatformErrorReason::Certificate);
 }
 
 } // namespace
@@ -54,16 +51,35 @@ TrustedCertificates TrustedCertificates::ofEnvironment() {
     return {variable(fileVariable), variable(folderVariable), fileVariable};
 }
 
-void TrustedCertificates::requireReadable() const {
-    if (!file.empty()) {
-        driftwell::requireReadable(fileVariable, file, false);
-    }
+std::vector<std::string> TrustedCertificates::folders() const {
+    std::vector<std::string> all;
     for (std::size_t begin = 0; begin < folder.size();) {
         const std::size_t end = std::min(folder.find(':', begin), folder.size());
         if (end > begin) {
-            driftwell::requireReadable(folderVariable, folder.substr(begin, end - begin), true);
+            all.push_back(folder.substr(begin, end - begin));
         }
         begin = end + 1;
+    }
+    return all;
+}
+
+std::optional<std::string> TrustedCertificates::firstReadableFolder() const {
+    const std::vector<std::string> all = folders();
+    const auto found =
+        std::find_if(all.begin(), all.end(), [](const std::string& path) { return failureToRead(path, true) == 0; });
+    return found == all.end() ? std::nullopt : std::optional(*found);
+}
+
+void TrustedCertificates::requireReadable() const {
+    if (!file.empty()) {
+        if (const int error = failureToRead(file, false); error != 0) {
+            refuse(fileVariable, file, error);
+        }
+        return;
+    }
+    const std::vector<std::string> all = folders();
+    if (!all.empty() && !firstReadableFolder()) {
+        refuse(folderVariable, all.front(), failureToRead(all.front(), true));
     }
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace driftwell {
 
@@ -20,7 +22,14 @@ struct TrustedCertificates {
     /// Whether anything takes the place of the system's.
     [[nodiscard]] bool areChosen() const { return !file.empty() || !folder.empty(); }
 
-    /// Throws PlatformError::unreachable, which names the variable, when the file or a folder cannot be read.
+    /// The folders, each by itself.
+    [[nodiscard]] std::vector<std::string> folders() const;
+
+    /// For a program that takes one folder alone; absent where none of them can be read.
+    [[nodiscard]] std::optional<std::string> firstReadableFolder() const;
+
+    /// Throws PlatformError::unreachable, which names the variable, when the file cannot be read, or, without a file,
+    /// none of the folders can. As in OpenSSL, the others do where one of several is not there.
     void requireReadable() const;
 };
 

@@ -124,6 +124,8 @@ TEST_F(BearerTest, TheCertificatesToTrustAreThoseOfTheTool) {
         EXPECT_EQ(setting("http.sslCAPath"), "");
     }
     EXPECT_EQ(setting("http.sslCAInfo"), "");
+    const ScopedVariable list("SSL_CERT_DIR", QByteArray("/no/such/folder:/usr:/etc"));
+    EXPECT_EQ(setting("http.sslCAPath"), "/usr\n") << "git takes one folder";
 }
 
 TEST_F(BearerTest, ACertificateIsLookedAtWhateverThePersonHasSet) {

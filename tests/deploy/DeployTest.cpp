@@ -137,7 +137,11 @@ struct DeployTest : testing::Test {
             const std::scoped_lock lock(progressMutex);
             reported.push_back(progress);
         };
-        follow(driftwell::deploy(*client, site.path(), name, config, onStage, stops, onProgress), ending);
+        const auto onScanned = [this](const FolderScan& files) {
+            scanned.push_back(files.paths);
+            stagesAtScan = log.stages();
+        };
+        follow(driftwell::deploy(*client, site.path(), name, config, onStage, stops, onProgress, onScanned), ending);
         return ending;
     }
 
@@ -233,11 +237,26 @@ struct DeployTest : testing::Test {
     StageLog log;
     std::mutex progressMutex;
     std::vector<DeployProgress> reported;
+    std::vector<std::vector<std::string>> scanned;
+    std::vector<DeployStage> stagesAtScan;
     std::function<void(DeployStage)> atStage;
     UniqueFd packingHold;
     tests::ProcessState before;
     std::optional<PlatformClient> client;
 };
+
+TEST_F(DeployTest, TellsOnceWhatItPacksBeforeItIsSent) {
+    site.write("index.html", "x");
+    site.write(".env", "secret");
+    deploy();
+    EXPECT_THAT(scanned, ElementsAre(ElementsAre("index.html")));
+    EXPECT_THAT(stagesAtScan, ElementsAre(DeployStage::packing()));
+}
+
+TEST_F(DeployTest, TellsOfAnEmptyFolderToo) {
+    EXPECT_EQ(failure().description(), QStringLiteral("folder has no deployable files"));
+    EXPECT_THAT(scanned, ElementsAre(IsEmpty()));
+}
 
 TEST_F(DeployTest, SendsTheFolderAsAnArchiveAndGivesThePlatformsAnswer) {
     site.write("index.html", "<p>hello</p>");

@@ -31,6 +31,7 @@
 #include <random>
 #include <set>
 #include <system_error>
+#include <thread>
 
 namespace driftwell {
 namespace {
@@ -74,6 +75,21 @@ std::string changed(const std::string& path) {
     return "“" + path + "” was changed or removed while the folder was being packed, nothing was sent";
 }
 
+/// The time that a file would be stamped with.
+timespec stamp() {
+    timespec now{};
+    checked(::clock_gettime(CLOCK_REALTIME_COARSE, &now), "clock_gettime");
+    return now;
+}
+
+/// What is written from now on is stamped later than what was written before.
+void waitForTheNextTick() {
+    const timespec start = stamp();
+    while (stamp().tv_sec == start.tv_sec && stamp().tv_nsec == start.tv_nsec) {
+        std::this_thread::yield();
+    }
+}
+
 /// A site to pack, a folder to work in, and a folder of helper programs.
 struct PackingTest : testing::Test {
     std::filesystem::path pack(const FolderScan& files) {
@@ -106,7 +122,11 @@ struct PackingTest : testing::Test {
         }
     }
 
-    std::string refusal() { return refusalOf(FolderScan::scan(site.path())); }
+    /// Of what was all there before it is scanned.
+    std::string refusal() {
+        waitForTheNextTick();
+        return refusalOf(FolderScan::scan(site.path()));
+    }
 
     void addProgram(const TestFolder& folder, const std::string& name, const std::string& script) {
         folder.write(name, "#!/bin/sh\n" + script);
@@ -366,6 +386,19 @@ TEST_F(PackingTest, CompressesWithTheSystemsProgramWithoutAFolderOfHelpers) {
         tests::await(packFolder(site.path(), FolderScan::scan(site.path()), working.path(), none));
         EXPECT_EQ(tests::readArchive(working.read("site.tgz")).size(), 1U);
     }
+}
+
+TEST_F(PackingTest, NamesWhatWasExchangedAndPutBackInTheTickInWhichTheScanBegan) {
+    addProgram(helpers, "gzip", "cat >/dev/null\nexit 1\n");
+    site.write("index.html", "x");
+    waitForTheNextTick();
+    FolderScan files = FolderScan::scan(site.path());
+    std::filesystem::rename(site / "index.html", site / "other");
+    std::filesystem::rename(site / "other", site / "index.html");
+    struct stat attributes {};
+    checked(::stat((site / "index.html").c_str(), &attributes), "stat");
+    files.begun = attributes.st_ctim;
+    EXPECT_EQ(refusalOf(files), "tar exited with status 2: " + changed("index.html"));
 }
 
 TEST_F(PackingTest, FailsWhereTheCompressionFails) {

@@ -260,6 +260,19 @@ TEST(SiteNameTest, LeavesADerivedNameAsItIsWhenItIsDerivedAgain) {
     }
 }
 
+TEST(SiteNameTest, AFolderIsCalledAsItWasTyped) {
+    const auto called = [](const char* typed) {
+        return SiteName::folderName(typed, "/home/maya/real");
+    };
+    EXPECT_EQ(called("link"), "link");
+    EXPECT_EQ(called("work/link/"), "link");
+    EXPECT_EQ(called("/srv/link//"), "link");
+    for (const char* where : {".", "./", "..", "../", "link/.", "link/..", ""}) {
+        EXPECT_EQ(called(where), "real") << where;
+    }
+    EXPECT_EQ(SiteName::folderName("/", "/"), "");
+}
+
 TEST(SiteNameTest, KeepsSixNamesForThePlatformInThisOrder) {
     const std::vector<QString> names{"api", "ws", "sdk", "www", "dw", "admin"};
     ASSERT_EQ(SiteName::reserved.size(), names.size());

@@ -79,6 +79,31 @@ TEST_F(HttpCertificateTest, TrustsTheFolderThatIsChosenInTheEnvironment) {
     EXPECT_THAT(outcomeOfGet(server.url()), testing::StartsWith("200 "));
 }
 
+TEST_F(HttpCertificateTest, PassesOverAFolderOfSeveralThatIsNotThere) {
+    const SelfSignedServer server;
+    const TestFolder folder;
+    std::filesystem::copy(server.certificateFile(), folder / "certificate.pem");
+    ASSERT_EQ(std::system(("/usr/bin/openssl rehash " + folder.path().string()).c_str()), 0);
+    const std::string missing = folder / "missing";
+    for (const std::string& list : {missing + ":" + folder.path().string(), folder.path().string() + ":" + missing,
+                                    ":" + missing + "::" + folder.path().string()}) {
+        const ScopedVariable chosen("SSL_CERT_DIR", QByteArray::fromStdString(list));
+        EXPECT_THAT(outcomeOfGet(server.url()), testing::StartsWith("200 ")) << list;
+    }
+    const ScopedVariable chosen("SSL_CERT_DIR", QByteArray::fromStdString(missing));
+    const ScopedVariable file("SSL_CERT_FILE", QByteArray::fromStdString(server.certificateFile()));
+    EXPECT_THAT(outcomeOfGet(server.url()), testing::StartsWith("200 ")) << "the file is enough";
+}
+
+TEST_F(HttpCertificateTest, NamesTheFirstOfSeveralFoldersOfWhichNoneIsThere) {
+    const ScriptedServer untouched({});
+    const ScopedVariable chosen("SSL_CERT_DIR", QByteArray("/no/such/folder:/nor/this"));
+    EXPECT_EQ(outcomeOfGet("https://127.0.0.1:" + QByteArray::number(untouched.port()) + "/"),
+              "Unreachable: The certificates that SSL_CERT_DIR names cannot be read: /no/such/folder: No such file or "
+              "directory. Nothing was sent.");
+    EXPECT_EQ(untouched.connections(), 0);
+}
+
 TEST_F(HttpCertificateTest, TakesTheOwnFileBeforeThatOfOpenSsl) {
     const SelfSignedServer server;
     const SelfSignedServer other;

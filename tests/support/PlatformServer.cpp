@@ -68,7 +68,8 @@ void PlatformServer::closeWithoutAnswer(const std::string& path) {
     m_answers[path] = {0, {}, true};
 }
 
-void PlatformServer::passOn(const std::string& path, std::function<std::string(const RecordedRequest&)> handler) {
+void PlatformServer::passOn(const std::string& path, Handler handler) {
+    const std::scoped_lock lock(m_mutex);
     m_passedPath = path + "/";
     m_handler = std::move(handler);
 }
@@ -141,16 +142,20 @@ void PlatformServer::serve(ServerConnection& connection) {
         keepWaiting(connection, hold, [&connection] { connection.readBody(); });
 
         Answer answer;
+        Handler handler;
         {
             const std::scoped_lock lock(m_mutex);
             m_requests.push_back(wholeRequest(connection.request()));
             const auto found = m_answers.find(path);
             answer = found == m_answers.end() ? Answer() : found->second;
             hold = takeHold(m_answerHolds, path);
-        }
-        keepWaiting(connection, hold, [this, &connection, &answer, &path] {
             if (m_handler && path.starts_with(m_passedPath)) {
-                connection.send(m_handler(connection.request()));
+                handler = m_handler;
+            }
+        }
+        keepWaiting(connection, hold, [&connection, &answer, &handler] {
+            if (handler) {
+                connection.send(handler(connection.request()));
             } else if (!answer.close) {
                 connection.send(tests::answer(std::to_string(answer.status) + " Answer", answer.body,
                                               "Content-Type: application/json\r\n"));

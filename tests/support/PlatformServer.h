@@ -55,9 +55,11 @@ public:
     /// Requests for the path get their connection closed from now on.
     void closeWithoutAnswer(const std::string& path);
 
-    /// Requests for what lies below the path are answered by `handler`, on threads of the server's. Set before the
-    /// first request.
-    void passOn(const std::string& path, std::function<std::string(const RecordedRequest&)> handler);
+    /// The whole answer to a request, its head too.
+    using Handler = std::function<std::string(const RecordedRequest&)>;
+
+    /// Requests for what lies below the path are answered by `handler` from now on, on threads of the server's.
+    void passOn(const std::string& path, Handler handler);
 
     /// Keeps the next request for the path waiting for the answer that is set when it arrives.
     [[nodiscard]] Hold holdAnswer(const std::string& path);
@@ -89,7 +91,7 @@ private:
     [[nodiscard]] Hold addHold(Holds& holds, const std::string& path);
 
     std::string m_passedPath;
-    std::function<std::string(const RecordedRequest&)> m_handler;
+    Handler m_handler;
 
     mutable std::mutex m_mutex;
     std::map<std::string, Answer> m_answers;

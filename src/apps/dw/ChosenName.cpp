@@ -18,8 +18,9 @@ const QString hint = QStringLiteral("Choose a name: dw deploy FOLDER --name NAME
 bool isMadeByTools(const QString& folderName) {
     constexpr std::array<const char*, 11> names{"dist",    "build",  "out",  "output", "public", "target",
                                                 "release", "htdocs", "html", "_site",  "www"};
-    return std::any_of(names.begin(), names.end(),
-                       [&folderName](const char* name) { return folderName == QLatin1String(name); });
+    return std::any_of(names.begin(), names.end(), [&folderName](const char* name) {
+        return folderName.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
+    });
 }
 
 QString requireValid(const QString& name) {
@@ -29,9 +30,9 @@ QString requireValid(const QString& name) {
     return name;
 }
 
-QString nameOf(const std::filesystem::path& folder) {
-    const QString folderName =
-        QString::fromStdString((folder.has_filename() ? folder.filename() : folder.root_path()).string());
+QString nameOf(const std::filesystem::path& typed, const std::filesystem::path& folder) {
+    const std::string called = SiteName::folderName(typed, folder);
+    const QString folderName = called.empty() ? QStringLiteral("/") : QString::fromStdString(called);
     if (isMadeByTools(folderName)) {
         throw WrongUsage(QStringLiteral("“%1” does not say which site the folder is").arg(folderName), hint);
     }
@@ -63,7 +64,7 @@ Task<QString> askForOne(QStringList sites, std::shared_ptr<Context> context) {
 
 } // namespace
 
-Task<QString> chosenName(std::optional<std::string> typed, std::optional<QString> linked, std::filesystem::path folder,
+Task<QString> chosenName(std::optional<std::string> typed, std::optional<QString> linked, TypedFolder folder,
                          std::shared_ptr<Context> context) {
     if (typed) {
         QString name = requireValid(QString::fromStdString(*typed));
@@ -73,14 +74,14 @@ Task<QString> chosenName(std::optional<std::string> typed, std::optional<QString
         QString name = *linked;
         co_return name;
     }
-    QStringList before = publishedAs(folder, context->client->store()).sites;
+    QStringList before = publishedAs(folder.folder, context->client->store()).sites;
     before.removeIf([](const QString& site) { return !SiteName::isValid(site); });
     if (before.size() > 1) {
         Task<QString> asking = askForOne(before, context);
         QString name = co_await asking;
         co_return name;
     }
-    QString name = before.isEmpty() ? nameOf(folder) : before.front();
+    QString name = before.isEmpty() ? nameOf(folder.typed, folder.folder) : before.front();
     co_return name;
 }
 

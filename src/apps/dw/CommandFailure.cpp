@@ -128,6 +128,12 @@ QString overtakenText(SentChange::Kind change, const QString& site, const QStrin
 
 } // namespace
 
+CommandFailure CommandFailure::at(const PlatformConfig& config) const {
+    CommandFailure failure = *this;
+    failure.details.host = config.shownHost();
+    return failure;
+}
+
 QString CommandFailure::advice() const {
     return hint.isEmpty() ? QString::fromUtf8(recordOf(kind).hint) : hint;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "apps/dw/ErrorKind.h"
+#include "platform/PlatformConfig.h"
 #include "platform/PlatformError.h"
 #include "platform/SentChange.h"
 
@@ -27,6 +28,9 @@ struct CommandFailure {
     std::vector<std::string> files = {};
     /// What there is to know of a platform's failure beside the message.
     PlatformErrorDetails details = {};
+
+    /// The same failure, which the platform has to do with.
+    [[nodiscard]] CommandFailure at(const PlatformConfig& config) const;
 
     [[nodiscard]] ExitCode exitCode() const { return recordOf(kind).exitCode; }
     /// What the person can do about it; never empty.

@@ -7,34 +7,34 @@ namespace driftwell::dw {
 // Each on a line of its own, those of a group together.
 // clang-format off
 constexpr std::array commands{
-    &makeCommand<class HostCommand>,
-    &makeCommand<class LoginCommand>,
-    &makeCommand<class LogoutCommand>,
-    &makeCommand<class WhoAmICommand>,
-    &makeCommand<class TokenCommand>,
-    &makeCommand<class HelpCommand>,
-    &makeCommand<class CompletionCommand>,
-    &makeCommand<class DeployCommand>,
-    &makeCommand<class LinkCommand>,
-    &makeCommand<class CloneCommand>,
-    &makeCommand<class UpdateCommand>,
-    &makeCommand<class ResolveCommand>,
-    &makeCommand<class ListCommand>,
-    &makeCommand<class InfoCommand>,
-    &makeCommand<class OpenCommand>,
-    &makeCommand<class StatusCommand>,
-    &makeCommand<class LogsCommand>,
-    &makeCommand<class HistoryCommand>,
-    &makeCommand<class ShareCommand>,
-    &makeCommand<class CollabCommand>,
-    &makeCommand<class LibsCommand>,
-    &makeCommand<class RollbackCommand>,
-    &makeCommand<class DeleteCommand>,
-    &makeCommand<class InitCommand>,
+    CommandEntry{"host", &makeCommand<class HostCommand>},
+    CommandEntry{"login", &makeCommand<class LoginCommand>},
+    CommandEntry{"logout", &makeCommand<class LogoutCommand>},
+    CommandEntry{"whoami", &makeCommand<class WhoAmICommand>},
+    CommandEntry{"token", &makeCommand<class TokenCommand>},
+    CommandEntry{"help", &makeCommand<class HelpCommand>},
+    CommandEntry{"completion", &makeCommand<class CompletionCommand>},
+    CommandEntry{"deploy", &makeCommand<class DeployCommand>},
+    CommandEntry{"link", &makeCommand<class LinkCommand>},
+    CommandEntry{"clone", &makeCommand<class CloneCommand>},
+    CommandEntry{"update", &makeCommand<class UpdateCommand>},
+    CommandEntry{"resolve", &makeCommand<class ResolveCommand>},
+    CommandEntry{"list", &makeCommand<class ListCommand>, "ls"},
+    CommandEntry{"info", &makeCommand<class InfoCommand>},
+    CommandEntry{"open", &makeCommand<class OpenCommand>},
+    CommandEntry{"status", &makeCommand<class StatusCommand>},
+    CommandEntry{"logs", &makeCommand<class LogsCommand>},
+    CommandEntry{"history", &makeCommand<class HistoryCommand>},
+    CommandEntry{"share", &makeCommand<class ShareCommand>},
+    CommandEntry{"collab", &makeCommand<class CollabCommand>},
+    CommandEntry{"libs", &makeCommand<class LibsCommand>},
+    CommandEntry{"rollback", &makeCommand<class RollbackCommand>},
+    CommandEntry{"delete", &makeCommand<class DeleteCommand>, "rm"},
+    CommandEntry{"init", &makeCommand<class InitCommand>},
 };
 // clang-format on
 
-std::span<const CommandMaker> commandList() {
+std::span<const CommandEntry> commandList() {
     return commands;
 }
 

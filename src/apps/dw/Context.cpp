@@ -9,7 +9,7 @@ namespace {
 void requireToken(const PlatformClient& client, const PlatformConfig& config) {
     if (!config.isLocal() && !client.store().token(config)) {
         requireReadable(client.store());
-        throw PlatformError::unauthenticated().at(config.host());
+        throw PlatformError::unauthenticated().at(config.shownHost());
     }
 }
 

@@ -125,7 +125,7 @@ Definition& Definition::quiet(bool& value) {
 }
 
 Definition& Definition::verbose(bool& value) {
-    return flag({"--verbose", "", "Tell of each request to the platform, without the token", {}, "-v"}, value);
+    return flag({"--verbose", "", "Tell of each request and each run of git, without the token", {}, "-v"}, value);
 }
 
 Definition& Definition::object(ObjectRecord object) {

@@ -62,6 +62,10 @@ constexpr std::array records{
     ErrorKindRecord{ErrorKind::NotAnswering, "notAnswering", ExitCode::NotAnswering, Retry::AfterLooking,
                     "the site was published and is live, and its address does not answer well",
                     "Look at it: dw info SITE"},
+    ErrorKindRecord{ErrorKind::NotNew, "notNew", ExitCode::NotNew, Retry::AfterLooking,
+                    "the site that had to be new was published twice in the same moment, so one version took the place "
+                    "of the other",
+                    "Look whose versions there are: dw history SITE"},
     ErrorKindRecord{ErrorKind::Conflict, "conflict", ExitCode::Conflict, Retry::AfterAChange,
                     "others have changed the same places; `files` names the files",
                     "dw status shows the files, and dw help resolve what can be done with them."},

@@ -28,6 +28,7 @@ enum class ErrorKind {
     NotConfirmed,
     UnknownOutcome,
     NotAnswering,
+    NotNew,
     Conflict,
     NoConflict,
     NotLinked,

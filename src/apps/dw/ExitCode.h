@@ -15,6 +15,8 @@ enum class ExitCode {
     Conflict = 6,
     /// A site was published, and its address does not answer well.
     NotAnswering = 7,
+    /// A site that had to be new was published, and somebody had published it in the same moment.
+    NotNew = 8,
     // As a shell has it for a program that a signal has ended: 128 and its number (bash(1), "EXIT STATUS").
     HungUp = 129,
     Interrupted = 130,

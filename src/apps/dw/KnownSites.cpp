@@ -68,11 +68,10 @@ Task<std::optional<SiteInfo>> listedSite(std::shared_ptr<Context> context, Platf
 Task<SiteInfo> requireSite(std::shared_ptr<Context> context, PlatformConfig config, QString name) {
     const std::optional<SiteInfo> site = co_await listedSite(context, config, name);
     if (!site) {
-        CommandFailure failure{ErrorKind::NoSite,
-                               QStringLiteral("There is no site “%1” on %2").arg(name, config.host()),
-                               QStringLiteral("dw list shows the sites.")};
-        failure.details.host = config.host();
-        throw FailedCommand(failure);
+        throw FailedCommand(CommandFailure{ErrorKind::NoSite,
+                                           QStringLiteral("There is no site “%1” on %2").arg(name, config.shownHost()),
+                                           QStringLiteral("dw list shows the sites.")}
+                                .at(config));
     }
     co_return *site;
 }

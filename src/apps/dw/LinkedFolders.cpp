@@ -4,6 +4,7 @@
 #include "apps/dw/KnownSites.h"
 #include "apps/dw/TypedFolder.h"
 #include "collab/FolderGuard.h"
+#include "platform/Token.h"
 
 #include <QStringList>
 
@@ -19,7 +20,18 @@ QString proseList(const QStringList& names) {
     return names.size() > most ? QStringLiteral("%1 and %2 more").arg(shown).arg(names.size() - most) : shown;
 }
 
-FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& guard, const PlatformConfig& config) {
+/// For a folder without a link; one that was published says where it went.
+QString wayToALink(const std::filesystem::path& folder, const ConfigStore& store) {
+    const QStringList sites = publishedAs(folder, store).sites;
+    if (sites.size() != 1) {
+        return QStringLiteral("Link it: dw link FOLDER --name SITE");
+    }
+    return QStringLiteral("It was published as %1: dw info %1. To edit that together: dw link FOLDER --name %1")
+        .arg(sites.front());
+}
+
+FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& guard, const PlatformConfig& config,
+                        const ConfigStore& store) {
     const QString path = QString::fromStdString(folder.string());
     if (guard.refusal && !guard.areSettingsKnown) {
         return FailedCommand(
@@ -28,13 +40,14 @@ FailedCommand notLinked(const std::filesystem::path& folder, const FolderGuard& 
              QStringLiteral("git remote -v in the folder shows what it is linked to.")});
     }
     if (guard.remoteUrls.empty()) {
-        return FailedCommand({ErrorKind::NotLinked, QStringLiteral("%1 is not linked to a site").arg(path),
-                              QStringLiteral("Link it: dw link FOLDER --name SITE")});
+        return FailedCommand(
+            {ErrorKind::NotLinked, QStringLiteral("%1 is not linked to a site").arg(path), wayToALink(folder, store)});
     }
-    return FailedCommand({ErrorKind::NotLinked,
-                          QStringLiteral("%1 is linked to %2, which is no site of %3")
-                              .arg(path, QString::fromStdString(guard.remoteUrls.front()), config.host()),
-                          QStringLiteral("Choose its platform: dw host HOST")});
+    return FailedCommand(
+        {ErrorKind::NotLinked,
+         QStringLiteral("%1 is linked to %2, which is no site of %3")
+             .arg(path, withoutSecrets(QByteArray::fromStdString(guard.remoteUrls.front()), {}), config.shownHost()),
+         QStringLiteral("Choose its platform: dw host HOST")});
 }
 
 } // namespace
@@ -67,10 +80,12 @@ void requireGit() {
     }
 }
 
-void requireCollab(const SiteInfo& site) {
+void requireCollab(const SiteInfo& site, const PlatformConfig& config) {
     if (!site.collab || !site.collab->enabled) {
-        throw FailedCommand({ErrorKind::CollabOff, QStringLiteral("Collaboration is off for %1").arg(site.name),
-                             QStringLiteral("Switch it on: dw collab on %1").arg(site.name)});
+        throw FailedCommand(CommandFailure{ErrorKind::CollabOff,
+                                           QStringLiteral("Collaboration is off for %1").arg(site.name),
+                                           QStringLiteral("Switch it on: dw collab on %1").arg(site.name)}
+                                .at(config));
     }
 }
 
@@ -81,17 +96,19 @@ Task<LinkedSite> requireLinkedFolder(std::shared_ptr<Context> context, std::stri
     const FolderGuard guard = co_await FolderGuard::inspect(folder, context->stop);
     const std::optional<QString> site = siteOf(guard, config);
     if (!site) {
-        throw notLinked(folder, guard, config);
+        throw notLinked(folder, guard, config, context->client->store());
     }
     const SiteInfo info = co_await requireSite(context, config, *site);
     co_return LinkedSite{folder, config, info, Git::Access::of(config, context->client->store())};
 }
 
 CommandFailure unknownAuthor(const PlatformConfig& config) {
-    return {ErrorKind::Api, QStringLiteral("%1 does not say who you are").arg(config.host()),
-            config.isLocal() && !environmentHasToken()
-                ? QStringLiteral("A platform without accounts takes nothing through git. Publish another folder there.")
-                : signInHint()};
+    return CommandFailure{
+        ErrorKind::Api, QStringLiteral("%1 does not say who you are").arg(config.shownHost()),
+        config.isLocal() && !environmentHasToken()
+            ? QStringLiteral("A platform without accounts takes nothing through git. Publish another folder there.")
+            : signInHint()}
+        .at(config);
 }
 
 Task<Identity> requireAuthor(std::shared_ptr<Context> context, PlatformConfig config) {

@@ -28,7 +28,7 @@ struct LinkedSite {
 void requireGit();
 
 /// Throws FailedCommand with the kind "collabOff" unless people edit the site together.
-void requireCollab(const SiteInfo& site);
+void requireCollab(const SiteInfo& site, const PlatformConfig& config);
 
 /// The folder that was typed for a command and the site that its remote names, without anything of the folder's being
 /// run. Throws FailedCommand with the kind "notLinked" for a folder that is linked to no site of the platform in use,

@@ -27,7 +27,7 @@ std::optional<QString> plainHttpWarning(const PlatformConfig& config) {
         return std::nullopt;
     }
     return QStringLiteral("To %1 a token goes over plain http: everybody on the way can read it, and publish with it.")
-        .arg(config.host());
+        .arg(config.shownHost());
 }
 
 } // namespace driftwell::dw

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string_view>
+#include <utility>
 
 namespace driftwell::dw {
 
@@ -84,6 +85,7 @@ ProgramRecord programRecord() {
              {ExitCode::Unreachable, "platform unreachable or too busy"},
              {ExitCode::Conflict, "conflict with what others published"},
              {ExitCode::NotAnswering, "published, and its address does not answer well"},
+             {ExitCode::NotNew, "published as new, and somebody did so at the same time"},
              {ExitCode::HungUp, "its terminal is gone"},
              {ExitCode::Interrupted, "interrupted"},
              {ExitCode::Terminated, "told to end"}},
@@ -101,6 +103,12 @@ std::string environmentText(const ProgramRecord& program) {
     return text;
 }
 
+/// What nearly every command takes, which somebody who reads no other page has to know.
+constexpr const char* commonOptions = "With every command but help and completion:\n"
+                                      "  --json         one JSON object on standard output; dw help json explains it\n"
+                                      "  -q, --quiet    nothing but what is asked for and what fails\n"
+                                      "  -v, --verbose  each request and each run of git, on standard error\n";
+
 std::string exitCodesText(const ProgramRecord& program) {
     std::string text = "Exit codes:";
     std::string line;
@@ -116,16 +124,37 @@ std::string exitCodesText(const ProgramRecord& program) {
     return text + line;
 }
 
-/// `dw --json list` means what `dw list --json` means. Values stand behind "=" there, since the first word without a
-/// dash is the command.
-std::vector<std::string> withOptionsBehindTheCommand(std::vector<std::string> words) {
-    const auto command = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+/// `dw --json list` means what `dw list --json` means, and `dw --name a deploy` what `dw deploy --name a` means: the
+/// first word that is neither an option nor the value of one is the command.
+std::vector<std::string> withOptionsBehindTheCommand(std::vector<std::string> words,
+                                                     const std::vector<std::string>& optionsWithValue) {
+    bool isValue = false;
+    const auto command = std::find_if(words.begin(), words.end(), [&](const std::string& word) {
+        if (std::exchange(isValue, false)) {
+            return false;
+        }
+        isValue = std::find(optionsWithValue.begin(), optionsWithValue.end(), word) != optionsWithValue.end();
         return !word.starts_with('-') || word == "--" || word == "--help" || word == "-h" || word == "--version";
     });
     if (command != words.end() && !command->starts_with('-')) {
         std::rotate(words.begin(), command, command + 1);
     }
     return words;
+}
+
+/// Those that a command line can be about.
+std::span<const CommandEntry> commandsFor(int argc, char** argv) {
+    const std::span<const CommandEntry> all = commandList();
+    if (argc == 2 && std::string_view(argv[1]) == "--version") {
+        return {};
+    }
+    const auto named = std::find_if(all.begin(), all.end(),
+                                    [&](const CommandEntry& entry) { return argc > 1 && entry.answersTo(argv[1]); });
+    // What tells of the program tells of all of its commands.
+    if (named == all.end() || dynamic_cast<const TextCommand*>(named->make().get()) != nullptr) {
+        return all;
+    }
+    return {named, 1};
 }
 
 std::string examplesText(const CommandRecord& command) {
@@ -158,10 +187,15 @@ std::optional<std::pair<std::string, std::string>> conflict(const CommandRecord&
     return std::nullopt;
 }
 
-QString whatIsTooMuch(const std::vector<std::string>& arguments, const QString& command) {
+/// Null where there is none.
+const std::string* firstOption(const std::vector<std::string>& arguments) {
     const auto option = std::find_if(arguments.begin(), arguments.end(),
                                      [](const std::string& argument) { return argument.starts_with('-'); });
-    if (option != arguments.end()) {
+    return option == arguments.end() ? nullptr : &*option;
+}
+
+QString whatIsTooMuch(const std::vector<std::string>& arguments, const QString& command) {
+    if (const std::string* const option = firstOption(arguments)) {
         return QStringLiteral("%1 has no option %2").arg(command, text(*option));
     }
     QStringList all;
@@ -173,7 +207,12 @@ QString whatIsTooMuch(const std::vector<std::string>& arguments, const QString& 
 
 } // namespace
 
-Program::Program() : m_parser(std::make_unique<CLI::App>()), m_record(programRecord()) {
+Program::Program() : Program(commandList()) {}
+
+Program::Program(int argc, char** argv) : Program(commandsFor(argc, argv)) {}
+
+Program::Program(std::span<const CommandEntry> commands)
+    : m_parser(std::make_unique<CLI::App>()), m_record(programRecord()) {
     m_parser->name(m_record.name);
     m_parser->description(m_record.description);
     m_parser->get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -184,22 +223,21 @@ Program::Program() : m_parser(std::make_unique<CLI::App>()), m_record(programRec
     m_parser->set_version_flag("--version", m_record.version, "Print the version");
     m_parser->set_help_flag("-h,--help", "Print this help");
     m_parser->require_subcommand(1);
-    m_parser->footer(environmentText(m_record) + '\n' + exitCodesText(m_record));
-    addCommands();
+    m_parser->footer(environmentText(m_record) + '\n' + commonOptions + '\n' + exitCodesText(m_record));
+    addCommands(commands);
 }
 
 Program::~Program() = default;
 
-void Program::addCommands() {
-    const std::span<const CommandMaker> makers = commandList();
+void Program::addCommands(std::span<const CommandEntry> commands) {
     // Their places are bound to options.
-    m_entries.resize(makers.size());
-    m_record.commands.resize(makers.size());
-    for (std::size_t i = 0; i < makers.size(); ++i) {
+    m_entries.resize(commands.size());
+    m_record.commands.resize(commands.size());
+    for (std::size_t i = 0; i < commands.size(); ++i) {
         Entry& entry = m_entries[i];
         CommandRecord& record = m_record.commands[i];
         Definition definition(*m_parser, record, entry.json);
-        entry.command = makers[i]();
+        entry.command = commands[i].make();
         entry.command->define(definition);
         if (dynamic_cast<const PlatformCommand*>(entry.command.get()) != nullptr) {
             definition.quiet(entry.quiet).verbose(entry.verbose);
@@ -218,7 +256,7 @@ Parsed Program::parse(int argc, char** argv) {
         return {nullptr, {}, {}, false, ExitCode::WrongUsage};
     }
     try {
-        std::vector<std::string> words = withOptionsBehindTheCommand({argv + 1, argv + argc});
+        std::vector<std::string> words = withOptionsBehindTheCommand({argv + 1, argv + argc}, optionsWithValue());
         if (!words.front().starts_with('-')) {
             static_cast<void>(entryOf(words.front()));
         }
@@ -268,6 +306,22 @@ std::vector<std::string> Program::wordsOfAllCommands() const {
     return words;
 }
 
+std::vector<std::string> Program::optionsWithValue() const {
+    std::vector<std::string> names;
+    for (const CommandRecord& command : m_record.commands) {
+        for (const OptionRecord& option : command.options) {
+            if (option.value.empty()) {
+                continue;
+            }
+            names.push_back(option.name);
+            if (!option.shortName.empty()) {
+                names.push_back(option.shortName);
+            }
+        }
+    }
+    return names;
+}
+
 const Program::Entry* Program::askedFor() const {
     const auto found =
         std::find_if(m_entries.begin(), m_entries.end(), [](const Entry& entry) { return entry.parser->parsed(); });
@@ -296,8 +350,16 @@ Parsed Program::answer(const std::string& output) const {
 
 Parsed Program::wrongUsage(const QString& message) const {
     const Entry* const entry = askedFor();
-    const QString hint =
-        entry == nullptr ? generalHint : QStringLiteral("Run dw help %1.").arg(text(entry->record->name));
+    QString hint = entry == nullptr ? generalHint : QStringLiteral("Run dw help %1.").arg(text(entry->record->name));
+    const std::vector<std::string> unexpected = m_parser->remaining(true);
+    const std::string* const option = firstOption(unexpected);
+    if (entry != nullptr && option != nullptr && option->starts_with("--")) {
+        std::vector<std::string> known;
+        for (const OptionRecord& other : entry->record->options) {
+            known.push_back(other.name.substr(2));
+        }
+        hint.prepend(suggestion(option->substr(2, option->find('=') - 2), known, "--"));
+    }
     return refuse(commandFailure(WrongUsage(message, hint)));
 }
 

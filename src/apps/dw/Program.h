@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,7 @@ namespace driftwell::dw {
 
 class Command;
 class PlatformCommand;
+struct CommandEntry;
 
 /// A command line is answered at once (help, version, completion scripts, wrong usage), or it asks for work.
 struct Parsed {
@@ -33,13 +35,18 @@ struct Parsed {
 /// The whole of `dw`: its commands, and the parser of its command line.
 class Program {
 public:
+    /// With all commands.
     Program();
+    /// With those that a command line can be about: of one that begins with a command as a rule only that one, and of
+    /// one that asks for the version none. The others cost time at each start.
+    Program(int argc, char** argv);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    /// Reads a command line, once. Help, version and completion scripts go to standard output; what is wrong with it
-    /// goes to standard error, and with --json as an object to standard output.
+    /// Reads a command line, once, and the one that it was made for if it was made for one. Help, version and
+    /// completion scripts go to standard output; what is wrong with it goes to standard error, and with --json as an
+    /// object to standard output.
     [[nodiscard]] Parsed parse(int argc, char** argv);
 
     /// What the program tells of itself.
@@ -60,10 +67,14 @@ private:
         bool verbose = false;
     };
 
-    void addCommands();
+    explicit Program(std::span<const CommandEntry> commands);
+
+    void addCommands(std::span<const CommandEntry> commands);
     /// Throws WrongUsage when there is none of this name.
     [[nodiscard]] const Entry& entryOf(const std::string& command) const;
     [[nodiscard]] std::vector<std::string> wordsOfAllCommands() const;
+    /// Names of options behind which a value stands in a word of its own.
+    [[nodiscard]] std::vector<std::string> optionsWithValue() const;
     /// The command that was read from the command line, if any was.
     [[nodiscard]] const Entry* askedFor() const;
     [[nodiscard]] Parsed run(const Entry& entry) const;

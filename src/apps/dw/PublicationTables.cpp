@@ -43,11 +43,20 @@ std::optional<FolderScan::LeftOut> leftOut(const Content& content) {
 }
 
 std::optional<QStringList> warnings(const Content& content) {
-    if (!content.findings) {
-        return std::nullopt;
+    QStringList all = content.warnings;
+    const QString ofFolder = content.findings ? content.findings->startPage.text() : QString();
+    if (!ofFolder.isEmpty()) {
+        all.prepend(ofFolder);
     }
-    const QString warning = content.findings->startPage.text();
-    return warning.isEmpty() ? QStringList() : QStringList(warning);
+    return content.findings || !all.isEmpty() ? std::optional(all) : std::nullopt;
+}
+
+/// What a dry run and a deployment tell alike of what there was before.
+template <class Record> void addPredecessor(JsonTable<Record>& table, const char* replaced) {
+    table
+        .add("new", "whether there was no site of this name before; null where the platform did not tell",
+             [](const Record& record) { return record.predecessor.isNew; })
+        .add("replaced", replaced, replacedTable(), [](const Record& record) { return record.predecessor.replaced; });
 }
 
 /// What a dry run and a deployment tell alike of the files.
@@ -88,12 +97,10 @@ const JsonTable<Rehearsal>& rehearsalTable() {
     static const auto table = [] {
         JsonTable<Rehearsal> made;
         made.add("dryRun", "that nothing was sent", [](const Rehearsal&) { return true; })
-            .add("site", "the site that would be published", &Rehearsal::site)
-            .add(
-                "replaced",
-                "the version that it would take the place of; null for a new site, and where the platform could not be "
-                "asked",
-                replacedTable(), &Rehearsal::replaced);
+            .add("site", "the site that would be published", &Rehearsal::site);
+        addPredecessor(made,
+                       "the version that it would take the place of; null for a new site, and where the platform did "
+                       "not tell");
         addContent(made);
         made.add("entries", "the files that would go up", rehearsedFileTable(), rehearsedFiles);
         return made;
@@ -104,13 +111,9 @@ const JsonTable<Rehearsal>& rehearsalTable() {
 const JsonTable<Publication>& publicationTable() {
     static const auto table = [] {
         JsonTable<Publication> made;
-        made.add("site", "the site", &Publication::site)
-            .add("url", "its address", &Publication::url)
-            .add(
-                "replaced",
-                "the version that it took the place of; null for a new site, after a merge, and where the platform did "
-                "not tell",
-                replacedTable(), &Publication::replaced);
+        made.add("site", "the site", &Publication::site).add("url", "its address", &Publication::url);
+        addPredecessor(made, "the version that it took the place of; null for a new site, after a merge, and where the "
+                             "platform did not tell");
         addContent(made);
         made.add("sent", "how many files were sent; null where the platform did not answer", &Publication::sent)
             .add("skipped", "how many of them the platform left out; null where it did not answer",

@@ -17,6 +17,14 @@ struct Replaced {
     std::optional<QString> by;
 };
 
+/// What there was of a site before it was published.
+struct Predecessor {
+    /// Whether nothing; absent where the platform did not tell.
+    std::optional<bool> isNew = {};
+    /// Absent for a new site, after a merge, and where the platform did not tell.
+    std::optional<Replaced> replaced = {};
+};
+
 /// The files that were published, or would be.
 struct Content {
     std::int64_t bytes = 0;
@@ -24,13 +32,14 @@ struct Content {
     FolderScan::Unreadable unreadable;
     /// Absent where the folder could not be looked at.
     std::optional<DeployFlow::Findings> findings;
+    /// What else may not be meant so.
+    QStringList warnings = {};
 };
 
 /// A deployment that was only tried.
 struct Rehearsal {
     QString site;
-    /// Absent for a new site, and where the platform could not be asked.
-    std::optional<Replaced> replaced;
+    Predecessor predecessor;
     Content content;
     FolderScan files;
 };
@@ -39,7 +48,7 @@ struct Rehearsal {
 struct Publication {
     QString site;
     QString url;
-    std::optional<Replaced> replaced;
+    Predecessor predecessor;
     Content content;
     bool isMerged = false;
     /// Absent where the platform did not answer.

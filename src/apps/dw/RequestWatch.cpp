@@ -36,7 +36,7 @@ RequestWatch::RequestWatch(Reporter& reporter, Detail detail) : m_reporter(repor
 }
 
 void RequestWatch::begins(const PlatformConfig& config, TokenSource token) {
-    m_host = config.host();
+    m_host = config.shownHost();
     if (const std::optional<QString> warning = plainHttpWarning(config); warning && token != TokenSource::None) {
         m_reporter.noticeOnce(*warning);
     }

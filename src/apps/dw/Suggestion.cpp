@@ -34,7 +34,7 @@ std::size_t distance(const std::string& one, const std::string& other) {
 
 } // namespace
 
-QString suggestion(const std::string& typed, const std::vector<std::string>& known) {
+QString suggestion(const std::string& typed, const std::vector<std::string>& known, const std::string& dashes) {
     if (typed.size() > longestWord) {
         return {};
     }
@@ -47,7 +47,8 @@ QString suggestion(const std::string& typed, const std::vector<std::string>& kno
             nearest = &word;
         }
     }
-    return nearest == nullptr ? QString() : QStringLiteral("Did you mean %1? ").arg(QString::fromStdString(*nearest));
+    return nearest == nullptr ? QString()
+                              : QStringLiteral("Did you mean %1? ").arg(QString::fromStdString(dashes + *nearest));
 }
 
 } // namespace driftwell::dw

@@ -3,7 +3,7 @@
 namespace driftwell::dw {
 
 QString outcomeQuestionText(const PlatformConfig& config) {
-    return QStringLiteral("No answer; asking %1 what became of it…").arg(config.host());
+    return QStringLiteral("No answer; asking %1 what became of it…").arg(config.shownHost());
 }
 
 void requireMade(const CommandFailure& failure, SentChange::Kind change, const QString& site,

@@ -1,4 +1,5 @@
 #include "apps/dw/Command.h"
+#include "apps/dw/GitWatch.h"
 #include "apps/dw/Program.h"
 #include "apps/dw/RequestWatch.h"
 #include "support/Bundle.h"
@@ -57,7 +58,7 @@ int main(int argc, char** argv) {
     occupyStandardDescriptors();
     // A write to a pipe or connection that nobody reads any more fails instead of ending the process.
     ::signal(SIGPIPE, SIG_IGN);
-    const dw::Parsed parsed = dw::Program().parse(argc, argv);
+    const dw::Parsed parsed = dw::Program(argc, argv).parse(argc, argv);
     if (!parsed.command) {
         return static_cast<int>(parsed.answer);
     }
@@ -74,6 +75,10 @@ int main(int argc, char** argv) {
     client->refuseNotOk();
     client->setObserver(std::make_shared<dw::RequestWatch>(
         reporter, parsed.isVerbose ? dw::RequestWatch::Detail::EachRequest : dw::RequestWatch::Detail::Usual));
+
+    if (parsed.isVerbose) {
+        dw::watchGit(reporter);
+    }
 
     // From the event loop, so that a command that ends at once finds it running.
     EventLoop::current()->post([&] {

@@ -250,7 +250,7 @@ TEST_F(DwAgentTexts, HaveTheExitCodesOfTheReference) {
         return codes;
     };
     const std::map<std::string, std::string> reference = codesOf(runDw({"help", "--reference"}).output);
-    EXPECT_EQ(reference.size(), 11U);
+    EXPECT_EQ(reference.size(), 12U);
     EXPECT_EQ(codesOf(guide), reference);
 }
 

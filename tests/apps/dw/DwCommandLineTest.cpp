@@ -1,4 +1,9 @@
+#include "apps/dw/CommandList.h"
+#include "apps/dw/Program.h"
 #include "tests/apps/dw/DwFixture.h"
+
+#include <algorithm>
+#include <array>
 
 namespace driftwell::tests {
 
@@ -36,6 +41,8 @@ const std::vector<Misuse>& misuses() {
         {{"--"}, "A command is missing", "Run dw help for the commands."},
         {{"deploy", "--loud"}, "deploy has no option --loud", "Run dw help deploy."},
         {{"deploy", "-x"}, "deploy has no option -x", "Run dw help deploy."},
+        {{"deploy", "--nmae", "a"}, "deploy has no option --nmae", "Did you mean --name? Run dw help deploy."},
+        {{"logs", "--folow=1"}, "logs has no option --folow=1", "Did you mean --follow? Run dw help logs."},
         {{"list", "--name", "a"}, "list has no option --name", "Run dw help list."},
         {{"host", "--name", "a"}, "host has no option --name", "Run dw help host."},
         {{"deploy", "--name="}, "--name needs a value", "Run dw help deploy."},
@@ -95,6 +102,59 @@ TEST_F(DwCommandLine, VersionIsTheBareVersion) {
     EXPECT_EQ(ending.error, "");
 }
 
+TEST_F(DwCommandLine, EachCommandIsListedUnderItsOwnNames) {
+    for (const dw::CommandEntry& entry : dw::commandList()) {
+        std::string name(entry.name);
+        std::string program = "dw";
+        std::array<char*, 2> line{program.data(), name.data()};
+        const dw::Program made(2, line.data());
+        const std::vector<dw::CommandRecord>& commands = made.record().commands;
+        const auto record = std::find_if(commands.begin(), commands.end(),
+                                         [&name](const dw::CommandRecord& command) { return command.name == name; });
+        ASSERT_NE(record, commands.end()) << name;
+        std::vector<std::string> aliases;
+        if (!entry.alias.empty()) {
+            aliases.emplace_back(entry.alias);
+        }
+        EXPECT_EQ(record->aliases, aliases) << name;
+    }
+}
+
+TEST_F(DwCommandLine, AStartMakesTheCommandThatItIsAboutAlone) {
+    const auto made = [](std::vector<std::string> words) {
+        std::vector<char*> line;
+        for (std::string& word : words) {
+            line.push_back(word.data());
+        }
+        return dw::Program(static_cast<int>(line.size()), line.data()).record().commands.size();
+    };
+    EXPECT_EQ(made({"dw", "--version"}), 0U);
+    EXPECT_EQ(made({"dw", "ls"}), 1U);
+    EXPECT_EQ(made({"dw", "deploy", "--json"}), 1U);
+    for (const char* word : {"help", "completion", "lsit", "--json"}) {
+        EXPECT_EQ(made({"dw", word}), dw::commandList().size()) << word;
+    }
+}
+
+TEST_F(DwCommandLine, OptionsMayStandBeforeTheCommandWithTheirValues) {
+    folder("site", {{"index.html", "x"}});
+    for (const std::vector<std::string>& line :
+         std::vector<std::vector<std::string>>{{"--name", "launch", "deploy", "site", "--dry-run"},
+                                               {"-n", "launch", "--dry-run", "deploy", "site"},
+                                               {"-nlaunch", "deploy", "site", "--dry-run"},
+                                               {"--dry-run", "--name=launch", "deploy", "site"},
+                                               {"-q", "--name", "launch", "deploy", "site", "--dry-run", "-v"},
+                                               {"--name", "list", "--dry-run", "-n", "launch", "deploy", "site"}}) {
+        SCOPED_TRACE(commandLine(line));
+        std::vector<std::string> withJson = line;
+        withJson.insert(withJson.begin(), "--json");
+        const Ending ending = runDw(withJson);
+        EXPECT_EQ(ending.exitCode, 0) << ending.output;
+        EXPECT_EQ(onlyObject(ending.output).value("site", ""), "launch");
+    }
+    EXPECT_EQ(runDw({"--name", "launch"}).error, "dw: dw has no option --name\nRun dw help for the commands.\n");
+}
+
 TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
     const Ending help = runDw({"help"});
     EXPECT_EQ(help.exitCode, 0);
@@ -105,6 +165,9 @@ TEST_F(DwCommandLine, HelpNamesEveryCommandVariableAndExitCode) {
           "\n  libs ",  "\n  whoami ",     "\n  completion ", "\n  help ",     "DW_HOST",         "DW_TOKEN",
           "NO_COLOR",   "130 interrupted", "143 told to end"}) {
         EXPECT_THAT(help.output, HasSubstr(word));
+    }
+    for (const char* option : {"\n  --json ", "\n  -q, --quiet ", "\n  -v, --verbose ", "dw help json"}) {
+        EXPECT_THAT(help.output, HasSubstr(option)) << "who reads nothing else has to know of it";
     }
     EXPECT_THAT(help.output, AllOf(EndsWith("\n"), Not(EndsWith("\n\n"))));
     EXPECT_EQ(runDw({"--help"}).output, help.output);

@@ -34,6 +34,16 @@ TEST_F(DwDeploy, PublishesAFolderThatAVisitorThenSees) {
     EXPECT_THAT(temporaryFiles(), IsEmpty());
 }
 
+TEST_F(DwDeploy, WarnsOfTheFolderBeforeAnythingIsSent) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"about.html", "x"}, {".env", "x"}});
+    EXPECT_THAT(
+        runDw({"deploy", "site"}).error,
+        StartsWith("Packing…\nStays behind: 1 hidden item\nThere is no index.html at the top, so the address has "
+                   "no page to show.\nUploading…\n"));
+}
+
 TEST_F(DwDeploy, TheAddressThatIsPrintedLeadsToTheSite) {
     const Sandbox sandbox;
     useHost(sandbox.address());
@@ -61,6 +71,7 @@ TEST_F(DwDeploy, WithJsonThereIsNothingButTheObject) {
               (json{{"ok", true},
                     {"site", "site"},
                     {"url", "http://site.driftwell.localhost:" + sandbox.port() + "/"},
+                    {"new", true},
                     {"replaced", nullptr},
                     {"check", nullptr},
                     {"bytes", 8},

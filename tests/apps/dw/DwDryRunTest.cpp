@@ -40,6 +40,7 @@ TEST_F(DwDryRun, WithJsonIsOneObject) {
               (json{{"ok", true},
                     {"dryRun", true},
                     {"site", "site"},
+                    {"new", nullptr},
                     {"replaced", nullptr},
                     {"bytes", 6},
                     {"fileCount", 2},
@@ -70,8 +71,14 @@ TEST_F(DwDryRun, OfWhatHoldsTheHomeFolderIsRefused) {
     }
     folder(".", {{"index.html", "x"}});
     EXPECT_EQ(runDw({"deploy", home(), "--name", "all", "--dry-run", "--anyway"}).exitCode, 0);
-    folder("site", {{"index.html", "x"}});
+    const auto site = folder("site", {{"index.html", "x"}});
     EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).exitCode, 0);
+
+    setVariable("HOME", "/no/such/home");
+    const Ending homeless = runDw({"deploy", "/", "--name", "all"});
+    EXPECT_EQ(homeless.exitCode, 2);
+    EXPECT_EQ(homeless.error, "dw: / is all of this machine\nPublish a folder of its own, or add --anyway.\n");
+    EXPECT_EQ(runDw({"deploy", site, "--dry-run"}).exitCode, 0);
 }
 
 TEST_F(DwDryRun, SendsAndKeepsNothing) {
@@ -128,6 +135,28 @@ TEST_F(DwDryRun, OfANameThatCannotBePackedFailsAsTheDeploymentWould) {
         EXPECT_THAT(sandbox.sites(), IsEmpty());
         std::filesystem::remove_all(home() / "site");
     }
+}
+
+TEST_F(DwDryRun, OfAFileThatIsTooLargeFailsAsTheDeploymentWould) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"index.html", "x"}, {"film.mp4", ""}});
+    // A hole takes no room on the disk.
+    const std::uintmax_t most = std::uintmax_t{8} << 30;
+    std::filesystem::resize_file(home() / "site/film.mp4", most);
+    const std::string text = "“film.mp4” is too large: a file has to be smaller than 8 GiB";
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {"deploy", "site", "--dry-run", "--json"}, {"deploy", "site", "--json"}}) {
+        const Ending ending = runDw(arguments);
+        EXPECT_EQ(ending.exitCode, 1);
+        const json error = onlyObject(ending.output).at("error");
+        EXPECT_EQ(error.at("kind"), "tooLarge");
+        EXPECT_THAT(error.at("message").get<std::string>(), testing::EndsWith(text));
+    }
+    EXPECT_THAT(sandbox.sites(), IsEmpty());
+    EXPECT_THAT(temporaryFiles(), IsEmpty());
+    std::filesystem::resize_file(home() / "site/film.mp4", most - 1);
+    EXPECT_EQ(runDw({"deploy", "site", "--dry-run"}).exitCode, 0);
 }
 
 TEST_F(DwDryRun, NamesWithAnyOtherBytesArePublished) {

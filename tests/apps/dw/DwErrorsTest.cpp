@@ -72,12 +72,12 @@ TEST_F(DwErrors, OfTooManyRequestsSayHowLongToWait) {
 
 TEST_F(DwErrors, OfAPlatformThatRestsSayHowLongToWaitToo) {
     const json error = errorOfList("503 Service Unavailable", "", "Retry-After: 1\r\n");
-    EXPECT_EQ(error.at("kind"), "api");
+    EXPECT_EQ(error.at("kind"), "rateLimited");
     EXPECT_EQ(error.at("message"), "HTTP 503");
     EXPECT_EQ(error.at("status"), 503);
     EXPECT_EQ(error.at("retryAfter"), 1);
     EXPECT_EQ(error.at("hint"), "Wait 1 second, and try again.");
-    EXPECT_EQ(error.at("exitCode"), 1);
+    EXPECT_EQ(error.at("exitCode"), 5) << "the table of exit codes says that it may be run again, as the hint does";
 }
 
 TEST_F(DwErrors, OfAProxyNameItWithoutItsPassword) {
@@ -143,6 +143,25 @@ TEST_F(DwErrors, OfAFileThatCannotBeReadAreOfThisMachine) {
     EXPECT_EQ(onlyObject(runDw({"deploy", "site", "--json"}).output).at("error").at("kind"), "system");
 }
 
+TEST_F(DwErrors, OfWhatThePlatformHasNameIt) {
+    const Sandbox sandbox;
+    useHost(sandbox.address());
+    folder("site", {{"index.html", "x"}});
+    ASSERT_EQ(runDw({"deploy", "site", "--name", "launch"}).exitCode, 0);
+    for (const auto& [arguments, kind] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+             {{"deploy", "site", "--new", "--name", "launch"}, "siteExists"},
+             {{"libs", "launch", "--enable", "nothing"}, "noLibrary"},
+             {{"link", "site", "--name", "launch"}, "collabOff"},
+             {{"info", "nowhere"}, "noSite"}}) {
+        SCOPED_TRACE(kind);
+        std::vector<std::string> withJson = arguments;
+        withJson.emplace_back("--json");
+        const json error = onlyObject(runDw(withJson).output).at("error");
+        EXPECT_EQ(error.at("kind"), kind);
+        EXPECT_EQ(error.at("host"), "driftwell.localhost:" + sandbox.port());
+    }
+}
+
 TEST_F(DwErrors, StandInTheReferenceEachWithItsExitCode) {
     const std::string page = runDw({"help", "--reference"}).output;
     ASSERT_THAT(page, HasSubstr("\n## Errors\n"));
@@ -157,7 +176,8 @@ TEST_F(DwErrors, StandInTheReferenceEachWithItsExitCode) {
     EXPECT_EQ(rows.at("conflict"), "6");
     EXPECT_EQ(rows.at("siteExists"), "1");
     EXPECT_EQ(rows.at("notAnswering"), "7");
-    EXPECT_EQ(rows.size(), 28U);
+    EXPECT_EQ(rows.at("notNew"), "8");
+    EXPECT_EQ(rows.size(), 29U);
 
     // What agents are told is the same, in other words.
     const std::string guide = textOfFile(std::filesystem::path(DRIFTWELL_REPOSITORY) / "src/apps/dw/agents/guide.md");

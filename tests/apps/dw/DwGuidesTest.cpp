@@ -1,3 +1,4 @@
+#include "apps/dw/Program.h"
 #include "tests/apps/dw/DwSiteFixture.h"
 #include "tests/support/SampleText.h"
 
@@ -113,6 +114,22 @@ TEST_F(DwGuides, TheJobsPublish) {
                   return std::string{std::istreambuf_iterator<char>(file), {}};
               }())["url"],
               addressOf("launch"));
+}
+
+TEST_F(DwGuides, ThePagesHaveEveryExitCode) {
+    for (const char* name : {"dw.md", "pipelines.md"}) {
+        SCOPED_TRACE(name);
+        std::string codes = ",";
+        for (const std::string& line : linesOf(page(name))) {
+            if (line.size() > 2 && line.starts_with("| ") && line[2] >= '0' && line[2] <= '9') {
+                codes += ' ' + line.substr(2, line.find(" |", 2) - 2) + ',';
+            }
+        }
+        const dw::Program program;
+        for (const auto& [code, meaning] : program.record().exitCodes) {
+            EXPECT_THAT(codes, HasSubstr(", " + std::to_string(static_cast<int>(code)) + ',')) << meaning;
+        }
+    }
 }
 
 TEST_F(DwGuides, TheLoopTriesAgainWhereThatHelpsAndOnlyThere) {

@@ -18,6 +18,7 @@ namespace {
 using nlohmann::json;
 using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
 
 /// A command line, without --json.
 struct Form {
@@ -297,6 +298,25 @@ TEST_F(DwMatrix, WithAPlatformThatRefuses) {
         useHost(server->origin());
         setVariable("DW_TOKEN", "any");
         expectEverywhere(kind);
+    }
+}
+
+TEST_F(DwMatrix, WithAPasswordInTheAddress) {
+    const Sandbox sandbox;
+    const DeafPort deaf;
+    const auto refusing = answering(401, R"({"error":"no"})");
+    for (const std::string& host : {"driftwell.localhost:" + sandbox.port(), "127.0.0.1:" + deaf.port(),
+                                    "127.0.0.1:" + std::to_string(refusing->port())}) {
+        useHost("http://maya:opensesame@" + host);
+        for (const Form& form : plainForms()) {
+            for (const bool isJson : {false, true}) {
+                SCOPED_TRACE(host + ' ' + form.text());
+                Invocation invocation = start(form, isJson);
+                invocation.environment["DW_DEBUG"] = "1";
+                const Ending ending = run(invocation);
+                EXPECT_THAT(ending.output + ending.error, Not(HasSubstr("opensesame")));
+            }
+        }
     }
 }
 

@@ -50,10 +50,13 @@ TEST_F(DwSiteName, IsTheFoldersHoweverTheFolderIsNamed) {
     EXPECT_EQ(name("/", site.string()), "my-site-v2");
 }
 
-TEST_F(DwSiteName, OfALinkIsTheOneOfTheFolderThatItLeadsTo) {
+TEST_F(DwSiteName, OfALinkIsTheOneThatWasTyped) {
     std::filesystem::create_directory_symlink(folder("real", {{"index.html", "x"}}), home() / "link");
-    EXPECT_EQ(derivedName("link"), "real");
-    EXPECT_EQ(derivedName("link/"), "real");
+    EXPECT_EQ(derivedName("link"), "link");
+    EXPECT_EQ(derivedName("link/"), "link");
+    EXPECT_EQ(derivedName("link/."), "real");
+    std::filesystem::create_directory_symlink(folder("work/dist", {{"index.html", "x"}}), home() / "launch");
+    EXPECT_EQ(derivedName("launch"), "launch");
 }
 
 TEST_F(DwSiteName, IsTheOneBeforeForAFolderThatWasPublished) {
@@ -98,7 +101,7 @@ TEST_F(DwSiteName, OfSeveralBeforeIsAskedForOnATerminal) {
 }
 
 TEST_F(DwSiteName, IsNotThatOfAFolderWhichToolsMake) {
-    for (const char* name : {"dist", "build", "out", "public", "_site"}) {
+    for (const char* name : {"dist", "build", "out", "public", "_site", "Public", "BUILD"}) {
         folder(std::string("work/") + name, {{"index.html", "x"}});
         const Ending ending = runDw({"deploy", std::string("work/") + name, "--dry-run"});
         EXPECT_EQ(ending.exitCode, 2);

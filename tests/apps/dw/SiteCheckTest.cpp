@@ -146,6 +146,8 @@ TEST_F(DwSiteCheck, OfASiteThatNeverAnswersWellFailsAfterAMinute) {
                 testing::MatchesRegex("garden is live, and its address does not answer well, asked for .* s: It has no "
                                       "page to show .404.\\."));
     EXPECT_EQ(error.at("hint"), "Look at it: dw info garden");
+    EXPECT_EQ(error.at("status"), 404);
+    EXPECT_EQ(error.at("host"), "driftwell.localhost:" + sandbox.port());
     EXPECT_FALSE(record("garden").is_null());
 }
 

@@ -57,7 +57,7 @@ public:
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
         requireGit();
         const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
-        requireCollab(site.info);
+        requireCollab(site.info, site.config);
         const std::filesystem::path folder = freshFolder(m_folder.value_or(m_site));
         context->reporter.progress(QStringLiteral("Copying %1…").arg(site.info.name));
         const Git::Access access = Git::Access::of(site.config, context->client->store());

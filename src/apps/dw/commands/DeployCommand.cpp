@@ -88,37 +88,44 @@ QString versionText(const Replaced& replaced) {
                        : version + QStringLiteral(" that is there");
 }
 
-std::optional<Replaced> replacedBy(const std::optional<SiteInfo>& site) {
-    return site ? std::optional(Replaced{site->deployedAt, site->deployedBy}) : std::nullopt;
+Predecessor predecessorIn(const std::optional<SiteInfo>& site) {
+    return {!site, site ? std::optional(Replaced{site->deployedAt, site->deployedBy}) : std::nullopt};
 }
 
 [[noreturn]] void refuseExisting(const SiteInfo& site, const PlatformConfig& config) {
-    throw FailedCommand({ErrorKind::SiteExists,
-                         QStringLiteral("There is a site “%1” on %2 already").arg(site.name, config.host()),
-                         QStringLiteral("Choose another name with --name, or leave out --new to replace it.")});
+    throw FailedCommand(CommandFailure{
+        ErrorKind::SiteExists, QStringLiteral("There is a site “%1” on %2 already").arg(site.name, config.shownHost()),
+        QStringLiteral("Choose another name with --name, or leave out --new to replace it.")}
+                            .at(config));
 }
 
-/// What a deployment would take the place of. A platform is needed only for who wants to be sure of a new site.
-Task<std::optional<Replaced>> replacedInRehearsal(QString name, bool mustBeNew, std::shared_ptr<Context> context) {
+/// What a deployment would take the place of, and why that is not known, where somebody could expect to be told.
+struct Foresight {
+    Predecessor predecessor = {};
+    QString warning = {};
+};
+
+/// A platform is needed only for who wants to be sure of a new site.
+Task<Foresight> foresee(QString name, bool mustBeNew, std::shared_ptr<Context> context) {
+    Foresight foresight;
     try {
         const PlatformConfig config = requireSignIn(*context->client);
         const std::optional<SiteInfo> site = co_await listedSite(context, config, name);
         if (site && mustBeNew) {
             refuseExisting(*site, config);
         }
-        co_return replacedBy(site);
+        foresight.predecessor = predecessorIn(site);
     } catch (const PlatformError& failure) {
         if (mustBeNew) {
             throw;
         }
         // Whoever has not chosen a platform, or not signed in, does not expect to be told.
-        if (failure.kind() == PlatformError::Kind::NoHost || failure.kind() == PlatformError::Kind::Unauthenticated) {
-            co_return std::nullopt;
+        if (failure.kind() != PlatformError::Kind::NoHost && failure.kind() != PlatformError::Kind::Unauthenticated) {
+            foresight.warning =
+                QStringLiteral("Whether this would replace anything is not known: %1").arg(failure.description());
         }
-        context->reporter.message(
-            QStringLiteral("Whether this would replace anything is not known: %1").arg(failure.description()));
     }
-    co_return std::nullopt;
+    co_return foresight;
 }
 
 Task<ExitCode> showFiles(std::filesystem::path folder, QString name, bool mustBeNew, std::shared_ptr<Context> context) {
@@ -129,22 +136,28 @@ Task<ExitCode> showFiles(std::filesystem::path folder, QString name, bool mustBe
     requireFiles(files);
     // What is linked is not packed.
     const std::optional<PackingFailure> unpackable =
-        hasVersionControl(folder) ? std::nullopt : findUnpackableName(files);
+        hasVersionControl(folder) ? std::nullopt : findUnpackableFile(files);
     if (unpackable) {
         throw PlatformError::ofFolder(unpackable->text).with(unpackable->reason);
     }
-    const std::optional<Replaced> replaced = co_await replacedInRehearsal(name, mustBeNew, context);
+    Task<Foresight> foreseeing = foresee(name, mustBeNew, context);
+    const Foresight foresight = co_await foreseeing;
     for (std::size_t i = 0; i < files.paths.size(); ++i) {
         context->reporter.line(QStringLiteral("%1  ").arg(sizeText(files.attributes[i].size), 10).toStdString() +
                                files.paths[i]);
     }
     const DeployFlow::Findings findings{files.leftOut, StartPage::of(files)};
-    context->reporter.object(rehearsalTable(),
-                             {name, replaced, {files.byteCount, files.fileCount, files.unreadable, findings}, files});
+    Content content{files.byteCount, files.fileCount, files.unreadable, findings};
+    if (!foresight.warning.isEmpty()) {
+        content.warnings += foresight.warning;
+        context->reporter.message(foresight.warning);
+    }
+    context->reporter.object(rehearsalTable(), {name, foresight.predecessor, content, files});
     context->reporter.message(QStringLiteral("%1, %2 would be published as %3. Nothing was sent.")
                                   .arg(countText(files.fileCount), sizeText(files.byteCount), name));
-    if (replaced) {
-        context->reporter.message(QStringLiteral("It would replace %1.").arg(versionText(*replaced)));
+    if (foresight.predecessor.replaced) {
+        context->reporter.message(
+            QStringLiteral("It would replace %1.").arg(versionText(*foresight.predecessor.replaced)));
     }
     reportUnreadable(context->reporter, files.unreadable);
     reportFindings(context->reporter, findings);
@@ -207,7 +220,7 @@ void showNothing(const std::filesystem::path&) {}
 Publication publicationOf(const DeployFlow& flow, const DeployFlow::Success& success) {
     const DeployResponse& response = success.response;
     Content content{response.bytes, response.files, flow.unreadable(), flow.findings()};
-    Publication publication{response.site, response.url, std::nullopt, std::move(content), success.isMerged};
+    Publication publication{response.site, response.url, {}, std::move(content), success.isMerged};
     publication.skipped = response.skipped;
     publication.sent = success.sentFiles.value_or(response.files + response.skipped);
     const auto duration = std::chrono::floor<std::chrono::milliseconds>(*flow.finishedAt() - *flow.startedAt());
@@ -218,7 +231,7 @@ Publication publicationOf(const DeployFlow& flow, const DeployFlow::Success& suc
 /// Of a platform that did not answer, and has published it.
 Publication unansweredPublication(const DeployFlow& flow, const QString& url) {
     Content content{flow.byteCount().value_or(0), flow.fileCount().value_or(0), flow.unreadable(), flow.findings()};
-    return {flow.siteName(), url, std::nullopt, std::move(content)};
+    return {flow.siteName(), url, {}, std::move(content)};
 }
 
 void tellSuccess(Reporter& reporter, const DeployFlow& flow, const DeployFlow::Success& success) {
@@ -251,20 +264,50 @@ Task<SiteCheck> checkAddress(QString url, PlatformConfig config, std::shared_ptr
     co_return co_await askUntilItAnswers(visit, context->sleep, context->stop);
 }
 
+/// Somebody may have published in the moment between the look whether the name was free and the publication. The site
+/// then has a version before the live one, which a new one has not. Throws FailedCommand if it has.
+Task<> requireNew(Publication* publication, PlatformConfig config, std::shared_ptr<Context> context) {
+    std::optional<SiteInfo> site;
+    try {
+        site = co_await listedSite(context, config, publication->site);
+    } catch (const PlatformError& failure) {
+        publication->content.warnings +=
+            QStringLiteral("Whether somebody published %1 at the same time is not known: %2")
+                .arg(publication->site, failure.description());
+        context->reporter.message(publication->content.warnings.last());
+    }
+    if (site && site->hasPrevious) {
+        CommandFailure failure{
+            ErrorKind::NotNew,
+            QStringLiteral(
+                "%1 is live, and it was published twice at the same time: what is live is %2, and there is a "
+                "version before it")
+                .arg(publication->site, versionText(*predecessorIn(site).replaced)),
+            QStringLiteral("Look whose they are: dw history %1. To swap the two: dw rollback %1")
+                .arg(publication->site)};
+        throw FailedCommand(failure.at(config));
+    }
+}
+
 /// The end of a deployment that has made a site live.
 Task<ExitCode> conclude(Publication publication, PlatformConfig config, Manner manner,
                         std::shared_ptr<Context> context) {
     Reporter& reporter = context->reporter;
-    if (publication.replaced) {
-        reporter.message(QStringLiteral("It replaced %1.").arg(versionText(*publication.replaced)));
+    if (publication.predecessor.replaced) {
+        reporter.message(QStringLiteral("It replaced %1.").arg(versionText(*publication.predecessor.replaced)));
+    }
+    if (manner.mustBeNew && !publication.isMerged) {
+        co_await requireNew(&publication, config, context);
     }
     if (manner.isChecked) {
         const SiteCheck check = co_await checkAddress(publication.url, config, context);
         if (!check.isWell()) {
-            throw FailedCommand({ErrorKind::NotAnswering,
-                                 QStringLiteral("%1 is live, and its address does not answer well, asked for %2: %3")
-                                     .arg(publication.site, durationText(check.duration), check.text),
-                                 QStringLiteral("Look at it: dw info %1").arg(publication.site)});
+            CommandFailure failure{ErrorKind::NotAnswering,
+                                   QStringLiteral("%1 is live, and its address does not answer well, asked for %2: %3")
+                                       .arg(publication.site, durationText(check.duration), check.text),
+                                   QStringLiteral("Look at it: dw info %1").arg(publication.site)};
+            failure.details.httpStatus = check.answer ? check.answer->status : 0;
+            throw FailedCommand(failure.at(config));
         }
         reporter.message(QStringLiteral("%1 It took %2.").arg(check.text, durationText(check.duration)));
         publication.check = check;
@@ -293,6 +336,8 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner
     surroundings.followUp = nothingFollows;
     surroundings.sleep = context->sleep;
     surroundings.linkedRoad = collaboration.linkedRoad();
+    // Nobody looks at the figures before the deployment begins.
+    surroundings.preview = Deployments::Preview::WhenConfirmed;
     Deployments deployments(*context->client, connection, catalog, std::move(surroundings));
     deployments.beginDeploy(folder);
     const std::shared_ptr<DeployFlow> flow = deployments.deployFlow();
@@ -303,8 +348,9 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner
     Reporter& reporter = context->reporter;
     const bool isMerge =
         earlier && earlier->collab && earlier->collab->enabled && mayBeLinked(folder, name, context->client->store());
+    const Predecessor predecessor = catalog.areSitesKnown() ? predecessorIn(earlier) : Predecessor();
     if (earlier && !isMerge) {
-        reporter.message(QStringLiteral("This replaces %1.").arg(versionText(*replacedBy(earlier))));
+        reporter.message(QStringLiteral("This replaces %1.").arg(versionText(*predecessor.replaced)));
     }
     const auto showStage = [flow = flow.get(), &reporter] {
         reporter.progress(stageText(flow->stage()), stageName(flow->stage()));
@@ -338,7 +384,7 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner
         }
         requireMade(failure, SentChange::Kind::Deployment, name, *outcome);
         Publication publication = unansweredPublication(*flow, outcome->url);
-        publication.replaced = replacedBy(earlier);
+        publication.predecessor = predecessor;
         reporter.line(outcome->url.toStdString());
         reportMade(reporter, QStringLiteral("%1 is live").arg(flow->siteName()), failed->message);
         co_return co_await conclude(publication, config, manner, context);
@@ -348,8 +394,9 @@ Task<ExitCode> publish(std::filesystem::path folder, QString name, Manner manner
         failClosed(collaboration, name, config);
     }
     Publication publication = publicationOf(*flow, *success);
-    if (!success->isMerged) {
-        publication.replaced = replacedBy(earlier);
+    publication.predecessor = predecessor;
+    if (success->isMerged) {
+        publication.predecessor.replaced = std::nullopt;
     }
     reporter.line(success->response.url.toStdString());
     tellSuccess(reporter, *flow, *success);
@@ -385,7 +432,8 @@ public:
         if (!m_name) {
             linked = co_await linkedSite(folder, context);
         }
-        Task<QString> choosing = chosenName(m_name, linked, folder, context);
+        const TypedFolder named{m_folder, folder};
+        Task<QString> choosing = chosenName(m_name, linked, named, context);
         const QString name = co_await choosing;
         if (m_dryRun) {
             co_return co_await showFiles(folder, name, m_manner.mustBeNew, context);

@@ -1,8 +1,5 @@
 #include "apps/dw/Command.h"
 #include "apps/dw/PlainHttp.h"
-#include "platform/Token.h"
-
-#include <QUrl>
 
 namespace driftwell::dw {
 
@@ -22,9 +19,9 @@ const JsonTable<HostInUse>& hostTable() {
 
 /// A name or password in the address would stand in the session file, in addresses that are printed, and in errors.
 void refuseCredentials(const PlatformConfig& config) {
-    if (!QUrl(config.origin()).userInfo().isEmpty()) {
+    if (config.shownOrigin() != config.origin()) {
         throw WrongUsage(QStringLiteral("What stands before the “@” would be stored and shown, and signs nobody in: %1")
-                             .arg(withoutSecrets(config.origin().toUtf8(), {})),
+                             .arg(config.shownOrigin()),
                          QStringLiteral("Leave it out, and sign in: dw login. --force stores it all the same."));
     }
 }
@@ -33,7 +30,8 @@ void refuseCredentials(const PlatformConfig& config) {
 CommandFailure notChosen(const PlatformError& failure, const PlatformConfig& config) {
     CommandFailure result = commandFailure(failure);
     if (failure.kind() == PlatformError::Kind::Api) {
-        result.message = QStringLiteral("%1 does not answer like a platform: %2").arg(config.origin(), result.message);
+        result.message =
+            QStringLiteral("%1 does not answer like a platform: %2").arg(config.shownOrigin(), result.message);
         result.hint = QStringLiteral("Look at the address.");
     } else if (result.hint.isEmpty() && (result.kind == ErrorKind::Unreachable || result.kind == ErrorKind::TimedOut)) {
         result.hint = QStringLiteral("Look at the address and at the network.");
@@ -42,8 +40,7 @@ CommandFailure notChosen(const PlatformError& failure, const PlatformConfig& con
     if (advice.endsWith(u'.')) {
         advice.chop(1);
     }
-    result.hint = QStringLiteral("%1; or choose it all the same: dw host %2 --force")
-                      .arg(advice, withoutSecrets(config.origin().toUtf8(), {}));
+    result.hint = QStringLiteral("%1; or choose it all the same: dw host %2 --force").arg(advice, config.shownOrigin());
     return result;
 }
 
@@ -87,10 +84,10 @@ Task<QString> greet(PlatformConfig config, std::shared_ptr<Context> context) {
     co_return text;
 }
 
-/// As a person or a script can type it again.
+/// As a person or a script can type it again, unless there is a password in it.
 QString shown(const QString& host) {
     const PlatformConfig config(host);
-    return config.isReadable() ? config.origin() : host;
+    return config.isReadable() ? config.shownOrigin() : config.shownHost();
 }
 
 } // namespace
@@ -119,7 +116,7 @@ public:
         if (!m_host) {
             context->reporter.line(shown(*inUse).toStdString());
         }
-        context->reporter.object(hostTable(), {PlatformConfig(*inUse).host(), shown(*inUse)});
+        context->reporter.object(hostTable(), {PlatformConfig(*inUse).shownHost(), shown(*inUse)});
         co_return ExitCode::Done;
     }
 
@@ -134,7 +131,7 @@ private:
         const ConfigStore& store = context->client->store();
         Reporter& reporter = context->reporter;
         store.saveConfig({{"host", host.toStdString()}});
-        reporter.success(QStringLiteral("The platform is %1").arg(withoutSecrets(config.origin().toUtf8(), {})));
+        reporter.success(QStringLiteral("The platform is %1").arg(config.shownOrigin()));
         if (!answer.isEmpty()) {
             reporter.message(answer);
         }

@@ -38,8 +38,8 @@ const JsonTable<Surroundings>& surroundingsTable() {
     };
     static const auto table =
         JsonTable<Surroundings>()
-            .add("host", "the platform in use", [](const Surroundings& all) { return all.config.host(); })
-            .add("origin", "the same with its scheme", [](const Surroundings& all) { return all.config.origin(); })
+            .add("host", "the platform in use", [](const Surroundings& all) { return all.config.shownHost(); })
+            .add("origin", "the same with its scheme", [](const Surroundings& all) { return all.config.shownOrigin(); })
             .add("name", "the name of who is signed in; null where nobody is", ofPerson(&Identity::name))
             .add("email", "the person's e-mail address; null likewise", ofPerson(&Identity::email))
             .add("handle", "the person's short name; null likewise", ofPerson(&Identity::handle))
@@ -62,7 +62,7 @@ void printRows(Reporter& reporter, const Surroundings& all, const QString& perso
     const auto add = [&rows](const char* label, const QString& value) {
         rows.add({{"label", label}, {"value", value.toStdString()}});
     };
-    add("platform", all.config.origin());
+    add("platform", all.config.shownOrigin());
     add("person", person);
     add("token", tokenText(all.token));
     add("config", QString::fromStdString(all.configFile.string()));
@@ -222,7 +222,7 @@ private:
     static Task<ExitCode> showSite(std::shared_ptr<Context> context, QString name) {
         const PlatformConfig config = requireSignIn(*context->client);
         const SiteInfo info = co_await requireSite(context, config, name);
-        Portrait site{config.host(), info};
+        Portrait site{config.shownHost(), info};
         const QList<LogEntry> log = co_await requireLog(context, config, name, historyLogLines);
         addVersions(site, deployHistory(log));
         co_await addAnswer(site, context, config);

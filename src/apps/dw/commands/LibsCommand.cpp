@@ -54,15 +54,17 @@ QList<Library> libraries(const QList<LibInfo>& platform, const QList<QString>& e
 }
 
 /// Looked into before the first library is switched, so that a typing error changes nothing.
-void requireLibraries(const QList<Switch>& switches, const QList<Library>& libraries, const QString& platform,
+void requireLibraries(const QList<Switch>& switches, const QList<Library>& libraries, const PlatformConfig& platform,
                       const QString& site) {
     for (const Switch& change : switches) {
         const bool known = std::any_of(libraries.cbegin(), libraries.cend(),
                                        [&change](const Library& library) { return library.name == change.lib; });
         if (!known) {
-            throw FailedCommand({ErrorKind::NoLibrary,
-                                 QStringLiteral("There is no library “%1” on %2").arg(change.lib, platform),
-                                 QStringLiteral("dw libs %1 shows the libraries.").arg(site)});
+            throw FailedCommand(
+                CommandFailure{ErrorKind::NoLibrary,
+                               QStringLiteral("There is no library “%1” on %2").arg(change.lib, platform.shownHost()),
+                               QStringLiteral("dw libs %1 shows the libraries.").arg(site)}
+                    .at(platform));
         }
     }
 }
@@ -142,7 +144,7 @@ public:
         const SiteOnPlatform site = co_await requireNamedSite(context, m_site);
         const Fetched<LibsResponse> platform = co_await context->client->libs(site.config, {}, context->stop);
         const QList<LibInfo>& all = platform.record->libs;
-        requireLibraries(wanted, libraries(all, site.info.libs.value_or(QList<QString>())), site.config.host(),
+        requireLibraries(wanted, libraries(all, site.info.libs.value_or(QList<QString>())), site.config,
                          site.info.name);
         const QList<QString> enabled = co_await makeSwitches(context, site.config, site.info, wanted);
         print(context->reporter, site.info, libraries(all, enabled));

@@ -26,7 +26,7 @@ public:
         const std::filesystem::path folder = existingFolder(m_folder, "link");
         requireGit();
         const SiteOnPlatform site = co_await requireNamedSite(context, *m_site);
-        requireCollab(site.info);
+        requireCollab(site.info, site.config);
         context->reporter.progress(QStringLiteral("Linking…"));
         const Git::Access access = Git::Access::of(site.config, context->client->store());
         const std::optional<QString> failure =

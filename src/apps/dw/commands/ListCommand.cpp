@@ -62,7 +62,7 @@ public:
         rows.print(context->reporter);
         if (rows.isEmpty()) {
             context->reporter.message(
-                QStringLiteral("No sites on %1 yet. Publish one: dw deploy FOLDER").arg(config.host()));
+                QStringLiteral("No sites on %1 yet. Publish one: dw deploy FOLDER").arg(config.shownHost()));
         }
         co_return ExitCode::Done;
     }

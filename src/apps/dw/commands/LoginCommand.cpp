@@ -39,9 +39,9 @@ Task<bool> needsNoAccount(PlatformConfig config, std::shared_ptr<Context> contex
 }
 
 ExitCode reportNoAccount(const PlatformConfig& config, Reporter& reporter) {
-    reporter.object(noAccountTable(), {config.host()});
+    reporter.object(noAccountTable(), {config.shownHost()});
     reporter.message(QStringLiteral("%1 runs on this machine and has no accounts: there is nothing to sign in to.")
-                         .arg(config.host()));
+                         .arg(config.shownHost()));
     return ExitCode::Done;
 }
 
@@ -49,10 +49,10 @@ Task<Identity> signInWithBrowser(bool opens, PlatformConfig config, std::shared_
     Reporter& reporter = context->reporter;
     const auto openUrl = [opens, &config, &reporter](const QUrl& url) {
         reporter.notice(
-            opens ? QStringLiteral("Sign in to %1 in your browser. If it does not open, go to").arg(config.host())
+            opens ? QStringLiteral("Sign in to %1 in your browser. If it does not open, go to").arg(config.shownHost())
                   : QStringLiteral("To sign in to %1, open this address in a browser on this machine:")
-                        .arg(config.host()));
-        reporter.notice(QString::fromLatin1(url.toEncoded()));
+                        .arg(config.shownHost()));
+        reporter.notice(QString::fromLatin1(url.toEncoded(QUrl::RemoveUserInfo)));
         reporter.progress(QStringLiteral("Waiting for the browser…"));
         if (opens) {
             xdgOpen(url);
@@ -66,7 +66,7 @@ Task<QString> askForToken(PlatformConfig config, std::shared_ptr<Context> contex
     const HiddenTyping hidden;
     if (hidden.isTerminal()) {
         context->reporter.notice(
-            QStringLiteral("Paste a token for %1 and press Enter. It is not shown.").arg(config.host()));
+            QStringLiteral("Paste a token for %1 and press Enter. It is not shown.").arg(config.shownHost()));
     }
     co_return co_await readToken(context->stop);
 }
@@ -108,8 +108,8 @@ public:
             reporter.noticeOnce(*warning);
         }
         const Identity identity = co_await signIn(config, context);
-        reporter.object(signedInTable(), {config.host(), identity});
-        reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.host(), identityText(identity)));
+        reporter.object(signedInTable(), {config.shownHost(), identity});
+        reporter.success(QStringLiteral("Signed in to %1 as %2").arg(config.shownHost(), identityText(identity)));
         co_return ExitCode::Done;
     }
 
@@ -126,7 +126,7 @@ private:
             }
             CommandFailure refused{
                 ErrorKind::Unauthenticated,
-                QStringLiteral("%1 does not accept the token that the browser brought").arg(config.host()),
+                QStringLiteral("%1 does not accept the token that the browser brought").arg(config.shownHost()),
                 QStringLiteral("Try once more: dw login")};
             refused.details = failure.details();
             throw FailedCommand(refused);

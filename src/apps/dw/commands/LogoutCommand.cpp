@@ -35,11 +35,11 @@ public:
         const bool wasSignedIn = store.hasTokenEntry(config);
         if (wasSignedIn) {
             store.saveToken(std::nullopt, config);
-            reporter.success(QStringLiteral("Signed out of %1").arg(config.host()));
+            reporter.success(QStringLiteral("Signed out of %1").arg(config.shownHost()));
         } else {
-            reporter.message(QStringLiteral("You were not signed in to %1.").arg(config.host()));
+            reporter.message(QStringLiteral("You were not signed in to %1.").arg(config.shownHost()));
         }
-        reporter.object(signedOutTable(), {config.host(), wasSignedIn});
+        reporter.object(signedOutTable(), {config.shownHost(), wasSignedIn});
         if (environmentHasToken()) {
             reporter.message(QStringLiteral("DW_TOKEN is set and still signs you in."));
         }

@@ -145,7 +145,7 @@ Task<ExitCode> follow(std::shared_ptr<Context> context, PlatformConfig config, Q
             continue;
         }
         if (isOut) {
-            reporter.notice(QStringLiteral("%1 answers again.").arg(config.host()));
+            reporter.notice(QStringLiteral("%1 answers again.").arg(config.shownHost()));
             isOut = false;
         }
         const QList<LogEntry> fresh = seen.takeNew(entries);

@@ -34,7 +34,8 @@ public:
         const std::optional<QUrl> address = webAddress(site.url);
         if (!address) {
             throw PlatformError::api(QStringLiteral("The platform gives “%1” an address that is none for a browser: %2")
-                                         .arg(site.name, site.url));
+                                         .arg(site.name, site.url))
+                .at(config.shownHost());
         }
         context->reporter.line(site.url.toStdString());
         if (!m_onlyPrint && !xdgOpen(*address)) {

@@ -109,7 +109,7 @@ private:
         if (!state || state->kind != CollabState::Kind::Conflict) {
             throw nothingToResolve(linked, state);
         }
-        requireCollab(linked.info);
+        requireCollab(linked.info, linked.config);
         const Identity identity = co_await requireAuthor(context, linked.config);
         const auto side = m_mine ? CollabEngine::Side::Ours : CollabEngine::Side::Theirs;
         context->reporter.progress(QStringLiteral("Publishing…"));

@@ -139,11 +139,15 @@ const JsonTable<SharedSite>& shareTable() {
     return table;
 }
 
-/// What a change has done that may not be meant so.
-QStringList warningsOf(const SharedSite& site, const Change& change) {
+/// What has come of the wishes that may not be meant so.
+QStringList warningsOf(const SharedSite& site, const Invitations& invitations, const Change& change) {
     QStringList warnings;
+    const QList<QString>& invited = site.access.emails;
     const bool isRestricted = site.access.mode == SiteAccessMode::Restricted;
-    if (change.emails && !site.access.emails.isEmpty() && !isRestricted) {
+    const bool concernsInvited = (change.emails && !invited.isEmpty()) ||
+                                 std::any_of(invitations.invite.begin(), invitations.invite.end(),
+                                             [&invited](const QString& address) { return invited.contains(address); });
+    if (concernsInvited && !isRestricted) {
         warnings += QStringLiteral("Invited people matter once the mode is restricted: dw share %1 --mode restricted")
                         .arg(site.info.name);
     }
@@ -223,7 +227,7 @@ public:
         const Change change = neededChange(before, wishes, invitations);
         const SiteAccess access = co_await changed(context, site.config, site.info, change);
         SharedSite shared{site.info, access, {}};
-        shared.warnings = warningsOf(shared, change);
+        shared.warnings = warningsOf(shared, invitations, change);
         context->reporter.object(shareTable(), shared);
         rowsOf(site.info, access).print(context->reporter);
         if (asksForChange(wishes)) {

@@ -37,8 +37,9 @@ Task<> confirmShowing(std::shared_ptr<Context> context) {
 }
 
 FailedCommand nothingStored(const PlatformConfig& config) {
-    CommandFailure failure{ErrorKind::Unauthenticated, QStringLiteral("No token is stored for %1").arg(config.host())};
-    failure.details.host = config.host();
+    CommandFailure failure{ErrorKind::Unauthenticated,
+                           QStringLiteral("No token is stored for %1").arg(config.shownHost())};
+    failure.details.host = config.shownHost();
     if (environmentHasToken()) {
         failure.hint = QStringLiteral("DW_TOKEN is set, and holds the token that is used.");
     } else if (config.isLocal()) {
@@ -69,7 +70,7 @@ public:
             co_await confirmShowing(context);
         }
         context->reporter.line(token->toStdString());
-        context->reporter.object(tokenTable(), {config.host(), *token});
+        context->reporter.object(tokenTable(), {config.shownHost(), *token});
         if (environmentHasToken()) {
             context->reporter.message(QStringLiteral("DW_TOKEN is set and comes before this one."));
         }

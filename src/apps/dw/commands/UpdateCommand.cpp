@@ -16,7 +16,7 @@ public:
 
     Task<ExitCode> run(std::shared_ptr<Context> context) override {
         const LinkedSite linked = co_await requireLinkedFolder(context, m_folder, "update");
-        requireCollab(linked.info);
+        requireCollab(linked.info, linked.config);
         const Identity identity = co_await requireAuthor(context, linked.config);
         context->reporter.progress(QStringLiteral("Merging…"));
         const CollabEngine::SyncOutcome outcome =

@@ -6,9 +6,9 @@ namespace {
 
 /// The failure on a platform that answers and knows no person.
 CommandFailure nobody(const PlatformConfig& config) {
-    CommandFailure failure = commandFailure(PlatformError::unauthenticated().at(config.host()));
+    CommandFailure failure = commandFailure(PlatformError::unauthenticated().at(config.shownHost()));
     if (config.isLocal()) {
-        failure.message = QStringLiteral("%1 has no accounts, so nobody is signed in").arg(config.host());
+        failure.message = QStringLiteral("%1 has no accounts, so nobody is signed in").arg(config.shownHost());
         failure.hint = QStringLiteral("Nothing there needs a sign-in.");
     }
     return failure;
@@ -32,7 +32,7 @@ public:
             throw FailedCommand(nobody(config));
         }
         context->reporter.line(identityText(*identity).toStdString());
-        context->reporter.object(signedInTable(), {config.host(), *identity});
+        context->reporter.object(signedInTable(), {config.shownHost(), *identity});
         co_return ExitCode::Done;
     }
 };
