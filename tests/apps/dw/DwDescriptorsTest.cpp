@@ -1,5 +1,7 @@
 #include "tests/apps/dw/DwFixture.h"
 
+#include <QByteArray>
+
 namespace driftwell::tests {
 
 class DwDescriptors : public DwFixture, public testing::WithParamInterface<int> {};
