@@ -10,8 +10,12 @@ namespace driftwell::dw {
 
 namespace {
 
-// Names of many files can be among them.
-constexpr qsizetype longestArguments = 400;
+// Names of many files can be among the arguments, and a platform's words in a failure. In columns.
+constexpr qsizetype longestPart = 400;
+
+QString bounded(const QString& text) {
+    return columnsOf(text) > longestPart ? fittedTo(text, longestPart) : text;
+}
 
 /// As a shell reads it, in one line.
 QString quoted(const QString& argument) {
@@ -41,16 +45,13 @@ QString runText(const Git::RunRecord& run) {
     for (const QString& argument : run.arguments) {
         arguments += quoted(argument);
     }
-    QString line = arguments.join(u' ');
-    if (line.size() > longestArguments) {
-        line = line.left(longestArguments) + QChar(u'…');
-    }
+    QString line = bounded(arguments.join(u' '));
     if (!run.folder.empty()) {
         line += QStringLiteral(" in ") + quoted(QString::fromStdString(run.folder.string()));
     }
     QStringList parts{endText(run), durationText(run.time)};
     if (!run.failure.isEmpty()) {
-        parts += run.failure;
+        parts += bounded(run.failure);
     }
     return QStringLiteral("> git %1: %2").arg(line, parts.join(QStringLiteral(", ")));
 }

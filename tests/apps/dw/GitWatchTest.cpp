@@ -25,6 +25,9 @@ TEST(GitWatchTest, ShowsArgumentsAsAShellReadsThemInOneLineAndNotWithoutEnd) {
               "> git commit -m 'Maya'\\''s?work': exit 0, 1 ms");
     EXPECT_EQ(textOf({{QStringLiteral("add"), QString()}, "/a b", 1ms, 0}), "> git add '' in '/a b': exit 0, 1 ms");
     EXPECT_LT(textOf({{QString(100'000, u'x')}, {}, 1ms, 0}).size(), 500U);
+    EXPECT_LT(textOf({{QStringLiteral("push")}, {}, 1ms, 1, false, QString(100'000, u'x')}).size(), 500U);
+    const QString cut = runText({{u'x' + QStringLiteral("🙂").repeated(1000)}, {}, 1ms, 0});
+    EXPECT_TRUE(cut.isValidUtf16());
 }
 
 } // namespace

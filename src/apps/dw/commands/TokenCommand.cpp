@@ -39,13 +39,12 @@ Task<> confirmShowing(std::shared_ptr<Context> context) {
 FailedCommand nothingStored(const PlatformConfig& config) {
     CommandFailure failure{ErrorKind::Unauthenticated,
                            QStringLiteral("No token is stored for %1").arg(config.shownHost())};
-    failure.details.host = config.shownHost();
     if (environmentHasToken()) {
         failure.hint = QStringLiteral("DW_TOKEN is set, and holds the token that is used.");
     } else if (config.isLocal()) {
         failure.hint = QStringLiteral("A platform on this machine needs none as a rule.");
     }
-    return FailedCommand(failure);
+    return FailedCommand(failure.at(config));
 }
 
 } // namespace
