@@ -133,6 +133,8 @@ FocusScope {
         cacheBuffer: 0
         Accessible.role: Accessible.List
         Accessible.name: "Projects"
+        onContentYChanged: scrolled.update()
+        onCountChanged: scrolled.update()
         // The height of the header comes late, and changes; at the beginning stays at the beginning.
         onTopMarginChanged: {
             if (contentY <= originY - headerHeight) {
@@ -198,6 +200,12 @@ FocusScope {
         model: view.model
         // Below many rows it is no stop: the keyboard would be where nobody sees it.
         focusPolicy: y + height / 2 < view.height ? Qt.StrongFocus : Qt.NoFocus
+    }
+    DirtyArea {
+        id: scrolled
+
+        anchors.fill: list
+        z: 2
     }
     SiteMenu {
         id: siteMenu
