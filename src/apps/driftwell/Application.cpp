@@ -11,6 +11,7 @@
 #include "platform/PlatformClient.h"
 #include "support/Concurrency.h"
 #include "support/ExitDeadline.h"
+#include "support/Sleep.h"
 
 #include <QCoreApplication>
 #include <QQuickView>
@@ -110,6 +111,10 @@ Task<> Application::endAndQuit() {
     co_await m_state.end();
     co_await updates;
     m_sessionEnd.allow();
+    m_window.discard();
+    m_settings.discard();
+    // What was stopped with them learns of it from the loop, which has told all of them when it tells of this.
+    co_await sleepFor(std::chrono::milliseconds(0), {});
     QCoreApplication::quit();
 }
 

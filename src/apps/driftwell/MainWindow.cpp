@@ -91,6 +91,10 @@ void MainWindow::hide() {
     }
 }
 
+void MainWindow::discard() {
+    m_contents.reset();
+}
+
 void MainWindow::open() {
     m_contents = std::make_unique<Contents>(m_state, m_desktop);
     QQuickView& window = m_contents->scene.view();

@@ -63,6 +63,10 @@ void SettingsWindow::hide() {
     }
 }
 
+void SettingsWindow::discard() {
+    m_contents.reset();
+}
+
 void SettingsWindow::open() {
     m_contents = std::make_unique<Contents>(m_state, m_updater, m_desktop);
     m_contents->model.askBeforeSignOut(m_askBeforeSignOut);

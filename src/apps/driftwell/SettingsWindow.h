@@ -40,6 +40,9 @@ public:
     /// Takes the window from the screen and leaves it open.
     void hide();
 
+    /// At the end of the application: takes away what the hidden window shows. What that has begun is stopped.
+    void discard();
+
     /// Null while it is closed.
     [[nodiscard]] QQuickView* view() const;
 

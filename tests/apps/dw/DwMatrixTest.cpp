@@ -253,8 +253,8 @@ TEST_F(DwMatrix, WithAPlatformThatCannotBeReached) {
 }
 
 TEST_F(DwMatrix, WithAPlatformThatDoesNotAnswer) {
-    PlatformServer server;
     const Gate never;
+    PlatformServer server;
     server.passOn("/api", [&never](const RecordedRequest&) -> std::string {
         pollfd wait{never.descriptor(), POLLIN, 0};
         static_cast<void>(::poll(&wait, 1, -1));
