@@ -32,6 +32,7 @@
 #include <set>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace driftwell {
 namespace {
@@ -75,17 +76,20 @@ std::string changed(const std::string& path) {
     return "“" + path + "” was changed or removed while the folder was being packed, nothing was sent";
 }
 
-/// The time that a file would be stamped with.
-timespec stamp() {
+timespec timeOf(clockid_t clock) {
     timespec now{};
-    checked(::clock_gettime(CLOCK_REALTIME_COARSE, &now), "clock_gettime");
+    checked(::clock_gettime(clock, &now), "clock_gettime");
     return now;
 }
 
-/// What is written from now on is stamped later than what was written before.
+/// What is scanned from now on is scanned in a later tick than what was written before. Since Linux 6.13 a file may be
+/// stamped more finely than by the tick, and a tick may come late: so one that begins after this very moment.
 void waitForTheNextTick() {
-    const timespec start = stamp();
-    while (stamp().tv_sec == start.tv_sec && stamp().tv_nsec == start.tv_nsec) {
+    const timespec start = timeOf(CLOCK_REALTIME);
+    const auto isLater = [&start](const timespec& time) {
+        return std::pair(time.tv_sec, time.tv_nsec) > std::pair(start.tv_sec, start.tv_nsec);
+    };
+    while (!isLater(timeOf(CLOCK_REALTIME_COARSE))) {
         std::this_thread::yield();
     }
 }
