@@ -43,7 +43,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::Field;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 using tests::ArchiveMember;
@@ -96,16 +95,16 @@ void waitForTheNextTick() {
 
 /// A site to pack, a folder to work in, and a folder of helper programs.
 struct PackingTest : testing::Test {
-    std::filesystem::path pack(const FolderScan& files) {
+    std::filesystem::path pack(const FolderScan& files) const {
         return tests::await(packFolder(site.path(), files, working.path(), helpers.path()));
     }
 
-    std::vector<ArchiveMember> packedMembers() {
+    std::vector<ArchiveMember> packedMembers() const {
         pack(FolderScan::scan(site.path()));
         return tests::readArchive(working.read("site.tgz"));
     }
 
-    std::vector<std::string> packedNames() {
+    std::vector<std::string> packedNames() const {
         std::vector<std::string> names;
         for (const ArchiveMember& member : packedMembers()) {
             names.push_back(member.name);
@@ -114,9 +113,9 @@ struct PackingTest : testing::Test {
     }
 
     /// The words of the platform error that packing ends with.
-    std::string refusalOf(const FolderScan& files) { return refusalOf(files, helpers.path()); }
+    std::string refusalOf(const FolderScan& files) const { return refusalOf(files, helpers.path()); }
 
-    std::string refusalOf(const FolderScan& files, const std::filesystem::path& compressors) {
+    std::string refusalOf(const FolderScan& files, const std::filesystem::path& compressors) const {
         try {
             tests::await(packFolder(site.path(), files, working.path(), compressors));
             return "none";
@@ -127,7 +126,7 @@ struct PackingTest : testing::Test {
     }
 
     /// Of what was all there before it is scanned.
-    std::string refusal() {
+    std::string refusal() const {
         waitForTheNextTick();
         return refusalOf(FolderScan::scan(site.path()));
     }
@@ -765,7 +764,7 @@ TEST_F(PackingTest, LeavesNoChildAndNoDescriptorBehindHoweverItEnds) {
     site.write("file", "x");
     const FolderScan files = FolderScan::scan(site.path());
     FolderScan vanished = files;
-    vanished.paths.push_back("vanished");
+    vanished.paths.emplace_back("vanished");
     vanished.attributes.emplace_back();
     pack(files);
     // A thread lets go of what it held a moment after it has given its result.
